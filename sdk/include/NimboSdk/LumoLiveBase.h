@@ -1,0 +1,30 @@
+// Process-wide utilities of the SDK.
+
+#pragma once
+
+#include "NimboSdk/LumoLiveDefine.h"
+#include "NimboSdk/LumoRtcExport.h"
+
+namespace LumoRtc {
+
+// Thread: any. The mixed capitalisation is part of the interface.
+class LUMO_RTC_EXPORT LumoLiveBase {
+ public:
+  // Lives as long as the process; may be null.
+  static const char* GetSDKVersion();
+
+  // Whether this build can work in `mode`.
+  static bool isSupportLiveMode(LumoLiveMode mode);
+
+  // Writes the log into `path` from now on, keeping at most `maxSizeMiB` MiB of files there.
+  // Returns 0, or an error code when the directory cannot be used.
+  static int SetLogDirPath(const char* path, int maxSizeMiB);
+
+  // Lines below `level` are dropped.
+  static void SetLogLevel(LumoLivePushLogLevel level);
+
+  // Whether lines also go to standard error.
+  static void setConsoleEnabled(bool enabled);
+};
+
+}  // namespace LumoRtc

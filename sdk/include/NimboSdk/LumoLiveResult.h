@@ -1,0 +1,39 @@
+// The numbers with which the default SDK answers operations and reports errors.
+//
+// None of them is 0, 1, -100 to -102 or -901: the add-on uses those for its own refusals, so a
+// caller can tell the two apart.
+
+#pragma once
+
+#include <cstdint>
+
+namespace LumoRtc {
+
+// What an operation answers.
+enum LumoLiveResult : int32_t {
+  kLumoLiveOk = 0,                   // taken; the outcome arrives through a listener
+  kLumoLiveNotInitialized = -2001,   // init() has not been called
+  kLumoLiveInvalidArgument = -2002,  // an argument makes no sense; the log names it
+  kLumoLiveInvalidState = -2003,     // not now: for example a push is already running
+  kLumoLiveNotSupported = -2004,     // this build cannot do it
+  kLumoLiveNotFound = -2005,         // no device, file or directory of that name
+};
+
+// What onSDKError and onSystemError carry. Codes of one cause never change their number.
+enum LumoLiveErrorCode : int32_t {
+  // Publishing (onSDKError)
+  kLumoLiveErrorHostNotFound = -3001,     // the server's name does not resolve
+  kLumoLiveErrorConnectRefused = -3002,   // nobody listens at that address
+  kLumoLiveErrorConnectTimeout = -3003,   // the server does not answer
+  kLumoLiveErrorPublishRejected = -3004,  // the server refuses the application or the stream
+  kLumoLiveErrorStreamNameInUse = -3005,  // somebody already publishes under that name
+  kLumoLiveErrorConnectionLost = -3006,   // the connection broke while publishing
+  kLumoLiveErrorEncoderFailed = -3007,    // encoding stopped
+  // Capturing (onSystemError)
+  kLumoLiveErrorCameraFailed = -3101,      // the camera or its file cannot be read
+  kLumoLiveErrorMicrophoneFailed = -3102,  // the microphone cannot be read
+  kLumoLiveErrorViewLost = -3103,          // the preview's window cannot be drawn into
+  kLumoLiveErrorComponentMissing = -3104,  // a media component is not installed; msg names it
+};
+
+}  // namespace LumoRtc
