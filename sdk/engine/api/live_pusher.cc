@@ -1,0 +1,191 @@
+#include "api/live_pusher.h"
+
+#include <cstring>
+#include <utility>
+
+#include "gst/runtime.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+LivePusher::LivePusher(const Settings& settings)
+    : settings_(settings), listeners_(this), engine_("nimbo-engine") {
+  // Starting GStreamer for the first time on a machine takes half a second.
+  engine_.post([this] {
+    startGstreamer();
+    prepareDevices();
+    session_ = std::make_unique<LiveSession>(
+        engine_, settings_, listeners_,
+        [this](uint32_t number) { push_.compare_exchange_strong(number, 0); });
+  });
+}
+
+LivePusher::~LivePusher() {
+  listeners_.detachAll();
+  engine_.run([this] { session_.reset(); });
+}
+
+LumoLiveResult LivePusher::submit(SessionTask task) {
+  if (!initialized_) {
+    NIMBO_LOG_ERROR("the pusher has not been initialised");
+    return kLumoLiveNotInitialized;
+  }
+  post(std::move(task));
+  return kLumoLiveOk;
+}
+
+void LivePusher::post(SessionTask task) {
+  engine_.post([this, task = std::move(task)] { task(*session_); });
+}
+
+int LivePusher::init(LumoLivePushConfig config) {
+  if (previewing_ || push_ != 0) {
+    NIMBO_LOG_ERROR("the configuration cannot change while preview or push runs");
+    return kLumoLiveInvalidState;
+  }
+  PushParameters parameters;
+  std::string problem;
+  const LumoLiveResult result = makePushParameters(config, parameters, problem);
+  if (result != kLumoLiveOk) {
+    NIMBO_LOG_ERROR("the configuration is refused: {}", problem);
+    return result;
+  }
+  initialized_ = true;
+  return submit([parameters](LiveSession& session) { session.configure(parameters); });
+}
+
+// ----------------------------------------------------------------------------------- listeners
+
+void LivePusher::setPushErrorListener(LumoLivePushErrorListener* listener) {
+  listeners_.errorSlot.set(listener);
+}
+
+void LivePusher::setPushInfoListener(LumoLivePushInfoListener* listener) {
+  listeners_.infoSlot.set(listener);
+}
+
+void LivePusher::setVideoFrameListener(LumoLiveVideoFrameListener* listener) {
+  listeners_.frameSlot.set(listener);
+}
+
+void LivePusher::setPushNetworkListener(LumoLivePushNetworkListener* listener) {
+  listeners_.networkSlot.set(listener);
+}
+
+// ----------------------------------------------------------------------------- preview and push
+
+// The view follows the window's own size, so the one given here does not matter.
+int LivePusher::startPreview(void* view, uint32_t, uint32_t) {
+  if (previewing_) {
+    NIMBO_LOG_ERROR("the preview runs already");
+    return kLumoLiveInvalidState;
+  }
+  std::optional<uint32_t> window;
+  if (view) std::memcpy(&window.emplace(), view, sizeof *window);
+  const LumoLiveResult result =
+      submit([window](LiveSession& session) { session.startPreview(window); });
+  previewing_ = result == kLumoLiveOk;
+  return result;
+}
+
+// Both ways of starting are asynchronous: the outcome is an event anyway.
+int LivePusher::startPreviewAsync(void* view, uint32_t width, uint32_t height) {
+  return startPreview(view, width, height);
+}
+
+int LivePusher::stopPreview() {
+  if (!std::exchange(previewing_, false)) {
+    NIMBO_LOG_ERROR("no preview runs");
+    return kLumoLiveInvalidState;
+  }
+  return submit([](LiveSession& session) { session.stopPreview(); });
+}
+
+int LivePusher::startPush(const char* url) {
+  if (push_ != 0) {
+    NIMBO_LOG_ERROR("a push runs already");
+    return kLumoLiveInvalidState;
+  }
+  std::string problem;
+  std::optional<PushUrl> target = parsePushUrl(url, problem);
+  if (!target) {
+    NIMBO_LOG_ERROR("cannot publish: {}", problem);
+    return kLumoLiveInvalidArgument;
+  }
+  const uint32_t number = ++lastPush_;
+  push_ = number;
+  const LumoLiveResult result = submit([request = PushRequest{number, std::move(*target)}](
+                                           LiveSession& session) { session.startPush(request); });
+  if (result != kLumoLiveOk) push_ = 0;
+  return result;
+}
+
+int LivePusher::startPushAsync(const char* url) {
+  return startPush(url);
+}
+
+int LivePusher::stopPush() {
+  if (push_.exchange(0) == 0) {
+    NIMBO_LOG_ERROR("no push runs");
+    return kLumoLiveInvalidState;
+  }
+  return submit([](LiveSession& session) { session.stopPush(); });
+}
+
+// ---------------------------------------------------------------------------- camera and muting
+
+int LivePusher::startCamera() {
+  return submit([](LiveSession& session) { session.setCameraRunning(true); });
+}
+
+int LivePusher::stopCamera() {
+  return submit([](LiveSession& session) { session.setCameraRunning(false); });
+}
+
+int LivePusher::setMute(bool mute, uint32_t) {
+  return submit([mute](LiveSession& session) { session.setMuted(mute); });
+}
+
+int LivePusher::muteLocalCamera(bool mute) {
+  return submit([mute](LiveSession& session) { session.setCameraMuted(mute); });
+}
+
+// ------------------------------------------------------------------------------------- devices
+
+LumoLiveDeviceList* LivePusher::getCameraList() {
+  cameras_.assign(listCameras(settings_.camera));
+  return &cameras_;
+}
+
+LumoLiveDeviceList* LivePusher::getAudioCaptureList() {
+  microphones_.assign(listMicrophones(settings_.camera));
+  return &microphones_;
+}
+
+Device LivePusher::currentCamera() const {
+  return findCamera(settings_.camera).value_or(Device{});
+}
+
+Device LivePusher::currentMicrophone() const {
+  return findMicrophone(settings_.microphone, settings_.camera).value_or(Device{});
+}
+
+String LivePusher::getCurrentCameraName() {
+  return currentCamera().name.c_str();
+}
+
+String LivePusher::getCurrentCameraID() {
+  return currentCamera().id.c_str();
+}
+
+String LivePusher::getCurrentAudioCaptureName() {
+  return currentMicrophone().name.c_str();
+}
+
+String LivePusher::getCurrentAudioCaptureID() {
+  return currentMicrophone().id.c_str();
+}
+
+}  // namespace NimboEngine

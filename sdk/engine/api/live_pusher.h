@@ -1,0 +1,105 @@
+// The pusher as the interface shows it: each operation checks its arguments and whether now is the
+// time for it, hands the work to the engine thread and answers at once.
+//
+// Thread: operations on one thread at a time, never from a listener's callback.
+// Ownership: owns the engine thread and everything on it. Destruction detaches the listeners, stops
+//   all and waits; no callback follows.
+// Failure: operations answer a LumoLiveResult; what fails later arrives as an event.
+
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "NimboSdk/LumoLivePusher.h"
+#include "NimboSdk/LumoLiveResult.h"
+#include "api/device_list.h"
+#include "api/live_session.h"
+#include "api/pusher_listeners.h"
+#include "api/settings.h"
+#include "base/engine_thread.h"
+
+namespace NimboEngine {
+
+class LivePusher final : public LumoRtc::LumoLivePusher {
+ public:
+  explicit LivePusher(const Settings& settings);
+  ~LivePusher();
+  LivePusher(const LivePusher&) = delete;
+  LivePusher& operator=(const LivePusher&) = delete;
+
+  int init(LumoRtc::LumoLivePushConfig config) override;
+  void setPushErrorListener(LumoRtc::LumoLivePushErrorListener* listener) override;
+  void setPushInfoListener(LumoRtc::LumoLivePushInfoListener* listener) override;
+  void setVideoFrameListener(LumoRtc::LumoLiveVideoFrameListener* listener) override;
+  void setPushNetworkListener(LumoRtc::LumoLivePushNetworkListener* listener) override;
+
+  int startPreview(void* view, uint32_t width, uint32_t height) override;
+  int startPreviewAsync(void* view, uint32_t width, uint32_t height) override;
+  int stopPreview() override;
+  int startPush(const char* url) override;
+  int startPushAsync(const char* url) override;
+  int stopPush() override;
+  int startCamera() override;
+  int stopCamera() override;
+  // `mode` makes no difference here: what is published becomes silent in every mode.
+  int setMute(bool mute, uint32_t mode) override;
+  int muteLocalCamera(bool mute) override;
+
+  LumoRtc::LumoLiveDeviceList* getAudioCaptureList() override;
+  LumoRtc::String getCurrentAudioCaptureName() override;
+  LumoRtc::String getCurrentAudioCaptureID() override;
+  int setCurrentAudioCaptureName(const char* name) override;
+  int setCurrentAudioCaptureID(const char* id) override;
+  LumoRtc::LumoLiveDeviceList* getCameraList() override;
+  LumoRtc::String getCurrentCameraName() override;
+  LumoRtc::String getCurrentCameraID() override;
+  int setCurrentCameraName(const char* name) override;
+  int setCurrentCameraID(const char* id) override;
+
+  int enableAudioVolumeIndication(int32_t interval, int32_t smooth, int32_t reportVad) override;
+  int setTargetVideoBitrate(int32_t kbps) override;
+  int setMinVideoBitrate(int32_t kbps) override;
+  int setResolution(uint32_t resolution, int32_t width, int32_t height) override;
+  int setFps(uint32_t fps) override;
+  int setLiveMixTranscodingConfig(const LumoRtc::LumoLiveTranscodingConfig* config) override;
+  int startScreenShareByDesktopId(uint32_t sourceId) override;
+  int setScreenShareEncoderConfiguration(
+      const LumoRtc::LumoLiveScreenShareEncoderConfig* config) override;
+  LumoRtc::LumoLiveScreenShareEncoderConfig getScreenShareEncoderConfiguration() override;
+  int switchScreenToCamera() override;
+  int pauseScreenShare() override;
+  int resumeScreenShare() override;
+  LumoRtc::LumoLiveScreenSourceList* getScreenShareSourceInfo() override;
+  uint32_t getCurrentScreenShareSourceId() override;
+
+ private:
+  using SessionTask = std::function<void(LiveSession&)>;
+
+  // Hands `task` to the engine thread, or answers why not.
+  LumoRtc::LumoLiveResult submit(SessionTask task);
+  void post(SessionTask task);
+  Device currentCamera() const;
+  Device currentMicrophone() const;
+  // Logs once that this build does not do `operation`.
+  LumoRtc::LumoLiveResult notSupported(const char* operation);
+
+  const Settings settings_;
+  bool initialized_ = false;
+  bool previewing_ = false;
+  uint32_t lastPush_ = 0;
+  std::atomic<uint32_t> push_{0};  // the push that is wanted; the engine clears it when it fails
+  DeviceList cameras_;
+  DeviceList microphones_;
+  std::set<std::string> loggedAsMissing_;
+
+  PusherListeners listeners_;
+  std::unique_ptr<LiveSession> session_;  // made, used and destroyed on the engine thread
+  EngineThread engine_;
+};
+
+}  // namespace NimboEngine

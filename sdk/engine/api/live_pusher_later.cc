@@ -1,0 +1,92 @@
+// The operations that this build does not do: each says so, once in the log and by its result.
+
+#include "api/live_pusher.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+LumoLiveResult LivePusher::notSupported(const char* operation) {
+  if (loggedAsMissing_.insert(operation).second) {
+    NIMBO_LOG_WARN("this build does not do {}", operation);
+  }
+  return kLumoLiveNotSupported;
+}
+
+int LivePusher::setCurrentAudioCaptureName(const char*) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setCurrentAudioCaptureID(const char*) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setCurrentCameraName(const char*) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setCurrentCameraID(const char*) {
+  return notSupported(__func__);
+}
+
+int LivePusher::enableAudioVolumeIndication(int32_t, int32_t, int32_t) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setTargetVideoBitrate(int32_t) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setMinVideoBitrate(int32_t) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setResolution(uint32_t, int32_t, int32_t) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setFps(uint32_t) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig*) {
+  return notSupported(__func__);
+}
+
+int LivePusher::startScreenShareByDesktopId(uint32_t) {
+  return notSupported(__func__);
+}
+
+int LivePusher::setScreenShareEncoderConfiguration(const LumoLiveScreenShareEncoderConfig*) {
+  return notSupported(__func__);
+}
+
+LumoLiveScreenShareEncoderConfig LivePusher::getScreenShareEncoderConfiguration() {
+  notSupported(__func__);
+  return {};
+}
+
+int LivePusher::switchScreenToCamera() {
+  return notSupported(__func__);
+}
+
+int LivePusher::pauseScreenShare() {
+  return notSupported(__func__);
+}
+
+int LivePusher::resumeScreenShare() {
+  return notSupported(__func__);
+}
+
+LumoLiveScreenSourceList* LivePusher::getScreenShareSourceInfo() {
+  notSupported(__func__);
+  return nullptr;
+}
+
+uint32_t LivePusher::getCurrentScreenShareSourceId() {
+  notSupported(__func__);
+  return 0;
+}
+
+}  // namespace NimboEngine

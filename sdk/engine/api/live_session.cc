@@ -1,0 +1,184 @@
+#include "api/live_session.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "gst/runtime.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+LiveSession::LiveSession(EngineThread& engine, Settings settings, PusherListeners& listeners,
+                         std::function<void(uint32_t)> onPushOver)
+    : engine_(engine),
+      settings_(std::move(settings)),
+      listeners_(listeners),
+      onPushOver_(std::move(onPushOver)) {}
+
+LiveSession::~LiveSession() {
+  if (publisher_) capture_->removeConsumer(publisher_.get());
+}
+
+void LiveSession::configure(const PushParameters& parameters) {
+  // The last push may still be saying goodbye with the old parameters: it is cut short.
+  if (publisher_) {
+    takePublisher().reset();  // at once: it must not report its end a second time
+    stopCaptureIfUnused();
+    listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+  }
+  parameters_ = parameters;
+}
+
+// ------------------------------------------------------------------------------------- capture
+
+void LiveSession::startCapture() {
+  if (capture_) return;
+  const EncoderSettings& encoder = parameters_.encoder;
+  const CaptureSettings settings{.video = encoder.video,
+                                 .audio = encoder.audio,
+                                 .audioOnly = encoder.audioOnly,
+                                 .mirror = parameters_.mirror,
+                                 .camera = settings_.camera,
+                                 .microphone = settings_.microphone};
+  auto failed = lifeline_.bind([this](bool camera, const std::string& message) {
+    listeners_.systemError(camera ? kLumoLiveErrorCameraFailed : kLumoLiveErrorMicrophoneFailed,
+                           message);
+  });
+  capture_ = std::make_unique<CaptureSession>(
+      settings,
+      [this](uint8_t* pixels, const GstVideoInfo& info) { listeners_.capturedFrame(pixels, info); },
+      [this, failed](bool camera, const std::string& message) {
+        engine_.post([failed, camera, message]() mutable { failed(camera, message); });
+      });
+  capture_->setMuted(muted_);
+  capture_->setCameraMuted(cameraMuted_);
+  if (!cameraRunning_) capture_->setCameraRunning(false);
+}
+
+void LiveSession::stopCaptureIfUnused() {
+  if (!preview_ && !publisher_ && !nextPush_) capture_.reset();
+}
+
+void LiveSession::setMuted(bool muted) {
+  muted_ = muted;
+  if (capture_) capture_->setMuted(muted);
+}
+
+void LiveSession::setCameraMuted(bool muted) {
+  cameraMuted_ = muted;
+  if (capture_) capture_->setCameraMuted(muted);
+}
+
+void LiveSession::setCameraRunning(bool running) {
+  if (cameraRunning_ == running) return;
+  cameraRunning_ = running;
+  if (capture_) capture_->setCameraRunning(running);
+}
+
+// ------------------------------------------------------------------------------------- preview
+
+void LiveSession::startPreview(std::optional<uint32_t> window) {
+  startCapture();
+  preview_ = std::make_unique<Preview>(
+      engine_, *capture_, window, parameters_.encoder.audioOnly,
+      Preview::Events{
+          .onStarted = [this] { listeners_.info(&LumoLivePushInfoListener::onPreviewStarted); },
+          .onViewLost =
+              [this](const std::string& message) {
+                listeners_.systemError(kLumoLiveErrorViewLost, message);
+              }});
+}
+
+void LiveSession::stopPreview() {
+  preview_.reset();
+  stopCaptureIfUnused();
+  listeners_.info(&LumoLivePushInfoListener::onPreviewStopped);
+}
+
+// ---------------------------------------------------------------------------------------- push
+
+void LiveSession::startPush(PushRequest request) {
+  if (publisher_) {
+    nextPush_ = std::move(request);
+  } else {
+    beginPush(request);
+  }
+}
+
+void LiveSession::beginPush(const PushRequest& request) {
+  pushNumber_ = request.number;
+  startCapture();
+  publisher_ = std::make_unique<Publisher>(
+      engine_, parameters_.encoder,
+      Publisher::Events{
+          .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
+          .onFirstFrame =
+              [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); }});
+  publisher_->start(request.url);
+  capture_->addConsumer(publisher_.get());
+}
+
+void LiveSession::stopPush() {
+  if (nextPush_) {  // it has not begun yet
+    nextPush_.reset();
+    listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+  } else if (publisher_) {
+    publisher_->stop();
+  } else {  // it ended by itself just before: the stop is answered all the same
+    listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+  }
+}
+
+void LiveSession::onPushReport(const PushOutcome& outcome) {
+  if (outcome.report == PushReport::kStarted) {
+    return listeners_.info(&LumoLivePushInfoListener::onPushStarted);
+  }
+  // Destroyed later, since it is what called.
+  engine_.post([ended = std::shared_ptr<Publisher>(takePublisher())] {});
+  stopCaptureIfUnused();
+  if (outcome.report != PushReport::kStopped) onPushOver_(pushNumber_);
+  switch (outcome.report) {
+    case PushReport::kNone:
+    case PushReport::kStarted:
+      break;
+    case PushReport::kStopped:
+      listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+      break;
+    case PushReport::kConnectFailed:
+      listeners_.network(&LumoLivePushNetworkListener::onConnectFail);
+      listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kConnectionLost:
+      listeners_.network(&LumoLivePushNetworkListener::onConnectionLost);
+      listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kEncoderFailed:
+      reportMissingElements();
+      listeners_.sdkError(outcome.code, outcome.message);
+      listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+      break;
+  }
+  if (!nextPush_) return;
+  const PushRequest next = std::move(*nextPush_);
+  nextPush_.reset();
+  beginPush(next);
+}
+
+std::unique_ptr<Publisher> LiveSession::takePublisher() {
+  capture_->removeConsumer(publisher_.get());
+  return std::move(publisher_);
+}
+
+void LiveSession::reportMissingElements() {
+  for (const NeededElement& needed : neededElements()) {
+    if (haveElement(needed.factory)) continue;
+    listeners_.systemError(
+        kLumoLiveErrorComponentMissing,
+        fmt::format("{} is missing; the package {} brings it", needed.factory, needed.package));
+  }
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,85 @@
+// What a pusher does, once its calls have been checked: capture, preview and push, and the events
+// that tell of them. Capture runs while preview or push does.
+//
+// Thread: everything on the engine thread; destruction too.
+// Ownership: owns capture, preview and push; the engine thread and the listeners are given and
+//   outlive it. Destruction ends all at once, without events.
+// Failure: arrives as events.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "api/preview.h"
+#include "api/push_parameters.h"
+#include "api/pusher_listeners.h"
+#include "api/settings.h"
+#include "base/engine_thread.h"
+#include "base/lifeline.h"
+#include "capture/capture_session.h"
+#include "publish/publisher.h"
+#include "publish/push_url.h"
+
+namespace NimboEngine {
+
+// A push that was asked for. `number` tells it from those before and after.
+struct PushRequest {
+  uint32_t number = 0;
+  PushUrl url;
+};
+
+class LiveSession {
+ public:
+  // `onPushOver(number)` comes before the events of a push that ended without having been stopped.
+  LiveSession(EngineThread& engine, Settings settings, PusherListeners& listeners,
+              std::function<void(uint32_t)> onPushOver);
+  ~LiveSession();
+  LiveSession(const LiveSession&) = delete;
+  LiveSession& operator=(const LiveSession&) = delete;
+
+  // To be called before anything is started, and while nothing is wanted to run.
+  void configure(const PushParameters& parameters);
+
+  // `window` is an X11 window's identifier.
+  void startPreview(std::optional<uint32_t> window);
+  void stopPreview();
+
+  // A push that is asked for while its predecessor is still stopping begins when that is through.
+  void startPush(PushRequest request);
+  void stopPush();
+
+  void setMuted(bool muted);
+  void setCameraMuted(bool muted);
+  void setCameraRunning(bool running);
+
+ private:
+  void startCapture();
+  void stopCaptureIfUnused();
+  void beginPush(const PushRequest& request);
+  void onPushReport(const PushOutcome& outcome);
+  std::unique_ptr<Publisher> takePublisher();
+  void reportMissingElements();
+
+  EngineThread& engine_;
+  const Settings settings_;
+  PusherListeners& listeners_;
+  const std::function<void(uint32_t)> onPushOver_;
+
+  PushParameters parameters_;
+  bool muted_ = false;
+  bool cameraMuted_ = false;
+  bool cameraRunning_ = true;
+
+  uint32_t pushNumber_ = 0;
+  std::optional<PushRequest> nextPush_;
+
+  std::unique_ptr<Publisher> publisher_;
+  std::unique_ptr<CaptureSession> capture_;
+  std::unique_ptr<Preview> preview_;
+  Lifeline lifeline_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,48 @@
+#include "api/preview.h"
+
+#include <utility>
+
+namespace NimboEngine {
+
+Preview::Preview(EngineThread& engine, CaptureSession& capture, std::optional<uint32_t> window,
+                 bool audioOnly, Events events)
+    : engine_(engine),
+      capture_(capture),
+      audioOnly_(audioOnly),
+      events_(std::move(events)),
+      started_(lifeline_.bind(events_.onStarted)) {
+  if (window && !audioOnly) openView(*window);
+  capture_.addConsumer(this);
+}
+
+Preview::~Preview() {
+  capture_.removeConsumer(this);
+  if (view_) capture_.removeConsumer(view_.get());
+}
+
+void Preview::openView(uint32_t window) {
+  waitsForView_ = true;
+  auto lost = lifeline_.bind(events_.onViewLost);
+  view_ = std::make_unique<X11View>(
+      window, ViewEvents{.onFirstDrawn = [this] { tellStarted(); },
+                         .onLost =
+                             [this, lost](const std::string& message) {
+                               waitsForView_ = false;  // the next picture counts as shown
+                               engine_.post([lost, message]() mutable { lost(message); });
+                             }});
+  capture_.addConsumer(view_.get());
+}
+
+void Preview::onVideoFrame(GstBuffer*, const GstVideoInfo&, GstClockTime) {
+  if (!audioOnly_ && !waitsForView_) tellStarted();
+}
+
+void Preview::onAudioChunk(GstBuffer*, const AudioFormat&, GstClockTime) {
+  if (audioOnly_) tellStarted();
+}
+
+void Preview::tellStarted() {
+  if (!told_.exchange(true)) engine_.post(started_);
+}
+
+}  // namespace NimboEngine

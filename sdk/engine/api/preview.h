@@ -1,0 +1,55 @@
+// The local preview of one capture session: shows the pictures in a native window where there is
+// one, and tells when the first is shown, or captured where there is no window.
+//
+// Thread: created and destroyed on the engine thread, where the events are raised too.
+// Ownership: the capture session is given and must outlive it.
+// Failure: a window that cannot be drawn into is reported once; the preview goes on without it.
+
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/engine_thread.h"
+#include "base/lifeline.h"
+#include "capture/capture_session.h"
+#include "render/x11_view.h"
+
+namespace NimboEngine {
+
+class Preview final : private FrameConsumer {
+ public:
+  struct Events {
+    std::function<void()> onStarted;
+    std::function<void(const std::string& message)> onViewLost;
+  };
+
+  // `window` is an X11 window's identifier.
+  Preview(EngineThread& engine, CaptureSession& capture, std::optional<uint32_t> window,
+          bool audioOnly, Events events);
+  ~Preview();
+  Preview(const Preview&) = delete;
+  Preview& operator=(const Preview&) = delete;
+
+ private:
+  void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
+  void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
+  void openView(uint32_t window);
+  void tellStarted();
+
+  EngineThread& engine_;
+  CaptureSession& capture_;
+  const bool audioOnly_;  // sound is what to wait for, since no picture will come
+  const Events events_;
+  const Lifeline lifeline_;
+  const EngineThread::Task started_;
+  std::atomic<bool> waitsForView_{false};
+  std::atomic<bool> told_{false};
+  std::unique_ptr<X11View> view_;  // null without a window
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,44 @@
+// Turns the interface's push configuration into what capture and encoder need, checked.
+//
+//   field                   accepted                         otherwise
+//   ----------------------  -------------------------------  ----------------------------------
+//   mLivePushMode           0                                not supported
+//   mResolution             0 to 7: 320x180, 426x240,        refused, unless width and height
+//                           640x360, 854x480, 960x540,       are set
+//                           1280x720, 1920x1080, 2560x1440
+//   width, height           both 0: as mResolution says;     refused
+//                           else both from 16 to 4096
+//   frameRate               1 to 60                          refused
+//   mVideoEncodeGop         1 to 60                          refused
+//   mAudioSampleRate        the rates of AAC, 8000 to 48000  refused
+//   mAudioChannels          1, 2                             refused
+//   audioBitRate            8000 to 320000; -1 means 64000   refused
+//   mTargetVideoBitrate     50 to 50000; -1 means a value    refused
+//                           that fits size and frame rate
+//   mMinVideoBitrate,       -1, or 50 to 50000               refused; taken, but the bit rate of
+//   mInitialVideoBitrate                                     this build is constant
+//
+// The remaining fields have no effect in this build, except mAudioOnly and mPushMirror.
+//
+// Thread: any.
+
+#pragma once
+
+#include <string>
+
+#include "NimboSdk/LumoLiveDefine.h"
+#include "NimboSdk/LumoLiveResult.h"
+#include "publish/encoder_settings.h"
+
+namespace NimboEngine {
+
+struct PushParameters {
+  EncoderSettings encoder;  // its formats are those of capture too
+  bool mirror = false;
+};
+
+// Unless the result is kLumoLiveOk, `problem` names the field and `parameters` is unchanged.
+LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& config,
+                                           PushParameters& parameters, std::string& problem);
+
+}  // namespace NimboEngine

@@ -1,0 +1,55 @@
+// The process's one pusher.
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "api/live_pusher.h"
+#include "base/never_destroyed.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+namespace {
+
+// Never destroyed: a process that ends while it streams must not tear the pusher down in the
+// middle of its other destructors.
+struct Instance {
+  std::mutex mutex;
+  std::unique_ptr<LivePusher> pusher;
+};
+
+Instance& theInstance() {
+  static NeverDestroyed<Instance> instance;
+  return *instance;
+}
+
+}  // namespace
+}  // namespace NimboEngine
+
+namespace LumoRtc {
+
+using NimboEngine::theInstance;
+
+LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
+  std::string problem;
+  const auto settings = NimboEngine::parseSettings(extraConfig, problem);
+  if (!settings) {
+    NIMBO_LOG_ERROR("no pusher: the settings cannot be used: {}", problem);
+    return nullptr;
+  }
+  std::lock_guard lock(theInstance().mutex);
+  if (theInstance().pusher) {
+    NIMBO_LOG_ERROR("no pusher: there is one already");
+    return nullptr;
+  }
+  theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
+  return theInstance().pusher.get();
+}
+
+void LumoLivePusher::destroy() {
+  // Under the lock: a new pusher must not open the devices before the old one has released them.
+  std::lock_guard lock(theInstance().mutex);
+  theInstance().pusher.reset();
+}
+
+}  // namespace LumoRtc

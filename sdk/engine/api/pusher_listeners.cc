@@ -1,0 +1,50 @@
+#include "api/pusher_listeners.h"
+
+#include "log/log.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+void PusherListeners::detachAll() {
+  errorSlot.set(nullptr);
+  infoSlot.set(nullptr);
+  frameSlot.set(nullptr);
+  networkSlot.set(nullptr);
+}
+
+void PusherListeners::info(InfoEvent event) {
+  infoSlot.call([&](LumoLivePushInfoListener& listener) { (listener.*event)(pusher_); });
+}
+
+void PusherListeners::network(NetworkEvent event) {
+  networkSlot.call([&](LumoLivePushNetworkListener& listener) { (listener.*event)(pusher_); });
+}
+
+void PusherListeners::sdkError(LumoLiveErrorCode code, const std::string& message) {
+  NIMBO_LOG_ERROR("SDK error {}: {}", static_cast<int>(code), message);
+  errorSlot.call([&](LumoLivePushErrorListener& listener) {
+    listener.onSDKError(pusher_, {code, message.c_str()});
+  });
+}
+
+void PusherListeners::systemError(LumoLiveErrorCode code, const std::string& message) {
+  NIMBO_LOG_ERROR("system error {}: {}", static_cast<int>(code), message);
+  errorSlot.call([&](LumoLivePushErrorListener& listener) {
+    listener.onSystemError(pusher_, {code, message.c_str()});
+  });
+}
+
+void PusherListeners::capturedFrame(uint8_t* pixels, const GstVideoInfo& info) {
+  frameSlot.call([&](LumoLiveVideoFrameListener& listener) {
+    LumoLiveVideoRawData frame{.data = pixels,
+                               .strideY = GST_VIDEO_INFO_PLANE_STRIDE(&info, 0),
+                               .strideU = GST_VIDEO_INFO_PLANE_STRIDE(&info, 1),
+                               .strideV = GST_VIDEO_INFO_PLANE_STRIDE(&info, 2),
+                               .height = GST_VIDEO_INFO_HEIGHT(&info),
+                               .width = GST_VIDEO_INFO_WIDTH(&info)};
+    return listener.onCaptureVideoSample(pusher_, kLumoLiveVideoSourceCamera, frame);
+  });
+}
+
+}  // namespace NimboEngine

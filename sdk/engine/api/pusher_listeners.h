@@ -1,0 +1,47 @@
+// The pusher's four listeners, and the events that reach them.
+//
+// Thread: the slots may be set on any thread; see ListenerSlot for what setting promises. Events
+//   are raised on the engine thread, frames on the video capture thread.
+// Ownership: the listeners are the application's.
+// Failure: an event without a listener is dropped.
+
+#pragma once
+
+#include <gst/video/video.h>
+
+#include <string>
+
+#include "NimboSdk/LumoLivePusher.h"
+#include "NimboSdk/LumoLiveResult.h"
+#include "base/listener_slot.h"
+
+namespace NimboEngine {
+
+class PusherListeners {
+ public:
+  using InfoEvent = void (LumoRtc::LumoLivePushInfoListener::*)(LumoRtc::LumoLivePusher*);
+  using NetworkEvent = void (LumoRtc::LumoLivePushNetworkListener::*)(LumoRtc::LumoLivePusher*);
+
+  // `pusher` is handed to the listeners and not used otherwise.
+  explicit PusherListeners(LumoRtc::LumoLivePusher* pusher) : pusher_(pusher) {}
+
+  void detachAll();
+
+  void info(InfoEvent event);
+  void network(NetworkEvent event);
+  void sdkError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
+  void systemError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
+
+  // `pixels` is one contiguous I420 picture, which the listener may change.
+  void capturedFrame(uint8_t* pixels, const GstVideoInfo& info);
+
+  ListenerSlot<LumoRtc::LumoLivePushErrorListener> errorSlot;
+  ListenerSlot<LumoRtc::LumoLivePushInfoListener> infoSlot;
+  ListenerSlot<LumoRtc::LumoLiveVideoFrameListener> frameSlot;
+  ListenerSlot<LumoRtc::LumoLivePushNetworkListener> networkSlot;
+
+ private:
+  LumoRtc::LumoLivePusher* const pusher_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,78 @@
+#include "base/engine_thread.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <future>
+
+namespace NimboEngine {
+
+EngineThread::EngineThread(const std::string& name) : thread_([this] { loop(); }) {
+  pthread_setname_np(thread_.native_handle(), name.substr(0, 15).c_str());
+}
+
+EngineThread::~EngineThread() {
+  {
+    std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  changed_.notify_all();
+  thread_.join();
+}
+
+EngineThread::TaskId EngineThread::postAfter(Clock::duration delay, Task task) {
+  TaskId id = 0;
+  {
+    std::lock_guard lock(mutex_);
+    if (stopping_) return 0;
+    id = ++lastId_;
+    tasks_.emplace(Key{Clock::now() + delay, id}, std::move(task));
+  }
+  changed_.notify_all();
+  return id;
+}
+
+void EngineThread::cancel(TaskId id) {
+  Task dropped;  // destroyed after the lock: its captures may post
+  std::lock_guard lock(mutex_);
+  const auto found = std::find_if(tasks_.begin(), tasks_.end(),
+                                  [id](const auto& t) { return t.first.second == id; });
+  if (found == tasks_.end()) return;
+  dropped = std::move(found->second);
+  tasks_.erase(found);
+}
+
+void EngineThread::run(const Task& task) {
+  if (isCurrent()) return task();
+  std::promise<void> done;
+  const TaskId id = post([&] {
+    task();
+    done.set_value();
+  });
+  if (id != 0) done.get_future().wait();
+}
+
+void EngineThread::loop() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    if (tasks_.empty()) {
+      if (stopping_) return;
+      changed_.wait(lock);
+      continue;
+    }
+    const auto first = tasks_.begin();
+    if (first->first.first > Clock::now()) {
+      if (stopping_) return;
+      changed_.wait_until(lock, first->first.first);
+      continue;
+    }
+    Task task = std::move(first->second);
+    tasks_.erase(first);
+    lock.unlock();
+    task();
+    task = nullptr;
+    lock.lock();
+  }
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,28 @@
+#include "base/leavable_thread.h"
+
+#include <pthread.h>
+
+#include <utility>
+
+#include "log/log.h"
+
+namespace NimboEngine {
+
+LeavableThread::LeavableThread(std::string name, std::function<void()> body)
+    : name_(std::move(name)) {
+  std::packaged_task<void()> work(std::move(body));
+  ended_ = work.get_future();
+  thread_ = std::thread(std::move(work));
+  pthread_setname_np(thread_.native_handle(), name_.c_str());
+}
+
+LeavableThread::~LeavableThread() {
+  if (ended_.wait_for(kPatience) == std::future_status::ready) {
+    thread_.join();
+    return;
+  }
+  NIMBO_LOG_WARN("thread {} does not end in time and is left behind", name_);
+  thread_.detach();
+}
+
+}  // namespace NimboEngine

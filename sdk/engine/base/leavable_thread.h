@@ -1,0 +1,35 @@
+// A thread for work that may hang in somebody else's code (a device's driver, a display server):
+// its end is waited for, but not for ever.
+//
+// Thread: created and destroyed on any other thread than its own.
+// Ownership: destruction waits kPatience at most; what still runs then is left behind. So `body`
+//   must own or share all that it uses. Telling it to end is the owner's business.
+// Failure: `body` must not throw.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <string>
+#include <thread>
+
+namespace NimboEngine {
+
+class LeavableThread {
+ public:
+  static constexpr std::chrono::milliseconds kPatience{150};
+
+  // `name` is what the operating system shows, at most 15 characters.
+  LeavableThread(std::string name, std::function<void()> body);
+  ~LeavableThread();
+  LeavableThread(const LeavableThread&) = delete;
+  LeavableThread& operator=(const LeavableThread&) = delete;
+
+ private:
+  const std::string name_;
+  std::future<void> ended_;
+  std::thread thread_;
+};
+
+}  // namespace NimboEngine

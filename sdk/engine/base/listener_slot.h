@@ -1,0 +1,72 @@
+// Holds one listener and keeps the promise on which the add-on's teardown rests: once set() has
+// taken a listener out, none of its callbacks is running and none will run any more.
+//
+// Thread: any. Calls of the listener run side by side; set() waits for those that are under way,
+//   except for one that is under way on the calling thread itself (a callback that detaches its
+//   own listener would otherwise wait for itself).
+// Ownership: the listener is the caller's.
+// Failure: none.
+
+#pragma once
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace NimboEngine {
+
+template <class Listener>
+class ListenerSlot {
+ public:
+  void set(Listener* listener) {
+    std::unique_lock lock(mutex_);
+    listener_ = listener;
+    idle_.wait(lock, [this] {
+      const auto self = std::this_thread::get_id();
+      return std::all_of(callers_.begin(), callers_.end(), [self](auto id) { return id == self; });
+    });
+  }
+
+  // Calls `use` with the listener when there is one. The result is that of `use`, or the result
+  // type's zero value without a listener.
+  template <class Use>
+  auto call(Use&& use) -> decltype(use(std::declval<Listener&>())) {
+    const Running running(*this);
+    using Result = decltype(use(std::declval<Listener&>()));
+    if (!running.listener) return Result();
+    return use(*running.listener);
+  }
+
+ private:
+  // One call under way.
+  struct Running {
+    explicit Running(ListenerSlot& owner) : slot(owner) {
+      std::lock_guard lock(slot.mutex_);
+      listener = slot.listener_;
+      slot.callers_.push_back(std::this_thread::get_id());
+    }
+    ~Running() {
+      {
+        std::lock_guard lock(slot.mutex_);
+        auto& callers = slot.callers_;
+        callers.erase(std::find(callers.begin(), callers.end(), std::this_thread::get_id()));
+        // Under the lock: set() may return, and the slot end, as soon as it is given up.
+        slot.idle_.notify_all();
+      }
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    ListenerSlot& slot;
+    Listener* listener = nullptr;
+  };
+
+  std::mutex mutex_;
+  std::condition_variable idle_;
+  Listener* listener_ = nullptr;
+  std::vector<std::thread::id> callers_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,42 @@
+// The rhythm of the sound: every 20 ms one chunk of exactly the right length goes to the consumers,
+// whatever the source does. What the source does not give is silence, as is all while muted.
+//
+// Thread: the setters on any thread; consumers are called on the tick thread.
+// Ownership: shares the FIFO; the consumer list must outlive the ticker.
+// Failure: none.
+
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include "capture/consumer_list.h"
+#include "capture/sample_fifo.h"
+#include "capture/ticker.h"
+
+namespace NimboEngine {
+
+class AudioTicker {
+ public:
+  static constexpr uint32_t kChunksPerSecond = 50;
+
+  AudioTicker(const AudioFormat& format, ConsumerList& consumers);
+
+  // Which source is heard from now on; null: none.
+  void setSource(std::shared_ptr<SampleFifo> source);
+
+  void setSilent(bool silent) { silent_ = silent; }
+
+ private:
+  void tick(uint64_t number, GstClockTime time);
+
+  const AudioFormat format_;
+  ConsumerList& consumers_;
+  std::atomic<bool> silent_{false};
+  std::mutex mutex_;
+  std::shared_ptr<SampleFifo> source_;
+  Ticker ticker_;  // last: its thread uses everything above
+};
+
+}  // namespace NimboEngine

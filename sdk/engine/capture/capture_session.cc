@@ -1,0 +1,96 @@
+#include "capture/capture_session.h"
+
+#include <utility>
+
+#include "capture/source_choice.h"
+#include "devices/devices.h"
+
+namespace NimboEngine {
+namespace {
+
+// How much sound gathers before a source is heard, and how much may.
+constexpr size_t kCushionMs = 40;
+constexpr size_t kLimitMs = 200;
+
+std::shared_ptr<SampleFifo> makeFifo(const AudioFormat& format) {
+  const auto framesPerMs = static_cast<size_t>(format.rate) / 1000;
+  return std::make_shared<SampleFifo>(static_cast<size_t>(format.channels),
+                                      kCushionMs * framesPerMs, kLimitMs * framesPerMs);
+}
+
+}  // namespace
+
+CaptureSession::CaptureSession(CaptureSettings settings, FrameCallback onFrame,
+                               FailureCallback onFailure)
+    : settings_(std::move(settings)),
+      onFailure_(std::move(onFailure)),
+      video_(settings_.audioOnly
+                 ? nullptr
+                 : std::make_unique<VideoTicker>(settings_.video, std::move(onFrame), consumers_)),
+      audio_(settings_.audio, consumers_) {
+  std::lock_guard lock(mutex_);
+  openCamera();
+  openMicrophone();
+}
+
+CaptureSession::~CaptureSession() {
+  // Both at once, since each may take its time.
+  if (camera_) camera_->requestStop();
+  if (microphone_) microphone_->requestStop();
+}
+
+void CaptureSession::setCameraMuted(bool muted) {
+  if (video_) video_->setBlack(muted);
+}
+
+void CaptureSession::setCameraRunning(bool running) {
+  std::lock_guard lock(mutex_);
+  if (running == (camera_ != nullptr)) return;
+  if (running) return openCamera();
+  if (pictures_) pictures_->freeze();
+  if (isFileSound()) audio_.setSource(nullptr);
+  camera_.reset();
+}
+
+bool CaptureSession::isFileSound() const {
+  return settings_.microphone == kFileSound ||
+         (settings_.microphone.empty() && cameraFile(settings_.camera));
+}
+
+void CaptureSession::openCamera() {
+  if (!video_ && !isFileSound()) return;
+  SourceOutlets outlets{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
+  if (video_) {
+    pictures_ = std::make_shared<PictureMailbox>();
+    outlets.pictures = pictures_;
+    video_->setSource(pictures_);
+  }
+  if (isFileSound()) {
+    outlets.sound = makeFifo(settings_.audio);
+    audio_.setSource(outlets.sound);
+  }
+  camera_ = std::make_unique<SourceRunner>(
+      "camera " + settings_.camera,
+      [camera = settings_.camera, outlets](std::string& problem) {
+        return makeCamera(camera, outlets, problem);
+      },
+      [this](const std::string& message) { onFailure_(true, message); });
+}
+
+void CaptureSession::openMicrophone() {
+  if (isFileSound()) {
+    if (!cameraFile(settings_.camera)) onFailure_(false, "the camera is no file with a sound");
+    return;
+  }
+  SourceOutlets outlets{settings_.video, false, nullptr, settings_.audio,
+                        makeFifo(settings_.audio)};
+  audio_.setSource(outlets.sound);
+  microphone_ = std::make_unique<SourceRunner>(
+      "microphone " + settings_.microphone,
+      [microphone = settings_.microphone, outlets](std::string& problem) {
+        return makeMicrophone(microphone, outlets, problem);
+      },
+      [this](const std::string& message) { onFailure_(false, message); });
+}
+
+}  // namespace NimboEngine

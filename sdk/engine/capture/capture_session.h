@@ -1,0 +1,78 @@
+// What is captured: one camera and one microphone, delivered to the consumers without a break for
+// as long as the session lives, whatever becomes of the sources. A source that is missing, fails or
+// is stopped leaves its last picture (black before the first) and silence.
+//
+// Thread: any. `onFrame` and the consumers are called on the tick threads; `onFailure` on a thread
+//   of the session's. Consumers are added and removed, and the session destroyed, from none of
+//   these calls.
+// Ownership: consumers are the caller's. Destruction stops and joins the tick threads and waits a
+//   sixth of a second at most for the sources.
+// Failure: reported by `onFailure`; the session goes on. GStreamer must have been started.
+
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "capture/audio_ticker.h"
+#include "capture/media_sink.h"
+#include "capture/source_runner.h"
+#include "capture/video_ticker.h"
+
+namespace NimboEngine {
+
+struct CaptureSettings {
+  VideoFormat video;
+  AudioFormat audio;
+  bool audioOnly = false;  // no picture; onFrame and onVideoFrame are never called
+  bool mirror = false;     // left and right exchanged
+  // The identifiers of devices/devices.h. A camera that is a file brings its sound when the
+  // microphone is "" or "file"; without a sound track that is silence.
+  std::string camera;
+  std::string microphone;
+};
+
+class CaptureSession {
+ public:
+  // `camera` tells whether the camera or the microphone failed.
+  using FailureCallback = std::function<void(bool camera, const std::string& message)>;
+
+  CaptureSession(CaptureSettings settings, FrameCallback onFrame, FailureCallback onFailure);
+  ~CaptureSession();
+  CaptureSession(const CaptureSession&) = delete;
+  CaptureSession& operator=(const CaptureSession&) = delete;
+
+  void addConsumer(FrameConsumer* consumer) { consumers_.add(consumer); }
+
+  // Returns when no call of the consumer is running and none will come.
+  void removeConsumer(FrameConsumer* consumer) { consumers_.remove(consumer); }
+
+  // Sound becomes silence.
+  void setMuted(bool muted) { audio_.setSilent(muted); }
+
+  // The picture becomes black; the camera goes on.
+  void setCameraMuted(bool muted);
+
+  // False: the camera is released and its last picture stands still. True: it is opened again, a
+  // file from its beginning. The sound of a file goes with its picture.
+  void setCameraRunning(bool running);
+
+ private:
+  bool isFileSound() const;
+  void openCamera();
+  void openMicrophone();
+
+  const CaptureSettings settings_;
+  const FailureCallback onFailure_;
+  ConsumerList consumers_;
+  std::unique_ptr<VideoTicker> video_;  // null when only sound is captured
+  AudioTicker audio_;
+  std::mutex mutex_;
+  std::shared_ptr<PictureMailbox> pictures_;
+  std::unique_ptr<SourceRunner> camera_;
+  std::unique_ptr<SourceRunner> microphone_;
+};
+
+}  // namespace NimboEngine

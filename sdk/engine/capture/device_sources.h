@@ -1,0 +1,40 @@
+// Cameras and microphones that are plugged in.
+//
+// Thread, ownership: as Source says. Building the pipeline may block in the device's driver.
+// Failure: a device that is not there or offers nothing usable ends the source; one that falls
+//   silent is noticed by its progress().
+
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "capture/media_sink.h"
+#include "capture/source.h"
+
+namespace NimboEngine {
+
+class CameraSource : public Source {
+ public:
+  CameraSource(std::string id, SourceOutlets outlets);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  int64_t progress() const override;
+
+ private:
+  const std::string id_;
+  const SourceOutlets outlets_;
+};
+
+// A microphone that loses its device is moved to another one by the sound server, or fails with an
+// error; it needs no watch.
+class MicrophoneSource : public Source {
+ public:
+  MicrophoneSource(std::string id, SourceOutlets outlets);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+
+ private:
+  const std::string id_;
+  const SourceOutlets outlets_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,119 @@
+#include "capture/file_source.h"
+
+#include <fmt/format.h>
+
+#include <string_view>
+#include <utility>
+
+#include "base/handover.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+
+// Takes the decoder's streams as they are found: the first picture and the first sound.
+struct FileSource::Decoded {
+  GstElement* pipeline;  // owns the decoder, which owns this
+  SourceOutlets outlets;
+  bool hasPicture = false;
+  bool hasSound = false;
+
+  void take(GstPad* pad);
+  void finish(GstElement* decoder) const;
+};
+
+namespace {
+
+// Each stream is decoded ahead on a thread of its own, up to the queue's limits.
+constexpr char kPictureStart[] =
+    "queue ! videoconvert ! deinterlace ! videoflip video-direction=auto ! ";
+constexpr char kSoundStart[] = "queue ! ";
+
+bool attach(GstElement* pipeline, GstPad* pad, const std::string& description,
+            const SourceOutlets& outlets) {
+  GError* error = nullptr;
+  GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &error);
+  if (!bin) {
+    const GstPtr<GError> owned(error);
+    NIMBO_LOG_ERROR("file: cannot build {}: {}", description, error->message);
+    return false;
+  }
+  connectEnds(bin, outlets);
+  gst_bin_add(GST_BIN(pipeline), bin);
+  gst_element_sync_state_with_parent(bin);
+  const GstPtr<GstPad> sink(gst_element_get_static_pad(bin, "sink"));
+  return gst_pad_link(pad, sink.get()) == GST_PAD_LINK_OK;
+}
+
+}  // namespace
+
+void FileSource::Decoded::take(GstPad* pad) {
+  const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
+  if (gst_caps_is_empty(caps.get()) || gst_caps_is_any(caps.get())) return;
+  const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps.get(), 0));
+  if (type.starts_with("video/") && outlets.pictures && !hasPicture) {
+    hasPicture = attach(pipeline, pad, kPictureStart + pictureEnd(outlets, Pace::kTimed), outlets);
+  } else if (type.starts_with("audio/") && outlets.sound && !hasSound) {
+    hasSound = attach(pipeline, pad, kSoundStart + soundEnd(outlets, Pace::kTimed), outlets);
+  }
+}
+
+void FileSource::Decoded::finish(GstElement* decoder) const {
+  if (hasPicture || !outlets.pictures) return;
+  GST_ELEMENT_ERROR(decoder, STREAM, WRONG_TYPE, ("the file has no picture"), (nullptr));
+}
+
+FileSource::FileSource(std::string path, SourceOutlets outlets)
+    : path_(std::move(path)), outlets_(std::move(outlets)) {}
+
+std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::string& problem) {
+  GError* error = nullptr;
+  const GstPtr<gchar> uri(gst_filename_to_uri(path_.c_str(), &error));
+  if (!uri) {
+    const GstPtr<GError> owned(error);
+    problem = fmt::format("{}: {}", path_, error->message);
+    return nullptr;
+  }
+  auto pipeline =
+      Pipeline::parse("file", "pipeline.( uridecodebin name=decoder )", std::move(handler));
+  if (!pipeline) {
+    problem = "its pipeline cannot be built";
+    return nullptr;
+  }
+  const GstPtr<GstElement> decoder = pipeline->element("decoder");
+  g_object_set(decoder.get(), "uri", uri.get(), nullptr);
+  auto decoded = std::make_unique<Decoded>(Decoded{pipeline->get(), outlets_});
+  offerHandover(decoded.get());
+  g_signal_connect(decoder.get(), "no-more-pads",
+                   G_CALLBACK(+[](GstElement* element, gpointer data) {
+                     acceptHandover(data);
+                     static_cast<Decoded*>(data)->finish(element);
+                   }),
+                   decoded.get());
+  g_signal_connect_data(
+      decoder.get(), "pad-added", G_CALLBACK(+[](GstElement*, GstPad* pad, gpointer data) {
+        acceptHandover(data);
+        static_cast<Decoded*>(data)->take(pad);
+        offerHandover(data);
+      }),
+      decoded.release(),
+      [](gpointer data, GClosure*) {
+        acceptHandover(data);
+        std::unique_ptr<Decoded>(static_cast<Decoded*>(data)).reset();
+      },
+      GConnectFlags{});
+  return pipeline;
+}
+
+// Not by segment seeks, which would leave no gap in the sound: too many demultiplexers accept them
+// and then stop, or lose the pace.
+bool FileSource::rewind(Pipeline& pipeline) {
+  return gst_element_seek_simple(pipeline.get(), GST_FORMAT_TIME, GST_SEEK_FLAG_FLUSH, 0);
+}
+
+// Until the first picture: the decoder may lose the error of a broken file. After that a picture
+// may stand as long as the film wants.
+int64_t FileSource::progress() const {
+  return outlets_.pictures && outlets_.pictures->count() == 0 ? 0 : -1;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,35 @@
+// The sources that need no device: a test pattern with a running clock, and a test tone.
+//
+// Thread, ownership, failure: as Source says.
+
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "capture/media_sink.h"
+#include "capture/source.h"
+
+namespace NimboEngine {
+
+// SMPTE colour bars with the time since the start.
+class TestPatternSource : public Source {
+ public:
+  explicit TestPatternSource(SourceOutlets outlets);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+
+ private:
+  const SourceOutlets outlets_;
+};
+
+// A sine of 440 Hz at a fifth of full scale.
+class TestToneSource : public Source {
+ public:
+  explicit TestToneSource(SourceOutlets outlets);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+
+ private:
+  const SourceOutlets outlets_;
+};
+
+}  // namespace NimboEngine

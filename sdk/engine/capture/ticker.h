@@ -1,0 +1,45 @@
+// A thread that works at the times of a grid on GStreamer's system clock.
+//
+// Thread: construction and destruction on any other thread than its own.
+// Ownership: owns the thread. Destruction waits for a tick that is under way.
+// Failure: `tick` must not throw. A tick that takes too long delays the next ones; when more than
+//   `catchUp` are overdue they are left out.
+
+#pragma once
+
+#include <gst/gst.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "capture/tick_grid.h"
+
+namespace NimboEngine {
+
+class Ticker {
+ public:
+  // Called with the tick's number and its time on the clock (not the time of the call).
+  using Tick = std::function<void(uint64_t number, GstClockTime time)>;
+
+  // `name` is what the operating system shows, at most 15 characters.
+  Ticker(const char* name, uint32_t rate, uint64_t catchUp, Tick tick);
+  ~Ticker();
+  Ticker(const Ticker&) = delete;
+  Ticker& operator=(const Ticker&) = delete;
+
+ private:
+  void loop();
+
+  const uint32_t rate_;
+  const uint64_t catchUp_;
+  const Tick tick_;
+  std::mutex mutex_;
+  std::condition_variable stop_;
+  bool stopping_ = false;
+  std::thread thread_;
+};
+
+}  // namespace NimboEngine

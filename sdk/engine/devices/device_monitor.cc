@@ -1,0 +1,106 @@
+#include "devices/device_monitor.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "base/handover.h"
+#include "gst/runtime.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+namespace {
+
+GstPtr<GstDevice> reference(GstDevice* device) {
+  return GstPtr<GstDevice>(GST_DEVICE(gst_object_ref(device)));
+}
+
+}  // namespace
+
+DeviceMonitor& DeviceMonitor::instance() {
+  // Never destroyed: other threads may ask while the process exits.
+  static DeviceMonitor& monitor = *std::unique_ptr<DeviceMonitor>(new DeviceMonitor).release();
+  return monitor;
+}
+
+void DeviceMonitor::warmUp() {
+  std::call_once(begun_, [this] { std::thread([this] { start(); }).detach(); });
+}
+
+std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
+  warmUp();
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait_for(lock, std::chrono::seconds(1), [this] { return looked_; })) {
+    NIMBO_LOG_WARN("looking for devices takes long; none are known yet");
+  }
+  std::vector<GstPtr<GstDevice>> found;
+  for (const GstPtr<GstDevice>& device : devices_) {
+    if (gst_device_has_classes(device.get(), deviceClass)) found.push_back(reference(device.get()));
+  }
+  return found;
+}
+
+void DeviceMonitor::start() {
+  if (!startGstreamer()) return;
+  monitor_.reset(gst_device_monitor_new());
+  for (const char* wanted : {"Video/Source", "Audio/Source"}) {
+    gst_device_monitor_add_filter(monitor_.get(), wanted, nullptr);
+  }
+  const GstPtr<GstBus> bus(gst_device_monitor_get_bus(monitor_.get()));
+  offerHandover(this);
+  gst_bus_set_sync_handler(bus.get(), &DeviceMonitor::onMessage, this, nullptr);
+  if (!gst_device_monitor_start(monitor_.get())) {
+    NIMBO_LOG_INFO("no service lists devices here");
+  }
+  GList* list = gst_device_monitor_get_devices(monitor_.get());
+  for (GList* entry = list; entry; entry = entry->next) {
+    const GstPtr<GstDevice> device(GST_DEVICE(entry->data));
+    add(device.get());
+  }
+  g_list_free(list);
+  std::lock_guard lock(mutex_);
+  looked_ = true;
+  changed_.notify_all();
+}
+
+// A device may come both as a message and in the first list.
+void DeviceMonitor::add(GstDevice* device) {
+  std::lock_guard lock(mutex_);
+  const auto known = std::find_if(devices_.begin(), devices_.end(),
+                                  [device](const auto& other) { return other.get() == device; });
+  if (known == devices_.end()) devices_.push_back(reference(device));
+}
+
+void DeviceMonitor::remove(GstDevice* device) {
+  std::lock_guard lock(mutex_);
+  std::erase_if(devices_, [device](const auto& other) { return other.get() == device; });
+}
+
+GstBusSyncReply DeviceMonitor::onMessage(GstBus*, GstMessage* message, gpointer self) {
+  acceptHandover(self);
+  auto& monitor = *static_cast<DeviceMonitor*>(self);
+  GstDevice* device = nullptr;
+  GstDevice* replaced = nullptr;
+  switch (GST_MESSAGE_TYPE(message)) {
+    case GST_MESSAGE_DEVICE_ADDED:
+      gst_message_parse_device_added(message, &device);
+      break;
+    case GST_MESSAGE_DEVICE_REMOVED:
+      gst_message_parse_device_removed(message, &replaced);
+      break;
+    case GST_MESSAGE_DEVICE_CHANGED:
+      gst_message_parse_device_changed(message, &device, &replaced);
+      break;
+    default:
+      break;
+  }
+  const GstPtr<GstDevice> added(device);
+  const GstPtr<GstDevice> removed(replaced);
+  if (removed) monitor.remove(removed.get());
+  if (added) monitor.add(added.get());
+  gst_message_unref(message);  // nobody reads the bus: what a handler drops it must free
+  return GST_BUS_DROP;
+}
+
+}  // namespace NimboEngine

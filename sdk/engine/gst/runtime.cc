@@ -1,0 +1,68 @@
+#include "gst/runtime.h"
+
+#include <array>
+
+#include "gst/gst_ptr.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+namespace {
+
+constexpr auto kNeeded = std::to_array<NeededElement>({
+    {"appsink", "gstreamer1.0-plugins-base"},
+    {"appsrc", "gstreamer1.0-plugins-base"},
+    {"audioconvert", "gstreamer1.0-plugins-base"},
+    {"audioresample", "gstreamer1.0-plugins-base"},
+    {"audiotestsrc", "gstreamer1.0-plugins-base"},
+    {"uridecodebin", "gstreamer1.0-plugins-base"},
+    {"videoconvertscale", "gstreamer1.0-plugins-base"},
+    {"videotestsrc", "gstreamer1.0-plugins-base"},
+    {"timeoverlay", "gstreamer1.0-x"},
+    {"aacparse", "gstreamer1.0-plugins-good"},
+    {"deinterlace", "gstreamer1.0-plugins-good"},
+    {"flvmux", "gstreamer1.0-plugins-good"},
+    {"jpegdec", "gstreamer1.0-plugins-good"},
+    {"v4l2src", "gstreamer1.0-plugins-good"},
+    {"videoflip", "gstreamer1.0-plugins-good"},
+    {"h264parse", "gstreamer1.0-plugins-bad"},
+    {"rtmp2sink", "gstreamer1.0-plugins-bad"},
+    {"x264enc", "gstreamer1.0-plugins-ugly"},
+    {"avenc_aac", "gstreamer1.0-libav"},
+    {"pulsesrc", "gstreamer1.0-pulseaudio"},
+    {"pipewiresrc", "gstreamer1.0-pipewire"},
+});
+
+bool start() {
+  GError* error = nullptr;
+  if (!gst_init_check(nullptr, nullptr, &error)) {
+    const GstPtr<GError> owned(error);
+    NIMBO_LOG_ERROR("GStreamer does not start: {}", owned ? owned->message : "unknown reason");
+    return false;
+  }
+  for (const auto& [factory, package] : kNeeded) {
+    if (!haveElement(factory)) {
+      NIMBO_LOG_WARN("GStreamer element {} is missing; Debian package {} brings it", factory,
+                     package);
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+std::span<const NeededElement> neededElements() {
+  return kNeeded;
+}
+
+bool startGstreamer() {
+  static const bool started = start();
+  return started;
+}
+
+bool haveElement(const std::string& factory) {
+  GstElementFactory* found = gst_element_factory_find(factory.c_str());
+  if (found) gst_object_unref(found);
+  return found != nullptr;
+}
+
+}  // namespace NimboEngine

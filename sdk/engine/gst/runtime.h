@@ -1,0 +1,28 @@
+// Starting GStreamer, once, and knowing which of its elements are there.
+//
+// Thread: any.
+// Ownership: none; GStreamer stays loaded until the process ends.
+
+#pragma once
+
+#include <span>
+#include <string>
+
+namespace NimboEngine {
+
+// An element that the engine uses, and the Debian package that brings it.
+struct NeededElement {
+  const char* factory;
+  const char* package;
+};
+
+std::span<const NeededElement> neededElements();
+
+// Starts GStreamer at the first call and logs each missing element with the name of its package.
+// False when GStreamer itself cannot start.
+bool startGstreamer();
+
+// Whether `factory` can be made. GStreamer must have been started.
+bool haveElement(const std::string& factory);
+
+}  // namespace NimboEngine

@@ -1,0 +1,34 @@
+// What the publisher needs to know of an FLV tag; everything else is the muxer's business.
+//
+// Thread: any; the functions keep no state.
+
+#pragma once
+
+#include <cstdint>
+
+#include "gst/gst_ptr.h"
+
+namespace NimboEngine {
+
+enum class FlvTag {
+  kFileHeader,  // the signature at the start of a file, which no connection needs
+  kMetadata,
+  kVideoHeader,  // codec configuration
+  kAudioHeader,
+  kVideoKeyFrame,
+  kVideoFrame,
+  kAudioFrame,
+  kOther,
+};
+
+// `buffer` holds one tag, or the file header. A buffer too short to tell is kOther.
+FlvTag classifyFlvTag(GstBuffer* buffer);
+
+// The tag's time stamp in ms; 0 for a buffer that is too short.
+uint32_t flvTimestamp(GstBuffer* tag);
+
+// A copy of `tag` with another time stamp. Headers are made once but are repeated to each
+// connection, where they must carry the time of the frames that follow.
+GstPtr<GstBuffer> withFlvTimestamp(GstBuffer* tag, uint32_t milliseconds);
+
+}  // namespace NimboEngine

@@ -1,0 +1,72 @@
+// One push: an encoder, a connection and the states between them (see push_state.h).
+//
+// Thread: start, stop and destruction on the engine thread, where the events are raised too; the
+//   consumer's side on the capture threads.
+// Ownership: owns encoder and connection. Take it out of the capture session before destroying
+//   it; destruction closes everything at once and raises nothing.
+// Failure: arrives as a report. After a report that ends the push (see push_state.h) the object
+//   is only good for destruction, which must not happen inside the event.
+
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "NimboSdk/LumoLiveResult.h"
+#include "base/engine_thread.h"
+#include "base/lifeline.h"
+#include "capture/frame_consumer.h"
+#include "publish/encoder.h"
+#include "publish/flv_outlet.h"
+#include "publish/push_state.h"
+#include "publish/push_url.h"
+#include "publish/rtmp_connection.h"
+
+namespace NimboEngine {
+
+// What happened to a push. `code` and `message` explain failures.
+struct PushOutcome {
+  PushReport report = PushReport::kNone;
+  LumoRtc::LumoLiveErrorCode code{};
+  std::string message;
+};
+
+class Publisher final : public FrameConsumer {
+ public:
+  struct Events {
+    std::function<void(const PushOutcome&)> onReport;
+    // The first key frame went out after the server had accepted.
+    std::function<void()> onFirstFrame;
+  };
+
+  Publisher(EngineThread& engine, const EncoderSettings& settings, Events events);
+  ~Publisher();
+
+  // Both are called once at most. A stop is answered by a report within half a second.
+  void start(const PushUrl& url);
+  void stop();
+
+  PushPhase phase() const { return state_.phase(); }
+
+  void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
+  void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
+
+ private:
+  FlvOutlet::Events outletEvents();
+  Encoder::Events encoderEvents();
+  void connect(const PushUrl& url);
+  void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
+  void finishConnection();
+  void closeConnection();
+
+  EngineThread& engine_;
+  const Events events_;
+  const Lifeline lifeline_;
+  PushState state_;
+  std::unique_ptr<RtmpConnection> connection_;
+  FlvOutlet outlet_;
+  Encoder encoder_;  // ends first: its threads use the outlet
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,39 @@
+// Where a picture goes in a view of another shape.
+//
+// Thread: any; plain functions of their arguments.
+
+#pragma once
+
+namespace NimboEngine {
+
+enum class ViewMode {
+  kFit,      // the whole picture, with borders where the shapes differ
+  kCrop,     // the view filled, the picture cut where the shapes differ
+  kStretch,  // the view filled, the picture distorted where the shapes differ
+};
+
+struct Size {
+  int width = 0;
+  int height = 0;
+  bool operator==(const Size&) const = default;
+};
+
+struct Rect {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  bool operator==(const Rect&) const = default;
+};
+
+// Which part of the picture is shown, and where in the view.
+struct ViewLayout {
+  Rect source;
+  Rect target;
+};
+
+// All sizes in pixels, at least 1. The layout's rectangles are at least 1 by 1 and inside the
+// picture and the view; the source starts at even places, where I420 has its own colour samples.
+ViewLayout layOut(Size picture, Size view, ViewMode mode);
+
+}  // namespace NimboEngine
