@@ -1,0 +1,33 @@
+#include "lumolivepush_node.h"
+
+#include <uv.h>
+
+#include "utils/type_converter.h"
+#include "wrapper/lumolivepush_js_wrapper.h"
+
+namespace LumoLivePushElectronSDK {
+
+void CreateLivePush(const v8::FunctionCallbackInfo<v8::Value>& args) {
+  LumoLivePushJSWrapper::CreateLivePush(args);
+}
+
+void Initialize(v8::Local<v8::Object> exports, v8::Local<v8::Value> /*module*/,
+                v8::Local<v8::Context> context) {
+  auto* isolate = v8::Isolate::GetCurrent();
+  if (node::GetCurrentEventLoop(isolate) != uv_default_loop()) {
+    isolate->ThrowException(v8::Exception::Error(TypeConverterUtils::CreateStringParam(
+        isolate,
+        "lumolivepush_electron_sdk works on the main thread only, not in a worker thread")));
+    return;
+  }
+  LumoLivePushJSWrapper::Init(exports);
+  const auto name = TypeConverterUtils::CreateStringParam(isolate, "createLivePush");
+  const auto function =
+      v8::FunctionTemplate::New(isolate, CreateLivePush)->GetFunction(context).ToLocalChecked();
+  function->SetName(name);
+  exports->Set(context, name, function).Check();
+}
+
+}  // namespace LumoLivePushElectronSDK
+
+NODE_MODULE_CONTEXT_AWARE(lumolivepush_electron_sdk, LumoLivePushElectronSDK::Initialize)

@@ -1,0 +1,145 @@
+#include "utils/type_converter.h"
+
+#include <node_buffer.h>
+
+#include <cstring>
+
+namespace LumoLivePushElectronSDK {
+namespace {
+
+// The property's value, or undefined when the key is missing or reading it throws. Every
+// converter answers undefined with its fallback, so the two cases need no telling apart.
+v8::Local<v8::Value> Member(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                            const std::string& key) {
+  if (!TypeConverterUtils::HasMember(isolate, object, key)) return v8::Undefined(isolate);
+  const v8::TryCatch swallow(isolate);
+  v8::Local<v8::Value> value;
+  const auto name = TypeConverterUtils::CreateStringParam(isolate, key.c_str());
+  if (!object->Get(isolate->GetCurrentContext(), name).ToLocal(&value)) {
+    return v8::Undefined(isolate);
+  }
+  return value;
+}
+
+// HasMember accepts a null isolate, so the readers by key must as well: they answer the fallback.
+template <typename Result, typename Convert>
+Result ReadMember(v8::Isolate* isolate, v8::Local<v8::Object>& object, const std::string& key,
+                  Result fallback, Convert convert) {
+  return isolate ? convert(isolate, Member(isolate, object, key)) : fallback;
+}
+
+}  // namespace
+
+bool TypeConverterUtils::HasMember(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                                   const std::string& key) {
+  if (!isolate || object->IsNull() || key.empty()) return false;
+  const v8::TryCatch swallow(isolate);
+  return object->Has(isolate->GetCurrentContext(), CreateStringParam(isolate, key.c_str()))
+      .FromMaybe(false);
+}
+
+int32_t TypeConverterUtils::GetObjectIntValue(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                                              const std::string& key) {
+  return ReadMember(isolate, object, key, -1, GetIntValue);
+}
+
+uint32_t TypeConverterUtils::GetObjectUIntValue(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                                                const std::string& key) {
+  return ReadMember(isolate, object, key, 0U, GetUIntValue);
+}
+
+bool TypeConverterUtils::GetObjectBoolValue(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                                            const std::string& key) {
+  return ReadMember(isolate, object, key, false, GetBooleanValue);
+}
+
+double TypeConverterUtils::GetObjectNumberValue(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                                                const std::string& key) {
+  return ReadMember(isolate, object, key, 0.0, GetNumberValue);
+}
+
+std::string TypeConverterUtils::GetObjectStringValue(v8::Isolate* isolate,
+                                                     v8::Local<v8::Object>& object,
+                                                     const std::string& key) {
+  return ReadMember(isolate, object, key, std::string(), GetStringValue);
+}
+
+char* TypeConverterUtils::GetObjectCharValue(v8::Isolate* isolate, v8::Local<v8::Object>& object,
+                                             const std::string& key) {
+  return ReadMember<char*>(isolate, object, key, nullptr, GetCharValue);
+}
+
+int32_t TypeConverterUtils::GetIntValue(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  if (!value->IsNumber()) return -1;
+  return value->Int32Value(isolate->GetCurrentContext()).FromMaybe(-1);
+}
+
+uint32_t TypeConverterUtils::GetUIntValue(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  if (!value->IsNumber()) return 0;
+  return value->Uint32Value(isolate->GetCurrentContext()).FromMaybe(0);
+}
+
+bool TypeConverterUtils::GetBooleanValue(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  return value->IsBoolean() && value->BooleanValue(isolate);
+}
+
+double TypeConverterUtils::GetNumberValue(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  if (!value->IsNumber()) return 0.0;
+  return value->NumberValue(isolate->GetCurrentContext()).FromMaybe(0.0);
+}
+
+std::string TypeConverterUtils::GetStringValue(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  if (!isolate || !value->IsString()) return {};
+  const v8::String::Utf8Value text(isolate, value);
+  // Built from the pointer alone, so that the text ends at an embedded U+0000.
+  return *text ? std::string(*text) : std::string();
+}
+
+char* TypeConverterUtils::GetCharValue(v8::Isolate* /*isolate*/, v8::Local<v8::Value> value) {
+  return node::Buffer::HasInstance(value) ? node::Buffer::Data(value) : nullptr;
+}
+
+v8::Local<v8::String> TypeConverterUtils::CreateStringParam(v8::Isolate* isolate,
+                                                            const char* text) {
+  return v8::String::NewFromUtf8(isolate, text ? text : "").ToLocalChecked();
+}
+
+v8::Local<v8::Number> TypeConverterUtils::CreateIntParam(v8::Isolate* isolate, const int& value) {
+  return v8::Number::New(isolate, value);
+}
+
+v8::Local<v8::Integer> TypeConverterUtils::CreateInt32Param(v8::Isolate* isolate,
+                                                            const int& value) {
+  return v8::Integer::New(isolate, value);
+}
+
+v8::Local<v8::Integer> TypeConverterUtils::CreateUint32Param(v8::Isolate* isolate,
+                                                             const unsigned int& value) {
+  return v8::Integer::New(isolate, static_cast<int32_t>(value));
+}
+
+v8::Local<v8::Number> TypeConverterUtils::CreateUint64Param(v8::Isolate* isolate,
+                                                            const uint64_t& value) {
+  return v8::Number::New(isolate, static_cast<double>(value));
+}
+
+v8::Local<v8::Boolean> TypeConverterUtils::CreateBoolParam(v8::Isolate* isolate,
+                                                           const bool& value) {
+  return v8::Boolean::New(isolate, value);
+}
+
+v8::Local<v8::Number> TypeConverterUtils::CreateDoubleParam(v8::Isolate* isolate,
+                                                            const double& value) {
+  return v8::Number::New(isolate, value);
+}
+
+v8::Local<v8::Uint8Array> TypeConverterUtils::CreateDataParam(v8::Isolate* isolate,
+                                                              unsigned char* data,
+                                                              unsigned int length) {
+  // Copied, never wrapped: Electron's V8 refuses array buffers over foreign memory.
+  const auto buffer = v8::ArrayBuffer::New(isolate, length);
+  if (length > 0) std::memcpy(buffer->Data(), data, length);
+  return v8::Uint8Array::New(buffer, 0, length);
+}
+
+}  // namespace LumoLivePushElectronSDK

@@ -1,0 +1,118 @@
+// The one object through which the SDK reports to a wrapper: every callback copies its arguments,
+// queues a closure for the JavaScript thread and returns.
+//
+// Thread: the callbacks may come from any number of SDK threads at once. NotifyError from any.
+//   Construction, destruction and the dispatcher: the JavaScript thread.
+// Ownership: owned by its wrapper; refers to the wrapper's plug-in map. Whoever destroys it has
+//   detached it from the pusher and all players before. Closures that are still queued are then
+//   destroyed unrun.
+// Failure: none is reported to the SDK; an event that nobody listens to is dropped.
+
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "NimboSdk/LumoLivePlayer.h"
+#include "NimboSdk/LumoLivePusher.h"
+#include "plugin/plugin_obj.h"
+#include "utils/callback_queue.h"
+#include "utils/event_dispatcher.h"
+#include "utils/lumolivepush_js_define.h"
+#include "utils/video_render_data_cache.h"
+
+namespace LumoLivePushElectronSDK {
+
+// The text that names a player towards JavaScript: its address as an output stream writes an
+// untyped pointer ("0x…"), "" for null.
+std::string GET_PLAYER_ID(const LumoRtc::LumoLivePlayer* player);
+
+// A native value on its way to JavaScript. A `const char*` is read only on the JavaScript thread,
+// so it must live as long as the process.
+using PayloadValue = std::variant<std::string, const char*, int32_t, uint32_t, bool>;
+
+// Key and value, in the order in which JavaScript sees them.
+struct PayloadEntry {
+  const char* key;
+  PayloadValue value;
+};
+using Payload = std::vector<PayloadEntry>;
+
+class EventListener final : public EventDispatcher,
+                            public LumoRtc::LumoLivePushErrorListener,
+                            public LumoRtc::LumoLivePushInfoListener,
+                            public LumoRtc::LumoLivePlayInfoListener,
+                            public LumoRtc::LumoLivePushNetworkListener,
+                            public LumoRtc::LumoLiveVideoFrameListener,
+                            public VideoRenderDataObserver {
+ public:
+  explicit EventListener(PluginMap& plugins);
+  ~EventListener() override;
+
+  // Queues "onOccurError" with the code as its one argument.
+  void NotifyError(LumoLivePushJSWrapperErrorCode code);
+
+  // LumoLivePushErrorListener
+  void onSystemError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) override;
+  void onSDKError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) override;
+
+  // LumoLivePushInfoListener
+  void onPreviewStarted(LumoRtc::LumoLivePusher*) override;
+  void onPreviewStopped(LumoRtc::LumoLivePusher*) override;
+  void onPushStarted(LumoRtc::LumoLivePusher*) override;
+  void onPushStopped(LumoRtc::LumoLivePusher*) override;
+  void onFirstFramePushed(LumoRtc::LumoLivePusher*) override;
+  void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int volumeInfoCount,
+                             int totalVolume) override;  // LumoLivePlayInfoListener's as well
+  void onActiveSpeaker(LumoRtc::LumoLivePusher*) override;
+  void onSetLiveMixTranscodingConfig(LumoRtc::LumoLivePusher*, bool isSuccess,
+                                     LumoRtc::String message) override;
+
+  // LumoLivePlayInfoListener
+  void onPlayStarted(LumoRtc::LumoLivePlayer* player) override;
+  void onPlayStopped(LumoRtc::LumoLivePlayer* player) override;
+  void onFirstVideoFrameDrawn(LumoRtc::LumoLivePlayer* player) override;
+  void onError(LumoRtc::LumoLivePlayer* player, LumoRtc::LumoLivePlayError code,
+               const char* message) override;
+  void onNetworkQualityChange(LumoRtc::LumoLivePlayer* player,
+                              LumoRtc::LumoLiveNetworkQuality quality) override;
+  void onPlayerStatistics(LumoRtc::LumoLivePlayer* player,
+                          LumoRtc::LumoLivePlayerStatsInfo stats) override;
+  void onActiveSpeaker(LumoRtc::LumoLiveUserVolumeEnum userType,
+                       LumoRtc::LumoLivePlayer* player) override;
+
+  // LumoLivePushNetworkListener
+  void onNetworkPoor(LumoRtc::LumoLivePusher*) override;
+  void onNetworkRecovery(LumoRtc::LumoLivePusher*) override;
+  void onReconnectStart(LumoRtc::LumoLivePusher*) override;
+  void onConnectionLost(LumoRtc::LumoLivePusher*) override;
+  void onReconnectFail(LumoRtc::LumoLivePusher*) override;
+  void onReconnectSucceed(LumoRtc::LumoLivePusher*) override;
+  void onSendDataTimeout(LumoRtc::LumoLivePusher*) override;
+  void onConnectFail(LumoRtc::LumoLivePusher*) override;
+  void onPushURLAuthenticationOverdue(LumoRtc::LumoLivePusher*) override;
+  void onSendMessage(LumoRtc::LumoLivePusher*) override;
+  void onPacketsLost(LumoRtc::LumoLivePusher*) override;
+
+  // LumoLiveVideoFrameListener
+  bool onCaptureVideoSample(LumoRtc::LumoLivePusher*, LumoRtc::LumoLiveVideoSource source,
+                            LumoRtc::LumoLiveVideoRawData& frame) override;
+  bool onRemoteVideoSample(LumoRtc::LumoLivePlayer* player, LumoRtc::LumoLiveVideoSource source,
+                           LumoRtc::LumoLiveVideoRawData& frame) override;
+
+  // VideoRenderDataObserver
+  void OnVideoRenderDataNeedUpdate(std::string& uid) override;
+
+ private:
+  void Raise(const char* event);
+  void Raise(const char* event, Payload payload);
+
+  CallBackQueue mQueue;
+  PluginMap& mPlugins;
+  std::mutex mPluginMutex;  // one capture callback walks the plug-ins at a time
+};
+
+}  // namespace LumoLivePushElectronSDK

@@ -1,0 +1,149 @@
+// The class behind every object that createLivePush() returns.
+//
+// Thread: the JavaScript thread only. SDK threads reach JavaScript through the EventListener's
+//   queue and never touch a wrapper.
+// Ownership: see the members. A wrapper lives as long as its JavaScript object is reachable.
+// Failure: nothing is thrown to JavaScript; each method answers its documented failure value.
+
+#pragma once
+
+#include <node.h>
+#include <node_object_wrap.h>
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "NimboSdk/LumoLivePlayer.h"
+#include "NimboSdk/LumoLivePusher.h"
+#include "plugin/plugin_obj.h"
+#include "utils/lumolivepush_js_define.h"
+#include "wrapper/method_table.h"
+
+namespace LumoLivePushElectronSDK {
+
+class EventListener;
+
+using Arguments = v8::FunctionCallbackInfo<v8::Value>;
+
+// Where a log line comes from. Take it with LUMO_HERE in the handler itself: lines carry the
+// handler's name, which a lambda or a helper would replace by its own.
+struct CallSite {
+  const char* function;
+  int line;
+};
+#define LUMO_HERE                       \
+  ::LumoLivePushElectronSDK::CallSite { \
+    __func__, __LINE__                  \
+  }
+
+class LumoLivePushJSWrapper : public node::ObjectWrap {
+ public:
+  // Puts the class and its methods on the module's exports.
+  static void Init(v8::Local<v8::Object> exports);
+  static void CreateLivePush(const Arguments& args);
+
+  // The sixty methods, implemented by area in wrapper/methods/.
+#define LUMO_DECLARE_HANDLER(jsName, Handler) static void Handler(const Arguments& args);
+  LUMO_METHOD_TABLE(LUMO_DECLARE_HANDLER)
+#undef LUMO_DECLARE_HANDLER
+
+  // ---- Finding things
+
+  // Null when the receiver was not built by New.
+  static LumoLivePushJSWrapper* Find(const Arguments& args);
+
+  // The pusher of the call's wrapper, created when need be; null without a wrapper or a pusher.
+  static LumoRtc::LumoLivePusher* GetPusherInstance(const Arguments& args);
+
+  // The player named by the call's first argument; null, after a log line, when there is none.
+  static LumoRtc::LumoLivePlayer* GetPlayerInstanceByPlayerID(const Arguments& args);
+
+  // A new player, entered in the map; null, after a log line, when the SDK refuses.
+  static LumoRtc::LumoLivePlayer* GetNewPlayerInstance(const Arguments& args);
+
+  // The plug-in named by the call's first argument; null, after a log line, when there is none.
+  static PluginObj* GetPluginObjByPluginID(const Arguments& args);
+
+  // ---- Parts of a wrapper
+
+  // With the acquisition flag true: creates the pusher, and with it the listener, on first use.
+  // With false: never creates one, but attaches the listener on every call.
+  LumoRtc::LumoLivePusher* GetLivePusher();
+  void AttachListener();
+  void DestroyPusher();
+  // What stands in mLivePusher now, without creating anything: user code that ran since the lookup
+  // may have destroyed the pusher.
+  LumoRtc::LumoLivePusher* CurrentPusher() const {
+    return mLivePusher;
+  }
+
+  // A miss leaves a null entry behind; an empty ID is looked up nowhere.
+  LumoRtc::LumoLivePlayer* GetLivePlayer(const std::string& playerId);
+  bool HasPlayer(LumoRtc::LumoLivePlayer* player) const;
+  static void DestroyPlayer(LumoRtc::LumoLivePlayer* player);
+
+  // 0 when loaded, 1 when not. `type` only has to be at least 1.
+  int InjectPlugin(const std::string& pluginId, const std::string& path, int type);
+  // Destroys the instance and closes the library: dlclose's result, or 1 without a handle.
+  static int ExjectPlugin(PluginObj* object);
+  // uninit, release, ExjectPlugin, and the end of the record. Null is accepted.
+  static void UnloadPlugin(PluginObj* object);
+  // A miss leaves a null entry behind; an empty ID is looked up nowhere.
+  PluginObj* GetPluginObj(const std::string& pluginId);
+
+  // ---- SDK library, log and errors
+
+  // Opens the SDK library in sdk_path and finds its logger there. Whether the library opened.
+  static bool LoadSDK();
+
+  // Writes a line on behalf of JavaScript. `message` is the logger's format.
+  static void WriteLog(const char* message, LumoRtc::LumoLivePushLogLevel level);
+
+  // Reports `code` as "onOccurError", later; dropped while there is no listener.
+  static void NotifyError(const Arguments& args, LumoLivePushJSWrapperErrorCode code);
+
+  // Writes a line of the add-on's own; nothing before the SDK's logger was found.
+  template <typename... Values>
+  static void Log(CallSite site, LumoRtc::LumoLivePushLogLevel level, const char* format,
+                  Values... values) {
+    if (!sFuncOutputLog) return;
+    sFuncOutputLog(kSourceFile, site.function, site.line, "Electron", level, format, values...);
+  }
+  template <typename... Values>
+  static void LogFailure(CallSite site, const char* format, Values... values) {
+    Log(site, LumoRtc::kLumoLivePushLogLevelError, format, values...);
+  }
+
+  // Directory that holds NimboSdk.framework; set by registPlugin.
+  static std::string sdk_path;
+
+  // ---- State; the methods are spread over several files, all of this class
+  using OutputLog = void (*)(const char* file, const char* function, int line, const char* tag,
+                             int level, const char* format, ...);
+
+ private:
+  explicit LumoLivePushJSWrapper(bool autoCreatePusher);
+  ~LumoLivePushJSWrapper() override;
+
+  static void New(const Arguments& args);
+  void EnsureListener();
+
+  static v8::Persistent<v8::Function> constructor;
+  static void* sLibraryHandler;  // never closed
+  static OutputLog sFuncOutputLog;
+  static const char* const kSourceFile;  // the same in every line, whichever file writes it
+
+  // Given.
+  const bool mAutoCreatePusher;
+  std::string mExtraConfig;
+
+  // Owned.
+  LumoRtc::LumoLivePusher* mLivePusher = nullptr;  // through LumoLivePusher::destroy()
+  EventListener* mEventListener = nullptr;
+  std::map<std::string, LumoRtc::LumoLivePlayer*> mPlayers;  // key: player ID
+  PluginMap mPlugins;                                        // read by the listener as well
+  std::mutex mPluginMutex;  // guards mPlugins against this wrapper's own plug-in methods
+};
+
+}  // namespace LumoLivePushElectronSDK

@@ -1,0 +1,65 @@
+// The methods of a LumoLivePushJSWrapper: JavaScript name and handler, in registration order.
+
+#pragma once
+
+#define LUMO_METHOD_TABLE(METHOD)                                                \
+  METHOD(setExtraConfig, SetExtraConfig)                                         \
+  METHOD(registPlugin, RegistPlugin)                                             \
+  METHOD(initPusher, InitPusher)                                                 \
+  METHOD(destroyPusher, DestroyPusher)                                           \
+  METHOD(startPreview, StartPreview)                                             \
+  METHOD(startPreviewAsync, StartPreviewAsync)                                   \
+  METHOD(stopPreview, StopPreview)                                               \
+  METHOD(startPush, StartPush)                                                   \
+  METHOD(startPushAsync, StartPushAsync)                                         \
+  METHOD(stopPush, StopPush)                                                     \
+  METHOD(startCamera, StartCamera)                                               \
+  METHOD(stopCamera, StopCamera)                                                 \
+  METHOD(getAudioCaptureList, GetAudioCaptureList)                               \
+  METHOD(getCurrentAudioCaptureName, GetCurrentAudioCaptureName)                 \
+  METHOD(getCurrentAudioCaptureID, GetCurrentAudioCaptureID)                     \
+  METHOD(setCurrentAudioCaptureName, SetCurrentAudioCaptureName)                 \
+  METHOD(setCurrentAudioCaptureID, SetCurrentAudioCaptureID)                     \
+  METHOD(setMute, SetMute)                                                       \
+  METHOD(getCameraList, GetCameraList)                                           \
+  METHOD(getCurrentCameraName, GetCurrentCameraName)                             \
+  METHOD(getCurrentCameraID, GetCurrentCameraID)                                 \
+  METHOD(setCurrentCameraName, SetCurrentCameraName)                             \
+  METHOD(setCurrentCameraID, SetCurrentCameraID)                                 \
+  METHOD(enableAudioVolumeIndication, EnableAudioVolumeIndication)               \
+  METHOD(setTargetVideoBitrate, SetTargetVideoBitrate)                           \
+  METHOD(setMinVideoBitrate, SetMinVideoBitrate)                                 \
+  METHOD(setResolution, SetResolution)                                           \
+  METHOD(setFps, SetFps)                                                         \
+  METHOD(setLiveMixTranscodingConfig, SetLiveMixTranscodingConfig)               \
+  METHOD(muteLocalCamera, MuteLocalCamera)                                       \
+  METHOD(startScreenShareByDesktopId, StartScreenShareByDesktopId)               \
+  METHOD(setScreenShareEncoderConfiguration, SetScreenShareEncoderConfiguration) \
+  METHOD(getScreenShareEncoderConfiguration, GetScreenShareEncoderConfiguration) \
+  METHOD(switchScreenToCamera, SwitchScreenToCamera)                             \
+  METHOD(pauseScreenShare, PauseScreenShare)                                     \
+  METHOD(resumeScreenShare, ResumeScreenShare)                                   \
+  METHOD(getScreenShareSourceInfo, GetScreenShareSourceInfo)                     \
+  METHOD(getCurrentScreenShareSourceId, GetCurrentScreenShareSourceId)           \
+  METHOD(getSDKVersion, GetSDKVersion)                                           \
+  METHOD(isSupportLiveMode, IsSupportLiveMode)                                   \
+  METHOD(setLogDirPath, SetLogDirPath)                                           \
+  METHOD(setLogLevel, SetLogLevel)                                               \
+  METHOD(setConsoleEnabled, SetConsoleEnabled)                                   \
+  METHOD(initPlayer, InitPlayer)                                                 \
+  METHOD(destroyPlayer, DestroyPlayer)                                           \
+  METHOD(setPlayView, SetPlayView)                                               \
+  METHOD(startPlay, StartPlay)                                                   \
+  METHOD(stopPlay, StopPlay)                                                     \
+  METHOD(setRemoteAudioVolume, SetRemoteAudioVolume)                             \
+  METHOD(getPlayMode, GetPlayMode)                                               \
+  METHOD(addEventListener, AddEventListener)                                     \
+  METHOD(writeLog, WriteLog)                                                     \
+  METHOD(initializePluginManager, InitializePluginManager)                       \
+  METHOD(releasePluginManager, ReleasePluginManager)                             \
+  METHOD(addPlugin, AddPlugin)                                                   \
+  METHOD(removePlugin, RemovePlugin)                                             \
+  METHOD(getPlugins, GetPlugins)                                                 \
+  METHOD(enablePlugin, EnablePlugin)                                             \
+  METHOD(setPluginParameter, SetPluginParameter)                                 \
+  METHOD(getPluginParameter, GetPluginParameter)

@@ -1,0 +1,29 @@
+// addEventListener.
+
+#include "wrapper/lumolivelistener_js_wrapper.h"
+#include "wrapper/method_support.h"
+
+namespace LumoLivePushElectronSDK {
+
+void LumoLivePushJSWrapper::AddEventListener(const Arguments& args) {
+  SetResult(args, false);
+  if (args.Length() != 2 || !args[0]->IsString() || !args[1]->IsFunction()) {
+    NotifyError(args, kInvalidParam);
+    return LogFailure(LUMO_HERE, "%s: invaild param", __func__);
+  }
+  const std::string name = StringAt(args, 0);
+  // The listener that owns the dispatcher comes into being with the pusher.
+  if (!GetPusherInstance(args)) return FailWithoutPusher(args, LUMO_HERE, kListenerNeedsPusher);
+  auto* isolate = args.GetIsolate();
+  v8::Persistent<v8::Function> callback(isolate, args[1].As<v8::Function>());
+  v8::Persistent<v8::Object> receiver(isolate, args.This());
+  auto* wrapper = Find(args);
+  if (wrapper && wrapper->mEventListener) {
+    wrapper->mEventListener->AddEventListener(name, receiver, callback);
+    SetResult(args, true);
+  }
+  callback.Reset();
+  receiver.Reset();
+}
+
+}  // namespace LumoLivePushElectronSDK
