@@ -1,0 +1,143 @@
+'use strict';
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { isMainThread } = require('node:worker_threads');
+const { AddonLoadError } = require('./addon_load_error');
+const { binaryTarget } = require('./binary_target');
+
+const PLATFORMS = ['linux', 'darwin'];
+
+/**
+ * What is known about a failure.
+ * @typedef {object} Failure
+ * @property {string} addon the add-on's file
+ * @property {string} sdk the file of the SDK beside it
+ * @property {string} message what the runtime said; empty when it was not asked
+ */
+
+const root = path.join(__dirname, '..');
+const { electron } = process.versions;
+const runtime = electron ? `Electron ${electron}` : `Node.js ${process.versions.node}`;
+const here = `${process.platform}-${process.arch}`;
+
+const build = electron
+  ? `Run "npx cmake-js compile -O build/release --runtime electron --runtime-version ${electron}" in ${root}.`
+  : `Run "npm run build" in ${root}.`;
+
+/** @returns {{platform: string, arch: string} | undefined} undefined when it cannot be told */
+function targetOf(file) {
+  try {
+    return binaryTarget(file);
+  } catch {
+    return undefined;
+  }
+}
+
+/** The library of another machine among the two, described; undefined when there is none. */
+function foreign({ addon, sdk }) {
+  for (const file of [addon, sdk]) {
+    const target = targetOf(file);
+    if (!target) continue;
+    const fits =
+      target.platform === process.platform && ['any', process.arch].includes(target.arch);
+    if (!fits) return `${file} was built for ${target.platform}-${target.arch}, this is ${here}.`;
+  }
+  return undefined;
+}
+
+function missingLibrary({ message }) {
+  const [, library] =
+    /([^\s:]+): cannot open shared object file/.exec(message) ??
+    /Library not loaded: (\S+)/.exec(message) ??
+    /version `([^']+)' not found/.exec(message) ??
+    [];
+  return library && `the system library ${library}, which it needs, is not installed.`;
+}
+
+/**
+ * The causes, the first that applies wins. `reason` answers undefined (or false) when the cause
+ * does not apply.
+ * @type {{code: string, reason: (failure: Failure) => any, remedy: string}[]}
+ */
+const CAUSES = [
+  {
+    code: 'UNSUPPORTED_PLATFORM',
+    reason: () => !PLATFORMS.includes(process.platform) && `there is no build for ${here}.`,
+    remedy: `Use one of these platforms: ${PLATFORMS.join(', ')}.`,
+  },
+  {
+    code: 'INSIDE_ARCHIVE',
+    reason: ({ addon }) =>
+      addon.includes('app.asar.unpacked') &&
+      !fs.existsSync(addon) &&
+      `it lies inside an asar archive, from which no native library can be loaded; ${addon} is missing.`,
+    remedy:
+      'Have your packager unpack it: "asarUnpack": ["**/node_modules/lumolivepush-electron-sdk/**"].',
+  },
+  {
+    code: 'NO_BUILD',
+    reason: ({ addon }) =>
+      !fs.existsSync(addon) &&
+      `there is no build for ${here}, ABI ${process.versions.modules} (${runtime}): ${addon} is missing.`,
+    remedy: build,
+  },
+  {
+    code: 'WORKER_THREAD',
+    reason: () => !isMainThread && 'this is a worker thread.',
+    remedy: 'Require it in the main thread.',
+  },
+  {
+    code: 'WRONG_ARCHITECTURE',
+    reason: foreign,
+    remedy: `Install or build the package on ${here}. ${build}`,
+  },
+  {
+    code: 'ABI_MISMATCH',
+    reason: ({ message }) =>
+      /NODE_MODULE_VERSION|symbol.*(2v8|4node|\buv_|\bnode_)/i.test(message) &&
+      `it was built for another runtime than ${runtime} (ABI ${process.versions.modules}).`,
+    remedy: build,
+  },
+  {
+    code: 'SDK_NOT_FOUND',
+    reason: ({ message, sdk }) =>
+      message.includes('NimboSdk') &&
+      !fs.existsSync(sdk) &&
+      `NimboSdk was not found: ${sdk} is missing.`,
+    remedy: `Put NimboSdk.framework beside the add-on. ${build}`,
+  },
+  {
+    code: 'SDK_MISMATCH',
+    reason: ({ message }) =>
+      /symbol.*LumoRtc/i.test(message) && 'NimboSdk is of another version than the add-on.',
+    remedy: build,
+  },
+  {
+    code: 'MISSING_LIBRARY',
+    reason: missingLibrary,
+    remedy: `Install the package that holds it; ${path.join(root, 'docs/building.md')} tells more.`,
+  },
+  {
+    code: 'LOAD_FAILED',
+    reason: ({ message }) => `${message}.`,
+    remedy: build,
+  },
+];
+
+/**
+ * @param {string} addon the add-on's file
+ * @param {string} sdk the SDK's file
+ * @param {Error} [cause] what loading threw; nothing when the file is not there
+ * @returns {AddonLoadError}
+ */
+function explainLoadFailure(addon, sdk, cause) {
+  const failure = { addon, sdk, message: cause?.message ?? '' };
+  for (const { code, reason, remedy } of CAUSES) {
+    const text = reason(failure);
+    if (text) return new AddonLoadError({ code, reason: text, remedy, cause });
+  }
+  throw new Error('unreachable: the last cause always applies');
+}
+
+module.exports = { explainLoadFailure };

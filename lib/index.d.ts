@@ -1,0 +1,58 @@
+import type { LumoLivePushJSWrapper } from './types/wrapper';
+
+export * from './types/events';
+export * from './types/live_push';
+export * from './types/records';
+export * from './types/wrapper';
+
+/** Makes a native object. Arguments are ignored. @throws {AddonLoadError} */
+export function createLivePush(): LumoLivePushJSWrapper;
+
+/** The folder that holds the bundled SDK, ready for registPlugin. */
+export const sdkDirectory: string;
+
+/** Whether the native add-on could be loaded. If not, `loadError` tells why. */
+export function isSupported(): boolean;
+
+/** Why the native add-on cannot be used; undefined when it can. */
+export const loadError: AddonLoadError | undefined;
+
+/**
+ * What stands in the way of the native add-on.
+ *
+ * - `UNSUPPORTED_PLATFORM`: there is no build for this operating system.
+ * - `INSIDE_ARCHIVE`: the add-on was packed into an asar archive.
+ * - `NO_BUILD`: the add-on was not built.
+ * - `WORKER_THREAD`: it works in the main thread only.
+ * - `WRONG_ARCHITECTURE`: it was built for another machine.
+ * - `ABI_MISMATCH`: it was built for another runtime.
+ * - `SDK_NOT_FOUND`: NimboSdk.framework is not beside it.
+ * - `SDK_MISMATCH`: NimboSdk is of another version.
+ * - `MISSING_LIBRARY`: a library of the system is not installed.
+ * - `LOAD_FAILED`: anything else; the message has the runtime's words.
+ */
+export type AddonLoadErrorCode =
+  | 'UNSUPPORTED_PLATFORM'
+  | 'INSIDE_ARCHIVE'
+  | 'NO_BUILD'
+  | 'WORKER_THREAD'
+  | 'WRONG_ARCHITECTURE'
+  | 'ABI_MISMATCH'
+  | 'SDK_NOT_FOUND'
+  | 'SDK_MISMATCH'
+  | 'MISSING_LIBRARY'
+  | 'LOAD_FAILED';
+
+/**
+ * Why the native add-on could not be loaded, and what to do about it. Importing the package never
+ * throws; this is thrown when createLivePush or a class is used.
+ */
+export class AddonLoadError extends Error {
+  private constructor();
+  readonly name: 'AddonLoadError';
+  readonly code: AddonLoadErrorCode;
+  /** What to do; the message ends with it too. */
+  readonly remedy: string;
+  /** What the runtime threw, when it was the runtime that refused. */
+  readonly cause?: Error;
+}

@@ -1,0 +1,179 @@
+/// <reference types="node" />
+
+// The events and what they carry. Listeners are called on the JavaScript thread, one event at a
+// time, in the order in which the SDK raised them, and never inside the call that caused them.
+
+/** An error of the SDK. */
+export interface SdkError {
+  msg: string;
+  /** The default SDK's codes are in `sdk/include/NimboSdk/LumoLiveResult.h`. */
+  code: number;
+}
+
+/** The SDK's verdict on a mix layout. */
+export interface MixVerdict {
+  isSuccess: boolean;
+  /** The reason of a refusal. */
+  msg: string;
+}
+
+/** Names the player that an event is about. */
+export interface PlayerEvent {
+  playerID: string;
+}
+
+export interface PlayError extends PlayerEvent {
+  msg: string;
+  /** The SDK's code. */
+  code: number;
+}
+
+export interface NetworkQualityChange extends PlayerEvent {
+  /** 0 unknown, 1 excellent, 2 good, 3 poor, 4 bad, 5 down. */
+  quality: 0 | 1 | 2 | 3 | 4 | 5;
+}
+
+/** Once-a-second figures of a player. */
+export interface PlayerStatistics extends PlayerEvent {
+  userId: string;
+  /** The same text as `userId`. */
+  channelId: string;
+  /** Pixels. */
+  videoWidth: number;
+  /** Pixels. */
+  videoHeight: number;
+  /** Frames per second. */
+  decodeFps: number;
+  /** Frames per second. */
+  renderFps: number;
+  /** kbit/s. */
+  videoBitrate: number;
+  /** kbit/s. */
+  audioBitrate: number;
+  /** Percent. */
+  audioLossRate: number;
+  /** Percent. */
+  lossRate: number;
+}
+
+/** Whose sound it is: 0 the local user's, 1 the mix of all, 2 a remote user's. */
+export type UserType = 0 | 1 | 2;
+
+export interface ActiveSpeaker extends PlayerEvent {
+  userType: UserType;
+  /** "" unless `userType` is 2. */
+  playerID: string;
+}
+
+/** The first record of a volume report, with the report's totals. */
+export interface AudioVolume extends PlayerEvent {
+  userType: UserType;
+  /** "" unless `userType` is 2. */
+  playerID: string;
+  /** Whether there is voice. */
+  speechState: boolean;
+  /** 0 (silent) to 255 (full scale). */
+  volume: number;
+  /** 0 (silent) to 255 (full scale). */
+  sumVolume: number;
+  /** How many records the report had. */
+  volumeInfoCount: number;
+  /** The SDK's total of the report. */
+  totalVolume: number;
+}
+
+/**
+ * A raw picture, I420: a Y plane of `height` rows, U and V planes of `(height + 1) / 2` rows. The
+ * bytes are a copy of JavaScript's own. A row of the Y plane has `data_y_len / height` bytes.
+ */
+export interface VideoFrame {
+  /** 0 camera, 1 screen. */
+  source: 0 | 1;
+  /** "preview" for captured pictures, else the player ID. */
+  user_id: string;
+  /** Pixels, a multiple of 8: narrower pictures stand in the middle, with zeros beside them. */
+  width: number;
+  /** Pixels. */
+  height: number;
+  data_y: Buffer;
+  /** Bytes. */
+  data_y_len: number;
+  data_u: Buffer;
+  /** Bytes. */
+  data_u_len: number;
+  data_v: Buffer;
+  /** Bytes. */
+  data_v_len: number;
+}
+
+/** Every event, with the arguments of its listener. */
+export interface EventMap {
+  /** The machine failed the SDK: a device, a file, memory. */
+  onSystemError: [error: SdkError];
+  /** An operation of the SDK failed. */
+  onSDKError: [error: SdkError];
+  /** The preview shows its first picture. */
+  onPreviewStarted: [];
+  /** The preview has ended. */
+  onPreviewStopped: [];
+  /** The server has accepted the stream. */
+  onPushStarted: [];
+  /** The push has ended. */
+  onPushStopped: [];
+  /** The first picture has left for the server. */
+  onFirstFramePushed: [];
+  /** The verdict on the layout of setLiveMixTranscodingConfig. */
+  onSetLiveMixTranscodingConfig: [verdict: MixVerdict];
+  /** A player plays. */
+  onPlayStarted: [player: PlayerEvent];
+  /** A player has stopped. */
+  onPlayStopped: [player: PlayerEvent];
+  /** A player shows its first picture. */
+  onFirstRemoteVideoFrameDrawn: [player: PlayerEvent];
+  /** A player failed. */
+  onPlayError: [error: PlayError];
+  /** The quality of a player's connection has changed. */
+  onNetworkQualityChange: [change: NetworkQualityChange];
+  /** Once a second for each player that plays. */
+  onPlayerStatistics: [statistics: PlayerStatistics];
+  /** A volume report, see enableAudioVolumeIndication. */
+  onAudioVolumeCallback: [volume: AudioVolume];
+  /** Who speaks has changed. */
+  onActiveSpeaker: [speaker: ActiveSpeaker];
+  /** The connection to the server is too slow for the stream. */
+  onNetworkPoor: [];
+  /** The connection to the server is good again. */
+  onNetworkRecovery: [];
+  /** The connection broke, and the SDK tries to connect again. */
+  onReconnectStart: [];
+  /** The connection broke, and the push has ended. */
+  onConnectionLost: [];
+  /** The SDK has given up connecting again. */
+  onReconnectFail: [];
+  /** The SDK has connected again. */
+  onReconnectSucceed: [];
+  /** The server has not taken data for too long. */
+  onSendDataTimeout: [];
+  /** The push could not begin; "onSDKError" tells why. */
+  onConnectFail: [];
+  /** The authentication in the push URL has expired. */
+  onPushURLAuthenticationOverdue: [];
+  /** A message was sent with the stream. */
+  onSendMessage: [];
+  /** Packets were lost on the way to the server. */
+  onPacketsLost: [];
+  /** Reserved, never raised: see "onVideoRenderData". */
+  onCaptureVideoSample: [sample: never];
+  /** Reserved, never raised: see "onVideoRenderData". */
+  onReceivedRemoteVideoSample: [sample: never];
+  /**
+   * New raw pictures of one owner, the camera's before the screen's; sometimes none. At most about
+   * 30 times a second for each owner: of faster streams only the newest picture arrives. Frames are
+   * delivered from the first registration of this event on.
+   */
+  onVideoRenderData: [frames: VideoFrame[]];
+  /** The add-on's own error: -101, a method was called with arguments of wrong number or type. */
+  onOccurError: [code: number];
+}
+
+export type EventName = keyof EventMap;

@@ -1,0 +1,279 @@
+import type { EventMap } from './events';
+import type {
+  Device,
+  LiveMode,
+  LogLevel,
+  MixLayout,
+  MuteOptions,
+  PlayerConfig,
+  Plugin,
+  PluginOptions,
+  PushConfig,
+  ResolutionOptions,
+  ScreenShareEncoderConfig,
+  ScreenSource,
+  ViewOptions,
+  VolumeIndicationOptions,
+} from './records';
+import type { LumoLivePushJSWrapper } from './wrapper';
+
+/**
+ * Why an operation failed.
+ *
+ * - `REFUSED`: the add-on turned the call down, because of its arguments or because there is no
+ *   pusher, player or plug-in.
+ * - `SDK_ERROR`: the SDK answered an error, or reported one instead of the outcome.
+ * - `INTERRUPTED`: something else ended the operation first, a stop or destroyPusher for example.
+ * - `TIMEOUT`: no outcome within `timeoutMs`.
+ * - `DISPOSED`: the object is not usable any more.
+ */
+export type LivePushErrorCode = 'REFUSED' | 'SDK_ERROR' | 'INTERRUPTED' | 'TIMEOUT' | 'DISPOSED';
+
+/** An operation of LivePush or LivePlayer that failed. */
+export class LivePushError extends Error {
+  private constructor();
+  readonly name: 'LivePushError';
+  readonly code: LivePushErrorCode;
+  /** The method that failed. */
+  readonly method: string;
+  /** What the native method returned, or the code of the event that told the failure. */
+  readonly nativeCode: unknown;
+}
+
+/** Ends the waiting for an outcome, not the operation. */
+export interface WaitOptions {
+  /** Its reason rejects the promise. */
+  signal?: AbortSignal;
+  /** Milliseconds until "TIMEOUT". Default: no limit. */
+  timeoutMs?: number;
+}
+
+/** Removes the listener that was added; more calls do nothing. */
+export type Unsubscribe = () => void;
+
+/** What a listener threw, or the promise that it returned was rejected with. */
+export interface ListenerFailure {
+  error: unknown;
+  /** The event that the listener was called for. */
+  event: string;
+}
+
+/** The events of LivePush: the add-on's, and "error". */
+export interface LivePushEventMap extends EventMap {
+  /** A listener failed. Without a listener for this, it becomes a warning of the process. */
+  error: [failure: ListenerFailure];
+}
+
+/** The events of one player. */
+export type PlayerEventMap = Pick<
+  EventMap,
+  | 'onPlayStarted'
+  | 'onPlayStopped'
+  | 'onFirstRemoteVideoFrameDrawn'
+  | 'onPlayError'
+  | 'onNetworkQualityChange'
+  | 'onPlayerStatistics'
+  | 'onAudioVolumeCallback'
+  | 'onActiveSpeaker'
+  | 'onVideoRenderData'
+>;
+
+export interface LivePushOptions {
+  /** The folder that holds NimboSdk.framework. Default: the bundled SDK's. */
+  sdkDirectory?: string;
+  /** For setExtraConfig; an object is made JSON. */
+  extraConfig?: string | object;
+}
+
+/**
+ * A live push in today's manner, on top of one native object: several listeners for an event,
+ * errors, promises.
+ *
+ * Methods have the native ones' names. They throw a LivePushError where those return a failure
+ * value, and a TypeError for arguments that those would misunderstand silently. Methods whose
+ * outcome is an event return a promise for it.
+ */
+export class LivePush implements AsyncDisposable {
+  /**
+   * Makes the native object and calls registPlugin.
+   * @throws {AddonLoadError} when the native add-on cannot be loaded
+   * @throws {LivePushError} when there is no SDK in `sdkDirectory`
+   */
+  constructor(options?: LivePushOptions);
+
+  /** The native object. A listener that is added to it takes the place of those of this class. */
+  readonly raw: LumoLivePushJSWrapper;
+
+  // ------------------------------------------------------------------------------------- events
+
+  /**
+   * Adds a listener; one added twice is called twice. The first listener creates the pusher: give
+   * the extra configuration before. What a listener throws stops neither the others nor the
+   * process, see "error".
+   * @throws {LivePushError} "REFUSED" when the pusher cannot be created
+   */
+  on<Name extends keyof LivePushEventMap>(
+    name: Name,
+    listener: (this: LivePush, ...args: LivePushEventMap[Name]) => unknown,
+  ): Unsubscribe;
+
+  /** Adds a listener for the next event only. */
+  once<Name extends keyof LivePushEventMap>(
+    name: Name,
+    listener: (this: LivePush, ...args: LivePushEventMap[Name]) => unknown,
+  ): Unsubscribe;
+
+  /** Removes a listener as often as it was added. */
+  off<Name extends keyof LivePushEventMap>(
+    name: Name,
+    listener: (this: LivePush, ...args: LivePushEventMap[Name]) => unknown,
+  ): void;
+
+  // ------------------------------------------------------------------------------------- pusher
+
+  setExtraConfig(text: string): void;
+  /** A path inside app.asar is taken as the unpacked one. */
+  registPlugin(directory: string): true;
+  initPusher(config: PushConfig): void;
+  /** Rejects what waits for an outcome of the pusher with "INTERRUPTED". */
+  destroyPusher(): void;
+
+  // --------------------------------------------------------------------------- preview and push
+
+  /**
+   * Fulfilled by "onPreviewStarted". A camera or window that fails is told by "onSystemError" and
+   * does not reject: the preview goes on without it.
+   */
+  startPreview(options: ViewOptions, wait?: WaitOptions): Promise<void>;
+  /** As startPreview, by the SDK's asynchronous operation. */
+  startPreviewAsync(options: ViewOptions, wait?: WaitOptions): Promise<void>;
+  /** Fulfilled by "onPreviewStopped". */
+  stopPreview(wait?: WaitOptions): Promise<void>;
+  /**
+   * Fulfilled by "onPushStarted", rejected by "onConnectFail" with the code and text of the
+   * "onSDKError" beside it.
+   */
+  startPush(url: string, wait?: WaitOptions): Promise<void>;
+  /** As startPush, by the SDK's asynchronous operation. */
+  startPushAsync(url: string, wait?: WaitOptions): Promise<void>;
+  /** Fulfilled by "onPushStopped". */
+  stopPush(wait?: WaitOptions): Promise<void>;
+  startCamera(): void;
+  stopCamera(): void;
+  setMute(options: MuteOptions): void;
+  muteLocalCamera(mute: boolean): void;
+
+  // ------------------------------------------------------------------------------------ devices
+
+  getAudioCaptureList(): Device[];
+  getCurrentAudioCaptureName(): string;
+  getCurrentAudioCaptureID(): string;
+  setCurrentAudioCaptureName(name: string): void;
+  setCurrentAudioCaptureID(id: string): void;
+  getCameraList(): Device[];
+  getCurrentCameraName(): string;
+  getCurrentCameraID(): string;
+  setCurrentCameraName(name: string): void;
+  setCurrentCameraID(id: string): void;
+
+  // --------------------------------------------------------------------------- encoder and mix
+
+  enableAudioVolumeIndication(options: VolumeIndicationOptions): void;
+  /** @param bitrate kbit/s */
+  setTargetVideoBitrate(bitrate: number): void;
+  /** @param bitrate kbit/s */
+  setMinVideoBitrate(bitrate: number): void;
+  setResolution(options: ResolutionOptions): void;
+  /** @param fps frames per second */
+  setFps(fps: number): void;
+  /**
+   * Fulfilled or rejected by "onSetLiveMixTranscodingConfig". Rejected with a TypeError, before the
+   * native side sees it, when a stream or one of its keys is missing or no 32-bit integer.
+   * @param layout null ends the mix
+   */
+  setLiveMixTranscodingConfig(layout: MixLayout | null, wait?: WaitOptions): Promise<void>;
+
+  // ----------------------------------------------------------------------------- screen sharing
+
+  startScreenShareByDesktopId(id: number): void;
+  setScreenShareEncoderConfiguration(config: Partial<ScreenShareEncoderConfig>): void;
+  getScreenShareEncoderConfiguration(): ScreenShareEncoderConfig;
+  switchScreenToCamera(): void;
+  pauseScreenShare(): void;
+  resumeScreenShare(): void;
+  getScreenShareSourceInfo(): ScreenSource[];
+  getCurrentScreenShareSourceId(): number;
+
+  // -------------------------------------------------------------------------- the SDK as a whole
+
+  getSDKVersion(): string;
+  isSupportLiveMode(mode: LiveMode): boolean;
+  setLogDirPath(path: string): void;
+  setLogLevel(level: LogLevel): void;
+  setConsoleEnabled(enabled: boolean): void;
+  writeLog(message: string, level?: LogLevel): void;
+
+  // ------------------------------------------------------------------------------------ players
+
+  /** Creates a player, and before it the pusher, by which its events come. */
+  createPlayer(config?: PlayerConfig): LivePlayer;
+
+  // ----------------------------------------------------------------------------------- plug-ins
+
+  initializePluginManager(): void;
+  releasePluginManager(): void;
+  /** A path inside app.asar is taken as the unpacked one. */
+  addPlugin(options: PluginOptions): void;
+  removePlugin(id: string): void;
+  getPlugins(): Plugin[];
+  enablePlugin(id: string, enabled: boolean): void;
+  setPluginParameter(id: string, parameter: string): void;
+  getPluginParameter(): void;
+
+  // ---------------------------------------------------------------------------------------- end
+
+  /**
+   * Ends the pusher, the players, the plug-ins and the listeners, and rejects what waits for an
+   * outcome with "DISPOSED". Once is enough. What the native object has registered keeps the
+   * process alive all the same.
+   */
+  dispose(): void;
+  /** The same, for `await using`; there where the runtime knows the symbol. */
+  [Symbol.asyncDispose](): Promise<void>;
+}
+
+/** A player of one remote stream, made by LivePush.createPlayer. */
+export class LivePlayer {
+  private constructor();
+
+  /** The player ID, as player events and the native methods have it. */
+  readonly id: string;
+
+  /** Adds a listener for events about this player. */
+  on<Name extends keyof PlayerEventMap>(
+    name: Name,
+    listener: (this: LivePlayer, ...args: PlayerEventMap[Name]) => unknown,
+  ): Unsubscribe;
+  /** Adds a listener for the next event only. */
+  once<Name extends keyof PlayerEventMap>(
+    name: Name,
+    listener: (this: LivePlayer, ...args: PlayerEventMap[Name]) => unknown,
+  ): Unsubscribe;
+  /** Removes a listener as often as it was added. */
+  off<Name extends keyof PlayerEventMap>(
+    name: Name,
+    listener: (this: LivePlayer, ...args: PlayerEventMap[Name]) => unknown,
+  ): void;
+
+  setPlayView(options: ViewOptions): void;
+  /** Fulfilled by "onPlayStarted", rejected by "onPlayError". */
+  startPlay(url: string, wait?: WaitOptions): Promise<void>;
+  /** Fulfilled by "onPlayStopped". */
+  stopPlay(wait?: WaitOptions): Promise<void>;
+  /** @param volume percent of the stream's own loudness, 0 to 400; 100 is neutral */
+  setRemoteAudioVolume(volume: number): void;
+  /** @returns the SDK's play mode */
+  getPlayMode(): number;
+  /** Destroys the player and rejects what waits for an outcome of it. Once is enough. */
+  dispose(): void;
+}

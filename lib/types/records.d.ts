@@ -1,0 +1,191 @@
+/// <reference types="node" />
+
+// The objects that methods take and answer. Sizes are in pixels, video bit rates in kbit/s, frame
+// rates in frames per second. A key that is left out keeps its default; a key whose value has a
+// wrong type does not: it becomes 0, -1 (signed numbers), false, "" or null. Unknown keys are
+// ignored.
+
+/** How a line of the log weighs: trace, debug, verbose, information, warning, failure. */
+export type LogLevel = 0 | 1 | 2 | 3 | 4 | 5;
+
+/** 0: publishing over RTMP. 1: publishing and playing at once. */
+export type LiveMode = 0 | 1;
+
+/**
+ * The bytes of a native window handle, as Electron's `getNativeWindowHandle()` gives them; null for
+ * none. On X11 a 32-bit window identifier in host byte order. The bytes are read during the call;
+ * the window must live until the preview or the player has stopped.
+ */
+export type ViewHandle = NodeJS.ArrayBufferView | null;
+
+/** How a pusher captures, encodes and publishes. The limits are those of the default SDK. */
+export interface PushConfig {
+  /** Default 0. The default SDK knows 0 only. */
+  mLivePushMode?: LiveMode;
+  /** Default false. No effect in the default SDK. */
+  externMainStream?: boolean;
+  /** Default 1. No effect in the default SDK. */
+  mVideoEncodeMode?: number;
+  /** Default 1. No effect in the default SDK. */
+  mAudioEncodeMode?: number;
+  /** Publishes sound only. Default false. */
+  mAudioOnly?: boolean;
+  /** Mirrors the captured picture. Default false. */
+  mPushMirror?: boolean;
+  /** Hz, a rate of AAC from 8000 to 48000. Default 48000. */
+  mAudioSampleRate?: number;
+  /** bit/s (not kbit/s), 8000 to 320000. Default 64000. */
+  audioBitRate?: number;
+  /** 1 or 2. Default 2. */
+  mAudioChannels?: number;
+  /**
+   * Resolution code, 0 to 7: 320x180, 426x240, 640x360, 854x480, 960x540, 1280x720, 1920x1080,
+   * 2560x1440. Default 3.
+   */
+  mResolution?: number;
+  /** kbit/s, 50 to 50000; -1, the default, for one that fits the picture. */
+  mTargetVideoBitrate?: number;
+  /** kbit/s; -1, the default, for none. */
+  mMinVideoBitrate?: number;
+  /** kbit/s; -1, the default, for none. */
+  mInitialVideoBitrate?: number;
+  /** 16 to 4096 pixels; 0, the default, with `height` 0: as `mResolution` says. */
+  width?: number;
+  /** 16 to 4096 pixels; 0, the default, with `width` 0: as `mResolution` says. */
+  height?: number;
+  /** Frames per second, 1 to 60. Default 15. */
+  frameRate?: number;
+  /** Seconds between key frames, 1 to 60. Default 2. */
+  mVideoEncodeGop?: number;
+  /** Default 0. No effect in the default SDK. */
+  mPreviewOrientation?: number;
+  /** Default 0. No effect in the default SDK. */
+  audioSceneMode?: number;
+  /** Default true. No effect in the default SDK. */
+  enableBitrateControl?: boolean;
+  /** Default false. No effect in the default SDK. */
+  enableAutoResolution?: boolean;
+  /** The picture that is published while the push pauses. Default "". */
+  mPausePushImagePath?: string;
+  /** The picture that is published while the network is poor. Default "". */
+  mNetworkPoorPushImagePath?: string;
+}
+
+/** Where a picture is shown. */
+export interface ViewOptions {
+  /** Default null: no window. */
+  view?: ViewHandle;
+  /** Pixels. Default 0. */
+  width?: number;
+  /** Pixels. Default 0. */
+  height?: number;
+}
+
+export interface MuteOptions {
+  /** Default false. */
+  mute?: boolean;
+  /** The SDK's mute mode. Default 0. */
+  mode?: number;
+}
+
+/** A microphone or camera. */
+export interface Device {
+  /** For people. */
+  deviceName: string;
+  /** Stable identifier. */
+  deviceId: string;
+  /** The SDK's code of how it is attached. */
+  deviceTransportType: number;
+}
+
+export interface VolumeIndicationOptions {
+  /** Milliseconds between reports; 0, the default, switches them off. */
+  interval?: number;
+  /** Smoothing factor, 0 to 10. Default 0. */
+  smooth?: number;
+  /** Other than 0: report voice activity too. A number: `true` counts as -1. Default 0. */
+  reportVad?: number;
+}
+
+export interface ResolutionOptions {
+  /** Resolution code, see `PushConfig.mResolution`. Default 0. */
+  resolution?: number;
+  /** Pixels. Default 0. */
+  width?: number;
+  /** Pixels. Default 0. */
+  height?: number;
+}
+
+/** One stream's place in a mix. Leave no number out: it would take the previous stream's value. */
+export interface MixStream {
+  userId: string;
+  /** Pixels from the left. */
+  x: number;
+  /** Pixels from the top. */
+  y: number;
+  /** Pixels. */
+  width: number;
+  /** Pixels. */
+  height: number;
+  /** Higher ones cover lower ones. */
+  zOrder: number;
+}
+
+/** A layout that mixes several users' streams into the published one. */
+export interface MixLayout {
+  /** The SDK's colour number. Default 0. */
+  backgroundColor?: number;
+  /** The SDK's crop mode. Default 1. */
+  cropMode?: number;
+  /** Default: none. An element that is null or undefined ends the process. */
+  mixStreams?: MixStream[];
+}
+
+/** How a shared screen is encoded. */
+export interface ScreenShareEncoderConfig {
+  /** Resolution code, see `PushConfig.mResolution`. Default 3. */
+  mResolution: number;
+  /** Pixels; 0, the default: as `mResolution` says. */
+  width: number;
+  /** Pixels; 0, the default: as `mResolution` says. */
+  height: number;
+  /** Frames per second. Default 0. */
+  frameRate: number;
+  /** kbit/s. Default 512. */
+  bitrate: number;
+  /** Seconds between key frames. Default 2. */
+  mVideoEncodeGop: number;
+}
+
+/** A screen or window that can be shared. */
+export interface ScreenSource {
+  sourceName: string;
+  /** Signed: an identifier of 2147483648 or more is negative here. */
+  sourceId: number;
+}
+
+/** How a player shows its stream. */
+export interface PlayerConfig {
+  /** Default false. */
+  isMirror?: boolean;
+  /** Default false. */
+  isFullScreen?: boolean;
+  /** 0, the default: whole picture, with borders. 1: cut to fill the view. 2: stretched. */
+  renderMode?: 0 | 1 | 2;
+  /** In quarters: 0, 90, 180, 270 degrees. Default 0. */
+  rotation?: 0 | 1 | 2 | 3;
+}
+
+export interface PluginOptions {
+  /** The name by which the plug-in is known from now on; not empty. */
+  id: string;
+  /** The library's file, as the dynamic linker takes it; not empty. */
+  path: string;
+  /** 1 or more. Default 1. */
+  type?: number;
+}
+
+/** A loaded plug-in, or an identifier that was asked for in vain. */
+export interface Plugin {
+  id: string;
+}
