@@ -1,0 +1,108 @@
+'use strict';
+
+const { once } = require('node:events');
+const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
+const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
+const { probeStream, savePicture } = require('../../tools/rtmp/witness');
+const { FrameCount } = require('./frame_count');
+const { LiveSession } = require('./live_session');
+const { savePreview } = require('./picture');
+
+const PREVIEW_FILE = path.resolve('first-stream-preview.png');
+const REMOTE_FILE = path.resolve('first-stream-remote.png');
+const CONNECT_SECONDS = 10;
+
+/**
+ * @typedef {object} Report
+ * @property {boolean} seen whether FFmpeg saw the stream's pictures at the server
+ * @property {string[]} problems what went wrong
+ * @property {{camera: string, microphone: string}} [sources]
+ * @property {{name: string, seconds: number, payload?: object}[]} events seconds since the start
+ * @property {import('./frame_count').FrameTotals} [frames]
+ * @property {import('../../tools/rtmp/witness').StreamReport} [witness] what FFmpeg measured
+ * @property {string[]} pictures the files written
+ */
+
+/**
+ * Streams once, from the start of a server of its own to the end of everything. Never rejects:
+ * what goes wrong is in the report.
+ *
+ * @param {import('./options').Options} options
+ * @param {import('./progress').Progress} progress
+ * @param {AbortSignal} interruption ends the stream early
+ * @returns {Promise<Report>}
+ */
+async function firstStream({ seconds, input }, progress, interruption) {
+  const report = { seen: false, problems: [], events: [], pictures: [] };
+  let server;
+  let session;
+  try {
+    report.sources = await chooseSources(input);
+    server = await startRtmpServer();
+    progress.say(`RTMP server at ${server.url()}`);
+    session = new LiveSession(report.sources);
+    report.events = session.events;
+    session.on('event', (event) => progress.event(event));
+    session.on('failure', (text) => report.problems.push(text));
+    await stream(session, server, { seconds, progress, interruption, report });
+  } catch (error) {
+    if (report.problems.length === 0) report.problems.push(error.message);
+  }
+  await session?.stop();
+  await server?.stop();
+  if (session?.lastFrame) {
+    savePreview(session.lastFrame, PREVIEW_FILE);
+    report.pictures.push(PREVIEW_FILE);
+  }
+  return report;
+}
+
+/**
+ * The test picture and tone, or the file's picture and sound.
+ *
+ * @param {string} [input]
+ */
+async function chooseSources(input) {
+  if (!input) return { camera: 'test', microphone: 'test' };
+  const { video, audio } = await probeStream(input, 1);
+  if (!video) throw new Error(`${input} has no video`);
+  return { camera: `file:${input}`, microphone: audio ? 'file' : 'test' };
+}
+
+/** Streams until the time is over, a failure (then it rejects) or the interruption. */
+async function stream(session, server, { seconds, progress, interruption, report }) {
+  const failed = once(session, 'failure').then(([text]) => Promise.reject(new Error(text)));
+  const interrupted = interruption.aborted ? Promise.resolve() : once(interruption, 'abort');
+  const pushed = once(session, 'onFirstFramePushed').then(() => true);
+
+  const timeOver = sleep(seconds * 1000);
+  session.start(server.url());
+  const connecting = sleep(CONNECT_SECONDS * 1000);
+  if (!(await Promise.race([pushed, connecting, interrupted, failed]))) {
+    throw new Error('The push did not start');
+  }
+  const count = new FrameCount(server.url());
+  const following = progress.follow(session, server, count);
+  try {
+    const observed = observe(server.url(), seconds, report);
+    await Promise.race([Promise.all([timeOver, observed]), interrupted, failed]);
+  } finally {
+    clearInterval(following);
+    await count.stop();
+    report.frames = count.totals(session.deliveries);
+  }
+}
+
+/** Has FFmpeg look at the stream from outside for a few seconds. */
+async function observe(url, seconds, report) {
+  const [witness] = await Promise.all([
+    probeStream(url, Math.min(5, seconds - 3)),
+    savePicture(url, REMOTE_FILE),
+  ]);
+  report.witness = witness;
+  report.seen = witness.video !== undefined;
+  report.pictures.push(REMOTE_FILE);
+}
+
+module.exports = { firstStream };

@@ -1,0 +1,83 @@
+'use strict';
+
+const { EventEmitter, once } = require('node:events');
+const { createLivePush, sdkDirectory } = require('../../lib');
+
+const PICTURE = { width: 1280, height: 720 };
+const CONFIG = { ...PICTURE, frameRate: 30, mTargetVideoBitrate: 2000, mVideoEncodeGop: 2 };
+
+const FAILURES = ['onSystemError', 'onSDKError', 'onConnectFail', 'onConnectionLost'];
+const MILESTONES = [
+  ...['onPreviewStarted', 'onPreviewStopped', 'onPushStarted', 'onPushStopped'],
+  'onFirstFramePushed',
+];
+
+/**
+ * One pusher and everything that it tells. Emits each event of the SDK under its own name, each
+ * once more as 'event' (the record), and failures as 'failure' (a text).
+ */
+class LiveSession extends EventEmitter {
+  /** @type {{name: string, seconds: number, payload?: object}[]} seconds since `start` */
+  events = [];
+  /** @type {number[]} when each captured frame arrived in JavaScript, by `performance.now()` */
+  deliveries = [];
+  /** @type {object | undefined} the newest frame, as "onVideoRenderData" brings it */
+  lastFrame = undefined;
+
+  #live = createLivePush();
+  #startedAt = performance.now();
+
+  /** @param {{camera: string, microphone: string}} sources the SDK's extra configuration */
+  constructor(sources) {
+    super();
+    if (!this.#live.registPlugin(sdkDirectory)) throw new Error(`No SDK in ${sdkDirectory}`);
+    this.#live.setExtraConfig(JSON.stringify(sources));
+    for (const name of [...FAILURES, ...MILESTONES]) {
+      this.#live.addEventListener(name, (payload) => this.#happened(name, payload));
+    }
+    this.#live.addEventListener('onVideoRenderData', ([frame]) => {
+      this.deliveries.push(performance.now());
+      this.lastFrame = frame;
+    });
+    this.#live.initPusher(CONFIG);
+  }
+
+  /** @returns {number} seconds since `start` */
+  get seconds() {
+    return (performance.now() - this.#startedAt) / 1000;
+  }
+
+  /** Starts capture and push. @param {string} url @throws {Error} when the SDK refuses */
+  start(url) {
+    this.#startedAt = performance.now();
+    const preview = this.#live.startPreview({ view: null, ...PICTURE });
+    if (preview !== 0) throw new Error(`startPreview answered ${preview}`);
+    const push = this.#live.startPush(url);
+    if (push !== 0) throw new Error(`startPush answered ${push}`);
+  }
+
+  /** Stops the push, then capture, as far as they run, and lets the SDK's pusher go. */
+  async stop() {
+    await this.#ended('onPushStopped', () => this.#live.stopPush());
+    await this.#ended('onPreviewStopped', () => this.#live.stopPreview());
+    this.#live.destroyPusher();
+  }
+
+  async #ended(event, request) {
+    const guard = AbortSignal.timeout(3000);
+    const ended = once(this, event, { signal: guard }).catch(() => {});
+    // What does not run is refused.
+    if (request() === 0) await ended;
+  }
+
+  #happened(name, payload) {
+    const record = { name, seconds: Math.round(this.seconds * 1000) / 1000, payload };
+    this.events.push(record);
+    this.emit('event', record);
+    this.emit(name, payload);
+    if (!FAILURES.includes(name)) return;
+    this.emit('failure', payload ? `${name}: ${payload.msg} (${payload.code})` : name);
+  }
+}
+
+module.exports = { LiveSession };

@@ -1,0 +1,62 @@
+'use strict';
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { root } = require('./project');
+const { run } = require('./run');
+const { count } = require('./tally');
+
+const reporter = path.join(__dirname, 'node_test_reporter.js');
+
+/**
+ * Runs test files of node:test one after the other, each in a process of its own with `gc()`
+ * exposed, and counts every test. A process that ends badly without a failed test, or in which
+ * no test ran, counts as one failure.
+ *
+ * @param {import('./tally').Tally} tally
+ * @param {string[]} files relative to the project's root
+ * @param {object} options
+ * @param {string} options.buildFolder absolute; given to the tests as LUMO_BUILD_DIR
+ * @param {string} [options.node] the runtime, default: the one that runs this
+ * @param {NodeJS.ProcessEnv} [options.env] added to the tests' environment
+ * @param {number} [options.deadlineSeconds] for each file: a guard against hangs
+ */
+async function runNodeTests(tally, files, options) {
+  const { buildFolder, node = process.execPath, env, deadlineSeconds = 300 } = options;
+  const forceExit = '--test-force-exit';
+  const probe = await run(node, ['-p', `process.allowedNodeEnvironmentFlags.has('${forceExit}')`], {
+    capture: true,
+  });
+  const args = ['--expose-gc', `--test-reporter=${reporter}`, '--test-reporter-destination=stdout'];
+  if (probe.output.trim() === 'true') args.push(forceExit);
+
+  for (const file of files) {
+    console.log(`\n${file}`);
+    const results = path.join(buildFolder, 'test-results', `${path.basename(file)}.jsonl`);
+    fs.mkdirSync(path.dirname(results), { recursive: true });
+    fs.writeFileSync(results, '');
+    const { ok, reason } = await run(node, [...args, path.join(root, file)], {
+      env: { ...env, LUMO_BUILD_DIR: buildFolder, LUMO_TEST_RESULTS: results },
+      deadlineSeconds,
+    });
+    countResults(tally, file, results, ok ? '' : reason);
+  }
+}
+
+/** @param {string} badEnd why the process's end was bad; empty when it was not */
+function countResults(tally, file, resultsFile, badEnd) {
+  const results = fs.readFileSync(resultsFile, 'utf8').split('\n').filter(Boolean).map(JSON.parse);
+  let failed = 0;
+  for (const { name, outcome, reason } of results) {
+    if (outcome === 'skip') {
+      tally.skips.push(`${file}: ${name} (${reason})`);
+      continue;
+    }
+    if (outcome === 'fail') failed += 1;
+    count(tally, outcome === 'pass', `${file}: ${name}`);
+  }
+  if (badEnd && failed === 0) count(tally, false, `${file}: the test process: ${badEnd}`);
+  else if (results.length === 0) count(tally, false, `${file}: no test ran`);
+}
+
+module.exports = { runNodeTests };

@@ -1,0 +1,44 @@
+'use strict';
+
+const { spawn } = require('node:child_process');
+const { root } = require('./project');
+
+/**
+ * Runs a program in the project's root and waits for it. Never rejects: a program that cannot be
+ * started answers `failed` with the reason.
+ *
+ * @param {string} command
+ * @param {string[]} args
+ * @param {object} [options]
+ * @param {NodeJS.ProcessEnv} [options.env] added to this process's environment
+ * @param {boolean} [options.capture] collect what it prints instead of showing it
+ * @param {number} [options.deadlineSeconds] kill it after that time: a guard against hangs
+ * @returns {Promise<{ok: boolean, output: string, reason: string}>} `reason` says why it is not ok
+ */
+function run(command, args, { env, capture = false, deadlineSeconds } = {}) {
+  return new Promise((resolve) => {
+    const child = spawn(command, args, {
+      cwd: root,
+      env: { ...process.env, ...env },
+      stdio: capture ? ['ignore', 'pipe', 'pipe'] : ['ignore', 'inherit', 'inherit'],
+      timeout: deadlineSeconds && deadlineSeconds * 1000,
+      killSignal: 'SIGKILL',
+    });
+    let output = '';
+    for (const stream of [child.stdout, child.stderr]) {
+      stream?.setEncoding('utf8').on('data', (text) => {
+        output += text;
+      });
+    }
+    child.once('error', (error) => resolve({ ok: false, output, reason: error.message }));
+    child.once('close', (code, signal) =>
+      resolve({
+        ok: code === 0,
+        output,
+        reason: signal ? `ended by ${signal}` : `exit code ${code}`,
+      }),
+    );
+  });
+}
+
+module.exports = { run };

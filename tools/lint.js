@@ -1,0 +1,47 @@
+'use strict';
+
+// Checks the project's files without running them: formatting, JavaScript lint, clang-tidy, and
+// that the build compiles every C++ source. Needs a configured build/release.
+//
+// Usage: node tools/lint.js
+
+const { clangTidy, compileCommands } = require('./lib/clang_tidy');
+const { buildFolder, sourceFiles } = require('./lib/project');
+const { run } = require('./lib/run');
+const { count, runStages } = require('./lib/tally');
+
+/** @param {import('./lib/tally').Tally} tally each of the four checks counts once */
+async function lint(tally) {
+  const cppFiles = sourceFiles('.h', '.cc');
+  if (cppFiles.length === 0) throw new Error('no C++ file found');
+  console.log(`clang-format: ${cppFiles.length} files`);
+  const format = await run('clang-format', ['--dry-run', '-Werror', ...cppFiles]);
+  count(tally, format.ok, 'clang-format: run npm run format');
+
+  const colours = process.stdout.isTTY ? 'force' : 'off';
+  const options = ['--error-on-warnings', `--colors=${colours}`];
+  const biome = await run('node_modules/.bin/biome', ['ci', ...options]);
+  count(tally, biome.ok, 'Biome: see above; npm run format mends the formatting');
+
+  const release = buildFolder('release');
+  const compiled = compileCommands(release);
+  const sources = sourceFiles('.cc');
+  const orphans = sources.filter((file) => !compiled.has(file));
+  count(tally, orphans.length === 0, `sources in no target: ${orphans.join(', ')}`);
+
+  const checked = sources.filter((file) => compiled.has(file));
+  const bad = await clangTidy(checked, release);
+  count(
+    tally,
+    checked.length > 0 && bad.length === 0,
+    `clang-tidy: ${bad.join(', ') || 'no file'}`,
+  );
+}
+
+module.exports = { lint };
+
+if (require.main === module) {
+  runStages([{ name: 'lint', run: lint }]).then((ok) => {
+    process.exitCode = ok ? 0 : 1;
+  });
+}

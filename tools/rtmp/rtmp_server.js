@@ -1,0 +1,150 @@
+'use strict';
+
+const fs = require('node:fs');
+const http = require('node:http');
+const net = require('node:net');
+const os = require('node:os');
+const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
+const { startChild } = require('./child');
+
+/**
+ * What the server knows of one stream.
+ *
+ * @typedef {object} StreamStatus
+ * @property {boolean} publishing somebody publishes it now
+ * @property {number} bytesIn received since its publisher came
+ * @property {number} clients connections: the publisher and the players
+ */
+
+/**
+ * Starts nginx with its RTMP module on free loopback ports, as a child process with all its files
+ * in a temporary folder. Nothing of a system-wide nginx is read or touched.
+ *
+ * @param {object} [options]
+ * @param {number} [options.rtmpPort] default: a free one. To bring a server back where it was
+ * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives
+ */
+async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' } } = {}) {
+  const ports = { rtmp: rtmpPort ?? (await freePort()), http: await freePort() };
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'rtmp-server-'));
+  const configFile = path.join(folder, 'nginx.conf');
+  fs.writeFileSync(configFile, configuration(folder, ports, applications));
+  const child = startChild('nginx', ['-p', folder, '-c', configFile]);
+  let isUp = true;
+  const ended = child.ended.then((reason) => {
+    isUp = false;
+    fs.rmSync(folder, { recursive: true, force: true });
+    return reason;
+  });
+
+  const server = {
+    rtmpPort: ports.rtmp,
+    pid: child.process.pid,
+
+    /** @param {string} [stream] @param {string} [application] @returns {string} its RTMP address */
+    url: (stream = 'stream', application = 'live') =>
+      `rtmp://127.0.0.1:${ports.rtmp}/${application}/${stream}`,
+
+    /** @param {string} [stream] its name @returns {Promise<StreamStatus>} */
+    status: async (stream = 'stream') =>
+      streamStatus(await get(`http://127.0.0.1:${ports.http}/stat`), stream),
+
+    /** Ends the server at once, as a crash would, and waits for its end. */
+    kill: () => {
+      child.process.kill('SIGKILL');
+      return ended;
+    },
+    /** Stops it from doing anything, with its connections open. */
+    freeze: () => child.process.kill('SIGSTOP'),
+    thaw: () => child.process.kill('SIGCONT'),
+    /** Ends the server and waits until it and its files are gone. Does no harm twice. */
+    stop: async () => {
+      if (isUp) await child.stop();
+      await ended;
+    },
+  };
+
+  for (let attempt = 0; attempt < 250 && isUp; attempt += 1) {
+    const answer = await server.status().catch(() => undefined);
+    if (answer) return server;
+    await sleep(20);
+  }
+  await server.stop();
+  throw new Error(`The RTMP server did not start. ${await ended}`);
+}
+
+// One process in the foreground: whoever ends it has ended the whole server.
+function configuration(folder, ports, applications) {
+  const module = ['/usr/lib/nginx/modules', '/usr/share/nginx/modules']
+    .map((modules) => path.join(modules, 'ngx_rtmp_module.so'))
+    .find((file) => fs.existsSync(file));
+  const temporary = ['client_body', 'proxy', 'fastcgi', 'uwsgi', 'scgi'];
+  const blocks = Object.entries(applications).map(
+    ([name, directives]) => `    application ${name} { ${directives} }`,
+  );
+  return `
+${module ? `load_module ${module};` : ''}
+daemon off;
+master_process off;
+pid ${folder}/nginx.pid;
+error_log stderr warn;
+events { worker_connections 256; }
+rtmp {
+  access_log off;
+  server {
+    listen 127.0.0.1:${ports.rtmp};
+    chunk_size 4096;
+${blocks.join('\n')}
+  }
+}
+http {
+  access_log off;
+${temporary.map((name) => `  ${name}_temp_path ${folder}/${name};`).join('\n')}
+  server {
+    listen 127.0.0.1:${ports.http};
+    location /stat { rtmp_stat all; }
+  }
+}
+`;
+}
+
+/** @returns {StreamStatus} read from the server's statistics page */
+function streamStatus(xml, name) {
+  const streams = xml.match(/<stream>[\s\S]*?<\/stream>/g) ?? [];
+  const text = streams.find((stream) => stream.includes(`<name>${name}</name>`)) ?? '';
+  const number = (tag) => Number(text.match(new RegExp(`<${tag}>(\\d+)</${tag}>`))?.[1] ?? 0);
+  return {
+    publishing: text.includes('<publishing/>'),
+    bytesIn: number('bytes_in'),
+    clients: number('nclients'),
+  };
+}
+
+function get(url) {
+  return new Promise((resolve, reject) => {
+    const request = http.get(url, { agent: false, timeout: 2000 }, (response) => {
+      let text = '';
+      response.setEncoding('utf8').on('data', (part) => {
+        text += part;
+      });
+      response.on('end', () => resolve(text));
+    });
+    request.on('timeout', () => request.destroy(new Error(`${url}: no answer`)));
+    request.on('error', reject);
+  });
+}
+
+/** @returns {Promise<number>} a loopback TCP port that nobody listened on just now */
+function freePort() {
+  return new Promise((resolve, reject) => {
+    const probe = net.createServer();
+    probe.once('error', reject);
+    probe.listen(0, '127.0.0.1', () => {
+      const { port } = probe.address();
+      probe.close(() => resolve(port));
+    });
+  });
+}
+
+module.exports = { freePort, startRtmpServer };

@@ -1,0 +1,154 @@
+'use strict';
+
+// Looks at a stream from outside, with FFmpeg's programs: what they say owes nothing to the SDK.
+
+const { runChild, startChild } = require('./child');
+
+/**
+ * @typedef {object} StreamReport measured on the packets that arrived, not read from metadata
+ * @property {VideoReport} [video] absent when no picture arrived
+ * @property {AudioReport} [audio] absent when no sound arrived
+ *
+ * @typedef {object} VideoReport
+ * @property {string} codec FFmpeg's name, for example 'h264'
+ * @property {number} width pixels
+ * @property {number} height pixels
+ * @property {number} fps frames per second
+ * @property {number} bitrate kbit/s
+ * @property {number} keyFrameSeconds between key frames; 0 when fewer than two came
+ * @property {number} longestGapSeconds between two frames
+ *
+ * @typedef {object} AudioReport
+ * @property {string} codec FFmpeg's name, for example 'aac'
+ * @property {number} sampleRate Hz
+ * @property {number} channels
+ * @property {number} bitrate kbit/s
+ */
+
+// FFmpeg otherwise holds back the first seconds to find out the frame rate.
+const AT_ONCE = ['-v', 'error', '-nostdin', '-fpsprobesize', '0'];
+
+/**
+ * Watches a stream for a while.
+ *
+ * @param {string} url
+ * @param {number} seconds of the stream to look at
+ * @returns {Promise<StreamReport>}
+ * @throws {Error} when nothing can be played there
+ */
+async function probeStream(url, seconds) {
+  const stream = 'stream=index,codec_type,codec_name,width,height,sample_rate,channels';
+  const text = await runChild(
+    'ffprobe',
+    [
+      ...['-v', 'error', '-of', 'json', '-read_intervals', `%+${seconds}`],
+      ...['-show_entries', `${stream}:packet=stream_index,dts_time,size,flags`, url],
+    ],
+    { deadlineSeconds: seconds + 15 },
+  );
+  const { packets = [], streams = [] } = JSON.parse(text);
+  const report = {};
+  for (const info of streams) {
+    const own = packets.filter((packet) => packet.stream_index === info.index);
+    if (own.length < 2) continue;
+    if (info.codec_type === 'video') report.video = videoReport(info, own);
+    if (info.codec_type === 'audio') report.audio = audioReport(info, own);
+  }
+  return report;
+}
+
+function videoReport(info, packets) {
+  const times = packets.map(timeOf);
+  const keyTimes = packets.filter(({ flags }) => flags.startsWith('K')).map(timeOf);
+  const gaps = times.slice(1).map((time, index) => time - times[index]);
+  return {
+    codec: info.codec_name,
+    width: info.width,
+    height: info.height,
+    fps: rounded((times.length - 1) / span(times)),
+    bitrate: bitrate(packets),
+    keyFrameSeconds: keyTimes.length > 1 ? rounded(span(keyTimes) / (keyTimes.length - 1)) : 0,
+    longestGapSeconds: rounded(Math.max(...gaps)),
+  };
+}
+
+function audioReport(info, packets) {
+  return {
+    codec: info.codec_name,
+    sampleRate: Number(info.sample_rate),
+    channels: info.channels,
+    bitrate: bitrate(packets),
+  };
+}
+
+const timeOf = (packet) => Number(packet.dts_time);
+const span = (times) => times.at(-1) - times[0];
+const rounded = (value) => Math.round(value * 100) / 100;
+
+/** kbit/s; the last packet only marks the end of the time. */
+function bitrate(packets) {
+  const bytes = packets.slice(0, -1).reduce((sum, { size }) => sum + Number(size), 0);
+  return Math.round((bytes * 8) / 1000 / span(packets.map(timeOf)));
+}
+
+/**
+ * Sees every frame of a stream, from the first key frame after now. The first ones come in a
+ * burst, after the time that FFmpeg takes to get to know the stream.
+ *
+ * @param {string} url
+ * @param {(seconds: number) => void} onFrame called for each with its time in the stream
+ * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
+ */
+function watchFrames(url, onFrame) {
+  const copy = ['-map', '0:v', '-c', 'copy', '-flush_packets', '1', '-f', 'framecrc', 'pipe:1'];
+  const child = startChild('ffmpeg', [...AT_ONCE, '-i', url, ...copy]);
+  let rest = '';
+  child.process.stdout.setEncoding('utf8').on('data', (text) => {
+    const lines = (rest + text).split('\n');
+    rest = lines.pop();
+    for (const line of lines) {
+      // "stream, dts, pts, duration, size, checksum"; RTMP counts in milliseconds.
+      if (!line.startsWith('#')) onFrame(Number(line.split(',')[1]) / 1000);
+    }
+  });
+  return child;
+}
+
+/**
+ * Writes the first picture that can be played as a PNG file.
+ *
+ * @param {string} url
+ * @param {string} file
+ * @throws {Error} when nothing can be played there
+ */
+async function savePicture(url, file) {
+  const output = ['-frames:v', '1', '-update', '1', '-y', file];
+  await runChild('ffmpeg', [...AT_ONCE, '-i', url, '-an', ...output], {
+    deadlineSeconds: 20,
+  });
+}
+
+/**
+ * The mean colours of fields of a picture.
+ *
+ * @param {string} source a stream's address or a file
+ * @param {number} columns
+ * @param {number} rows
+ * @returns {Promise<number[][][]>} [row][column] -> [red, green, blue], each 0 to 255
+ * @throws {Error} when nothing can be played there
+ */
+async function pictureColours(source, columns, rows) {
+  // Scaled as YUV, few pixels get wrong chroma.
+  const scale = `format=rgb24,scale=${columns}:${rows}:flags=area`;
+  const raw = ['-frames:v', '1', '-vf', scale, '-f', 'rawvideo', '-pix_fmt', 'rgb24', 'pipe:1'];
+  const bytes = await runChild('ffmpeg', [...AT_ONCE, '-i', source, '-an', ...raw], {
+    deadlineSeconds: 20,
+  });
+  return Array.from({ length: rows }, (_row, y) =>
+    Array.from({ length: columns }, (_column, x) =>
+      [...bytes.subarray(3 * (y * columns + x))].slice(0, 3),
+    ),
+  );
+}
+
+module.exports = { pictureColours, probeStream, savePicture, watchFrames };

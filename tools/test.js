@@ -1,0 +1,96 @@
+'use strict';
+
+// Runs the whole test suite: lint, C++ tests, JavaScript tests with the scripted SDK, end-to-end
+// tests with the default SDK. Every stage runs whatever the ones before came to. The last line is
+// `N passed, N failed` for all together; the exit code is 0 when nothing failed.
+//
+// Usage: node tools/test.js [--sanitizer asan|tsan] [--only lint|cpp|js|e2e]... [--cpp PATTERN]
+//                           [FILE...]
+//   --sanitizer KIND  test build/KIND instead of build/release; lint is left out
+//   --only STAGE      run this stage only (repeatable)
+//   --cpp PATTERN     run only the C++ tests whose names match this regular expression
+//   FILE              run only these JavaScript and end-to-end test files
+
+const path = require('node:path');
+const { parseArgs } = require('node:util');
+const { runCtest } = require('./lib/ctest');
+const { runNodeTests } = require('./lib/node_tests');
+const { buildFolder, root, sourceFiles } = require('./lib/project');
+const { countReports, sanitizerEnvironment } = require('./lib/sanitizers');
+const { runStages } = require('./lib/tally');
+const { lint } = require('./lint');
+
+const names = ['lint', 'cpp', 'js', 'e2e'];
+
+function readArguments() {
+  const { values, positionals } = parseArgs({
+    options: {
+      sanitizer: { type: 'string' },
+      only: { type: 'string', multiple: true },
+      cpp: { type: 'string' },
+    },
+    allowPositionals: true,
+  });
+  const { sanitizer, cpp } = values;
+  if (sanitizer && !['asan', 'tsan'].includes(sanitizer)) {
+    throw new Error(`--sanitizer ${sanitizer}: expected asan or tsan`);
+  }
+  const files = positionals.map((file) => path.relative(root, path.resolve(file)));
+  const chosen = [cpp && 'cpp', ...files.map(stageOf)].filter(Boolean);
+  const all = sanitizer ? names.filter((name) => name !== 'lint') : names;
+  const only = values.only ?? (chosen.length > 0 ? chosen : all);
+  const unknown = only.find((name) => !names.includes(name));
+  if (unknown) throw new Error(`--only ${unknown}: expected one of ${names.join(', ')}`);
+  return { sanitizer, only, cpp, files };
+}
+
+function stageOf(file) {
+  const name = ['js', 'e2e'].find((stage) => isTestOf(stage, file));
+  if (!name) throw new Error(`${file}: no test file of test/js or test/e2e`);
+  return name;
+}
+
+function isTestOf(stage, file) {
+  return path.dirname(file) === `test/${stage}` && file.endsWith('.test.js');
+}
+
+async function main() {
+  const { sanitizer, only, cpp, files } = readArguments();
+  const folder = buildFolder(sanitizer ?? 'release');
+  const environment = sanitizer ? sanitizerEnvironment(sanitizer) : {};
+  const runNode = (stage) => (tally) =>
+    runNodeTests(
+      tally,
+      (files.length > 0 ? files : sourceFiles('.test.js')).filter((file) => isTestOf(stage, file)),
+      { buildFolder: folder, env: environment.node },
+    );
+  const stages = {
+    lint: { name: 'lint', run: lint },
+    cpp: {
+      name: 'C++ tests',
+      run: (tally) => runCtest(tally, folder, { env: environment.cpp, pattern: cpp }),
+    },
+    js: { name: 'JavaScript tests', run: runNode('js') },
+    e2e: { name: 'end-to-end tests', run: runNode('e2e') },
+  };
+  const selected = names.filter((name) => only.includes(name)).map((name) => stages[name]);
+  return runStages(sanitizer ? selected.map((stage) => checked(stage, sanitizer)) : selected);
+}
+
+/** A stage whose sanitizer reports are counted when it is over, even when it throws. */
+function checked({ name, run }, sanitizer) {
+  return {
+    name: `${name} (${sanitizer})`,
+    run: (tally) => run(tally).finally(() => countReports(tally, sanitizer)),
+  };
+}
+
+main().then(
+  (ok) => {
+    process.exitCode = ok ? 0 : 1;
+  },
+  (error) => {
+    console.error(error.message);
+    process.exitCode = 2;
+  },
+);
