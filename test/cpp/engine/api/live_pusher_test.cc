@@ -1,0 +1,256 @@
+// The pusher through its public interface, without a server.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include "NimboSdk/LumoLivePusher.h"
+#include "NimboSdk/LumoLiveResult.h"
+#include "support/recording_listener.h"
+#include "support/rtmp_server.h"
+
+namespace NimboEngine {
+namespace {
+
+using namespace LumoRtc;
+using namespace std::chrono_literals;
+using test::RecordingListener;
+
+constexpr char kTestSources[] = R"({"camera": "test", "microphone": "test"})";
+
+LumoLivePushConfig smallConfig() {
+  LumoLivePushConfig config;
+  config.mResolution = 0;
+  config.frameRate = 30;
+  return config;
+}
+
+class LivePusherTest : public testing::Test {
+ protected:
+  LivePusherTest() : pusher(LumoLivePusher::Create(kTestSources)) { listener.attachTo(pusher); }
+  ~LivePusherTest() override { LumoLivePusher::destroy(); }
+
+  RecordingListener listener;
+  LumoLivePusher* const pusher;
+};
+
+TEST(LivePusherCreation, OnlyOneLives) {
+  LumoLivePusher* first = LumoLivePusher::Create("");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(LumoLivePusher::Create(""), nullptr);
+  LumoLivePusher::destroy();
+  LumoLivePusher::destroy();  // nothing is there
+  EXPECT_NE(LumoLivePusher::Create(nullptr), nullptr);
+  LumoLivePusher::destroy();
+}
+
+TEST(LivePusherCreation, BadSettingsGiveNone) {
+  EXPECT_EQ(LumoLivePusher::Create("{"), nullptr);
+  EXPECT_EQ(LumoLivePusher::Create(R"({"camera": 1})"), nullptr);
+  EXPECT_NE(LumoLivePusher::Create("{}"), nullptr) << "a refusal leaves the place free";
+  LumoLivePusher::destroy();
+}
+
+TEST_F(LivePusherTest, NothingWorksBeforeInit) {
+  EXPECT_EQ(pusher->startPreview(nullptr, 0, 0), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->startPush("rtmp://127.0.0.1/live/s"), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->startCamera(), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->stopCamera(), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->setMute(true, 0), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->muteLocalCamera(true), kLumoLiveNotInitialized);
+  LumoLivePushConfig bad;
+  bad.frameRate = 0;
+  EXPECT_EQ(pusher->init(bad), kLumoLiveInvalidArgument);
+  EXPECT_EQ(pusher->startPreview(nullptr, 0, 0), kLumoLiveNotInitialized);
+}
+
+TEST_F(LivePusherTest, PreviewDeliversFramesAndItsEvents) {
+  ASSERT_EQ(pusher->init(smallConfig()), kLumoLiveOk);
+  EXPECT_EQ(pusher->startPreview(nullptr, 0, 0), kLumoLiveOk);
+  ASSERT_TRUE(listener.events.waitFor("preview started"));
+  EXPECT_EQ(listener.events.count("first frame captured"), 1);
+  EXPECT_EQ(pusher->stopPreview(), kLumoLiveOk);
+  ASSERT_TRUE(listener.events.waitFor("preview stopped"));
+  const int frames = listener.frames;
+  std::this_thread::sleep_for(100ms);
+  EXPECT_EQ(listener.frames, frames) << "nothing is captured without preview and push";
+  EXPECT_EQ(
+      listener.events.all(),
+      (std::vector<std::string>{"first frame captured", "preview started", "preview stopped"}));
+}
+
+TEST_F(LivePusherTest, FramesAreAsConfigured) {
+  static std::atomic<bool> right{false};
+  listener.edit = [](LumoLiveVideoSource source, LumoLiveVideoRawData& frame) {
+    right = source == kLumoLiveVideoSourceCamera && frame.width == 322 && frame.height == 181 &&
+            frame.strideY >= 322 && frame.strideU >= 161 && frame.strideV == frame.strideU;
+    return false;
+  };
+  LumoLivePushConfig config = smallConfig();
+  config.width = 322;
+  config.height = 181;
+  pusher->init(config);
+  pusher->startPreviewAsync(nullptr, 0, 0);
+  ASSERT_TRUE(listener.events.waitFor("preview started"));
+  EXPECT_TRUE(right);
+}
+
+TEST_F(LivePusherTest, PreviewOfSoundAloneStartsWithoutPictures) {
+  LumoLivePushConfig config = smallConfig();
+  config.mAudioOnly = true;
+  pusher->init(config);
+  pusher->startPreview(nullptr, 0, 0);
+  ASSERT_TRUE(listener.events.waitFor("preview started"));
+  EXPECT_EQ(listener.frames, 0);
+}
+
+TEST_F(LivePusherTest, PreviewGoesOnWithoutAWindowThatCannotBeHad) {
+  const char* display = std::getenv("DISPLAY");  // NOLINT(concurrency-mt-unsafe): set by nobody
+  if (display) GTEST_SKIP() << "there is a display: no window is certain not to be there";
+  uint32_t window = 4711;
+  pusher->init(smallConfig());
+  EXPECT_EQ(pusher->startPreview(&window, 320, 180), kLumoLiveOk);
+  EXPECT_TRUE(listener.events.waitFor("system error -3103"));
+  EXPECT_TRUE(listener.events.waitFor("preview started"));
+}
+
+TEST_F(LivePusherTest, OperationsOutOfTurnAreRefused) {
+  pusher->init(smallConfig());
+  EXPECT_EQ(pusher->stopPreview(), kLumoLiveInvalidState);
+  EXPECT_EQ(pusher->stopPush(), kLumoLiveInvalidState);
+  EXPECT_EQ(pusher->startPreview(nullptr, 0, 0), kLumoLiveOk);
+  EXPECT_EQ(pusher->startPreview(nullptr, 0, 0), kLumoLiveInvalidState);
+  EXPECT_EQ(pusher->init(smallConfig()), kLumoLiveInvalidState);
+  EXPECT_EQ(pusher->stopPreview(), kLumoLiveOk);
+  EXPECT_EQ(pusher->init(smallConfig()), kLumoLiveOk) << "idle: a new configuration is welcome";
+}
+
+TEST_F(LivePusherTest, BadUrlsAreRefusedAtOnce) {
+  pusher->init(smallConfig());
+  for (const char* url : {static_cast<const char*>(nullptr), "", "http://h/a/s", "rtmp://h/a"}) {
+    EXPECT_EQ(pusher->startPush(url), kLumoLiveInvalidArgument);
+    EXPECT_EQ(pusher->startPushAsync(url), kLumoLiveInvalidArgument);
+  }
+  EXPECT_EQ(pusher->stopPush(), kLumoLiveInvalidState);
+}
+
+TEST_F(LivePusherTest, AFailedPushReportsAndMayBeRepeated) {
+  const std::string url = "rtmp://127.0.0.1:" + std::to_string(test::freePort()) + "/live/s";
+  pusher->init(smallConfig());
+  for (int attempt = 1; attempt <= 2; ++attempt) {
+    EXPECT_EQ(pusher->startPush(url.c_str()), kLumoLiveOk);
+    ASSERT_TRUE(listener.events.waitFor("SDK error -3002", attempt));
+    EXPECT_EQ(listener.events.count("connect fail"), attempt);
+  }
+  EXPECT_EQ(listener.events.count("push started"), 0);
+  EXPECT_EQ(pusher->stopPush(), kLumoLiveInvalidState) << "the push is over";
+}
+
+TEST_F(LivePusherTest, EachStopIsAnsweredOnce) {
+  const std::string url = "rtmp://127.0.0.1:" + std::to_string(test::freePort()) + "/live/s";
+  pusher->init(smallConfig());
+  constexpr int kRounds = 20;
+  int stops = 0;
+  for (int round = 0; round < kRounds; ++round) {  // some of them cross the failure on its way
+    ASSERT_EQ(pusher->startPush(url.c_str()), kLumoLiveOk);
+    std::this_thread::sleep_for(std::chrono::milliseconds(round * 5));
+    if (pusher->stopPush() == kLumoLiveOk) ++stops;
+  }
+  if (stops > 0) {
+    ASSERT_TRUE(listener.events.waitFor("push stopped", stops));
+  }
+  RecordingListener::detachFrom(pusher);
+  EXPECT_EQ(listener.events.count("push stopped"), stops);
+  EXPECT_GE(listener.events.count("connect fail") + stops, kRounds);
+}
+
+TEST_F(LivePusherTest, DevicesAreThere) {
+  LumoLiveDeviceList* cameras = pusher->getCameraList();
+  ASSERT_NE(cameras, nullptr);
+  ASSERT_GE(cameras->getCount(), 1u);
+  LumoLiveDeviceList* microphones = pusher->getAudioCaptureList();
+  ASSERT_NE(microphones, nullptr);
+  ASSERT_GE(microphones->getCount(), 1u);
+  EXPECT_STREQ(pusher->getCurrentCameraName().c_str(), "Test pattern");
+  EXPECT_STREQ(pusher->getCurrentCameraID().c_str(), "test");
+  EXPECT_STREQ(pusher->getCurrentAudioCaptureName().c_str(), "Test tone");
+  EXPECT_STREQ(pusher->getCurrentAudioCaptureID().c_str(), "test");
+}
+
+TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
+  pusher->init(smallConfig());
+  EXPECT_EQ(pusher->setCurrentCameraID("x"), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setCurrentCameraName("x"), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setCurrentAudioCaptureID("x"), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setCurrentAudioCaptureName("x"), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 3, 1), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setTargetVideoBitrate(500), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setMinVideoBitrate(100), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setResolution(3, 0, 0), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setFps(10), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->startScreenShareByDesktopId(1), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->setScreenShareEncoderConfiguration(nullptr), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->pauseScreenShare(), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->resumeScreenShare(), kLumoLiveNotSupported);
+  EXPECT_EQ(pusher->getScreenShareSourceInfo(), nullptr);
+  EXPECT_EQ(pusher->getCurrentScreenShareSourceId(), 0u);
+  EXPECT_EQ(pusher->getScreenShareEncoderConfiguration().bitrate, 0);
+}
+
+TEST_F(LivePusherTest, TheProcessMayEndWhileItCaptures) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        pusher->init(smallConfig());
+        pusher->startPreview(nullptr, 0, 0);
+        std::exit(listener.events.waitFor("preview started") ? 0 : 1);  // NOLINT: the point of it
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+// Frames keep arriving on the capture thread while listeners come and go on this one.
+TEST_F(LivePusherTest, NoCallbackAfterDetaching) {
+  LumoLivePushConfig config = smallConfig();
+  config.frameRate = 60;
+  pusher->init(config);
+  pusher->startPreview(nullptr, 0, 0);
+  ASSERT_TRUE(listener.events.waitFor("preview started"));
+  for (int round = 0; round < 100; ++round) {
+    RecordingListener shortLived;  // on this stack: a late call would meet freed memory
+    shortLived.attachTo(pusher);
+    if (round % 10 == 0) {
+      while (shortLived.frames == 0) std::this_thread::yield();
+    }
+    RecordingListener::detachFrom(pusher);
+  }
+  SUCCEED();
+}
+
+TEST_F(LivePusherTest, DestroyedInFullSwingWithItsListenersAttached) {
+  for (int round = 0; round < 10; ++round) {
+    RecordingListener own;
+    LumoLivePusher::destroy();
+    LumoLivePusher* fresh = LumoLivePusher::Create(kTestSources);
+    ASSERT_NE(fresh, nullptr);
+    own.attachTo(fresh);
+    fresh->init(smallConfig());
+    fresh->startPreview(nullptr, 0, 0);
+    if (round % 2 == 0) {
+      ASSERT_TRUE(own.events.waitFor("preview started"));
+    }
+    LumoLivePusher::destroy();
+    const int frames = own.frames;
+    std::this_thread::sleep_for(40ms);
+    EXPECT_EQ(own.frames, frames);
+    ASSERT_NE(LumoLivePusher::Create(kTestSources), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace NimboEngine

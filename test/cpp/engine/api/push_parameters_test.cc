@@ -1,0 +1,123 @@
+#include "api/push_parameters.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace NimboEngine {
+namespace {
+
+using namespace LumoRtc;
+
+using Change = std::function<void(LumoLivePushConfig&)>;
+
+LumoLiveResult resultOf(const Change& change, PushParameters& parameters, std::string& problem) {
+  LumoLivePushConfig config;
+  change(config);
+  return makePushParameters(config, parameters, problem);
+}
+
+PushParameters accepted(const Change& change) {
+  PushParameters parameters;
+  std::string problem;
+  EXPECT_EQ(resultOf(change, parameters, problem), kLumoLiveOk) << problem;
+  return parameters;
+}
+
+TEST(PushParameters, DefaultsAreUsable) {
+  const PushParameters parameters = accepted([](auto&) {});
+  EXPECT_EQ(parameters.encoder.video, (VideoFormat{854, 480, 15}));
+  EXPECT_EQ(parameters.encoder.audio, (AudioFormat{48000, 2}));
+  EXPECT_EQ(parameters.encoder.audioBps, 64000);
+  EXPECT_EQ(parameters.encoder.gopSeconds, 2);
+  EXPECT_GT(parameters.encoder.videoKbps, 0);
+  EXPECT_FALSE(parameters.encoder.audioOnly);
+  EXPECT_FALSE(parameters.mirror);
+}
+
+TEST(PushParameters, ResolutionCodesClimbALadder) {
+  const std::vector<std::pair<int, int>> sizes = {{320, 180},   {426, 240},  {640, 360},
+                                                  {854, 480},   {960, 540},  {1280, 720},
+                                                  {1920, 1080}, {2560, 1440}};
+  for (uint32_t code = 0; code < sizes.size(); ++code) {
+    const VideoFormat format =
+        accepted([&](auto& config) { config.mResolution = code; }).encoder.video;
+    EXPECT_EQ(std::make_pair(format.width, format.height), sizes[code]);
+  }
+}
+
+TEST(PushParameters, WidthAndHeightWinOverTheCode) {
+  const PushParameters parameters = accepted([](auto& config) {
+    config.mResolution = 99;
+    config.width = 642;
+    config.height = 361;
+  });
+  EXPECT_EQ(parameters.encoder.video, (VideoFormat{642, 361, 15}));
+}
+
+TEST(PushParameters, TakesOverWhatIsGiven) {
+  const PushParameters parameters = accepted([](auto& config) {
+    config.mAudioOnly = true;
+    config.mPushMirror = true;
+    config.frameRate = 60;
+    config.mVideoEncodeGop = 5;
+    config.mAudioSampleRate = 44100;
+    config.mAudioChannels = 1;
+    config.audioBitRate = 128000;
+    config.mTargetVideoBitrate = 1234;
+  });
+  EXPECT_TRUE(parameters.encoder.audioOnly);
+  EXPECT_TRUE(parameters.mirror);
+  EXPECT_EQ(parameters.encoder.video.fps, 60);
+  EXPECT_EQ(parameters.encoder.gopSeconds, 5);
+  EXPECT_EQ(parameters.encoder.audio, (AudioFormat{44100, 1}));
+  EXPECT_EQ(parameters.encoder.audioBps, 128000);
+  EXPECT_EQ(parameters.encoder.videoKbps, 1234);
+}
+
+struct BadField {
+  const char* name;
+  Change change;
+};
+
+TEST(PushParameters, BadValuesAreRefusedByName) {
+  const std::vector<BadField> fields = {
+      {"mResolution", [](auto& config) { config.mResolution = 8; }},
+      {"width", [](auto& config) { config.height = 360; }},
+      {"height", [](auto& config) { config.width = 640; }},
+      {"width", [](auto& config) { config.width = 4097, config.height = 360; }},
+      {"height", [](auto& config) { config.width = 640, config.height = 0xffffffff; }},
+      {"frameRate", [](auto& config) { config.frameRate = 0; }},
+      {"frameRate", [](auto& config) { config.frameRate = 61; }},
+      {"mVideoEncodeGop", [](auto& config) { config.mVideoEncodeGop = 0; }},
+      {"mVideoEncodeGop", [](auto& config) { config.mVideoEncodeGop = 61; }},
+      {"mAudioSampleRate", [](auto& config) { config.mAudioSampleRate = 44000; }},
+      {"mAudioChannels", [](auto& config) { config.mAudioChannels = 0; }},
+      {"mAudioChannels", [](auto& config) { config.mAudioChannels = 3; }},
+      {"audioBitRate", [](auto& config) { config.audioBitRate = 0; }},
+      {"mTargetVideoBitrate", [](auto& config) { config.mTargetVideoBitrate = 0; }},
+      {"mMinVideoBitrate", [](auto& config) { config.mMinVideoBitrate = 49; }},
+      {"mInitialVideoBitrate", [](auto& config) { config.mInitialVideoBitrate = 50001; }},
+  };
+  for (const BadField& field : fields) {
+    PushParameters parameters;
+    parameters.encoder.videoKbps = 4711;
+    std::string problem;
+    EXPECT_EQ(resultOf(field.change, parameters, problem), kLumoLiveInvalidArgument) << field.name;
+    EXPECT_EQ(problem.find(field.name), 0u) << problem;
+    EXPECT_EQ(parameters.encoder.videoKbps, 4711) << "a refused configuration changes nothing";
+  }
+}
+
+TEST(PushParameters, OtherModesAreNotSupported) {
+  PushParameters parameters;
+  std::string problem;
+  EXPECT_EQ(resultOf([](auto& config) { config.mLivePushMode = 1; }, parameters, problem),
+            kLumoLiveNotSupported);
+  EXPECT_EQ(problem.find("mLivePushMode"), 0u);
+}
+
+}  // namespace
+}  // namespace NimboEngine

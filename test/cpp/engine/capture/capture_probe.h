@@ -1,0 +1,73 @@
+// A consumer that keeps what was captured, so that a test can wait for it and look at it.
+//
+// Thread: any.
+// Failure: the waits answer false after a deadline that only guards against hanging.
+
+#pragma once
+
+#include <gst/gst.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "capture/frame_consumer.h"
+
+namespace NimboEngine::test {
+
+// One captured picture.
+struct Picture {
+  std::vector<uint8_t> bytes;
+  GstVideoInfo info{};
+  GstClockTime time = 0;
+
+  // Y, U and V at a place given in parts of the width and height.
+  std::array<int, 3> at(double x, double y) const;
+
+  bool isBlack() const;
+};
+
+struct Sound {
+  std::vector<int16_t> samples;
+  GstClockTime time = 0;
+
+  bool isSilent() const;
+};
+
+class CaptureProbe final : public FrameConsumer {
+ public:
+  void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
+  void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
+
+  // Waits for a picture or sound, later than this call, of which `wanted` holds.
+  bool waitForPicture(const std::function<bool(const Picture&)>& wanted);
+  bool waitForSound(const std::function<bool(const Sound&)>& wanted);
+
+  // The next `count` pictures or sounds, all of them, from this call on.
+  std::vector<Picture> pictures(size_t count);
+  std::vector<Sound> sounds(size_t count);
+
+  size_t pictureCount() const;
+  size_t soundCount() const;
+
+ private:
+  static constexpr std::chrono::seconds kDeadline{60};
+
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  Picture picture_;
+  Sound sound_;
+  // What pictures() and sounds() collect, as long as that many are missing.
+  std::vector<Picture> collectedPictures_;
+  std::vector<Sound> collectedSounds_;
+  size_t missingPictures_ = 0;
+  size_t missingSounds_ = 0;
+  size_t pictureCount_ = 0;
+  size_t soundCount_ = 0;
+};
+
+}  // namespace NimboEngine::test

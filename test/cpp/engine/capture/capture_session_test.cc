@@ -1,0 +1,288 @@
+// The session with the test sources: what its consumers see and hear in each situation.
+
+#include "capture/capture_session.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+#include "capture/capture_probe.h"
+#include "devices/devices.h"
+#include "gst/runtime.h"
+#include "support/event_log.h"
+#include "support/process_usage.h"
+
+namespace NimboEngine::test {
+namespace {
+
+constexpr uint64_t kSecond = 1'000'000'000;
+
+CaptureSettings testSettings(VideoFormat video = {320, 240, 30}) {
+  CaptureSettings settings;
+  settings.video = video;
+  settings.camera = kTestDevice;
+  settings.microphone = kTestDevice;
+  return settings;
+}
+
+bool isPattern(const Picture& picture) {
+  return picture.at(0.07, 0.5)[0] > 200;
+}
+
+class CaptureSessionTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  void open(const CaptureSettings& settings, FrameCallback onFrame = nullptr) {
+    session_ = std::make_unique<CaptureSession>(settings, std::move(onFrame),
+                                                [this](bool camera, const std::string& message) {
+                                                  EXPECT_FALSE(message.empty());
+                                                  failures_.add(camera ? "camera" : "microphone");
+                                                });
+    session_->addConsumer(&probe_);
+  }
+
+  void TearDown() override {
+    if (session_) session_->removeConsumer(&probe_);
+  }
+
+  CaptureProbe probe_;
+  EventLog failures_;
+  std::atomic<size_t> calls_{0};
+  std::unique_ptr<CaptureSession> session_;
+};
+
+void expectColour(const Picture& picture, double x, double y, std::array<int, 3> yuv) {
+  const auto seen = picture.at(x, y);
+  for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], yuv[i], 4) << "plane " << i << " at " << x;
+}
+
+// Full-scale colours as ITU-R BT.601 codes them.
+constexpr std::array<std::array<int, 3>, 7> kBars{{{235, 128, 128},
+                                                   {210, 16, 146},
+                                                   {170, 166, 16},
+                                                   {145, 54, 34},
+                                                   {106, 202, 222},
+                                                   {81, 90, 240},
+                                                   {41, 240, 110}}};
+
+double middleOfBar(size_t bar) {
+  return (static_cast<double>(bar) + 0.5) / 7;
+}
+
+TEST_F(CaptureSessionTest, ThePatternStandsUprightInItsColours) {
+  open(testSettings());
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  const Picture picture = probe_.pictures(1).at(0);
+  for (size_t bar = 0; bar < 7; ++bar) expectColour(picture, middleOfBar(bar), 0.5, kBars[bar]);
+  expectColour(picture, middleOfBar(0), 0.70, kBars[6]);  // the reversed bars below
+}
+
+TEST_F(CaptureSessionTest, MirrorExchangesLeftAndRight) {
+  CaptureSettings settings = testSettings();
+  settings.mirror = true;
+  open(settings);
+  ASSERT_TRUE(probe_.waitForPicture([](const Picture& picture) { return !picture.isBlack(); }));
+  const Picture picture = probe_.pictures(1).at(0);
+  for (size_t bar = 0; bar < 7; ++bar) expectColour(picture, middleOfBar(6 - bar), 0.5, kBars[bar]);
+}
+
+TEST_F(CaptureSessionTest, FramesAreContiguousAtOddSizes) {
+  open(testSettings({323, 241, 30}));
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  const Picture picture = probe_.pictures(1).at(0);
+  EXPECT_EQ(picture.info.width, 323);
+  EXPECT_EQ(picture.info.height, 241);
+  EXPECT_EQ(picture.bytes.size(), 324U * 241 + 2 * 164 * 121);
+  for (size_t bar = 0; bar < 7; ++bar) expectColour(picture, middleOfBar(bar), 0.5, kBars[bar]);
+}
+
+TEST_F(CaptureSessionTest, BothStreamsStandOnTheirGridsOnOneClock) {
+  open(testSettings());
+  const std::vector<Picture> pictures = probe_.pictures(20);
+  for (size_t i = 1; i < pictures.size(); ++i) {
+    const uint64_t passed = pictures[i].time - pictures[0].time;
+    const uint64_t ticks = (passed * 30 + kSecond / 2) / kSecond;
+    EXPECT_GE(ticks, i);
+    EXPECT_NEAR(static_cast<double>(passed), static_cast<double>(ticks * kSecond) / 30, 1.0);
+  }
+  const std::vector<Sound> sounds = probe_.sounds(20);
+  for (size_t i = 1; i < sounds.size(); ++i) {
+    EXPECT_EQ(sounds[i].time - sounds[i - 1].time, kSecond / 50) << "no chunk is left out";
+    EXPECT_EQ(sounds[i].samples.size(), 960U * 2);
+  }
+  const auto apart = static_cast<int64_t>(sounds[0].time - pictures[0].time);
+  EXPECT_LT(std::abs(apart), int64_t{60} * static_cast<int64_t>(kSecond));
+}
+
+TEST_F(CaptureSessionTest, RatesThatDoNotDivideGetTheRightNumberOfSamples) {
+  CaptureSettings settings = testSettings();
+  settings.audio = {11025, 1};
+  open(settings);
+  size_t total = 0;
+  for (const Sound& sound : probe_.sounds(50)) {
+    EXPECT_TRUE(sound.samples.size() == 220 || sound.samples.size() == 221);
+    total += sound.samples.size();
+  }
+  EXPECT_EQ(total, 11025U);
+}
+
+TEST_F(CaptureSessionTest, TheToneHas440HertzAndModerateLevel) {
+  CaptureSettings settings = testSettings();
+  settings.audio = {48000, 1};
+  open(settings);
+  ASSERT_TRUE(probe_.waitForSound([](const Sound& sound) { return !sound.isSilent(); }));
+  std::vector<int16_t> samples;
+  for (const Sound& sound : probe_.sounds(51)) {
+    samples.insert(samples.end(), sound.samples.begin(), sound.samples.end());
+  }
+  // The first chunk may begin in the silence before the sound.
+  samples.erase(samples.begin(), samples.begin() + 960);
+  int rising = 0;
+  for (size_t i = 1; i < samples.size(); ++i) rising += samples[i - 1] < 0 && samples[i] >= 0;
+  EXPECT_NEAR(rising, 440, 3);
+  EXPECT_NEAR(*std::max_element(samples.begin(), samples.end()), 32767 * 0.2, 50);
+}
+
+TEST_F(CaptureSessionTest, TheCallbackChangesWhatConsumersSee) {
+  open(testSettings({641, 361, 30}), [this](uint8_t* pixels, const GstVideoInfo& info) {
+    pixels[0] = 77;
+    pixels[GST_VIDEO_INFO_SIZE(&info) - 1] = 78;
+    ++calls_;
+  });
+  for (const Picture& picture : probe_.pictures(5)) {
+    EXPECT_EQ(picture.bytes.front(), 77);
+    EXPECT_EQ(picture.bytes.back(), 78);
+  }
+  EXPECT_GE(calls_, 5U);
+}
+
+TEST_F(CaptureSessionTest, AMutedCameraIsBlackAndComesBack) {
+  open(testSettings());
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  session_->setCameraMuted(true);
+  ASSERT_TRUE(probe_.waitForPicture(&Picture::isBlack));
+  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(picture.isBlack());
+  session_->setCameraMuted(false);
+  EXPECT_TRUE(probe_.waitForPicture(isPattern));
+}
+
+TEST_F(CaptureSessionTest, AStoppedCameraStandsStillAndComesBack) {
+  open(testSettings());
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  session_->setCameraRunning(false);
+  session_->setCameraRunning(false);  // once is enough
+  probe_.pictures(2);                 // one may have been under way
+  const std::vector<Picture> still = probe_.pictures(5);
+  for (const Picture& picture : still) EXPECT_EQ(picture.bytes, still[0].bytes);
+  EXPECT_TRUE(isPattern(still[0]));
+  session_->setCameraRunning(true);
+  EXPECT_TRUE(probe_.waitForPicture(
+      [&still](const Picture& picture) { return picture.bytes != still[0].bytes; }));
+}
+
+TEST_F(CaptureSessionTest, TheFrameCallbackSeesEachStillPictureAfresh) {
+  open(testSettings(), [](uint8_t* pixels, const GstVideoInfo&) {
+    pixels[0] = static_cast<uint8_t>(pixels[0] / 2);
+  });
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  session_->setCameraRunning(false);
+  probe_.pictures(2);
+  for (const Picture& picture : probe_.pictures(5)) EXPECT_EQ(picture.bytes[0], 235 / 2);
+}
+
+TEST_F(CaptureSessionTest, MutedSoundIsSilentAndComesBack) {
+  open(testSettings());
+  const auto loud = [](const Sound& sound) { return !sound.isSilent(); };
+  ASSERT_TRUE(probe_.waitForSound(loud));
+  session_->setMuted(true);
+  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
+  session_->setMuted(false);
+  EXPECT_TRUE(probe_.waitForSound(loud));
+}
+
+TEST_F(CaptureSessionTest, AudioOnlyHasNoPictures) {
+  CaptureSettings settings = testSettings();
+  settings.audioOnly = true;
+  open(settings, [](uint8_t*, const GstVideoInfo&) { ADD_FAILURE() << "a frame without video"; });
+  EXPECT_TRUE(probe_.waitForSound([](const Sound& sound) { return !sound.isSilent(); }));
+  session_->setCameraMuted(true);
+  session_->setCameraRunning(false);
+  session_->setCameraRunning(true);
+  probe_.sounds(10);
+  EXPECT_EQ(probe_.pictureCount(), 0U);
+}
+
+TEST_F(CaptureSessionTest, DevicesThatAreNotThereGiveBlackAndSilence) {
+  CaptureSettings settings = testSettings();
+  settings.camera = "no such camera";
+  settings.microphone = "no such microphone";
+  open(settings);
+  EXPECT_TRUE(failures_.waitFor("camera"));
+  EXPECT_TRUE(failures_.waitFor("microphone"));
+  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(picture.isBlack());
+  for (const Sound& sound : probe_.sounds(5)) EXPECT_TRUE(sound.isSilent());
+}
+
+TEST_F(CaptureSessionTest, TheSoundOfAFileNeedsAFile) {
+  CaptureSettings settings = testSettings();
+  settings.microphone = kFileSound;
+  open(settings);
+  EXPECT_TRUE(failures_.waitFor("microphone"));
+  EXPECT_TRUE(probe_.waitForPicture(isPattern));
+  EXPECT_EQ(failures_.count("camera"), 0);
+}
+
+// A consumer that is in the middle of a frame when it is to be removed.
+class SlowConsumer final : public FrameConsumer {
+ public:
+  void onVideoFrame(GstBuffer*, const GstVideoInfo&, GstClockTime) override {
+    left = false;
+    entered.add("entered");
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    left = true;
+  }
+  void onAudioChunk(GstBuffer*, const AudioFormat&, GstClockTime) override {}
+
+  EventLog entered;
+  std::atomic<bool> left{true};
+};
+
+TEST_F(CaptureSessionTest, RemovingAConsumerWaitsForItsCall) {
+  open(testSettings());
+  SlowConsumer slow;
+  session_->addConsumer(&slow);
+  ASSERT_TRUE(slow.entered.waitFor("entered", 3));
+  session_->removeConsumer(&slow);
+  EXPECT_TRUE(slow.left);
+  const auto calls = slow.entered.count("entered");
+  probe_.pictures(3);
+  EXPECT_EQ(slow.entered.count("entered"), calls);
+}
+
+TEST_F(CaptureSessionTest, FiftySessionsLeaveNothingBehind) {
+  const auto cycle = [this] {
+    open(testSettings());
+    probe_.pictures(1);
+    session_->removeConsumer(&probe_);
+    session_.reset();
+  };
+  for (int i = 0; i < 3; ++i) cycle();
+  const ProcessUsage before = processUsage();
+  for (int i = 0; i < 50; ++i) cycle();
+  // On a busy machine the last sources may still be ending; GLib's pool may keep idle threads.
+  const auto level = [&before] {
+    const ProcessUsage now = processUsage();
+    return now.threads <= before.threads + 2 && now.descriptors <= before.descriptors;
+  };
+  for (int i = 0; i < 1000 && !level(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_TRUE(level());
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

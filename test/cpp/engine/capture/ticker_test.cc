@@ -1,0 +1,81 @@
+#include "capture/ticker.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <vector>
+
+#include "gst/runtime.h"
+
+namespace NimboEngine {
+namespace {
+
+struct Call {
+  uint64_t number;
+  GstClockTime time;
+};
+
+class TickerTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+};
+
+// Runs a ticker until `count` ticks have come; `first` is called in the first one.
+std::vector<Call> record(
+    uint32_t rate, uint64_t catchUp, size_t count, const std::function<void()>& first = [] {}) {
+  std::vector<Call> calls;
+  std::promise<void> enough;
+  {
+    Ticker ticker("test", rate, catchUp, [&](uint64_t number, GstClockTime time) {
+      if (calls.size() >= count) return;
+      if (calls.empty()) first();
+      calls.push_back({number, time});
+      if (calls.size() == count) enough.set_value();
+    });
+    enough.get_future().wait();
+  }
+  return calls;
+}
+
+void pause(int ms) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+TEST_F(TickerTest, TicksStandOnTheGridOfTheirNumbers) {
+  const std::vector<Call> calls = record(100, 1000, 50);
+  const TickGrid grid(calls[0].time, 100);
+  for (size_t i = 0; i < calls.size(); ++i) {
+    EXPECT_EQ(calls[i].number, i);
+    EXPECT_EQ(calls[i].time, grid.time(i));
+  }
+}
+
+TEST_F(TickerTest, AnOverdueTickIsLeftOutWithoutAllowance) {
+  const std::vector<Call> calls = record(100, 0, 5, [] { pause(55); });
+  EXPECT_GE(calls[1].number, 5U);
+  const TickGrid grid(calls[0].time, 100);
+  for (const Call& call : calls) EXPECT_EQ(call.time, grid.time(call.number));
+}
+
+TEST_F(TickerTest, OverdueTicksAreMadeUpWithinTheAllowance) {
+  const std::vector<Call> calls = record(100, 1000, 10, [] { pause(55); });
+  for (size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i].number, i);
+}
+
+TEST_F(TickerTest, DestructionWaitsForTheTickUnderWay) {
+  std::promise<void> entered;
+  bool left = false;
+  {
+    Ticker ticker("test", 1, 0, [&](uint64_t number, GstClockTime) {
+      if (number > 0) return;
+      entered.set_value();
+      pause(20);
+      left = true;
+    });
+    entered.get_future().wait();
+  }
+  EXPECT_TRUE(left);
+}
+
+}  // namespace
+}  // namespace NimboEngine

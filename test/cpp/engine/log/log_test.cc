@@ -1,0 +1,164 @@
+#include "log/log.h"
+
+#include <gtest/gtest.h>
+#include <regex.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "NimboSdk/LumoLiveBase.h"
+#include "NimboSdk/LumoLiveResult.h"
+
+namespace NimboEngine {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Whether `text` contains `pattern`, an extended regular expression of POSIX.
+bool matches(const std::string& text, const std::string& pattern) {
+  regex_t compiled;
+  EXPECT_EQ(regcomp(&compiled, pattern.c_str(), REG_EXTENDED | REG_NOSUB), 0) << pattern;
+  const bool found = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+  regfree(&compiled);
+  return found;
+}
+
+class LogTest : public testing::Test {
+ protected:
+  LogTest() {
+    std::string pattern = fs::temp_directory_path() / "nimbo-log-XXXXXX";
+    folder = mkdtemp(pattern.data());
+    setLogLevel(kLogInfo);
+    setLogConsole(false);
+  }
+  ~LogTest() override { fs::remove_all(folder); }
+
+  std::string written() const {
+    std::ifstream stream(folder / "nimbo_sdk.log");
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+  fs::path folder;
+};
+
+TEST_F(LogTest, ALineTellsTimeLevelTagThreadPlaceAndText) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  NimboEngineOutputLog("/src/a/b.cc", "InitPusher", 42, "Electron", 5, "failed: %s (%d)", "x", 7);
+  const std::string thread = std::to_string(gettid());
+  const std::string line =
+      "^[0-9]{4}(-[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2}\\.[0-9]{3} \\[error\\] \\[Electron\\] \\[" +
+      thread + "\\] b\\.cc:42 InitPusher failed: x \\(7\\)\n$";
+  EXPECT_TRUE(matches(written(), line)) << written();
+}
+
+TEST_F(LogTest, LevelsHaveTheirNames) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  setLogLevel(kLogTrace);
+  for (int level = 0; level <= 5; ++level) NimboEngineOutputLog("f", "g", 1, "t", level, "x");
+  const std::string text = written();
+  for (const char* name : {"trace", "debug", "verbose", "info", "warning", "error"}) {
+    EXPECT_NE(text.find("[" + std::string(name) + "]"), std::string::npos) << name;
+  }
+}
+
+TEST_F(LogTest, LinesBelowTheLevelAreDropped) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  LumoRtc::LumoLiveBase::SetLogLevel(LumoRtc::kLumoLivePushLogLevelWarning);
+  NimboEngineOutputLog("f", "g", 1, "t", 3, "dropped");
+  NIMBO_LOG_INFO("dropped {}", "too");
+  NimboEngineOutputLog("f", "g", 1, "t", 4, "kept");
+  EXPECT_EQ(written().find("dropped"), std::string::npos);
+  EXPECT_NE(written().find("kept"), std::string::npos);
+}
+
+TEST_F(LogTest, OddLevelsAreWrittenAsTheNearest) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  NimboEngineOutputLog("f", "g", 1, "t", 100, "high");
+  NimboEngineOutputLog("f", "g", 1, "t", -7, "low");  // below the level
+  EXPECT_NE(written().find("[error] [t]"), std::string::npos);
+  EXPECT_EQ(written().find("low"), std::string::npos);
+}
+
+TEST_F(LogTest, ScriptTextIsNeverExpanded) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  NimboEngineOutputLog("f", "WriteLog", 1, "Electron-JS", 3, "100%s %n %d {} {0}");
+  EXPECT_NE(written().find("WriteLog 100%s %n %d {} {0}\n"), std::string::npos);
+}
+
+TEST_F(LogTest, NullTextsAndLongTextsAreTaken) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  NimboEngineOutputLog(nullptr, nullptr, 0, nullptr, 5, "no names");
+  NimboEngineOutputLog("f", "g", 1, "t", 5, nullptr);
+  const std::string longText(100'000, 'x');
+  NimboEngineOutputLog("f", "g", 1, "t", 5, "%s", longText.c_str());
+  EXPECT_NE(written().find("no names"), std::string::npos);
+  EXPECT_NE(written().find(longText), std::string::npos);
+}
+
+TEST_F(LogTest, FilesRotateWithinTheLimit) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  const std::string text(1000, 'y');
+  for (int i = 0; i < 3000; ++i) NimboEngineOutputLog("f", "g", 1, "t", 5, "%s", text.c_str());
+  std::uintmax_t total = 0;
+  std::ptrdiff_t files = 0;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    total += entry.file_size();
+    ++files;
+  }
+  EXPECT_EQ(files, 4);
+  EXPECT_LE(total, 1024u * 1024u);
+  EXPECT_GE(total, 700u * 1024u) << "old lines are kept as long as they fit";
+}
+
+TEST_F(LogTest, DirectoryIsCreatedAndBadOnesAreRefused) {
+  using LumoRtc::LumoLiveBase;
+  EXPECT_EQ(LumoLiveBase::SetLogDirPath((folder / "new" / "deep").c_str(), 512),
+            LumoRtc::kLumoLiveOk);
+  EXPECT_TRUE(fs::exists(folder / "new" / "deep" / "nimbo_sdk.log"));
+  EXPECT_EQ(LumoLiveBase::SetLogDirPath(nullptr, 512), LumoRtc::kLumoLiveInvalidArgument);
+  EXPECT_EQ(LumoLiveBase::SetLogDirPath("", 512), LumoRtc::kLumoLiveInvalidArgument);
+  EXPECT_EQ(LumoLiveBase::SetLogDirPath(folder.c_str(), 0), LumoRtc::kLumoLiveInvalidArgument);
+  EXPECT_EQ(LumoLiveBase::SetLogDirPath("/proc/nowhere", 512), LumoRtc::kLumoLiveNotFound);
+  NIMBO_LOG_ERROR("still here");  // the earlier directory stays in use
+  std::ifstream stream(folder / "new" / "deep" / "nimbo_sdk.log");
+  const std::string text{std::istreambuf_iterator<char>(stream), {}};
+  EXPECT_NE(text.find("still here"), std::string::npos);
+}
+
+TEST_F(LogTest, ConsoleOnlyWhenEnabled) {
+  testing::internal::CaptureStderr();
+  NimboEngineOutputLog("f", "g", 1, "t", 5, "silent");
+  setLogConsole(true);
+  NimboEngineOutputLog("f", "g", 1, "t", 5, "spoken");
+  setLogConsole(false);
+  NimboEngineOutputLog("f", "g", 1, "t", 5, "silent again");
+  const std::string console = testing::internal::GetCapturedStderr();
+  EXPECT_NE(console.find("spoken"), std::string::npos);
+  EXPECT_EQ(console.find("silent"), std::string::npos);
+}
+
+TEST_F(LogTest, WritesWholeLinesFromManyThreads) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 4));
+  std::vector<std::thread> writers;
+  for (int i = 0; i < 4; ++i) {
+    writers.emplace_back([] {
+      for (int n = 0; n < 200; ++n) NIMBO_LOG_ERROR("begin {} end", n);
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  std::ifstream stream(folder / "nimbo_sdk.log");
+  int lines = 0;
+  for (std::string line; std::getline(stream, line); ++lines) {
+    EXPECT_TRUE(matches(line, " begin [0-9]+ end$")) << line;
+  }
+  EXPECT_EQ(lines, 800);
+}
+
+}  // namespace
+}  // namespace NimboEngine

@@ -1,0 +1,67 @@
+#include "publish/push_url.h"
+
+#include <gtest/gtest.h>
+
+namespace NimboEngine {
+namespace {
+
+PushUrl accepted(const char* text) {
+  std::string reason;
+  const auto url = parsePushUrl(text, reason);
+  EXPECT_TRUE(url) << text << ": " << reason;
+  return url.value_or(PushUrl{});
+}
+
+std::string refused(const char* text) {
+  std::string reason;
+  EXPECT_FALSE(parsePushUrl(text, reason)) << text;
+  return reason;
+}
+
+TEST(PushUrl, ReadsTheParts) {
+  const PushUrl url = accepted("rtmp://example.org:1936/live/stream?key=a/b");
+  EXPECT_EQ(url.text, "rtmp://example.org:1936/live/stream?key=a/b");
+  EXPECT_EQ(url.host, "example.org");
+  EXPECT_EQ(url.port, 1936);
+  EXPECT_EQ(url.application, "live");
+}
+
+TEST(PushUrl, KnowsTheSchemesPorts) {
+  EXPECT_EQ(accepted("rtmp://h/a/s").port, 1935);
+  EXPECT_EQ(accepted("rtmps://h/a/s").port, 443);
+  EXPECT_EQ(accepted("RTMP://h/a/s").port, 1935);
+}
+
+TEST(PushUrl, TakesWhatServersUse) {
+  EXPECT_EQ(accepted("rtmp://[::1]:1935/live/s").host, "::1");
+  EXPECT_EQ(accepted("rtmp://h/app/instance/s").application, "app/instance");
+  EXPECT_EQ(accepted("rtmp://user:word@h/live/s").host, "h");
+  EXPECT_EQ(accepted("rtmp://h/live/k?token=50%zz&x=%20").application, "live");
+}
+
+TEST(PushUrl, KeepsTheStreamNameOutOfTheLog) {
+  const std::string text = accepted("rtmp://user:word@h:1/live/secret?token=t").forLog();
+  EXPECT_NE(text.find("h:1/live"), std::string::npos);
+  for (const char* part : {"secret", "token", "word"}) {
+    EXPECT_EQ(text.find(part), std::string::npos) << text;
+  }
+}
+
+TEST(PushUrl, RefusesWithTheReason) {
+  EXPECT_EQ(refused(nullptr), "the URL is empty");
+  EXPECT_EQ(refused(""), "the URL is empty");
+  EXPECT_EQ(refused("http://h/a/s"), "the scheme is http, not rtmp or rtmps");
+  EXPECT_EQ(refused("rtmp:///a/s"), "the host is missing");
+  EXPECT_NE(refused("rtmp://h").find("application"), std::string::npos);
+  EXPECT_NE(refused("rtmp://h/").find("application"), std::string::npos);
+  EXPECT_NE(refused("rtmp://h/s").find("application"), std::string::npos);
+  EXPECT_NE(refused("rtmp://h//s").find("application"), std::string::npos);
+  EXPECT_NE(refused("rtmp://h/a/").find("stream name"), std::string::npos);
+  EXPECT_NE(refused("rtmp://h/a/?s").find("stream name"), std::string::npos);
+  EXPECT_FALSE(refused("rtmp://h:99999/a/s").empty());
+  EXPECT_FALSE(refused("live/stream").empty());
+  EXPECT_FALSE(refused("rtmp://h:port/a/s").empty());
+}
+
+}  // namespace
+}  // namespace NimboEngine

@@ -1,0 +1,57 @@
+// A display server of a test's own, and a window on it that the test owns.
+//
+// Thread: one at a time.
+// Failure: a server that does not come up throws std::runtime_error.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "render/view_layout.h"
+#include "support/child_process.h"
+
+namespace NimboEngine::test {
+
+// Xvfb with a screen of 800 by 600; $DISPLAY names it while it lives.
+class XServer {
+ public:
+  // `options` are further options of Xvfb.
+  explicit XServer(const std::vector<std::string>& options = {});
+  ~XServer();
+  XServer(const XServer&) = delete;
+  XServer& operator=(const XServer&) = delete;
+
+  void signal(int number) const { process_->signal(number); }
+  void kill() { process_.reset(); }
+
+ private:
+  const std::string displayFile_;
+  std::unique_ptr<ChildProcess> process_;
+};
+
+class XWindow {
+ public:
+  explicit XWindow(Size size);
+  ~XWindow();
+  XWindow(const XWindow&) = delete;
+  XWindow& operator=(const XWindow&) = delete;
+
+  uint32_t id() const { return window_; }
+  void resize(Size size);
+  void destroy();
+
+  // Red, green and blue of what the window shows, at a place given in parts of its size.
+  std::array<int, 3> at(double x, double y) const;
+
+ private:
+  xcb_connection_t* connection_;
+  uint32_t window_;
+  Size size_;
+};
+
+}  // namespace NimboEngine::test

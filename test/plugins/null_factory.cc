@@ -1,0 +1,8 @@
+// The factory gives nothing.
+
+#include "recording_plugin.h"
+
+extern "C" LUMO_PLUGIN_INTERFACE TestPlugins::INimboPlugin* createNimboPlugin() {
+  TestPlugins::record("create");
+  return nullptr;
+}

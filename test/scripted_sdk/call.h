@@ -1,0 +1,39 @@
+// One call of an SDK operation, as every operation makes it: record it, perform what the test
+// hooked to it, and answer as told.
+//
+// Thread: any. No lock is held while hooked callbacks run.
+// Failure: none; answers were checked when the test gave them.
+
+#pragma once
+
+#include <cstdint>
+
+#include "NimboSdk/LumoLiveDefine.h"
+#include "NimboSdk/LumoRtcString.h"
+#include "scripted_sdk/operations.h"
+
+namespace ScriptedSdk {
+
+class Call {
+ public:
+  // `name` is the operation's whole name; `self` the object, null for a static function.
+  Call(const char* name, const void* self, Json args);
+
+  // Sets `key` to true in the call's record.
+  void mark(const char* key);
+
+  // The answer, for operations whose result needs more than the readers below.
+  Json answer();
+  void recordResult(Json result);
+
+  int integer();
+  uint32_t unsignedInteger();
+  bool boolean();
+  LumoRtc::String text();
+
+ private:
+  const Operation& operation_;
+  uint64_t seq_;
+};
+
+}  // namespace ScriptedSdk

@@ -1,0 +1,66 @@
+// Holds one listener and keeps the interface's promise: set(nullptr) returns only when no call of
+// the listener is running and none will run any more.
+//
+// Thread: any. Calls of one listener run side by side. A callback may detach its own listener: set
+//   does not wait for calls that run on the calling thread.
+// Ownership: the listener is the caller's. The slot remembers the last one, so that a test can
+//   show what a callback does that comes after the detaching.
+// Failure: none.
+
+#pragma once
+
+#include <algorithm>
+#include <condition_variable>
+#include <list>
+#include <mutex>
+#include <thread>
+
+namespace ScriptedSdk {
+
+// Which listener a callback goes through: the one that is set, or the last that was set.
+enum class Through { kCurrent, kLast };
+
+template <class Listener>
+class ListenerSlot {
+ public:
+  void set(Listener* listener) {
+    std::unique_lock lock(mutex_);
+    current_ = listener;
+    if (listener) last_ = listener;
+    idle_.wait(lock, [this, listener] {
+      return std::all_of(calls_.begin(), calls_.end(), [listener](const Call& call) {
+        return call.listener == listener || call.thread == std::this_thread::get_id();
+      });
+    });
+  }
+
+  // Calls `use` with the listener. False when there is none.
+  template <class Use>
+  bool call(Through through, Use&& use) {
+    std::unique_lock lock(mutex_);
+    Listener* const listener = through == Through::kLast ? last_ : current_;
+    if (!listener) return false;
+    const auto running = calls_.insert(calls_.end(), {listener, std::this_thread::get_id()});
+    lock.unlock();
+    use(*listener);
+    lock.lock();
+    calls_.erase(running);
+    // Under the lock: once it is given up, set() may return and the slot may end.
+    idle_.notify_all();
+    return true;
+  }
+
+ private:
+  struct Call {
+    Listener* listener;
+    std::thread::id thread;
+  };
+
+  std::mutex mutex_;
+  std::condition_variable idle_;
+  Listener* current_ = nullptr;
+  Listener* last_ = nullptr;
+  std::list<Call> calls_;
+};
+
+}  // namespace ScriptedSdk

@@ -1,0 +1,106 @@
+#include "scripted_sdk/mix_stream_array.h"
+
+#include <atomic>
+#include <vector>
+
+#include "scripted_sdk/recorder.h"
+#include "scripted_sdk/strings.h"
+
+namespace LumoRtc {
+
+struct LumoLiveMixStreamArrayAccess {
+  using Streams = std::vector<LumoLiveMixStream>;
+  static Streams& streams(const LumoLiveMixStreamArray& array) {
+    return *static_cast<Streams*>(array.mStorage);
+  }
+};
+
+}  // namespace LumoRtc
+
+namespace ScriptedSdk {
+
+namespace {
+
+using Access = LumoRtc::LumoLiveMixStreamArrayAccess;
+
+std::atomic<int> aliveCount{0};
+
+Json streamJson(const LumoRtc::LumoLiveMixStream& stream) {
+  return {{"userId", textJson(stream.userId)},
+          {"x", stream.x},
+          {"y", stream.y},
+          {"width", stream.width},
+          {"height", stream.height},
+          {"zOrder", stream.zOrder}};
+}
+
+void record(const char* name, const LumoRtc::LumoLiveMixStreamArray& self,
+            const Json& details = Json::object()) {
+  Json entry = {{"name", name}, {"self", pointerJson(&self)}};
+  entry.update(details);
+  entry["count"] = Access::streams(self).size();
+  recorder().add(Kind::kArray, entry);
+}
+
+}  // namespace
+
+Json mixStreamsJson(const LumoRtc::LumoLiveMixStreamArray& streams) {
+  Json all = Json::array();
+  for (const auto& stream : Access::streams(streams)) all.push_back(streamJson(stream));
+  return all;
+}
+
+int mixStreamArraysAlive() {
+  return aliveCount;
+}
+
+}  // namespace ScriptedSdk
+
+namespace LumoRtc {
+
+using ScriptedSdk::Access;
+using ScriptedSdk::aliveCount;
+using ScriptedSdk::pointerJson;
+using ScriptedSdk::record;
+using ScriptedSdk::SdkScope;
+using ScriptedSdk::streamJson;
+
+LumoLiveMixStreamArray::LumoLiveMixStreamArray() : mStorage(new Access::Streams) {
+  ++aliveCount;
+  record("construct", *this);
+}
+
+LumoLiveMixStreamArray::LumoLiveMixStreamArray(const LumoLiveMixStreamArray& other) {
+  const SdkScope scope;
+  mStorage = new Access::Streams(Access::streams(other));
+  ++aliveCount;
+  record("copy", *this, {{"from", pointerJson(&other)}});
+}
+
+LumoLiveMixStreamArray& LumoLiveMixStreamArray::operator=(const LumoLiveMixStreamArray& other) {
+  const SdkScope scope;
+  if (this != &other) Access::streams(*this) = Access::streams(other);
+  record("assign", *this, {{"from", pointerJson(&other)}});
+  return *this;
+}
+
+LumoLiveMixStreamArray::~LumoLiveMixStreamArray() {
+  const SdkScope scope;
+  record("destroy", *this);
+  delete &Access::streams(*this);
+  --aliveCount;
+}
+
+void LumoLiveMixStreamArray::Add(const LumoLiveMixStream& stream) {
+  const SdkScope scope;
+  Access::streams(*this).push_back(stream);
+  record("Add", *this, {{"stream", streamJson(stream)}});
+}
+
+void LumoLiveMixStreamArray::Clear() {
+  const SdkScope scope;
+  Access::streams(*this).clear();
+  record("Clear", *this);
+}
+
+}  // namespace LumoRtc
