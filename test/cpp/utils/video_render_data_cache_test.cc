@@ -1,6 +1,7 @@
 #include "utils/video_render_data_cache.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -24,7 +25,7 @@ constexpr auto kHangGuard = 60s;
 
 struct Notification {
   std::string user;
-  std::thread::id thread;
+  pid_t thread;  // the kernel's number: std::thread::id is soon used again
   std::chrono::steady_clock::time_point at;
 };
 
@@ -33,7 +34,7 @@ class RecordingObserver final : public VideoRenderDataObserver {
   void OnVideoRenderDataNeedUpdate(std::string& uid) override {
     if (during_call) during_call();
     const std::lock_guard lock(mutex_);
-    calls_.push_back({uid, std::this_thread::get_id(), std::chrono::steady_clock::now()});
+    calls_.push_back({uid, gettid(), std::chrono::steady_clock::now()});
     changed_.notify_all();
   }
 
@@ -60,8 +61,8 @@ class RecordingObserver final : public VideoRenderDataObserver {
   std::vector<Notification> calls_;
 };
 
-std::set<std::thread::id> ThreadsOf(const std::vector<Notification>& calls) {
-  std::set<std::thread::id> threads;
+std::set<pid_t> ThreadsOf(const std::vector<Notification>& calls) {
+  std::set<pid_t> threads;
   for (const auto& call : calls) threads.insert(call.thread);
   return threads;
 }
@@ -109,7 +110,7 @@ TEST_F(VideoRenderDataManagerTest, TellsUnfetchedUsersInKeyOrderAtEveryPass) {
   ASSERT_TRUE(manager_.Start());
   const auto calls = observer_.Next(9);
   EXPECT_EQ(ThreadsOf(calls).size(), 1U);
-  EXPECT_FALSE(ThreadsOf(calls).contains(std::this_thread::get_id()));
+  EXPECT_FALSE(ThreadsOf(calls).contains(gettid()));
   const auto first_a = std::find_if(calls.begin(), calls.end(),
                                     [](const Notification& call) { return call.user == "a"; });
   const char* const kOrder[] = {"a", "b", "preview"};
@@ -199,11 +200,11 @@ TEST_F(VideoRenderDataManagerTest, StopJoinsTheThreadAndStartPacesAgain) {
 
 TEST_F(VideoRenderDataManagerTest, StartOnThePacingThreadItself) {
   bool restarted = false;
-  std::thread::id first_thread;
+  pid_t first_thread = 0;
   observer_.during_call = [&] {
     if (restarted) return;
     restarted = true;
-    first_thread = std::this_thread::get_id();
+    first_thread = gettid();
     EXPECT_TRUE(manager_.Start());
   };
   Cache("u");
