@@ -1,5 +1,6 @@
 // The process's one pusher.
 
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -11,8 +12,8 @@
 namespace NimboEngine {
 namespace {
 
-// Never destroyed: a process that ends while it streams must not tear the pusher down in the
-// middle of its other destructors.
+// Never destroyed: a pusher that outlived stopAtExit() must not go in the middle of the process's
+// other destructors.
 struct Instance {
   std::mutex mutex;
   std::unique_ptr<LivePusher> pusher;
@@ -21,6 +22,12 @@ struct Instance {
 Instance& theInstance() {
   static NeverDestroyed<Instance> instance;
   return *instance;
+}
+
+// A process that ends while it streams stops streaming first: GStreamer loads plug-ins as it needs
+// them, and one that is loaded after the libraries' own destructors have run aborts the process.
+void stopAtExit() {
+  [[maybe_unused]] static const int registered = std::atexit(LumoRtc::LumoLivePusher::destroy);
 }
 
 }  // namespace
@@ -42,6 +49,7 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
     NIMBO_LOG_ERROR("no pusher: there is one already");
     return nullptr;
   }
+  NimboEngine::stopAtExit();
   theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
   return theInstance().pusher.get();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <thread>
 
@@ -25,15 +26,22 @@ DeviceMonitor& DeviceMonitor::instance() {
 }
 
 void DeviceMonitor::warmUp() {
-  std::call_once(begun_, [this] { std::thread([this] { start(); }).detach(); });
+  std::call_once(begun_, [this] {
+    std::thread([this] { start(); }).detach();
+    // The first look loads plug-ins, which must not happen after the libraries' own destructors.
+    std::atexit([] { instance().waitForFirstLook(); });
+  });
+}
+
+bool DeviceMonitor::waitForFirstLook() {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_for(lock, std::chrono::seconds(1), [this] { return looked_; });
 }
 
 std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
   warmUp();
-  std::unique_lock lock(mutex_);
-  if (!changed_.wait_for(lock, std::chrono::seconds(1), [this] { return looked_; })) {
-    NIMBO_LOG_WARN("looking for devices takes long; none are known yet");
-  }
+  if (!waitForFirstLook()) NIMBO_LOG_WARN("looking for devices takes long; none are known yet");
+  std::lock_guard lock(mutex_);
   std::vector<GstPtr<GstDevice>> found;
   for (const GstPtr<GstDevice>& device : devices_) {
     if (gst_device_has_classes(device.get(), deviceClass)) found.push_back(reference(device.get()));
@@ -42,7 +50,13 @@ std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
 }
 
 void DeviceMonitor::start() {
-  if (!startGstreamer()) return;
+  if (startGstreamer()) look();
+  std::lock_guard lock(mutex_);
+  looked_ = true;
+  changed_.notify_all();
+}
+
+void DeviceMonitor::look() {
   monitor_.reset(gst_device_monitor_new());
   for (const char* wanted : {"Video/Source", "Audio/Source"}) {
     gst_device_monitor_add_filter(monitor_.get(), wanted, nullptr);
@@ -59,9 +73,6 @@ void DeviceMonitor::start() {
     add(device.get());
   }
   g_list_free(list);
-  std::lock_guard lock(mutex_);
-  looked_ = true;
-  changed_.notify_all();
 }
 
 // A device may come both as a message and in the first list.

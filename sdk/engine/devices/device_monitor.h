@@ -29,6 +29,8 @@ class DeviceMonitor {
  private:
   DeviceMonitor() = default;
   void start();
+  void look();
+  bool waitForFirstLook();  // a second at most; whether it has ended
   void add(GstDevice* device);
   void remove(GstDevice* device);
   static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer self);

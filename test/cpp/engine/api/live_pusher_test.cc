@@ -48,6 +48,13 @@ TEST(LivePusherCreation, OnlyOneLives) {
   LumoLivePusher::destroy();
 }
 
+// The engine's threads are still loading what they need.
+TEST(LivePusherCreation, TheProcessMayEndAtOnce) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::exit(LumoLivePusher::Create("") ? 0 : 1),  // NOLINT: the point of it
+              testing::ExitedWithCode(0), "");
+}
+
 TEST(LivePusherCreation, BadSettingsGiveNone) {
   EXPECT_EQ(LumoLivePusher::Create("{"), nullptr);
   EXPECT_EQ(LumoLivePusher::Create(R"({"camera": 1})"), nullptr);
