@@ -1,0 +1,69 @@
+'use strict';
+
+// Runs the C++ and JavaScript tests of the add-on on a build that counts, and reports which lines
+// and branches of src/ ran: a table here, and pages to open in build/coverage/report. Fails when a
+// test fails or when fewer lines ran than are asked for.
+//
+// Usage: node tools/coverage.js
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { runCtest } = require('./lib/ctest');
+const { runNodeTests } = require('./lib/node_tests');
+const { buildFolder, sourceFiles } = require('./lib/project');
+const { run } = require('./lib/run');
+const { count, runStages } = require('./lib/tally');
+
+const LINES_PERCENT = 95;
+
+const folder = buildFolder('coverage');
+const report = path.join(folder, 'report');
+
+/** Counters add up from run to run, so those of earlier ones go first. */
+function forgetCounters() {
+  for (const file of fs.readdirSync(folder, { recursive: true })) {
+    if (file.endsWith('.gcda')) fs.rmSync(path.join(folder, file));
+  }
+  fs.rmSync(report, { recursive: true, force: true });
+  fs.mkdirSync(report);
+}
+
+async function writeReport(tally) {
+  const page = path.join(report, 'index.html');
+  const { ok, reason } = await run('gcovr', [
+    ...['--root', '.', '--filter', 'src/', '--object-directory', folder, folder],
+    // Branches that the compiler adds for exceptions, which nothing here throws, are no decisions.
+    ...['--exclude-throw-branches', '--exclude-unreachable-branches'],
+    ...['--print-summary', '--txt', '--html-details', page],
+    ...['--fail-under-line', String(LINES_PERCENT)],
+  ]);
+  console.log(`report: ${page}`);
+  count(tally, ok, `coverage: ${reason}; ${LINES_PERCENT} % of the lines are asked for`);
+}
+
+async function main() {
+  forgetCounters();
+  const jsTests = sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/js');
+  return runStages([
+    { name: 'C++ tests', run: (tally) => runCtest(tally, path.join(folder, 'test/cpp/utils')) },
+    {
+      name: 'plug-in tests',
+      run: (tally) => runCtest(tally, path.join(folder, 'test/cpp/plugin')),
+    },
+    {
+      name: 'JavaScript tests',
+      run: (tally) => runNodeTests(tally, jsTests, { buildFolder: folder }),
+    },
+    { name: 'coverage', run: writeReport },
+  ]);
+}
+
+main().then(
+  (ok) => {
+    process.exitCode = ok ? 0 : 1;
+  },
+  (error) => {
+    console.error(error.message);
+    process.exitCode = 2;
+  },
+);
