@@ -10,8 +10,8 @@
 #include <glib.h>
 
 extern "C" {
-void __tsan_acquire(void* address);  // NOLINT(bugprone-reserved-identifier)
-void __tsan_release(void* address);  // NOLINT(bugprone-reserved-identifier)
+void __tsan_acquire(void* address);
+void __tsan_release(void* address);
 }
 
 namespace {
