@@ -1,7 +1,7 @@
 // A line of text, drawn as a mask.
 //
-// Thread: any, one label at a time. The first one of a process looks for fonts, which may take
-//   long; later ones take a fraction of a millisecond.
+// Thread: any. The first label of a process looks for fonts, which may take long; later ones take a
+//   fraction of a millisecond.
 // Failure: without memory the label is empty.
 
 #pragma once
