@@ -33,7 +33,7 @@ const CONNECT_SECONDS = 10;
  * @param {AbortSignal} interruption ends the stream early
  * @returns {Promise<Report>}
  */
-async function firstStream({ seconds, input }, progress, interruption) {
+async function firstStream({ seconds, input, plugins }, progress, interruption) {
   const report = { seen: false, problems: [], events: [], pictures: [] };
   let server;
   let session;
@@ -41,7 +41,7 @@ async function firstStream({ seconds, input }, progress, interruption) {
     report.sources = await chooseSources(input);
     server = await startRtmpServer();
     progress.say(`RTMP server at ${server.url()}`);
-    session = new LiveSession(report.sources);
+    session = new LiveSession(report.sources, plugins);
     report.events = session.events;
     session.on('event', (event) => progress.event(event));
     session.on('failure', (text) => report.problems.push(text));

@@ -27,8 +27,11 @@ class LiveSession extends EventEmitter {
   #live = createLivePush();
   #startedAt = performance.now();
 
-  /** @param {{camera: string, microphone: string}} sources the SDK's extra configuration */
-  constructor(sources) {
+  /**
+   * @param {{camera: string, microphone: string}} sources the SDK's extra configuration
+   * @param {{file: string, parameter?: string}[]} plugins in the order in which they see a frame
+   */
+  constructor(sources, plugins) {
     super();
     if (!this.#live.registPlugin(sdkDirectory)) throw new Error(`No SDK in ${sdkDirectory}`);
     this.#live.setExtraConfig(JSON.stringify(sources));
@@ -40,6 +43,7 @@ class LiveSession extends EventEmitter {
       this.lastFrame = frame;
     });
     this.#live.initPusher(CONFIG);
+    for (const [index, plugin] of plugins.entries()) this.#runPlugin(index, plugin);
   }
 
   /** @returns {number} seconds since `start` */
@@ -61,6 +65,17 @@ class LiveSession extends EventEmitter {
     await this.#ended('onPushStopped', () => this.#live.stopPush());
     await this.#ended('onPreviewStopped', () => this.#live.stopPreview());
     this.#live.destroyPusher();
+  }
+
+  /** Frames go through the plug-ins in the order of their IDs. */
+  #runPlugin(index, { file, parameter }) {
+    const id = String(index).padStart(3, '0');
+    const live = this.#live;
+    if (live.addPlugin({ id, path: file }) !== 0) throw new Error(`No plug-in: ${file}`);
+    if (parameter !== undefined && live.setPluginParameter(id, parameter) !== 0) {
+      throw new Error(`${file} does not accept ${parameter}`);
+    }
+    live.enablePlugin(id, true);
   }
 
   async #ended(event, request) {

@@ -6,9 +6,11 @@ const { parseArgs } = require('node:util');
 
 const MINIMUM_SECONDS = 5;
 
-const usage = `Usage: npm start -- [--seconds N] [--input FILE] [--json]
+const usage = `Usage: npm start -- [--seconds N] [--input FILE] [--plugin FILE[=JSON]]... [--json]
   --seconds N   stream for N seconds (default 20, at least ${MINIMUM_SECONDS}); Ctrl-C ends it early
   --input FILE  use a video file as the camera, and its sound, if it has any, as the microphone
+  --plugin FILE[=JSON]
+                run a video-frame plug-in with these parameters; several run in the order given
   --json        print one JSON object at the end instead of text
 
 Writes first-stream-preview.png and first-stream-remote.png into the current folder. Exit code 0
@@ -18,6 +20,7 @@ when the stream was seen at the server.`;
  * @typedef {object} Options
  * @property {number} seconds
  * @property {string} [input] absolute path
+ * @property {{file: string, parameter?: string}[]} plugins absolute paths
  * @property {boolean} json
  * @property {boolean} help
  *
@@ -31,6 +34,7 @@ function readOptions(args) {
     options: {
       seconds: { type: 'string', default: '20' },
       input: { type: 'string' },
+      plugin: { type: 'string', multiple: true, default: [] },
       json: { type: 'boolean', default: false },
       help: { type: 'boolean', default: false },
     },
@@ -39,9 +43,20 @@ function readOptions(args) {
   if (!(seconds >= MINIMUM_SECONDS && Number.isFinite(seconds))) {
     throw new Error(`--seconds ${values.seconds}: expected a number, at least ${MINIMUM_SECONDS}`);
   }
-  const input = values.input === undefined ? undefined : path.resolve(values.input);
-  if (input !== undefined && !existsSync(input)) throw new Error(`--input ${input}: no such file`);
-  return { ...values, seconds, input };
+  const input = values.input === undefined ? undefined : existing('--input', values.input);
+  return { ...values, seconds, input, plugins: values.plugin.map(readPlugin) };
+}
+
+/** @param {string} text FILE or FILE=JSON */
+function readPlugin(text) {
+  const [, file, parameter] = text.match(/^([^=]*)(?:=(.*))?$/s);
+  return { file: existing('--plugin', file), parameter };
+}
+
+/** @returns {string} the file's absolute path @throws {Error} when there is none */
+function existing(option, file) {
+  if (!existsSync(file)) throw new Error(`${option} ${file}: no such file`);
+  return path.resolve(file);
 }
 
 module.exports = { readOptions, usage };

@@ -4,15 +4,27 @@
 //   extern "C" void destoryNimboPlugin(LumoLivePushElectronSDK::INimboPlugin*);
 //
 // (the spelling of the second name is part of the contract). This header needs nothing else of the
-// project. Build a plug-in with run-time type information: the add-on finds out by dynamic_cast
-// whether an instance is an IVideoFramePlugin.
+// project, and C++11. Build a plug-in with run-time type information: the add-on finds out by
+// dynamic_cast whether an instance is an IVideoFramePlugin.
 //
-// Thread: everything but processVideoFrame is called on the JavaScript thread. processVideoFrame is
-//   called on the capture thread, once for each captured frame, one call at a time; enable and
-//   setParameter may be called while it runs.
-// Ownership: an instance is destroyed by its own library's destoryNimboPlugin, after uninit and
-//   then release.
-// Failure: no operation may throw.
+// An instance's life, call by call:
+//
+//   addPlugin                createNimboPlugin, init, setPluginDirectory
+//   enablePlugin             enable                any number of times, in any order, and while
+//   setPluginParameter       setParameter          frames are processed
+//   a captured frame         processVideoFrame
+//   removePlugin             uninit, release, destoryNimboPlugin
+//
+// releasePluginManager, and a LumoLivePushJSWrapper that is garbage-collected, end all plug-ins
+// like removePlugin. When createNimboPlugin gives null, or init false, addPlugin fails; the latter
+// is ended like that too. The library is closed last. When the process exits, nothing is called.
+//
+// Thread: everything but processVideoFrame is called on the JavaScript thread, one call at a time,
+//   and the application waits for it. V8 must not be used: a call may come out of a garbage
+//   collection. processVideoFrame is called on the SDK's capture thread.
+// Ownership: createNimboPlugin gives the instance away; its own library's destoryNimboPlugin takes
+//   it back. Texts are valid during the call only.
+// Failure: nothing may throw.
 
 #pragma once
 
@@ -23,9 +35,10 @@
 
 namespace LumoLivePushElectronSDK {
 
-// One I420 picture: the Y plane, then U, then V, contiguous from `data`; strides in bytes. The
-// chroma planes have (height + 1) / 2 rows. The pixels may be changed in place; changes to the
-// record's own fields are not seen by anybody.
+// One I420 picture: the Y plane, then U, then V, contiguous from `data`; strides in bytes. A row
+// may be longer than the picture is wide. U and V are (width + 1) / 2 wide and (height + 1) / 2
+// high. The pixels may be changed in place; changes to the record's own fields are not seen by
+// anybody.
 struct VideoFrame {
   unsigned char* data = nullptr;
   int32_t strideY = 0;
@@ -37,27 +50,31 @@ struct VideoFrame {
 
 class LUMO_PLUGIN_INTERFACE INimboPlugin {
  public:
+  // By destoryNimboPlugin, after release.
   virtual ~INimboPlugin() = default;
 
-  // First call, once. False rejects the plug-in: uninit and release follow, then the end.
+  // Called once, directly after createNimboPlugin. False rejects the plug-in; setPluginDirectory,
+  // uninit and release follow all the same.
   virtual bool init() = 0;
 
-  // Second step of teardown.
+  // Called once, directly after uninit: the second step of teardown.
   virtual void release() = 0;
 
-  // Called after init with the folder of the library file, ending in "/"; "" when the library was
-  // loaded by a name without one.
+  // Called once, directly after init, with the folder of the library file as it was given to
+  // addPlugin, ending in "/"; "" when the library was loaded by a name without one.
   virtual void setPluginDirectory(const char* directory) = 0;
 
-  // First step of teardown.
+  // Called once: the first step of teardown. The add-on does not wait for processVideoFrame here:
+  // applications remove plug-ins only while nothing is captured.
   virtual void uninit() = 0;
 
-  // Switches the plug-in's effect on or off. The add-on keeps no flag of its own: it goes on
-  // calling processVideoFrame, and a plug-in that is off leaves the pixels alone. The result tells
-  // whether the switch was accepted.
+  // Called by enablePlugin, also while processVideoFrame runs. Switches the plug-in's effect on or
+  // off. The add-on keeps no flag of its own: it goes on calling processVideoFrame, and a plug-in
+  // that is off leaves the pixels alone. The result tells whether the switch was accepted.
   virtual bool enable(bool on) = 0;
 
-  // Takes a parameter text of the plug-in's own format. The result tells whether it was accepted.
+  // Called by setPluginParameter, also while processVideoFrame runs, with a text of the plug-in's
+  // own format. The result tells whether it was accepted.
   virtual bool setParameter(const char* parameter) = 0;
 
   // Kept for the shape of the interface; the add-on never calls it.
@@ -66,7 +83,10 @@ class LUMO_PLUGIN_INTERFACE INimboPlugin {
 
 class LUMO_PLUGIN_INTERFACE IVideoFramePlugin : public INimboPlugin {
  public:
-  // Both arguments are the same record: work on the pixels in place.
+  // Called on the capture thread for each captured frame (frames of a shared screen or of a player
+  // excepted), one at a time, in the order of the plug-ins' IDs, before the frame is previewed,
+  // published and delivered to JavaScript. All of these wait for it. Both arguments are the same
+  // record: work on the pixels in place.
   virtual void processVideoFrame(VideoFrame* input, VideoFrame* output) = 0;
 };
 

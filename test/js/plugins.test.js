@@ -167,6 +167,22 @@ describe('loading a plug-in', () => {
     assert.deepEqual(pluginCallNames('refusing'), [...START, 'enable', ...END]);
   });
 
+  // The same.
+  it('twice under one ID makes two plug-ins of one library, of which the later one is reached', () => {
+    const output = outputOf(
+      `
+      const path = ${JSON.stringify(pluginPath('recording'))};
+      console.log(wrapper.addPlugin({ id: 'a', path }), wrapper.addPlugin({ id: 'a', path }));
+      console.log(wrapper.getPlugins().length, wrapper.removePlugin('a'), wrapper.removePlugin('a'));
+      const calls = require('node:fs').readFileSync(process.env.LUMO_PLUGIN_LOG, 'utf8');
+      console.log(calls.includes('close'));`,
+      LEAKS_ARE_MEANT,
+    );
+    assert.equal(output, '0 0\n1 0 1\nfalse\n');
+    const untilRemoved = [...START, ...START.slice(1), ...END.slice(0, 3)];
+    assert.deepEqual(pluginCallNames(), [...untilRemoved, 'close']); // with the process
+  });
+
   it('that fails under an ID in use changes nothing', () => {
     const wrapper = newWrapperWith({ a: 'recording' });
     assert.equal(wrapper.addPlugin({ id: 'a', path: pluginPath('rejecting_init') }), FAILED);
@@ -202,6 +218,22 @@ describe('a library that cannot be used', () => {
       assert.deepEqual(wrapper.getPlugins(), []);
     });
   }
+
+  // In a process of its own, because what a library has shown may stay.
+  it('because it needs what no library shows: 1 at once; plug-ins show theirs to later ones', () => {
+    const output = outputOf(`
+      wrapper.registPlugin(scriptedDirectory);
+      sdk.forget();
+      const [exporting, dependent] =
+        ${JSON.stringify([pluginPath('exporting'), pluginPath('dependent')])};
+      console.log(wrapper.addPlugin({ id: 'b', path: dependent }));
+      console.log(sdk.logs()[0].args[1].includes('lumoTestPluginExport'));
+      console.log(wrapper.addPlugin({ id: 'a', path: exporting }));
+      console.log(wrapper.addPlugin({ id: 'b', path: dependent }));
+      wrapper.releasePluginManager();`);
+    assert.equal(output, '1\ntrue\n0\n0\n');
+    assert.deepEqual(pluginCallNames('dependent').slice(0, 4), START);
+  });
 
   it('because its factory gives nothing: 1, and it is closed', () => {
     const wrapper = newWrapper();

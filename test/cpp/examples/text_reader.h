@@ -1,0 +1,43 @@
+// Reads digits and colons out of a picture, as a viewer would: compares the shapes that it finds
+// with those of the system's bold monospace font, drawn by FreeType. Shares no code with the
+// plug-ins on purpose.
+
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace ExamplePluginTests {
+
+// Brightness, 0 to 255, row by row.
+struct GreyPicture {
+  int width = 0;
+  int height = 0;
+  std::vector<unsigned char> pixels;
+
+  int at(int x, int y) const { return pixels.at(static_cast<std::size_t>(y * width + x)); }
+};
+
+class TextReader {
+ public:
+  // Throws std::runtime_error when there is no font.
+  TextReader();
+
+  // One line, bright on dark, without its spaces; '?' for a shape that is no digit and no colon.
+  std::string read(const GreyPicture& picture) const;
+
+ private:
+  // How much ink is in each field of a grid over the shape, then the shape's proportions.
+  using Features = std::array<double, 12 * 16 + 1>;
+  struct Glyph {
+    char character;
+    Features features;
+  };
+
+  static Features featuresOf(const GreyPicture& picture, int left, int right);
+
+  std::vector<Glyph> glyphs_;
+};
+
+}  // namespace ExamplePluginTests

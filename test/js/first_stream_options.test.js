@@ -1,0 +1,44 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const path = require('node:path');
+const { describe, it } = require('node:test');
+const { readOptions } = require('../../examples/first-stream/options');
+
+const FILE = path.relative(process.cwd(), __filename);
+
+describe('the options of the first stream', () => {
+  it('have defaults', () => {
+    const { seconds, input, plugins, json, help } = readOptions([]);
+    assert.deepEqual(
+      { seconds, input, plugins, json, help },
+      {
+        ...{ seconds: 20, input: undefined, plugins: [] },
+        ...{ json: false, help: false },
+      },
+    );
+  });
+
+  it('take plug-ins in their order, with everything after the first = as the parameters', () => {
+    const parameter = '{"text": "a = b"}';
+    const args = ['--plugin', `${FILE}=${parameter}`, '--plugin', FILE, '--plugin', `${FILE}=`];
+    assert.deepEqual(readOptions(args).plugins, [
+      { file: __filename, parameter },
+      { file: __filename, parameter: undefined },
+      { file: __filename, parameter: '' },
+    ]);
+  });
+
+  it('name the file that is missing', () => {
+    for (const args of [
+      ['--plugin', '/missing.so={}'],
+      ['--input', '/missing.mp4'],
+    ]) {
+      assert.throws(
+        () => readOptions(args),
+        /^Error: --(plugin|input) \/missing\.\S+: no such file$/,
+      );
+    }
+    assert.throws(() => readOptions(['--plugin', '']), /--plugin : no such file/);
+  });
+});

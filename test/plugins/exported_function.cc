@@ -1,0 +1,7 @@
+// What the dependent plug-in needs.
+
+#include "plugin/IVideoFramePlugin.h"
+
+extern "C" LUMO_PLUGIN_INTERFACE int lumoTestPluginExport() {
+  return 1;
+}
