@@ -44,11 +44,14 @@ napi_value control(napi_env env, napi_callback_info info) {
 
 // addressOf(buffer: Buffer): string, the pointer to the bytes as the records show pointers
 napi_value addressOf(napi_env env, napi_callback_info info) {
-  void* data = nullptr;
-  size_t length = 0;
-  if (napi_get_buffer_info(env, firstArgument(env, info), &data, &length) != napi_ok) {
+  napi_value argument = firstArgument(env, info);
+  bool isBuffer = false;
+  // Asked before: Node 18 aborts on anything else instead of refusing it.
+  if (napi_is_buffer(env, argument, &isBuffer) != napi_ok || !isBuffer) {
     return throwTypeError(env, "addressOf: expected a Buffer");
   }
+  void* data = nullptr;
+  napi_get_buffer_info(env, argument, &data, nullptr);
   std::ostringstream text;
   text << data;
   return makeText(env, text.str());
