@@ -146,6 +146,23 @@ describe('the RTMP server', GUARD, () => {
     await server.stop();
   });
 
+  it('asks for the permission to publish', async () => {
+    const asked = [];
+    const server = await startRtmpServer({
+      authorise: (request) => {
+        asked.push(request.get('name'));
+        return request.get('key') === 'good';
+      },
+    });
+    const refused = startTestPublisher(server.url('x?key=bad'));
+    assert.match(await refused.ended, /ffmpeg: exit code/);
+    const allowed = startTestPublisher(server.url('y?key=good'));
+    await isPublished(server, 'y');
+    await allowed.stop();
+    assert.deepEqual(asked, ['x', 'y']);
+    await server.stop();
+  });
+
   it('says why it does not start', async () => {
     await assert.rejects(
       startRtmpServer({ applications: { live: 'no_such_directive;' } }),

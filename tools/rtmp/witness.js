@@ -17,6 +17,7 @@ const { runChild, startChild } = require('./child');
  * @property {number} bitrate kbit/s
  * @property {number} keyFrameSeconds between key frames; 0 when fewer than two came
  * @property {number} longestGapSeconds between two frames
+ * @property {number} startSeconds the first frame's time in the stream
  *
  * @typedef {object} AudioReport
  * @property {string} codec FFmpeg's name, for example 'aac'
@@ -69,6 +70,7 @@ function videoReport(info, packets) {
     bitrate: bitrate(packets),
     keyFrameSeconds: keyTimes.length > 1 ? rounded(span(keyTimes) / (keyTimes.length - 1)) : 0,
     longestGapSeconds: rounded(Math.max(...gaps)),
+    startSeconds: times[0],
   };
 }
 

@@ -60,6 +60,7 @@ class LiveSession {
   void stopCaptureIfUnused();
   void beginPush(const PushRequest& request);
   void onPushReport(const PushOutcome& outcome);
+  void tell(const PushOutcome& outcome);
   std::unique_ptr<Publisher> takePublisher();
   void reportMissingElements();
 
