@@ -56,6 +56,7 @@ describe('the RTMP server and the witness', GUARD, () => {
 
   it('count bytes and players', async () => {
     const first = await server.status();
+    assert.deepEqual([first.width, first.height, first.frameRate], [320, 180, 25]);
     const watcher = watchFrames(server.url(), () => {});
     while ((await server.status()).clients < 2) await sleep(20);
     await watcher.stop();
@@ -142,7 +143,11 @@ describe('the RTMP server', GUARD, () => {
       const publisher = startTestPublisher(server.url('x', application));
       assert.match(await publisher.ended, /ffmpeg: exit code/);
     }
-    assert.deepEqual(await server.status('x'), { publishing: false, bytesIn: 0, clients: 0 });
+    const { publishing, bytesIn, clients } = await server.status('x');
+    assert.deepEqual(
+      { publishing, bytesIn, clients },
+      { publishing: false, bytesIn: 0, clients: 0 },
+    );
     await server.stop();
   });
 

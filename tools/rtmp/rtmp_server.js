@@ -16,6 +16,9 @@ const { startChild } = require('./child');
  * @property {boolean} publishing somebody publishes it now
  * @property {number} bytesIn received since its publisher came
  * @property {number} clients connections: the publisher and the players
+ * @property {number} width of the picture, as the stream's metadata have it; 0 without
+ * @property {number} height
+ * @property {number} frameRate
  */
 
 /**
@@ -138,6 +141,9 @@ function streamStatus(xml, name) {
     publishing: text.includes('<publishing/>'),
     bytesIn: number('bytes_in'),
     clients: number('nclients'),
+    width: number('width'),
+    height: number('height'),
+    frameRate: number('frame_rate'),
   };
 }
 

@@ -98,7 +98,8 @@ function bitrate(packets) {
  * burst, after the time that FFmpeg takes to get to know the stream.
  *
  * @param {string} url
- * @param {(seconds: number) => void} onFrame called for each with its time in the stream
+ * @param {(seconds: number, bytes: number) => void} onFrame called for each with its time in the
+ *   stream and its size
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
 function watchFrames(url, onFrame) {
@@ -110,7 +111,32 @@ function watchFrames(url, onFrame) {
     rest = lines.pop();
     for (const line of lines) {
       // "stream, dts, pts, duration, size, checksum"; RTMP counts in milliseconds.
-      if (!line.startsWith('#')) onFrame(Number(line.split(',')[1]) / 1000);
+      const [, time, , , bytes] = line.split(',').map(Number);
+      if (!line.startsWith('#')) onFrame(time / 1000, bytes);
+    }
+  });
+  return child;
+}
+
+/**
+ * Plays a stream and tells of each picture, as a player that stays would see it.
+ *
+ * @param {string} url
+ * @param {(picture: {seconds: number, width: number, height: number}) => void} onPicture
+ * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
+ */
+function watchPictures(url, onPicture) {
+  const show = ['-an', '-vf', 'showinfo', '-f', 'null', '-'];
+  const child = startChild('ffmpeg', [...AT_ONCE, '-v', 'info', '-i', url, ...show]);
+  let rest = '';
+  child.process.stderr.on('data', (text) => {
+    const lines = (rest + text).split('\n');
+    rest = lines.pop();
+    for (const line of lines) {
+      const [, seconds, width, height] = line.match(/ pts_time:(\S+) .* s:(\d+)x(\d+) /) ?? [];
+      if (seconds !== undefined) {
+        onPicture({ seconds: Number(seconds), width: Number(width), height: Number(height) });
+      }
     }
   });
   return child;
@@ -153,4 +179,4 @@ async function pictureColours(source, columns, rows) {
   );
 }
 
-module.exports = { pictureColours, probeStream, savePicture, watchFrames };
+module.exports = { pictureColours, probeStream, savePicture, watchFrames, watchPictures };

@@ -55,6 +55,13 @@ void LiveSession::configure(const PushParameters& parameters) {
   parameters_ = parameters;
 }
 
+// A running capture keeps the size with which it was started; the encoder scales.
+void LiveSession::changeEncoder(const EncoderSettings& settings) {
+  parameters_.encoder = settings;
+  if (capture_) capture_->setFrameRate(settings.video.fps);
+  if (publisher_) publisher_->change(settings);
+}
+
 // ------------------------------------------------------------------------------------- capture
 
 void LiveSession::startCapture() {

@@ -38,14 +38,18 @@ void FlvOutlet::deliver(GstPtr<GstBuffer> tag) {
   const FlvTag kind = classifyFlvTag(tag.get());
   std::unique_lock lock(mutex_);
   if (isHeader(kind)) headers_[kind] = share(tag.get());
+  if (kind == FlvTag::kVideoHeader) videoHeaderChanged_ = true;
   if (!connection_) return;
   const TagGate::Verdict verdict = gate_.decide(kind, waiting());
-  const bool newFormat = verdict.send && kind == FlvTag::kVideoHeader;
-  if (verdict.first || newFormat) sendHeader(FlvTag::kMetadata, flvTimestamp(tag.get()));
-  if (verdict.first) {
+  // The muxer gives the new codec header first and the metadata that belong to it then: both wait
+  // for the key frame behind them.
+  const bool newFormat = kind == FlvTag::kVideoKeyFrame && verdict.send && videoHeaderChanged_;
+  if (verdict.first || newFormat) {
+    sendHeader(FlvTag::kMetadata, flvTimestamp(tag.get()));
     sendHeader(FlvTag::kVideoHeader, flvTimestamp(tag.get()));
-    sendHeader(FlvTag::kAudioHeader, flvTimestamp(tag.get()));
+    videoHeaderChanged_ = false;
   }
+  if (verdict.first) sendHeader(FlvTag::kAudioHeader, flvTimestamp(tag.get()));
   if (verdict.send) send(std::move(tag));
   if (verdict.first) firstFrame_ = acknowledgedBefore_ + payload_;
   if (verdict.needsKeyFrame) {

@@ -65,6 +65,7 @@ class FlvOutlet {
   uint64_t acknowledgedBefore_ = 0;     // bytes the server had taken when it was attached
   std::optional<uint64_t> firstFrame_;  // what it must have taken for the first frame to be there
   std::map<FlvTag, GstPtr<GstBuffer>> headers_;
+  bool videoHeaderChanged_ = false;  // since it was last sent
 };
 
 }  // namespace NimboEngine

@@ -29,6 +29,8 @@ Publisher::Publisher(EngineThread& engine, const EncoderSettings& encoder,
       events_(std::move(events)),
       state_(network.reconnect, randomSource()),
       link_(network.sendTimeout, &LinkWatch::Clock::now),
+      bitrate_(bitrateLimits(encoder), &BitrateControl::Clock::now),
+      format_(encoder.video),
       outlet_(encoder.audioOnly, outletEvents()),
       encoder_(encoder, encoderEvents()) {}
 
@@ -85,6 +87,17 @@ void Publisher::start(const PushUrl& url) {
 
 void Publisher::stop() {
   apply(PushInput::kStop);
+}
+
+void Publisher::change(const EncoderSettings& settings) {
+  const BitrateLimits limits = bitrateLimits(settings);
+  bitrate_.setLimits(limits.minimum, limits.target);
+  applyBitrate();
+  if (settings.video == format_) return;
+  format_ = settings.video;
+  NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s from now on", format_.width, format_.height,
+                 format_.fps);
+  encoder_.setVideoFormat(format_);
 }
 
 void Publisher::apply(PushInput input, LumoLiveErrorCode code, std::string message) {
@@ -149,6 +162,7 @@ void Publisher::onConnectionFailed(LumoLiveErrorCode code, const std::string& me
 
 void Publisher::beginSending() {
   link_.restart();
+  bitrate_.onNewConnection();
   outlet_.attach(connection_.get());
   encoder_.requestKeyFrame();
   watchLink(connection_.get());
@@ -159,7 +173,10 @@ void Publisher::watchLink(const RtmpConnection* connection) {
   if (connection_.get() != connection) return;
   if (phase() != PushPhase::kPublishing && phase() != PushPhase::kResuming) return;
   if (outlet_.hasTakenFirstFrame()) apply(PushInput::kMediaTaken);
-  for (const LinkEvent event : link_.look(outlet_.look())) onLinkEvent(event);
+  const LinkSample sample = outlet_.look();
+  bitrate_.look(sample.waiting);
+  for (const LinkEvent event : link_.look(sample)) onLinkEvent(event);
+  applyBitrate();
   engine_.postAfter(kLookInterval, lifeline_.bind([this, connection] { watchLink(connection); }));
 }
 
@@ -170,11 +187,18 @@ void Publisher::onLinkEvent(LinkEvent event) {
     case LinkEvent::kRecovered:
       return events_.onNews(NetworkNews::kNetworkRecovery);
     case LinkEvent::kSendTimeout:
+      bitrate_.onSendTimeout();
       return events_.onNews(NetworkNews::kSendDataTimeout);
     case LinkEvent::kDead:
       return apply(PushInput::kFailed, kLumoLiveErrorConnectionLost,
                    "the server takes no data any more");
   }
+}
+
+void Publisher::applyBitrate() {
+  if (std::exchange(appliedKbps_, bitrate_.kbps()) == appliedKbps_) return;
+  NIMBO_LOG_INFO("video is encoded at {} kbit/s", appliedKbps_);
+  encoder_.setVideoKbps(appliedKbps_);
 }
 
 void Publisher::tellOverdue() {
@@ -193,8 +217,8 @@ void Publisher::closeConnection() {
   engine_.post([closing = std::shared_ptr<RtmpConnection>(std::move(connection_))] {});
 }
 
-void Publisher::onVideoFrame(GstBuffer* buffer, const GstVideoInfo&, GstClockTime) {
-  encoder_.pushVideo(buffer);
+void Publisher::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime) {
+  encoder_.pushVideo(buffer, info);
 }
 
 void Publisher::onAudioChunk(GstBuffer* buffer, const AudioFormat&, GstClockTime) {

@@ -18,6 +18,7 @@
 #include "base/engine_thread.h"
 #include "base/lifeline.h"
 #include "capture/frame_consumer.h"
+#include "publish/bitrate_control.h"
 #include "publish/encoder.h"
 #include "publish/flv_outlet.h"
 #include "publish/link_watch.h"
@@ -62,6 +63,9 @@ class Publisher final : public FrameConsumer {
   void start(const PushUrl& url);
   void stop();
 
+  // Applies another video format and other bit rates while it runs.
+  void change(const EncoderSettings& settings);
+
   PushPhase phase() const { return state_.phase(); }
 
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
@@ -77,6 +81,7 @@ class Publisher final : public FrameConsumer {
   void beginSending();
   void watchLink(const RtmpConnection* connection);
   void onLinkEvent(LinkEvent event);
+  void applyBitrate();
   void tellOverdue();
   void finishConnection();
   void closeConnection();
@@ -86,11 +91,14 @@ class Publisher final : public FrameConsumer {
   const Lifeline lifeline_;
   PushState state_;
   LinkWatch link_;
+  BitrateControl bitrate_;
+  VideoFormat format_;
   PushUrl url_;
   bool toldFirstFrame_ = false;
   bool toldOverdue_ = false;
   std::unique_ptr<RtmpConnection> connection_;
   FlvOutlet outlet_;
+  int appliedKbps_ = 0;
   Encoder encoder_;  // ends first: its threads use the outlet
 };
 

@@ -10,10 +10,6 @@ bool isFrame(FlvTag tag) {
   return tag == FlvTag::kVideoKeyFrame || tag == FlvTag::kVideoFrame || tag == FlvTag::kAudioFrame;
 }
 
-bool isCodecHeader(FlvTag tag) {
-  return tag == FlvTag::kVideoHeader || tag == FlvTag::kAudioHeader;
-}
-
 }  // namespace
 
 TagGate::TagGate(bool audioOnly) : audioOnly_(audioOnly) {}
@@ -32,12 +28,13 @@ bool TagGate::startsStream(FlvTag tag) const {
 }
 
 TagGate::Verdict TagGate::decide(FlvTag tag, std::chrono::milliseconds waiting) {
+  if (!isFrame(tag)) return {};
   switch (state_) {
     case State::kClosed:
       return {};
     case State::kWaiting: {
       if (!startsStream(tag)) {
-        if (started_ && isFrame(tag)) ++dropped_;
+        if (started_) ++dropped_;
         return {};
       }
       state_ = State::kFlowing;
@@ -46,24 +43,22 @@ TagGate::Verdict TagGate::decide(FlvTag tag, std::chrono::milliseconds waiting) 
       return {.send = true, .first = first};
     }
     case State::kFlowing:
-      return flow(tag, waiting);
+      return flow(waiting);
     case State::kCatchingUp:
-      return catchUp(tag, waiting);
+      return catchUp(waiting);
   }
   return {};
 }
 
-TagGate::Verdict TagGate::flow(FlvTag tag, std::chrono::milliseconds waiting) {
+TagGate::Verdict TagGate::flow(std::chrono::milliseconds waiting) {
   // Headers pass even then: without them nothing that follows could be decoded.
-  if (!isFrame(tag)) return {.send = isCodecHeader(tag)};
   if (waiting <= kLimit) return {.send = true};
   state_ = State::kCatchingUp;
   ++dropped_;
   return {.beginsToDrop = true};
 }
 
-TagGate::Verdict TagGate::catchUp(FlvTag tag, std::chrono::milliseconds waiting) {
-  if (!isFrame(tag)) return {.send = isCodecHeader(tag)};
+TagGate::Verdict TagGate::catchUp(std::chrono::milliseconds waiting) {
   ++dropped_;
   if (waiting > kLimit / 4) return {};
   state_ = State::kWaiting;

@@ -1,4 +1,4 @@
-// Decides which tags go to the network, without any media or network itself.
+// Decides which frames go to the network, without any media or network itself.
 //
 // A connection can only begin with a key frame, and one that falls behind must catch up by
 // skipping whole groups of pictures: frames dropped at random would be garbage until the next key
@@ -6,7 +6,7 @@
 // be sent it drops everything until three quarters of them are gone, asks for a key frame and goes
 // on from there.
 //
-// Metadata do not pass by themselves: the muxer repeats them whenever it measures another bit rate.
+// Only frames pass. Headers are the caller's business, who knows which frames need them.
 //
 // Thread: one at a time; the caller locks.
 
@@ -44,8 +44,8 @@ class TagGate {
   enum class State { kClosed, kWaiting, kFlowing, kCatchingUp };
 
   bool startsStream(FlvTag tag) const;
-  Verdict flow(FlvTag tag, std::chrono::milliseconds waiting);
-  Verdict catchUp(FlvTag tag, std::chrono::milliseconds waiting);
+  Verdict flow(std::chrono::milliseconds waiting);
+  Verdict catchUp(std::chrono::milliseconds waiting);
 
   const bool audioOnly_;
   State state_ = State::kClosed;
