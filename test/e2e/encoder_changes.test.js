@@ -7,7 +7,7 @@ const assert = require('node:assert/strict');
 const { after, before, describe, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { watchFrames, watchPictures } = require('../../tools/rtmp/witness');
+const { probeStream, watchFrames, watchPictures } = require('../../tools/rtmp/witness');
 const { openLivePush } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
 const { openThrottledLink } = require('./support/throttled_link');
@@ -96,6 +96,8 @@ describe('changing the encoder while live', GUARD, () => {
     await witness.until(({ fps }) => fps >= 18 && fps <= 22);
     await witness.stop();
     assert.equal((await server.status()).frameRate, 20);
+    const { video } = await probeStream(server.url(), 3);
+    assert.ok(Math.abs(video.keyFrameSeconds - 1) < 0.15, `${video.keyFrameSeconds} s`);
   });
 
   it('the bit rate, down and up', async () => {
@@ -133,7 +135,7 @@ describe('the controlled bit rate', GUARD, () => {
     const link = await openThrottledLink(server.rtmpPort);
     const live = openLivePush({
       extra: { camera: clip.camera },
-      config: { mVideoEncodeGop: 1, mTargetVideoBitrate: 2000, mMinVideoBitrate: 600 },
+      config: { mVideoEncodeGop: 1, mTargetVideoBitrate: 3000, mMinVideoBitrate: 300 },
     });
     t.after(async () => {
       live.close();
@@ -145,13 +147,14 @@ describe('the controlled bit rate', GUARD, () => {
     live.push.startPush(`rtmp://127.0.0.1:${link.port}/live/stream`);
     await flowing;
     const witness = watchRates(server.url());
-    await witness.until(({ kbps }) => kbps > 1500);
-    link.setRate(900);
-    // Below what the link can take: what is encoded has been lowered, or pictures would be missing.
-    await witness.until(({ kbps, fps }) => kbps < 850 && fps > 25);
+    await witness.until(({ kbps }) => kbps > 2500);
+    const full = live.next('onPacketsLost');
+    link.setRate(700);
+    await full;
     link.setRate(Infinity);
-    assert.equal(live.push.setTargetVideoBitrate(1000), 0);
-    await witness.until(({ kbps }) => kbps > 850 && kbps < 1250);
+    await witness.until(({ kbps, fps }) => kbps < 1700 && fps > 25);
+    assert.equal(live.push.setTargetVideoBitrate(1900), 0);
+    await witness.until(({ kbps }) => kbps > 1780 && kbps < 2100);
     await witness.stop();
     assert.ok(!live.names().includes('onConnectionLost'));
   });
