@@ -74,11 +74,20 @@ void RtmpConnection::watchForAcceptance() {
 
 void RtmpConnection::accepted() {
   state_ = State::kAccepted;
-  socket_ = TcpSocket::findNew(url_.port, otherSockets_);
-  if (!socket_ || !socket_->limit()) {
-    NIMBO_LOG_WARN("the connection's socket was not found: a frozen server goes unnoticed");
-  }
+  adoptSocket();
   events_.onAccepted();
+}
+
+// A player that connected to the same server in the same moment makes it uncertain which socket is
+// this connection's: all are limited then, which does no harm, and none is measured.
+void RtmpConnection::adoptSocket() {
+  std::vector<TcpSocket> candidates = TcpSocket::findNew(url_.port, otherSockets_);
+  bool limited = !candidates.empty();
+  for (TcpSocket& candidate : candidates) limited = candidate.limit() && limited;
+  if (!limited) {
+    NIMBO_LOG_WARN("the connection's socket cannot be limited: a frozen server goes unnoticed");
+  }
+  if (candidates.size() == 1) socket_ = std::move(candidates.front());
 }
 
 uint64_t RtmpConnection::statistic(const char* name) const {

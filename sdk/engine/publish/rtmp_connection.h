@@ -61,6 +61,7 @@ class RtmpConnection {
   void onPipelineMessage(const PipelineMessage& message);
   void watchForAcceptance();
   void accepted();
+  void adoptSocket();
   uint64_t statistic(const char* name) const;
   void fail(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void drained();
@@ -73,7 +74,7 @@ class RtmpConnection {
   EngineThread::Clock::time_point deadline_;
   std::optional<EngineThread::Clock::time_point> answered_;
   std::set<ino_t> otherSockets_;     // those that were there before this connection
-  std::optional<TcpSocket> socket_;  // once accepted; none when it was not found
+  std::optional<TcpSocket> socket_;  // once accepted; none when it is not known
 
   GstPtr<GstElement> source_;
   GstPtr<GstElement> sink_;

@@ -60,15 +60,15 @@ std::set<ino_t> socketsConnectedTo(int port) {
   return inodes;
 }
 
-std::optional<TcpSocket> TcpSocket::findNew(int port, const std::set<ino_t>& known) {
-  std::optional<TcpSocket> found;
+std::vector<TcpSocket> TcpSocket::findNew(int port, const std::set<ino_t>& known) {
+  std::vector<TcpSocket> found;
   forEachSocket(port, [&](int descriptor, ino_t inode) {
-    if (found || known.contains(inode)) return;
+    if (known.contains(inode)) return;
     TcpSocket candidate(fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
     // The number may have changed hands between the look and the copy.
     struct stat status {};
     if (fstat(candidate.descriptor_, &status) == 0 && status.st_ino == inode) {
-      found.emplace(std::move(candidate));
+      found.push_back(std::move(candidate));
     }
   });
   return found;

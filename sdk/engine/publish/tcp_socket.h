@@ -16,15 +16,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <set>
+#include <vector>
 
 namespace NimboEngine {
 
 class TcpSocket {
  public:
-  // The socket of this process that is connected to a peer's TCP `port` and is not among `known`.
-  static std::optional<TcpSocket> findNew(int port, const std::set<ino_t>& known);
+  // The sockets of this process that are connected to a peer's TCP `port` and not among `known`.
+  // They are more than one when somebody else connected to that port meanwhile.
+  static std::vector<TcpSocket> findNew(int port, const std::set<ino_t>& known);
 
   TcpSocket(TcpSocket&& other) noexcept;
   TcpSocket& operator=(TcpSocket&& other) noexcept;
