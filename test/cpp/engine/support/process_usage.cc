@@ -1,9 +1,8 @@
 #include "support/process_usage.h"
 
-#include <unistd.h>
+#include <malloc.h>
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 
 namespace NimboEngine::test {
@@ -16,11 +15,9 @@ std::ptrdiff_t entries(const char* folder) {
 }  // namespace
 
 ProcessUsage processUsage() {
-  std::ptrdiff_t total = 0;
-  std::ptrdiff_t resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
+  const struct mallinfo2 heap = mallinfo2();
   return {entries("/proc/self/task"), entries("/proc/self/fd"),
-          resident * sysconf(_SC_PAGESIZE) / 1024};
+          static_cast<std::ptrdiff_t>(heap.uordblks + heap.hblkhd) / 1024};
 }
 
 }  // namespace NimboEngine::test

@@ -9,7 +9,7 @@ namespace NimboEngine::test {
 struct ProcessUsage {
   std::ptrdiff_t threads = 0;
   std::ptrdiff_t descriptors = 0;
-  std::ptrdiff_t residentKiB = 0;
+  std::ptrdiff_t heapKiB = 0;  // allocated and not freed; pages that are resident vary by chance
 };
 
 ProcessUsage processUsage();
