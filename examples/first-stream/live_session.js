@@ -6,10 +6,10 @@ const { createLivePush, sdkDirectory } = require('../../lib');
 const PICTURE = { width: 1280, height: 720 };
 const CONFIG = { ...PICTURE, frameRate: 30, mTargetVideoBitrate: 2000, mVideoEncodeGop: 2 };
 
-const FAILURES = ['onSystemError', 'onSDKError', 'onConnectFail', 'onConnectionLost'];
+const FAILURES = ['onSystemError', 'onSDKError', 'onConnectFail', 'onReconnectFail'];
 const MILESTONES = [
   ...['onPreviewStarted', 'onPreviewStopped', 'onPushStarted', 'onPushStopped'],
-  'onFirstFramePushed',
+  ...['onFirstFramePushed', 'onConnectionLost', 'onReconnectSucceed'],
 ];
 
 /**

@@ -144,23 +144,23 @@ export interface EventMap {
   onNetworkPoor: [];
   /** The connection to the server is good again. */
   onNetworkRecovery: [];
-  /** The connection broke, and the SDK tries to connect again. */
+  /** After "onConnectionLost": the SDK tries to connect again, and the push goes on. */
   onReconnectStart: [];
-  /** The connection broke, and the push has ended. */
+  /** The connection broke. Unless "onReconnectStart" follows, the push has ended. */
   onConnectionLost: [];
-  /** The SDK has given up connecting again. */
+  /** The SDK has given up connecting again, and the push has ended; "onSDKError" tells why. */
   onReconnectFail: [];
-  /** The SDK has connected again. */
+  /** The SDK has connected again, and the server takes pictures. */
   onReconnectSucceed: [];
   /** The server has not taken data for too long. */
   onSendDataTimeout: [];
   /** The push could not begin; "onSDKError" tells why. */
   onConnectFail: [];
-  /** The authentication in the push URL has expired. */
+  /** The server denies the stream, or the push URL says that it has expired. */
   onPushURLAuthenticationOverdue: [];
-  /** A message was sent with the stream. */
+  /** The stream's metadata were sent: a connection begins, or the picture's format changes. */
   onSendMessage: [];
-  /** Packets were lost on the way to the server. */
+  /** Pictures and sound were left out, since the network is too slow for them. */
   onPacketsLost: [];
   /** Reserved, never raised: see "onVideoRenderData". */
   onCaptureVideoSample: [sample: never];

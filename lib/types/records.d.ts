@@ -24,7 +24,7 @@ export interface PushConfig {
   mLivePushMode?: LiveMode;
   /** Default false. No effect in the default SDK. */
   externMainStream?: boolean;
-  /** Default 1. No effect in the default SDK. */
+  /** 0: encodes in hardware where there is some. Default 1: in software. */
   mVideoEncodeMode?: number;
   /** Default 1. No effect in the default SDK. */
   mAudioEncodeMode?: number;
@@ -45,9 +45,9 @@ export interface PushConfig {
   mResolution?: number;
   /** kbit/s, 50 to 50000; -1, the default, for one that fits the picture. */
   mTargetVideoBitrate?: number;
-  /** kbit/s; -1, the default, for none. */
+  /** kbit/s, 50 to 50000; -1, the default, for a quarter of the target. */
   mMinVideoBitrate?: number;
-  /** kbit/s; -1, the default, for none. */
+  /** kbit/s, 50 to 50000; -1, the default, for the target. */
   mInitialVideoBitrate?: number;
   /** 16 to 4096 pixels; 0, the default, with `height` 0: as `mResolution` says. */
   width?: number;
@@ -61,7 +61,7 @@ export interface PushConfig {
   mPreviewOrientation?: number;
   /** Default 0. No effect in the default SDK. */
   audioSceneMode?: number;
-  /** Default true. No effect in the default SDK. */
+  /** Lowers the bit rate, down to the minimum, while the network is poor. Default true. */
   enableBitrateControl?: boolean;
   /** Default false. No effect in the default SDK. */
   enableAutoResolution?: boolean;

@@ -37,7 +37,8 @@ export class LumoLivePushJSWrapper {
 
   /**
    * Sets the text that the SDK is given when the pusher and when players are created: for the
-   * default SDK a JSON object with "camera" and "microphone". A pusher that exists is not changed.
+   * default SDK a JSON object with "camera", "microphone", "reconnect" and "sendTimeoutMs". A pusher
+   * that exists is not changed.
    * @returns undefined, also when the argument is no string
    */
   setExtraConfig(text: string): undefined;
@@ -158,24 +159,28 @@ export class LumoLivePushJSWrapper {
   enableAudioVolumeIndication(options: VolumeIndicationOptions): number;
 
   /**
-   * Exactly one argument.
+   * The most that the video may have from now on. Exactly one argument.
    * @param bitrate kbit/s
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
   setTargetVideoBitrate(bitrate: number): number;
 
   /**
-   * Exactly one argument.
+   * What a poor network may lower the bit rate to. Exactly one argument.
    * @param bitrate kbit/s
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
   setMinVideoBitrate(bitrate: number): number;
 
-  /** @returns 0, the SDK's error code, or -901 for bad arguments or no pusher */
+  /**
+   * Changes the published picture, also while live. The default SDK goes on capturing in the size
+   * with which capture began and scales.
+   * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
+   */
   setResolution(options: ResolutionOptions): number;
 
   /**
-   * Exactly one argument.
+   * Changes the rate of captured and published pictures, also while live. Exactly one argument.
    * @param fps frames per second
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */

@@ -49,9 +49,9 @@ describe('when the connection fails', GUARD, () => {
     }
   });
 
-  it('the server dies: onConnectionLost, and capturing goes on', async () => {
+  it('the server dies for good: onConnectionLost, and capturing goes on', async () => {
     server = await startRtmpServer();
-    live = openLivePush();
+    live = openLivePush({ extra: { reconnect: { maxAttempts: 0 } } });
     live.push.startPreview({ view: null, width: 640, height: 360 });
     const flowing = live.next('onFirstFramePushed');
     live.push.startPush(server.url());

@@ -57,6 +57,7 @@ describe('publishing a stream', GUARD, () => {
     assert.deepEqual(live.names(), [
       'onPreviewStarted',
       'onPushStarted',
+      'onSendMessage',
       'onFirstFramePushed',
       'onPushStopped',
       'onPreviewStopped',

@@ -56,6 +56,7 @@ describe('the RTMP server and the witness', GUARD, () => {
 
   it('count bytes and players', async () => {
     const first = await server.status();
+    assert.deepEqual([first.width, first.height, first.frameRate], [320, 180, 25]);
     const watcher = watchFrames(server.url(), () => {});
     while ((await server.status()).clients < 2) await sleep(20);
     await watcher.stop();
@@ -142,7 +143,28 @@ describe('the RTMP server', GUARD, () => {
       const publisher = startTestPublisher(server.url('x', application));
       assert.match(await publisher.ended, /ffmpeg: exit code/);
     }
-    assert.deepEqual(await server.status('x'), { publishing: false, bytesIn: 0, clients: 0 });
+    const { publishing, bytesIn, clients } = await server.status('x');
+    assert.deepEqual(
+      { publishing, bytesIn, clients },
+      { publishing: false, bytesIn: 0, clients: 0 },
+    );
+    await server.stop();
+  });
+
+  it('asks for the permission to publish', async () => {
+    const asked = [];
+    const server = await startRtmpServer({
+      authorise: (request) => {
+        asked.push(request.get('name'));
+        return request.get('key') === 'good';
+      },
+    });
+    const refused = startTestPublisher(server.url('x?key=bad'));
+    assert.match(await refused.ended, /ffmpeg: exit code/);
+    const allowed = startTestPublisher(server.url('y?key=good'));
+    await isPublished(server, 'y');
+    await allowed.stop();
+    assert.deepEqual(asked, ['x', 'y']);
     await server.stop();
   });
 

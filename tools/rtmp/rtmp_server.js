@@ -1,5 +1,6 @@
 'use strict';
 
+const { once } = require('node:events');
 const fs = require('node:fs');
 const http = require('node:http');
 const net = require('node:net');
@@ -15,6 +16,9 @@ const { startChild } = require('./child');
  * @property {boolean} publishing somebody publishes it now
  * @property {number} bytesIn received since its publisher came
  * @property {number} clients connections: the publisher and the players
+ * @property {number} width of the picture, as the stream's metadata have it; 0 without
+ * @property {number} height
+ * @property {number} frameRate
  */
 
 /**
@@ -24,16 +28,21 @@ const { startChild } = require('./child');
  * @param {object} [options]
  * @param {number} [options.rtmpPort] default: a free one. To bring a server back where it was
  * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives
+ * @param {(request: URLSearchParams) => boolean} [options.authorise] asked whether a stream may be
+ *   published; the request has its `name`, its application (`app`) and its URL's own parameters
  */
-async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' } } = {}) {
+async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' }, authorise } = {}) {
   const ports = { rtmp: rtmpPort ?? (await freePort()), http: await freePort() };
+  const authority = authorise && (await startAuthority(authorise));
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'rtmp-server-'));
   const configFile = path.join(folder, 'nginx.conf');
-  fs.writeFileSync(configFile, configuration(folder, ports, applications));
+  fs.writeFileSync(configFile, configuration(folder, ports, applications, authority));
+  const startedAt = performance.now();
   const child = startChild('nginx', ['-p', folder, '-c', configFile]);
   let isUp = true;
   const ended = child.ended.then((reason) => {
     isUp = false;
+    authority?.close();
     fs.rmSync(folder, { recursive: true, force: true });
     return reason;
   });
@@ -41,6 +50,7 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' } }
   const server = {
     rtmpPort: ports.rtmp,
     pid: child.process.pid,
+    startedAt, // by `performance.now()`
 
     /** @param {string} [stream] @param {string} [application] @returns {string} its RTMP address */
     url: (stream = 'stream', application = 'live') =>
@@ -75,7 +85,7 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' } }
 }
 
 // One process in the foreground: whoever ends it has ended the whole server.
-function configuration(folder, ports, applications) {
+function configuration(folder, ports, applications, authority) {
   const module = ['/usr/lib/nginx/modules', '/usr/share/nginx/modules']
     .map((modules) => path.join(modules, 'ngx_rtmp_module.so'))
     .find((file) => fs.existsSync(file));
@@ -95,6 +105,7 @@ rtmp {
   server {
     listen 127.0.0.1:${ports.rtmp};
     chunk_size 4096;
+    ${authority ? `on_publish http://127.0.0.1:${authority.address().port}/;` : ''}
 ${blocks.join('\n')}
   }
 }
@@ -109,6 +120,18 @@ ${temporary.map((name) => `  ${name}_temp_path ${folder}/${name};`).join('\n')}
 `;
 }
 
+/** @returns {Promise<http.Server>} answers the server's question whether a stream may be published */
+async function startAuthority(authorise) {
+  const authority = http.createServer(async (request, response) => {
+    let text = '';
+    for await (const part of request.setEncoding('utf8')) text += part;
+    response.writeHead(authorise(new URLSearchParams(text)) ? 200 : 403).end();
+  });
+  authority.listen(0, '127.0.0.1');
+  await once(authority, 'listening');
+  return authority;
+}
+
 /** @returns {StreamStatus} read from the server's statistics page */
 function streamStatus(xml, name) {
   const streams = xml.match(/<stream>[\s\S]*?<\/stream>/g) ?? [];
@@ -118,6 +141,9 @@ function streamStatus(xml, name) {
     publishing: text.includes('<publishing/>'),
     bytesIn: number('bytes_in'),
     clients: number('nclients'),
+    width: number('width'),
+    height: number('height'),
+    frameRate: number('frame_rate'),
   };
 }
 

@@ -17,6 +17,7 @@ const { runChild, startChild } = require('./child');
  * @property {number} bitrate kbit/s
  * @property {number} keyFrameSeconds between key frames; 0 when fewer than two came
  * @property {number} longestGapSeconds between two frames
+ * @property {number} startSeconds the first frame's time in the stream
  *
  * @typedef {object} AudioReport
  * @property {string} codec FFmpeg's name, for example 'aac'
@@ -69,6 +70,7 @@ function videoReport(info, packets) {
     bitrate: bitrate(packets),
     keyFrameSeconds: keyTimes.length > 1 ? rounded(span(keyTimes) / (keyTimes.length - 1)) : 0,
     longestGapSeconds: rounded(Math.max(...gaps)),
+    startSeconds: times[0],
   };
 }
 
@@ -96,7 +98,8 @@ function bitrate(packets) {
  * burst, after the time that FFmpeg takes to get to know the stream.
  *
  * @param {string} url
- * @param {(seconds: number) => void} onFrame called for each with its time in the stream
+ * @param {(seconds: number, bytes: number) => void} onFrame called for each with its time in the
+ *   stream and its size
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
 function watchFrames(url, onFrame) {
@@ -108,7 +111,32 @@ function watchFrames(url, onFrame) {
     rest = lines.pop();
     for (const line of lines) {
       // "stream, dts, pts, duration, size, checksum"; RTMP counts in milliseconds.
-      if (!line.startsWith('#')) onFrame(Number(line.split(',')[1]) / 1000);
+      const [, time, , , bytes] = line.split(',').map(Number);
+      if (!line.startsWith('#')) onFrame(time / 1000, bytes);
+    }
+  });
+  return child;
+}
+
+/**
+ * Plays a stream and tells of each picture, as a player that stays would see it.
+ *
+ * @param {string} url
+ * @param {(picture: {seconds: number, width: number, height: number}) => void} onPicture
+ * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
+ */
+function watchPictures(url, onPicture) {
+  const show = ['-an', '-vf', 'showinfo', '-f', 'null', '-'];
+  const child = startChild('ffmpeg', [...AT_ONCE, '-v', 'info', '-i', url, ...show]);
+  let rest = '';
+  child.process.stderr.on('data', (text) => {
+    const lines = (rest + text).split('\n');
+    rest = lines.pop();
+    for (const line of lines) {
+      const [, seconds, width, height] = line.match(/ pts_time:(\S+) .* s:(\d+)x(\d+) /) ?? [];
+      if (seconds !== undefined) {
+        onPicture({ seconds: Number(seconds), width: Number(width), height: Number(height) });
+      }
     }
   });
   return child;
@@ -151,4 +179,4 @@ async function pictureColours(source, columns, rows) {
   );
 }
 
-module.exports = { pictureColours, probeStream, savePicture, watchFrames };
+module.exports = { pictureColours, probeStream, savePicture, watchFrames, watchPictures };

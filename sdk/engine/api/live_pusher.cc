@@ -53,6 +53,7 @@ int LivePusher::init(LumoLivePushConfig config) {
     return result;
   }
   initialized_ = true;
+  parameters_ = parameters;
   return submit([parameters](LiveSession& session) { session.configure(parameters); });
 }
 
@@ -150,6 +151,46 @@ int LivePusher::setMute(bool mute, uint32_t) {
 
 int LivePusher::muteLocalCamera(bool mute) {
   return submit([mute](LiveSession& session) { session.setCameraMuted(mute); });
+}
+
+// ------------------------------------------------------------------------------------- encoder
+
+LumoLiveResult LivePusher::change(
+    const std::function<LumoLiveResult(PushParameters&, std::string&)>& edit) {
+  if (!initialized_) return submit({});
+  std::string problem;
+  const LumoLiveResult result = edit(parameters_, problem);
+  if (result != kLumoLiveOk) {
+    NIMBO_LOG_ERROR("the change is refused: {}", problem);
+    return result;
+  }
+  return submit([parameters = parameters_](LiveSession& session) {
+    session.changeEncoder(parameters.encoder);
+  });
+}
+
+int LivePusher::setTargetVideoBitrate(int32_t kbps) {
+  return change([kbps](PushParameters& parameters, std::string& problem) {
+    return changeRate(&EncoderSettings::videoKbps, kbps, parameters, problem);
+  });
+}
+
+int LivePusher::setMinVideoBitrate(int32_t kbps) {
+  return change([kbps](PushParameters& parameters, std::string& problem) {
+    return changeRate(&EncoderSettings::minVideoKbps, kbps, parameters, problem);
+  });
+}
+
+int LivePusher::setResolution(uint32_t resolution, int32_t width, int32_t height) {
+  return change([=](PushParameters& parameters, std::string& problem) {
+    return changeSize(resolution, width, height, parameters, problem);
+  });
+}
+
+int LivePusher::setFps(uint32_t fps) {
+  return change([fps](PushParameters& parameters, std::string& problem) {
+    return changeFps(fps, parameters, problem);
+  });
 }
 
 // ------------------------------------------------------------------------------------- devices

@@ -83,6 +83,10 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   // Hands `task` to the engine thread, or answers why not.
   LumoRtc::LumoLiveResult submit(SessionTask task);
   void post(SessionTask task);
+  // Changes the parameters and hands them to the engine thread, or answers why not. `edit` is one
+  // of the changes in push_parameters.h with its arguments bound.
+  LumoRtc::LumoLiveResult change(
+      const std::function<LumoRtc::LumoLiveResult(PushParameters&, std::string&)>& edit);
   Device currentCamera() const;
   Device currentMicrophone() const;
   // Logs once that this build does not do `operation`.
@@ -90,6 +94,7 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
 
   const Settings settings_;
   bool initialized_ = false;
+  PushParameters parameters_;  // once initialised
   bool previewing_ = false;
   uint32_t lastPush_ = 0;
   std::atomic<uint32_t> push_{0};  // the push that is wanted; the engine clears it when it fails

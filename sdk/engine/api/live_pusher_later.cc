@@ -34,22 +34,6 @@ int LivePusher::enableAudioVolumeIndication(int32_t, int32_t, int32_t) {
   return notSupported(__func__);
 }
 
-int LivePusher::setTargetVideoBitrate(int32_t) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setMinVideoBitrate(int32_t) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setResolution(uint32_t, int32_t, int32_t) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setFps(uint32_t) {
-  return notSupported(__func__);
-}
-
 int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig*) {
   return notSupported(__func__);
 }

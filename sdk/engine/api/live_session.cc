@@ -11,6 +11,29 @@ namespace NimboEngine {
 
 using namespace LumoRtc;
 
+namespace {
+
+PusherListeners::NetworkEvent networkEvent(NetworkNews news) {
+  using Network = LumoLivePushNetworkListener;
+  switch (news) {
+    case NetworkNews::kNetworkPoor:
+      return &Network::onNetworkPoor;
+    case NetworkNews::kNetworkRecovery:
+      return &Network::onNetworkRecovery;
+    case NetworkNews::kSendDataTimeout:
+      return &Network::onSendDataTimeout;
+    case NetworkNews::kPacketsLost:
+      return &Network::onPacketsLost;
+    case NetworkNews::kSendMessage:
+      return &Network::onSendMessage;
+    case NetworkNews::kAuthenticationOverdue:
+      break;
+  }
+  return &Network::onPushURLAuthenticationOverdue;
+}
+
+}  // namespace
+
 LiveSession::LiveSession(EngineThread& engine, Settings settings, PusherListeners& listeners,
                          std::function<void(uint32_t)> onPushOver)
     : engine_(engine),
@@ -30,6 +53,13 @@ void LiveSession::configure(const PushParameters& parameters) {
     listeners_.info(&LumoLivePushInfoListener::onPushStopped);
   }
   parameters_ = parameters;
+}
+
+// A running capture keeps the size with which it was started; the encoder scales.
+void LiveSession::changeEncoder(const EncoderSettings& settings) {
+  parameters_.encoder = settings;
+  if (capture_) capture_->setFrameRate(settings.video.fps);
+  if (publisher_) publisher_->change(settings);
 }
 
 // ------------------------------------------------------------------------------------- capture
@@ -112,11 +142,12 @@ void LiveSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
   startCapture();
   publisher_ = std::make_unique<Publisher>(
-      engine_, parameters_.encoder,
+      engine_, parameters_.encoder, settings_.network,
       Publisher::Events{
           .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
           .onFirstFrame =
-              [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); }});
+              [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
+          .onNews = [this](NetworkNews news) { listeners_.network(networkEvent(news)); }});
   publisher_->start(request.url);
   capture_->addConsumer(publisher_.get());
 }
@@ -133,27 +164,48 @@ void LiveSession::stopPush() {
 }
 
 void LiveSession::onPushReport(const PushOutcome& outcome) {
-  if (outcome.report == PushReport::kStarted) {
-    return listeners_.info(&LumoLivePushInfoListener::onPushStarted);
+  if (endsPush(outcome.report)) {
+    // Destroyed later, since it is what called.
+    engine_.post([ended = std::shared_ptr<Publisher>(takePublisher())] {});
+    stopCaptureIfUnused();
+    if (outcome.report != PushReport::kStopped) onPushOver_(pushNumber_);
   }
-  // Destroyed later, since it is what called.
-  engine_.post([ended = std::shared_ptr<Publisher>(takePublisher())] {});
-  stopCaptureIfUnused();
-  if (outcome.report != PushReport::kStopped) onPushOver_(pushNumber_);
+  tell(outcome);
+  if (!nextPush_ || publisher_) return;
+  const PushRequest next = std::move(*nextPush_);
+  nextPush_.reset();
+  beginPush(next);
+}
+
+void LiveSession::tell(const PushOutcome& outcome) {
+  using Network = LumoLivePushNetworkListener;
   switch (outcome.report) {
     case PushReport::kNone:
-    case PushReport::kStarted:
       break;
-    case PushReport::kStopped:
-      listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+    case PushReport::kStarted:
+      listeners_.info(&LumoLivePushInfoListener::onPushStarted);
       break;
     case PushReport::kConnectFailed:
-      listeners_.network(&LumoLivePushNetworkListener::onConnectFail);
+      listeners_.network(&Network::onConnectFail);
+      listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kReconnecting:
+      listeners_.network(&Network::onConnectionLost);
+      listeners_.network(&Network::onReconnectStart);
+      break;
+    case PushReport::kReconnected:
+      listeners_.network(&Network::onReconnectSucceed);
+      break;
+    case PushReport::kReconnectFailed:
+      listeners_.network(&Network::onReconnectFail);
       listeners_.sdkError(outcome.code, outcome.message);
       break;
     case PushReport::kConnectionLost:
-      listeners_.network(&LumoLivePushNetworkListener::onConnectionLost);
+      listeners_.network(&Network::onConnectionLost);
       listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kStopped:
+      listeners_.info(&LumoLivePushInfoListener::onPushStopped);
       break;
     case PushReport::kEncoderFailed:
       reportMissingElements();
@@ -161,10 +213,6 @@ void LiveSession::onPushReport(const PushOutcome& outcome) {
       listeners_.info(&LumoLivePushInfoListener::onPushStopped);
       break;
   }
-  if (!nextPush_) return;
-  const PushRequest next = std::move(*nextPush_);
-  nextPush_.reset();
-  beginPush(next);
 }
 
 std::unique_ptr<Publisher> LiveSession::takePublisher() {

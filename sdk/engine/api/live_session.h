@@ -43,6 +43,9 @@ class LiveSession {
   // To be called before anything is started, and while nothing is wanted to run.
   void configure(const PushParameters& parameters);
 
+  // Takes effect at once where something runs.
+  void changeEncoder(const EncoderSettings& settings);
+
   // `window` is an X11 window's identifier.
   void startPreview(std::optional<uint32_t> window);
   void stopPreview();
@@ -60,6 +63,7 @@ class LiveSession {
   void stopCaptureIfUnused();
   void beginPush(const PushRequest& request);
   void onPushReport(const PushOutcome& outcome);
+  void tell(const PushOutcome& outcome);
   std::unique_ptr<Publisher> takePublisher();
   void reportMissingElements();
 

@@ -25,7 +25,9 @@ constexpr std::array<Size, 8> kLadder = {{{320, 180},
                                           {1920, 1080},
                                           {2560, 1440}}};
 constexpr uint32_t kSampleRates[] = {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
-constexpr int kNotSet = -1;
+constexpr int kLowestKbps = 50;
+constexpr int kHighestKbps = 50000;
+constexpr uint32_t kHardwareEncoding = 0;
 constexpr int kDefaultAudioBps = 64000;
 
 // Collects the first thing that is wrong.
@@ -37,7 +39,7 @@ class Check {
     require(value >= low && value <= high, "{} is {}, not {} to {}", field, value, low, high);
   }
   void rate(const char* field, int64_t value) {
-    if (value != kNotSet) range(field, value, 50, 50000);
+    if (value != kRateNotSet) range(field, value, kLowestKbps, kHighestKbps);
   }
   template <class... Arguments>
   void require(bool holds, fmt::format_string<Arguments...> format, Arguments&&... arguments) {
@@ -49,22 +51,20 @@ class Check {
   std::string& problem_;
 };
 
-VideoFormat videoFormat(const LumoLivePushConfig& config, Check& check) {
-  VideoFormat format;
-  if (config.width == 0 && config.height == 0) {
-    check.range("mResolution", config.mResolution, 0, kLadder.size() - 1);
-    const Size& size = kLadder[std::min<std::size_t>(config.mResolution, kLadder.size() - 1)];
-    format.width = size.width;
-    format.height = size.height;
-  } else {
-    check.range("width", config.width, 16, 4096);
-    check.range("height", config.height, 16, 4096);
-    format.width = static_cast<int>(config.width);
-    format.height = static_cast<int>(config.height);
+Size pictureSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {
+  if (width == 0 && height == 0) {
+    check.range("mResolution", resolution, 0, kLadder.size() - 1);
+    return kLadder[std::min<std::size_t>(resolution, kLadder.size() - 1)];
   }
+  check.range("width", width, 16, 4096);
+  check.range("height", height, 16, 4096);
+  return {static_cast<int>(width), static_cast<int>(height)};
+}
+
+VideoFormat videoFormat(const LumoLivePushConfig& config, Check& check) {
+  const Size size = pictureSize(config.mResolution, config.width, config.height, check);
   check.range("frameRate", config.frameRate, 1, 60);
-  format.fps = static_cast<int>(config.frameRate);
-  return format;
+  return {size.width, size.height, static_cast<int>(config.frameRate)};
 }
 
 AudioFormat audioFormat(const LumoLivePushConfig& config, Check& check) {
@@ -90,7 +90,7 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
   encoder.video = videoFormat(config, check);
   encoder.audio = audioFormat(config, check);
   check.range("mVideoEncodeGop", config.mVideoEncodeGop, 1, 60);
-  if (config.audioBitRate != kNotSet) {
+  if (config.audioBitRate != kRateNotSet) {
     check.range("audioBitRate", config.audioBitRate, 8000, 320000);
   }
   check.rate("mTargetVideoBitrate", config.mTargetVideoBitrate);
@@ -100,11 +100,41 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
 
   encoder.audioOnly = config.mAudioOnly;
   encoder.gopSeconds = static_cast<int>(config.mVideoEncodeGop);
-  encoder.audioBps = config.audioBitRate == kNotSet ? kDefaultAudioBps : config.audioBitRate;
-  encoder.videoKbps = config.mTargetVideoBitrate == kNotSet ? defaultVideoKbps(encoder.video)
-                                                            : config.mTargetVideoBitrate;
+  encoder.audioBps = config.audioBitRate == kRateNotSet ? kDefaultAudioBps : config.audioBitRate;
+  encoder.videoKbps = config.mTargetVideoBitrate;
+  encoder.minVideoKbps = config.mMinVideoBitrate;
+  encoder.initialVideoKbps = config.mInitialVideoBitrate;
+  encoder.controlsBitrate = config.enableBitrateControl;
+  encoder.hardware = config.mVideoEncodeMode == kHardwareEncoding;
   result.mirror = config.mPushMirror;
   parameters = result;
+  return kLumoLiveOk;
+}
+
+LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
+                          PushParameters& parameters, std::string& problem) {
+  Check check(problem);
+  const Size size = pictureSize(resolution, width, height, check);
+  if (!check.passed()) return kLumoLiveInvalidArgument;
+  parameters.encoder.video.width = size.width;
+  parameters.encoder.video.height = size.height;
+  return kLumoLiveOk;
+}
+
+LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& problem) {
+  Check check(problem);
+  check.range("frameRate", fps, 1, 60);
+  if (!check.passed()) return kLumoLiveInvalidArgument;
+  parameters.encoder.video.fps = static_cast<int>(fps);
+  return kLumoLiveOk;
+}
+
+LumoLiveResult changeRate(int EncoderSettings::*rate, int32_t kbps, PushParameters& parameters,
+                          std::string& problem) {
+  Check check(problem);
+  check.range("the bit rate", kbps, kLowestKbps, kHighestKbps);
+  if (!check.passed()) return kLumoLiveInvalidArgument;
+  parameters.encoder.*rate = kbps;
   return kLumoLiveOk;
 }
 

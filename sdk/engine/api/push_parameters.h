@@ -15,10 +15,15 @@
 //   audioBitRate            8000 to 320000; -1 means 64000   refused
 //   mTargetVideoBitrate     50 to 50000; -1 means a value    refused
 //                           that fits size and frame rate
-//   mMinVideoBitrate,       -1, or 50 to 50000               refused; taken, but the bit rate of
-//   mInitialVideoBitrate                                     this build is constant
+//   mMinVideoBitrate        50 to 50000; -1 means a quarter  refused
+//                           of the target
+//   mInitialVideoBitrate    50 to 50000; -1 means the        refused
+//                           target
+//   mVideoEncodeMode        0: in hardware where there is    as 1
+//                           some, 1: in software
 //
-// The remaining fields have no effect in this build, except mAudioOnly and mPushMirror.
+// mAudioOnly, mPushMirror and enableBitrateControl have their effect; the remaining fields have
+// none in this build.
 //
 // Thread: any.
 
@@ -40,5 +45,13 @@ struct PushParameters {
 // Unless the result is kLumoLiveOk, `problem` names the field and `parameters` is unchanged.
 LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& config,
                                            PushParameters& parameters, std::string& problem);
+
+// The changes that are possible at any time, with the limits of the table. Unless the result is
+// kLumoLiveOk, `problem` tells why and `parameters` is unchanged.
+LumoRtc::LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
+                                   PushParameters& parameters, std::string& problem);
+LumoRtc::LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& problem);
+LumoRtc::LumoLiveResult changeRate(int EncoderSettings::*rate, int32_t kbps,
+                                   PushParameters& parameters, std::string& problem);
 
 }  // namespace NimboEngine

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <nlohmann/json.hpp>
 
@@ -10,6 +11,9 @@
 
 namespace NimboEngine {
 namespace {
+
+using nlohmann::json;
+using std::chrono::milliseconds;
 
 struct TextSetting {
   const char* key;
@@ -21,15 +25,84 @@ constexpr TextSetting kTextSettings[] = {
     {"microphone", &Settings::microphone},
 };
 
+struct NumberSetting {
+  const char* key;  // "outer.inner": the key "inner" of the object "outer"
+  int64_t low;
+  int64_t high;
+  void (*set)(Settings&, int64_t value);
+};
+
+constexpr NumberSetting kNumberSettings[] = {
+    {"reconnect.maxAttempts", 0, 1000,
+     [](Settings& s, int64_t value) { s.network.reconnect.maxAttempts = static_cast<int>(value); }},
+    {"reconnect.firstDelayMs", 0, 600'000,
+     [](Settings& s, int64_t value) { s.network.reconnect.firstDelay = milliseconds(value); }},
+    {"reconnect.maxDelayMs", 0, 600'000,
+     [](Settings& s, int64_t value) { s.network.reconnect.maxDelay = milliseconds(value); }},
+    {"sendTimeoutMs", 500, 5000,
+     [](Settings& s, int64_t value) { s.network.sendTimeout = milliseconds(value); }},
+};
+
+constexpr const char* kObjectSettings[] = {"reconnect"};
+
+template <class Table>
+const auto* entryOf(const Table& table, const std::string& key) {
+  const auto* found = std::find_if(std::begin(table), std::end(table),
+                                   [&](const auto& entry) { return key == entry.key; });
+  return found == std::end(table) ? nullptr : found;
+}
+
+std::string wrongType(const std::string& key, const json& value, const char* wanted) {
+  return fmt::format("\"{}\" is a {}, not {}", key, value.type_name(), wanted);
+}
+
+// Reads one setting; an empty answer, or what is wrong.
+std::string readValue(const std::string& key, const json& value, Settings& settings) {
+  if (const TextSetting* text = entryOf(kTextSettings, key)) {
+    if (!value.is_string()) return wrongType(key, value, "a string");
+    settings.*(text->field) = value.get<std::string>();
+  } else if (const NumberSetting* number = entryOf(kNumberSettings, key)) {
+    if (!value.is_number()) return wrongType(key, value, "a number");
+    const auto given = value.get<double>();
+    if (given < static_cast<double>(number->low) || given > static_cast<double>(number->high)) {
+      return fmt::format("\"{}\" is {}, not {} to {}", key, value.dump(), number->low,
+                         number->high);
+    }
+    number->set(settings, static_cast<int64_t>(given));
+  } else {
+    NIMBO_LOG_WARN("unknown setting \"{}\" is ignored", key);
+  }
+  return {};
+}
+
+// Reads the settings in `object`, whose own key, if it has one, stands before theirs.
+std::string readObject(const std::string& prefix, const json& object, Settings& settings) {
+  for (const auto& [name, value] : object.items()) {
+    const std::string key = prefix + name;
+    const bool nested = std::find(std::begin(kObjectSettings), std::end(kObjectSettings), key) !=
+                        std::end(kObjectSettings);
+    std::string problem;
+    if (!nested) {
+      problem = readValue(key, value, settings);
+    } else if (value.is_object()) {
+      problem = readObject(key + ".", value, settings);
+    } else {
+      problem = wrongType(key, value, "an object");
+    }
+    if (!problem.empty()) return problem;
+  }
+  return {};
+}
+
 }  // namespace
 
 std::optional<Settings> parseSettings(const char* text, std::string& problem) {
   Settings settings;
   if (!text || !*text) return settings;
-  nlohmann::json object;
+  json object;
   try {
-    object = nlohmann::json::parse(text);
-  } catch (const nlohmann::json::parse_error& error) {
+    object = json::parse(text);
+  } catch (const json::parse_error& error) {
     problem = error.what();
     return std::nullopt;
   }
@@ -37,19 +110,8 @@ std::optional<Settings> parseSettings(const char* text, std::string& problem) {
     problem = fmt::format("the text is a JSON {}, not an object", object.type_name());
     return std::nullopt;
   }
-  for (const auto& [key, value] : object.items()) {
-    const auto* known = std::find_if(std::begin(kTextSettings), std::end(kTextSettings),
-                                     [&key = key](const auto& entry) { return key == entry.key; });
-    if (known == std::end(kTextSettings)) {
-      NIMBO_LOG_WARN("unknown setting \"{}\" is ignored", key);
-      continue;
-    }
-    if (!value.is_string()) {
-      problem = fmt::format("\"{}\" is a {}, not a string", key, value.type_name());
-      return std::nullopt;
-    }
-    settings.*(known->field) = value.get<std::string>();
-  }
+  problem = readObject("", object, settings);
+  if (!problem.empty()) return std::nullopt;
   return settings;
 }
 

@@ -8,8 +8,16 @@
 //                                  else the test tone; "test": the test tone; "file": the file
 //                                  camera's sound; "default": the default microphone; or a
 //                                  microphone's identifier
+//   "reconnect"   object           what is done when the connection to the server breaks:
+//     "maxAttempts"   number  20     attempts to connect again, 0 to 1000; 0: the push ends
+//     "firstDelayMs"  number  500    before the first attempt, 0 to 600000; doubled each time ...
+//     "maxDelayMs"    number  10000  ... up to this, 0 to 600000
+//   "sendTimeoutMs" number  4000   after this time without progress "onSendDataTimeout" comes,
+//                                  after twice of it the connection counts as broken; 500 to
+//                                  5000
 //
-// An empty text means all defaults. Unknown keys are logged and ignored.
+// Each delay is shortened by a random part, a half at most. An empty text means all defaults.
+// Unknown keys are logged and ignored.
 //
 // Thread: any.
 // Failure: see parseSettings.
@@ -19,11 +27,14 @@
 #include <optional>
 #include <string>
 
+#include "publish/network_settings.h"
+
 namespace NimboEngine {
 
 struct Settings {
   std::string camera;
   std::string microphone;
+  NetworkSettings network;
 };
 
 // Without a value, `problem` says what is wrong and names the key. A null text counts as empty.

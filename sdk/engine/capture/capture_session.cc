@@ -52,6 +52,18 @@ void CaptureSession::setCameraRunning(bool running) {
   camera_.reset();
 }
 
+void CaptureSession::setFrameRate(int fps) {
+  std::lock_guard lock(mutex_);
+  if (!video_ || fps == settings_.video.fps) return;
+  settings_.video.fps = fps;
+  video_->setRate(fps);
+  // Its last picture stays until the new one has its first.
+  if (!camera_ || fps <= cameraFps_ || cameraFile(settings_.camera)) return;
+  if (pictures_) pictures_->freeze();
+  camera_.reset();
+  openCamera();
+}
+
 bool CaptureSession::isFileSound() const {
   return settings_.microphone == kFileSound ||
          (settings_.microphone.empty() && cameraFile(settings_.camera));
@@ -69,6 +81,7 @@ void CaptureSession::openCamera() {
     outlets.sound = makeFifo(settings_.audio);
     audio_.setSource(outlets.sound);
   }
+  cameraFps_ = settings_.video.fps;
   camera_ = std::make_unique<SourceRunner>(
       "camera " + settings_.camera,
       [camera = settings_.camera, outlets](std::string& problem) {

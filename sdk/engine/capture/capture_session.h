@@ -59,18 +59,23 @@ class CaptureSession {
   // file from its beginning. The sound of a file goes with its picture.
   void setCameraRunning(bool running);
 
+  // Pictures come at another rate from now on. A camera that is too slow for it is opened again; a
+  // file gives what it has.
+  void setFrameRate(int fps);
+
  private:
   bool isFileSound() const;
   void openCamera();
   void openMicrophone();
 
-  const CaptureSettings settings_;
+  CaptureSettings settings_;  // its video.fps changes, under the mutex
   const FailureCallback onFailure_;
   ConsumerList consumers_;
   std::unique_ptr<VideoTicker> video_;  // null when only sound is captured
   AudioTicker audio_;
   std::mutex mutex_;
   std::shared_ptr<PictureMailbox> pictures_;
+  int cameraFps_ = 0;  // with which it was opened
   std::unique_ptr<SourceRunner> camera_;
   std::unique_ptr<SourceRunner> microphone_;
 };

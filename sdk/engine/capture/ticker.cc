@@ -10,7 +10,7 @@
 namespace NimboEngine {
 
 Ticker::Ticker(const char* name, uint32_t rate, uint64_t catchUp, Tick tick)
-    : rate_(rate), catchUp_(catchUp), tick_(std::move(tick)), thread_([this] { loop(); }) {
+    : catchUp_(catchUp), tick_(std::move(tick)), rate_(rate), thread_([this] { loop(); }) {
   pthread_setname_np(thread_.native_handle(), name);
 }
 
@@ -19,19 +19,33 @@ Ticker::~Ticker() {
     std::lock_guard lock(mutex_);
     stopping_ = true;
   }
-  stop_.notify_all();
+  changed_.notify_all();
   thread_.join();
+}
+
+void Ticker::setRate(uint32_t rate) {
+  {
+    std::lock_guard lock(mutex_);
+    rate_ = rate;
+  }
+  changed_.notify_all();
 }
 
 void Ticker::loop() {
   const GstPtr<GstClock> clock(gst_system_clock_obtain());
-  const TickGrid grid(gst_clock_get_time(clock.get()), rate_);
-  uint64_t next = 0;
   std::unique_lock lock(mutex_);
+  uint32_t rate = rate_;
+  TickGrid grid(gst_clock_get_time(clock.get()), rate);
+  uint64_t next = 0;
   while (!stopping_) {
+    if (rate != rate_) {
+      rate = rate_;
+      grid = TickGrid(grid.time(next), rate);
+      next = 0;
+    }
     const GstClockTime now = gst_clock_get_time(clock.get());
     if (now < grid.time(next)) {
-      stop_.wait_for(lock, std::chrono::nanoseconds(grid.time(next) - now));
+      changed_.wait_for(lock, std::chrono::nanoseconds(grid.time(next) - now));
       continue;
     }
     next = grid.resume(next, now, catchUp_);

@@ -1,6 +1,6 @@
 // A thread that works at the times of a grid on GStreamer's system clock.
 //
-// Thread: construction and destruction on any other thread than its own.
+// Thread: construction, setRate and destruction on any other thread than its own.
 // Ownership: owns the thread. Destruction waits for a tick that is under way.
 // Failure: `tick` must not throw. A tick that takes too long delays the next ones; when more than
 //   `catchUp` are overdue they are left out.
@@ -30,14 +30,17 @@ class Ticker {
   Ticker(const Ticker&) = delete;
   Ticker& operator=(const Ticker&) = delete;
 
+  // From the tick that is due next on, which becomes number 0 of a grid of its own.
+  void setRate(uint32_t rate);
+
  private:
   void loop();
 
-  const uint32_t rate_;
   const uint64_t catchUp_;
   const Tick tick_;
   std::mutex mutex_;
-  std::condition_variable stop_;
+  uint32_t rate_;
+  std::condition_variable changed_;
   bool stopping_ = false;
   std::thread thread_;
 };

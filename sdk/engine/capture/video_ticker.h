@@ -34,6 +34,8 @@ class VideoTicker {
 
   void setBlack(bool black) { black_ = black; }
 
+  void setRate(int fps) { ticker_.setRate(static_cast<uint32_t>(fps)); }
+
  private:
   void tick(GstClockTime time);
   bool draw(GstBuffer* frame);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/handover.h"
+#include "gst/runtime.h"
 #include "log/log.h"
 
 namespace NimboEngine {
@@ -14,23 +15,7 @@ namespace {
 
 // A quarter of a second at 30 pictures a second: room for a hiccup, little memory.
 constexpr int kQueuedPictures = 8;
-
-std::string videoBranch(const EncoderSettings& settings) {
-  const VideoFormat& format = settings.video;
-  const std::string crop =
-      format.width % 2 || format.height % 2
-          ? fmt::format("videocrop right={} bottom={} ! ", format.width % 2, format.height % 2)
-          : "";
-  // scenecut=0: key frames come where the interval puts them and nowhere else.
-  return fmt::format(
-      "appsrc name=video is-live=true format=time max-bytes=0 max-buffers={} leaky-type=downstream "
-      "caps=video/x-raw,format=I420,width={},height={},framerate={}/1,pixel-aspect-ratio=1/1 ! {}"
-      "x264enc name=h264 tune=zerolatency speed-preset=veryfast bitrate={} key-int-max={} "
-      "option-string=scenecut=0 ! h264parse ! video/x-h264,stream-format=avc,alignment=au ! "
-      "mux.video ",
-      kQueuedPictures, format.width, format.height, format.fps, crop, settings.videoKbps,
-      settings.gopSeconds * format.fps);
-}
+constexpr int kHighestFps = 60;
 
 std::string audioBranch(const EncoderSettings& settings) {
   return fmt::format(
@@ -50,28 +35,56 @@ void push(GstElement* source, GstBuffer* buffer) {
   gst_app_src_push_buffer(GST_APP_SRC(source), share(buffer).release());  // takes the reference
 }
 
+const H264Encoder* h264EncoderFor(const EncoderSettings& settings) {
+  return settings.audioOnly ? nullptr : chooseH264Encoder(settings.hardware, haveElement);
+}
+
+GstPtr<GstCaps> sizeCaps(int width, int height) {
+  return GstPtr<GstCaps>(gst_caps_new_simple(
+      "video/x-raw", "format", G_TYPE_STRING, "I420", "width", G_TYPE_INT, width, "height",
+      G_TYPE_INT, height, "pixel-aspect-ratio", GST_TYPE_FRACTION, 1, 1, nullptr));
+}
+
 }  // namespace
 
 Encoder::Encoder(const EncoderSettings& settings, Events events)
-    : settings_(settings), events_(std::move(events)) {}
+    : settings_(settings),
+      events_(std::move(events)),
+      h264_(h264EncoderFor(settings)),
+      published_(settings.video) {}
 
 Encoder::~Encoder() {
   pipeline_.reset();
   acceptHandover(this);
 }
 
+std::string Encoder::videoBranch() const {
+  const int kbps = bitrateLimits(settings_).initial;
+  return fmt::format(
+      "appsrc name=video is-live=true format=time max-bytes=0 max-buffers={} "
+      "leaky-type=downstream ! videocrop name=crop ! videoconvertscale add-borders=true ! "
+      "capsfilter name=size ! {} ! "
+      "h264parse ! video/x-h264,stream-format=avc,alignment=au ! mux.video ",
+      kQueuedPictures, h264_->describe(kbps, settings_.gopSeconds * kHighestFps));
+}
+
 bool Encoder::start() {
-  const std::string description =
-      (settings_.audioOnly ? "" : videoBranch(settings_)) + audioBranch(settings_) + kMuxer;
+  if (!settings_.audioOnly && !h264_) {
+    NIMBO_LOG_ERROR("there is no H.264 encoder");
+    return false;
+  }
+  const std::string description = (h264_ ? videoBranch() : "") + audioBranch(settings_) + kMuxer;
   pipeline_ = Pipeline::parse("encoder", description, [this](const PipelineMessage& message) {
     if (message.kind == PipelineMessage::Kind::kError) events_.onFailed(message.text);
   });
   if (!pipeline_) return false;
   audioSource_ = pipeline_->element("audio");
-  if (!settings_.audioOnly) {
+  if (h264_) {
     videoSource_ = pipeline_->element("video");
-    const GstPtr<GstElement> h264 = pipeline_->element("h264");
-    videoEncoderPad_.reset(gst_element_get_static_pad(h264.get(), "src"));
+    videoCrop_ = pipeline_->element("crop");
+    videoSize_ = pipeline_->element("size");
+    videoEncoder_ = pipeline_->element("h264");
+    videoEncoderPad_.reset(gst_element_get_static_pad(videoEncoder_.get(), "src"));
   }
 
   GstAppSinkCallbacks callbacks{};
@@ -91,14 +104,29 @@ bool Encoder::start() {
   // with other consumers. The muxer starts its time stamps at 0 all the same.
   gst_element_set_start_time(pipeline_->get(), GST_CLOCK_TIME_NONE);
   gst_element_set_base_time(pipeline_->get(), 0);
-  NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s, {} kbit/s, and sound at {} bit/s{}",
+  NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s with {}, and sound at {} bit/s",
                  settings_.video.width, settings_.video.height, settings_.video.fps,
-                 settings_.videoKbps, settings_.audioBps, settings_.audioOnly ? " only" : "");
+                 h264_ ? h264_->factory : "nothing", settings_.audioBps);
   return pipeline_->play();
 }
 
-void Encoder::pushVideo(GstBuffer* buffer) {
-  if (videoSource_) push(videoSource_.get(), buffer);
+void Encoder::pushVideo(GstBuffer* buffer, const GstVideoInfo& info) {
+  if (!videoSource_) return;
+  {
+    std::lock_guard lock(formats_);
+    if (captured_.width != info.width || captured_.height != info.height) {
+      captured_.width = info.width;
+      captured_.height = info.height;
+      applyFormats();
+    }
+  }
+  // Asked for by time: an encoder counts pictures, and cannot be told another number once it runs.
+  if (GST_BUFFER_PTS(buffer) >= nextKeyFrame_) {
+    nextKeyFrame_ =
+        GST_BUFFER_PTS(buffer) + static_cast<GstClockTime>(settings_.gopSeconds) * GST_SECOND;
+    requestKeyFrame();
+  }
+  push(videoSource_.get(), buffer);
 }
 
 void Encoder::pushAudio(GstBuffer* buffer) {
@@ -109,6 +137,33 @@ void Encoder::requestKeyFrame() {
   if (!videoEncoderPad_) return;
   gst_pad_send_event(videoEncoderPad_.get(),
                      gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0));
+}
+
+void Encoder::setVideoKbps(int kbps) {
+  if (videoEncoder_) h264_->setKbps(videoEncoder_.get(), kbps);
+}
+
+void Encoder::setVideoFormat(const VideoFormat& format) {
+  std::lock_guard lock(formats_);
+  published_ = format;
+  if (!videoEncoder_) return;
+  if (captured_.width > 0) applyFormats();
+}
+
+// From the next picture on. A side that stays as it was captured loses an odd column or row; a side
+// that changes is scaled.
+void Encoder::applyFormats() {
+  const auto odd = [](int captured, int published) {
+    return captured == published ? captured % 2 : 0;
+  };
+  g_object_set(videoCrop_.get(), "right", odd(captured_.width, published_.width), "bottom",
+               odd(captured_.height, published_.height), nullptr);
+  const GstPtr<GstCaps> size =
+      sizeCaps(published_.width - published_.width % 2, published_.height - published_.height % 2);
+  g_object_set(videoSize_.get(), "caps", size.get(), nullptr);
+  const GstPtr<GstCaps> source = sizeCaps(captured_.width, captured_.height);
+  gst_caps_set_simple(source.get(), "framerate", GST_TYPE_FRACTION, published_.fps, 1, nullptr);
+  gst_app_src_set_caps(GST_APP_SRC(videoSource_.get()), source.get());
 }
 
 }  // namespace NimboEngine

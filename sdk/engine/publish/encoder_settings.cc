@@ -34,4 +34,15 @@ int defaultVideoKbps(const VideoFormat& format) {
   return kbps / 2 + kbps / 2 * format.fps / 30;
 }
 
+BitrateLimits bitrateLimits(const EncoderSettings& settings) {
+  const auto orElse = [](int kbps, int otherwise) {
+    return kbps == kRateNotSet ? otherwise : kbps;
+  };
+  const int target = orElse(settings.videoKbps, defaultVideoKbps(settings.video));
+  return {.minimum = orElse(settings.minVideoKbps, target / 4),
+          .target = target,
+          .initial = orElse(settings.initialVideoKbps, target),
+          .controlled = settings.controlsBitrate};
+}
+
 }  // namespace NimboEngine

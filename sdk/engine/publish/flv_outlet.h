@@ -1,6 +1,7 @@
 // Between the encoder, which lives as long as a push, and the connections, which come and go:
 // keeps the stream's headers, repeats them to each connection and lets its gate drop what a
-// connection cannot take.
+// connection cannot take. Metadata go before the first frame of a connection and before a picture
+// of another format.
 //
 // Thread: deliver() on the encoder's thread, the rest from any. The handlers are called from
 //   deliver() and must return soon.
@@ -9,11 +10,16 @@
 
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include "publish/flv_tag.h"
+#include "publish/link_watch.h"
+#include "publish/send_ledger.h"
 #include "publish/tag_gate.h"
 
 namespace NimboEngine {
@@ -24,10 +30,12 @@ class FlvOutlet {
  public:
   struct Events {
     std::function<void()> onFirstFrame;  // of a connection
+    std::function<void()> onMetadataSent;
     std::function<void()> onKeyFrameNeeded;
+    std::function<void()> onFramesDropped;  // once for each time that a connection catches up
   };
 
-  FlvOutlet(bool audioOnly, std::size_t backlogLimit, Events events);
+  FlvOutlet(bool audioOnly, Events events);
 
   // From the next key frame on, tags go to `connection`.
   void attach(RtmpConnection* connection);
@@ -37,14 +45,27 @@ class FlvOutlet {
 
   void deliver(GstPtr<GstBuffer> tag);
 
+  // How the connection does; all zero without one.
+  LinkSample look();
+
+  // Whether the server has taken the first frame of the connection, and what led to it.
+  bool hasTakenFirstFrame();
+
  private:
-  void sendHeaders(uint32_t timestamp);
+  std::chrono::milliseconds waiting();
+  void send(GstPtr<GstBuffer> tag);
+  void sendHeader(FlvTag kind, uint32_t timestamp);
 
   const Events events_;
   std::mutex mutex_;
   TagGate gate_;
   RtmpConnection* connection_ = nullptr;
-  std::map<FlvTag, GstPtr<GstBuffer>> headers_;  // metadata first, as its key comes first
+  SendLedger ledger_;                   // of the connection
+  uint64_t payload_ = 0;                // bytes in the tags sent to the connection
+  uint64_t acknowledgedBefore_ = 0;     // bytes the server had taken when it was attached
+  std::optional<uint64_t> firstFrame_;  // what it must have taken for the first frame to be there
+  std::map<FlvTag, GstPtr<GstBuffer>> headers_;
+  bool videoHeaderChanged_ = false;  // since it was last sent
 };
 
 }  // namespace NimboEngine

@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "gst/gst_ptr.h"
@@ -20,6 +21,9 @@ enum class FlvTag {
   kAudioFrame,
   kOther,
 };
+
+// Bytes of a tag that are not its content: its header, and its size, which stands behind it.
+inline constexpr std::size_t kFlvTagFraming = 15;
 
 // `buffer` holds one tag, or the file header. A buffer too short to tell is kOther.
 FlvTag classifyFlvTag(GstBuffer* buffer);

@@ -1,5 +1,8 @@
 #include "publish/publisher.h"
 
+#include <fmt/format.h>
+
+#include <random>
 #include <utility>
 
 #include "log/log.h"
@@ -7,35 +10,60 @@
 namespace NimboEngine {
 namespace {
 
-// What may wait to be sent before whole groups of pictures are skipped: two seconds of the stream.
-std::size_t backlogLimit(const EncoderSettings& settings) {
-  const int bitsPerSecond =
-      settings.audioBps + (settings.audioOnly ? 0 : settings.videoKbps * 1000);
-  return static_cast<std::size_t>(bitsPerSecond) * 2 / 8;
+using namespace LumoRtc;
+
+// How often a connection is looked at: often enough to tell soon that a server takes media again.
+constexpr std::chrono::milliseconds kLookInterval{50};
+
+RandomSource randomSource() {
+  return [generator = std::minstd_rand(std::random_device()())]() mutable {
+    return std::uniform_real_distribution<double>(0, 1)(generator);
+  };
 }
 
 }  // namespace
 
-Publisher::Publisher(EngineThread& engine, const EncoderSettings& settings, Events events)
+Publisher::Publisher(EngineThread& engine, const EncoderSettings& encoder,
+                     const NetworkSettings& network, Events events)
     : engine_(engine),
       events_(std::move(events)),
-      outlet_(settings.audioOnly, backlogLimit(settings), outletEvents()),
-      encoder_(settings, encoderEvents()) {}
+      state_(network.reconnect, randomSource()),
+      link_(network.sendTimeout, &LinkWatch::Clock::now),
+      bitrate_(bitrateLimits(encoder), &BitrateControl::Clock::now),
+      format_(encoder.video),
+      outlet_(encoder.audioOnly, outletEvents()),
+      encoder_(encoder, encoderEvents()) {}
 
 Publisher::~Publisher() {
   outlet_.detach();
 }
 
+// ---------------------------------------------------------------------------- events of the parts
+
 FlvOutlet::Events Publisher::outletEvents() {
-  return {.onFirstFrame = [this, report = lifeline_.bind([this] {
-            if (phase() == PushPhase::kPublishing) events_.onFirstFrame();
-          })] { engine_.post(report); },
-          .onKeyFrameNeeded = [this] { encoder_.requestKeyFrame(); }};
+  auto firstFrame = lifeline_.bind([this] {
+    if (phase() == PushPhase::kPublishing && !std::exchange(toldFirstFrame_, true)) {
+      events_.onFirstFrame();
+    }
+  });
+  // Nothing is told any more when the push is over, or about to be, by then.
+  auto news = lifeline_.bind([this](NetworkNews which) {
+    if (phase() == PushPhase::kPublishing || phase() == PushPhase::kResuming) {
+      events_.onNews(which);
+    }
+  });
+  auto tell = [this, news](NetworkNews which) {
+    engine_.post([news, which]() mutable { news(which); });
+  };
+  return {.onFirstFrame = [this, firstFrame] { engine_.post(firstFrame); },
+          .onMetadataSent = [tell] { tell(NetworkNews::kSendMessage); },
+          .onKeyFrameNeeded = [this] { encoder_.requestKeyFrame(); },
+          .onFramesDropped = [tell] { tell(NetworkNews::kPacketsLost); }};
 }
 
 Encoder::Events Publisher::encoderEvents() {
   auto failed = lifeline_.bind([this](const std::string& message) {
-    apply(PushInput::kEncoderFailed, LumoRtc::kLumoLiveErrorEncoderFailed, message);
+    apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, message);
   });
   return {.onTag = [this](GstPtr<GstBuffer> tag) { outlet_.deliver(std::move(tag)); },
           .onFailed =
@@ -44,53 +72,137 @@ Encoder::Events Publisher::encoderEvents() {
               }};
 }
 
+// ------------------------------------------------------------------------------ start, stop,
+// states
+
 void Publisher::start(const PushUrl& url) {
   NIMBO_LOG_INFO("publishing to {}", url.forLog());
+  url_ = url;
   apply(PushInput::kStart);
-  if (encoder_.start()) return connect(url);
+  if (encoder_.start()) return connect();
   engine_.post(lifeline_.bind([this] {
-    apply(PushInput::kEncoderFailed, LumoRtc::kLumoLiveErrorEncoderFailed,
-          "the encoder cannot be started");
+    apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, "the encoder cannot be started");
   }));
-}
-
-void Publisher::connect(const PushUrl& url) {
-  connection_ = std::make_unique<RtmpConnection>(
-      engine_, url,
-      RtmpConnection::Events{
-          .onAccepted = [this] { apply(PushInput::kAccepted); },
-          .onFailed = [this](
-                          LumoRtc::LumoLiveErrorCode code,
-                          const std::string& message) { apply(PushInput::kFailed, code, message); },
-          .onDrained = [this] { apply(PushInput::kDrained); }});
-  connection_->open();
 }
 
 void Publisher::stop() {
   apply(PushInput::kStop);
 }
 
-void Publisher::apply(PushInput input, LumoRtc::LumoLiveErrorCode code, std::string message) {
-  const PushPhase before = state_.phase();
-  const PushReport report = state_.apply(input);
-  if (state_.phase() != before) {
-    switch (state_.phase()) {
-      case PushPhase::kIdle:
-        closeConnection();
-        break;
-      case PushPhase::kConnecting:
-        break;
-      case PushPhase::kPublishing:
-        outlet_.attach(connection_.get());
-        encoder_.requestKeyFrame();
-        break;
-      case PushPhase::kStopping:
-        outlet_.detach();
-        finishConnection();
-        break;
-    }
+void Publisher::change(const EncoderSettings& settings) {
+  const BitrateLimits limits = bitrateLimits(settings);
+  bitrate_.setLimits(limits.minimum, limits.target);
+  applyBitrate();
+  if (settings.video == format_) return;
+  format_ = settings.video;
+  NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s from now on", format_.width, format_.height,
+                 format_.fps);
+  encoder_.setVideoFormat(format_);
+}
+
+void Publisher::apply(PushInput input, LumoLiveErrorCode code, std::string message) {
+  const PushPhase before = phase();
+  const int attempts = state_.attempts();
+  const PushState::Step step = state_.apply(input);
+  if (step.report == PushReport::kReconnectFailed && code != kLumoLiveErrorPublishDenied) {
+    message = fmt::format("the connection was lost, and {} attempts to connect again failed: {}",
+                          attempts, message);
+    code = kLumoLiveErrorConnectionLost;
   }
-  if (report != PushReport::kNone) events_.onReport({report, code, std::move(message)});
+  if (phase() != before) entered(before, step);
+  if (code == kLumoLiveErrorPublishDenied && endsPush(step.report)) tellOverdue();
+  if (step.report != PushReport::kNone) events_.onReport({step.report, code, std::move(message)});
+}
+
+void Publisher::entered(PushPhase before, const PushState::Step& step) {
+  switch (phase()) {
+    case PushPhase::kIdle:
+      return closeConnection();
+    case PushPhase::kConnecting:
+      return;  // start() goes on when the encoder runs
+    case PushPhase::kPublishing:
+      if (before == PushPhase::kConnecting) beginSending();
+      return;
+    case PushPhase::kWaiting:
+      closeConnection();
+      NIMBO_LOG_INFO("connecting again in {} ms", step.retryAfter->count());
+      engine_.postAfter(*step.retryAfter, lifeline_.bind([this] { apply(PushInput::kRetryDue); }));
+      return;
+    case PushPhase::kReconnecting:
+      return connect();
+    case PushPhase::kResuming:
+      return beginSending();
+    case PushPhase::kStopping:
+      outlet_.detach();
+      return finishConnection();
+  }
+}
+
+// --------------------------------------------------------------------------------- one connection
+
+void Publisher::connect() {
+  // Only told: the server decides, and this machine's clock may be wrong.
+  const auto now =
+      std::chrono::time_point_cast<PushUrl::Time::duration>(std::chrono::system_clock::now());
+  if (url_.expiry && *url_.expiry < now) tellOverdue();
+  connection_ = std::make_unique<RtmpConnection>(
+      engine_, url_,
+      RtmpConnection::Events{
+          .onAccepted = [this] { apply(PushInput::kAccepted); },
+          .onFailed = [this](LumoLiveErrorCode code,
+                             const std::string& message) { onConnectionFailed(code, message); },
+          .onDrained = [this] { apply(PushInput::kDrained); }});
+  connection_->open();
+}
+
+void Publisher::onConnectionFailed(LumoLiveErrorCode code, const std::string& message) {
+  apply(code == kLumoLiveErrorPublishDenied ? PushInput::kDenied : PushInput::kFailed, code,
+        message);
+}
+
+void Publisher::beginSending() {
+  link_.restart();
+  bitrate_.onNewConnection();
+  outlet_.attach(connection_.get());
+  encoder_.requestKeyFrame();
+  watchLink(connection_.get());
+}
+
+// Until `connection` is replaced or gone.
+void Publisher::watchLink(const RtmpConnection* connection) {
+  if (connection_.get() != connection) return;
+  if (phase() != PushPhase::kPublishing && phase() != PushPhase::kResuming) return;
+  if (outlet_.hasTakenFirstFrame()) apply(PushInput::kMediaTaken);
+  const LinkSample sample = outlet_.look();
+  bitrate_.look(sample.waiting);
+  for (const LinkEvent event : link_.look(sample)) onLinkEvent(event);
+  applyBitrate();
+  engine_.postAfter(kLookInterval, lifeline_.bind([this, connection] { watchLink(connection); }));
+}
+
+void Publisher::onLinkEvent(LinkEvent event) {
+  switch (event) {
+    case LinkEvent::kPoor:
+      return events_.onNews(NetworkNews::kNetworkPoor);
+    case LinkEvent::kRecovered:
+      return events_.onNews(NetworkNews::kNetworkRecovery);
+    case LinkEvent::kSendTimeout:
+      bitrate_.onSendTimeout();
+      return events_.onNews(NetworkNews::kSendDataTimeout);
+    case LinkEvent::kDead:
+      return apply(PushInput::kFailed, kLumoLiveErrorConnectionLost,
+                   "the server takes no data any more");
+  }
+}
+
+void Publisher::applyBitrate() {
+  if (std::exchange(appliedKbps_, bitrate_.kbps()) == appliedKbps_) return;
+  NIMBO_LOG_INFO("video is encoded at {} kbit/s", appliedKbps_);
+  encoder_.setVideoKbps(appliedKbps_);
+}
+
+void Publisher::tellOverdue() {
+  if (!std::exchange(toldOverdue_, true)) events_.onNews(NetworkNews::kAuthenticationOverdue);
 }
 
 void Publisher::finishConnection() {
@@ -105,8 +217,8 @@ void Publisher::closeConnection() {
   engine_.post([closing = std::shared_ptr<RtmpConnection>(std::move(connection_))] {});
 }
 
-void Publisher::onVideoFrame(GstBuffer* buffer, const GstVideoInfo&, GstClockTime) {
-  encoder_.pushVideo(buffer);
+void Publisher::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime) {
+  encoder_.pushVideo(buffer, info);
 }
 
 void Publisher::onAudioChunk(GstBuffer* buffer, const AudioFormat&, GstClockTime) {

@@ -1,4 +1,5 @@
-// One push: an encoder, a connection and the states between them (see push_state.h).
+// One push: an encoder, which lives as long as the push, the connections that come and go, and the
+// states between them (see push_state.h and docs/network.md).
 //
 // Thread: start, stop and destruction on the engine thread, where the events are raised too; the
 //   consumer's side on the capture threads.
@@ -17,8 +18,11 @@
 #include "base/engine_thread.h"
 #include "base/lifeline.h"
 #include "capture/frame_consumer.h"
+#include "publish/bitrate_control.h"
 #include "publish/encoder.h"
 #include "publish/flv_outlet.h"
+#include "publish/link_watch.h"
+#include "publish/network_settings.h"
 #include "publish/push_state.h"
 #include "publish/push_url.h"
 #include "publish/rtmp_connection.h"
@@ -32,20 +36,35 @@ struct PushOutcome {
   std::string message;
 };
 
+// What else a push tells of its network. Each is named after the listener's operation.
+enum class NetworkNews {
+  kNetworkPoor,
+  kNetworkRecovery,
+  kSendDataTimeout,
+  kPacketsLost,
+  kSendMessage,
+  kAuthenticationOverdue
+};
+
 class Publisher final : public FrameConsumer {
  public:
   struct Events {
     std::function<void(const PushOutcome&)> onReport;
-    // The first key frame went out after the server had accepted.
+    // The first key frame went out after the server had accepted; once for a push.
     std::function<void()> onFirstFrame;
+    std::function<void(NetworkNews)> onNews;
   };
 
-  Publisher(EngineThread& engine, const EncoderSettings& settings, Events events);
+  Publisher(EngineThread& engine, const EncoderSettings& encoder, const NetworkSettings& network,
+            Events events);
   ~Publisher();
 
   // Both are called once at most. A stop is answered by a report within half a second.
   void start(const PushUrl& url);
   void stop();
+
+  // Applies another video format and other bit rates while it runs.
+  void change(const EncoderSettings& settings);
 
   PushPhase phase() const { return state_.phase(); }
 
@@ -55,8 +74,15 @@ class Publisher final : public FrameConsumer {
  private:
   FlvOutlet::Events outletEvents();
   Encoder::Events encoderEvents();
-  void connect(const PushUrl& url);
   void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
+  void entered(PushPhase before, const PushState::Step& step);
+  void connect();
+  void onConnectionFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
+  void beginSending();
+  void watchLink(const RtmpConnection* connection);
+  void onLinkEvent(LinkEvent event);
+  void applyBitrate();
+  void tellOverdue();
   void finishConnection();
   void closeConnection();
 
@@ -64,8 +90,15 @@ class Publisher final : public FrameConsumer {
   const Events events_;
   const Lifeline lifeline_;
   PushState state_;
+  LinkWatch link_;
+  BitrateControl bitrate_;
+  VideoFormat format_;
+  PushUrl url_;
+  bool toldFirstFrame_ = false;
+  bool toldOverdue_ = false;
   std::unique_ptr<RtmpConnection> connection_;
   FlvOutlet outlet_;
+  int appliedKbps_ = 0;
   Encoder encoder_;  // ends first: its threads use the outlet
 };
 

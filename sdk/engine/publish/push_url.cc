@@ -3,13 +3,49 @@
 #include <fmt/format.h>
 #include <glib.h>
 
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <iterator>
 #include <memory>
+#include <string_view>
 
 namespace NimboEngine {
 namespace {
 
 constexpr int kRtmpPort = 1935;
 constexpr int kRtmpsPort = 443;
+
+constexpr std::string_view kExpiryParameters[] = {"expires", "expire", "exp", "deadline"};
+// As seconds this would be the year 5138.
+constexpr int64_t kFirstMilliseconds = 100'000'000'000;
+
+// `parameter` is "name=value".
+std::optional<PushUrl::Time> expiryIn(std::string_view parameter) {
+  const auto equals = parameter.find('=');
+  if (equals == parameter.npos) return std::nullopt;
+  const std::string_view name = parameter.substr(0, equals);
+  const std::string_view value = parameter.substr(equals + 1);
+  if (std::ranges::find(kExpiryParameters, name) == std::end(kExpiryParameters)) {
+    return std::nullopt;
+  }
+  int64_t number = 0;
+  const char* end = value.data() + value.size();
+  const auto [read, error] = std::from_chars(value.data(), end, number);
+  if (error != std::errc() || read != end || number <= 0) return std::nullopt;
+  const int64_t milliseconds = number < kFirstMilliseconds ? number * 1000 : number;
+  if (milliseconds > kFirstMilliseconds * 1000) return std::nullopt;
+  return PushUrl::Time(std::chrono::milliseconds(milliseconds));
+}
+
+std::optional<PushUrl::Time> expiryOf(std::string_view query) {
+  while (!query.empty()) {
+    const auto end = std::min(query.find('&'), query.size());
+    if (const auto expiry = expiryIn(query.substr(0, end))) return expiry;
+    query.remove_prefix(std::min(end + 1, query.size()));
+  }
+  return std::nullopt;
+}
 
 struct UriRelease {
   void operator()(GUri* uri) const { g_uri_unref(uri); }
@@ -49,6 +85,8 @@ std::optional<PushUrl> parsePushUrl(const char* text, std::string& reason) {
   }
   const int port = g_uri_get_port(uri.get());
   url.port = port > 0 ? port : scheme == "rtmp" ? kRtmpPort : kRtmpsPort;
+
+  if (const char* query = g_uri_get_query(uri.get())) url.expiry = expiryOf(query);
 
   const std::string path = g_uri_get_path(uri.get());
   const std::size_t lastSlash = path.rfind('/');

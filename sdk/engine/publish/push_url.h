@@ -4,16 +4,21 @@
 
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
 namespace NimboEngine {
 
 struct PushUrl {
+  // Of milliseconds, since the system clock's own range ends in the year 2262.
+  using Time = std::chrono::sys_time<std::chrono::milliseconds>;
+
   std::string text;  // as given; may end in a secret stream key
   std::string host;
   int port = 0;
   std::string application;
+  std::optional<Time> expiry;  // until when its authentication is good, where it says so
 
   // For log lines: everything but the stream name and its parameters, which are often secret.
   std::string forLog() const;
@@ -21,6 +26,9 @@ struct PushUrl {
 
 // Accepts rtmp://host[:port]/application[/more]/stream[?parameters] and the same with rtmps.
 // Without a value, `reason` says what is wrong.
+//
+// The first of the parameters "expires", "expire", "exp" and "deadline" whose value is a whole
+// number of seconds since 1970 (or of milliseconds, from 10^11 on) is the expiry.
 std::optional<PushUrl> parsePushUrl(const char* text, std::string& reason);
 
 }  // namespace NimboEngine

@@ -15,7 +15,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kPollInterval = 10ms;
-// The element's own time-out for a silent server is 5 s, counted anew at each step.
+// For the connection as a whole. The element's own time-out, which is counted anew at each step and
+// each time that the server does not take data, must not come first.
 constexpr auto kConnectTimeout = 10s;
 // nginx, for one, answers that publishing has started and closes the connection in the next moment
 // when its access rules forbid it: only an answer that lasts is an acceptance.
@@ -42,7 +43,7 @@ void RtmpConnection::open() {
   pipeline_ = Pipeline::parse("rtmp",
                               "appsrc name=source is-live=true format=bytes max-bytes=0 "
                               "caps=video/x-flv ! rtmp2sink name=sink sync=false async=false "
-                              "enable-last-sample=false chunk-size=4096",
+                              "enable-last-sample=false chunk-size=4096 timeout=15",
                               std::move(relay));
   if (!pipeline_) {
     return fail(LumoRtc::kLumoLiveErrorPublishRejected, "the RTMP component cannot be loaded");
@@ -63,7 +64,7 @@ void RtmpConnection::open() {
 void RtmpConnection::watchForAcceptance() {
   if (state_ != State::kConnecting) return;
   const auto now = EngineThread::Clock::now();
-  if (!answered_ && hasServerAnswered()) answered_ = now;
+  if (!answered_ && statistic("in-bytes-total") > 0) answered_ = now;
   if (answered_ && now - *answered_ >= kSettleTime) return accepted();
   if (!answered_ && now > deadline_) {
     return fail(LumoRtc::kLumoLiveErrorConnectTimeout, "the server does not answer");
@@ -73,19 +74,29 @@ void RtmpConnection::watchForAcceptance() {
 
 void RtmpConnection::accepted() {
   state_ = State::kAccepted;
-  if (limitNewSockets(url_.port, otherSockets_) == 0) {
-    NIMBO_LOG_WARN("the connection's socket was not found: a frozen server goes unnoticed");
-  }
+  adoptSocket();
   events_.onAccepted();
 }
 
-bool RtmpConnection::hasServerAnswered() const {
+// A player that connected to the same server in the same moment makes it uncertain which socket is
+// this connection's: all are limited then, which does no harm, and none is measured.
+void RtmpConnection::adoptSocket() {
+  std::vector<TcpSocket> candidates = TcpSocket::findNew(url_.port, otherSockets_);
+  bool limited = !candidates.empty();
+  for (TcpSocket& candidate : candidates) limited = candidate.limit() && limited;
+  if (!limited) {
+    NIMBO_LOG_WARN("the connection's socket cannot be limited: a frozen server goes unnoticed");
+  }
+  if (candidates.size() == 1) socket_ = std::move(candidates.front());
+}
+
+uint64_t RtmpConnection::statistic(const char* name) const {
   GstStructure* stats = nullptr;
   g_object_get(sink_.get(), "stats", &stats, nullptr);
   const GstPtr<GstStructure> owned(stats);
-  guint64 received = 0;
-  return owned && gst_structure_get_uint64(owned.get(), "in-bytes-total", &received) &&
-         received > 0;
+  guint64 value = 0;
+  if (owned) gst_structure_get_uint64(owned.get(), name, &value);
+  return value;
 }
 
 void RtmpConnection::send(GstPtr<GstBuffer> tag) {
@@ -93,7 +104,12 @@ void RtmpConnection::send(GstPtr<GstBuffer> tag) {
 }
 
 std::size_t RtmpConnection::backlog() const {
-  return gst_app_src_get_current_level_bytes(GST_APP_SRC(source_.get()));
+  return gst_app_src_get_current_level_bytes(GST_APP_SRC(source_.get())) +
+         (socket_ ? socket_->unacknowledged() : 0);
+}
+
+uint64_t RtmpConnection::acknowledged() const {
+  return socket_ ? socket_->acknowledged() : statistic("out-bytes-total");
 }
 
 void RtmpConnection::finish() {

@@ -2,12 +2,14 @@
 // not used again; the next attempt is a new object.
 //
 // Thread: created, used and destroyed on the engine thread, where the events are raised too;
-//   send() and backlog() may be called from any thread while the object lives.
+//   send(), backlog() and acknowledged() may be called from any thread, from onAccepted on and
+//   while the object lives.
 // Ownership: owns its pipeline. Destruction closes the connection at once; no event follows.
 // Failure: onFailed, once, after which only destruction is left.
 
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -19,6 +21,7 @@
 #include "base/lifeline.h"
 #include "gst/pipeline.h"
 #include "publish/push_url.h"
+#include "publish/tcp_socket.h"
 
 namespace NimboEngine {
 
@@ -42,8 +45,11 @@ class RtmpConnection {
 
   void send(GstPtr<GstBuffer> tag);
 
-  // Bytes that wait to be sent.
+  // Bytes that were given to send() and that the server has not taken yet.
   std::size_t backlog() const;
+
+  // Bytes that the server has taken since the connection began, the protocol's own included.
+  uint64_t acknowledged() const;
 
   // Sends what is waiting and says goodbye to the server, for a third of a second at most, then
   // raises onDrained. Nothing may be sent afterwards.
@@ -55,7 +61,8 @@ class RtmpConnection {
   void onPipelineMessage(const PipelineMessage& message);
   void watchForAcceptance();
   void accepted();
-  bool hasServerAnswered() const;
+  void adoptSocket();
+  uint64_t statistic(const char* name) const;
   void fail(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void drained();
 
@@ -66,7 +73,8 @@ class RtmpConnection {
   State state_ = State::kNew;
   EngineThread::Clock::time_point deadline_;
   std::optional<EngineThread::Clock::time_point> answered_;
-  std::set<ino_t> otherSockets_;  // those that were there before this connection
+  std::set<ino_t> otherSockets_;     // those that were there before this connection
+  std::optional<TcpSocket> socket_;  // once accepted; none when it is not known
 
   GstPtr<GstElement> source_;
   GstPtr<GstElement> sink_;

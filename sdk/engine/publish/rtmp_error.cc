@@ -30,6 +30,13 @@ Cause causeOf(std::string_view debug) {
   return cause;
 }
 
+// The command to publish failed, or whichever command failed for want of permission. A server that
+// does not know the application fails the command before it, "connect".
+bool isDenial(const PipelineMessage& error, const Cause& cause) {
+  return error.text.find("'publish' cmd failed") != std::string::npos ||
+         (cause.domain == "g-io-error-quark" && cause.code == G_IO_ERROR_PERMISSION_DENIED);
+}
+
 bool hasNoAnswer(int code) {
   return code == G_IO_ERROR_TIMED_OUT || code == G_IO_ERROR_HOST_UNREACHABLE ||
          code == G_IO_ERROR_NETWORK_UNREACHABLE;
@@ -50,6 +57,7 @@ LumoLiveErrorCode classifyRtmpError(const PipelineMessage& error, bool accepted)
   if (cause.domain == "g-io-error-quark" && hasNoAnswer(cause.code)) {
     return kLumoLiveErrorConnectTimeout;
   }
+  if (isDenial(error, cause)) return kLumoLiveErrorPublishDenied;
   // It answered and then said no or closed the connection.
   return kLumoLiveErrorPublishRejected;
 }

@@ -3,18 +3,16 @@
 namespace NimboEngine {
 namespace {
 
+// What a viewer falls behind at most before pictures are skipped.
+constexpr std::chrono::milliseconds kLimit{2000};
+
 bool isFrame(FlvTag tag) {
   return tag == FlvTag::kVideoKeyFrame || tag == FlvTag::kVideoFrame || tag == FlvTag::kAudioFrame;
 }
 
-bool isUseful(FlvTag tag) {
-  return tag != FlvTag::kFileHeader && tag != FlvTag::kOther;
-}
-
 }  // namespace
 
-TagGate::TagGate(bool audioOnly, std::size_t backlogLimit)
-    : audioOnly_(audioOnly), limit_(backlogLimit) {}
+TagGate::TagGate(bool audioOnly) : audioOnly_(audioOnly) {}
 
 void TagGate::open() {
   state_ = State::kWaiting;
@@ -29,13 +27,14 @@ bool TagGate::startsStream(FlvTag tag) const {
   return tag == (audioOnly_ ? FlvTag::kAudioFrame : FlvTag::kVideoKeyFrame);
 }
 
-TagGate::Verdict TagGate::decide(FlvTag tag, std::size_t backlog) {
+TagGate::Verdict TagGate::decide(FlvTag tag, std::chrono::milliseconds waiting) {
+  if (!isFrame(tag)) return {};
   switch (state_) {
     case State::kClosed:
       return {};
     case State::kWaiting: {
       if (!startsStream(tag)) {
-        if (started_ && isFrame(tag)) ++dropped_;
+        if (started_) ++dropped_;
         return {};
       }
       state_ = State::kFlowing;
@@ -44,25 +43,24 @@ TagGate::Verdict TagGate::decide(FlvTag tag, std::size_t backlog) {
       return {.send = true, .first = first};
     }
     case State::kFlowing:
-      return flow(tag, backlog);
+      return flow(waiting);
     case State::kCatchingUp:
-      return catchUp(tag, backlog);
+      return catchUp(waiting);
   }
   return {};
 }
 
-TagGate::Verdict TagGate::flow(FlvTag tag, std::size_t backlog) {
+TagGate::Verdict TagGate::flow(std::chrono::milliseconds waiting) {
   // Headers pass even then: without them nothing that follows could be decoded.
-  if (!isFrame(tag) || backlog <= limit_) return {.send = isUseful(tag)};
+  if (waiting <= kLimit) return {.send = true};
   state_ = State::kCatchingUp;
   ++dropped_;
-  return {};
+  return {.beginsToDrop = true};
 }
 
-TagGate::Verdict TagGate::catchUp(FlvTag tag, std::size_t backlog) {
-  if (!isFrame(tag)) return {.send = isUseful(tag)};
+TagGate::Verdict TagGate::catchUp(std::chrono::milliseconds waiting) {
   ++dropped_;
-  if (backlog > limit_ / 4) return {};
+  if (waiting > kLimit / 4) return {};
   state_ = State::kWaiting;
   return {.needsKeyFrame = !audioOnly_};
 }

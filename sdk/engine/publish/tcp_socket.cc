@@ -1,14 +1,20 @@
 #include "publish/tcp_socket.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/sockios.h>
 #include <linux/tcp.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <filesystem>
+#include <string>
 #include <system_error>
+#include <utility>
 
 namespace NimboEngine {
 namespace {
@@ -54,17 +60,49 @@ std::set<ino_t> socketsConnectedTo(int port) {
   return inodes;
 }
 
-int limitNewSockets(int port, const std::set<ino_t>& known) {
-  int limited = 0;
+std::vector<TcpSocket> TcpSocket::findNew(int port, const std::set<ino_t>& known) {
+  std::vector<TcpSocket> found;
   forEachSocket(port, [&](int descriptor, ino_t inode) {
     if (known.contains(inode)) return;
-    const bool done = setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes,
-                                 sizeof kSendBufferBytes) == 0 &&
-                      setsockopt(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, &kUserTimeoutMs,
-                                 sizeof kUserTimeoutMs) == 0;
-    if (done) ++limited;
+    TcpSocket candidate(fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
+    // The number may have changed hands between the look and the copy.
+    struct stat status {};
+    if (fstat(candidate.descriptor_, &status) == 0 && status.st_ino == inode) {
+      found.push_back(std::move(candidate));
+    }
   });
-  return limited;
+  return found;
+}
+
+TcpSocket::TcpSocket(TcpSocket&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+TcpSocket& TcpSocket::operator=(TcpSocket&& other) noexcept {
+  std::swap(descriptor_, other.descriptor_);
+  return *this;
+}
+
+TcpSocket::~TcpSocket() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+bool TcpSocket::limit() {
+  return setsockopt(descriptor_, SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes,
+                    sizeof kSendBufferBytes) == 0 &&
+         setsockopt(descriptor_, IPPROTO_TCP, TCP_USER_TIMEOUT, &kUserTimeoutMs,
+                    sizeof kUserTimeoutMs) == 0;
+}
+
+std::size_t TcpSocket::unacknowledged() const {
+  int bytes = 0;
+  return ioctl(descriptor_, SIOCOUTQ, &bytes) == 0 ? static_cast<std::size_t>(bytes) : 0;
+}
+
+uint64_t TcpSocket::acknowledged() const {
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  return getsockopt(descriptor_, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 ? info.tcpi_bytes_acked
+                                                                           : 0;
 }
 
 }  // namespace NimboEngine

@@ -29,6 +29,7 @@ enum LumoLiveErrorCode : int32_t {
   kLumoLiveErrorStreamNameInUse = -3005,  // somebody already publishes under that name
   kLumoLiveErrorConnectionLost = -3006,   // the connection broke while publishing
   kLumoLiveErrorEncoderFailed = -3007,    // encoding stopped
+  kLumoLiveErrorPublishDenied = -3008,    // the server's authorisation refuses the stream
   // Capturing (onSystemError)
   kLumoLiveErrorCameraFailed = -3101,      // the camera or its file cannot be read
   kLumoLiveErrorMicrophoneFailed = -3102,  // the microphone cannot be read

@@ -7,21 +7,25 @@ const CONFIG = { width: 640, height: 360, frameRate: 30, mTargetVideoBitrate: 80
 
 const EVENTS = [
   ...['onSystemError', 'onSDKError', 'onPreviewStarted', 'onPreviewStopped', 'onPushStarted'],
-  ...['onPushStopped', 'onFirstFramePushed', 'onConnectFail', 'onConnectionLost'],
-  'onVideoRenderData',
+  ...['onPushStopped', 'onFirstFramePushed', 'onVideoRenderData'],
+  ...['onConnectFail', 'onConnectionLost', 'onReconnectStart', 'onReconnectSucceed'],
+  ...['onReconnectFail', 'onNetworkPoor', 'onNetworkRecovery', 'onPacketsLost'],
+  ...['onSendDataTimeout', 'onPushURLAuthenticationOverdue', 'onSendMessage'],
 ];
+
+const TEST_SOURCES = { camera: 'test', microphone: 'test' };
 
 /**
  * A pusher of the default SDK with every event recorded. One at a time: the SDK has one pusher.
  *
  * @param {object} [options]
- * @param {object} [options.extra] the extra configuration; default: the test sources
+ * @param {object} [options.extra] extra configuration, on top of the test sources
  * @param {object} [options.config] for initPusher, on top of a small picture at 30 fps
  */
-function openLivePush({ extra = { camera: 'test', microphone: 'test' }, config = {} } = {}) {
+function openLivePush({ extra = {}, config = {} } = {}) {
   const push = createLivePush();
   if (!push.registPlugin(sdkDirectory)) throw new Error(`no SDK in ${sdkDirectory}`);
-  push.setExtraConfig(JSON.stringify(extra));
+  push.setExtraConfig(JSON.stringify({ ...TEST_SOURCES, ...extra }));
 
   /** @type {{name: string, payload: any}[]} what came, frames excepted */
   const events = [];

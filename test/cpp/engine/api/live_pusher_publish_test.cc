@@ -29,12 +29,13 @@ class LivePusherPublishTest : public testing::Test {
   ~LivePusherPublishTest() override { LumoLivePusher::destroy(); }
 
   LumoLivePusher* create() {
-    LumoLivePusher* pusher = LumoLivePusher::Create(R"({"camera": "test", "microphone": "test"})");
+    LumoLivePusher* pusher = LumoLivePusher::Create(settings);
     EXPECT_EQ(pusher->init(config), kLumoLiveOk);
     listener.attachTo(pusher);
     return pusher;
   }
 
+  const char* settings = R"({"camera": "test", "microphone": "test"})";
   RtmpServer server;
   RecordingListener listener;
   LumoLivePushConfig config;
@@ -63,8 +64,8 @@ TEST_F(LivePusherPublishTest, StreamIsSeenAtTheServer) {
   EXPECT_EQ(pusher->stopPush(), kLumoLiveOk);
   ASSERT_TRUE(listener.events.waitFor("push stopped"));
   EXPECT_EQ(listener.events.all(),
-            (std::vector<std::string>{"first frame captured", "push started", "first frame pushed",
-                                      "push stopped"}));
+            (std::vector<std::string>{"first frame captured", "push started", "send message",
+                                      "first frame pushed", "push stopped"}));
 }
 
 TEST_F(LivePusherPublishTest, PixelsChangedByTheListenerArePublished) {
@@ -110,6 +111,7 @@ TEST_F(LivePusherPublishTest, PushAndPreviewShareTheCapture) {
 }
 
 TEST_F(LivePusherPublishTest, KilledServerIsReportedAndTheNextPushWorks) {
+  settings = R"({"camera": "test", "microphone": "test", "reconnect": {"maxAttempts": 0}})";
   LumoLivePusher* pusher = create();
   pusher->startPush(server.url().c_str());
   ASSERT_TRUE(listener.events.waitFor("first frame pushed"));

@@ -188,6 +188,40 @@ TEST_F(LivePusherTest, DevicesAreThere) {
   EXPECT_STREQ(pusher->getCurrentAudioCaptureID().c_str(), "test");
 }
 
+TEST_F(LivePusherTest, EncoderChangesAreChecked) {
+  EXPECT_EQ(pusher->setTargetVideoBitrate(500), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->setResolution(3, 0, 0), kLumoLiveNotInitialized);
+  pusher->init(smallConfig());
+  EXPECT_EQ(pusher->setTargetVideoBitrate(500), kLumoLiveOk);
+  EXPECT_EQ(pusher->setMinVideoBitrate(100), kLumoLiveOk);
+  EXPECT_EQ(pusher->setResolution(3, 0, 0), kLumoLiveOk);
+  EXPECT_EQ(pusher->setResolution(99, 320, 180), kLumoLiveOk) << "a size stands above the code";
+  EXPECT_EQ(pusher->setFps(10), kLumoLiveOk);
+  for (const int kbps : {-1, 0, 49, 50001}) {
+    EXPECT_EQ(pusher->setTargetVideoBitrate(kbps), kLumoLiveInvalidArgument);
+    EXPECT_EQ(pusher->setMinVideoBitrate(kbps), kLumoLiveInvalidArgument);
+  }
+  EXPECT_EQ(pusher->setResolution(8, 0, 0), kLumoLiveInvalidArgument);
+  EXPECT_EQ(pusher->setResolution(3, -1, 0), kLumoLiveInvalidArgument);
+  EXPECT_EQ(pusher->setResolution(3, 640, 15), kLumoLiveInvalidArgument);
+  for (const uint32_t fps : {0u, 61u, 4294967291u}) {
+    EXPECT_EQ(pusher->setFps(fps), kLumoLiveInvalidArgument);
+  }
+}
+
+TEST_F(LivePusherTest, TheFrameRateChangesWhileCapturing) {
+  LumoLivePushConfig config = smallConfig();
+  config.frameRate = 1;
+  pusher->init(config);
+  pusher->startPreview(nullptr, 0, 0);
+  ASSERT_TRUE(listener.events.waitFor("preview started"));
+  EXPECT_EQ(pusher->setFps(60), kLumoLiveOk);
+  const int before = listener.frames;
+  const auto begin = std::chrono::steady_clock::now();
+  while (listener.frames < before + 60) std::this_thread::sleep_for(5ms);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s) << "60 pictures at 1/s take a minute";
+}
+
 TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
   pusher->init(smallConfig());
   EXPECT_EQ(pusher->setCurrentCameraID("x"), kLumoLiveNotSupported);
@@ -195,10 +229,6 @@ TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
   EXPECT_EQ(pusher->setCurrentAudioCaptureID("x"), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setCurrentAudioCaptureName("x"), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 3, 1), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setTargetVideoBitrate(500), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setMinVideoBitrate(100), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setResolution(3, 0, 0), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setFps(10), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->startScreenShareByDesktopId(1), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setScreenShareEncoderConfiguration(nullptr), kLumoLiveNotSupported);

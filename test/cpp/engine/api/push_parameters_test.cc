@@ -32,7 +32,9 @@ TEST(PushParameters, DefaultsAreUsable) {
   EXPECT_EQ(parameters.encoder.audio, (AudioFormat{48000, 2}));
   EXPECT_EQ(parameters.encoder.audioBps, 64000);
   EXPECT_EQ(parameters.encoder.gopSeconds, 2);
-  EXPECT_GT(parameters.encoder.videoKbps, 0);
+  EXPECT_GT(bitrateLimits(parameters.encoder).target, 0);
+  EXPECT_TRUE(parameters.encoder.controlsBitrate);
+  EXPECT_FALSE(parameters.encoder.hardware);
   EXPECT_FALSE(parameters.encoder.audioOnly);
   EXPECT_FALSE(parameters.mirror);
 }
@@ -67,6 +69,10 @@ TEST(PushParameters, TakesOverWhatIsGiven) {
     config.mAudioChannels = 1;
     config.audioBitRate = 128000;
     config.mTargetVideoBitrate = 1234;
+    config.mMinVideoBitrate = 123;
+    config.mInitialVideoBitrate = 567;
+    config.enableBitrateControl = false;
+    config.mVideoEncodeMode = 0;
   });
   EXPECT_TRUE(parameters.encoder.audioOnly);
   EXPECT_TRUE(parameters.mirror);
@@ -75,6 +81,29 @@ TEST(PushParameters, TakesOverWhatIsGiven) {
   EXPECT_EQ(parameters.encoder.audio, (AudioFormat{44100, 1}));
   EXPECT_EQ(parameters.encoder.audioBps, 128000);
   EXPECT_EQ(parameters.encoder.videoKbps, 1234);
+  EXPECT_EQ(parameters.encoder.minVideoKbps, 123);
+  EXPECT_EQ(parameters.encoder.initialVideoKbps, 567);
+  EXPECT_FALSE(parameters.encoder.controlsBitrate);
+  EXPECT_TRUE(parameters.encoder.hardware);
+}
+
+TEST(PushParameters, ChangesAreTakenOverOrLeaveEverythingAsItWas) {
+  PushParameters parameters = accepted([](auto&) {});
+  std::string problem;
+  EXPECT_EQ(changeSize(5, 0, 0, parameters, problem), kLumoLiveOk);
+  EXPECT_EQ(parameters.encoder.video, (VideoFormat{1280, 720, 15}));
+  EXPECT_EQ(changeSize(5, 640, 361, parameters, problem), kLumoLiveOk);
+  EXPECT_EQ(changeFps(25, parameters, problem), kLumoLiveOk);
+  EXPECT_EQ(changeRate(&EncoderSettings::minVideoKbps, 99, parameters, problem), kLumoLiveOk);
+  EXPECT_EQ(changeSize(8, 0, 0, parameters, problem), kLumoLiveInvalidArgument);
+  EXPECT_EQ(changeSize(0, 640, -1, parameters, problem), kLumoLiveInvalidArgument);
+  EXPECT_EQ(problem, "height is -1, not 16 to 4096");
+  EXPECT_EQ(changeFps(0, parameters, problem), kLumoLiveInvalidArgument);
+  EXPECT_EQ(changeRate(&EncoderSettings::videoKbps, 49, parameters, problem),
+            kLumoLiveInvalidArgument);
+  EXPECT_EQ(parameters.encoder.video, (VideoFormat{640, 361, 25}));
+  EXPECT_EQ(parameters.encoder.videoKbps, -1);
+  EXPECT_EQ(parameters.encoder.minVideoKbps, 99);
 }
 
 struct BadField {

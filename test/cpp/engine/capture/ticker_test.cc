@@ -50,6 +50,30 @@ TEST_F(TickerTest, TicksStandOnTheGridOfTheirNumbers) {
   }
 }
 
+TEST_F(TickerTest, AnotherRateStartsAGridAtTheNextTick) {
+  std::vector<Call> calls;
+  std::promise<void> some;
+  std::promise<void> enough;
+  {
+    Ticker ticker("test", 100, 1000, [&](uint64_t number, GstClockTime time) {
+      calls.push_back({number, time});
+      if (calls.size() == 10) some.set_value();
+      if (calls.size() > 10 && number == 20) enough.set_value();
+    });
+    some.get_future().wait();
+    ticker.setRate(200);
+    enough.get_future().wait();
+  }
+  size_t turn = 1;
+  while (calls[turn].number != 0) ++turn;
+  EXPECT_EQ(calls[turn].time, TickGrid(calls[0].time, 100).time(turn)) << "where it was due";
+  const TickGrid grid(calls[turn].time, 200);
+  for (size_t i = turn; i < calls.size(); ++i) {
+    EXPECT_EQ(calls[i].number, i - turn);
+    EXPECT_EQ(calls[i].time, grid.time(i - turn));
+  }
+}
+
 TEST_F(TickerTest, AnOverdueTickIsLeftOutWithoutAllowance) {
   const std::vector<Call> calls = record(100, 0, 5, [] { pause(55); });
   EXPECT_GE(calls[1].number, 5U);

@@ -15,5 +15,24 @@ TEST(DefaultVideoBitrate, FollowsSizeAndRate) {
   EXPECT_EQ(defaultVideoKbps({4096, 4096, 60}), 61440) << "no overflow at the largest size";
 }
 
+TEST(BitrateLimits, FillInWhatIsNotSet) {
+  EncoderSettings settings;
+  settings.video = {1280, 720, 30};
+  BitrateLimits limits = bitrateLimits(settings);
+  EXPECT_EQ(limits.target, 2500);
+  EXPECT_EQ(limits.minimum, 625);
+  EXPECT_EQ(limits.initial, 2500);
+  EXPECT_TRUE(limits.controlled);
+  settings.videoKbps = 1000;
+  settings.minVideoKbps = 100;
+  settings.initialVideoKbps = 500;
+  settings.controlsBitrate = false;
+  limits = bitrateLimits(settings);
+  EXPECT_EQ(limits.target, 1000);
+  EXPECT_EQ(limits.minimum, 100);
+  EXPECT_EQ(limits.initial, 500);
+  EXPECT_FALSE(limits.controlled);
+}
+
 }  // namespace
 }  // namespace NimboEngine

@@ -26,7 +26,11 @@ using test::MediaFeeder;
 using test::RtmpServer;
 
 constexpr const char* kReportNames[] = {
-    "none", "started", "connect failed", "connection lost", "stopped", "encoder failed"};
+    "none",          "started",          "connect failed",  "reconnecting",
+    "reconnected",   "reconnect failed", "connection lost", "stopped",
+    "encoder failed"};
+constexpr const char* kNewsNames[] = {"poor",         "recovery",     "send timeout",
+                                      "packets lost", "send message", "overdue"};
 
 class PublisherTest : public testing::Test {
  protected:
@@ -43,13 +47,16 @@ class PublisherTest : public testing::Test {
     ASSERT_TRUE(target) << reason;
     engine_.run([&] {
       publisher_ = std::make_unique<Publisher>(
-          engine_, settings,
-          Publisher::Events{.onReport =
-                                [this](const PushOutcome& outcome) {
-                                  code = outcome.code;
-                                  events.add(kReportNames[static_cast<int>(outcome.report)]);
-                                },
-                            .onFirstFrame = [this] { events.add("first frame"); }});
+          engine_, settings, network,
+          Publisher::Events{
+              .onReport =
+                  [this](const PushOutcome& outcome) {
+                    code = outcome.code;
+                    events.add(kReportNames[static_cast<int>(outcome.report)]);
+                  },
+              .onFirstFrame = [this] { events.add("first frame"); },
+              .onNews =
+                  [this](NetworkNews news) { events.add(kNewsNames[static_cast<int>(news)]); }});
       publisher_->start(*target);
     });
     feeder_.emplace(*publisher_, settings.video, settings.audio);
@@ -63,12 +70,13 @@ class PublisherTest : public testing::Test {
   LumoLiveErrorCode failureOf(const std::string& url) {
     start(url);
     EXPECT_TRUE(events.waitFor("connect failed")) << testing::PrintToString(events.all());
-    EXPECT_EQ(events.all(), std::vector<std::string>{"connect failed"});
+    EXPECT_EQ(events.count("started"), 0);
     return code;
   }
 
   EncoderSettings settings{
       .video = {320, 180, 30}, .audio = {48000, 2}, .videoKbps = 300, .gopSeconds = 1};
+  NetworkSettings network{.reconnect = {.maxAttempts = 0}};
   EventLog events;
   LumoLiveErrorCode code{};  // of the last report; read it after waiting for that
 
@@ -88,7 +96,8 @@ TEST_F(PublisherTest, PublishesPictureAndSound) {
   EXPECT_NE(seen.find("codec_name=aac|sample_rate=48000|channels=2"), std::string::npos) << seen;
   stop();
   ASSERT_TRUE(events.waitFor("stopped"));
-  EXPECT_EQ(events.all(), (std::vector<std::string>{"started", "first frame", "stopped"}));
+  EXPECT_EQ(events.all(),
+            (std::vector<std::string>{"started", "send message", "first frame", "stopped"}));
 }
 
 TEST_F(PublisherTest, OddSizesLoseTheLastColumnAndRow) {
@@ -131,7 +140,8 @@ TEST_F(PublisherTest, ServerDenies) {
 
 TEST_F(PublisherTest, AuthorisationForbids) {
   const RtmpServer server;
-  EXPECT_EQ(failureOf(server.url("forbidden")), kLumoLiveErrorPublishRejected);
+  EXPECT_EQ(failureOf(server.url("forbidden")), kLumoLiveErrorPublishDenied);
+  EXPECT_EQ(events.all(), (std::vector<std::string>{"overdue", "connect failed"}));
 }
 
 // A server that takes the connection and then says nothing.
@@ -167,7 +177,32 @@ TEST_F(PublisherTest, FrozenServerIsNoticed) {
   ASSERT_TRUE(events.waitFor("first frame"));
   server.freeze();
   EXPECT_TRUE(events.waitFor("connection lost"));
+  EXPECT_EQ(events.count("send timeout"), 1);
+  EXPECT_EQ(events.count("poor"), 1);
   server.thaw();
+}
+
+TEST_F(PublisherTest, GivesUpAfterTheLastAttempt) {
+  network.reconnect = {.maxAttempts = 3, .firstDelay = 10ms, .maxDelay = 20ms};
+  RtmpServer server;
+  start(server.url());
+  ASSERT_TRUE(events.waitFor("first frame"));
+  server.kill();
+  ASSERT_TRUE(events.waitFor("reconnect failed"));
+  EXPECT_EQ(code, kLumoLiveErrorConnectionLost);
+  EXPECT_EQ(events.count("reconnecting"), 1) << "once for a loss, not for each attempt";
+  EXPECT_EQ(events.count("reconnected"), 0);
+}
+
+TEST_F(PublisherTest, StopsBetweenTwoAttempts) {
+  network.reconnect = {.maxAttempts = 1, .firstDelay = 600s, .maxDelay = 600s};
+  RtmpServer server;
+  start(server.url());
+  ASSERT_TRUE(events.waitFor("first frame"));
+  server.kill();
+  ASSERT_TRUE(events.waitFor("reconnecting"));
+  stop();
+  EXPECT_TRUE(events.waitFor("stopped", 1, 1s));
 }
 
 TEST_F(PublisherTest, StopsWhileTheServerIsFrozen) {

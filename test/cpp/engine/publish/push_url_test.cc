@@ -32,6 +32,25 @@ TEST(PushUrl, KnowsTheSchemesPorts) {
   EXPECT_EQ(accepted("RTMP://h/a/s").port, 1935);
 }
 
+TEST(PushUrl, KnowsItsExpiry) {
+  const auto expiry = [](const std::string& query) {
+    const auto time = accepted(("rtmp://h/a/s" + query).c_str()).expiry;
+    return time ? std::chrono::duration_cast<std::chrono::milliseconds>(time->time_since_epoch())
+                      .count()
+                : 0;
+  };
+  EXPECT_EQ(expiry("?expires=1700000000"), 1'700'000'000'000);
+  EXPECT_EQ(expiry("?key=x&expire=1700000000"), 1'700'000'000'000);
+  EXPECT_EQ(expiry("?exp=1700000000123&key=x"), 1'700'000'000'123);
+  EXPECT_EQ(expiry("?deadline=1&expires=2"), 1000) << "the first one counts";
+  for (const char* none :
+       {"", "?", "?key=1700000000", "?expires", "?expires=", "?expires=soon", "?expires=17e8",
+        "?Expires=1700000000", "?expires=-5", "?expires=99999999999999999999", "?&&=&expires=0",
+        "?expires=900000000000000000"}) {
+    EXPECT_EQ(expiry(none), 0) << none;
+  }
+}
+
 TEST(PushUrl, TakesWhatServersUse) {
   EXPECT_EQ(accepted("rtmp://[::1]:1935/live/s").host, "::1");
   EXPECT_EQ(accepted("rtmp://h/app/instance/s").application, "app/instance");

@@ -37,6 +37,15 @@ TEST(RtmpError, TellsTheCausesApart) {
             kLumoLiveErrorPublishRejected);
 }
 
+TEST(RtmpError, KnowsADenial) {
+  EXPECT_EQ(codeOf(error(GST_RESOURCE_ERROR_FAILED, "'publish' cmd failed",
+                         "domain g-io-error-quark, code 0")),
+            kLumoLiveErrorPublishDenied);
+  EXPECT_EQ(codeOf(error(GST_RESOURCE_ERROR_NOT_AUTHORIZED, "not allowed",
+                         "domain g-io-error-quark, code 14")),
+            kLumoLiveErrorPublishDenied);
+}
+
 TEST(RtmpError, DetailsMayBeMissingOrOdd) {
   for (const char* debug : {"", "domain ", ", code 24", "code 24 domain g-io-error-quark",
                             ", code 24 domain g-io-error-quark", "domain x, code many"}) {

@@ -5,69 +5,73 @@
 namespace NimboEngine {
 namespace {
 
-constexpr std::size_t kLimit = 1000;
+using namespace std::chrono_literals;
 
-bool sends(TagGate& gate, FlvTag tag, std::size_t backlog = 0) {
-  return gate.decide(tag, backlog).send;
+constexpr auto kLimit = 2000ms;
+
+bool sends(TagGate& gate, FlvTag tag, std::chrono::milliseconds waiting = 0ms) {
+  return gate.decide(tag, waiting).send;
 }
 
 TagGate flowing() {
-  TagGate gate(false, kLimit);
+  TagGate gate(false);
   gate.open();
-  gate.decide(FlvTag::kVideoKeyFrame, 0);
+  gate.decide(FlvTag::kVideoKeyFrame, 0ms);
   return gate;
 }
 
 TEST(TagGate, IsClosedAtFirst) {
-  TagGate gate(false, kLimit);
+  TagGate gate(false);
   EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame));
   EXPECT_FALSE(sends(gate, FlvTag::kMetadata));
 }
 
 TEST(TagGate, BeginsWithAKeyFrame) {
-  TagGate gate(false, kLimit);
+  TagGate gate(false);
   gate.open();
   EXPECT_FALSE(sends(gate, FlvTag::kVideoHeader)) << "headers are repeated before the first frame";
   EXPECT_FALSE(sends(gate, FlvTag::kAudioFrame));
   EXPECT_FALSE(sends(gate, FlvTag::kVideoFrame));
-  const auto verdict = gate.decide(FlvTag::kVideoKeyFrame, 0);
+  const auto verdict = gate.decide(FlvTag::kVideoKeyFrame, 0ms);
   EXPECT_TRUE(verdict.send);
   EXPECT_TRUE(verdict.first);
-  EXPECT_FALSE(gate.decide(FlvTag::kVideoKeyFrame, 0).first);
+  EXPECT_FALSE(gate.decide(FlvTag::kVideoKeyFrame, 0ms).first);
   EXPECT_TRUE(sends(gate, FlvTag::kAudioFrame));
   EXPECT_TRUE(sends(gate, FlvTag::kVideoFrame));
 }
 
 TEST(TagGate, SoundAloneBeginsWithSound) {
-  TagGate gate(true, kLimit);
+  TagGate gate(true);
   gate.open();
-  EXPECT_TRUE(gate.decide(FlvTag::kAudioFrame, 0).first);
+  EXPECT_TRUE(gate.decide(FlvTag::kAudioFrame, 0ms).first);
   EXPECT_TRUE(sends(gate, FlvTag::kAudioFrame));
 }
 
-TEST(TagGate, PassesChangedHeadersButNoFileHeader) {
+TEST(TagGate, PassesFramesOnly) {
   TagGate gate = flowing();
-  EXPECT_TRUE(sends(gate, FlvTag::kVideoHeader));
-  EXPECT_TRUE(sends(gate, FlvTag::kMetadata));
-  EXPECT_FALSE(sends(gate, FlvTag::kFileHeader));
-  EXPECT_FALSE(sends(gate, FlvTag::kOther));
+  for (const FlvTag tag : {FlvTag::kFileHeader, FlvTag::kMetadata, FlvTag::kVideoHeader,
+                           FlvTag::kAudioHeader, FlvTag::kOther}) {
+    EXPECT_FALSE(sends(gate, tag));
+  }
 }
 
 TEST(TagGate, CatchesUpAtAKeyFrame) {
   TagGate gate = flowing();
   EXPECT_TRUE(sends(gate, FlvTag::kVideoFrame, kLimit));
-  EXPECT_FALSE(sends(gate, FlvTag::kVideoFrame, kLimit + 1));
-  EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame, kLimit + 1)) << "a key frame is no way around";
+  const auto dropping = gate.decide(FlvTag::kVideoFrame, kLimit + 1ms);
+  EXPECT_FALSE(dropping.send);
+  EXPECT_TRUE(dropping.beginsToDrop);
+  EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, kLimit + 1ms).beginsToDrop) << "told once";
+  EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame, kLimit + 1ms)) << "a key frame is no way around";
   EXPECT_FALSE(sends(gate, FlvTag::kAudioFrame, kLimit / 2)) << "a little room is not enough";
-  EXPECT_TRUE(sends(gate, FlvTag::kVideoHeader, kLimit + 1));
   const auto verdict = gate.decide(FlvTag::kVideoFrame, kLimit / 4);
   EXPECT_FALSE(verdict.send);
   EXPECT_TRUE(verdict.needsKeyFrame);
-  EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, 0).needsKeyFrame) << "asked for once";
-  const auto again = gate.decide(FlvTag::kVideoKeyFrame, 0);
+  EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, 0ms).needsKeyFrame) << "asked for once";
+  const auto again = gate.decide(FlvTag::kVideoKeyFrame, 0ms);
   EXPECT_TRUE(again.send);
   EXPECT_FALSE(again.first) << "the same connection has its headers";
-  EXPECT_EQ(gate.dropped(), 5u);
+  EXPECT_EQ(gate.dropped(), 6u);
 }
 
 TEST(TagGate, ANewConnectionBeginsAnew) {
@@ -76,7 +80,7 @@ TEST(TagGate, ANewConnectionBeginsAnew) {
   EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame));
   gate.open();
   EXPECT_FALSE(sends(gate, FlvTag::kVideoFrame));
-  EXPECT_TRUE(gate.decide(FlvTag::kVideoKeyFrame, 0).first);
+  EXPECT_TRUE(gate.decide(FlvTag::kVideoKeyFrame, 0ms).first);
 }
 
 }  // namespace

@@ -7,7 +7,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <optional>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace NimboEngine {
 namespace {
@@ -61,21 +64,60 @@ class TcpSocketTest : public testing::Test {
   sockaddr_in address_{};
 };
 
-TEST_F(TcpSocketTest, OnlyNewConnectionsToThePortAreLimited) {
+TEST_F(TcpSocketTest, OnlyTheNewConnectionToThePortIsLimited) {
   const Socket old = connected();
   const auto known = socketsConnectedTo(port());
   EXPECT_EQ(known.size(), 1u);
   const Socket fresh = connected();
-  EXPECT_EQ(limitNewSockets(port(), known), 1);
+  auto found = TcpSocket::findNew(port(), known);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_TRUE(found[0].limit());
   EXPECT_EQ(fresh.userTimeout(), 10'000);
   EXPECT_EQ(fresh.sendBuffer(), 2 * 64 * 1024) << "the kernel doubles what it is given";
   EXPECT_EQ(old.userTimeout(), 0);
   EXPECT_NE(old.sendBuffer(), fresh.sendBuffer());
 }
 
-TEST_F(TcpSocketTest, NothingToLimit) {
+TEST_F(TcpSocketTest, FindsAllThatAreNew) {
+  const Socket one = connected();
+  const Socket two = connected();
+  EXPECT_EQ(TcpSocket::findNew(port(), {}).size(), 2u);
+}
+
+TEST_F(TcpSocketTest, NothingToFind) {
   EXPECT_TRUE(socketsConnectedTo(port()).empty());
-  EXPECT_EQ(limitNewSockets(port(), {}), 0);
+  EXPECT_TRUE(TcpSocket::findNew(port(), {}).empty());
+}
+
+TEST_F(TcpSocketTest, TellsWhatThePeerHasTaken) {
+  const Socket client = connected();
+  const auto found = TcpSocket::findNew(port(), {});
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].unacknowledged(), 0u);
+  const uint64_t before = found[0].acknowledged();
+  ASSERT_EQ(send(client.get(), "hello", 5, 0), 5);
+  while (found[0].unacknowledged() > 0) std::this_thread::yield();
+  EXPECT_EQ(found[0].acknowledged() - before, 5u);
+}
+
+TEST_F(TcpSocketTest, TellsWhatWaits) {
+  const Socket client = connected();
+  auto found = TcpSocket::findNew(port(), {});
+  ASSERT_EQ(found.size(), 1u);
+  ASSERT_TRUE(found[0].limit());
+  const std::vector<char> block(64 * 1024);
+  // Nobody reads at the other end: in the end its buffer and this one are full.
+  while (send(client.get(), block.data(), block.size(), MSG_DONTWAIT) > 0)
+    ;
+  EXPECT_GT(found[0].unacknowledged(), 32u * 1024);
+}
+
+TEST_F(TcpSocketTest, OutlivesTheDescriptorItWasFoundBy) {
+  auto client = std::make_optional(connected());
+  const auto known = socketsConnectedTo(port());
+  const auto found = TcpSocket::findNew(port(), {});
+  client.reset();
+  EXPECT_EQ(socketsConnectedTo(port()), known);
 }
 
 }  // namespace

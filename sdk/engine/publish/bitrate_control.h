@@ -1,0 +1,61 @@
+// Which video bit rate a push uses: the target as long as the network takes it, less while it does
+// not, down to the minimum.
+//
+//   what is seen                                        what is done
+//   --------------------------------------------------  ----------------------------------------
+//   media of 0.6 s or more wait, no less than before    down by 30 %, once a second at most
+//   the server takes nothing for the send time-out      down to a half
+//   media of 0.2 s at most wait, for three seconds      up by an eighth of the target, and again
+//                                                       every three seconds
+//
+// Thread: one at a time; the engine thread in practice.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+namespace NimboEngine {
+
+// In kbit/s. A minimum above the target counts as the target.
+struct BitrateLimits {
+  int minimum = 0;
+  int target = 0;
+  int initial = 0;
+  bool controlled = true;  // false: always the target
+};
+
+class BitrateControl {
+ public:
+  using Clock = std::chrono::steady_clock;
+  using Now = std::function<Clock::time_point()>;
+
+  BitrateControl(const BitrateLimits& limits, Now now);
+
+  int kbps() const { return kbps_; }
+
+  // Other limits for what runs. A rate that was at the target follows it at once; one that the
+  // network had lowered climbs from where it is.
+  void setLimits(int minimum, int target);
+
+  // How much waits, in playing time.
+  void look(std::chrono::milliseconds waiting);
+
+  void onSendTimeout();
+
+  // What waited is gone with its connection.
+  void onNewConnection();
+
+ private:
+  void change(double kbps);
+
+  BitrateLimits limits_;
+  const Now now_;
+  int kbps_;
+  Clock::time_point lastCut_;
+  std::chrono::milliseconds waitingAtCut_{};
+  std::optional<Clock::time_point> clearSince_;
+};
+
+}  // namespace NimboEngine
