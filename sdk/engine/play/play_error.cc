@@ -1,0 +1,26 @@
+#include "play/play_error.h"
+
+namespace NimboEngine {
+namespace {
+
+using namespace LumoRtc;
+
+bool isUndecodable(const PipelineMessage& error) {
+  if (error.domain == GST_CORE_ERROR) return error.code == GST_CORE_ERROR_MISSING_PLUGIN;
+  // FAILED is also how a source tells that its thread has ended, for whatever reason.
+  return error.domain == GST_STREAM_ERROR && error.code != GST_STREAM_ERROR_FAILED;
+}
+
+}  // namespace
+
+LumoLiveErrorCode classifyPlayError(const PipelineMessage& error, bool playing) {
+  if (isUndecodable(error)) return kLumoLiveErrorUndecodable;
+  if (playing) return kLumoLiveErrorConnectionLost;
+  if (error.domain == GST_RESOURCE_ERROR) {
+    if (error.code == GST_RESOURCE_ERROR_NOT_FOUND) return kLumoLiveErrorStreamNotFound;
+    if (error.code == GST_RESOURCE_ERROR_BUSY) return kLumoLiveErrorConnectTimeout;
+  }
+  return kLumoLiveErrorPlayRejected;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,145 @@
+#include "play/play_runner.h"
+
+#include <pthread.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "base/listener_slot.h"
+#include "log/log.h"
+#include "play/network_cause.h"
+#include "play/play_error.h"
+#include "play/play_graph.h"
+
+namespace NimboEngine {
+namespace {
+
+using Kind = PipelineMessage::Kind;
+
+constexpr std::chrono::milliseconds kPollInterval{200};
+
+// The RTMP element does not tell when the server has said its first word: only then does it count
+// received bytes.
+bool hasRtmpServerAnswered(Pipeline& pipeline) {
+  GstStructure* stats = nullptr;
+  g_object_get(pipeline.element("source").get(), "stats", &stats, nullptr);
+  const GstPtr<GstStructure> owned(stats);
+  guint64 received = 0;
+  return owned && gst_structure_get_uint64(owned.get(), "in-bytes-total", &received) &&
+         received > 0;
+}
+
+}  // namespace
+
+// Shared with the thread and the pipeline's messages, which may outlive the runner.
+struct PlayRunner::State : std::enable_shared_from_this<State> {
+  State(PlayUrl playUrl, std::shared_ptr<PlayOutlets> playOutlets, OverCallback callback)
+      : url(std::move(playUrl)), outlets(std::move(playOutlets)), onOver(std::move(callback)) {
+    listener.set(&onOver);
+  }
+
+  const PlayUrl url;
+  const std::shared_ptr<PlayOutlets> outlets;
+  OverCallback onOver;
+  ListenerSlot<OverCallback> listener;
+
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<PipelineMessage> messages;
+  bool stopping = false;
+
+  void run();
+  PlayOutcome work();
+  PlayOutcome follow(Pipeline& pipeline);
+  PlayOutcome failure(const PipelineMessage& error);
+  std::optional<PipelineMessage> next(Pipeline& pipeline);
+};
+
+void PlayRunner::State::run() {
+  const PlayOutcome outcome = work();
+  listener.call([&](OverCallback& callback) { callback(outcome); });
+}
+
+PlayOutcome PlayRunner::State::work() {
+  auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
+    std::lock_guard lock(self->mutex);
+    self->messages.push_back(message);
+    self->changed.notify_all();
+  };
+  const std::unique_ptr<Pipeline> pipeline = buildPlayGraph(url, outlets, onMessage);
+  if (!pipeline) {
+    return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
+            "a component is missing, see the log"};
+  }
+  return follow(*pipeline);
+}
+
+PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
+  pipeline.play();  // the reason of a failure is a message
+  while (const auto message = next(pipeline)) {
+    switch (message->kind) {
+      case Kind::kError:
+        return failure(*message);
+      case Kind::kEndOfStream:
+        return {.kind = PlayOutcome::Kind::kEnded, .message = {}};
+      case Kind::kBuffering:
+        gst_element_set_state(pipeline.get(),
+                              message->percent < 100 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
+        break;
+    }
+  }
+  return {};
+}
+
+PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
+  const bool playing = outlets->meter.counts().decoded() > 0;
+  const auto code = classifyPlayError(error, playing);
+  // Some elements keep the cause to themselves.
+  if (code == LumoRtc::kLumoLiveErrorPlayRejected) {
+    if (const auto cause = findNetworkCause(url)) {
+      return {PlayOutcome::Kind::kFailed, cause->code, cause->message};
+    }
+  }
+  return {PlayOutcome::Kind::kFailed, code, error.text};
+}
+
+// The next message; none when asked to stop.
+std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
+  std::unique_lock lock(mutex);
+  const auto woken = [this] { return stopping || !messages.empty(); };
+  while (url.protocol == PlayProtocol::kRtmp && !outlets->answered) {
+    if (changed.wait_for(lock, kPollInterval, woken)) break;
+    lock.unlock();
+    outlets->answered = hasRtmpServerAnswered(pipeline);
+    lock.lock();
+  }
+  changed.wait(lock, woken);
+  if (stopping) return std::nullopt;
+  PipelineMessage message = std::move(messages.front());
+  messages.pop_front();
+  return message;
+}
+
+PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver)
+    : state_(std::make_shared<State>(std::move(url), std::move(outlets), std::move(onOver))) {
+  std::thread thread([state = state_] { state->run(); });
+  pthread_setname_np(thread.native_handle(), "nimbo-player");
+  thread.detach();  // nobody waits for it: it may hang in the network
+}
+
+PlayRunner::~PlayRunner() {
+  state_->listener.set(nullptr);
+  requestStop();
+}
+
+void PlayRunner::requestStop() {
+  std::lock_guard lock(state_->mutex);
+  state_->stopping = true;
+  state_->changed.notify_all();
+}
+
+}  // namespace NimboEngine
