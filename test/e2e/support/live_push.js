@@ -8,7 +8,8 @@ const CONFIG = { width: 640, height: 360, frameRate: 30, mTargetVideoBitrate: 80
 const EVENTS = [
   ...['onSystemError', 'onSDKError', 'onPreviewStarted', 'onPreviewStopped', 'onPushStarted'],
   ...['onPushStopped', 'onFirstFramePushed', 'onConnectFail', 'onConnectionLost'],
-  'onVideoRenderData',
+  ...['onPlayStarted', 'onPlayStopped', 'onFirstRemoteVideoFrameDrawn', 'onPlayError'],
+  ...['onNetworkQualityChange', 'onPlayerStatistics', 'onVideoRenderData'],
 ];
 
 /**
