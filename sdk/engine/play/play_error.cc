@@ -18,7 +18,10 @@ LumoLiveErrorCode classifyPlayError(const PipelineMessage& error, bool playing) 
   if (playing) return kLumoLiveErrorConnectionLost;
   if (error.domain == GST_RESOURCE_ERROR) {
     if (error.code == GST_RESOURCE_ERROR_NOT_FOUND) return kLumoLiveErrorStreamNotFound;
-    if (error.code == GST_RESOURCE_ERROR_BUSY) return kLumoLiveErrorConnectTimeout;
+    // The SRT library's own words, which are not translated.
+    if (error.debug.find("Connection timeout") != error.debug.npos) {
+      return kLumoLiveErrorConnectTimeout;
+    }
   }
   return kLumoLiveErrorPlayRejected;
 }

@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -73,6 +75,7 @@ void Wiring::connect(GstElement* element, const char* signal) {
 
 void Wiring::begin() {
   constexpr auto decodePad = [](Wiring& self, GstElement*, GstPad* pad) { self.decode(pad); };
+  constexpr auto deliverPad = [](Wiring& self, GstElement*, GstPad* pad) { self.deliver(pad); };
   constexpr auto onType = [](Wiring& self, GstElement* typefind, guint, GstCaps* caps) {
     self.onType(typefind, caps);
   };
@@ -80,11 +83,18 @@ void Wiring::begin() {
     self.onElement(element);
   };
   connect<onElement, GstBin*, GstElement*>(pipeline_, "deep-element-added");
-  const GstPtr<GstElement> type(gst_bin_get_by_name(GST_BIN(pipeline_), "type"));
-  if (type) return connect<onType, guint, GstCaps*>(type.get(), "have-type");
-  setLive(true);
-  const GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(pipeline_), "source"));
-  connect<decodePad, GstPad*>(source.get(), "pad-added");
+  const auto element = [this](const char* name) {
+    return GstPtr<GstElement>(gst_bin_get_by_name(GST_BIN(pipeline_), name));
+  };
+  if (protocol_ == PlayProtocol::kFile) {
+    setLive(false);
+    connect<deliverPad, GstPad*>(element("decoder").get(), "pad-added");
+  } else if (protocol_ == PlayProtocol::kRtsp) {
+    setLive(true);
+    connect<decodePad, GstPad*>(element("source").get(), "pad-added");
+  } else {
+    connect<onType, guint, GstCaps*>(element("type").get(), "have-type");
+  }
 }
 
 GstElement* Wiring::add(const char* factory) {
@@ -108,7 +118,7 @@ void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps, 0));
   gint64 size = 0;
   const bool endless = !gst_element_query_duration(typefind, GST_FORMAT_BYTES, &size) || size <= 0;
-  setLive(protocol_ != PlayProtocol::kFile && endless && type != "application/x-hls");
+  setLive(endless && type != "application/x-hls");
   const GstPtr<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
   if (type != "video/x-flv" || !isLive()) return decode(pad.get());
   GstElement* demuxer = add("flvdemux");
@@ -162,12 +172,15 @@ struct SourceElement {
   const char* address;  // the property that takes the URL
 };
 
-// The watch over the playback has its own time-outs, the same for all sources.
+// The watch over the playback has its own time-outs, the same for all sources. A file's decoder is
+// there from the beginning: it reads of its own accord, and to start that from the source's thread
+// while the pipeline starts would lock the two up.
 constexpr SourceElement kSources[] = {
     {PlayProtocol::kRtmp, "rtmp2src name=source timeout=0 ! typefind name=type", "location"},
     {PlayProtocol::kHttp, "souphttpsrc name=source timeout=0 ! typefind name=type", "location"},
     {PlayProtocol::kSrt, "srtsrc name=source auto-reconnect=false ! typefind name=type", "uri"},
-    {PlayProtocol::kFile, "filesrc name=source ! typefind name=type", "location"},
+    {PlayProtocol::kFile, "filesrc name=source ! decodebin name=decoder force-sw-decoders=true",
+     "location"},
     {PlayProtocol::kRtsp, "pipeline.( rtspsrc name=source )", "location"},
 };
 

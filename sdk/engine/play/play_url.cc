@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <string_view>
 
 #include "gst/gst_ptr.h"
 
@@ -45,9 +46,16 @@ PlayUrl fileAt(const std::string& path) {
 
 std::optional<PlayUrl> parseFileUri(const char* text, std::string& problem) {
   GError* failure = nullptr;
-  const GstPtr<gchar> path(g_filename_from_uri(text, nullptr, &failure));
-  if (path) return fileAt(path.get());
-  problem = GstPtr<GError>(failure)->message;
+  gchar* host = nullptr;
+  const GstPtr<gchar> path(g_filename_from_uri(text, &host, &failure));
+  const GstPtr<gchar> ownedHost(host);
+  if (!path) {
+    problem = GstPtr<GError>(failure)->message;
+  } else if (host && std::string_view(host) != "localhost") {
+    problem = fmt::format("the file is on another computer, {}", host);
+  } else {
+    return fileAt(path.get());
+  }
   return std::nullopt;
 }
 

@@ -10,6 +10,7 @@ function openPlayer(live, config = {}) {
   const { push } = live;
   const id = push.initPlayer(config);
   if (!id) throw new Error('no player');
+  const before = live.events.length; // another player may have had this ID
   const isOwn = (payload) => payload.playerID === id;
 
   return {
@@ -18,6 +19,7 @@ function openPlayer(live, config = {}) {
     /** @returns {string[]} the names of its events so far, those of every second excepted */
     names: () =>
       live.events
+        .slice(before)
         .filter(({ name, payload }) => name !== 'onPlayerStatistics' && payload && isOwn(payload))
         .map(({ name }) => name),
 
