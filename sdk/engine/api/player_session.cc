@@ -16,7 +16,8 @@ PlayerSession::PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListene
     : engine_(engine),
       listeners_(std::move(listeners)),
       onPlayOver_(std::move(onPlayOver)),
-      firstDrawn_(lifeline_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })) {}
+      firstDrawn_(lifeline_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
+      firstSound_(lifeline_.bind([this] { openOutput(); })) {}
 
 PlayerSession::~PlayerSession() {
   playback_.reset();
@@ -86,6 +87,8 @@ void PlayerSession::startPlay(PlayRequest request) {
 void PlayerSession::begin(const PlayRequest& request) {
   playNumber_ = request.number;
   toldFirstDrawn_ = false;
+  toldFirstSound_ = false;
+  output_ = std::make_unique<SoundOutput>();
   openView();
   playback_ =
       std::make_unique<Playback>(engine_, request.url, handlers(), events(request.url));
@@ -94,7 +97,7 @@ void PlayerSession::begin(const PlayRequest& request) {
 PlayOutlets::Handlers PlayerSession::handlers() {
   return {.onPicture = [this](GstBuffer* buffer,
                               const GstVideoInfo& info) { onPicture(buffer, info); },
-          .onSound = [this](int16_t* samples, std::size_t count) { gain_.apply(samples, count); }};
+          .onSound = [this](int16_t* samples, std::size_t count) { onSound(samples, count); }};
 }
 
 Playback::Events PlayerSession::events(const PlayUrl& url) {
@@ -126,6 +129,20 @@ void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
   tellFirstDrawn();
 }
 
+// On the playback's thread.
+void PlayerSession::onSound(int16_t* samples, std::size_t count) {
+  gain_.apply(samples, count);
+  output_->push(samples, count);
+  if (!toldFirstSound_.load(std::memory_order_relaxed) && !toldFirstSound_.exchange(true)) {
+    engine_.post(firstSound_);
+  }
+}
+
+// A stream without sound needs no output.
+void PlayerSession::openOutput() {
+  if (playback_) output_->open();
+}
+
 void PlayerSession::stopPlay() {
   if (nextPlay_) {  // it has not begun yet
     nextPlay_.reset();
@@ -141,6 +158,7 @@ void PlayerSession::onOver(const PlayOutcome& outcome) {
   // Destroyed later, since it is what called.
   engine_.post([ended = std::shared_ptr<Playback>(std::move(playback_))] {});
   closeView();
+  output_.reset();
   mode_ = kLumoLivePlayModeNone;
   if (outcome.kind != PlayOutcome::Kind::kStopped) onPlayOver_(playNumber_);
   if (outcome.kind == PlayOutcome::Kind::kFailed) {

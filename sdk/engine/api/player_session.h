@@ -19,6 +19,7 @@
 #include "capture/consumer_list.h"
 #include "play/playback.h"
 #include "play/sound_gain.h"
+#include "play/sound_output.h"
 #include "render/x11_view.h"
 
 namespace NimboEngine {
@@ -58,18 +59,22 @@ class PlayerSession {
   void begin(const PlayRequest& request);
   PlayOutlets::Handlers handlers();
   Playback::Events events(const PlayUrl& url);
+  void onSound(int16_t* samples, std::size_t count);
   void onPicture(GstBuffer* buffer, const GstVideoInfo& info);
   void onOver(const PlayOutcome& outcome);
   void openView();
   void closeView();
   void tellFirstDrawn();
   void onFirstDrawn(uint32_t playNumber);
+  void openOutput();
 
   EngineThread& engine_;
   const std::shared_ptr<PlayerListeners> listeners_;
   const std::function<void(uint32_t)> onPlayOver_;
   const Lifeline lifeline_;
-  const std::function<void(uint32_t)> firstDrawn_;  // bound to this object's life
+  // Bound to this object's life.
+  const std::function<void(uint32_t)> firstDrawn_;
+  const EngineThread::Task firstSound_;
 
   ViewStyle style_;
   std::optional<uint32_t> window_;
@@ -81,9 +86,11 @@ class PlayerSession {
   std::atomic<uint64_t> shown_{0};
   std::atomic<bool> waitsForView_{false};
   std::atomic<bool> toldFirstDrawn_{true};
+  std::atomic<bool> toldFirstSound_{true};
   ConsumerList consumers_;
 
-  std::unique_ptr<Playback> playback_;
+  std::unique_ptr<SoundOutput> output_;
+  std::unique_ptr<Playback> playback_;  // ends before what it uses
   std::unique_ptr<X11View> view_;  // null without a window
 };
 
