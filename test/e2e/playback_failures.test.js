@@ -9,9 +9,9 @@ const os = require('node:os');
 const path = require('node:path');
 const tls = require('node:tls');
 const { after, before, describe, it } = require('node:test');
-const { runChild } = require('../../tools/rtmp/child');
 const { startTestPublisher } = require('../../tools/rtmp/publisher');
 const { freePort, startRtmpServer } = require('../../tools/rtmp/rtmp_server');
+const { makeCertificate } = require('./support/certificate');
 const { openLivePush } = require('./support/live_push');
 const { openPlayer } = require('./support/player');
 
@@ -139,15 +139,7 @@ describe('when playing fails, the code tells why', GUARD, () => {
   });
 
   it('the certificate is not trusted', async () => {
-    const [key, cert] = ['key.pem', 'cert.pem'].map((name) => path.join(folder, name));
-    const subject = ['-subj', '/CN=localhost', '-addext', 'subjectAltName=IP:127.0.0.1'];
-    await runChild(
-      'openssl',
-      [...['req', '-x509', '-newkey', 'rsa:2048', '-nodes', '-days', '2'],
-       ...['-keyout', key, '-out', cert], ...subject],
-      { deadlineSeconds: 30 },
-    );
-    const identity = { key: fs.readFileSync(key), cert: fs.readFileSync(cert) };
+    const identity = await makeCertificate(folder);
     const web = https.createServer(identity, (_request, response) => response.end());
     const tunnel = tls.createServer(identity, (socket) => {
       const inner = net.connect(server.rtmpPort, '127.0.0.1');

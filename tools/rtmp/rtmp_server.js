@@ -23,12 +23,14 @@ const { startChild } = require('./child');
  *
  * @param {object} [options]
  * @param {number} [options.rtmpPort] default: a free one. To bring a server back where it was
- * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives
+ * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives; in them,
+ *   "FILES" is the folder whose files the server offers over HTTP
  */
 async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' } } = {}) {
   const ports = { rtmp: rtmpPort ?? (await freePort()), http: await freePort() };
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'rtmp-server-'));
   const configFile = path.join(folder, 'nginx.conf');
+  fs.mkdirSync(path.join(folder, 'files'));
   fs.writeFileSync(configFile, configuration(folder, ports, applications));
   const child = startChild('nginx', ['-p', folder, '-c', configFile]);
   let isUp = true;
@@ -45,6 +47,10 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' } }
     /** @param {string} [stream] @param {string} [application] @returns {string} its RTMP address */
     url: (stream = 'stream', application = 'live') =>
       `rtmp://127.0.0.1:${ports.rtmp}/${application}/${stream}`,
+
+    /** @param {string} file one of those it offers @returns {string} its HTTP address */
+    fileUrl: (file) => `http://127.0.0.1:${ports.http}/files/${file}`,
+    filesFolder: path.join(folder, 'files'),
 
     /** @param {string} [stream] its name @returns {Promise<StreamStatus>} */
     status: async (stream = 'stream') =>
@@ -81,7 +87,7 @@ function configuration(folder, ports, applications) {
     .find((file) => fs.existsSync(file));
   const temporary = ['client_body', 'proxy', 'fastcgi', 'uwsgi', 'scgi'];
   const blocks = Object.entries(applications).map(
-    ([name, directives]) => `    application ${name} { ${directives} }`,
+    ([name, directives]) => `    application ${name} { ${directives.replaceAll('FILES', `${folder}/files`)} }`,
   );
   return `
 ${module ? `load_module ${module};` : ''}
@@ -104,6 +110,7 @@ ${temporary.map((name) => `  ${name}_temp_path ${folder}/${name};`).join('\n')}
   server {
     listen 127.0.0.1:${ports.http};
     location /stat { rtmp_stat all; }
+    location /files/ { alias ${folder}/files/; }
   }
 }
 `;

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-#include "api/settings.h"
 #include "base/never_destroyed.h"
+#include "base/trust.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -29,14 +29,17 @@ EngineThread& playersThread() {
 
 }  // namespace
 
-LivePlayer::LivePlayer()
+LivePlayer::LivePlayer(const Settings& settings)
     : play_(std::make_shared<std::atomic<uint32_t>>(0)),
       listeners_(std::make_shared<PlayerListeners>(this)),
       session_(std::make_shared<PlayerSession>(
           playersThread(), listeners_,
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
   // Starting GStreamer for the first time on a machine takes half a second.
-  playersThread().post([] { startGstreamer(); });
+  playersThread().post([trusted = settings.trustedCertificates] {
+    startGstreamer();
+    trustCertificates(trusted);
+  });
 }
 
 LivePlayer::~LivePlayer() {
@@ -126,7 +129,8 @@ namespace LumoRtc {
 
 LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
   std::string problem;
-  if (!NimboEngine::parseSettings(extraConfig, problem)) {
+  const auto settings = NimboEngine::parseSettings(extraConfig, problem);
+  if (!settings) {
     NIMBO_LOG_ERROR("no player: the settings cannot be used: {}", problem);
     return nullptr;
   }
@@ -135,7 +139,7 @@ LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
     NIMBO_LOG_ERROR("no player: there are {} already", NimboEngine::kMaxPlayers);
     return nullptr;
   }
-  return new NimboEngine::LivePlayer;
+  return new NimboEngine::LivePlayer(*settings);
 }
 
 }  // namespace LumoRtc

@@ -15,12 +15,13 @@
 #include "NimboSdk/LumoLivePlayer.h"
 #include "NimboSdk/LumoLiveResult.h"
 #include "api/player_session.h"
+#include "api/settings.h"
 
 namespace NimboEngine {
 
 class LivePlayer final : public LumoRtc::LumoLivePlayer {
  public:
-  LivePlayer();
+  explicit LivePlayer(const Settings& settings);
   ~LivePlayer();
   LivePlayer(const LivePlayer&) = delete;
   LivePlayer& operator=(const LivePlayer&) = delete;

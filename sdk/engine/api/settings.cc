@@ -19,6 +19,7 @@ struct TextSetting {
 constexpr TextSetting kTextSettings[] = {
     {"camera", &Settings::camera},
     {"microphone", &Settings::microphone},
+    {"trustedCertificates", &Settings::trustedCertificates},
 };
 
 }  // namespace

@@ -8,6 +8,9 @@
 //                                  else the test tone; "test": the test tone; "file": the file
 //                                  camera's sound; "default": the default microphone; or a
 //                                  microphone's identifier
+//   "trustedCertificates"
+//                 string  ""       a PEM file with the authorities whose servers are trusted, in
+//                                  the whole process and in place of the system's
 //
 // An empty text means all defaults. Unknown keys are logged and ignored.
 //
@@ -24,6 +27,7 @@ namespace NimboEngine {
 struct Settings {
   std::string camera;
   std::string microphone;
+  std::string trustedCertificates;
 };
 
 // Without a value, `problem` says what is wrong and names the key. A null text counts as empty.
