@@ -200,6 +200,33 @@ describe('playing', GUARD, () => {
     assert.ok(times[Math.floor(times.length * 0.9)] < 5, `${times.slice(-5)} ms at worst`);
   });
 
+  it('sixteen live streams play at once, on a part of one core', async () => {
+    const url = await publish('shared');
+    const players = Array.from({ length: 16 }, () => openPlayer(live));
+    try {
+      await Promise.all(players.map((each) => each.play(url)));
+      await Promise.all(players.map((each) => each.next('onPlayerStatistics')));
+      const before = process.cpuUsage();
+      const began = performance.now();
+      const sums = await Promise.all(
+        players.map(async (each) => {
+          let sum = 0;
+          for (let second = 0; second < 4; second += 1) {
+            sum += (await each.next('onPlayerStatistics')).renderFps;
+          }
+          return sum / 4;
+        }),
+      );
+      const { user, system } = process.cpuUsage(before);
+      const load = (user + system) / 1000 / (performance.now() - began);
+      assert.ok(Math.min(...sums) > 25, `frames a second: ${sums}`);
+      // 0.4 of a core on an idle machine.
+      assert.ok(load < 1, `${load} cores`);
+    } finally {
+      for (const each of players) each.close();
+    }
+  });
+
   it('there are sixteen players at most', () => {
     const players = Array.from({ length: 16 }, () => openPlayer(live));
     try {

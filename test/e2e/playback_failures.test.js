@@ -9,6 +9,7 @@ const os = require('node:os');
 const path = require('node:path');
 const tls = require('node:tls');
 const { after, before, describe, it } = require('node:test');
+const { runChild, startChild } = require('../../tools/rtmp/child');
 const { startTestPublisher } = require('../../tools/rtmp/publisher');
 const { freePort, startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { makeCertificate } = require('./support/certificate');
@@ -23,7 +24,6 @@ const CODE = {
   refused: -3002,
   timeout: -3003,
   lost: -3006,
-  viewLost: -3103,
   componentMissing: -3104,
   streamNotFound: -3201,
   rejected: -3202,
@@ -151,6 +151,51 @@ describe('when playing fails, the code tells why', GUARD, () => {
       `https://127.0.0.1:${await listening(web)}/s.m3u8`,
       `rtmps://127.0.0.1:${await listening(tunnel)}/live/s`,
     ]);
+  });
+
+  it('a component is not installed: the error and the log name its package', async () => {
+    const plugins = path.join(folder, 'plugins');
+    fs.mkdirSync(plugins);
+    const query = ['--variable=pluginsdir', 'gstreamer-1.0'];
+    const installed = String(await runChild('pkg-config', query, { deadlineSeconds: 10 })).trim();
+    for (const file of fs.readdirSync(installed)) {
+      if (!file.includes('rtmp')) {
+        fs.symlinkSync(path.join(installed, file), path.join(plugins, file));
+      }
+    }
+    const child = startChild('env', [
+      `GST_PLUGIN_SYSTEM_PATH_1_0=${plugins}`,
+      `GST_REGISTRY_1_0=${path.join(folder, 'registry')}`,
+      process.execPath,
+      ...[path.join(__dirname, 'support/print_play_error.js'), server.url()],
+    ]);
+    let printed = '';
+    child.process.stdout.setEncoding('utf8').on('data', (text) => {
+      printed += text;
+    });
+    const log = await child.ended;
+    const error = JSON.parse(printed);
+    assert.equal(error.code, CODE.componentMissing);
+    assert.match(error.msg, /rtmp2src of the package gstreamer1\.0-plugins-bad/);
+    assert.match(log, /rtmp2src is missing; Debian package gstreamer1\.0-plugins-bad/);
+  });
+
+  it('a server that freezes does not hold up a stop, nor other players', async () => {
+    const frozen = await startRtmpServer();
+    const publishers = [frozen, server].map((each) => startTestPublisher(each.url('steady')));
+    const [held, free] = [openPlayer(live), openPlayer(live)];
+    await Promise.all([held.play(frozen.url('steady')), free.play(server.url('steady'))]);
+    frozen.freeze();
+    const stopped = held.stop();
+    const began = performance.now();
+    await stopped;
+    assert.ok(performance.now() - began < 1000);
+    await free.nextFrame();
+    held.close();
+    free.close();
+    frozen.thaw();
+    for (const publisher of publishers) await publisher.stop();
+    await frozen.stop();
   });
 
   it('the stream is lost and does not come back', async () => {

@@ -1,6 +1,7 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const dgram = require('node:dgram');
 const fs = require('node:fs');
 const http = require('node:http');
 const https = require('node:https');
@@ -41,6 +42,25 @@ const flvServer = () =>
     source.process.stdout.pipe(response);
     response.on('close', () => source.stop());
   });
+
+/** A way to a UDP port on which, coming back, one datagram in `every` gets lost. */
+async function startLossyProxy(port, every) {
+  const front = dgram.createSocket('udp4');
+  const back = dgram.createSocket('udp4');
+  let client;
+  let count = 0;
+  front.on('message', (data, from) => {
+    client = from;
+    back.send(data, port, '127.0.0.1');
+  });
+  back.on('message', (data) => {
+    count += 1;
+    if (count % every) front.send(data, client.port, client.address);
+  });
+  await new Promise((resolve) => front.bind(0, '127.0.0.1', resolve));
+  const close = () => [front, back].forEach((socket) => socket.close());
+  return { port: front.address().port, close };
+}
 
 /** An encrypted way to a port. */
 const tunnelTo = (port, identity) =>
@@ -130,6 +150,22 @@ describe('playing over', GUARD, () => {
       format: 'mpegts',
     });
     await expectRed(url, LIVE);
+  });
+
+  it('SRT that loses packets, and tells how many', async () => {
+    const port = await freePort();
+    const format = 'mpegts';
+    const target = `srt://127.0.0.1:${port}?mode=listener&pkt_size=1316`;
+    source = startTestPublisher(target, { ...RED_SOURCE, format });
+    const proxy = await startLossyProxy(port, 10);
+    try {
+      player = openPlayer(live);
+      await player.play(`srt://127.0.0.1:${proxy.port}`);
+      const { lossRate } = await player.next('onPlayerStatistics', (seen) => seen.lossRate > 0);
+      assert.ok(lossRate >= 3 && lossRate <= 30, `${lossRate} %`);
+    } finally {
+      proxy.close();
+    }
   });
 
   it('RTSP', async () => {

@@ -1,5 +1,7 @@
 #include "gst/runtime.h"
 
+#include <fmt/format.h>
+
 #include <array>
 
 #include "gst/gst_ptr.h"
@@ -71,6 +73,16 @@ std::span<const NeededElement> neededElements() {
 bool startGstreamer() {
   static const bool started = start();
   return started;
+}
+
+std::string missingElements() {
+  std::string text;
+  for (const auto& [factory, package] : kNeeded) {
+    if (haveElement(factory)) continue;
+    if (!text.empty()) text += ", ";
+    text += fmt::format("{} of the package {}", factory, package);
+  }
+  return text;
 }
 
 bool haveElement(const std::string& factory) {

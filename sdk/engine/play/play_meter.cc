@@ -34,6 +34,11 @@ void PlayMeter::addSound() {
   ++counts_.sounds;
 }
 
+void PlayMeter::setPackets(const StreamPackets& packets) {
+  std::lock_guard lock(mutex_);
+  counts_.packets = packets;
+}
+
 PlayCounts PlayMeter::counts() const {
   std::lock_guard lock(mutex_);
   return counts_;
@@ -57,6 +62,8 @@ LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,
   stats.renderFps = perSecond(before.shown, after.shown, time);
   stats.videoBitrate = perSecond(before.videoBytes, after.videoBytes, time) / kBytesToKbit;
   stats.audioBitrate = perSecond(before.audioBytes, after.audioBytes, time) / kBytesToKbit;
+  stats.lossRate = lossBetween(before.packets.all, after.packets.all);
+  stats.audioLossRate = lossBetween(before.packets.audio, after.packets.audio);
   return stats;
 }
 

@@ -12,6 +12,7 @@
 
 #include "NimboSdk/LumoLiveDefine.h"
 #include "play/delay_meter.h"
+#include "play/packet_counts.h"
 
 namespace NimboEngine {
 
@@ -26,6 +27,7 @@ struct PlayCounts {
   uint64_t sounds = 0;      // decoded pieces
   int width = 0;            // of the last picture
   int height = 0;
+  StreamPackets packets{};
 
   // Whether anything has arrived or been decoded, and how much: grows while the stream flows.
   uint64_t arrived() const { return videoBytes + audioBytes + decoded(); }
@@ -40,6 +42,7 @@ class PlayMeter {
   void addEncoded(Media media, std::size_t bytes, Time now, std::chrono::nanoseconds timestamp);
   void addPicture(int width, int height);
   void addSound();
+  void setPackets(const StreamPackets& packets);
 
   PlayCounts counts() const;
 
@@ -54,7 +57,7 @@ class PlayMeter {
   DelayMeter audioDelay_;
 };
 
-// The figures of the time between two readings; its texts and losses stay empty.
+// The figures of the time between two readings; its texts stay empty.
 LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,
                                                    const PlayCounts& after,
                                                    std::chrono::milliseconds time);

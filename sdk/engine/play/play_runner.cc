@@ -1,5 +1,6 @@
 #include "play/play_runner.h"
 
+#include <fmt/format.h>
 #include <pthread.h>
 
 #include <condition_variable>
@@ -10,6 +11,7 @@
 #include <utility>
 
 #include "base/listener_slot.h"
+#include "gst/runtime.h"
 #include "log/log.h"
 #include "play/network_cause.h"
 #include "play/play_error.h"
@@ -20,7 +22,8 @@ namespace {
 
 using Kind = PipelineMessage::Kind;
 
-constexpr std::chrono::milliseconds kPollInterval{200};
+// How often the source is asked for what it does not tell by itself.
+constexpr std::chrono::milliseconds kPollInterval{250};
 
 // The RTMP element does not tell when the server has said its first word: only then does it count
 // received bytes.
@@ -57,6 +60,8 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   PlayOutcome follow(Pipeline& pipeline);
   PlayOutcome failure(const PipelineMessage& error);
   std::optional<PipelineMessage> next(Pipeline& pipeline);
+  bool mustPoll() const;
+  void poll(Pipeline& pipeline);
 };
 
 void PlayRunner::State::run() {
@@ -73,7 +78,7 @@ PlayOutcome PlayRunner::State::work() {
   const std::unique_ptr<Pipeline> pipeline = buildPlayGraph(url, outlets, onMessage);
   if (!pipeline) {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
-            "a component is missing, see the log"};
+            fmt::format("missing: {}", missingElements())};
   }
   return follow(*pipeline);
 }
@@ -98,6 +103,11 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
 PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
   const bool playing = outlets->meter.counts().decoded() > 0;
   const auto code = classifyPlayError(error, playing);
+  if (code == LumoRtc::kLumoLiveErrorUndecodable) {
+    if (const std::string missing = missingElements(); !missing.empty()) {
+      NIMBO_LOG_WARN("player: a missing element may be the reason: {}", missing);
+    }
+  }
   // Some elements keep the cause to themselves.
   if (code == LumoRtc::kLumoLiveErrorPlayRejected) {
     if (const auto cause = findNetworkCause(url)) {
@@ -111,10 +121,9 @@ PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
 std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
   std::unique_lock lock(mutex);
   const auto woken = [this] { return stopping || !messages.empty(); };
-  while (url.protocol == PlayProtocol::kRtmp && !outlets->answered) {
-    if (changed.wait_for(lock, kPollInterval, woken)) break;
+  while (mustPoll() && !changed.wait_for(lock, kPollInterval, woken)) {
     lock.unlock();
-    outlets->answered = hasRtmpServerAnswered(pipeline);
+    poll(pipeline);
     lock.lock();
   }
   changed.wait(lock, woken);
@@ -122,6 +131,26 @@ std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
   PipelineMessage message = std::move(messages.front());
   messages.pop_front();
   return message;
+}
+
+bool PlayRunner::State::mustPoll() const {
+  switch (url.protocol) {
+    case PlayProtocol::kRtmp:
+      return !outlets->answered;
+    case PlayProtocol::kRtsp:
+    case PlayProtocol::kSrt:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void PlayRunner::State::poll(Pipeline& pipeline) {
+  if (url.protocol == PlayProtocol::kRtmp) {
+    outlets->answered = hasRtmpServerAnswered(pipeline);
+  } else {
+    outlets->meter.setPackets(countPackets(pipeline, url.protocol));
+  }
 }
 
 PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver)

@@ -135,7 +135,7 @@ void Playback::onAttemptFailed(LumoLiveErrorCode code, const std::string& messag
       engine_.postAfter(*pause, lifeline_.bind([this] { open(); }));
       return;
     }
-    code = kLumoLiveErrorConnectionLost;
+    code = kLumoLiveErrorConnectionLost;  // whatever the last attempt failed for
   }
   over({PlayOutcome::Kind::kFailed, code, message});
 }
@@ -162,8 +162,9 @@ void Playback::reportSecond(Clock::time_point now) {
   PlayCounts counts = outlets_->meter.counts();
   counts.shown = events_.shown();
   const auto length = std::chrono::duration_cast<std::chrono::milliseconds>(now - lastReport_);
-  const auto second = lastSecond(now, counts);
-  LumoLivePlayerStatsInfo stats = statisticsBetween(lastCounts_, counts, length);
+  NetworkRating::Second second = lastSecond(now, counts);
+  const LumoLivePlayerStatsInfo stats = statisticsBetween(lastCounts_, counts, length);
+  second.lossPercent = stats.lossRate;
   lastReport_ = now;
   lastCounts_ = counts;
   if (url_.protocol != PlayProtocol::kFile) {

@@ -57,6 +57,16 @@ TEST(Statistics, AreTheDifferenceOverTheTime) {
   EXPECT_EQ(stats.audioBitrate, 64);
 }
 
+TEST(Statistics, LossIsThePartOfThePackets) {
+  const PlayCounts before{.packets = {.all = {1000, 5}, .audio = {100, 0}}};
+  const PlayCounts after{.packets = {.all = {1090, 15}, .audio = {149, 1}}};
+  const auto stats = statisticsBetween(before, after, 1s);
+  EXPECT_EQ(stats.lossRate, 10);
+  EXPECT_EQ(stats.audioLossRate, 2);
+  EXPECT_EQ(statisticsBetween(after, before, 1s).lossRate, 0) << "a new attempt counts anew";
+  EXPECT_EQ(statisticsBetween({}, {}, 1s).lossRate, 0);
+}
+
 TEST(Statistics, AnOddSecondIsRounded) {
   const PlayCounts after{.pictures = 31};
   EXPECT_EQ(statisticsBetween({}, after, 1040ms).decodeFps, 30);
