@@ -73,7 +73,10 @@ describe('playing', GUARD, () => {
     const { quality } = await player.next('onNetworkQualityChange');
     assert.ok([QUALITY.excellent, QUALITY.good].includes(quality), `${quality}`);
     await player.next('onPlayerStatistics'); // the first may hold the burst of the beginning
-    const seconds = [await player.next('onPlayerStatistics'), await player.next('onPlayerStatistics')];
+    const seconds = [
+      await player.next('onPlayerStatistics'),
+      await player.next('onPlayerStatistics'),
+    ];
     for (const figures of seconds) {
       assert.equal(figures.userId, 'seen');
       assert.deepEqual([figures.videoWidth, figures.videoHeight], [SIZE.width, SIZE.height]);

@@ -73,8 +73,10 @@ describe('when playing fails, the code tells why', GUARD, () => {
 
   async function expectCode(expected, urls) {
     const codes = await Promise.all(urls.map(failureOf));
-    assert.deepEqual(Object.fromEntries(urls.map((url, index) => [url, codes[index]])),
-      Object.fromEntries(urls.map((url) => [url, expected])));
+    assert.deepEqual(
+      Object.fromEntries(urls.map((url, index) => [url, codes[index]])),
+      Object.fromEntries(urls.map((url) => [url, expected])),
+    );
   }
 
   const urlsOf = (host, port) => [
@@ -90,8 +92,7 @@ describe('when playing fails, the code tells why', GUARD, () => {
       'https://nowhere.invalid/s.m3u8',
     ]));
 
-  it('nobody listens', async () =>
-    expectCode(CODE.refused, urlsOf('127.0.0.1', await freePort())));
+  it('nobody listens', async () => expectCode(CODE.refused, urlsOf('127.0.0.1', await freePort())));
 
   it('the server says nothing', async () => {
     const silent = net.createServer(() => {});

@@ -58,7 +58,9 @@ async function startLossyProxy(port, every) {
     if (count % every) front.send(data, client.port, client.address);
   });
   await new Promise((resolve) => front.bind(0, '127.0.0.1', resolve));
-  const close = () => [front, back].forEach((socket) => socket.close());
+  const close = () => {
+    for (const socket of [front, back]) socket.close();
+  };
   return { port: front.address().port, close };
 }
 

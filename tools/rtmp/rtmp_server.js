@@ -87,7 +87,8 @@ function configuration(folder, ports, applications) {
     .find((file) => fs.existsSync(file));
   const temporary = ['client_body', 'proxy', 'fastcgi', 'uwsgi', 'scgi'];
   const blocks = Object.entries(applications).map(
-    ([name, directives]) => `    application ${name} { ${directives.replaceAll('FILES', `${folder}/files`)} }`,
+    ([name, directives]) =>
+      `    application ${name} { ${directives.replaceAll('FILES', `${folder}/files`)} }`,
   );
   return `
 ${module ? `load_module ${module};` : ''}

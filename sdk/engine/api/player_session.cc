@@ -40,9 +40,8 @@ void PlayerSession::openView() {
   closeView();
   if (!window_) return;
   waitsForView_ = true;
-  auto lost = lifeline_.bind([this](const std::string& message) {
-    listeners_->error(kLumoLiveErrorViewLost, message);
-  });
+  auto lost = lifeline_.bind(
+      [this](const std::string& message) { listeners_->error(kLumoLiveErrorViewLost, message); });
   view_ = std::make_unique<X11View>(
       *window_,
       ViewEvents{.onFirstDrawn = [this] { tellFirstDrawn(); },
@@ -90,14 +89,13 @@ void PlayerSession::begin(const PlayRequest& request) {
   toldFirstSound_ = false;
   output_ = std::make_unique<SoundOutput>();
   openView();
-  playback_ =
-      std::make_unique<Playback>(engine_, request.url, handlers(), events(request.url));
+  playback_ = std::make_unique<Playback>(engine_, request.url, handlers(), events(request.url));
 }
 
 PlayOutlets::Handlers PlayerSession::handlers() {
-  return {.onPicture = [this](GstBuffer* buffer,
-                              const GstVideoInfo& info) { onPicture(buffer, info); },
-          .onSound = [this](int16_t* samples, std::size_t count) { onSound(samples, count); }};
+  return {
+      .onPicture = [this](GstBuffer* buffer, const GstVideoInfo& info) { onPicture(buffer, info); },
+      .onSound = [this](int16_t* samples, std::size_t count) { onSound(samples, count); }};
 }
 
 Playback::Events PlayerSession::events(const PlayUrl& url) {

@@ -91,7 +91,7 @@ class PlayerSession {
 
   std::unique_ptr<SoundOutput> output_;
   std::unique_ptr<Playback> playback_;  // ends before what it uses
-  std::unique_ptr<X11View> view_;  // null without a window
+  std::unique_ptr<X11View> view_;       // null without a window
 };
 
 }  // namespace NimboEngine

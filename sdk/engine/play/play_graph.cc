@@ -188,9 +188,9 @@ constexpr SourceElement kSources[] = {
 
 std::unique_ptr<Pipeline> buildPlayGraph(const PlayUrl& url, std::shared_ptr<PlayOutlets> outlets,
                                          Pipeline::Handler handler) {
-  const auto* source = std::find_if(std::begin(kSources), std::end(kSources), [&](const auto& entry) {
-    return entry.protocol == url.protocol;
-  });
+  const auto* source =
+      std::find_if(std::begin(kSources), std::end(kSources),
+                   [&](const auto& entry) { return entry.protocol == url.protocol; });
   auto pipeline = Pipeline::parse("player", source->description, std::move(handler));
   if (!pipeline) return nullptr;
   const GstPtr<GstElement> element = pipeline->element("source");

@@ -7,9 +7,8 @@ namespace {
 
 bool isInOnePiece(const GstVideoInfo& info) {
   const auto end = [&info](int plane) {
-    return info.offset[plane] +
-           static_cast<gsize>(GST_VIDEO_INFO_PLANE_STRIDE(&info, plane)) *
-               static_cast<gsize>(GST_VIDEO_INFO_COMP_HEIGHT(&info, plane));
+    return info.offset[plane] + static_cast<gsize>(GST_VIDEO_INFO_PLANE_STRIDE(&info, plane)) *
+                                    static_cast<gsize>(GST_VIDEO_INFO_COMP_HEIGHT(&info, plane));
   };
   return info.offset[0] == 0 && info.offset[1] == end(0) && info.offset[2] == end(1);
 }

@@ -50,7 +50,6 @@ class PlayOutlets {
   PlayMeter meter;
 
  private:
-
   bool adopt(GstCaps* caps);
   bool isUsable(GstBuffer* buffer) const;
   GstPtr<GstBuffer> inOnePiece(GstBuffer* buffer);
@@ -60,8 +59,8 @@ class PlayOutlets {
 
   // Used by deliverPicture only.
   GstPtr<GstCaps> caps_;
-  GstVideoInfo info_{};      // as the pictures come
-  GstVideoInfo ownInfo_{};   // as they are handed on
+  GstVideoInfo info_{};     // as the pictures come
+  GstVideoInfo ownInfo_{};  // as they are handed on
   bool comesInOnePiece_ = false;
   std::unique_ptr<FramePool> pool_;
 };

@@ -3,7 +3,8 @@
 //
 // Thread: any. `onOver` is called once on the runner's thread, when the pipeline is down; not any
 //   more once destruction has begun to return.
-// Ownership: shares the outlets with the pipeline. Destruction waits for nothing: what hangs is left
+// Ownership: shares the outlets with the pipeline. Destruction waits for nothing: what hangs is
+// left
 //   to its thread, which frees everything should it ever come back.
 // Failure: arrives as the outcome.
 

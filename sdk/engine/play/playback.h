@@ -1,5 +1,5 @@
-// One playback, from the request to its end: attempts to play (see PlayRunner), the watch over them,
-// new attempts when a live stream is lost, and the figures of every second.
+// One playback, from the request to its end: attempts to play (see PlayRunner), the watch over
+// them, new attempts when a live stream is lost, and the figures of every second.
 //
 // Thread: created, stopped and destroyed on the engine thread, where the events are raised too; the
 //   handlers of pictures and sound are called on GStreamer's threads.

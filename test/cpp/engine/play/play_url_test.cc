@@ -43,10 +43,9 @@ TEST(PlayUrl, FilesArePathsOrFileUrls) {
 }
 
 TEST(PlayUrl, RefusesTheRest) {
-  for (const char* text :
-       {static_cast<const char*>(nullptr), "", "stream", "clip.mp4", "ftp://h/s", "rtmp://h",
-        "rtmp://h/app", "rtmp://h/app/", "rtmp:///app/s", "http://", "srt://h", "file://h/clip.mp4",
-        "rtsp:///s"}) {
+  for (const char* text : {static_cast<const char*>(nullptr), "", "stream", "clip.mp4", "ftp://h/s",
+                           "rtmp://h", "rtmp://h/app", "rtmp://h/app/", "rtmp:///app/s", "http://",
+                           "srt://h", "file://h/clip.mp4", "rtsp:///s"}) {
     EXPECT_FALSE(parse(text)) << (text ? text : "null");
   }
 }

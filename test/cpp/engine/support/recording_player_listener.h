@@ -72,9 +72,8 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
   // Without the frames and the figures, of which there are many.
   std::vector<std::string> rareEvents() const {
     auto rare = events.all();
-    std::erase_if(rare, [](const std::string& event) {
-      return event == "frame" || event == "statistics";
-    });
+    std::erase_if(
+        rare, [](const std::string& event) { return event == "frame" || event == "statistics"; });
     return rare;
   }
 
