@@ -37,7 +37,8 @@ export class LumoLivePushJSWrapper {
 
   /**
    * Sets the text that the SDK is given when the pusher and when players are created: for the
-   * default SDK a JSON object with "camera" and "microphone". A pusher that exists is not changed.
+   * default SDK a JSON object with "camera", "microphone" and "trustedCertificates". A pusher that
+   * exists is not changed.
    * @returns undefined, also when the argument is no string
    */
   setExtraConfig(text: string): undefined;
