@@ -282,7 +282,10 @@ export class LumoLivePushJSWrapper {
    */
   setRemoteAudioVolume(playerId: string, volume: number): number;
 
-  /** @returns the SDK's play mode; -100 for bad arguments or no such player */
+  /**
+   * @returns the SDK's play mode, for the default SDK 0 nothing has begun, 1 live, 2 timed; -100 for
+   *   bad arguments or no such player
+   */
   getPlayMode(playerId: string): number;
 
   // --------------------------------------------------------------------------- events and log

@@ -140,7 +140,7 @@ void Playback::onAttemptFailed(LumoLiveErrorCode code, const std::string& messag
   over({PlayOutcome::Kind::kFailed, code, message});
 }
 
-void Playback::over(PlayOutcome outcome) {
+void Playback::over(const PlayOutcome& outcome) {
   if (std::exchange(over_, true)) return;
   close();
   events_.onOver(outcome);

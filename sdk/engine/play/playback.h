@@ -58,7 +58,7 @@ class Playback {
   void onFirstOutput();
   void onAttemptOver(const PlayOutcome& outcome);
   void onAttemptFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
-  void over(PlayOutcome outcome);
+  void over(const PlayOutcome& outcome);
   void tick();
   void reportSecond(Clock::time_point now);
   NetworkRating::Second lastSecond(Clock::time_point now, const PlayCounts& counts);
