@@ -24,7 +24,7 @@ export interface PlayerEvent {
 
 export interface PlayError extends PlayerEvent {
   msg: string;
-  /** The SDK's code. */
+  /** The default SDK's codes are in `docs/sdk.md`. */
   code: number;
 }
 

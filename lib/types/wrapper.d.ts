@@ -37,8 +37,8 @@ export class LumoLivePushJSWrapper {
 
   /**
    * Sets the text that the SDK is given when the pusher and when players are created: for the
-   * default SDK a JSON object with "camera", "microphone", "reconnect" and "sendTimeoutMs". A pusher
-   * that exists is not changed.
+   * default SDK a JSON object with "camera", "microphone", "reconnect", "sendTimeoutMs" and
+   * "trustedCertificates". A pusher that exists is not changed.
    * @returns undefined, also when the argument is no string
    */
   setExtraConfig(text: string): undefined;
@@ -286,7 +286,10 @@ export class LumoLivePushJSWrapper {
    */
   setRemoteAudioVolume(playerId: string, volume: number): number;
 
-  /** @returns the SDK's play mode; -100 for bad arguments or no such player */
+  /**
+   * @returns the SDK's play mode, for the default SDK 0 nothing has begun, 1 live, 2 timed; -100 for
+   *   bad arguments or no such player
+   */
   getPlayMode(playerId: string): number;
 
   // --------------------------------------------------------------------------- events and log

@@ -1,26 +1,56 @@
 'use strict';
 
-const { startChild } = require('./child');
+const { runChild, startChild } = require('./child');
+
+/**
+ * @typedef {object} Picture
+ * @property {number} [width]
+ * @property {number} [height]
+ * @property {number} [frameRate]
+ * @property {string} [source] ffmpeg's name of the picture's source: "color=red", say
+ */
+
+/**
+ * What ffmpeg is told to make a picture and a tone: H.264 with a key frame a second, and AAC.
+ *
+ * @param {Picture} [picture]
+ * @returns {string[]}
+ */
+function testStream({ width = 640, height = 360, frameRate = 30, source = 'testsrc2' } = {}) {
+  const size = `size=${width}x${height}:rate=${frameRate}`;
+  const video = `${source}${source.includes('=') ? ':' : '='}${size}`;
+  return [
+    ...['-v', 'error', '-nostdin', '-re', '-f', 'lavfi', '-i', video],
+    ...['-re', '-f', 'lavfi', '-i', 'sine=frequency=440:sample_rate=48000'],
+    ...['-c:v', 'libx264', '-preset', 'ultrafast', '-tune', 'zerolatency'],
+    ...['-pix_fmt', 'yuv420p', '-g', String(frameRate), '-c:a', 'aac'],
+  ];
+}
 
 /**
  * Publishes a test picture (ffmpeg's) and a tone until it is stopped: a stream that owes nothing
  * to the SDK.
  *
  * @param {string} url
- * @param {object} [picture]
- * @param {number} [picture.width]
- * @param {number} [picture.height]
- * @param {number} [picture.frameRate]
+ * @param {Picture & {format?: string}} [picture] `format` is that of the stream, default "flv"
  * @returns {import('./child').Child}
  */
-function startTestPublisher(url, { width = 640, height = 360, frameRate = 30 } = {}) {
-  const video = `testsrc2=size=${width}x${height}:rate=${frameRate}`;
-  return startChild('ffmpeg', [
-    ...['-v', 'error', '-nostdin', '-re', '-f', 'lavfi', '-i', video],
-    ...['-re', '-f', 'lavfi', '-i', 'sine=frequency=440:sample_rate=48000'],
-    ...['-c:v', 'libx264', '-preset', 'ultrafast', '-tune', 'zerolatency'],
-    ...['-pix_fmt', 'yuv420p', '-g', String(frameRate), '-c:a', 'aac', '-f', 'flv', url],
-  ]);
+function startTestPublisher(url, { format = 'flv', ...picture } = {}) {
+  return startChild('ffmpeg', [...testStream(picture), '-f', format, url]);
 }
 
-module.exports = { startTestPublisher };
+/**
+ * Writes a file of test picture and tone.
+ *
+ * @param {string} file its ending tells the format
+ * @param {number} seconds
+ * @param {Picture} [picture]
+ */
+async function writeTestFile(file, seconds, picture) {
+  // As fast as it goes.
+  const stream = testStream(picture).filter((option) => option !== '-re');
+  const output = ['-t', String(seconds), '-y', file];
+  await runChild('ffmpeg', [...stream, ...output], { deadlineSeconds: 60 });
+}
+
+module.exports = { startTestPublisher, testStream, writeTestFile };

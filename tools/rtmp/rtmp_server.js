@@ -27,7 +27,8 @@ const { startChild } = require('./child');
  *
  * @param {object} [options]
  * @param {number} [options.rtmpPort] default: a free one. To bring a server back where it was
- * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives
+ * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives; in them,
+ *   "FILES" is the folder whose files the server offers over HTTP
  * @param {(request: URLSearchParams) => boolean} [options.authorise] asked whether a stream may be
  *   published; the request has its `name`, its application (`app`) and its URL's own parameters
  */
@@ -36,6 +37,7 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' }, 
   const authority = authorise && (await startAuthority(authorise));
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'rtmp-server-'));
   const configFile = path.join(folder, 'nginx.conf');
+  fs.mkdirSync(path.join(folder, 'files'));
   fs.writeFileSync(configFile, configuration(folder, ports, applications, authority));
   const startedAt = performance.now();
   const child = startChild('nginx', ['-p', folder, '-c', configFile]);
@@ -55,6 +57,10 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' }, 
     /** @param {string} [stream] @param {string} [application] @returns {string} its RTMP address */
     url: (stream = 'stream', application = 'live') =>
       `rtmp://127.0.0.1:${ports.rtmp}/${application}/${stream}`,
+
+    /** @param {string} file one of those it offers @returns {string} its HTTP address */
+    fileUrl: (file) => `http://127.0.0.1:${ports.http}/files/${file}`,
+    filesFolder: path.join(folder, 'files'),
 
     /** @param {string} [stream] its name @returns {Promise<StreamStatus>} */
     status: async (stream = 'stream') =>
@@ -91,7 +97,8 @@ function configuration(folder, ports, applications, authority) {
     .find((file) => fs.existsSync(file));
   const temporary = ['client_body', 'proxy', 'fastcgi', 'uwsgi', 'scgi'];
   const blocks = Object.entries(applications).map(
-    ([name, directives]) => `    application ${name} { ${directives} }`,
+    ([name, directives]) =>
+      `    application ${name} { ${directives.replaceAll('FILES', `${folder}/files`)} }`,
   );
   return `
 ${module ? `load_module ${module};` : ''}
@@ -115,6 +122,7 @@ ${temporary.map((name) => `  ${name}_temp_path ${folder}/${name};`).join('\n')}
   server {
     listen 127.0.0.1:${ports.http};
     location /stat { rtmp_stat all; }
+    location /files/ { alias ${folder}/files/; }
   }
 }
 `;

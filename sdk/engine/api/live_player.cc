@@ -1,12 +1,145 @@
-#include "NimboSdk/LumoLivePlayer.h"
+#include "api/live_player.h"
 
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "base/never_destroyed.h"
+#include "base/trust.h"
+#include "gst/runtime.h"
 #include "log/log.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+namespace {
+
+constexpr int kMaxPlayers = 16;
+constexpr unsigned int kLoudest = 400;
+
+std::atomic<int> playerCount{0};
+
+// One thread for all players: nothing that may wait for the network is done on it. Never destroyed:
+// a process may end while it plays.
+EngineThread& playersThread() {
+  static NeverDestroyed<EngineThread> thread("nimbo-players");
+  return *thread;
+}
+
+}  // namespace
+
+LivePlayer::LivePlayer(const Settings& settings)
+    : play_(std::make_shared<std::atomic<uint32_t>>(0)),
+      listeners_(std::make_shared<PlayerListeners>(this)),
+      session_(std::make_shared<PlayerSession>(
+          playersThread(), listeners_,
+          [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
+  // Starting GStreamer for the first time on a machine takes half a second.
+  playersThread().post([trusted = settings.trustedCertificates] {
+    startGstreamer();
+    trustCertificates(trusted);
+  });
+}
+
+LivePlayer::~LivePlayer() {
+  listeners_->detachAll();
+  playersThread().post([session = std::move(session_)]() mutable { session.reset(); });
+  --playerCount;
+}
+
+LumoLiveResult LivePlayer::post(SessionTask task) {
+  playersThread().post([session = session_.get(), task = std::move(task)] { task(*session); });
+  return kLumoLiveOk;
+}
+
+int LivePlayer::initPlayer(LumoLivePlayerConfig config) {
+  if (config.renderMode > kLumoLiveRenderModeStretch || config.rotation > kLumoLiveRotation270) {
+    NIMBO_LOG_ERROR("the player's configuration is refused: render mode {}, rotation {}",
+                    static_cast<uint32_t>(config.renderMode),
+                    static_cast<uint32_t>(config.rotation));
+    return kLumoLiveInvalidArgument;
+  }
+  const ViewStyle style{.mode = static_cast<ViewMode>(config.renderMode),
+                        .mirror = config.isMirror,
+                        .quarterTurns = static_cast<int>(config.rotation)};
+  return post([style](PlayerSession& session) { session.configure(style); });
+}
+
+// The view follows the window's own size, so the one given here does not matter.
+int LivePlayer::setPlayView(void* view, uint32_t, uint32_t) {
+  std::optional<uint32_t> window;
+  if (view) std::memcpy(&window.emplace(), view, sizeof *window);
+  return post([window](PlayerSession& session) { session.setWindow(window); });
+}
+
+int LivePlayer::startPlay(const char* url) {
+  if (*play_ != 0) {
+    NIMBO_LOG_ERROR("the player plays already");
+    return kLumoLiveInvalidState;
+  }
+  std::string problem;
+  std::optional<PlayUrl> target = parsePlayUrl(url, problem);
+  if (!target) {
+    NIMBO_LOG_ERROR("cannot play: {}", problem);
+    return kLumoLiveInvalidArgument;
+  }
+  const uint32_t number = ++lastPlay_;
+  *play_ = number;
+  return post([request = PlayRequest{number, std::move(*target)}](PlayerSession& session) {
+    session.startPlay(request);
+  });
+}
+
+int LivePlayer::stopPlay() {
+  if (play_->exchange(0) == 0) {
+    NIMBO_LOG_ERROR("the player does not play");
+    return kLumoLiveInvalidState;
+  }
+  return post([](PlayerSession& session) { session.stopPlay(); });
+}
+
+void LivePlayer::destroy() {
+  delete this;
+}
+
+int LivePlayer::setRemoteAudioVolume(unsigned int volume) {
+  if (volume > kLoudest) {
+    NIMBO_LOG_ERROR("the volume is {}, not 0 to {}", volume, kLoudest);
+    return kLumoLiveInvalidArgument;
+  }
+  return post([volume](PlayerSession& session) { session.setVolume(volume); });
+}
+
+void LivePlayer::setPlayInfoListener(LumoLivePlayInfoListener* listener) {
+  listeners_->infoSlot.set(listener);
+}
+
+void LivePlayer::setVideoFrameListener(LumoLiveVideoFrameListener* listener) {
+  listeners_->frameSlot.set(listener);
+}
+
+int LivePlayer::getPlayMode() {
+  return session_->mode();
+}
+
+}  // namespace NimboEngine
 
 namespace LumoRtc {
 
-LumoLivePlayer* LumoLivePlayer::Create(const char*) {
-  NIMBO_LOG_WARN("this build does not play streams");
-  return nullptr;
+LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
+  std::string problem;
+  const auto settings = NimboEngine::parseSettings(extraConfig, problem);
+  if (!settings) {
+    NIMBO_LOG_ERROR("no player: the settings cannot be used: {}", problem);
+    return nullptr;
+  }
+  if (++NimboEngine::playerCount > NimboEngine::kMaxPlayers) {
+    --NimboEngine::playerCount;
+    NIMBO_LOG_ERROR("no player: there are {} already", NimboEngine::kMaxPlayers);
+    return nullptr;
+  }
+  return new NimboEngine::LivePlayer(*settings);
 }
 
 }  // namespace LumoRtc

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/trust.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -15,6 +16,7 @@ LivePusher::LivePusher(const Settings& settings)
   // Starting GStreamer for the first time on a machine takes half a second.
   engine_.post([this] {
     startGstreamer();
+    trustCertificates(settings_.trustedCertificates);
     prepareDevices();
     session_ = std::make_unique<LiveSession>(
         engine_, settings_, listeners_,

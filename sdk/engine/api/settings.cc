@@ -23,6 +23,7 @@ struct TextSetting {
 constexpr TextSetting kTextSettings[] = {
     {"camera", &Settings::camera},
     {"microphone", &Settings::microphone},
+    {"trustedCertificates", &Settings::trustedCertificates},
 };
 
 struct NumberSetting {

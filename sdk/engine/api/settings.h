@@ -15,6 +15,9 @@
 //   "sendTimeoutMs" number  4000   after this time without progress "onSendDataTimeout" comes,
 //                                  after twice of it the connection counts as broken; 500 to
 //                                  5000
+//   "trustedCertificates"
+//                 string  ""       a PEM file with the authorities whose servers are trusted, in
+//                                  the whole process and in place of the system's
 //
 // Each delay is shortened by a random part, a half at most. An empty text means all defaults.
 // Unknown keys are logged and ignored.
@@ -35,6 +38,7 @@ struct Settings {
   std::string camera;
   std::string microphone;
   NetworkSettings network;
+  std::string trustedCertificates;
 };
 
 // Without a value, `problem` says what is wrong and names the key. A null text counts as empty.

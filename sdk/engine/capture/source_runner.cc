@@ -64,6 +64,7 @@ std::string SourceRunner::State::work() {
   const std::unique_ptr<Source> source = make(problem);
   if (!source) return problem;
   auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
+    if (message.kind == Kind::kBuffering) return;
     std::lock_guard lock(self->mutex);
     self->messages.push_back(message);
     self->changed.notify_all();

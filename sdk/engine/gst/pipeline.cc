@@ -23,7 +23,8 @@ PipelineMessage describe(GstMessage* message, ParseIssue parse) {
           error->domain,
           error->code,
           error->message,
-          debug ? debug : ""};
+          debug ? debug : "",
+          0};
 }
 
 }  // namespace
@@ -108,6 +109,13 @@ GstBusSyncReply Pipeline::onBusMessage(GstBus*, GstMessage* message, gpointer da
       relay.deliver(
           {.kind = PipelineMessage::Kind::kEndOfStream, .element = {}, .text = {}, .debug = {}});
       break;
+    case GST_MESSAGE_BUFFERING: {
+      PipelineMessage buffering;
+      buffering.kind = PipelineMessage::Kind::kBuffering;
+      gst_message_parse_buffering(message, &buffering.percent);
+      relay.deliver(buffering);
+      break;
+    }
     default:
       break;
   }

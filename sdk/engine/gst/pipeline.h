@@ -20,7 +20,7 @@ namespace NimboEngine {
 
 // What became of a pipeline. The first error ends it: later ones are only logged.
 struct PipelineMessage {
-  enum class Kind { kError, kEndOfStream };
+  enum class Kind { kError, kEndOfStream, kBuffering };
 
   Kind kind = Kind::kError;
   std::string element;  // name of the element that failed
@@ -28,6 +28,7 @@ struct PipelineMessage {
   int code = 0;
   std::string text;
   std::string debug;  // the element's own details
+  int percent = 0;    // how full a buffer is; only what is built to buffer tells of it
 };
 
 class Pipeline {

@@ -1,5 +1,7 @@
 #include "gst/runtime.h"
 
+#include <fmt/format.h>
+
 #include <array>
 
 #include "gst/gst_ptr.h"
@@ -14,20 +16,34 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"audioconvert", "gstreamer1.0-plugins-base"},
     {"audioresample", "gstreamer1.0-plugins-base"},
     {"audiotestsrc", "gstreamer1.0-plugins-base"},
+    {"decodebin", "gstreamer1.0-plugins-base"},
     {"uridecodebin", "gstreamer1.0-plugins-base"},
     {"videoconvertscale", "gstreamer1.0-plugins-base"},
     {"videotestsrc", "gstreamer1.0-plugins-base"},
     {"timeoverlay", "gstreamer1.0-x"},
     {"aacparse", "gstreamer1.0-plugins-good"},
     {"deinterlace", "gstreamer1.0-plugins-good"},
+    {"flvdemux", "gstreamer1.0-plugins-good"},
     {"flvmux", "gstreamer1.0-plugins-good"},
     {"jpegdec", "gstreamer1.0-plugins-good"},
+    {"qtdemux", "gstreamer1.0-plugins-good"},
+    {"rtph264depay", "gstreamer1.0-plugins-good"},
+    {"rtpjitterbuffer", "gstreamer1.0-plugins-good"},
+    {"rtspsrc", "gstreamer1.0-plugins-good"},
+    {"souphttpsrc", "gstreamer1.0-plugins-good"},
     {"v4l2src", "gstreamer1.0-plugins-good"},
     {"videoflip", "gstreamer1.0-plugins-good"},
     {"h264parse", "gstreamer1.0-plugins-bad"},
+    {"hlsdemux", "gstreamer1.0-plugins-bad"},
     {"rtmp2sink", "gstreamer1.0-plugins-bad"},
+    {"rtmp2src", "gstreamer1.0-plugins-bad"},
+    {"srtsrc", "gstreamer1.0-plugins-bad"},
+    {"tsdemux", "gstreamer1.0-plugins-bad"},
     {"x264enc", "gstreamer1.0-plugins-ugly"},
+    {"avdec_aac", "gstreamer1.0-libav"},
+    {"avdec_h264", "gstreamer1.0-libav"},
     {"avenc_aac", "gstreamer1.0-libav"},
+    {"pulsesink", "gstreamer1.0-pulseaudio"},
     {"pulsesrc", "gstreamer1.0-pulseaudio"},
     {"pipewiresrc", "gstreamer1.0-pipewire"},
 });
@@ -57,6 +73,16 @@ std::span<const NeededElement> neededElements() {
 bool startGstreamer() {
   static const bool started = start();
   return started;
+}
+
+std::string missingElements() {
+  std::string text;
+  for (const auto& [factory, package] : kNeeded) {
+    if (haveElement(factory)) continue;
+    if (!text.empty()) text += ", ";
+    text += fmt::format("{} of the package {}", factory, package);
+  }
+  return text;
 }
 
 bool haveElement(const std::string& factory) {

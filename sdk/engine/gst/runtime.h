@@ -22,6 +22,10 @@ std::span<const NeededElement> neededElements();
 // False when GStreamer itself cannot start.
 bool startGstreamer();
 
+// The needed elements that are missing, each with its package; empty when all are there. GStreamer
+// must have been started.
+std::string missingElements();
+
 // Whether `factory` can be made. GStreamer must have been started.
 bool haveElement(const std::string& factory);
 

@@ -5,6 +5,13 @@
 namespace NimboEngine {
 
 bool FramePainter::paint(GstBuffer* frame, const GstVideoInfo& info, uint8_t* pixels, Size size) {
+  if (style_.isUpright()) return paintUpright(frame, info, pixels, size);
+  GstBuffer* turned = turner_.turn(frame, info, style_);
+  return turned && paintUpright(turned, turner_.info(), pixels, size);
+}
+
+bool FramePainter::paintUpright(GstBuffer* frame, const GstVideoInfo& info, uint8_t* pixels,
+                                Size size) {
   if (!prepare(info, size)) return false;
   const GstPtr<GstBuffer> canvas(gst_buffer_new_wrapped_full(GstMemoryFlags{}, pixels, target_.size,
                                                              0, target_.size, nullptr, nullptr));
@@ -28,7 +35,7 @@ bool FramePainter::prepare(const GstVideoInfo& info, Size size) {
                             static_cast<guint>(size.height));
   target_.fps_n = source_.fps_n;  // a converter refuses to change the rate
   target_.fps_d = source_.fps_d;
-  const auto [from, to] = layOut({source_.width, source_.height}, size, mode_);
+  const auto [from, to] = layOut({source_.width, source_.height}, size, style_.mode);
   // The converter takes the configuration.
   converter_.reset(gst_video_converter_new(
       &source_, &target_,

@@ -11,13 +11,14 @@
 #include <cstdint>
 #include <memory>
 
+#include "render/frame_turner.h"
 #include "render/view_layout.h"
 
 namespace NimboEngine {
 
 class FramePainter {
  public:
-  explicit FramePainter(ViewMode mode) : mode_(mode) {}
+  explicit FramePainter(const ViewStyle& style) : style_(style) {}
 
   // Paints `frame` on `pixels`: rows without gaps, each pixel blue, green, red, alpha. What the
   // picture does not cover becomes black.
@@ -28,9 +29,11 @@ class FramePainter {
     void operator()(GstVideoConverter* converter) const { gst_video_converter_free(converter); }
   };
 
+  bool paintUpright(GstBuffer* frame, const GstVideoInfo& info, uint8_t* pixels, Size size);
   bool prepare(const GstVideoInfo& info, Size size);
 
-  const ViewMode mode_;
+  const ViewStyle style_;
+  FrameTurner turner_;
   GstVideoInfo source_{};
   GstVideoInfo target_{};
   std::unique_ptr<GstVideoConverter, FreeConverter> converter_;

@@ -12,6 +12,15 @@ enum class ViewMode {
   kStretch,  // the view filled, the picture distorted where the shapes differ
 };
 
+// How a picture is shown. Turned first, then mirrored: left and right are those of the viewer.
+struct ViewStyle {
+  ViewMode mode = ViewMode::kFit;
+  bool mirror = false;
+  int quarterTurns = 0;  // clockwise, 0 to 3
+
+  bool isUpright() const { return !mirror && quarterTurns == 0; }
+};
+
 struct Size {
   int width = 0;
   int height = 0;

@@ -23,13 +23,13 @@ struct Frame {
 
 // Shared with the thread, which may be left behind by the view.
 struct X11View::State {
-  State(uint32_t windowId, ViewEvents viewEvents, ViewMode viewMode)
-      : window(windowId), mode(viewMode), events(std::move(viewEvents)) {
+  State(uint32_t windowId, ViewEvents viewEvents, const ViewStyle& viewStyle)
+      : window(windowId), style(viewStyle), events(std::move(viewEvents)) {
     listener.set(&events);
   }
 
   const uint32_t window;
-  const ViewMode mode;
+  const ViewStyle style;
   ViewEvents events;
   ListenerSlot<ViewEvents> listener;
 
@@ -45,7 +45,7 @@ struct X11View::State {
 
 void X11View::State::run() {
   XcbCanvas canvas(window);
-  FramePainter painter(mode);
+  FramePainter painter(style);
   bool drawn = false;
   while (const std::optional<Frame> frame = next()) {
     if (!canvas.refresh()) {
@@ -57,6 +57,9 @@ void X11View::State::run() {
     }
     if (!painter.paint(frame->buffer.get(), frame->info, canvas.pixels(), canvas.size())) continue;
     canvas.show();
+    listener.call([](ViewEvents& listening) {
+      if (listening.onDrawn) listening.onDrawn();
+    });
     if (!std::exchange(drawn, true)) {
       listener.call([](ViewEvents& listening) { listening.onFirstDrawn(); });
     }
@@ -77,8 +80,8 @@ void X11View::State::close() {
   changed.notify_all();
 }
 
-X11View::X11View(uint32_t window, ViewEvents events, ViewMode mode)
-    : state_(std::make_shared<State>(window, std::move(events), mode)),
+X11View::X11View(uint32_t window, ViewEvents events, const ViewStyle& style)
+    : state_(std::make_shared<State>(window, std::move(events), style)),
       thread_("view", [state = state_] { state->run(); }) {}
 
 X11View::~X11View() {

@@ -53,8 +53,16 @@ enum LumoLiveNetworkQuality : uint32_t {
   kLumoLiveNetworkQualityDown = 5,
 };
 
+// Carries the numbers of LumoLiveErrorCode, see LumoLiveResult.h.
 enum LumoLivePlayError : int32_t {
   kLumoLivePlayErrorNone = 0,
+};
+
+// What a player's getPlayMode answers.
+enum LumoLivePlayMode : int32_t {
+  kLumoLivePlayModeNone = 0,   // nothing plays
+  kLumoLivePlayModeLive = 1,   // shown as it arrives, with the least delay
+  kLumoLivePlayModeTimed = 2,  // shown by its time stamps: files and HLS
 };
 
 enum LumoLiveRenderMode : uint32_t {

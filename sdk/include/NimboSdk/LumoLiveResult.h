@@ -19,22 +19,28 @@ enum LumoLiveResult : int32_t {
   kLumoLiveNotFound = -2005,         // no device, file or directory of that name
 };
 
-// What onSDKError and onSystemError carry. Codes of one cause never change their number.
+// What onSDKError, onSystemError and a player's onError carry. Codes of one cause never change
+// their number.
 enum LumoLiveErrorCode : int32_t {
-  // Publishing (onSDKError)
+  // Publishing (onSDKError); the first three and a lost connection in playing too (onError)
   kLumoLiveErrorHostNotFound = -3001,     // the server's name does not resolve
   kLumoLiveErrorConnectRefused = -3002,   // nobody listens at that address
   kLumoLiveErrorConnectTimeout = -3003,   // the server does not answer
   kLumoLiveErrorPublishRejected = -3004,  // the server refuses the application or the stream
   kLumoLiveErrorStreamNameInUse = -3005,  // somebody already publishes under that name
-  kLumoLiveErrorConnectionLost = -3006,   // the connection broke while publishing
+  kLumoLiveErrorConnectionLost = -3006,   // the connection broke
   kLumoLiveErrorEncoderFailed = -3007,    // encoding stopped
   kLumoLiveErrorPublishDenied = -3008,    // the server's authorisation refuses the stream
   // Capturing (onSystemError)
   kLumoLiveErrorCameraFailed = -3101,      // the camera or its file cannot be read
   kLumoLiveErrorMicrophoneFailed = -3102,  // the microphone cannot be read
-  kLumoLiveErrorViewLost = -3103,          // the preview's window cannot be drawn into
+  kLumoLiveErrorViewLost = -3103,          // the window cannot be drawn into; a player goes on
   kLumoLiveErrorComponentMissing = -3104,  // a media component is not installed; msg names it
+  // Playing (onError)
+  kLumoLiveErrorStreamNotFound = -3201,   // no such file, or the server has no such stream now
+  kLumoLiveErrorPlayRejected = -3202,     // the server or the system refuses to hand it out
+  kLumoLiveErrorUndecodable = -3203,      // what comes cannot be decoded
+  kLumoLiveErrorServerUntrusted = -3204,  // the server's certificate is not trusted
 };
 
 }  // namespace LumoRtc

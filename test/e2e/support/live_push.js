@@ -11,6 +11,8 @@ const EVENTS = [
   ...['onConnectFail', 'onConnectionLost', 'onReconnectStart', 'onReconnectSucceed'],
   ...['onReconnectFail', 'onNetworkPoor', 'onNetworkRecovery', 'onPacketsLost'],
   ...['onSendDataTimeout', 'onPushURLAuthenticationOverdue', 'onSendMessage'],
+  ...['onPlayStarted', 'onPlayStopped', 'onFirstRemoteVideoFrameDrawn', 'onPlayError'],
+  ...['onNetworkQualityChange', 'onPlayerStatistics'],
 ];
 
 const TEST_SOURCES = { camera: 'test', microphone: 'test' };

@@ -70,9 +70,5 @@ TEST(LiveBase, TellsVersionAndModes) {
   EXPECT_FALSE(LumoLiveBase::isSupportLiveMode(static_cast<LumoLiveMode>(0xffffffffU)));
 }
 
-TEST(LivePlayer, CannotBeHad) {
-  EXPECT_EQ(LumoLivePlayer::Create(""), nullptr);
-}
-
 }  // namespace
 }  // namespace LumoRtc

@@ -121,7 +121,7 @@ TEST_F(X11ViewTest, CropAndStretchFillTheWindow) {
   const XServer server;
   for (const ViewMode mode : {ViewMode::kCrop, ViewMode::kStretch}) {
     const XWindow window({400, 400});
-    X11View view(window.id(), events(), mode);
+    X11View view(window.id(), events(), {.mode = mode});
     EXPECT_TRUE(showUntil(view, window, 0.02, 0.02, kRed));
     EXPECT_TRUE(isNear(window.at(0.98, 0.98), kBlue));
   }
@@ -211,7 +211,7 @@ TEST(FramePainter, KeepsToItsPixelsAtOddSizes) {
   ASSERT_TRUE(startGstreamer());
   FramePool pool({33, 19, 30});
   const GstPtr<GstBuffer> frame = redAndBlue(pool);
-  FramePainter painter(ViewMode::kFit);
+  FramePainter painter({.mode = ViewMode::kFit});
   for (const Size size : {Size{1, 1}, Size{7, 3}, Size{31, 77}, Size{101, 11}}) {
     const size_t bytes = 4UL * static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
     std::vector<uint8_t> pixels(bytes + 4, 0x5a);

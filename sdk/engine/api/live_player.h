@@ -1,0 +1,53 @@
+// A player as the interface shows it: each operation checks its arguments and whether now is the
+// time for it, hands the work to the players' engine thread and answers at once.
+//
+// Thread: operations on one thread at a time, never from a listener's callback.
+// Ownership: an application gives it back with destroy(), which detaches the listeners and leaves
+//   the rest to the engine thread; no callback follows.
+// Failure: operations answer a LumoLiveResult; what fails later arrives as an event.
+
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include "NimboSdk/LumoLivePlayer.h"
+#include "NimboSdk/LumoLiveResult.h"
+#include "api/player_session.h"
+#include "api/settings.h"
+
+namespace NimboEngine {
+
+class LivePlayer final : public LumoRtc::LumoLivePlayer {
+ public:
+  explicit LivePlayer(const Settings& settings);
+  ~LivePlayer();
+  LivePlayer(const LivePlayer&) = delete;
+  LivePlayer& operator=(const LivePlayer&) = delete;
+
+  // `isFullScreen` makes no difference here: a view fills the window that it is given.
+  int initPlayer(LumoRtc::LumoLivePlayerConfig config) override;
+  int setPlayView(void* view, uint32_t width, uint32_t height) override;
+  int startPlay(const char* url) override;
+  int stopPlay() override;
+  void destroy() override;
+  int setRemoteAudioVolume(unsigned int volume) override;
+  void setPlayInfoListener(LumoRtc::LumoLivePlayInfoListener* listener) override;
+  void setVideoFrameListener(LumoRtc::LumoLiveVideoFrameListener* listener) override;
+  int getPlayMode() override;
+
+ private:
+  using SessionTask = std::function<void(PlayerSession&)>;
+
+  LumoRtc::LumoLiveResult post(SessionTask task);
+
+  uint32_t lastPlay_ = 0;
+  // The playback that is wanted; the engine clears it when it is over.
+  const std::shared_ptr<std::atomic<uint32_t>> play_;
+  const std::shared_ptr<PlayerListeners> listeners_;
+  // Used on the engine thread, where it ends too, after all tasks that were posted before.
+  std::shared_ptr<PlayerSession> session_;
+};
+
+}  // namespace NimboEngine

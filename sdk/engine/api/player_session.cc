@@ -1,0 +1,173 @@
+#include "api/player_session.h"
+
+#include <glib.h>
+
+#include <utility>
+
+#include "gst/runtime.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+PlayerSession::PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListeners> listeners,
+                             std::function<void(uint32_t)> onPlayOver)
+    : engine_(engine),
+      listeners_(std::move(listeners)),
+      onPlayOver_(std::move(onPlayOver)),
+      firstDrawn_(lifeline_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
+      firstSound_(lifeline_.bind([this] { openOutput(); })) {}
+
+PlayerSession::~PlayerSession() {
+  playback_.reset();
+  closeView();
+}
+
+// ---------------------------------------------------------------------------------------- view
+
+void PlayerSession::configure(const ViewStyle& style) {
+  style_ = style;
+  if (view_) openView();
+}
+
+void PlayerSession::setWindow(std::optional<uint32_t> window) {
+  window_ = window;
+  if (playback_) openView();
+}
+
+void PlayerSession::openView() {
+  closeView();
+  if (!window_) return;
+  waitsForView_ = true;
+  auto lost = lifeline_.bind(
+      [this](const std::string& message) { listeners_->error(kLumoLiveErrorViewLost, message); });
+  view_ = std::make_unique<X11View>(
+      *window_,
+      ViewEvents{.onFirstDrawn = [this] { tellFirstDrawn(); },
+                 .onLost =
+                     [this, lost](const std::string& message) {
+                       waitsForView_ = false;  // the next picture counts as shown
+                       engine_.post([lost, message]() mutable { lost(message); });
+                     },
+                 .onDrawn = [this] { ++shown_; }},
+      style_);
+  consumers_.add(view_.get());
+}
+
+void PlayerSession::closeView() {
+  if (view_) consumers_.remove(view_.get());
+  view_.reset();
+  waitsForView_ = false;
+}
+
+// Called on the thread that showed it.
+void PlayerSession::tellFirstDrawn() {
+  if (toldFirstDrawn_.load(std::memory_order_relaxed) || toldFirstDrawn_.exchange(true)) return;
+  engine_.post([tell = firstDrawn_, number = playNumber_.load()] { tell(number); });
+}
+
+// By then another playback may have begun.
+void PlayerSession::onFirstDrawn(uint32_t playNumber) {
+  if (!playback_ || playNumber != playNumber_) return;
+  listeners_->info(&LumoLivePlayInfoListener::onFirstVideoFrameDrawn);
+}
+
+// ------------------------------------------------------------------------------------ playback
+
+void PlayerSession::startPlay(PlayRequest request) {
+  if (playback_) {
+    nextPlay_ = std::move(request);
+  } else {
+    begin(request);
+  }
+}
+
+void PlayerSession::begin(const PlayRequest& request) {
+  playNumber_ = request.number;
+  toldFirstDrawn_ = false;
+  toldFirstSound_ = false;
+  output_ = std::make_unique<SoundOutput>();
+  openView();
+  playback_ = std::make_unique<Playback>(engine_, request.url, handlers(), events(request.url));
+}
+
+PlayOutlets::Handlers PlayerSession::handlers() {
+  return {
+      .onPicture = [this](GstBuffer* buffer, const GstVideoInfo& info) { onPicture(buffer, info); },
+      .onSound = [this](int16_t* samples, std::size_t count) { onSound(samples, count); }};
+}
+
+Playback::Events PlayerSession::events(const PlayUrl& url) {
+  // The texts live as long as the process: receivers may keep the pointers.
+  const char* stream = g_intern_string(url.stream.c_str());
+  const char* channel = g_intern_string(url.channel.c_str());
+  return {.onStarted =
+              [this] {
+                mode_ = playback_->isLive() ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed;
+                listeners_->info(&LumoLivePlayInfoListener::onPlayStarted);
+              },
+          .onOver = [this](const PlayOutcome& outcome) { onOver(outcome); },
+          .onQuality = [this](LumoLiveNetworkQuality quality) { listeners_->quality(quality); },
+          .onStatistics =
+              [this, stream, channel](LumoLivePlayerStatsInfo statistics) {
+                statistics.userId = stream;
+                statistics.channelId = channel;
+                listeners_->statistics(statistics);
+              },
+          .shown = [this] { return shown_.load(); }};
+}
+
+// On the playback's thread.
+void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
+  listeners_->picture(buffer, info);
+  consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(buffer, info, 0); });
+  if (waitsForView_) return;
+  ++shown_;
+  tellFirstDrawn();
+}
+
+// On the playback's thread.
+void PlayerSession::onSound(int16_t* samples, std::size_t count) {
+  gain_.apply(samples, count);
+  output_->push(samples, count);
+  if (!toldFirstSound_.load(std::memory_order_relaxed) && !toldFirstSound_.exchange(true)) {
+    engine_.post(firstSound_);
+  }
+}
+
+// A stream without sound needs no output.
+void PlayerSession::openOutput() {
+  if (playback_) output_->open();
+}
+
+void PlayerSession::stopPlay() {
+  if (nextPlay_) {  // it has not begun yet
+    nextPlay_.reset();
+    listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
+  } else if (playback_) {
+    playback_->stop();
+  } else {  // it ended by itself just before: the stop is answered all the same
+    listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
+  }
+}
+
+void PlayerSession::onOver(const PlayOutcome& outcome) {
+  // Destroyed later, since it is what called.
+  engine_.post([ended = std::shared_ptr<Playback>(std::move(playback_))] {});
+  closeView();
+  output_.reset();
+  mode_ = kLumoLivePlayModeNone;
+  if (outcome.kind != PlayOutcome::Kind::kStopped) onPlayOver_(playNumber_);
+  if (outcome.kind == PlayOutcome::Kind::kFailed) {
+    listeners_->error(outcome.code, outcome.message);
+  } else {
+    listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
+  }
+  if (!nextPlay_) return;
+  const PlayRequest next = std::move(*nextPlay_);
+  nextPlay_.reset();
+  begin(next);
+}
+
+}  // namespace NimboEngine

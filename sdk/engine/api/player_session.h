@@ -1,0 +1,97 @@
+// What a player does, once its calls have been checked: plays, shows, sounds, and tells of it.
+//
+// Thread: everything on the engine thread, destruction too; mode() from any.
+// Ownership: owns playback and view; the engine thread is given and outlives it, the listeners are
+//   shared. Destruction ends all at once, without events.
+// Failure: arrives as events.
+
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "api/player_listeners.h"
+#include "base/engine_thread.h"
+#include "base/lifeline.h"
+#include "capture/consumer_list.h"
+#include "play/playback.h"
+#include "play/sound_gain.h"
+#include "play/sound_output.h"
+#include "render/x11_view.h"
+
+namespace NimboEngine {
+
+// A playback that was asked for. `number` tells it from those before and after.
+struct PlayRequest {
+  uint32_t number = 0;
+  PlayUrl url;
+};
+
+class PlayerSession {
+ public:
+  // `onPlayOver(number)` comes before the events of a playback that ended without having been
+  // stopped.
+  PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListeners> listeners,
+                std::function<void(uint32_t)> onPlayOver);
+  ~PlayerSession();
+  PlayerSession(const PlayerSession&) = delete;
+  PlayerSession& operator=(const PlayerSession&) = delete;
+
+  void configure(const ViewStyle& style);
+  // `window` is an X11 window's identifier.
+  void setWindow(std::optional<uint32_t> window);
+
+  // A playback that is asked for while its predecessor is still stopping begins when that is over.
+  void startPlay(PlayRequest request);
+  void stopPlay();
+
+  void setVolume(unsigned int percent) { gain_.set(percent); }
+
+  LumoRtc::LumoLivePlayMode mode() const { return mode_; }
+
+  // See SoundGain::takePeak.
+  int takeSoundPeak() { return gain_.takePeak(); }
+
+ private:
+  void begin(const PlayRequest& request);
+  PlayOutlets::Handlers handlers();
+  Playback::Events events(const PlayUrl& url);
+  void onSound(int16_t* samples, std::size_t count);
+  void onPicture(GstBuffer* buffer, const GstVideoInfo& info);
+  void onOver(const PlayOutcome& outcome);
+  void openView();
+  void closeView();
+  void tellFirstDrawn();
+  void onFirstDrawn(uint32_t playNumber);
+  void openOutput();
+
+  EngineThread& engine_;
+  const std::shared_ptr<PlayerListeners> listeners_;
+  const std::function<void(uint32_t)> onPlayOver_;
+  const Lifeline lifeline_;
+  // Bound to this object's life.
+  const std::function<void(uint32_t)> firstDrawn_;
+  const EngineThread::Task firstSound_;
+
+  ViewStyle style_;
+  std::optional<uint32_t> window_;
+  std::atomic<uint32_t> playNumber_{0};
+  std::optional<PlayRequest> nextPlay_;
+
+  SoundGain gain_;
+  std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
+  std::atomic<uint64_t> shown_{0};
+  std::atomic<bool> waitsForView_{false};
+  std::atomic<bool> toldFirstDrawn_{true};
+  std::atomic<bool> toldFirstSound_{true};
+  ConsumerList consumers_;
+
+  std::unique_ptr<SoundOutput> output_;
+  std::unique_ptr<Playback> playback_;  // ends before what it uses
+  std::unique_ptr<X11View> view_;       // null without a window
+};
+
+}  // namespace NimboEngine

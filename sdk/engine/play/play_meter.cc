@@ -1,0 +1,70 @@
+#include "play/play_meter.h"
+
+#include <algorithm>
+
+namespace NimboEngine {
+namespace {
+
+// Rounded, since a second holds 29 or 31 of 30 pictures as chance has it.
+int32_t perSecond(uint64_t before, uint64_t after, std::chrono::milliseconds time) {
+  const auto count = static_cast<int64_t>(after - before);
+  const int64_t length = std::max<int64_t>(time.count(), 1);
+  return static_cast<int32_t>((count * 1000 + length / 2) / length);
+}
+
+}  // namespace
+
+void PlayMeter::addEncoded(Media media, std::size_t bytes, Time now,
+                           std::chrono::nanoseconds timestamp) {
+  std::lock_guard lock(mutex_);
+  const bool video = media == Media::kVideo;
+  (video ? counts_.videoBytes : counts_.audioBytes) += bytes;
+  (video ? videoDelay_ : audioDelay_).add(now, timestamp);
+}
+
+void PlayMeter::addPicture(int width, int height) {
+  std::lock_guard lock(mutex_);
+  ++counts_.pictures;
+  counts_.width = width;
+  counts_.height = height;
+}
+
+void PlayMeter::addSound() {
+  std::lock_guard lock(mutex_);
+  ++counts_.sounds;
+}
+
+void PlayMeter::setPackets(const StreamPackets& packets) {
+  std::lock_guard lock(mutex_);
+  counts_.packets = packets;
+}
+
+PlayCounts PlayMeter::counts() const {
+  std::lock_guard lock(mutex_);
+  return counts_;
+}
+
+std::chrono::milliseconds PlayMeter::takeWorstDelay(Time now) {
+  std::lock_guard lock(mutex_);
+  const auto audio = audioDelay_.takeWorst(now);
+  const auto video = videoDelay_.takeWorst(now);
+  return counts_.videoBytes > 0 ? video : audio;
+}
+
+LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,
+                                                   const PlayCounts& after,
+                                                   std::chrono::milliseconds time) {
+  constexpr int kBytesToKbit = 125;
+  LumoRtc::LumoLivePlayerStatsInfo stats;
+  stats.videoWidth = after.width;
+  stats.videoHeight = after.height;
+  stats.decodeFps = perSecond(before.pictures, after.pictures, time);
+  stats.renderFps = perSecond(before.shown, after.shown, time);
+  stats.videoBitrate = perSecond(before.videoBytes, after.videoBytes, time) / kBytesToKbit;
+  stats.audioBitrate = perSecond(before.audioBytes, after.audioBytes, time) / kBytesToKbit;
+  stats.lossRate = lossBetween(before.packets.all, after.packets.all);
+  stats.audioLossRate = lossBetween(before.packets.audio, after.packets.audio);
+  return stats;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,217 @@
+#include "play/play_runner.h"
+
+#include <fmt/format.h>
+#include <pthread.h>
+
+#include <condition_variable>
+#include <cstdlib>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include "base/listener_slot.h"
+#include "base/never_destroyed.h"
+#include "gst/runtime.h"
+#include "log/log.h"
+#include "play/network_cause.h"
+#include "play/play_error.h"
+#include "play/play_graph.h"
+
+namespace NimboEngine {
+namespace {
+
+using Kind = PipelineMessage::Kind;
+
+// How often the source is asked for what it does not tell by itself.
+constexpr std::chrono::milliseconds kPollInterval{250};
+
+// The RTMP element does not tell when the server has said its first word: only then does it count
+// received bytes.
+bool hasRtmpServerAnswered(Pipeline& pipeline) {
+  GstStructure* stats = nullptr;
+  g_object_get(pipeline.element("source").get(), "stats", &stats, nullptr);
+  const GstPtr<GstStructure> owned(stats);
+  guint64 received = 0;
+  return owned && gst_structure_get_uint64(owned.get(), "in-bytes-total", &received) &&
+         received > 0;
+}
+
+}  // namespace
+
+// Shared with the thread and the pipeline's messages, which may outlive the runner.
+struct PlayRunner::State : std::enable_shared_from_this<State> {
+  State(PlayUrl playUrl, std::shared_ptr<PlayOutlets> playOutlets, OverCallback callback)
+      : url(std::move(playUrl)), outlets(std::move(playOutlets)), onOver(std::move(callback)) {
+    listener.set(&onOver);
+  }
+
+  const PlayUrl url;
+  const std::shared_ptr<PlayOutlets> outlets;
+  OverCallback onOver;
+  ListenerSlot<OverCallback> listener;
+
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<PipelineMessage> messages;
+  bool stopping = false;
+
+  void run();
+  void requestStop();
+  PlayOutcome work();
+  PlayOutcome follow(Pipeline& pipeline);
+  PlayOutcome failure(const PipelineMessage& error);
+  std::optional<PipelineMessage> next(Pipeline& pipeline);
+  bool mustPoll() const;
+  void poll(Pipeline& pipeline);
+};
+
+// All that run. A process that ends while it plays stops playing first: a GStreamer plug-in that is
+// loaded after the libraries' own destructors have run aborts it.
+struct PlayRunner::Running {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::set<State*> states;
+
+  static Running& instance() {
+    static NeverDestroyed<Running> running;
+    [[maybe_unused]] static const int registered = std::atexit([] { running->stopAll(); });
+    return *running;
+  }
+
+  void add(State* state) {
+    std::lock_guard lock(mutex);
+    states.insert(state);
+  }
+
+  void remove(State* state) {
+    std::lock_guard lock(mutex);
+    states.erase(state);
+    changed.notify_all();
+  }
+
+  // What hangs in the network is left behind.
+  void stopAll() {
+    constexpr std::chrono::milliseconds kPatience{500};
+    std::unique_lock lock(mutex);
+    for (State* state : states) state->requestStop();
+    changed.wait_for(lock, kPatience, [this] { return states.empty(); });
+  }
+};
+
+void PlayRunner::State::run() {
+  const PlayOutcome outcome = work();
+  listener.call([&](OverCallback& callback) { callback(outcome); });
+  Running::instance().remove(this);
+}
+
+void PlayRunner::State::requestStop() {
+  std::lock_guard lock(mutex);
+  stopping = true;
+  changed.notify_all();
+}
+
+PlayOutcome PlayRunner::State::work() {
+  auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
+    std::lock_guard lock(self->mutex);
+    self->messages.push_back(message);
+    self->changed.notify_all();
+  };
+  const std::unique_ptr<Pipeline> pipeline = buildPlayGraph(url, outlets, onMessage);
+  if (!pipeline) {
+    return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
+            fmt::format("missing: {}", missingElements())};
+  }
+  return follow(*pipeline);
+}
+
+PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
+  pipeline.play();  // the reason of a failure is a message
+  while (const auto message = next(pipeline)) {
+    switch (message->kind) {
+      case Kind::kError:
+        return failure(*message);
+      case Kind::kEndOfStream:
+        return {.kind = PlayOutcome::Kind::kEnded, .message = {}};
+      case Kind::kBuffering:
+        gst_element_set_state(pipeline.get(),
+                              message->percent < 100 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
+        break;
+    }
+  }
+  return {};
+}
+
+PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
+  const bool playing = outlets->meter.counts().decoded() > 0;
+  const auto code = classifyPlayError(error, playing);
+  if (code == LumoRtc::kLumoLiveErrorUndecodable) {
+    if (const std::string missing = missingElements(); !missing.empty()) {
+      NIMBO_LOG_WARN("player: a missing element may be the reason: {}", missing);
+    }
+  }
+  // Some elements keep the cause to themselves.
+  if (code == LumoRtc::kLumoLiveErrorPlayRejected) {
+    if (const auto cause = findNetworkCause(url)) {
+      return {PlayOutcome::Kind::kFailed, cause->code, cause->message};
+    }
+  }
+  return {PlayOutcome::Kind::kFailed, code, error.text};
+}
+
+// The next message; none when asked to stop.
+std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
+  std::unique_lock lock(mutex);
+  const auto woken = [this] { return stopping || !messages.empty(); };
+  while (mustPoll() && !changed.wait_for(lock, kPollInterval, woken)) {
+    lock.unlock();
+    poll(pipeline);
+    lock.lock();
+  }
+  changed.wait(lock, woken);
+  if (stopping) return std::nullopt;
+  PipelineMessage message = std::move(messages.front());
+  messages.pop_front();
+  return message;
+}
+
+bool PlayRunner::State::mustPoll() const {
+  switch (url.protocol) {
+    case PlayProtocol::kRtmp:
+      return !outlets->answered;
+    case PlayProtocol::kRtsp:
+    case PlayProtocol::kSrt:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void PlayRunner::State::poll(Pipeline& pipeline) {
+  if (url.protocol == PlayProtocol::kRtmp) {
+    outlets->answered = hasRtmpServerAnswered(pipeline);
+  } else {
+    outlets->meter.setPackets(countPackets(pipeline, url.protocol));
+  }
+}
+
+PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver)
+    : state_(std::make_shared<State>(std::move(url), std::move(outlets), std::move(onOver))) {
+  Running::instance().add(state_.get());
+  std::thread thread([state = state_] { state->run(); });
+  pthread_setname_np(thread.native_handle(), "nimbo-player");
+  thread.detach();  // nobody waits for it: it may hang in the network
+}
+
+PlayRunner::~PlayRunner() {
+  state_->listener.set(nullptr);
+  requestStop();
+}
+
+void PlayRunner::requestStop() {
+  state_->requestStop();
+}
+
+}  // namespace NimboEngine

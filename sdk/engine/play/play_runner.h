@@ -1,0 +1,50 @@
+// Runs one attempt to play on a thread of its own, from building the pipeline to taking it down:
+// either may hang in the network.
+//
+// Thread: any. `onOver` is called once on the runner's thread, when the pipeline is down; not any
+//   more once destruction has begun to return.
+// Ownership: shares the outlets with the pipeline. Destruction waits for nothing: what hangs is
+// left
+//   to its thread, which frees everything should it ever come back.
+// Failure: arrives as the outcome.
+
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "NimboSdk/LumoLiveResult.h"
+#include "play/play_outlets.h"
+#include "play/play_url.h"
+
+namespace NimboEngine {
+
+struct PlayOutcome {
+  enum class Kind { kStopped, kEnded, kFailed };
+
+  Kind kind = Kind::kStopped;
+  LumoRtc::LumoLiveErrorCode code{};  // of a failure
+  std::string message;
+};
+
+class PlayRunner {
+ public:
+  using OverCallback = std::function<void(const PlayOutcome&)>;
+
+  PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver);
+  ~PlayRunner();
+  PlayRunner(const PlayRunner&) = delete;
+  PlayRunner& operator=(const PlayRunner&) = delete;
+
+  // Begins to take the pipeline down.
+  void requestStop();
+
+ private:
+  struct State;
+  struct Running;
+
+  const std::shared_ptr<State> state_;
+};
+
+}  // namespace NimboEngine

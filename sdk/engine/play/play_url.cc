@@ -1,0 +1,110 @@
+#include "play/play_url.h"
+
+#include <fmt/format.h>
+#include <glib.h>
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <string_view>
+
+#include "gst/gst_ptr.h"
+
+namespace NimboEngine {
+namespace {
+
+struct UriRelease {
+  void operator()(GUri* uri) const { g_uri_unref(uri); }
+};
+
+struct Scheme {
+  const char* name;
+  PlayProtocol protocol;
+  int port;  // 0: must be given
+};
+
+constexpr Scheme kSchemes[] = {
+    {"rtmp", PlayProtocol::kRtmp, 1935}, {"rtmps", PlayProtocol::kRtmp, 443},
+    {"http", PlayProtocol::kHttp, 80},   {"https", PlayProtocol::kHttp, 443},
+    {"rtsp", PlayProtocol::kRtsp, 554},  {"srt", PlayProtocol::kSrt, 0},
+    {"file", PlayProtocol::kFile, 0},
+};
+
+void setPath(PlayUrl& url, const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  url.stream = slash == std::string::npos ? path : path.substr(slash + 1);
+  url.channel = slash == std::string::npos ? "" : path.substr(0, slash);
+  if (url.channel.starts_with('/') && url.protocol != PlayProtocol::kFile) url.channel.erase(0, 1);
+}
+
+PlayUrl fileAt(const std::string& path) {
+  PlayUrl url;
+  url.text = path;
+  setPath(url, path);
+  return url;
+}
+
+std::optional<PlayUrl> parseFileUri(const char* text, std::string& problem) {
+  GError* failure = nullptr;
+  gchar* host = nullptr;
+  const GstPtr<gchar> path(g_filename_from_uri(text, &host, &failure));
+  const GstPtr<gchar> ownedHost(host);
+  if (!path) {
+    problem = GstPtr<GError>(failure)->message;
+  } else if (host && std::string_view(host) != "localhost") {
+    problem = fmt::format("the file is on another computer, {}", host);
+  } else {
+    return fileAt(path.get());
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::string PlayUrl::forLog() const {
+  if (protocol == PlayProtocol::kFile) return text;
+  return fmt::format("{}:{}/{}/…", host, port, channel);
+}
+
+std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem) {
+  if (!text || !*text) {
+    problem = "the URL is empty";
+    return std::nullopt;
+  }
+  if (*text == '/') return fileAt(text);
+  GError* failure = nullptr;
+  // ENCODED: parts keep their percent signs, so that nothing is refused for an odd stream name.
+  const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
+      text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), &failure));
+  if (!uri) {
+    problem = GstPtr<GError>(failure)->message;
+    return std::nullopt;
+  }
+  const std::string name = g_uri_get_scheme(uri.get());
+  const auto* scheme = std::find_if(std::begin(kSchemes), std::end(kSchemes),
+                                    [&](const Scheme& known) { return name == known.name; });
+  if (scheme == std::end(kSchemes)) {
+    problem = fmt::format("the scheme is {}, not one that can be played", name);
+    return std::nullopt;
+  }
+  if (scheme->protocol == PlayProtocol::kFile) return parseFileUri(text, problem);
+  PlayUrl url;
+  url.text = text;
+  url.protocol = scheme->protocol;
+  if (const char* host = g_uri_get_host(uri.get())) url.host = host;
+  url.port = std::max(g_uri_get_port(uri.get()), 0);
+  if (url.port == 0) url.port = scheme->port;
+  setPath(url, g_uri_get_path(uri.get()));
+  if (url.host.empty()) {
+    problem = "the host is missing";
+  } else if (url.port == 0) {
+    problem = "the port is missing";
+  } else if (url.protocol == PlayProtocol::kRtmp && (url.channel.empty() || url.stream.empty())) {
+    problem = "the application or the stream is missing: rtmp://host/application/stream";
+  } else {
+    return url;
+  }
+  return std::nullopt;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,30 @@
+// What to play: the check that an address makes sense before anything is started.
+//
+// Thread: any.
+
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace NimboEngine {
+
+enum class PlayProtocol { kRtmp, kHttp, kRtsp, kSrt, kFile };
+
+struct PlayUrl {
+  std::string text;  // as given; for a file its path
+  PlayProtocol protocol = PlayProtocol::kFile;
+  std::string host;  // empty for a file
+  int port = 0;
+  std::string channel;  // the path up to its last slash
+  std::string stream;   // the rest of the path, without parameters
+
+  // For log lines: the stream's name and its parameters, which are often secret, are left out.
+  std::string forLog() const;
+};
+
+// Accepts rtmp, rtmps, http, https, rtsp, srt and file URLs, and absolute paths of files. Without a
+// value, `problem` says what is wrong.
+std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem);
+
+}  // namespace NimboEngine

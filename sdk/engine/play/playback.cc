@@ -1,0 +1,187 @@
+#include "play/playback.h"
+
+#include <utility>
+
+#include "log/log.h"
+
+namespace NimboEngine {
+namespace {
+
+using namespace LumoRtc;
+using namespace std::chrono_literals;
+
+constexpr auto kTick = 250ms;
+constexpr auto kSecond = 1s;
+// Taking a pipeline down took 130 ms at most, unless it hung.
+constexpr auto kStopPatience = 400ms;
+// How long a stream that plays may stand still. A server may be silent for a while between two
+// segments.
+constexpr auto kLiveSilence = 5s;
+constexpr auto kSegmentSilence = 10s;
+
+std::optional<std::chrono::seconds> silenceOf(const PlayUrl& url) {
+  switch (url.protocol) {
+    case PlayProtocol::kFile:
+      return std::nullopt;
+    case PlayProtocol::kHttp:
+      return kSegmentSilence;
+    default:
+      return kLiveSilence;
+  }
+}
+
+const char* textOf(LumoLiveErrorCode code) {
+  switch (code) {
+    case kLumoLiveErrorStreamNotFound:
+      return "the server has no such stream now";
+    case kLumoLiveErrorConnectTimeout:
+      return "the server does not answer";
+    case kLumoLiveErrorUndecodable:
+      return "nothing that comes can be decoded";
+    default:
+      return "nothing comes any more";
+  }
+}
+
+}  // namespace
+
+Playback::Playback(EngineThread& engine, PlayUrl url, PlayOutlets::Handlers handlers, Events events)
+    : engine_(engine),
+      url_(std::move(url)),
+      handlers_(std::move(handlers)),
+      events_(std::move(events)),
+      lastReport_(Clock::now()) {
+  NIMBO_LOG_INFO("playing {}", url_.forLog());
+  open();
+  tick();
+}
+
+Playback::~Playback() {
+  close();
+}
+
+void Playback::open() {
+  if (stopping_) return;
+  outlets_ = std::make_shared<PlayOutlets>(watchedHandlers());
+  watch_.emplace(Clock::now(), silenceOf(url_));
+  lastCounts_ = {};
+  lastCounts_.shown = events_.shown();
+  auto over = lifeline_.bind([this](const PlayOutcome& outcome) { onAttemptOver(outcome); });
+  runner_ = std::make_unique<PlayRunner>(url_, outlets_, [this, over](const PlayOutcome& outcome) {
+    engine_.post([over, outcome]() mutable { over(outcome); });
+  });
+}
+
+PlayOutlets::Handlers Playback::watchedHandlers() {
+  auto first = lifeline_.bind([this] { onFirstOutput(); });
+  auto told = std::make_shared<std::atomic<bool>>(false);
+  const auto tell = [this, first, told] {
+    if (!told->load(std::memory_order_relaxed) && !told->exchange(true)) engine_.post(first);
+  };
+  return {.onPicture =
+              [this, tell](GstBuffer* buffer, const GstVideoInfo& info) {
+                tell();
+                handlers_.onPicture(buffer, info);
+              },
+          .onSound =
+              [this, tell](int16_t* samples, std::size_t count) {
+                tell();
+                handlers_.onSound(samples, count);
+              }};
+}
+
+void Playback::close() {
+  if (outlets_) outlets_->close();
+  runner_.reset();
+}
+
+void Playback::onFirstOutput() {
+  retry_.recovered();
+  if (stopping_ || std::exchange(started_, true)) return;
+  live_ = outlets_->mode == kLumoLivePlayModeLive;
+  lastReport_ = Clock::now();
+  lastCounts_ = outlets_->meter.counts();
+  lastCounts_.shown = events_.shown();
+  events_.onStarted();
+}
+
+void Playback::stop() {
+  stopping_ = true;
+  outlets_->close();
+  if (runner_) runner_->requestStop();
+  const auto patience = runner_ ? EngineThread::Clock::duration(kStopPatience)
+                                : EngineThread::Clock::duration::zero();
+  engine_.postAfter(patience, lifeline_.bind([this] { over({}); }));
+}
+
+void Playback::onAttemptOver(const PlayOutcome& outcome) {
+  if (stopping_) return over({});
+  const bool live = started_ ? live_ : outlets_->mode == kLumoLivePlayModeLive;
+  if (outcome.kind == PlayOutcome::Kind::kFailed) {
+    onAttemptFailed(outcome.code, outcome.message);
+  } else if (live) {
+    onAttemptFailed(started_ ? kLumoLiveErrorConnectionLost : kLumoLiveErrorStreamNotFound,
+                    "the stream has ended");
+  } else {
+    over(outcome);
+  }
+}
+
+void Playback::onAttemptFailed(LumoLiveErrorCode code, const std::string& message) {
+  close();
+  if (started_ && live_ && code != kLumoLiveErrorUndecodable) {
+    if (const auto pause = retry_.nextPause(Clock::now())) {
+      NIMBO_LOG_WARN("player: lost {} ({}); trying again", url_.forLog(), message);
+      engine_.postAfter(*pause, lifeline_.bind([this] { open(); }));
+      return;
+    }
+    code = kLumoLiveErrorConnectionLost;  // whatever the last attempt failed for
+  }
+  over({PlayOutcome::Kind::kFailed, code, message});
+}
+
+void Playback::over(const PlayOutcome& outcome) {
+  if (std::exchange(over_, true)) return;
+  close();
+  events_.onOver(outcome);
+}
+
+void Playback::tick() {
+  if (stopping_ || over_) return;
+  const auto now = Clock::now();
+  if (runner_) {
+    const auto wrong = watch_->check(now, outlets_->meter.counts(), outlets_->answered);
+    if (wrong) onAttemptFailed(*wrong, textOf(*wrong));
+  }
+  if (over_) return;
+  if (started_ && now - lastReport_ >= kSecond) reportSecond(now);
+  engine_.postAfter(kTick, lifeline_.bind([this] { tick(); }));
+}
+
+void Playback::reportSecond(Clock::time_point now) {
+  PlayCounts counts = outlets_->meter.counts();
+  counts.shown = events_.shown();
+  const auto length = std::chrono::duration_cast<std::chrono::milliseconds>(now - lastReport_);
+  NetworkRating::Second second = lastSecond(now, counts);
+  const LumoLivePlayerStatsInfo stats = statisticsBetween(lastCounts_, counts, length);
+  second.lossPercent = stats.lossRate;
+  lastReport_ = now;
+  lastCounts_ = counts;
+  if (url_.protocol != PlayProtocol::kFile) {
+    if (const auto quality = rating_.judge(second)) events_.onQuality(*quality);
+  }
+  events_.onStatistics(stats);
+}
+
+NetworkRating::Second Playback::lastSecond(Clock::time_point now, const PlayCounts& counts) {
+  NetworkRating::Second second;
+  second.connected = !retry_.isLost();
+  if (live_) {
+    second.delay = outlets_->meter.takeWorstDelay(now);
+  } else if (counts.decoded() == lastCounts_.decoded()) {
+    second.delay = kSecond;  // it waits for data
+  }
+  return second;
+}
+
+}  // namespace NimboEngine

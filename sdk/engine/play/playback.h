@@ -1,0 +1,86 @@
+// One playback, from the request to its end: attempts to play (see PlayRunner), the watch over
+// them, new attempts when a live stream is lost, and the figures of every second.
+//
+// Thread: created, stopped and destroyed on the engine thread, where the events are raised too; the
+//   handlers of pictures and sound are called on GStreamer's threads.
+// Ownership: owns the attempt that runs. Destruction ends all without an event and without waiting
+//   for the network; after it no handler runs.
+// Failure: onOver, after which only destruction is left. It must not happen inside an event.
+
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/engine_thread.h"
+#include "base/lifeline.h"
+#include "play/network_rating.h"
+#include "play/play_outlets.h"
+#include "play/play_runner.h"
+#include "play/play_url.h"
+#include "play/play_watch.h"
+#include "play/retry_plan.h"
+
+namespace NimboEngine {
+
+class Playback {
+ public:
+  struct Events {
+    // The first picture or sound has been decoded; called before its handler.
+    std::function<void()> onStarted;
+    std::function<void(const PlayOutcome&)> onOver;
+    std::function<void(LumoRtc::LumoLiveNetworkQuality)> onQuality;
+    // Once a second from the start on.
+    std::function<void(const LumoRtc::LumoLivePlayerStatsInfo&)> onStatistics;
+    // Asked: how many pictures have been shown since the beginning. May be asked on any thread.
+    std::function<uint64_t()> shown;
+  };
+
+  Playback(EngineThread& engine, PlayUrl url, PlayOutlets::Handlers handlers, Events events);
+  ~Playback();
+  Playback(const Playback&) = delete;
+  Playback& operator=(const Playback&) = delete;
+
+  // onOver follows, within half a second whatever the network does.
+  void stop();
+
+  // Whether it is shown as it arrives, once it has started.
+  bool isLive() const { return live_; }
+
+ private:
+  using Clock = EngineThread::Clock;
+
+  PlayOutlets::Handlers watchedHandlers();
+  void open();
+  void close();
+  void onFirstOutput();
+  void onAttemptOver(const PlayOutcome& outcome);
+  void onAttemptFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
+  void over(const PlayOutcome& outcome);
+  void tick();
+  void reportSecond(Clock::time_point now);
+  NetworkRating::Second lastSecond(Clock::time_point now, const PlayCounts& counts);
+
+  EngineThread& engine_;
+  const PlayUrl url_;
+  const PlayOutlets::Handlers handlers_;
+  const Events events_;
+
+  bool started_ = false;
+  bool live_ = false;  // how it plays; known once it has started
+  bool stopping_ = false;
+  bool over_ = false;
+  RetryPlan retry_;
+  NetworkRating rating_;
+  std::optional<PlayWatch> watch_;
+  Clock::time_point lastReport_;
+  PlayCounts lastCounts_;
+
+  std::shared_ptr<PlayOutlets> outlets_;
+  std::unique_ptr<PlayRunner> runner_;
+  Lifeline lifeline_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,42 @@
+#include "play/sound_gain.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace NimboEngine {
+namespace {
+
+using Samples = std::vector<int16_t>;
+
+Samples at(unsigned int percent, Samples samples) {
+  SoundGain gain;
+  gain.set(percent);
+  gain.apply(samples.data(), samples.size());
+  return samples;
+}
+
+TEST(SoundGain, ScalesAndCuts) {
+  const Samples samples{0, 1000, -1000, 20000, -20000, 32767, -32768};
+  EXPECT_EQ(at(100, samples), samples);
+  EXPECT_EQ(at(0, samples), Samples(7, 0));
+  EXPECT_EQ(at(50, samples), (Samples{0, 500, -500, 10000, -10000, 16383, -16384}));
+  EXPECT_EQ(at(400, samples), (Samples{0, 4000, -4000, 32767, -32768, 32767, -32768}));
+}
+
+TEST(SoundGain, TellsTheHighestPeakOnce) {
+  SoundGain gain;
+  EXPECT_EQ(gain.takePeak(), 0);
+  Samples loud{0, -16384};
+  Samples quiet{100, 100};
+  gain.apply(loud.data(), loud.size());
+  gain.apply(quiet.data(), quiet.size());
+  EXPECT_EQ(gain.takePeak(), 127);
+  EXPECT_EQ(gain.takePeak(), 0);
+  Samples full{-32768};
+  gain.apply(full.data(), full.size());
+  EXPECT_EQ(gain.takePeak(), 255);
+}
+
+}  // namespace
+}  // namespace NimboEngine
