@@ -20,6 +20,7 @@ constexpr Method kMethods[] = {
 }  // namespace
 
 v8::Persistent<v8::Function> LumoLivePushJSWrapper::constructor;
+v8::Persistent<v8::Context> LumoLivePushJSWrapper::sContext;
 const char* const LumoLivePushJSWrapper::kSourceFile = __FILE__;
 
 // ------------------------------------------------------------------------------ registration
@@ -46,6 +47,7 @@ void LumoLivePushJSWrapper::Init(v8::Local<v8::Object> exports) {
 
   const auto function = classTemplate->GetFunction(context).ToLocalChecked();
   constructor.Reset(isolate, function);  // a second registration wins
+  sContext.Reset(isolate, context);
   exports->Set(context, className, function).Check();
 }
 
@@ -69,6 +71,7 @@ void LumoLivePushJSWrapper::New(const Arguments& args) {
   const bool autoCreatePusher = !args[0]->IsBoolean() || args[0]->IsTrue();
   auto* wrapper = new LumoLivePushJSWrapper(autoCreatePusher);  // deleted with its JS object
   wrapper->Wrap(args.This());
+  wrapper->persistent().SetWeak(wrapper, OnCollected, v8::WeakCallbackType::kParameter);
   args.GetReturnValue().Set(args.This());
 }
 
@@ -87,6 +90,17 @@ LumoLivePushJSWrapper::~LumoLivePushJSWrapper() {
   mEventListener = nullptr;
   for (const auto& [id, object] : mPlugins) UnloadPlugin(object);
   mPlugins.clear();
+}
+
+// Does what the base's own callback does, but in a context: from Node 24 on the base's destructor
+// needs a current one, and a collection may come outside of every context.
+void LumoLivePushJSWrapper::OnCollected(const v8::WeakCallbackInfo<LumoLivePushJSWrapper>& info) {
+  auto* isolate = info.GetIsolate();
+  const v8::HandleScope handles(isolate);
+  const v8::Context::Scope current(sContext.Get(isolate));
+  auto* wrapper = info.GetParameter();
+  wrapper->persistent().Reset();
+  delete wrapper;
 }
 
 LumoLivePushJSWrapper* LumoLivePushJSWrapper::Find(const Arguments& args) {

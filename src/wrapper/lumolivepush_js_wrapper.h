@@ -127,10 +127,12 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   ~LumoLivePushJSWrapper() override;
 
   static void New(const Arguments& args);
+  static void OnCollected(const v8::WeakCallbackInfo<LumoLivePushJSWrapper>& info);
   void EnsureListener();
 
   static v8::Persistent<v8::Function> constructor;
-  static void* sLibraryHandler;  // never closed
+  static v8::Persistent<v8::Context> sContext;  // the one that the module was loaded into
+  static void* sLibraryHandler;                 // never closed
   static OutputLog sFuncOutputLog;
   static const char* const kSourceFile;  // the same in every line, whichever file writes it
 
