@@ -235,6 +235,19 @@ describe('a library that cannot be used', () => {
     assert.deepEqual(pluginCallNames('dependent').slice(0, 4), START);
   });
 
+  // In a process of its own: a name without "/" that is longer than the stack once ended it.
+  it('because its path is longer than any path can be: 1, and a reason in the log', () => {
+    const output = outputOf(`
+      const load = (path) => wrapper.addPlugin({ id: 'a', path });
+      console.log(load('x'.repeat(2 ** 24)), load('/x'.repeat(2 ** 24)));
+      wrapper.registPlugin(scriptedDirectory);
+      sdk.forget();
+      console.log(load('x'.repeat(4096)));
+      const [{ function: writer, level, args }] = sdk.logs();
+      console.log(writer, level, args[0].length, args[1] !== '');`);
+    assert.equal(output, '1 1\n1\nInjectPlugin 5 4096 true\n');
+  });
+
   it('because its factory gives nothing: 1, and it is closed', () => {
     const wrapper = newWrapper();
     assert.equal(wrapper.addPlugin({ id: 'a', path: pluginPath('null_factory') }), FAILED);

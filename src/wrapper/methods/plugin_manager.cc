@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -41,6 +42,19 @@ Function FindSymbol(void* library, const char* name) {
 struct CloseLibrary {
   void operator()(void* library) const { dlclose(library); }
 };
+using Library = std::unique_ptr<void, CloseLibrary>;
+
+// Null, and the reason in `error`, when it does not open.
+Library OpenLibrary(const std::string& path, const char*& error) {
+  // The loader takes a bare name to its stack, so a huge one would end the process.
+  if (path.size() >= PATH_MAX) {
+    error = "the path is too long";
+    return nullptr;
+  }
+  Library library(dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL));
+  if (!library) error = dlerror();
+  return library;
+}
 
 }  // namespace
 
@@ -49,9 +63,9 @@ struct CloseLibrary {
 int LumoLivePushJSWrapper::InjectPlugin(const std::string& pluginId, const std::string& path,
                                         int type) {
   if (pluginId.empty() || type < 1 || path.empty()) return kFailed;
-  std::unique_ptr<void, CloseLibrary> library(dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL));
+  const char* error = nullptr;
+  Library library = OpenLibrary(path, error);
   if (!library) {
-    const char* error = dlerror();
     LogFailure(LUMO_HERE, "Load Plugin Failed, Path: %s, Error: %s", path.c_str(), error);
     return kFailed;
   }
