@@ -313,12 +313,11 @@ export class LumoLivePushJSWrapper {
   writeLog(message: string, level?: LogLevel): undefined;
 
   // ----------------------------------------------------------------------------------- plug-ins
-  // Add and remove them only while nothing is captured.
 
   /** Does nothing. */
   initializePluginManager(): 0;
 
-  /** Unloads every plug-in. */
+  /** Unloads every plug-in, after the captured frame that passes them. */
   releasePluginManager(): 0;
 
   /**
@@ -327,7 +326,10 @@ export class LumoLivePushJSWrapper {
    */
   addPlugin(options: PluginOptions): 0 | 1;
 
-  /** Unloads a plug-in. @returns 0, or 1 when there is none of that identifier */
+  /**
+   * Unloads a plug-in, after the captured frame that passes it.
+   * @returns 0, or 1 when there is none of that identifier
+   */
   removePlugin(id: string): 0 | 1;
 
   /** @returns the plug-ins, ordered by identifier */

@@ -64,8 +64,7 @@ class LUMO_PLUGIN_INTERFACE INimboPlugin {
   // addPlugin, ending in "/"; "" when the library was loaded by a name without one.
   virtual void setPluginDirectory(const char* directory) = 0;
 
-  // Called once: the first step of teardown. The add-on does not wait for processVideoFrame here:
-  // applications remove plug-ins only while nothing is captured.
+  // Called once: the first step of teardown. processVideoFrame does not run, now or later.
   virtual void uninit() = 0;
 
   // Called by enablePlugin, also while processVideoFrame runs. Switches the plug-in's effect on or
@@ -85,8 +84,9 @@ class LUMO_PLUGIN_INTERFACE IVideoFramePlugin : public INimboPlugin {
  public:
   // Called on the capture thread for each captured frame (frames of a shared screen or of a player
   // excepted), one at a time, in the order of the plug-ins' IDs, before the frame is previewed,
-  // published and delivered to JavaScript. All of these wait for it. Both arguments are the same
-  // record: work on the pixels in place.
+  // published and delivered to JavaScript. All of these wait for it, and so does removePlugin: it
+  // must not wait for the JavaScript thread. Both arguments are the same record: work on the pixels
+  // in place.
   virtual void processVideoFrame(VideoFrame* input, VideoFrame* output) = 0;
 };
 

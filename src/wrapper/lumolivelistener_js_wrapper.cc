@@ -33,7 +33,8 @@ std::string GET_PLAYER_ID(const LumoRtc::LumoLivePlayer* player) {
   return text.str();
 }
 
-EventListener::EventListener(PluginMap& plugins) : mPlugins(plugins) {}
+EventListener::EventListener(PluginMap& plugins, std::mutex& pluginsMutex)
+    : mPlugins(plugins), mPluginsMutex(pluginsMutex) {}
 
 EventListener::~EventListener() {
   // First of all, so that the pacing thread calls nobody who is being taken apart.
@@ -206,13 +207,22 @@ void EventListener::onActiveSpeaker(LumoRtc::LumoLiveUserVolumeEnum userType,
 
 // ---------------------------------------------------------------------------------- raw frames
 
+void EventListener::AwaitCapturedFrame() {
+  const std::lock_guard oneFrame(mPluginMutex);
+}
+
 bool EventListener::onCaptureVideoSample(LumoRtc::LumoLivePusher*,
                                          LumoRtc::LumoLiveVideoSource source,
                                          LumoRtc::LumoLiveVideoRawData& frame) {
   bool processed = false;
   if (source == LumoRtc::kLumoLiveVideoSourceCamera) {
-    const std::lock_guard lock(mPluginMutex);
-    processed = ProcessFrameWithPlugins(mPlugins, frame);
+    const std::lock_guard oneFrame(mPluginMutex);
+    PluginMap plugins;
+    {
+      const std::lock_guard lock(mPluginsMutex);
+      plugins = mPlugins;
+    }
+    processed = ProcessFrameWithPlugins(plugins, frame);
   }
   // After the plug-ins, so that what JavaScript shows has their effect.
   VideoRenderDataManager::GetInstance()->CacheVideoRenderData(kPreviewOwnerId, source, &frame,

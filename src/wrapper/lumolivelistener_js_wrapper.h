@@ -49,8 +49,12 @@ class EventListener final : public EventDispatcher,
                             public LumoRtc::LumoLiveVideoFrameListener,
                             public VideoRenderDataObserver {
  public:
-  explicit EventListener(PluginMap& plugins);
+  // `plugins` is guarded by `pluginsMutex`.
+  EventListener(PluginMap& plugins, std::mutex& pluginsMutex);
   ~EventListener() override;
+
+  // Waits until no captured frame is with plug-ins that the map may have lost by now.
+  void AwaitCapturedFrame();
 
   // Queues "onOccurError" with the code as its one argument.
   void NotifyError(LumoLivePushJSWrapperErrorCode code);
@@ -112,7 +116,8 @@ class EventListener final : public EventDispatcher,
 
   CallBackQueue mQueue;
   PluginMap& mPlugins;
-  std::mutex mPluginMutex;  // one capture callback walks the plug-ins at a time
+  std::mutex& mPluginsMutex;  // the wrapper's: held to copy the map, not while plug-ins run
+  std::mutex mPluginMutex;    // one captured frame at a time passes the plug-ins
 };
 
 }  // namespace LumoLivePushElectronSDK

@@ -132,7 +132,7 @@ LumoRtc::LumoLivePusher* LumoLivePushJSWrapper::GetLivePusher() {
 }
 
 void LumoLivePushJSWrapper::EnsureListener() {
-  if (!mEventListener) mEventListener = new EventListener(mPlugins);
+  if (!mEventListener) mEventListener = new EventListener(mPlugins, mPluginMutex);
 }
 
 void LumoLivePushJSWrapper::AttachListener() {

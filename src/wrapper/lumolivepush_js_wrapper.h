@@ -90,6 +90,8 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   // uninit, release, ExjectPlugin, and the end of the record. Null is accepted.
   static void UnloadPlugin(PluginObj* object);
   // A miss leaves a null entry behind; an empty ID is looked up nowhere.
+  // The same for plug-ins that have just left the map: a frame may still be with them.
+  void UnloadAfterFrame(const PluginMap& plugins);
   PluginObj* GetPluginObj(const std::string& pluginId);
 
   // ---- SDK library, log and errors
@@ -145,7 +147,7 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   EventListener* mEventListener = nullptr;
   std::map<std::string, LumoRtc::LumoLivePlayer*> mPlayers;  // key: player ID
   PluginMap mPlugins;                                        // read by the listener as well
-  std::mutex mPluginMutex;  // guards mPlugins against this wrapper's own plug-in methods
+  std::mutex mPluginMutex;                                   // guards mPlugins
 };
 
 }  // namespace LumoLivePushElectronSDK

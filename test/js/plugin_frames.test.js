@@ -4,6 +4,7 @@ const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { sdk } = require('./support/addon');
+const { outputOf } = require('./support/fresh_process');
 const {
   forgetPluginCalls,
   pluginCallNames,
@@ -210,6 +211,28 @@ describe('plug-in methods while frames are processed', () => {
           .flat(),
       );
     }));
+
+  // In a process of its own: the frames' threads once walked a map, and ran plug-ins, that were
+  // being changed and unloaded.
+  it('may load, look for and unload plug-ins at any moment', () => {
+    const output = outputOf(`
+      const path = ${JSON.stringify(pluginPath('inverting'))};
+      wrapper.initPusher({});
+      const fire = { callback: 'onCaptureVideoSample', frame: ${JSON.stringify(FRAME)} };
+      for (let round = 0; round < 50; round += 1) {
+        const ticket = sdk.startFrom(4, () => fire, { times: 100 });
+        for (let id = 0; id < 20; id += 1) {
+          wrapper.addPlugin({ id: 'a' + id, path });
+          wrapper.enablePlugin('unknown' + id, true);
+          wrapper.removePlugin('a' + (id - 3));
+        }
+        wrapper.releasePluginManager();
+        sdk.collect(ticket);
+      }
+      console.log('done');
+      process.exit();`);
+    assert.equal(output, 'done\n');
+  });
 
   it('may switch the plug-in at any moment: a frame is inverted wholly or not at all', () =>
     withPlugins({ a: 'inverting', b: 'recording' }, (wrapper) => {

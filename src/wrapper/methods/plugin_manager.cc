@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "wrapper/lumolivelistener_js_wrapper.h"
 #include "wrapper/method_support.h"
 
 namespace LumoLivePushElectronSDK {
@@ -103,6 +104,11 @@ void LumoLivePushJSWrapper::UnloadPlugin(PluginObj* object) {
   delete object;
 }
 
+void LumoLivePushJSWrapper::UnloadAfterFrame(const PluginMap& plugins) {
+  if (mEventListener) mEventListener->AwaitCapturedFrame();
+  for (const auto& [id, object] : plugins) UnloadPlugin(object);
+}
+
 PluginObj* LumoLivePushJSWrapper::GetPluginObj(const std::string& pluginId) {
   if (pluginId.empty()) return nullptr;
   const std::lock_guard lock(mPluginMutex);
@@ -125,9 +131,12 @@ void LumoLivePushJSWrapper::InitializePluginManager(const Arguments& args) {
 
 void LumoLivePushJSWrapper::ReleasePluginManager(const Arguments& args) {
   if (auto* wrapper = Find(args)) {
-    const std::lock_guard lock(wrapper->mPluginMutex);
-    for (const auto& [id, object] : wrapper->mPlugins) UnloadPlugin(object);
-    wrapper->mPlugins.clear();
+    PluginMap all;
+    {
+      const std::lock_guard lock(wrapper->mPluginMutex);
+      all.swap(wrapper->mPlugins);
+    }
+    wrapper->UnloadAfterFrame(all);
   }
   SetResult(args, kDone);
 }
@@ -148,9 +157,12 @@ void LumoLivePushJSWrapper::RemovePlugin(const Arguments& args) {
   auto* object = GetPluginObjByPluginID(args);
   if (!object) return SetResult(args, kFailed);
   auto* wrapper = Find(args);
-  const std::lock_guard lock(wrapper->mPluginMutex);
-  UnloadPlugin(object);
-  wrapper->mPlugins.erase(StringAt(args, 0));
+  const std::string id = StringAt(args, 0);
+  {
+    const std::lock_guard lock(wrapper->mPluginMutex);
+    wrapper->mPlugins.erase(id);
+  }
+  wrapper->UnloadAfterFrame({{id, object}});
   SetResult(args, kDone);
 }
 
