@@ -20,14 +20,22 @@ void Initialize(v8::Local<v8::Object> exports, v8::Local<v8::Value> /*module*/,
         "lumolivepush_electron_sdk works on the main thread only, not in a worker thread")));
     return;
   }
-  LumoLivePushJSWrapper::Init(exports);
+  if (!LumoLivePushJSWrapper::Init(exports)) return;
   const auto name = TypeConverterUtils::CreateStringParam(isolate, "createLivePush");
   const auto function =
       v8::FunctionTemplate::New(isolate, CreateLivePush)->GetFunction(context).ToLocalChecked();
   function->SetName(name);
-  exports->Set(context, name, function).Check();
+  [[maybe_unused]] const auto set = exports->Set(context, name, function);  // or it throws
 }
 
 }  // namespace LumoLivePushElectronSDK
 
 NODE_MODULE_CONTEXT_AWARE(lumolivepush_electron_sdk, LumoLivePushElectronSDK::Initialize)
+
+// Registration happens once, when the library is loaded. A worker that is refused gives its
+// registration back, but the library stays; this is how the runtime finds the way in after that.
+extern "C" NODE_MODULE_EXPORT void NODE_MODULE_INITIALIZER(v8::Local<v8::Object> exports,
+                                                           v8::Local<v8::Value> module,
+                                                           v8::Local<v8::Context> context) {
+  LumoLivePushElectronSDK::Initialize(exports, module, context);
+}

@@ -25,7 +25,7 @@ const char* const LumoLivePushJSWrapper::kSourceFile = __FILE__;
 
 // ------------------------------------------------------------------------------ registration
 
-void LumoLivePushJSWrapper::Init(v8::Local<v8::Object> exports) {
+bool LumoLivePushJSWrapper::Init(v8::Local<v8::Object> exports) {
   auto* isolate = v8::Isolate::GetCurrent();
   const auto context = isolate->GetCurrentContext();
   const auto className = TypeConverterUtils::CreateStringParam(isolate, "LumoLivePushJSWrapper");
@@ -48,7 +48,7 @@ void LumoLivePushJSWrapper::Init(v8::Local<v8::Object> exports) {
   const auto function = classTemplate->GetFunction(context).ToLocalChecked();
   constructor.Reset(isolate, function);  // a second registration wins
   sContext.Reset(isolate, context);
-  exports->Set(context, className, function).Check();
+  return exports->Set(context, className, function).FromMaybe(false);
 }
 
 void LumoLivePushJSWrapper::CreateLivePush(const Arguments& args) {

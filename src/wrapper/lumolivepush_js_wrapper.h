@@ -39,8 +39,9 @@ struct CallSite {
 
 class LumoLivePushJSWrapper : public node::ObjectWrap {
  public:
-  // Puts the class and its methods on the module's exports.
-  static void Init(v8::Local<v8::Object> exports);
+  // Puts the class and its methods on the module's exports. False, and the exception is pending,
+  // when that object throws.
+  static bool Init(v8::Local<v8::Object> exports);
   static void CreateLivePush(const Arguments& args);
 
   // The sixty methods, implemented by area in wrapper/methods/.
@@ -89,9 +90,9 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   static int ExjectPlugin(PluginObj* object);
   // uninit, release, ExjectPlugin, and the end of the record. Null is accepted.
   static void UnloadPlugin(PluginObj* object);
-  // A miss leaves a null entry behind; an empty ID is looked up nowhere.
   // The same for plug-ins that have just left the map: a frame may still be with them.
   void UnloadAfterFrame(const PluginMap& plugins);
+  // A miss leaves a null entry behind; an empty ID is looked up nowhere.
   PluginObj* GetPluginObj(const std::string& pluginId);
 
   // ---- SDK library, log and errors

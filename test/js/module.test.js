@@ -1,6 +1,7 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
 const path = require('node:path');
 const { describe, it } = require('node:test');
 const { Worker } = require('node:worker_threads');
@@ -32,11 +33,25 @@ const METHODS = `
   .trim()
   .split(/\s+/);
 
+// A wrapper that had a pusher must not be collected in the middle of another test.
+const kept = [];
+
 /** Whether the wrapper creates its pusher by itself. */
 function createsPusher(wrapper) {
+  kept.push(wrapper);
   const before = callNames().length;
   wrapper.stopPreview();
   return callNames()[before] === 'pusher.Create';
+}
+
+/** Runs a script in a process of its own that has not loaded the add-on. */
+function outputOfNode(script) {
+  const { status, signal, stdout, stderr } = spawnSync(process.execPath, ['-e', script], {
+    encoding: 'utf8',
+    timeout: 60_000,
+  });
+  assert.deepEqual([status, signal], [0, null], stderr);
+  return stdout;
 }
 
 describe('the module', () => {
@@ -81,6 +96,41 @@ describe('the module', () => {
   });
 });
 
+describe('exports that cannot be filled', () => {
+  it('make loading throw what they throw', () => {
+    const script = `
+      const refuse = () => { throw new Error('refused'); };
+      let filled = 0;
+      for (const set of [refuse, () => { if (filled++ > 0) refuse(); return true; }]) {
+        try {
+          process.dlopen({ exports: new Proxy({}, { set }) }, ${JSON.stringify(addonFile)});
+        } catch ({ message }) {
+          console.log(message);
+        }
+      }`;
+    assert.equal(outputOfNode(script), 'refused\nrefused\n');
+  });
+});
+
+describe('the module, required by a worker thread before anybody else', () => {
+  it('is refused there, and loads on the main thread when the worker has ended', () => {
+    const script = `
+      const { Worker } = require('node:worker_threads');
+      const file = ${JSON.stringify(addonFile)};
+      const worker = new Worker('require(' + JSON.stringify(file) + ')', { eval: true });
+      worker.on('error', ({ message }) => console.log(/main thread/.test(message)));
+      worker.on('exit', () => {
+        for (let i = 0; i < 2; i += 1) {
+          const loaded = { exports: {} };
+          process.dlopen(loaded, file);
+          console.log(loaded.exports.createLivePush().stopPreview());
+        }
+        process.exit();
+      });`;
+    assert.equal(outputOfNode(script), 'true\n0\n0\n');
+  });
+});
+
 describe('the class', () => {
   useFreshSdk();
 
@@ -119,7 +169,7 @@ describe('the class', () => {
 
   it('can be extended', () => {
     class Derived extends addon.LumoLivePushJSWrapper {}
-    assert.equal(new Derived(true).stopPreview(), 0);
+    assert.ok(createsPusher(new Derived(true)));
   });
 
   it('methods reject foreign receivers before the handler runs', () => {
