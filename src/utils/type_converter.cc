@@ -96,7 +96,9 @@ std::string TypeConverterUtils::GetStringValue(v8::Isolate* isolate, v8::Local<v
 }
 
 char* TypeConverterUtils::GetCharValue(v8::Isolate* /*isolate*/, v8::Local<v8::Value> value) {
-  return node::Buffer::HasInstance(value) ? node::Buffer::Data(value) : nullptr;
+  // The address of a Buffer without bytes may lie in memory that was given back.
+  const bool has_bytes = node::Buffer::HasInstance(value) && node::Buffer::Length(value) > 0;
+  return has_bytes ? node::Buffer::Data(value) : nullptr;
 }
 
 v8::Local<v8::String> TypeConverterUtils::CreateStringParam(v8::Isolate* isolate,

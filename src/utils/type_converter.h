@@ -49,7 +49,8 @@ class TypeConverterUtils {
   static double GetNumberValue(v8::Isolate* isolate, v8::Local<v8::Value> value);
   // UTF-8 of a primitive string up to its first U+0000, else "".
   static std::string GetStringValue(v8::Isolate* isolate, v8::Local<v8::Value> value);
-  // The data of a Node Buffer, borrowed while that buffer lives; null for anything else.
+  // The data of a Node Buffer, borrowed while that buffer lives; null for one without bytes and for
+  // anything else.
   static char* GetCharValue(v8::Isolate* isolate, v8::Local<v8::Value> value);
 
   // ---- Creating values.

@@ -40,8 +40,8 @@ inline void Convert(v8::Isolate* isolate, v8::Local<v8::Value> value, std::strin
 inline void Convert(v8::Isolate* isolate, v8::Local<v8::Value> value, LumoRtc::String& field) {
   field = LumoRtc::String(TypeConverterUtils::GetStringValue(isolate, value).c_str());
 }
-inline void Convert(v8::Isolate* isolate, v8::Local<v8::Value> value, void*& field) {
-  field = TypeConverterUtils::GetCharValue(isolate, value);
+inline void Convert(v8::Isolate*, v8::Local<v8::Value> value, v8::Local<v8::Value>& field) {
+  field = value;
 }
 template <typename Enum>
 requires std::is_enum_v<Enum>

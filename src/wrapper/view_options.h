@@ -9,9 +9,15 @@
 namespace LumoLivePushElectronSDK {
 
 struct ViewOptions {
-  void* view = nullptr;  // data of the Buffer that holds the native window handle
+  v8::Local<v8::Value> view;  // a Buffer that holds the native window handle, or anything else
   uint32_t width = 0;
   uint32_t height = 0;
+
+  // The Buffer's data, null without one. To be asked when all options have been read: a getter of
+  // a later one may take the Buffer's memory away.
+  void* Handle(v8::Isolate* isolate) const {
+    return view.IsEmpty() ? nullptr : TypeConverterUtils::GetCharValue(isolate, view);
+  }
 };
 
 inline constexpr OptionTable<ViewOptions, 3> kViewKeys{

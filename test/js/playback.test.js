@@ -4,7 +4,7 @@ const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('./support/addon');
 const { NOT_OBJECTS, NOT_STRINGS } = require('./support/arguments');
-const { itReadsOptions } = require('./support/options');
+const { itPassesOnlyBytesThatAreThere, itReadsOptions } = require('./support/options');
 const { callNames, logLines, newWrapper, useFreshSdk } = require('./support/wrapper');
 
 const VIEW = Buffer.from([1, 2, 3, 4]);
@@ -121,6 +121,12 @@ describe('playback', () => {
       sdk.calls('setPlayView').map(({ args }) => args.view),
       [address, address, ...Array(6).fill(null)],
     );
+  });
+
+  itPassesOnlyBytesThatAreThere('setPlayView', (options) => {
+    const { wrapper, id } = newPlayer();
+    wrapper.setPlayView(id, options);
+    return sdk.calls('setPlayView').at(-1).args;
   });
 
   it('setPlayView: a getter that destroys the player leads to the failure path', () => {

@@ -3,6 +3,7 @@
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('./support/addon');
+const { itPassesOnlyBytesThatAreThere } = require('./support/options');
 const {
   callNames,
   logLines,
@@ -96,6 +97,11 @@ describe('preview, push and capture', () => {
       for (const { args } of sdk.calls(method)) {
         assert.deepEqual(args, { view: null, width: 0, height: 0 });
       }
+    });
+
+    itPassesOnlyBytesThatAreThere(method, (view) => {
+      newWrapper()[method](view);
+      return sdk.calls(method).at(-1).args;
     });
 
     it(`${method} converts sizes to unsigned 32-bit and ignores other keys`, () => {

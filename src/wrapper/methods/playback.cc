@@ -35,7 +35,8 @@ void LumoLivePushJSWrapper::SetPlayView(const Arguments& args) {
   ReadOptions(args.GetIsolate(), args[1], kViewKeys, options);
   // A getter may have destroyed the player.
   if (!Find(args)->HasPlayer(player)) return Refuse(args, LUMO_HERE, kFailed, kMessage);
-  SetResult(args, player->setPlayView(options.view, options.width, options.height));
+  SetResult(args,
+            player->setPlayView(options.Handle(args.GetIsolate()), options.width, options.height));
 }
 
 void LumoLivePushJSWrapper::StartPlay(const Arguments& args) {

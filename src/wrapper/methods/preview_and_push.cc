@@ -22,15 +22,15 @@ constexpr OptionTable<MuteOptions, 2> kMuteKeys{
 
 void LumoLivePushJSWrapper::StartPreview(const Arguments& args) {
   if (!FirstIsObject(args)) return Refuse(args, LUMO_HERE, kFailed);
-  CallPusherWithOptions(args, LUMO_HERE, kFailed, kViewKeys, [](auto& pusher, const auto& o) {
-    return pusher.startPreview(o.view, o.width, o.height);
+  CallPusherWithOptions(args, LUMO_HERE, kFailed, kViewKeys, [&args](auto& pusher, const auto& o) {
+    return pusher.startPreview(o.Handle(args.GetIsolate()), o.width, o.height);
   });
 }
 
 void LumoLivePushJSWrapper::StartPreviewAsync(const Arguments& args) {
   if (!FirstIsObject(args)) return Refuse(args, LUMO_HERE, kFailed);
-  CallPusherWithOptions(args, LUMO_HERE, kFailed, kViewKeys, [](auto& pusher, const auto& o) {
-    return pusher.startPreviewAsync(o.view, o.width, o.height);
+  CallPusherWithOptions(args, LUMO_HERE, kFailed, kViewKeys, [&args](auto& pusher, const auto& o) {
+    return pusher.startPreviewAsync(o.Handle(args.GetIsolate()), o.width, o.height);
   });
 }
 

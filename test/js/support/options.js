@@ -103,4 +103,44 @@ function itReadsOptions(method, keys, read) {
   });
 }
 
-module.exports = { itReadsOptions };
+/** Moves a view's memory elsewhere, as posting it to a worker does. */
+function detach(view) {
+  structuredClone(view.buffer, { transfer: [view.buffer] });
+}
+
+/**
+ * Defines the tests that every method with a "view" passes: the SDK reads the bytes of the Buffer,
+ * so it must not be given the address of bytes that are gone.
+ * @param {string} method names the tests
+ * @param {(options: object) => {view: string|null}} read passes `options` to the method and
+ *   returns what the SDK was given
+ */
+function itPassesOnlyBytesThatAreThere(method, read) {
+  it(`${method}: a later getter that takes the view's memory away makes it null`, () => {
+    const view = new Uint8Array(8);
+    const options = {
+      view,
+      get width() {
+        detach(view);
+        return 5;
+      },
+    };
+    const { view: given, width } = read(options);
+    assert.deepEqual([given, width], [null, 5]);
+  });
+
+  it(`${method}: a view without bytes is null`, () => {
+    const detached = new Uint8Array(8);
+    detach(detached);
+    const shrunk = new ArrayBuffer(16, { maxByteLength: 16 });
+    const outside = new Uint8Array(shrunk, 8);
+    const views = [Buffer.alloc(0), new Uint8Array(8).subarray(8), detached];
+    if (shrunk.resizable) {
+      shrunk.resize(4);
+      views.push(outside);
+    }
+    for (const view of views) assert.equal(read({ view }).view, null);
+  });
+}
+
+module.exports = { itReadsOptions, itPassesOnlyBytesThatAreThere };
