@@ -26,8 +26,9 @@ Call::Call(const char* name, const void* self, Json args)
   if (!fired.empty()) recorder().complete(seq_, "fired", std::move(fired));
 }
 
-void Call::mark(const char* key) {
-  recorder().complete(seq_, key, true);
+void Call::markDestroyed() {
+  recorder().complete(seq_, "destroyed", true);
+  recorder().countLateCall();
 }
 
 Json Call::answer() {

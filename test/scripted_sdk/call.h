@@ -19,8 +19,8 @@ class Call {
   // `name` is the operation's whole name; `self` the object, null for a static function.
   Call(const char* name, const void* self, Json args);
 
-  // Sets `key` to true in the call's record.
-  void mark(const char* key);
+  // Says in the call's record that the object had been destroyed before.
+  void markDestroyed();
 
   // The answer, for operations whose result needs more than the readers below.
   Json answer();

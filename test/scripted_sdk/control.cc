@@ -98,6 +98,7 @@ Json perform(Fields& fields) {
       {"forget", forget},
       {"reset", reset},
       {"alive", alive},
+      {"lateCalls", [](Fields&) { return Json(recorder().lateCalls()); }},
       {"answer", answer},
       {"onCall", onCall},
       {"fire", [](Fields& f) { return Fire::read(f.required("fire")).perform(); }},

@@ -139,7 +139,10 @@ void ScreenSourceList::release() {
 }
 
 void ScreenSourceList::record(const char* name, Json details) {
-  if (released_) details["released"] = true;
+  if (released_) {
+    details["released"] = true;
+    recorder().countLateCall();
+  }
   recordAsk(name, this, details);
 }
 

@@ -7,7 +7,7 @@ namespace ScriptedSdk {
 
 Call Player::call(const char* name, Json args) const {
   Call made(name, this, std::move(args));
-  if (!Registry<Player>::instance().isAlive(*this)) made.mark("destroyed");
+  if (!Registry<Player>::instance().isAlive(*this)) made.markDestroyed();
   return made;
 }
 

@@ -34,7 +34,7 @@ Json listenerArg(const void* listener) {
 Call Pusher::call(const char* name, Json args) const {
   lastUsed = static_cast<const Interface*>(this);
   Call made(name, this, std::move(args));
-  if (!Registry<Pusher>::instance().isAlive(*this)) made.mark("destroyed");
+  if (!Registry<Pusher>::instance().isAlive(*this)) made.markDestroyed();
   return made;
 }
 

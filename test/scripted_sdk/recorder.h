@@ -29,6 +29,11 @@ class Recorder {
   Json entries() const;
   void forget();
 
+  // Calls of objects after their end, through the life of the process: cheaper to ask for than to
+  // look for in the entries.
+  void countLateCall() { ++lateCalls_; }
+  uint64_t lateCalls() const { return lateCalls_; }
+
   // Strings come and go by the dozen in one call, so they are recorded only on demand.
   void recordStrings(bool on) { recordsStrings_ = on; }
   bool recordsStrings() const { return recordsStrings_; }
@@ -37,6 +42,7 @@ class Recorder {
   mutable std::mutex mutex_;
   std::deque<Json> entries_;
   uint64_t nextSeq_ = 1;
+  std::atomic<uint64_t> lateCalls_{0};
   std::atomic<bool> recordsStrings_{false};
 };
 

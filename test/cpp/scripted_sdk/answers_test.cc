@@ -126,8 +126,10 @@ TEST_F(Answers, OfScreenSourcesAreReleasedByTheCaller) {
   list->release();
   EXPECT_EQ(ask("alive")["screenLists"], 0);
   EXPECT_FALSE(recordsOf("list").back().contains("released"));
+  const int before = ask("lateCalls").get<int>();
   list->release();
   EXPECT_EQ(recordsOf("list").back()["released"], true);
+  EXPECT_EQ(ask("lateCalls"), before + 1);
 }
 
 TEST_F(Answers, ThatAnOperationCannotGiveAreRefused) {

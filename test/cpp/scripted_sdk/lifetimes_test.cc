@@ -92,12 +92,15 @@ TEST_F(Lifetimes, OfDestroyedObjectsLeaveATraceInTheirCalls) {
   EXPECT_FALSE(lastCall().contains("destroyed"));
   player->destroy();
   EXPECT_FALSE(lastCall().contains("destroyed"));
+  const int before = ask("lateCalls").get<int>();
   player->stopPlay();
   EXPECT_EQ(lastCall()["destroyed"], true);
+  EXPECT_EQ(ask("lateCalls"), before + 1);
   LumoLivePusher* const pusher = LumoLivePusher::Create("");
   LumoLivePusher::destroy();
   pusher->stopPush();
   EXPECT_EQ(lastCall()["destroyed"], true);
+  EXPECT_EQ(ask("lateCalls"), before + 2);
 }
 
 TEST_F(Lifetimes, OfObjectsOutlastAReset) {

@@ -180,6 +180,14 @@ function alive() {
   return ask('alive');
 }
 
+/**
+ * @returns {number} how many calls of pushers, players and source lists have come after their end,
+ *   through the life of the process
+ */
+function lateCalls() {
+  return ask('lateCalls');
+}
+
 /** Lets `operation` answer `value` until the next reset. */
 function answer(operation, value) {
   ask('answer', { operation, answers: [value] });
@@ -304,6 +312,7 @@ module.exports = {
   strings,
   recordStrings,
   alive,
+  lateCalls,
   answer,
   answerOnce,
   onCall,
