@@ -10,9 +10,13 @@ namespace NimboEngine {
 
 LeavableThread::LeavableThread(std::string name, std::function<void()> body)
     : name_(std::move(name)) {
-  std::packaged_task<void()> work(std::move(body));
-  ended_ = work.get_future();
-  thread_ = std::thread(std::move(work));
+  // Not a packaged_task: it would run the body inside pthread_once, where ThreadSanitizer is blind.
+  std::promise<void> ended;
+  ended_ = ended.get_future();
+  thread_ = std::thread([body = std::move(body), ended = std::move(ended)]() mutable {
+    body();
+    ended.set_value();
+  });
   pthread_setname_np(thread_.native_handle(), name_.c_str());
 }
 
