@@ -10,6 +10,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { describe, it } = require('node:test');
 const { readDeclarations } = require('../../tools/lib/declarations');
+const { eventNames, methodNames } = require('../../tools/lib/native_names');
 const { addon, scriptedDirectory } = require('./support/addon');
 
 process.env.LUMO_BUILD_DIR = scriptedDirectory;
@@ -37,7 +38,7 @@ function chapter(file, title) {
 }
 
 describe('the sixty methods', () => {
-  const methods = firstGroups(read('src/wrapper/method_table.h'), /METHOD\((\w+), \w+\)/g);
+  const methods = methodNames();
 
   it('are in the native table', () => assert.equal(methods.length, 60));
 
@@ -70,10 +71,7 @@ describe('the sixty methods', () => {
 });
 
 describe('the thirty-one events', () => {
-  const constants = firstGroups(
-    read('src/utils/lumolivepush_js_define.h'),
-    /Event_\w+\[\] = "(\w+)"/g,
-  );
+  const constants = eventNames();
 
   it('are native constants', () => assert.equal(constants.length, 31));
 

@@ -1,0 +1,91 @@
+'use strict';
+
+// Runs the JavaScript tests and counts, for each method and event of the add-on, the tests that
+// exercise it. Fails when one has fewer than two, or when a test fails.
+//
+// Usage: node tools/test-counts.js
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { eventNames, methodNames } = require('./lib/native_names');
+const { runNodeTests } = require('./lib/node_tests');
+const { buildFolder, sourceFiles } = require('./lib/project');
+const { count, runStages } = require('./lib/tally');
+
+const FEWEST = 2;
+
+/** Ask of every method only that nothing breaks. */
+const ASK_NOTHING = ['test/js/robustness.test.js', 'test/js/concurrency.test.js'];
+
+/** Names that the interface reserves: nothing is ever delivered under them. */
+const RESERVED = ['onCaptureVideoSample', 'onReceivedRemoteVideoSample'];
+
+const RULES = `
+What counts as a test: one it() of test/js, in whichever process it works.
+A test exercises a method when a call of it on a wrapper came back, whatever the arguments;
+calls in hooks, with wrong receivers and with new do not count.
+A test exercises an event when a listener that it registered was called; for the two reserved
+names, which are never delivered, when it registered a listener that was to stay silent.
+Left out: ${ASK_NOTHING.join(', ')},
+which call everything and ask of each call only that nothing breaks.
+`;
+
+const folder = buildFolder('release');
+const usesFile = path.join(folder, 'test-results', 'uses.jsonl');
+
+async function runTests(tally) {
+  fs.mkdirSync(path.dirname(usesFile), { recursive: true });
+  fs.writeFileSync(usesFile, '');
+  const files = sourceFiles('.test.js').filter(
+    (file) => path.dirname(file) === 'test/js' && !ASK_NOTHING.includes(file),
+  );
+  const counter = path.join(__dirname, 'lib', 'use_counter.js');
+  const env = { LUMO_USES: usesFile, NODE_OPTIONS: `--require ${JSON.stringify(counter)}` };
+  await runNodeTests(tally, files, { buildFolder: folder, env });
+}
+
+/** @returns {Map<string, Set<string>>} "kind name" -> tests */
+function readUses() {
+  const uses = new Map();
+  for (const line of fs.readFileSync(usesFile, 'utf8').split('\n').filter(Boolean)) {
+    const [kind, name, test] = JSON.parse(line);
+    const key = `${kind} ${name}`;
+    uses.set(key, (uses.get(key) ?? new Set()).add(test));
+  }
+  return uses;
+}
+
+function printTable(tally, title, names, testsOf) {
+  const rows = names.map((name) => ({ name, tests: testsOf(name).size }));
+  rows.sort((a, b) => a.tests - b.tests || a.name.localeCompare(b.name));
+  console.log(`\n${title}`);
+  for (const { name, tests } of rows) {
+    console.log(`${String(tests).padStart(6)}  ${name}`);
+    count(tally, tests >= FEWEST, `${name}: ${tests} tests, at least ${FEWEST} are asked for`);
+  }
+  const all = new Set(names.flatMap((name) => [...testsOf(name)]));
+  console.log(`${String(all.size).padStart(6)}  tests for ${names.length} ${title}`);
+}
+
+async function report(tally) {
+  const uses = readUses();
+  const tests = (kind, name) => uses.get(`${kind} ${name}`) ?? new Set();
+  printTable(tally, 'methods', methodNames(), (name) => tests('method', name));
+  printTable(tally, 'events', eventNames(), (name) =>
+    tests(RESERVED.includes(name) ? 'listens' : 'event', name),
+  );
+  console.log(RULES);
+}
+
+runStages([
+  { name: 'JavaScript tests', run: runTests },
+  { name: 'tests by method and event', run: report },
+]).then(
+  (ok) => {
+    process.exitCode = ok ? 0 : 1;
+  },
+  (error) => {
+    console.error(error.message);
+    process.exitCode = 2;
+  },
+);
