@@ -9,16 +9,16 @@ using namespace std::chrono_literals;
 constexpr int kSecondsUntilBetter = 3;
 
 struct Limit {
-  LumoLiveNetworkQuality quality;
   std::chrono::milliseconds delay;
   int lossPercent;
+  LumoLiveNetworkQuality quality;
 };
 
 constexpr Limit kLimits[] = {
-    {kLumoLiveNetworkQualityExcellent, 100ms, 1},
-    {kLumoLiveNetworkQualityGood, 300ms, 3},
-    {kLumoLiveNetworkQualityPoor, 1000ms, 10},
-    {kLumoLiveNetworkQualityBad, 3000ms, 100},
+    {100ms, 1, kLumoLiveNetworkQualityExcellent},
+    {300ms, 3, kLumoLiveNetworkQualityGood},
+    {1000ms, 10, kLumoLiveNetworkQualityPoor},
+    {3000ms, 100, kLumoLiveNetworkQualityBad},
 };
 
 LumoLiveNetworkQuality qualityOf(const NetworkRating::Second& second) {
