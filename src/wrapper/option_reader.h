@@ -7,7 +7,8 @@
 // Thread: the JavaScript thread, inside a handle scope. Getters and proxy traps run here: after a
 //   walk, look everything up again that user code could have destroyed.
 // Failure: a present key of the wrong type gives its converter's fallback, not the default; a
-//   getter or trap that throws counts as undefined. Nothing is left pending.
+//   getter or trap that throws counts as undefined. Nothing is left pending, unless the runtime
+//   stops the script: then no further getter is run.
 
 #pragma once
 
@@ -76,21 +77,42 @@ constexpr auto option(const char* key) {
                         }};
 }
 
+// Whether the runtime stops the script, so that everything is to be left at once. To be asked
+// directly after whatever may have run a getter: V8 forgets about it at the next call that can
+// fail, and a getter that is run then could go on for ever.
+inline bool IsBeingStopped(v8::Isolate* isolate) {
+  return isolate->IsExecutionTerminating();
+}
+
+// The property's value, undefined when reading it throws.
+inline v8::Local<v8::Value> ValueOf(v8::Isolate* isolate, v8::Local<v8::Object> object,
+                                    v8::Local<v8::Value> name) {
+  const v8::TryCatch swallow(isolate);
+  v8::Local<v8::Value> value;
+  if (!object->Get(isolate->GetCurrentContext(), name).ToLocal(&value)) {
+    return v8::Undefined(isolate);
+  }
+  return value;
+}
+
 // Calls `visit(name, value)` for each own, enumerable, string-named property, in the engine's
 // order; every value is fetched, also that of a name nobody knows.
 template <typename Visit>
 void WalkOptions(v8::Isolate* isolate, v8::Local<v8::Value> object, Visit visit) {
   const auto context = isolate->GetCurrentContext();
-  const v8::TryCatch swallow(isolate);
   const auto options = object.As<v8::Object>();
   v8::Local<v8::Array> names;
-  if (!options->GetOwnPropertyNames(context).ToLocal(&names)) return;
+  {
+    const v8::TryCatch swallow(isolate);
+    if (!options->GetOwnPropertyNames(context).ToLocal(&names)) return;
+  }
   for (uint32_t i = 0; i < names->Length(); ++i) {
     v8::Local<v8::Value> name;
-    v8::Local<v8::Value> value;
     if (!names->Get(context, i).ToLocal(&name)) continue;
-    if (!options->Get(context, name).ToLocal(&value)) value = v8::Undefined(isolate);
+    const auto value = ValueOf(isolate, options, name);
+    if (IsBeingStopped(isolate)) return;
     visit(TypeConverterUtils::GetStringValue(isolate, name), value);
+    if (IsBeingStopped(isolate)) return;
   }
 }
 

@@ -59,7 +59,12 @@ const OPTIONS_READERS = `
   ].map((method) => (options) => wrapper[method](options));
   const id = wrapper.initPlayer({});
   readers.push((options) => wrapper.setPlayView(id, options));
-  readers.push((options) => wrapper.setLiveMixTranscodingConfig({ mixStreams: [options, {}] }));`;
+  readers.push((options) => wrapper.setLiveMixTranscodingConfig({ mixStreams: [options, options] }));
+  readers.push((options) => {
+    const { a, b = a } = Object.getOwnPropertyDescriptors(options);
+    const mixStreams = Object.defineProperties([], { 0: a, 1: b });
+    wrapper.setLiveMixTranscodingConfig({ mixStreams, get c() { return b.get(); } });
+  });`;
 
 describe('the engine', () => {
   it('may stop a script inside a getter, and the script stays stopped', () => {
@@ -69,7 +74,7 @@ describe('the engine', () => {
       let survived = 0;
       for (global.reader of readers) {
         global.survive = () => { survived += 1; };
-        const endless = 'get a() { for (;;) ; }, get b() { survive(); }';
+        const endless = 'get a() { for (;;) ; }, get b() { survive(); for (;;) ; }';
         try {
           vm.runInThisContext('reader({ ' + endless + ' }); survive();', { timeout: 20 });
         } catch ({ code }) {
@@ -78,7 +83,7 @@ describe('the engine', () => {
       }
       console.log(survived, wrapper.stopPreview());
       process.exit();`);
-    assert.equal(output, `${'ERR_SCRIPT_EXECUTION_TIMEOUT\n'.repeat(12)}0 0\n`);
+    assert.equal(output, `${'ERR_SCRIPT_EXECUTION_TIMEOUT\n'.repeat(13)}0 0\n`);
   });
 
   it('may run out of stack in every method, in getters and in the factory', () => {

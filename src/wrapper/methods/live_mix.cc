@@ -37,8 +37,11 @@ void ReadMixStreams(v8::Isolate* isolate, v8::Local<v8::Value> value,
   // keeps the previous element's value. Only the user ID starts afresh.
   LumoLiveMixStream stream{};
   for (uint32_t i = 0; i < elements->Length(); ++i) {
+    const auto element = ElementAt(isolate, elements, i);
+    if (IsBeingStopped(isolate)) return;
     stream.userId = LumoRtc::String(nullptr);
-    ReadOptions(isolate, ElementAt(isolate, elements, i), kMixStreamKeys, stream);
+    ReadOptions(isolate, element, kMixStreamKeys, stream);
+    if (IsBeingStopped(isolate)) return;
     streams.Add(stream);
   }
   config.mixStreams = streams;
