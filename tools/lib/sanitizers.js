@@ -55,7 +55,7 @@ function sanitizerEnvironment(kind) {
     cpp[name] = [...flags, `log_path=${path.join(reports, 'report')}`].join(':');
   }
   // Node frees neither its heap nor the add-on's objects when it exits, so there leaks mean nothing.
-  const node = { ...cpp, LUMO_TEST_SCALE: '0.1' };
+  const node = { ...cpp, LUMO_TEST_SCALE: process.env.LUMO_TEST_SCALE ?? '0.1' };
   if (kind === 'asan') node.ASAN_OPTIONS += ':detect_leaks=0:fast_unwind_on_malloc=1';
   const found = execFileSync('g++', [`-print-file-name=${runtime}`], { encoding: 'utf8' }).trim();
   return { cpp, node: { ...node, LD_PRELOAD: fs.realpathSync(found) } };
