@@ -9,10 +9,10 @@
 #include "capture/frame_pool.h"
 #include "gst/runtime.h"
 #include "render/frame_painter.h"
-#include "render/x_server.h"
 #include "render/xcb_canvas.h"
 #include "support/event_log.h"
 #include "support/process_usage.h"
+#include "support/x_server.h"
 
 namespace NimboEngine::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "render/x_server.h"
+#include "support/x_server.h"
 
 #include <unistd.h>
 
