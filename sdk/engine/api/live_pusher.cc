@@ -53,6 +53,7 @@ int LivePusher::init(LumoLivePushConfig config) {
     return result;
   }
   initialized_ = true;
+  soundOnly_ = config.mAudioOnly;
   return submit([parameters](LiveSession& session) { session.configure(parameters); });
 }
 

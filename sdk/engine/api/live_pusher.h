@@ -82,6 +82,7 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
 
   // Hands `task` to the engine thread, or answers why not.
   LumoRtc::LumoLiveResult submit(SessionTask task);
+  LumoRtc::LumoLiveResult submitWhileSharing(SessionTask task, uint32_t sharedAfterwards);
   void post(SessionTask task);
   Device currentCamera() const;
   Device currentMicrophone() const;
@@ -90,11 +91,14 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
 
   const Settings settings_;
   bool initialized_ = false;
+  bool soundOnly_ = false;
   bool previewing_ = false;
   uint32_t lastPush_ = 0;
   std::atomic<uint32_t> push_{0};  // the push that is wanted; the engine clears it when it fails
   DeviceList cameras_;
   DeviceList microphones_;
+  uint32_t sharedScreen_ = 0;  // 0: none
+  LumoRtc::LumoLiveScreenShareEncoderConfig screenConfig_{};
   std::set<std::string> loggedAsMissing_;
 
   PusherListeners listeners_;

@@ -15,7 +15,7 @@ namespace NimboEngine {
 
 class FramePainter {
  public:
-  explicit FramePainter(ViewMode mode) : converter_(mode) {}
+  explicit FramePainter(ViewMode mode) : converter_(mode, GST_VIDEO_RESAMPLER_METHOD_CUBIC) {}
 
   // Paints `frame` on `pixels`: rows without gaps, each pixel blue, green, red, alpha. What the
   // picture does not cover becomes black.

@@ -38,7 +38,9 @@ bool PictureConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& t
           GST_VIDEO_CONVERTER_OPT_SRC_HEIGHT, G_TYPE_INT, from.height,
           GST_VIDEO_CONVERTER_OPT_DEST_X, G_TYPE_INT, to.x, GST_VIDEO_CONVERTER_OPT_DEST_Y,
           G_TYPE_INT, to.y, GST_VIDEO_CONVERTER_OPT_DEST_WIDTH, G_TYPE_INT, to.width,
-          GST_VIDEO_CONVERTER_OPT_DEST_HEIGHT, G_TYPE_INT, to.height, nullptr)));
+          GST_VIDEO_CONVERTER_OPT_DEST_HEIGHT, G_TYPE_INT, to.height,
+          GST_VIDEO_CONVERTER_OPT_RESAMPLER_METHOD, GST_TYPE_VIDEO_RESAMPLER_METHOD, scaling_,
+          nullptr)));
   return converter_ != nullptr;
 }
 

@@ -34,6 +34,9 @@ enum LumoLiveErrorCode : int32_t {
   kLumoLiveErrorMicrophoneFailed = -3102,  // the microphone cannot be read
   kLumoLiveErrorViewLost = -3103,          // the preview's window cannot be drawn into
   kLumoLiveErrorComponentMissing = -3104,  // a media component is not installed; msg names it
+  // Sharing a screen (onSDKError); its last picture stays
+  kLumoLiveErrorScreenHidden = -3201,  // the window is minimised; its pictures come back with it
+  kLumoLiveErrorScreenLost = -3202,    // the window was closed, or the display ended
 };
 
 }  // namespace LumoRtc
