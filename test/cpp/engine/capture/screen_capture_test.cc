@@ -156,8 +156,11 @@ TEST_F(ScreenCaptureTest, AWindowPartlyOutsideTheScreen) {
   {
     const XServer server;
     const XWindow window(options);
+    const XWindow corner(
+        {.place = {160, 120, 160, 120}, .colour = kBlue.rgb, .parent = window.id()});
     capture(window.id());
-    ASSERT_TRUE(comesToShow(0.98, 0.98, kRed)) << "whole";
+    ASSERT_TRUE(comesToShow(0.98, 0.98, kBlue)) << "whole";
+    EXPECT_TRUE(shows(0.02, 0.02, kRed));
     capture_.reset();
   }
   const XServer server({"-extension", "Composite"});
