@@ -52,7 +52,7 @@ struct ScreenCapture::State {
 
   void run();
   bool waitForTurn(Clock::time_point& due);
-  void deliver(ScreenGrabber& grabber);
+  bool deliver(const ScreenImage& image);
   void report(ScreenTrouble trouble, const std::string& message);
 };
 
@@ -60,6 +60,7 @@ void ScreenCapture::State::run() {
   ScreenGrabber grabber(id);
   Clock::time_point due = Clock::now();
   bool hidden = false;
+  bool delivered = false;
   int misses = 0;
   while (waitForTurn(due)) {
     const Outcome outcome = grabber.grab();
@@ -68,7 +69,9 @@ void ScreenCapture::State::run() {
       report(ScreenTrouble::kHidden, fmt::format("there is nothing to see of window {:#x}", id));
     }
     hidden = outcome == Outcome::kHidden;
-    if (outcome == Outcome::kPicture) deliver(grabber);
+    if (outcome == Outcome::kPicture || (outcome == Outcome::kSame && !delivered)) {
+      delivered = deliver(grabber.image());
+    }
     misses = outcome == Outcome::kMissed ? misses + 1 : 0;
     if (misses > kMostMisses) {
       return report(ScreenTrouble::kLost, fmt::format("{:#x} cannot be read", id));
@@ -86,17 +89,20 @@ bool ScreenCapture::State::waitForTurn(Clock::time_point& due) {
   return !stopping;
 }
 
-void ScreenCapture::State::deliver(ScreenGrabber& grabber) {
+// False when it has not got there: a pause came between, or there is no memory.
+bool ScreenCapture::State::deliver(const ScreenImage& image) {
   const GstPtr<GstBuffer> picture = pool.acquire();
   GstVideoInfo info;
   const GstPtr<GstBuffer> pixels =
-      wrapPixels(grabber.pixels(), grabber.size(), GST_VIDEO_FORMAT_BGRx, info);
+      wrapPixels(image.pixels(), image.size(), GST_VIDEO_FORMAT_BGRx, info);
   if (!picture || !converter.convert(pixels.get(), info, picture.get(), pool.info())) {
     NIMBO_LOG_ERROR("no memory for a picture of the screen");
-    return;
+    return false;
   }
   std::lock_guard lock(mutex);
-  if (!paused && !stopping) pictures->put(picture.get());
+  if (paused || stopping) return false;
+  pictures->put(picture.get());
+  return true;
 }
 
 void ScreenCapture::State::report(ScreenTrouble trouble, const std::string& message) {

@@ -1,5 +1,6 @@
-// Pictures of a monitor or window, taken at a steady rate and put into a mailbox in the captured
-// format: the whole picture, with black borders where the shapes differ.
+// Pictures of a monitor or window, taken at a steady rate and, where they differ from the last, put
+// into a mailbox in the captured format: the whole picture, with black borders where the shapes
+// differ.
 //
 // Thread: any. The trouble callback is called on the capture's own thread, and not any more when
 //   destruction has begun to return; it must not destroy the capture.

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 #include <xcb/composite.h>
-#include <xcb/shm.h>
 
 #include <algorithm>
 #include <utility>
@@ -11,8 +10,6 @@
 
 namespace NimboEngine {
 namespace {
-
-constexpr uint32_t kAllPlanes = ~0U;
 
 Rect intersection(const Rect& a, const Rect& b) {
   const int left = std::max(a.x, b.x);
@@ -72,12 +69,12 @@ ScreenGrabber::Outcome ScreenGrabber::grab() {
   const Outcome found = locate(place);
   if (xcb_connection_has_error(connection())) return gone("the X server has ended");
   if (found != Outcome::kPicture) return found;
-  const bool fetched = fetch(place);
+  const Outcome fetched = fetch(place);
   while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection())}) {
     // Errors of requests that came too late for the window arrive here.
   }
   if (xcb_connection_has_error(connection())) return gone("the X server has ended");
-  return fetched ? Outcome::kPicture : Outcome::kMissed;
+  return fetched;
 }
 
 ScreenGrabber::Outcome ScreenGrabber::locate(Place& place) {
@@ -129,40 +126,23 @@ ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
 }
 
 // Asks for picture and pointer at once, so that they belong together.
-bool ScreenGrabber::fetch(const Place& place) {
+ScreenGrabber::Outcome ScreenGrabber::fetch(const Place& place) {
   // Named anew each time: a window that changes its size gets another one.
   std::optional<WindowPixmap> pixmap;
   if (contentsAreKept_) pixmap.emplace(connection(), id_, place.drawable);
-  const xcb_drawable_t drawable = place.drawable;
   const Size size{place.part.width, place.part.height};
-  if (size != size_ && sharesMemory_) {
-    shared_.reset();
-    shared_ = ShmSegment::attach(
-        connection(), 4 * static_cast<size_t>(size.width) * static_cast<size_t>(size.height));
-    sharesMemory_ = shared_ != nullptr;
+  std::swap(image_, previous_);
+  if (previous_ && previous_->size() != size) previous_.reset();
+  if (!image_ || image_->size() != size) {
+    image_.reset();
+    image_ = std::make_unique<ScreenImage>(connection(), size);
   }
-  size_ = size;
-  const auto x = static_cast<int16_t>(place.part.x);
-  const auto y = static_cast<int16_t>(place.part.y);
-  const auto width = static_cast<uint16_t>(size.width);
-  const auto height = static_cast<uint16_t>(size.height);
-  bool fetched = false;
-  if (shared_) {
-    const auto question = xcb_shm_get_image(connection(), drawable, x, y, width, height, kAllPlanes,
-                                            XCB_IMAGE_FORMAT_Z_PIXMAP, shared_->id(), 0);
-    cursor_.ask();
-    const XReply<xcb_shm_get_image_reply_t> answer(
-        xcb_shm_get_image_reply(connection(), question, nullptr));
-    fetched = answer != nullptr;
-  } else {
-    const auto question = xcb_get_image(connection(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, x, y,
-                                        width, height, kAllPlanes);
-    cursor_.ask();
-    sent_.reset(xcb_get_image_reply(connection(), question, nullptr));
-    fetched = sent_ != nullptr;
-  }
-  cursor_.draw(fetched ? pixels() : nullptr, place.area);
-  return fetched;
+  image_->ask(place.drawable, place.part.x, place.part.y);
+  cursor_.ask();
+  const bool taken = image_->take();
+  cursor_.draw(taken ? image_->pixels() : nullptr, place.area);
+  if (!taken) return Outcome::kMissed;
+  return previous_ && previous_->looksLike(*image_) ? Outcome::kSame : Outcome::kPicture;
 }
 
 }  // namespace NimboEngine

@@ -18,8 +18,8 @@
 #include <string>
 
 #include "capture/screen_cursor.h"
+#include "capture/screen_image.h"
 #include "render/view_layout.h"
-#include "x11/shm_segment.h"
 #include "x11/x_display.h"
 
 namespace NimboEngine {
@@ -28,6 +28,7 @@ class ScreenGrabber {
  public:
   enum class Outcome {
     kPicture,
+    kSame,    // the last picture again
     kMissed,  // no picture this time: it was about to change its size
     kHidden,  // minimised, or wholly outside the screen where that cannot be helped
     kGone,    // closed or never there, or the server ended; problem() tells
@@ -38,13 +39,8 @@ class ScreenGrabber {
 
   Outcome grab();
 
-  // The picture, until the next call of grab(): rows without gaps, each pixel blue, green, red,
-  // unused. The mouse pointer is in it.
-  uint8_t* pixels() { return shared_ ? shared_->data() : xcb_get_image_data(sent_.get()); }
-  Size size() const { return size_; }
-
-  // Whether pictures come through shared memory.
-  bool isShared() const { return shared_ != nullptr; }
+  // The picture, with the mouse pointer in it; valid until the next call of grab().
+  const ScreenImage& image() const { return *image_; }
 
   const std::string& problem() const { return problem_; }
 
@@ -62,17 +58,15 @@ class ScreenGrabber {
   Outcome locateMonitor(Place& place);
   Outcome locateWindow(Place& place);
   Outcome gone(std::string problem);
-  bool fetch(const Place& place);
+  Outcome fetch(const Place& place);
 
   const uint32_t id_;
   const XDisplay display_;
   const bool contentsAreKept_;  // the window's, while it is covered or outside the screen
   const xcb_pixmap_t pixmap_;   // its name for that
   ScreenCursor cursor_;
-  Size size_;
-  bool sharesMemory_ = true;
-  std::unique_ptr<ShmSegment> shared_;
-  XReply<xcb_get_image_reply_t> sent_;
+  std::unique_ptr<ScreenImage> image_;
+  std::unique_ptr<ScreenImage> previous_;
   std::string problem_;
 };
 
