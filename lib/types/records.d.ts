@@ -149,7 +149,7 @@ export interface ScreenShareEncoderConfig {
   width: number;
   /** Pixels; 0, the default: as `mResolution` says. */
   height: number;
-  /** Frames per second. Default 0. */
+  /** Frames per second; 0, the default: 15. */
   frameRate: number;
   /** kbit/s. Default 512. */
   bitrate: number;

@@ -82,6 +82,7 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
 
   // Hands `task` to the engine thread, or answers why not.
   LumoRtc::LumoLiveResult submit(SessionTask task);
+  LumoRtc::LumoLiveResult submitWhileSharing(SessionTask task, uint32_t sharedAfterwards);
   void post(SessionTask task);
   // Changes the parameters and hands them to the engine thread, or answers why not. `edit` is one
   // of the changes in push_parameters.h with its arguments bound.
@@ -100,6 +101,8 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   std::atomic<uint32_t> push_{0};  // the push that is wanted; the engine clears it when it fails
   DeviceList cameras_;
   DeviceList microphones_;
+  uint32_t sharedScreen_ = 0;  // 0: none
+  LumoRtc::LumoLiveScreenShareEncoderConfig screenConfig_{};
   std::set<std::string> loggedAsMissing_;
 
   PusherListeners listeners_;

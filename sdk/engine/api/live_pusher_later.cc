@@ -38,39 +38,4 @@ int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig*) {
   return notSupported(__func__);
 }
 
-int LivePusher::startScreenShareByDesktopId(uint32_t) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setScreenShareEncoderConfiguration(const LumoLiveScreenShareEncoderConfig*) {
-  return notSupported(__func__);
-}
-
-LumoLiveScreenShareEncoderConfig LivePusher::getScreenShareEncoderConfiguration() {
-  notSupported(__func__);
-  return {};
-}
-
-int LivePusher::switchScreenToCamera() {
-  return notSupported(__func__);
-}
-
-int LivePusher::pauseScreenShare() {
-  return notSupported(__func__);
-}
-
-int LivePusher::resumeScreenShare() {
-  return notSupported(__func__);
-}
-
-LumoLiveScreenSourceList* LivePusher::getScreenShareSourceInfo() {
-  notSupported(__func__);
-  return nullptr;
-}
-
-uint32_t LivePusher::getCurrentScreenShareSourceId() {
-  notSupported(__func__);
-  return 0;
-}
-
 }  // namespace NimboEngine

@@ -66,7 +66,7 @@ void LiveSession::changeEncoder(const EncoderSettings& settings) {
 
 void LiveSession::startCapture() {
   if (capture_) return;
-  const EncoderSettings& encoder = parameters_.encoder;
+  const EncoderSettings encoder = wantedEncoder();
   const CaptureSettings settings{.video = encoder.video,
                                  .audio = encoder.audio,
                                  .audioOnly = encoder.audioOnly,
@@ -79,13 +79,16 @@ void LiveSession::startCapture() {
   });
   capture_ = std::make_unique<CaptureSession>(
       settings,
-      [this](uint8_t* pixels, const GstVideoInfo& info) { listeners_.capturedFrame(pixels, info); },
+      [this](PictureOrigin origin, uint8_t* pixels, const GstVideoInfo& info) {
+        listeners_.capturedFrame(origin, pixels, info);
+      },
       [this, failed](bool camera, const std::string& message) {
         engine_.post([failed, camera, message]() mutable { failed(camera, message); });
       });
   capture_->setMuted(muted_);
   capture_->setCameraMuted(cameraMuted_);
   if (!cameraRunning_) capture_->setCameraRunning(false);
+  if (screen_) captureScreen();
 }
 
 void LiveSession::stopCaptureIfUnused() {
@@ -106,6 +109,53 @@ void LiveSession::setCameraRunning(bool running) {
   if (cameraRunning_ == running) return;
   cameraRunning_ = running;
   if (capture_) capture_->setCameraRunning(running);
+}
+
+// -------------------------------------------------------------------------------------- screen
+
+void LiveSession::shareScreen(uint32_t id) {
+  screen_ = id;
+  screenPaused_ = false;
+  if (capture_) captureScreen();
+}
+
+void LiveSession::stopScreen() {
+  screen_.reset();
+  if (capture_) capture_->stopScreen();
+}
+
+void LiveSession::setScreenPaused(bool paused) {
+  screenPaused_ = paused;
+  if (capture_) capture_->setScreenPaused(paused);
+}
+
+void LiveSession::setScreenEncoder(const EncoderSettings& encoder) {
+  screenEncoder_ = encoder;
+  if (capture_) capture_->setScreenFps(encoder.video.fps);
+}
+
+void LiveSession::captureScreen() {
+  auto troubled = lifeline_.bind([this](ScreenTrouble trouble, const std::string& message) {
+    listeners_.sdkError(
+        trouble == ScreenTrouble::kHidden ? kLumoLiveErrorScreenHidden : kLumoLiveErrorScreenLost,
+        message);
+  });
+  capture_->shareScreen(
+      *screen_, wantedEncoder().video.fps,
+      [this, troubled](ScreenTrouble trouble, const std::string& message) {
+        engine_.post([troubled, trouble, message]() mutable { troubled(trouble, message); });
+      });
+  capture_->setScreenPaused(screenPaused_);
+}
+
+EncoderSettings LiveSession::wantedEncoder() const {
+  EncoderSettings encoder = parameters_.encoder;
+  if (screen_ && screenEncoder_) {
+    encoder.video = screenEncoder_->video;
+    encoder.videoKbps = screenEncoder_->videoKbps;
+    encoder.gopSeconds = screenEncoder_->gopSeconds;
+  }
+  return encoder;
 }
 
 // ------------------------------------------------------------------------------------- preview
@@ -141,8 +191,10 @@ void LiveSession::startPush(PushRequest request) {
 void LiveSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
   startCapture();
+  const EncoderSettings encoder = wantedEncoder();
+  capture_->setFrameRate(encoder.video.fps);
   publisher_ = std::make_unique<Publisher>(
-      engine_, parameters_.encoder, settings_.network,
+      engine_, encoder, settings_.network,
       Publisher::Events{
           .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
           .onFirstFrame =

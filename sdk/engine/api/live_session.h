@@ -58,9 +58,22 @@ class LiveSession {
   void setCameraMuted(bool muted);
   void setCameraRunning(bool running);
 
+  // A screen (capture/screen_sources.h) is shared until it is stopped, also while nothing captures,
+  // and whatever becomes of it.
+  void shareScreen(uint32_t id);
+  void stopScreen();
+  void setScreenPaused(bool paused);
+
+  // How a shared screen is encoded; its sound as ever. The size applies to a capture or push that
+  // begins while a screen is shared, bit rate and key frames to such a push, the frame rate at once
+  // as far as the capture's own allows.
+  void setScreenEncoder(const EncoderSettings& encoder);
+
  private:
   void startCapture();
   void stopCaptureIfUnused();
+  void captureScreen();
+  EncoderSettings wantedEncoder() const;
   void beginPush(const PushRequest& request);
   void onPushReport(const PushOutcome& outcome);
   void tell(const PushOutcome& outcome);
@@ -76,6 +89,9 @@ class LiveSession {
   bool muted_ = false;
   bool cameraMuted_ = false;
   bool cameraRunning_ = true;
+  std::optional<uint32_t> screen_;
+  bool screenPaused_ = false;
+  std::optional<EncoderSettings> screenEncoder_;  // none: as the camera is
 
   uint32_t pushNumber_ = 0;
   std::optional<PushRequest> nextPush_;

@@ -35,7 +35,10 @@ void PusherListeners::systemError(LumoLiveErrorCode code, const std::string& mes
   });
 }
 
-void PusherListeners::capturedFrame(uint8_t* pixels, const GstVideoInfo& info) {
+void PusherListeners::capturedFrame(PictureOrigin origin, uint8_t* pixels,
+                                    const GstVideoInfo& info) {
+  const LumoLiveVideoSource source =
+      origin == PictureOrigin::kScreen ? kLumoLiveVideoSourceScreen : kLumoLiveVideoSourceCamera;
   frameSlot.call([&](LumoLiveVideoFrameListener& listener) {
     LumoLiveVideoRawData frame{.data = pixels,
                                .strideY = GST_VIDEO_INFO_PLANE_STRIDE(&info, 0),
@@ -43,7 +46,7 @@ void PusherListeners::capturedFrame(uint8_t* pixels, const GstVideoInfo& info) {
                                .strideV = GST_VIDEO_INFO_PLANE_STRIDE(&info, 2),
                                .height = GST_VIDEO_INFO_HEIGHT(&info),
                                .width = GST_VIDEO_INFO_WIDTH(&info)};
-    return listener.onCaptureVideoSample(pusher_, kLumoLiveVideoSourceCamera, frame);
+    return listener.onCaptureVideoSample(pusher_, source, frame);
   });
 }
 

@@ -1,5 +1,6 @@
 #include "capture/capture_session.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "capture/source_choice.h"
@@ -40,7 +41,7 @@ CaptureSession::~CaptureSession() {
 }
 
 void CaptureSession::setCameraMuted(bool muted) {
-  if (video_) video_->setBlack(muted);
+  if (video_) video_->setCameraBlack(muted);
 }
 
 void CaptureSession::setCameraRunning(bool running) {
@@ -64,6 +65,46 @@ void CaptureSession::setFrameRate(int fps) {
   openCamera();
 }
 
+// ------------------------------------------------------------------------------------- screen
+
+void CaptureSession::shareScreen(uint32_t id, int fps, ScreenCapture::TroubleCallback onTrouble) {
+  std::lock_guard lock(mutex_);
+  if (!video_) return;
+  const auto pictures = std::make_shared<PictureMailbox>();
+  video_->setSource(pictures, PictureOrigin::kScreen);
+  screen_.reset();  // not two at once
+  screen_ = std::make_unique<ScreenCapture>(id, settings_.video, screenFps(fps), pictures,
+                                            std::move(onTrouble));
+}
+
+void CaptureSession::stopScreen() {
+  std::lock_guard lock(mutex_);
+  if (!screen_) return;
+  showCamera();
+  screen_.reset();
+}
+
+void CaptureSession::setScreenPaused(bool paused) {
+  std::lock_guard lock(mutex_);
+  if (screen_) screen_->setPaused(paused);
+}
+
+void CaptureSession::setScreenFps(int fps) {
+  std::lock_guard lock(mutex_);
+  if (screen_) screen_->setFps(screenFps(fps));
+}
+
+// More than are shown need not be taken.
+int CaptureSession::screenFps(int fps) const {
+  return std::min(fps, settings_.video.fps);
+}
+
+void CaptureSession::showCamera() {
+  video_->setSource(pictures_, PictureOrigin::kCamera);
+}
+
+// ------------------------------------------------------------------------------------- camera
+
 bool CaptureSession::isFileSound() const {
   return settings_.microphone == kFileSound ||
          (settings_.microphone.empty() && cameraFile(settings_.camera));
@@ -75,7 +116,7 @@ void CaptureSession::openCamera() {
   if (video_) {
     pictures_ = std::make_shared<PictureMailbox>();
     outlets.pictures = pictures_;
-    video_->setSource(pictures_);
+    if (!screen_) showCamera();
   }
   if (isFileSound()) {
     outlets.sound = makeFifo(settings_.audio);

@@ -1,12 +1,13 @@
-// What is captured: one camera and one microphone, delivered to the consumers without a break for
-// as long as the session lives, whatever becomes of the sources. A source that is missing, fails or
-// is stopped leaves its last picture (black before the first) and silence.
+// What is captured: one camera or a screen in its place, and one microphone, delivered to the
+// consumers without a break for as long as the session lives, whatever becomes of the sources. A
+// source that is missing, fails or is stopped leaves its last picture (black before the first) and
+// silence.
 //
 // Thread: any. `onFrame` and the consumers are called on the tick threads; `onFailure` on a thread
 //   of the session's. Consumers are added and removed, and the session destroyed, from none of
 //   these calls.
 // Ownership: consumers are the caller's. Destruction stops and joins the tick threads and waits a
-//   sixth of a second at most for the sources.
+//   third of a second at most for sources and screen.
 // Failure: reported by `onFailure`; the session goes on. GStreamer must have been started.
 
 #pragma once
@@ -18,6 +19,7 @@
 
 #include "capture/audio_ticker.h"
 #include "capture/media_sink.h"
+#include "capture/screen_capture.h"
 #include "capture/source_runner.h"
 #include "capture/video_ticker.h"
 
@@ -52,7 +54,7 @@ class CaptureSession {
   // Sound becomes silence.
   void setMuted(bool muted) { audio_.setSilent(muted); }
 
-  // The picture becomes black; the camera goes on.
+  // The camera's picture becomes black; the camera goes on. A shared screen stays visible.
   void setCameraMuted(bool muted);
 
   // False: the camera is released and its last picture stands still. True: it is opened again, a
@@ -63,8 +65,20 @@ class CaptureSession {
   // file gives what it has.
   void setFrameRate(int fps);
 
+  // Shows a screen (capture/screen_sources.h) instead of the camera, at `fps` pictures a second at
+  // most. The camera goes on unseen. `onTrouble` as ScreenCapture calls it. Not when only sound is
+  // captured.
+  void shareScreen(uint32_t id, int fps, ScreenCapture::TroubleCallback onTrouble);
+  void stopScreen();
+
+  // Both do nothing while no screen is shown.
+  void setScreenPaused(bool paused);
+  void setScreenFps(int fps);
+
  private:
   bool isFileSound() const;
+  int screenFps(int fps) const;
+  void showCamera();
   void openCamera();
   void openMicrophone();
 
@@ -78,6 +92,7 @@ class CaptureSession {
   int cameraFps_ = 0;  // with which it was opened
   std::unique_ptr<SourceRunner> camera_;
   std::unique_ptr<SourceRunner> microphone_;
+  std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown
 };
 
 }  // namespace NimboEngine

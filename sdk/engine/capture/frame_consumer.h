@@ -17,6 +17,9 @@ struct VideoFormat {
   bool operator==(const VideoFormat&) const = default;
 };
 
+// Where a captured picture comes from.
+enum class PictureOrigin { kCamera, kScreen };
+
 // The shape of captured sound: interleaved 16-bit samples in native byte order.
 struct AudioFormat {
   int rate = 48000;  // Hz

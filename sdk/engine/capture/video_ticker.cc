@@ -25,9 +25,10 @@ VideoTicker::VideoTicker(const VideoFormat& format, FrameCallback onFrame, Consu
       ticker_("capture-video", static_cast<uint32_t>(format.fps), 0,
               [this](uint64_t, GstClockTime time) { tick(time); }) {}
 
-void VideoTicker::setSource(std::shared_ptr<const PictureMailbox> source) {
+void VideoTicker::setSource(std::shared_ptr<const PictureMailbox> source, PictureOrigin origin) {
   std::lock_guard lock(mutex_);
   source_ = std::move(source);
+  origin_ = origin;
 }
 
 void VideoTicker::tick(GstClockTime time) {
@@ -46,27 +47,32 @@ bool VideoTicker::draw(GstBuffer* frame) {
   GstVideoFrame target;
   if (!gst_video_frame_map(&target, &info, frame, GST_MAP_WRITE)) return false;
   auto* pixels = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&target, 0));
-  const GstPtr<GstBuffer> shown = black_ ? nullptr : picture();
+  look();
+  const bool black = !shown_ || (cameraBlack_ && shownOrigin_ == PictureOrigin::kCamera);
   GstVideoFrame source;
-  if (shown && gst_video_frame_map(&source, &pictureInfo_, shown.get(), GST_MAP_READ)) {
+  if (!black && gst_video_frame_map(&source, &pictureInfo_, shown_.get(), GST_MAP_READ)) {
     gst_video_frame_copy(&target, &source);
     gst_video_frame_unmap(&source);
   } else {
     fillBlack(pixels, info);
   }
-  if (onFrame_) onFrame_(pixels, info);
+  if (onFrame_) onFrame_(shownOrigin_, pixels, info);
   gst_video_frame_unmap(&target);
   return true;
 }
 
-GstPtr<GstBuffer> VideoTicker::picture() {
+void VideoTicker::look() {
   std::shared_ptr<const PictureMailbox> source;
+  PictureOrigin origin;
   {
     std::lock_guard lock(mutex_);
     source = source_;
+    origin = origin_;
   }
-  if (GstPtr<GstBuffer> latest = source ? source->latest() : nullptr) shown_ = std::move(latest);
-  return shown_ ? share(shown_.get()) : nullptr;
+  if (GstPtr<GstBuffer> latest = source ? source->latest() : nullptr) {
+    shown_ = std::move(latest);
+    shownOrigin_ = origin;
+  }
 }
 
 }  // namespace NimboEngine

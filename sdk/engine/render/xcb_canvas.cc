@@ -1,7 +1,5 @@
 #include "render/xcb_canvas.h"
 
-#include <sys/ipc.h>
-#include <sys/shm.h>
 #include <xcb/shm.h>
 
 #include <algorithm>
@@ -11,40 +9,11 @@ namespace {
 
 constexpr size_t kPixelBytes = 4;
 
-struct Free {
-  void operator()(void* reply) const { std::free(reply); }
-};
-template <class T>
-using Reply = std::unique_ptr<T, Free>;
-
 size_t bytes(Size size) {
   return kPixelBytes * static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
 }
 
 }  // namespace
-
-std::unique_ptr<ShmSegment> ShmSegment::attach(xcb_connection_t* connection, size_t bytes) {
-  const auto* extension = xcb_get_extension_data(connection, &xcb_shm_id);
-  if (!extension || !extension->present) return nullptr;
-  const int key = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
-  if (key < 0) return nullptr;
-  void* data = shmat(key, nullptr, 0);
-  const uint32_t id = xcb_generate_id(connection);
-  const Reply<xcb_generic_error_t> refused(
-      xcb_request_check(connection, xcb_shm_attach_checked(connection, id, key, 0)));
-  shmctl(key, IPC_RMID, nullptr);  // goes when both sides have detached, even after a crash
-  if (reinterpret_cast<intptr_t>(data) == -1) return nullptr;
-  if (refused || xcb_connection_has_error(connection)) {
-    shmdt(data);
-    return nullptr;
-  }
-  return std::unique_ptr<ShmSegment>(new ShmSegment(connection, id, static_cast<uint8_t*>(data)));
-}
-
-ShmSegment::~ShmSegment() {
-  xcb_shm_detach(connection_, id_);
-  shmdt(data_);
-}
 
 XcbCanvas::XcbCanvas(uint32_t window)
     : window_(window), connection_(xcb_connect(nullptr, nullptr)) {}
@@ -55,14 +24,14 @@ bool XcbCanvas::refresh() {
   xcb_connection_t* connection = connection_.get();
   if (xcb_connection_has_error(connection)) return false;
   // The reply also tells that the server has done all that was asked before.
-  const Reply<xcb_get_geometry_reply_t> geometry(
+  const XReply<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window_), nullptr));
-  while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+  while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
     // Errors of requests that came too late for the window arrive here.
   }
   if (!geometry) return false;
   if (gc_ == 0) {
-    if (!isDrawable(geometry->depth)) return false;
+    if (!hasPlainPixels(connection, geometry->depth)) return false;
     depth_ = geometry->depth;
     gc_ = xcb_generate_id(connection);
     xcb_create_gc(connection, gc_, window_, 0, nullptr);
@@ -70,17 +39,6 @@ bool XcbCanvas::refresh() {
   const Size size{geometry->width, geometry->height};
   if (size != size_) resize(size);
   return true;
-}
-
-// 24 or 32 bits in 32, least significant byte first: what every present desktop has.
-bool XcbCanvas::isDrawable(uint8_t depth) const {
-  const xcb_setup_t* setup = xcb_get_setup(connection_.get());
-  if (setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
-  for (auto format = xcb_setup_pixmap_formats_iterator(setup); format.rem;
-       xcb_format_next(&format)) {
-    if (format.data->depth == depth) return depth >= 24 && format.data->bits_per_pixel == 32;
-  }
-  return false;
 }
 
 void XcbCanvas::resize(Size size) {

@@ -12,35 +12,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "render/view_layout.h"
+#include "x11/shm_segment.h"
+#include "x11/x_display.h"
 
 namespace NimboEngine {
-
-// Memory shared with the X server.
-class ShmSegment {
- public:
-  // Null when the server does not share memory (it may run on another machine).
-  static std::unique_ptr<ShmSegment> attach(xcb_connection_t* connection, size_t bytes);
-  ~ShmSegment();
-  ShmSegment(const ShmSegment&) = delete;
-  ShmSegment& operator=(const ShmSegment&) = delete;
-
-  uint8_t* data() const { return data_; }
-  uint32_t id() const { return id_; }
-
- private:
-  ShmSegment(xcb_connection_t* connection, uint32_t id, uint8_t* data)
-      : connection_(connection), id_(id), data_(data) {}
-
-  xcb_connection_t* connection_;
-  uint32_t id_;
-  uint8_t* data_;
-};
 
 class XcbCanvas {
  public:
@@ -65,16 +44,11 @@ class XcbCanvas {
   bool isShared() const { return shared_ != nullptr; }
 
  private:
-  struct Disconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-  };
-
-  bool isDrawable(uint8_t depth) const;
   void resize(Size size);
   void send();
 
   const uint32_t window_;
-  std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+  XConnection connection_;
   uint32_t gc_ = 0;
   uint8_t depth_ = 0;
   Size size_;

@@ -8,9 +8,9 @@
 #include <thread>
 
 #include "NimboSdk/LumoLiveResult.h"
-#include "render/x_server.h"
 #include "support/recording_player_listener.h"
 #include "support/test_clip.h"
+#include "support/x_server.h"
 
 namespace NimboEngine::test {
 namespace {
@@ -52,7 +52,7 @@ class LivePlayerViewTest : public testing::Test {
 };
 
 TEST_F(LivePlayerViewTest, ShowsTheWholePictureAndTellsWhenItDoes) {
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   show(window);
   player->startPlay(clip.path());
   ASSERT_TRUE(listener.events.waitFor("drawn"));
@@ -79,7 +79,7 @@ TEST_F(LivePlayerViewTest, TurnsAndMirrors) {
       {kLumoLiveRotation270, false, 0.25, 0.75}, {kLumoLiveRotation0, true, 0.75, 0.25},
       {kLumoLiveRotation90, true, 0.25, 0.25},   {kLumoLiveRotation270, true, 0.75, 0.75},
   };
-  const XWindow window({300, 300});
+  const XWindow window(Size{300, 300});
   show(window);
   player->startPlay(clip.path());
   for (const auto& [rotation, mirror, x, y] : cases) {
@@ -95,7 +95,7 @@ TEST_F(LivePlayerViewTest, TurnsAndMirrors) {
 }
 
 TEST_F(LivePlayerViewTest, ModesFillTheWindow) {
-  const XWindow window({200, 400});
+  const XWindow window(Size{200, 400});
   show(window);
   player->startPlay(clip.path());
   for (const auto mode : {kLumoLiveRenderModeCrop, kLumoLiveRenderModeStretch}) {
@@ -108,7 +108,7 @@ TEST_F(LivePlayerViewTest, ModesFillTheWindow) {
 }
 
 TEST_F(LivePlayerViewTest, FollowsTheWindowAndMovesToAnother) {
-  XWindow first({400, 225});
+  XWindow first(Size{400, 225});
   player->startPlay(clip.path());
   ASSERT_TRUE(listener.events.waitFor("frame"));
   show(first);
@@ -116,7 +116,7 @@ TEST_F(LivePlayerViewTest, FollowsTheWindowAndMovesToAnother) {
   first.resize({200, 500});
   EXPECT_TRUE(shows(first, 0.5, 0.05, kBlack));
   EXPECT_TRUE(shows(first, 0.25, 0.45, kRed));
-  const XWindow second({160, 90});
+  const XWindow second(Size{160, 90});
   show(second);
   EXPECT_TRUE(shows(second, 0.1, 0.1, kRed));
   EXPECT_EQ(player->setPlayView(nullptr, 0, 0), kLumoLiveOk);
@@ -134,21 +134,21 @@ TEST_F(LivePlayerViewTest, WhatTheListenerPaintsIsShown) {
     return true;
   };
   listener.attachTo(player);
-  const XWindow window({320, 180});
+  const XWindow window(Size{320, 180});
   show(window);
   player->startPlay(clip.path());
   EXPECT_TRUE(shows(window, 0.9, 0.9, kRed));
 }
 
 TEST_F(LivePlayerViewTest, AWindowThatGoesIsReportedAndThePlayerGoesOn) {
-  XWindow window({320, 180});
+  XWindow window(Size{320, 180});
   show(window);
   player->startPlay(clip.path());
   ASSERT_TRUE(listener.events.waitFor("drawn"));
   window.destroy();
   ASSERT_TRUE(listener.events.waitFor("error -3103"));
   ASSERT_TRUE(listener.events.waitFor("frame", listener.frames + 10));
-  const XWindow another({320, 180});
+  const XWindow another(Size{320, 180});
   show(another);
   EXPECT_TRUE(shows(another, 0.1, 0.1, kRed));
 }
@@ -162,7 +162,7 @@ TEST_F(LivePlayerViewTest, AWindowThatIsNoneIsReported) {
 }
 
 TEST_F(LivePlayerViewTest, AFrozenDisplayServerHoldsNothingUp) {
-  const XWindow window({320, 180});
+  const XWindow window(Size{320, 180});
   show(window);
   player->startPlay(clip.path());
   ASSERT_TRUE(listener.events.waitFor("drawn"));

@@ -230,14 +230,6 @@ TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
   EXPECT_EQ(pusher->setCurrentAudioCaptureName("x"), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 3, 1), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->startScreenShareByDesktopId(1), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setScreenShareEncoderConfiguration(nullptr), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->pauseScreenShare(), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->resumeScreenShare(), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->getScreenShareSourceInfo(), nullptr);
-  EXPECT_EQ(pusher->getCurrentScreenShareSourceId(), 0u);
-  EXPECT_EQ(pusher->getScreenShareEncoderConfiguration().bitrate, 0);
 }
 
 TEST_F(LivePusherTest, TheProcessMayEndWhileItCaptures) {

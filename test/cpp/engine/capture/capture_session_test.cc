@@ -147,11 +147,12 @@ TEST_F(CaptureSessionTest, TheToneHas440HertzAndModerateLevel) {
 }
 
 TEST_F(CaptureSessionTest, TheCallbackChangesWhatConsumersSee) {
-  open(testSettings({641, 361, 30}), [this](uint8_t* pixels, const GstVideoInfo& info) {
-    pixels[0] = 77;
-    pixels[GST_VIDEO_INFO_SIZE(&info) - 1] = 78;
-    ++calls_;
-  });
+  open(testSettings({641, 361, 30}),
+       [this](PictureOrigin, uint8_t* pixels, const GstVideoInfo& info) {
+         pixels[0] = 77;
+         pixels[GST_VIDEO_INFO_SIZE(&info) - 1] = 78;
+         ++calls_;
+       });
   for (const Picture& picture : probe_.pictures(5)) {
     EXPECT_EQ(picture.bytes.front(), 77);
     EXPECT_EQ(picture.bytes.back(), 78);
@@ -184,7 +185,7 @@ TEST_F(CaptureSessionTest, AStoppedCameraStandsStillAndComesBack) {
 }
 
 TEST_F(CaptureSessionTest, TheFrameCallbackSeesEachStillPictureAfresh) {
-  open(testSettings(), [](uint8_t* pixels, const GstVideoInfo&) {
+  open(testSettings(), [](PictureOrigin, uint8_t* pixels, const GstVideoInfo&) {
     pixels[0] = static_cast<uint8_t>(pixels[0] / 2);
   });
   ASSERT_TRUE(probe_.waitForPicture(isPattern));
@@ -207,7 +208,9 @@ TEST_F(CaptureSessionTest, MutedSoundIsSilentAndComesBack) {
 TEST_F(CaptureSessionTest, AudioOnlyHasNoPictures) {
   CaptureSettings settings = testSettings();
   settings.audioOnly = true;
-  open(settings, [](uint8_t*, const GstVideoInfo&) { ADD_FAILURE() << "a frame without video"; });
+  open(settings, [](PictureOrigin, uint8_t*, const GstVideoInfo&) {
+    ADD_FAILURE() << "a frame without video";
+  });
   EXPECT_TRUE(probe_.waitForSound([](const Sound& sound) { return !sound.isSilent(); }));
   session_->setCameraMuted(true);
   session_->setCameraRunning(false);

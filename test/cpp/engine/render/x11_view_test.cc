@@ -9,10 +9,10 @@
 #include "capture/frame_pool.h"
 #include "gst/runtime.h"
 #include "render/frame_painter.h"
-#include "render/x_server.h"
 #include "render/xcb_canvas.h"
 #include "support/event_log.h"
 #include "support/process_usage.h"
+#include "support/x_server.h"
 
 namespace NimboEngine::test {
 namespace {
@@ -91,7 +91,7 @@ class X11ViewTest : public testing::Test {
 
 TEST_F(X11ViewTest, DrawsUprightWithBorders) {
   const XServer server;
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   X11View view(window.id(), events());
   expectFit(view, window);
   EXPECT_TRUE(events_.waitFor("drawn"));
@@ -100,7 +100,7 @@ TEST_F(X11ViewTest, DrawsUprightWithBorders) {
 
 TEST_F(X11ViewTest, DrawsWithoutSharedMemory) {
   const XServer server({"-extension", "MIT-SHM"});
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   XcbCanvas canvas(window.id());
   ASSERT_TRUE(canvas.refresh());
   EXPECT_FALSE(canvas.isShared());
@@ -110,7 +110,7 @@ TEST_F(X11ViewTest, DrawsWithoutSharedMemory) {
 
 TEST_F(X11ViewTest, UsesSharedMemoryWhereItCan) {
   const XServer server;
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   XcbCanvas canvas(window.id());
   ASSERT_TRUE(canvas.refresh());
   EXPECT_TRUE(canvas.isShared());
@@ -120,7 +120,7 @@ TEST_F(X11ViewTest, UsesSharedMemoryWhereItCan) {
 TEST_F(X11ViewTest, CropAndStretchFillTheWindow) {
   const XServer server;
   for (const ViewMode mode : {ViewMode::kCrop, ViewMode::kStretch}) {
-    const XWindow window({400, 400});
+    const XWindow window(Size{400, 400});
     X11View view(window.id(), events(), {.mode = mode});
     EXPECT_TRUE(showUntil(view, window, 0.02, 0.02, kRed));
     EXPECT_TRUE(isNear(window.at(0.98, 0.98), kBlue));
@@ -129,7 +129,7 @@ TEST_F(X11ViewTest, CropAndStretchFillTheWindow) {
 
 TEST_F(X11ViewTest, FollowsTheWindowsSize) {
   const XServer server;
-  XWindow window({400, 400});
+  XWindow window(Size{400, 400});
   X11View view(window.id(), events());
   expectFit(view, window);
   for (const Size size : {Size{160, 90}, Size{700, 500}, Size{300, 400}}) {
@@ -144,7 +144,7 @@ TEST_F(X11ViewTest, FollowsTheWindowsSize) {
 
 TEST_F(X11ViewTest, SurvivesTheWindowsEnd) {
   const XServer server;
-  XWindow window({400, 400});
+  XWindow window(Size{400, 400});
   X11View view(window.id(), events());
   ASSERT_TRUE(showUntil(view, window, 0.25, 0.5, kRed));
   window.destroy();
@@ -155,7 +155,7 @@ TEST_F(X11ViewTest, SurvivesTheWindowsEnd) {
 
 TEST_F(X11ViewTest, SurvivesTheServersEnd) {
   XServer server;
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   X11View view(window.id(), events());
   ASSERT_TRUE(showUntil(view, window, 0.25, 0.5, kRed));
   server.kill();
@@ -175,7 +175,7 @@ TEST_F(X11ViewTest, IsLostAtOnceWithoutServerOrWindow) {
 
 TEST_F(X11ViewTest, AFrozenServerDoesNotHoldTheViewsEnd) {
   const XServer server;
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   {
     X11View view(window.id(), events());
     ASSERT_TRUE(showUntil(view, window, 0.25, 0.5, kRed));
@@ -188,13 +188,13 @@ TEST_F(X11ViewTest, AFrozenServerDoesNotHoldTheViewsEnd) {
 
 TEST_F(X11ViewTest, AViewWithoutFramesEnds) {
   const XServer server;
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   const X11View view(window.id(), events());
 }
 
 TEST_F(X11ViewTest, FiftyViewsLeaveNothingBehind) {
   const XServer server;
-  const XWindow window({400, 400});
+  const XWindow window(Size{400, 400});
   const auto cycle = [&] {
     X11View view(window.id(), events());
     ASSERT_TRUE(showUntil(view, window, 0.25, 0.5, kRed));

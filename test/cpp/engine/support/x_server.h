@@ -34,21 +34,41 @@ class XServer {
   std::unique_ptr<ChildProcess> process_;
 };
 
+struct XWindowOptions {
+  Rect place{0, 0, 100, 100};
+  uint32_t colour = 0;  // 0xRRGGBB
+  std::string name{};   // "": none
+  uint32_t parent = 0;  // 0: the root window
+  bool mapped = true;
+  bool overrideRedirect = false;
+};
+
+// The root window's list of a window manager's clients.
+void setClientList(const std::vector<uint32_t>& windows);
+
 class XWindow {
  public:
   explicit XWindow(Size size);
+  explicit XWindow(const XWindowOptions& options);
   ~XWindow();
   XWindow(const XWindow&) = delete;
   XWindow& operator=(const XWindow&) = delete;
 
   uint32_t id() const { return window_; }
   void resize(Size size);
+  void setColour(uint32_t colour);
+  void map();
+  void unmap();
   void destroy();
+  // A cursor of that colour, 16 by 16 pixels, in the middle of the window.
+  void showPointer(std::array<uint16_t, 3> colour);
 
   // Red, green and blue of what the window shows, at a place given in parts of its size.
   std::array<int, 3> at(double x, double y) const;
 
  private:
+  void sync();
+
   xcb_connection_t* connection_;
   uint32_t window_;
   Size size_;

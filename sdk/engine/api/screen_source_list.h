@@ -1,0 +1,31 @@
+// A list of what can be shared, as the interface hands it out.
+//
+// Thread: that of its caller.
+// Ownership: made by make(), its caller's until release(), which destroys it.
+// Failure: an index past the end gives an empty record.
+
+#pragma once
+
+#include <vector>
+
+#include "NimboSdk/LumoLivePusher.h"
+#include "capture/screen_sources.h"
+
+namespace NimboEngine {
+
+class ScreenSourceList final : public LumoRtc::LumoLiveScreenSourceList {
+ public:
+  static LumoRtc::LumoLiveScreenSourceList* make(std::vector<ScreenSource> sources);
+
+  uint32_t getCount() override;
+  LumoRtc::LumoLiveScreenSourceInfo getSource(uint32_t index) override;
+  void release() override;
+
+ private:
+  explicit ScreenSourceList(std::vector<ScreenSource> sources) : sources_(std::move(sources)) {}
+  ~ScreenSourceList() = default;
+
+  const std::vector<ScreenSource> sources_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,54 @@
+// Pictures of a monitor or window, taken at a steady rate and, where they differ from the last, put
+// into a mailbox in the captured format: the whole picture, with black borders where the shapes
+// differ.
+//
+// Thread: any. The trouble callback is called on the capture's own thread, and not any more when
+//   destruction has begun to return; it must not destroy the capture.
+// Ownership: shares the mailbox. An X server that does not answer delays destruction a sixth of a
+//   second at most; the thread is then left behind.
+// Failure: reported as trouble; the mailbox keeps the last picture. GStreamer must have been
+//   started.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/leavable_thread.h"
+#include "capture/frame_consumer.h"
+#include "capture/picture_mailbox.h"
+
+namespace NimboEngine {
+
+enum class ScreenTrouble {
+  kHidden,  // there is nothing to see of the window at present; told once each time
+  kLost,    // nothing will come any more
+};
+
+class ScreenCapture {
+ public:
+  using TroubleCallback = std::function<void(ScreenTrouble, const std::string& message)>;
+
+  // `id` as in capture/screen_sources.h; pictures get the size of `format`. `fps` pictures are
+  // taken each second.
+  ScreenCapture(uint32_t id, const VideoFormat& format, int fps,
+                std::shared_ptr<PictureMailbox> pictures, TroubleCallback onTrouble);
+  ~ScreenCapture();
+  ScreenCapture(const ScreenCapture&) = delete;
+  ScreenCapture& operator=(const ScreenCapture&) = delete;
+
+  // While paused nothing is taken, and nothing noticed. No picture follows a call with true.
+  void setPaused(bool paused);
+
+  void setFps(int fps);
+
+ private:
+  struct State;
+
+  const std::shared_ptr<State> state_;
+  LeavableThread thread_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,73 @@
+// Takes pictures of one monitor or window, over a connection to the X server of its own.
+//
+// A window is taken without what covers it where the server can do that (the Composite extension);
+// elsewhere the picture is what the screen shows in its place, and the part of a window that is
+// outside the screen is left out.
+//
+// Thread: one thread at a time; every call may wait for the X server, also for ever.
+// Ownership: owns the connection and the pixels.
+// Failure: an outcome; nothing that becomes of the window or the server ends the process.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "capture/screen_cursor.h"
+#include "capture/screen_image.h"
+#include "render/view_layout.h"
+#include "x11/x_display.h"
+
+namespace NimboEngine {
+
+class ScreenGrabber {
+ public:
+  enum class Outcome {
+    kPicture,
+    kSame,    // the last picture again
+    kMissed,  // no picture this time: it was about to change its size
+    kHidden,  // minimised, or wholly outside the screen where that cannot be helped
+    kGone,    // closed or never there, or the server ended; problem() tells
+  };
+
+  // `id` as in capture/screen_sources.h.
+  explicit ScreenGrabber(uint32_t id);
+
+  Outcome grab();
+
+  // The picture, with the mouse pointer in it; valid until the next call of grab().
+  const ScreenImage& image() const { return *image_; }
+
+  const std::string& problem() const { return problem_; }
+
+ private:
+  // Where the pixels are to be had.
+  struct Place {
+    xcb_drawable_t drawable;
+    Rect part;  // of the drawable
+    Rect area;  // of the desktop
+  };
+
+  xcb_connection_t* connection() const { return display_.connection.get(); }
+  bool keepContents();
+  Outcome locate(Place& place);
+  Outcome locateMonitor(Place& place);
+  Outcome locateWindow(Place& place);
+  Outcome gone(std::string problem);
+  Outcome fetch(const Place& place);
+
+  const uint32_t id_;
+  const XDisplay display_;
+  const bool contentsAreKept_;  // the window's, while it is covered or outside the screen
+  const xcb_pixmap_t pixmap_;   // its name for that
+  ScreenCursor cursor_;
+  std::unique_ptr<ScreenImage> image_;
+  std::unique_ptr<ScreenImage> previous_;
+  std::string problem_;
+};
+
+}  // namespace NimboEngine
