@@ -1,0 +1,98 @@
+'use strict';
+
+// Glass to glass: how old a picture is when JavaScript has it back from the server. A plug-in writes
+// the time into each captured picture (time_code.cc); the picture is encoded, published, played and
+// read. The same stream is decoded by ffmpeg at the same time, told to hold nothing back, and read
+// from its output in the same way. Ends with the ratio of the medians.
+//
+// Usage: node bench/latency.js [--seconds N]
+
+const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
+const { parseArgs } = require('node:util');
+const { sdkDirectory } = require('../lib');
+const { openLivePush } = require('../test/e2e/support/live_push');
+const { openPlayer } = require('../test/e2e/support/player');
+const { startChild } = require('../tools/rtmp/child');
+const { startRtmpServer } = require('../tools/rtmp/rtmp_server');
+const { printTable, quantile } = require('./lib/numbers');
+
+const WIDTH = 1280;
+const HEIGHT = 720;
+const ROW = 16; // of those that carry the code
+const BITS = 32;
+
+/** @param {Buffer} row of luma @returns {number} milliseconds since the code in it was written */
+function ageOf(row) {
+  let code = 0;
+  for (let bit = 0; bit < BITS; bit += 1) {
+    const value = row[Math.floor(((bit + 0.5) * WIDTH) / BITS)];
+    if (value > 80 && value < 170) return Number.NaN; // a picture without a code
+    code = code * 2 + (value >= 170 ? 1 : 0);
+  }
+  return (Number(process.hrtime.bigint() / 1_000_000n) - code) % 2 ** BITS;
+}
+
+/** Has ffmpeg decode `url`, and hands over one row of each picture. */
+function startPeer(url, onRow) {
+  const child = startChild('ffmpeg', [
+    ...['-v', 'error', '-nostdin', '-fflags', 'nobuffer', '-flags', 'low_delay'],
+    ...['-probesize', '32768', '-analyzeduration', '0', '-i', url, '-an', '-vsync', 'passthrough'],
+    ...['-vf', `crop=${WIDTH}:2:0:${ROW}`, '-pix_fmt', 'gray', '-f', 'rawvideo', '-flush_packets'],
+    ...['1', '-'],
+  ]);
+  let rest = Buffer.alloc(0);
+  child.process.stdout.on('data', (data) => {
+    rest = Buffer.concat([rest, data]);
+    for (; rest.length >= WIDTH * 2; rest = rest.subarray(WIDTH * 2)) onRow(rest);
+  });
+  return child;
+}
+
+async function main() {
+  const { values } = parseArgs({ options: { seconds: { type: 'string', default: '15' } } });
+  const server = await startRtmpServer();
+  const live = openLivePush({
+    config: { width: WIDTH, height: HEIGHT, frameRate: 30, mTargetVideoBitrate: 2000 },
+  });
+  const plugin = path.join(sdkDirectory, 'bench/time_code.so');
+  if (live.push.addPlugin({ id: 'time', path: plugin }) !== 0) throw new Error(plugin);
+  live.push.enablePlugin('time', true);
+  const pushed = live.next('onFirstFramePushed');
+  live.push.startPush(server.url());
+  await pushed;
+
+  const player = openPlayer(live);
+  await player.play(server.url());
+  const ages = { player: [], ffmpeg: [] };
+  let measuring = false;
+  const note = (name) => (row) => {
+    const age = ageOf(row);
+    if (measuring && Number.isFinite(age)) ages[name].push(age);
+  };
+  const peer = startPeer(server.url(), note('ffmpeg'));
+  live.push.addEventListener('onVideoRenderData', (frames) => {
+    for (const { user_id: id, data_y: luma, data_y_len: size } of frames) {
+      if (id === player.id) note('player')(luma.subarray((ROW * size) / HEIGHT));
+    }
+  });
+  await sleep(4000); // both have settled
+  measuring = true;
+  await sleep(Number(values.seconds) * 1000);
+  await peer.stop();
+  await server.stop();
+
+  const base = quantile(ages.ffmpeg);
+  const row = (name, list) => [
+    ...[name, list.length, `${quantile(list)} ms`, `${quantile(list, 0.95)} ms`],
+    (quantile(list) / base).toFixed(2),
+  ];
+  printTable([
+    ['capture to JavaScript, 1280x720', 'frames', 'median', '95 %', 'ratio'],
+    row('ffmpeg decoding the same stream', ages.ffmpeg),
+    row('a player of this engine', ages.player),
+  ]);
+  process.exit();
+}
+
+main();
