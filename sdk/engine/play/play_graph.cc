@@ -114,7 +114,8 @@ void Wiring::setLive(bool live) {
 // FLV gets its demultiplexer from here: decodebin would wait until both streams have shown
 // themselves, seconds where one of them is missing.
 void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
-  outlets_->answered = true;
+  // An RTMP source states its type before it is connected.
+  if (protocol_ != PlayProtocol::kRtmp) outlets_->answered = true;
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps, 0));
   gint64 size = 0;
   const bool endless = !gst_element_query_duration(typefind, GST_FORMAT_BYTES, &size) || size <= 0;
