@@ -165,6 +165,7 @@ describe('when playing fails, the code tells why', GUARD, () => {
       }
     }
     const child = startChild('env', [
+      `LD_PRELOAD=${process.env.LD_PRELOAD ?? ''}`, // this one is no foreign program
       `GST_PLUGIN_SYSTEM_PATH_1_0=${plugins}`,
       `GST_REGISTRY_1_0=${path.join(folder, 'registry')}`,
       process.execPath,
