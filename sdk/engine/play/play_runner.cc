@@ -92,9 +92,9 @@ struct PlayRunner::Running {
     changed.notify_all();
   }
 
-  // What hangs in the network is left behind.
+  // Long enough for plug-ins that come from a slow disk. What hangs in the network is left behind.
   void stopAll() {
-    constexpr std::chrono::milliseconds kPatience{500};
+    constexpr std::chrono::seconds kPatience{3};
     std::unique_lock lock(mutex);
     for (State* state : states) state->requestStop();
     changed.wait_for(lock, kPatience, [this] { return states.empty(); });
