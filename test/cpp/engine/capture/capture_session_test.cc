@@ -36,11 +36,12 @@ class CaptureSessionTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
   void open(const CaptureSettings& settings, FrameCallback onFrame = nullptr) {
-    session_ = std::make_unique<CaptureSession>(settings, std::move(onFrame),
-                                                [this](bool camera, const std::string& message) {
-                                                  EXPECT_FALSE(message.empty());
-                                                  failures_.add(camera ? "camera" : "microphone");
-                                                });
+    session_ = std::make_unique<CaptureSession>(
+        settings, std::move(onFrame),
+        [this](DeviceKind kind, const std::string&, const std::string& message) {
+          EXPECT_FALSE(message.empty());
+          failures_.add(kindName(kind));
+        });
     session_->addConsumer(&probe_);
   }
 

@@ -54,10 +54,11 @@ class FileSourceTest : public testing::Test {
     settings.video = {320, 180, 30};
     settings.audioOnly = audioOnly;
     settings.camera = "file:" + path;
-    session_ = std::make_unique<CaptureSession>(settings, nullptr,
-                                                [this](bool camera, const std::string&) {
-                                                  failures_.add(camera ? "camera" : "microphone");
-                                                });
+    settings.microphone = settings.camera;
+    session_ = std::make_unique<CaptureSession>(
+        settings, nullptr, [this](DeviceKind kind, const std::string&, const std::string&) {
+          failures_.add(kindName(kind));
+        });
     session_->addConsumer(&probe_);
   }
 
