@@ -92,7 +92,7 @@ std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
   while (running) {
     bool silent = false;
     const auto message = next(source, silent);
-    if (silent) return "it gives no pictures";
+    if (silent) return "it gives nothing";
     if (!message) return {};
     if (message->kind == Kind::kError) return message->text;
     if (!waitUntil(roundBegan + kShortestRound)) return {};

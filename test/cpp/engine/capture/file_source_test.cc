@@ -181,6 +181,26 @@ TEST_F(FileSourceTest, AStoppedFileIsSilentAndBeginsAgain) {
   EXPECT_TRUE(probe_.waitForSound(isLoud));
 }
 
+TEST_F(FileSourceTest, ItsSoundIsHeardWithItsPictureAndWithout) {
+  const std::string path = make("both.avi", std::string(kPicture) + "jpegenc ! mux. " + kSound +
+                                                "audioconvert ! mux. avimux name=mux ! ");
+  open(path);
+  ASSERT_TRUE(probe_.waitForSound(isLoud));
+  const std::string file = "file:" + path;
+  session_->setDevices(file, "no such microphone");
+  ASSERT_TRUE(failures_.waitFor("microphone"));
+  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  session_->setDevices(file, file);
+  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "with its picture";
+  session_->setDevices("no such camera", "no such microphone");
+  ASSERT_TRUE(failures_.waitFor("microphone", 2));
+  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  session_->setDevices("no such camera", file);
+  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "without";
+  session_->setDevices(file, file);
+  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "with it again";
+}
+
 class BrokenFiles : public FileSourceTest {
  protected:
   void expectFailureAndBlack(const std::string& path) {
