@@ -1,14 +1,20 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { execFile } = require('node:child_process');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
+const { promisify } = require('node:util');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { startDeviceServices } = require('./support/device_services');
 const { openLivePush } = require('./support/live_push');
 const { gaps, watchStream } = require('./support/stream_witness');
 
-const GUARD = { timeout: 90_000 };
+const FIRST_STREAM = path.join(__dirname, '../../examples/first-stream/main.js');
+const GUARD = { timeout: 240_000 };
 const NOT_FOUND = -2005;
 const CAMERA_LOST = -3105;
 const MICROPHONE_LOST = -3106;
@@ -22,6 +28,22 @@ const TEST_TONE = 440;
 const TEST_PATTERN = { deviceName: 'Test pattern', deviceId: 'test', deviceTransportType: 4 };
 const TEST_SOUND = { deviceName: 'Test tone', deviceId: 'test', deviceTransportType: 4 };
 const device = (deviceId, deviceName) => ({ deviceName, deviceId, deviceTransportType: 0 });
+
+/** Whether the device or its service tells first is open, and with it the reason. */
+function assertLost(error, code, lost, next) {
+  assert.equal(error.code, code);
+  assert.match(error.msg, new RegExp(`"${lost}" (was unplugged|failed: .+); "${next}" is used`));
+}
+
+/** The report of the example, which writes into the folder that it runs in. */
+async function firstStream(...args) {
+  const cwd = fs.mkdtempSync(path.join(os.tmpdir(), 'first-stream-'));
+  const line = [FIRST_STREAM, '--json', ...args];
+  // Its exit code tells only what the report tells too.
+  const { stdout } = await promisify(execFile)(process.execPath, line, { cwd }).catch((end) => end);
+  fs.rmSync(cwd, { recursive: true });
+  return JSON.parse(stdout);
+}
 
 describe('devices', GUARD, () => {
   let services;
@@ -186,17 +208,12 @@ describe('devices', GUARD, () => {
 
     const cameraLost = live.next('onSDKError');
     await pull(red);
-    const { code, msg } = await cameraLost;
-    assert.equal(code, CAMERA_LOST);
-    assert.match(msg, /"RedCamera".*"BlueCamera"/);
+    assertLost(await cameraLost, CAMERA_LOST, 'RedCamera', 'BlueCamera');
     await witness.sees(BLUE);
 
     const microphoneLost = live.next('onSDKError');
     await pull(desk);
-    assert.deepEqual(await microphoneLost, {
-      code: MICROPHONE_LOST,
-      msg: 'microphone "DeskMicrophone" was unplugged; "SpareMicrophone" is used instead',
-    });
+    assertLost(await microphoneLost, MICROPHONE_LOST, 'DeskMicrophone', 'SpareMicrophone');
     await witness.hears(2500);
     assert.deepEqual(current(), ['blue_camera', 'BlueCamera', 'spare', 'SpareMicrophone']);
 
@@ -214,6 +231,18 @@ describe('devices', GUARD, () => {
     assert.equal(live.names().filter((name) => name === 'onSDKError').length, 2);
   });
 
+  it('are what the first stream shows when it is told to', async () => {
+    await plugCamera('red_camera', 'RedCamera', 0xff0000);
+    const missing = await firstStream('--input', 'camera', '--seconds', '5');
+    assert.equal(missing.seen, false);
+    assert.match(missing.problems.join(), /^No microphone is plugged in\./);
+    await plugMicrophone('desk', 'DeskMicrophone', 1000);
+    const report = await firstStream('--input', 'camera', '--seconds', '5');
+    assert.deepEqual(report.problems, []);
+    assert.deepEqual(report.sources, { camera: 'RedCamera', microphone: 'DeskMicrophone' });
+    assert.ok(report.seen && report.witness.audio);
+  });
+
   it('give way to the test tone when the sound system dies', async () => {
     await plugMicrophone('desk', 'DeskMicrophone', 1000);
     live = openLivePush({ extra: { microphone: 'default' } });
@@ -223,9 +252,7 @@ describe('devices', GUARD, () => {
     const lost = live.next('onSDKError');
     plugged.length = 0; // nothing can be unplugged any more
     await services.killSound();
-    const { code, msg } = await lost;
-    assert.equal(code, MICROPHONE_LOST);
-    assert.match(msg, /"DeskMicrophone" failed: .*; "Test tone" is used instead/);
+    assertLost(await lost, MICROPHONE_LOST, 'DeskMicrophone', 'Test tone');
     await witness.hears(TEST_TONE);
     await assertUnbroken('crash');
   });
