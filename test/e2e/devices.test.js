@@ -243,6 +243,19 @@ describe('devices', GUARD, () => {
     assert.ok(report.seen && report.witness.audio);
   });
 
+  it('that hang when they are opened give way to others', async () => {
+    await plugCamera('red_camera', 'RedCamera', 0xff0000);
+    live = openLivePush();
+    await listed(cameras, 2);
+    await goLive('hang');
+    await services.stopCameraManager();
+    const lost = live.next('onSDKError');
+    assert.equal(live.push.setCurrentCameraID('red_camera'), 0);
+    assertLost(await lost, CAMERA_LOST, 'RedCamera', 'Test pattern');
+    await witness.sees(WHITE);
+    await assertUnbroken('hang');
+  });
+
   it('give way to the test tone when the sound system dies', async () => {
     await plugMicrophone('desk', 'DeskMicrophone', 1000);
     live = openLivePush({ extra: { microphone: 'default' } });

@@ -93,6 +93,7 @@ void LiveSession::startCapture() {
   capture_->setMuted(muted_);
   capture_->setCameraMuted(cameraMuted_);
   if (!cameraRunning_) capture_->setCameraRunning(false);
+  watchOpening();
   if (screen_) captureScreen();
 }
 
@@ -115,7 +116,9 @@ void LiveSession::setCameraMuted(bool muted) {
 void LiveSession::setCameraRunning(bool running) {
   if (cameraRunning_ == running) return;
   cameraRunning_ = running;
-  if (capture_) capture_->setCameraRunning(running);
+  if (!capture_) return;
+  capture_->setCameraRunning(running);
+  watchOpening();
 }
 
 // -------------------------------------------------------------------------------------- screen

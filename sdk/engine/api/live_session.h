@@ -78,6 +78,7 @@ class LiveSession {
   void stopCaptureIfUnused();
   void captureScreen();
   void watchDevices();
+  void watchOpening();
   void sourceFailed(DeviceKind kind, const std::string& id, const std::string& message);
   bool replaceDevice(DeviceKind kind, const std::string& id, DeviceSelection::Cause cause,
                      const std::string& message);

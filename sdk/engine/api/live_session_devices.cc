@@ -2,11 +2,21 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
+#include <utility>
+
 #include "api/live_session.h"
 
 namespace NimboEngine {
 
 using namespace LumoRtc;
+
+namespace {
+
+// Slow cameras take seconds. One that hangs has no other end.
+constexpr std::chrono::seconds kOpening{10};
+
+}  // namespace
 
 void LiveSession::watchDevices() {
   auto unplugged = lifeline_.bind([this](DeviceKind kind, const std::string& id) {
@@ -22,6 +32,20 @@ void LiveSession::useDevices() {
   if (!capture_) return;
   const DeviceSelection::Sources sources = devices_.sources();
   capture_->setDevices(sources.camera, sources.microphone);
+  watchOpening();
+}
+
+void LiveSession::watchOpening() {
+  engine_.postAfter(kOpening, lifeline_.bind([this] {
+    if (!capture_) return;
+    const DeviceSelection::Sources sources = devices_.sources();
+    for (const auto& [kind, id] : {std::pair(DeviceKind::kCamera, sources.camera),
+                                   std::pair(DeviceKind::kMicrophone, sources.microphone)}) {
+      if (isPluggable(id) && capture_->hasHung(kind, kOpening)) {
+        sourceFailed(kind, id, "it does not begin");
+      }
+    }
+  }));
 }
 
 void LiveSession::sourceFailed(DeviceKind kind, const std::string& id, const std::string& message) {

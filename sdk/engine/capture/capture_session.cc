@@ -8,6 +8,8 @@
 namespace NimboEngine {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 // How much sound gathers before a source is heard, and how much may.
 constexpr size_t kCushionMs = 40;
 constexpr size_t kLimitMs = 200;
@@ -94,6 +96,15 @@ void CaptureSession::dropMicrophone() {
   settings_.microphone.clear();
 }
 
+bool CaptureSession::hasHung(DeviceKind kind, Clock::duration patience) {
+  std::lock_guard lock(mutex_);
+  const bool isCamera = kind == DeviceKind::kCamera;
+  const Clock::time_point opened = isCamera ? cameraOpened_ : microphoneOpened_;
+  const bool isDumb = isCamera ? camera_ && pictures_ && pictures_->count() == 0
+                               : microphone_ && sound_->count() == 0;
+  return isDumb && Clock::now() - opened >= patience;
+}
+
 // ------------------------------------------------------------------------------------- screen
 
 void CaptureSession::shareScreen(uint32_t id, int fps, ScreenCapture::TroubleCallback onTrouble) {
@@ -153,6 +164,7 @@ void CaptureSession::openCamera() {
     if (isFileSound()) audio_.setSource(fileSound_);
   }
   cameraFps_ = settings_.video.fps;
+  cameraOpened_ = Clock::now();
   camera_ = std::make_unique<SourceRunner>(
       "camera " + settings_.camera,
       [id = settings_.camera, outlets](std::string&) { return makeCamera(id, outlets); },
@@ -169,9 +181,10 @@ void CaptureSession::closeCamera() {
 }
 
 void CaptureSession::openMicrophone() {
-  SourceOutlets outlets{settings_.video, false, nullptr, settings_.audio,
-                        makeFifo(settings_.audio)};
-  audio_.setSource(outlets.sound);
+  sound_ = makeFifo(settings_.audio);
+  const SourceOutlets outlets{settings_.video, false, nullptr, settings_.audio, sound_};
+  audio_.setSource(sound_);
+  microphoneOpened_ = Clock::now();
   microphone_ = std::make_unique<SourceRunner>(
       "microphone " + settings_.microphone,
       [id = settings_.microphone, outlets](std::string&) { return makeMicrophone(id, outlets); },
@@ -179,7 +192,7 @@ void CaptureSession::openMicrophone() {
         onFailure_(DeviceKind::kMicrophone, id, message);
       },
       SourceRunner::Predecessor{std::move(microphone_),
-                                [sound = outlets.sound] { return sound->isReady(); }});
+                                [sound = sound_] { return sound->isReady(); }});
 }
 
 }  // namespace NimboEngine

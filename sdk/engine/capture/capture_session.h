@@ -12,6 +12,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -72,6 +73,10 @@ class CaptureSession {
   // The microphone is not heard any more from now on, until another one is set.
   void dropMicrophone();
 
+  // Whether the camera or microphone was opened at least so long ago and has given nothing yet. A
+  // driver or service that hangs fails without a word.
+  bool hasHung(DeviceKind kind, std::chrono::steady_clock::duration patience);
+
   // Pictures come at another rate from now on. A camera that is too slow for it is opened again; a
   // file gives what it has.
   void setFrameRate(int fps);
@@ -102,9 +107,12 @@ class CaptureSession {
   std::mutex mutex_;
   std::shared_ptr<PictureMailbox> pictures_;
   bool cameraWanted_ = true;
-  int cameraFps_ = 0;                      // with which it was opened
+  int cameraFps_ = 0;  // with which it was opened
+  std::chrono::steady_clock::time_point cameraOpened_;
   std::shared_ptr<SampleFifo> fileSound_;  // of a camera that is a file
   std::unique_ptr<SourceRunner> camera_;
+  std::shared_ptr<SampleFifo> sound_;  // of the microphone
+  std::chrono::steady_clock::time_point microphoneOpened_;
   std::unique_ptr<SourceRunner> microphone_;
   std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown
 };

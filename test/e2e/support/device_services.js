@@ -99,6 +99,9 @@ async function startDeviceServices() {
       };
     },
 
+    /** Ends what connects cameras with those who use them: they are listed, but cannot be opened. */
+    stopCameraManager: () => manager.stop(),
+
     /** Ends the sound server at once, as a crash would. */
     killSound: () => {
       daemon.process.kill('SIGKILL');
