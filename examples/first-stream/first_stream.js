@@ -43,6 +43,7 @@ async function firstStream({ seconds, input, plugins }, progress, interruption) 
     progress.say(`RTMP server at ${server.url()}`);
     session = new LiveSession(report.sources, plugins);
     report.events = session.events;
+    if (input === 'camera') report.sources = session.requireDevices();
     session.on('event', (event) => progress.event(event));
     session.on('failure', (text) => report.problems.push(text));
     await stream(session, server, { seconds, progress, interruption, report });
@@ -59,12 +60,13 @@ async function firstStream({ seconds, input, plugins }, progress, interruption) 
 }
 
 /**
- * The test picture and tone, or the file's picture and sound.
+ * The SDK's words for the input.
  *
- * @param {string} [input]
+ * @param {string} input
  */
 async function chooseSources(input) {
-  if (!input) return { camera: 'test', microphone: 'test' };
+  if (input === 'test') return { camera: 'test', microphone: 'test' };
+  if (input === 'camera') return { camera: '', microphone: 'default' };
   const { video, audio } = await probeStream(input, 1);
   if (!video) throw new Error(`${input} has no video`);
   return { camera: `file:${input}`, microphone: audio ? 'file' : 'test' };

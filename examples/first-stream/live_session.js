@@ -51,6 +51,21 @@ class LiveSession extends EventEmitter {
     return (performance.now() - this.#startedAt) / 1000;
   }
 
+  /**
+   * @returns {{camera: string, microphone: string}} the names of those that will be used
+   * @throws {Error} when one is missing
+   */
+  requireDevices() {
+    const camera = this.#live.getCurrentCameraName();
+    const hasCamera = this.#live.getCurrentCameraID() !== 'test';
+    const microphone = this.#live.getCurrentAudioCaptureName();
+    const missing = [...(hasCamera ? [] : ['camera']), ...(microphone ? [] : ['microphone'])];
+    if (missing.length === 0) return { camera, microphone };
+    throw new Error(
+      `No ${missing.join(' and no ')} is plugged in. Without --input a test picture is streamed.`,
+    );
+  }
+
   /** Starts capture and push. @param {string} url @throws {Error} when the SDK refuses */
   start(url) {
     this.#startedAt = performance.now();

@@ -1,8 +1,8 @@
 'use strict';
 
 // A first live stream, from end to end on this machine: starts an RTMP server, captures a test
-// picture or a video file, publishes it, has the server's stream looked at by FFmpeg, and says
-// what was seen. Run with --help for the options.
+// picture, a camera or a video file, publishes it, has the server's stream looked at by FFmpeg, and
+// says what was seen. Run with --help for the options.
 
 const { firstStream } = require('./first_stream');
 const { readOptions, usage } = require('./options');

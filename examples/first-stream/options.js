@@ -5,10 +5,12 @@ const path = require('node:path');
 const { parseArgs } = require('node:util');
 
 const MINIMUM_SECONDS = 5;
+const NO_FILES = ['test', 'camera'];
 
-const usage = `Usage: npm start -- [--seconds N] [--input FILE] [--plugin FILE[=JSON]]... [--json]
+const usage = `Usage: npm start -- [--seconds N] [--input INPUT] [--plugin FILE[=JSON]]... [--json]
   --seconds N   stream for N seconds (default 20, at least ${MINIMUM_SECONDS}); Ctrl-C ends it early
-  --input FILE  use a video file as the camera, and its sound, if it has any, as the microphone
+  --input INPUT "test": a test picture and tone (default); "camera": the system's default camera
+                and microphone; else a video file and its sound, if it has any
   --plugin FILE[=JSON]
                 run a video-frame plug-in with these parameters; several run in the order given
   --json        print one JSON object at the end instead of text
@@ -19,7 +21,7 @@ when the stream was seen at the server.`;
 /**
  * @typedef {object} Options
  * @property {number} seconds
- * @property {string} [input] absolute path
+ * @property {string} input "test", "camera" or a file's absolute path
  * @property {{file: string, parameter?: string}[]} plugins absolute paths
  * @property {boolean} json
  * @property {boolean} help
@@ -33,7 +35,7 @@ function readOptions(args) {
     args,
     options: {
       seconds: { type: 'string', default: '20' },
-      input: { type: 'string' },
+      input: { type: 'string', default: 'test' },
       plugin: { type: 'string', multiple: true, default: [] },
       json: { type: 'boolean', default: false },
       help: { type: 'boolean', default: false },
@@ -43,8 +45,12 @@ function readOptions(args) {
   if (!(seconds >= MINIMUM_SECONDS && Number.isFinite(seconds))) {
     throw new Error(`--seconds ${values.seconds}: expected a number, at least ${MINIMUM_SECONDS}`);
   }
-  const input = values.input === undefined ? undefined : existing('--input', values.input);
-  return { ...values, seconds, input, plugins: values.plugin.map(readPlugin) };
+  return {
+    ...values,
+    seconds,
+    input: NO_FILES.includes(values.input) ? values.input : existing('--input', values.input),
+    plugins: values.plugin.map(readPlugin),
+  };
 }
 
 /** @param {string} text FILE or FILE=JSON */

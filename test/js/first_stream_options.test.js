@@ -13,10 +13,17 @@ describe('the options of the first stream', () => {
     assert.deepEqual(
       { seconds, input, plugins, json, help },
       {
-        ...{ seconds: 20, input: undefined, plugins: [] },
+        ...{ seconds: 20, input: 'test', plugins: [] },
         ...{ json: false, help: false },
       },
     );
+  });
+
+  it('take a file or the words for what is none as the input', () => {
+    assert.equal(readOptions(['--input', FILE]).input, __filename);
+    for (const input of ['test', 'camera']) {
+      assert.equal(readOptions(['--input', input]).input, input);
+    }
   });
 
   it('take plug-ins in their order, with everything after the first = as the parameters', () => {

@@ -12,14 +12,17 @@ namespace NimboEngine {
 using namespace LumoRtc;
 
 LivePusher::LivePusher(const Settings& settings)
-    : settings_(settings), listeners_(this), engine_("nimbo-engine") {
+    : settings_(settings),
+      devices_(settings.camera, settings.microphone),
+      listeners_(this),
+      engine_("nimbo-engine") {
   // Starting GStreamer for the first time on a machine takes half a second.
   engine_.post([this] {
     startGstreamer();
     trustCertificates(settings_.trustedCertificates);
     prepareDevices();
     session_ = std::make_unique<LiveSession>(
-        engine_, settings_, listeners_,
+        engine_, settings_, devices_, listeners_,
         [this](uint32_t number) { push_.compare_exchange_strong(number, 0); });
   });
 }
@@ -193,42 +196,6 @@ int LivePusher::setFps(uint32_t fps) {
   return change([fps](PushParameters& parameters, std::string& problem) {
     return changeFps(fps, parameters, problem);
   });
-}
-
-// ------------------------------------------------------------------------------------- devices
-
-LumoLiveDeviceList* LivePusher::getCameraList() {
-  cameras_.assign(listCameras(settings_.camera));
-  return &cameras_;
-}
-
-LumoLiveDeviceList* LivePusher::getAudioCaptureList() {
-  microphones_.assign(listMicrophones(settings_.camera));
-  return &microphones_;
-}
-
-Device LivePusher::currentCamera() const {
-  return findCamera(settings_.camera).value_or(Device{});
-}
-
-Device LivePusher::currentMicrophone() const {
-  return findMicrophone(settings_.microphone, settings_.camera).value_or(Device{});
-}
-
-String LivePusher::getCurrentCameraName() {
-  return currentCamera().name.c_str();
-}
-
-String LivePusher::getCurrentCameraID() {
-  return currentCamera().id.c_str();
-}
-
-String LivePusher::getCurrentAudioCaptureName() {
-  return currentMicrophone().name.c_str();
-}
-
-String LivePusher::getCurrentAudioCaptureID() {
-  return currentMicrophone().id.c_str();
 }
 
 }  // namespace NimboEngine

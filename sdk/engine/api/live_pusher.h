@@ -88,12 +88,13 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   // of the changes in push_parameters.h with its arguments bound.
   LumoRtc::LumoLiveResult change(
       const std::function<LumoRtc::LumoLiveResult(PushParameters&, std::string&)>& edit);
-  Device currentCamera() const;
-  Device currentMicrophone() const;
+  using ChooseDevice = bool (DeviceSelection::*)(DeviceKind, const std::string&);
+  LumoRtc::LumoLiveResult choose(ChooseDevice how, DeviceKind kind, const char* text);
   // Logs once that this build does not do `operation`.
   LumoRtc::LumoLiveResult notSupported(const char* operation);
 
   const Settings settings_;
+  DeviceSelection devices_;
   bool initialized_ = false;
   PushParameters parameters_;  // once initialised
   bool previewing_ = false;

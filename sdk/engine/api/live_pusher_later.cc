@@ -14,22 +14,6 @@ LumoLiveResult LivePusher::notSupported(const char* operation) {
   return kLumoLiveNotSupported;
 }
 
-int LivePusher::setCurrentAudioCaptureName(const char*) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setCurrentAudioCaptureID(const char*) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setCurrentCameraName(const char*) {
-  return notSupported(__func__);
-}
-
-int LivePusher::setCurrentCameraID(const char*) {
-  return notSupported(__func__);
-}
-
 int LivePusher::enableAudioVolumeIndication(int32_t, int32_t, int32_t) {
   return notSupported(__func__);
 }

@@ -34,12 +34,15 @@ PusherListeners::NetworkEvent networkEvent(NetworkNews news) {
 
 }  // namespace
 
-LiveSession::LiveSession(EngineThread& engine, Settings settings, PusherListeners& listeners,
-                         std::function<void(uint32_t)> onPushOver)
+LiveSession::LiveSession(EngineThread& engine, Settings settings, DeviceSelection& devices,
+                         PusherListeners& listeners, std::function<void(uint32_t)> onPushOver)
     : engine_(engine),
       settings_(std::move(settings)),
+      devices_(devices),
       listeners_(listeners),
-      onPushOver_(std::move(onPushOver)) {}
+      onPushOver_(std::move(onPushOver)) {
+  watchDevices();
+}
 
 LiveSession::~LiveSession() {
   if (publisher_) capture_->removeConsumer(publisher_.get());
@@ -66,33 +69,38 @@ void LiveSession::changeEncoder(const EncoderSettings& settings) {
 
 void LiveSession::startCapture() {
   if (capture_) return;
+  devices_.beginCapture();
+  const DeviceSelection::Sources sources = devices_.sources();
   const EncoderSettings encoder = wantedEncoder();
   const CaptureSettings settings{.video = encoder.video,
                                  .audio = encoder.audio,
                                  .audioOnly = encoder.audioOnly,
                                  .mirror = parameters_.mirror,
-                                 .camera = settings_.camera,
-                                 .microphone = settings_.microphone};
-  auto failed = lifeline_.bind([this](bool camera, const std::string& message) {
-    listeners_.systemError(camera ? kLumoLiveErrorCameraFailed : kLumoLiveErrorMicrophoneFailed,
-                           message);
-  });
+                                 .camera = sources.camera,
+                                 .microphone = sources.microphone};
+  auto failed =
+      lifeline_.bind([this](DeviceKind kind, const std::string& id, const std::string& message) {
+        sourceFailed(kind, id, message);
+      });
   capture_ = std::make_unique<CaptureSession>(
       settings,
       [this](PictureOrigin origin, uint8_t* pixels, const GstVideoInfo& info) {
         listeners_.capturedFrame(origin, pixels, info);
       },
-      [this, failed](bool camera, const std::string& message) {
-        engine_.post([failed, camera, message]() mutable { failed(camera, message); });
+      [this, failed](DeviceKind kind, const std::string& id, const std::string& message) {
+        engine_.post([failed, kind, id, message]() mutable { failed(kind, id, message); });
       });
   capture_->setMuted(muted_);
   capture_->setCameraMuted(cameraMuted_);
   if (!cameraRunning_) capture_->setCameraRunning(false);
+  watchOpening();
   if (screen_) captureScreen();
 }
 
 void LiveSession::stopCaptureIfUnused() {
-  if (!preview_ && !publisher_ && !nextPush_) capture_.reset();
+  if (preview_ || publisher_ || nextPush_) return;
+  capture_.reset();
+  devices_.endCapture();
 }
 
 void LiveSession::setMuted(bool muted) {
@@ -108,7 +116,9 @@ void LiveSession::setCameraMuted(bool muted) {
 void LiveSession::setCameraRunning(bool running) {
   if (cameraRunning_ == running) return;
   cameraRunning_ = running;
-  if (capture_) capture_->setCameraRunning(running);
+  if (!capture_) return;
+  capture_->setCameraRunning(running);
+  watchOpening();
 }
 
 // -------------------------------------------------------------------------------------- screen

@@ -2,8 +2,8 @@
 // that tell of them. Capture runs while preview or push does.
 //
 // Thread: everything on the engine thread; destruction too.
-// Ownership: owns capture, preview and push; the engine thread and the listeners are given and
-//   outlive it. Destruction ends all at once, without events.
+// Ownership: owns capture, preview and push; the engine thread, the selection of devices and the
+//   listeners are given and outlive it. Destruction ends all at once, without events.
 // Failure: arrives as events.
 
 #pragma once
@@ -20,6 +20,7 @@
 #include "base/engine_thread.h"
 #include "base/lifeline.h"
 #include "capture/capture_session.h"
+#include "devices/device_selection.h"
 #include "publish/publisher.h"
 #include "publish/push_url.h"
 
@@ -34,8 +35,8 @@ struct PushRequest {
 class LiveSession {
  public:
   // `onPushOver(number)` comes before the events of a push that ended without having been stopped.
-  LiveSession(EngineThread& engine, Settings settings, PusherListeners& listeners,
-              std::function<void(uint32_t)> onPushOver);
+  LiveSession(EngineThread& engine, Settings settings, DeviceSelection& devices,
+              PusherListeners& listeners, std::function<void(uint32_t)> onPushOver);
   ~LiveSession();
   LiveSession(const LiveSession&) = delete;
   LiveSession& operator=(const LiveSession&) = delete;
@@ -58,6 +59,9 @@ class LiveSession {
   void setCameraMuted(bool muted);
   void setCameraRunning(bool running);
 
+  // Takes up what has changed in the selection of devices.
+  void useDevices();
+
   // A screen (capture/screen_sources.h) is shared until it is stopped, also while nothing captures,
   // and whatever becomes of it.
   void shareScreen(uint32_t id);
@@ -73,6 +77,11 @@ class LiveSession {
   void startCapture();
   void stopCaptureIfUnused();
   void captureScreen();
+  void watchDevices();
+  void watchOpening();
+  void sourceFailed(DeviceKind kind, const std::string& id, const std::string& message);
+  bool replaceDevice(DeviceKind kind, const std::string& id, DeviceSelection::Cause cause,
+                     const std::string& message);
   EncoderSettings wantedEncoder() const;
   void beginPush(const PushRequest& request);
   void onPushReport(const PushOutcome& outcome);
@@ -82,6 +91,7 @@ class LiveSession {
 
   EngineThread& engine_;
   const Settings settings_;
+  DeviceSelection& devices_;
   PusherListeners& listeners_;
   const std::function<void(uint32_t)> onPushOver_;
 
@@ -99,6 +109,7 @@ class LiveSession {
   std::unique_ptr<Publisher> publisher_;
   std::unique_ptr<CaptureSession> capture_;
   std::unique_ptr<Preview> preview_;
+  std::unique_ptr<UnplugWatch> unplugWatch_;
   Lifeline lifeline_;
 };
 

@@ -28,15 +28,18 @@ AudioTicker::AudioTicker(const AudioFormat& format, ConsumerList& consumers)
 
 void AudioTicker::setSource(std::shared_ptr<SampleFifo> source) {
   std::lock_guard lock(mutex_);
-  source_ = std::move(source);
+  next_ = std::move(source);
+  if (!next_) source_ = nullptr;
+}
+
+std::shared_ptr<SampleFifo> AudioTicker::currentSource() {
+  std::lock_guard lock(mutex_);
+  if (next_ && next_->isReady()) source_ = std::move(next_);
+  return source_;
 }
 
 void AudioTicker::tick(uint64_t number, GstClockTime time) {
-  std::shared_ptr<SampleFifo> source;
-  {
-    std::lock_guard lock(mutex_);
-    source = source_;
-  }
+  const std::shared_ptr<SampleFifo> source = currentSource();
   const size_t frames = firstFrame(number + 1, format_.rate) - firstFrame(number, format_.rate);
   std::vector<int16_t> samples(frames * static_cast<size_t>(format_.channels));
   if (source) source->pull(samples.data(), frames);

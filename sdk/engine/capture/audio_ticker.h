@@ -23,20 +23,23 @@ class AudioTicker {
 
   AudioTicker(const AudioFormat& format, ConsumerList& consumers);
 
-  // Which source is heard from now on; null: none.
+  // Which source is heard, as soon as it has something to give; until then its predecessor. Null:
+  // none, at once.
   void setSource(std::shared_ptr<SampleFifo> source);
 
   void setSilent(bool silent) { silent_ = silent; }
 
  private:
   void tick(uint64_t number, GstClockTime time);
+  std::shared_ptr<SampleFifo> currentSource();
 
   const AudioFormat format_;
   ConsumerList& consumers_;
   std::atomic<bool> silent_{false};
   std::mutex mutex_;
   std::shared_ptr<SampleFifo> source_;
-  Ticker ticker_;  // last: its thread uses everything above
+  std::shared_ptr<SampleFifo> next_;  // not heard yet
+  Ticker ticker_;                     // last: its thread uses everything above
 };
 
 }  // namespace NimboEngine

@@ -4,10 +4,11 @@
 #include <utility>
 
 #include "capture/source_choice.h"
-#include "devices/devices.h"
 
 namespace NimboEngine {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // How much sound gathers before a source is heard, and how much may.
 constexpr size_t kCushionMs = 40;
@@ -31,7 +32,7 @@ CaptureSession::CaptureSession(CaptureSettings settings, FrameCallback onFrame,
       audio_(settings_.audio, consumers_) {
   std::lock_guard lock(mutex_);
   openCamera();
-  openMicrophone();
+  if (!isFileSound()) openMicrophone();
 }
 
 CaptureSession::~CaptureSession() {
@@ -46,11 +47,10 @@ void CaptureSession::setCameraMuted(bool muted) {
 
 void CaptureSession::setCameraRunning(bool running) {
   std::lock_guard lock(mutex_);
-  if (running == (camera_ != nullptr)) return;
+  if (running == std::exchange(cameraWanted_, running)) return;
   if (running) return openCamera();
-  if (pictures_) pictures_->freeze();
   if (isFileSound()) audio_.setSource(nullptr);
-  camera_.reset();
+  closeCamera();
 }
 
 void CaptureSession::setFrameRate(int fps) {
@@ -60,9 +60,49 @@ void CaptureSession::setFrameRate(int fps) {
   video_->setRate(fps);
   // Its last picture stays until the new one has its first.
   if (!camera_ || fps <= cameraFps_ || cameraFile(settings_.camera)) return;
-  if (pictures_) pictures_->freeze();
-  camera_.reset();
+  closeCamera();
   openCamera();
+}
+
+void CaptureSession::setDevices(const std::string& camera, const std::string& microphone) {
+  std::lock_guard lock(mutex_);
+  const bool isOtherCamera = camera != settings_.camera;
+  const bool isOtherSound = microphone != settings_.microphone;
+  const bool wasFileSound = isFileSound();
+  settings_.camera = camera;
+  settings_.microphone = microphone;
+  if (isOtherCamera) {
+    closeCamera();
+    if (cameraWanted_) openCamera();
+  }
+  if (!isFileSound()) {
+    if (wasFileSound || isOtherSound) openMicrophone();
+    return;
+  }
+  if (wasFileSound) return;
+  microphone_.reset();
+  if (fileSound_) {
+    audio_.setSource(fileSound_);
+  } else if (cameraWanted_) {
+    openCamera();
+  }
+}
+
+void CaptureSession::dropMicrophone() {
+  std::lock_guard lock(mutex_);
+  if (isFileSound()) return;
+  audio_.setSource(nullptr);
+  microphone_.reset();
+  settings_.microphone.clear();
+}
+
+bool CaptureSession::hasHung(DeviceKind kind, Clock::duration patience) {
+  std::lock_guard lock(mutex_);
+  const bool isCamera = kind == DeviceKind::kCamera;
+  const Clock::time_point opened = isCamera ? cameraOpened_ : microphoneOpened_;
+  const bool isDumb = isCamera ? camera_ && pictures_ && pictures_->count() == 0
+                               : microphone_ && sound_->count() == 0;
+  return isDumb && Clock::now() - opened >= patience;
 }
 
 // ------------------------------------------------------------------------------------- screen
@@ -106,10 +146,10 @@ void CaptureSession::showCamera() {
 // ------------------------------------------------------------------------------------- camera
 
 bool CaptureSession::isFileSound() const {
-  return settings_.microphone == kFileSound ||
-         (settings_.microphone.empty() && cameraFile(settings_.camera));
+  return settings_.microphone == settings_.camera && cameraFile(settings_.camera);
 }
 
+// A file's sound is always taken along, so that choosing it does not begin the film anew.
 void CaptureSession::openCamera() {
   if (!video_ && !isFileSound()) return;
   SourceOutlets outlets{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
@@ -118,33 +158,41 @@ void CaptureSession::openCamera() {
     outlets.pictures = pictures_;
     if (!screen_) showCamera();
   }
-  if (isFileSound()) {
-    outlets.sound = makeFifo(settings_.audio);
-    audio_.setSource(outlets.sound);
+  if (cameraFile(settings_.camera)) {
+    fileSound_ = makeFifo(settings_.audio);
+    outlets.sound = fileSound_;
+    if (isFileSound()) audio_.setSource(fileSound_);
   }
   cameraFps_ = settings_.video.fps;
+  cameraOpened_ = Clock::now();
   camera_ = std::make_unique<SourceRunner>(
       "camera " + settings_.camera,
-      [camera = settings_.camera, outlets](std::string& problem) {
-        return makeCamera(camera, outlets, problem);
-      },
-      [this](const std::string& message) { onFailure_(true, message); });
+      [id = settings_.camera, outlets](std::string&) { return makeCamera(id, outlets); },
+      [this, id = settings_.camera](const std::string& message) {
+        onFailure_(DeviceKind::kCamera, id, message);
+      });
+}
+
+// Its last picture stays.
+void CaptureSession::closeCamera() {
+  if (pictures_) pictures_->freeze();
+  camera_.reset();
+  fileSound_.reset();
 }
 
 void CaptureSession::openMicrophone() {
-  if (isFileSound()) {
-    if (!cameraFile(settings_.camera)) onFailure_(false, "the camera is no file with a sound");
-    return;
-  }
-  SourceOutlets outlets{settings_.video, false, nullptr, settings_.audio,
-                        makeFifo(settings_.audio)};
-  audio_.setSource(outlets.sound);
+  sound_ = makeFifo(settings_.audio);
+  const SourceOutlets outlets{settings_.video, false, nullptr, settings_.audio, sound_};
+  audio_.setSource(sound_);
+  microphoneOpened_ = Clock::now();
   microphone_ = std::make_unique<SourceRunner>(
       "microphone " + settings_.microphone,
-      [microphone = settings_.microphone, outlets](std::string& problem) {
-        return makeMicrophone(microphone, outlets, problem);
+      [id = settings_.microphone, outlets](std::string&) { return makeMicrophone(id, outlets); },
+      [this, id = settings_.microphone](const std::string& message) {
+        onFailure_(DeviceKind::kMicrophone, id, message);
       },
-      [this](const std::string& message) { onFailure_(false, message); });
+      SourceRunner::Predecessor{std::move(microphone_),
+                                [sound = sound_] { return sound->isReady(); }});
 }
 
 }  // namespace NimboEngine

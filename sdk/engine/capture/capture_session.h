@@ -12,6 +12,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,7 @@
 #include "capture/screen_capture.h"
 #include "capture/source_runner.h"
 #include "capture/video_ticker.h"
+#include "devices/devices.h"
 
 namespace NimboEngine {
 
@@ -30,16 +32,18 @@ struct CaptureSettings {
   AudioFormat audio;
   bool audioOnly = false;  // no picture; onFrame and onVideoFrame are never called
   bool mirror = false;     // left and right exchanged
-  // The identifiers of devices/devices.h. A camera that is a file brings its sound when the
-  // microphone is "" or "file"; without a sound track that is silence.
+  // The identifiers of devices/devices.h. A file's sound is a microphone of the file's own
+  // identifier "file:<path>", and goes with its picture where the camera is the same file; without
+  // a sound track it is silence.
   std::string camera;
   std::string microphone;
 };
 
 class CaptureSession {
  public:
-  // `camera` tells whether the camera or the microphone failed.
-  using FailureCallback = std::function<void(bool camera, const std::string& message)>;
+  // `id` is that of the camera or microphone that failed.
+  using FailureCallback =
+      std::function<void(DeviceKind kind, const std::string& id, const std::string& message)>;
 
   CaptureSession(CaptureSettings settings, FrameCallback onFrame, FailureCallback onFailure);
   ~CaptureSession();
@@ -61,6 +65,18 @@ class CaptureSession {
   // file from its beginning. The sound of a file goes with its picture.
   void setCameraRunning(bool running);
 
+  // Takes pictures and sound from others from now on; what is the same already goes on. The last
+  // picture stays until the new camera has its first, the old microphone is heard until the new one
+  // has something to give.
+  void setDevices(const std::string& camera, const std::string& microphone);
+
+  // The microphone is not heard any more from now on, until another one is set.
+  void dropMicrophone();
+
+  // Whether the camera or microphone was opened at least so long ago and has given nothing yet. A
+  // driver or service that hangs fails without a word.
+  bool hasHung(DeviceKind kind, std::chrono::steady_clock::duration patience);
+
   // Pictures come at another rate from now on. A camera that is too slow for it is opened again; a
   // file gives what it has.
   void setFrameRate(int fps);
@@ -80,6 +96,7 @@ class CaptureSession {
   int screenFps(int fps) const;
   void showCamera();
   void openCamera();
+  void closeCamera();
   void openMicrophone();
 
   CaptureSettings settings_;  // its video.fps changes, under the mutex
@@ -89,8 +106,13 @@ class CaptureSession {
   AudioTicker audio_;
   std::mutex mutex_;
   std::shared_ptr<PictureMailbox> pictures_;
+  bool cameraWanted_ = true;
   int cameraFps_ = 0;  // with which it was opened
+  std::chrono::steady_clock::time_point cameraOpened_;
+  std::shared_ptr<SampleFifo> fileSound_;  // of a camera that is a file
   std::unique_ptr<SourceRunner> camera_;
+  std::shared_ptr<SampleFifo> sound_;  // of the microphone
+  std::chrono::steady_clock::time_point microphoneOpened_;
   std::unique_ptr<SourceRunner> microphone_;
   std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown
 };

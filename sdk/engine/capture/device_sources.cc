@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "capture/camera_caps.h"
-#include "devices/devices.h"
+#include "devices/plugged_devices.h"
 
 namespace NimboEngine {
 namespace {
@@ -49,7 +49,7 @@ CameraSource::CameraSource(std::string id, SourceOutlets outlets)
     : id_(std::move(id)), outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::string& problem) {
-  const GstPtr<GstDevice> device = openCamera(id_);
+  const GstPtr<GstDevice> device = findPlugged(DeviceKind::kCamera, id_);
   const GstPtr<GstCaps> offered(device ? gst_device_get_caps(device.get()) : nullptr);
   const GstPtr<GstCaps> chosen = offered ? chooseCameraCaps(*offered, outlets_.video) : nullptr;
   if (!chosen) {
@@ -73,7 +73,7 @@ MicrophoneSource::MicrophoneSource(std::string id, SourceOutlets outlets)
     : id_(std::move(id)), outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std::string& problem) {
-  const GstPtr<GstDevice> device = openMicrophone(id_);
+  const GstPtr<GstDevice> device = findPlugged(DeviceKind::kMicrophone, id_);
   if (!device) {
     problem = fmt::format("microphone {} is not there", id_);
     return nullptr;
@@ -81,6 +81,10 @@ std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std
   const std::string description =
       fmt::format("queue name={} ! {}", kEntry, soundEnd(outlets_, Pace::kLive));
   return buildDevicePipeline(device.get(), description, outlets_, std::move(handler), problem);
+}
+
+int64_t MicrophoneSource::progress() const {
+  return static_cast<int64_t>(outlets_.sound->count());
 }
 
 }  // namespace NimboEngine

@@ -25,12 +25,11 @@ class CameraSource : public Source {
   const SourceOutlets outlets_;
 };
 
-// A microphone that loses its device is moved to another one by the sound server, or fails with an
-// error; it needs no watch.
 class MicrophoneSource : public Source {
  public:
   MicrophoneSource(std::string id, SourceOutlets outlets);
   std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  int64_t progress() const override;
 
  private:
   const std::string id_;

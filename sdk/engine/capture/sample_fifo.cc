@@ -9,6 +9,7 @@ SampleFifo::SampleFifo(size_t channels, size_t cushion, size_t limit)
 
 void SampleFifo::push(const int16_t* samples, size_t frames) {
   std::lock_guard lock(mutex_);
+  count_ += frames;
   samples_.insert(samples_.end(), samples, samples + frames * channels_);
   if (samples_.size() > limit_ * channels_) {
     const auto surplus = static_cast<ptrdiff_t>(samples_.size() - cushion_ * channels_);
@@ -26,6 +27,16 @@ size_t SampleFifo::pull(int16_t* out, size_t frames) {
   std::fill_n(std::copy(samples_.begin(), end, out), (frames - taken) * channels_, int16_t{0});
   samples_.erase(samples_.begin(), end);
   return taken;
+}
+
+bool SampleFifo::isReady() const {
+  std::lock_guard lock(mutex_);
+  return samples_.size() >= (filling_ ? cushion_ : 1) * channels_;
+}
+
+uint64_t SampleFifo::count() const {
+  std::lock_guard lock(mutex_);
+  return count_;
 }
 
 }  // namespace NimboEngine

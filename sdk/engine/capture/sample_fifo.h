@@ -31,12 +31,19 @@ class SampleFifo {
   // stand after them and are silent.
   size_t pull(int16_t* out, size_t frames);
 
+  // Whether the next pull() gives sound.
+  bool isReady() const;
+
+  // How many frames came.
+  uint64_t count() const;
+
  private:
   const size_t channels_;
   const size_t cushion_;
   const size_t limit_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::vector<int16_t> samples_;
+  uint64_t count_ = 0;
   bool filling_ = true;
 };
 

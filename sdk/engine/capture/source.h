@@ -28,8 +28,8 @@ class Source {
   // anew for that.
   virtual bool rewind(Pipeline&) { return false; }
 
-  // How many pictures came so far, while the source is watched for falling silent without a word;
-  // -1 while it need not be watched.
+  // How many pictures or samples came so far, while the source is watched for falling silent
+  // without a word; -1 while it need not be watched.
   virtual int64_t progress() const { return -1; }
 };
 

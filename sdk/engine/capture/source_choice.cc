@@ -9,27 +9,20 @@
 
 namespace NimboEngine {
 
-std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outlets,
-                                   std::string& problem) {
+std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outlets) {
   if (const auto path = cameraFile(camera)) {
     return std::make_unique<FileSource>(*path, std::move(outlets));
   }
-  // The test pattern must not wait for devices.
-  const std::string id = camera == kTestDevice ? camera : findCamera(camera).value_or(Device{}).id;
-  if (id == kTestDevice) return std::make_unique<TestPatternSource>(std::move(outlets));
-  if (!id.empty()) return std::make_unique<CameraSource>(id, std::move(outlets));
-  problem = "camera " + camera + " is not there";
-  return nullptr;
+  if (camera == kTestDevice) return std::make_unique<TestPatternSource>(std::move(outlets));
+  return std::make_unique<CameraSource>(camera, std::move(outlets));
 }
 
-std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutlets outlets,
-                                       std::string& problem) {
-  const std::string id =
-      microphone == kTestDevice ? microphone : findMicrophone(microphone, {}).value_or(Device{}).id;
-  if (id == kTestDevice) return std::make_unique<TestToneSource>(std::move(outlets));
-  if (!id.empty()) return std::make_unique<MicrophoneSource>(id, std::move(outlets));
-  problem = "microphone " + microphone + " is not there";
-  return nullptr;
+std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutlets outlets) {
+  if (const auto path = cameraFile(microphone)) {
+    return std::make_unique<FileSource>(*path, std::move(outlets));
+  }
+  if (microphone == kTestDevice) return std::make_unique<TestToneSource>(std::move(outlets));
+  return std::make_unique<MicrophoneSource>(microphone, std::move(outlets));
 }
 
 }  // namespace NimboEngine

@@ -1,8 +1,8 @@
-// From configured names to sources.
+// From identifiers (devices/devices.h) to sources.
 //
-// Thread: any; may wait for the first look at the devices.
+// Thread: any.
 // Ownership: returns new sources.
-// Failure: null, with the reason in `problem`.
+// Failure: none; what is not there is noticed when the source is built.
 
 #pragma once
 
@@ -14,11 +14,9 @@
 
 namespace NimboEngine {
 
-std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outlets,
-                                   std::string& problem);
+std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outlets);
 
-// Not for the sound of a file: that comes from the camera's own source.
-std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutlets outlets,
-                                       std::string& problem);
+// "file:<path>" is the sound of that file.
+std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutlets outlets);
 
 }  // namespace NimboEngine

@@ -22,12 +22,19 @@ constexpr std::chrono::seconds kSilence{5};
 // Media that end at once must not be repeated without a pause.
 constexpr std::chrono::milliseconds kShortestRound{100};
 
+// How often is looked whether a source has begun that has a predecessor.
+constexpr std::chrono::milliseconds kHandoverPace{20};
+
 }  // namespace
 
 // Shared with the thread and the pipeline's messages, which may outlive the runner.
 struct SourceRunner::State : std::enable_shared_from_this<State> {
-  State(std::string sourceName, MakeSource makeSource, FailureCallback callback)
-      : name(std::move(sourceName)), make(std::move(makeSource)), onFailure(std::move(callback)) {
+  State(std::string sourceName, MakeSource makeSource, FailureCallback callback,
+        Predecessor runsBefore)
+      : name(std::move(sourceName)),
+        make(std::move(makeSource)),
+        onFailure(std::move(callback)),
+        predecessor(std::move(runsBefore)) {
     listener.set(&onFailure);
   }
 
@@ -40,18 +47,22 @@ struct SourceRunner::State : std::enable_shared_from_this<State> {
   std::condition_variable changed;
   std::deque<PipelineMessage> messages;
   bool stopping = false;
+  Predecessor predecessor;
 
   void run();
   std::string work();
   std::string follow(Source& source, Pipeline& pipeline);
   bool restart(Pipeline& pipeline);
   std::string whyNotStarted();
+  void handOver();
+  void endPredecessor();
   std::optional<PipelineMessage> next(const Source& source, bool& silent);
   bool waitUntil(Clock::time_point time);
 };
 
 void SourceRunner::State::run() {
   const std::string problem = work();
+  endPredecessor();
   if (!problem.empty()) {
     NIMBO_LOG_WARN("source {}: {}", name, problem);
     listener.call([&](FailureCallback& callback) { callback(problem); });
@@ -77,10 +88,11 @@ std::string SourceRunner::State::work() {
 std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
   auto roundBegan = Clock::now();
   bool running = pipeline.play();
+  if (running) handOver();
   while (running) {
     bool silent = false;
     const auto message = next(source, silent);
-    if (silent) return "it gives no pictures";
+    if (silent) return "it gives nothing";
     if (!message) return {};
     if (message->kind == Kind::kError) return message->text;
     if (!waitUntil(roundBegan + kShortestRound)) return {};
@@ -100,6 +112,24 @@ std::string SourceRunner::State::whyNotStarted() {
   const auto error = std::find_if(messages.begin(), messages.end(),
                                   [](const auto& message) { return message.kind == Kind::kError; });
   return error == messages.end() ? "it cannot be started" : error->text;
+}
+
+void SourceRunner::State::handOver() {
+  {
+    std::unique_lock lock(mutex);
+    if (!predecessor.runner) return;
+    const auto giveUp = Clock::now() + kSilence;
+    while (!stopping && messages.empty() && !predecessor.begun() && Clock::now() < giveUp) {
+      changed.wait_for(lock, kHandoverPace);
+    }
+  }
+  endPredecessor();
+}
+
+void SourceRunner::State::endPredecessor() {
+  std::unique_ptr<SourceRunner> ended;  // not under the lock: it may take its time
+  std::lock_guard lock(mutex);
+  ended.swap(predecessor.runner);
 }
 
 // The next message; none when asked to stop or, with `silent` set, when the source fell silent.
@@ -128,8 +158,10 @@ bool SourceRunner::State::waitUntil(Clock::time_point time) {
   return !changed.wait_until(lock, time, [this] { return stopping; });
 }
 
-SourceRunner::SourceRunner(std::string name, MakeSource make, FailureCallback onFailure)
-    : state_(std::make_shared<State>(std::move(name), std::move(make), std::move(onFailure))),
+SourceRunner::SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
+                           Predecessor predecessor)
+    : state_(std::make_shared<State>(std::move(name), std::move(make), std::move(onFailure),
+                                     std::move(predecessor))),
       thread_("source", [state = state_] { state->run(); }) {}
 
 SourceRunner::~SourceRunner() {
@@ -139,6 +171,7 @@ SourceRunner::~SourceRunner() {
 void SourceRunner::requestStop() {
   state_->listener.set(nullptr);
   std::lock_guard lock(state_->mutex);
+  if (state_->predecessor.runner) state_->predecessor.runner->requestStop();
   state_->stopping = true;
   state_->changed.notify_all();
 }

@@ -23,9 +23,16 @@ class SourceRunner {
   using MakeSource = std::function<std::unique_ptr<Source>(std::string& problem)>;
   using FailureCallback = std::function<void(const std::string& message)>;
 
+  // A source that runs on until its successor has `begun`, or has ended without.
+  struct Predecessor {
+    std::unique_ptr<SourceRunner> runner;
+    std::function<bool()> begun;
+  };
+
   // `name` appears in log lines. `make` is called on the runner's thread; it answers null, with
   // the reason in `problem`, when there is no such source.
-  SourceRunner(std::string name, MakeSource make, FailureCallback onFailure);
+  SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
+               Predecessor predecessor = {});
   ~SourceRunner();
   SourceRunner(const SourceRunner&) = delete;
   SourceRunner& operator=(const SourceRunner&) = delete;

@@ -70,22 +70,26 @@ void DeviceMonitor::look() {
   GList* list = gst_device_monitor_get_devices(monitor_.get());
   for (GList* entry = list; entry; entry = entry->next) {
     const GstPtr<GstDevice> device(GST_DEVICE(entry->data));
-    add(device.get());
+    replace(nullptr, device.get());
   }
   g_list_free(list);
 }
 
-// A device may come both as a message and in the first list.
-void DeviceMonitor::add(GstDevice* device) {
+// Either may be null. In one step, so that a device which changed is never missing.
+void DeviceMonitor::replace(GstDevice* removed, GstDevice* added) {
   std::lock_guard lock(mutex_);
-  const auto known = std::find_if(devices_.begin(), devices_.end(),
-                                  [device](const auto& other) { return other.get() == device; });
-  if (known == devices_.end()) devices_.push_back(reference(device));
-}
-
-void DeviceMonitor::remove(GstDevice* device) {
-  std::lock_guard lock(mutex_);
-  std::erase_if(devices_, [device](const auto& other) { return other.get() == device; });
+  const auto place = [this](GstDevice* device) {
+    return std::find_if(devices_.begin(), devices_.end(),
+                        [device](const auto& other) { return other.get() == device; });
+  };
+  const auto old = place(removed);
+  if (old != devices_.end() && added) {
+    *old = reference(added);
+  } else if (old != devices_.end()) {
+    devices_.erase(old);
+  } else if (added && place(added) == devices_.end()) {
+    devices_.push_back(reference(added));  // it may come both as a message and in the first list
+  }
 }
 
 GstBusSyncReply DeviceMonitor::onMessage(GstBus*, GstMessage* message, gpointer self) {
@@ -108,8 +112,10 @@ GstBusSyncReply DeviceMonitor::onMessage(GstBus*, GstMessage* message, gpointer 
   }
   const GstPtr<GstDevice> added(device);
   const GstPtr<GstDevice> removed(replaced);
-  if (removed) monitor.remove(removed.get());
-  if (added) monitor.add(added.get());
+  if (removed || added) monitor.replace(removed.get(), added.get());
+  if (removed && !added) {
+    monitor.removal_.call([&](RemovalListener& listener) { listener(*removed); });
+  }
   gst_message_unref(message);  // nobody reads the bus: what a handler drops it must free
   return GST_BUS_DROP;
 }

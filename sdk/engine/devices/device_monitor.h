@@ -9,9 +9,11 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <vector>
 
+#include "base/listener_slot.h"
 #include "gst/gst_ptr.h"
 
 namespace NimboEngine {
@@ -26,13 +28,17 @@ class DeviceMonitor {
   // The devices of a class such as "Video/Source". Waits for the first look, a second at most.
   std::vector<GstPtr<GstDevice>> devices(const char* deviceClass);
 
+  // Called on a thread of GStreamer's for each device that went away, after it has left the list.
+  // Null takes the listener out and waits for a call under way.
+  using RemovalListener = std::function<void(GstDevice&)>;
+  void setRemovalListener(RemovalListener* listener) { removal_.set(listener); }
+
  private:
   DeviceMonitor() = default;
   void start();
   void look();
   bool waitForFirstLook();  // a second at most; whether it has ended
-  void add(GstDevice* device);
-  void remove(GstDevice* device);
+  void replace(GstDevice* removed, GstDevice* added);
   static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer self);
 
   std::once_flag begun_;
@@ -40,6 +46,7 @@ class DeviceMonitor {
   std::mutex mutex_;
   std::condition_variable changed_;
   bool looked_ = false;
+  ListenerSlot<RemovalListener> removal_;
   // Kept here, since asking the monitor looks anew, and leaks, where a sound server is missing.
   std::vector<GstPtr<GstDevice>> devices_;
 };

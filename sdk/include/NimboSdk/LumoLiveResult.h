@@ -32,10 +32,13 @@ enum LumoLiveErrorCode : int32_t {
   kLumoLiveErrorEncoderFailed = -3007,    // encoding stopped
   kLumoLiveErrorPublishDenied = -3008,    // the server's authorisation refuses the stream
   // Capturing (onSystemError)
-  kLumoLiveErrorCameraFailed = -3101,      // the camera or its file cannot be read
-  kLumoLiveErrorMicrophoneFailed = -3102,  // the microphone cannot be read
+  kLumoLiveErrorCameraFailed = -3101,      // there is no such camera, or the file cannot be read
+  kLumoLiveErrorMicrophoneFailed = -3102,  // there is no such microphone
   kLumoLiveErrorViewLost = -3103,          // the window cannot be drawn into; a player goes on
   kLumoLiveErrorComponentMissing = -3104,  // a media component is not installed; msg names it
+  // Capturing (onSDKError): unplugged or failed; the message names it and what is used instead
+  kLumoLiveErrorCameraLost = -3105,
+  kLumoLiveErrorMicrophoneLost = -3106,
   // Playing (onError)
   kLumoLiveErrorStreamNotFound = -3201,   // no such file, or the server has no such stream now
   kLumoLiveErrorPlayRejected = -3202,     // the server or the system refuses to hand it out

@@ -188,6 +188,25 @@ TEST_F(LivePusherTest, DevicesAreThere) {
   EXPECT_STREQ(pusher->getCurrentAudioCaptureID().c_str(), "test");
 }
 
+TEST_F(LivePusherTest, DevicesAreChosenAtAnyTime) {
+  for (const bool initialized : {false, true}) {
+    if (initialized) pusher->init(smallConfig());
+    EXPECT_EQ(pusher->setCurrentCameraID("test"), kLumoLiveOk);
+    EXPECT_EQ(pusher->setCurrentCameraID(""), kLumoLiveOk);
+    EXPECT_EQ(pusher->setCurrentCameraName("Test pattern"), kLumoLiveOk);
+    EXPECT_EQ(pusher->setCurrentAudioCaptureID("test"), kLumoLiveOk);
+    EXPECT_EQ(pusher->setCurrentAudioCaptureName("Test tone"), kLumoLiveOk);
+    EXPECT_EQ(pusher->setCurrentCameraID("x"), kLumoLiveNotFound);
+    EXPECT_EQ(pusher->setCurrentCameraName("x"), kLumoLiveNotFound);
+    EXPECT_EQ(pusher->setCurrentAudioCaptureID("x"), kLumoLiveNotFound);
+    EXPECT_EQ(pusher->setCurrentAudioCaptureName(""), kLumoLiveNotFound);
+    EXPECT_EQ(pusher->setCurrentCameraID(nullptr), kLumoLiveInvalidArgument);
+    EXPECT_EQ(pusher->setCurrentAudioCaptureName(nullptr), kLumoLiveInvalidArgument);
+    EXPECT_STREQ(pusher->getCurrentCameraID().c_str(), "test");
+    EXPECT_STREQ(pusher->getCurrentAudioCaptureID().c_str(), "test");
+  }
+}
+
 TEST_F(LivePusherTest, EncoderChangesAreChecked) {
   EXPECT_EQ(pusher->setTargetVideoBitrate(500), kLumoLiveNotInitialized);
   EXPECT_EQ(pusher->setResolution(3, 0, 0), kLumoLiveNotInitialized);
@@ -224,10 +243,6 @@ TEST_F(LivePusherTest, TheFrameRateChangesWhileCapturing) {
 
 TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
   pusher->init(smallConfig());
-  EXPECT_EQ(pusher->setCurrentCameraID("x"), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setCurrentCameraName("x"), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setCurrentAudioCaptureID("x"), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setCurrentAudioCaptureName("x"), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 3, 1), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotSupported);
 }

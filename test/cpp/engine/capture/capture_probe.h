@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "capture/frame_consumer.h"
+#include "devices/devices.h"
 
 namespace NimboEngine::test {
 
@@ -37,6 +38,10 @@ struct Sound {
 
   bool isSilent() const;
 };
+
+inline const char* kindName(DeviceKind kind) {
+  return kind == DeviceKind::kCamera ? "camera" : "microphone";
+}
 
 class CaptureProbe final : public FrameConsumer {
  public:

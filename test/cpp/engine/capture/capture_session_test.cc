@@ -36,11 +36,12 @@ class CaptureSessionTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
   void open(const CaptureSettings& settings, FrameCallback onFrame = nullptr) {
-    session_ = std::make_unique<CaptureSession>(settings, std::move(onFrame),
-                                                [this](bool camera, const std::string& message) {
-                                                  EXPECT_FALSE(message.empty());
-                                                  failures_.add(camera ? "camera" : "microphone");
-                                                });
+    session_ = std::make_unique<CaptureSession>(
+        settings, std::move(onFrame),
+        [this](DeviceKind kind, const std::string&, const std::string& message) {
+          EXPECT_FALSE(message.empty());
+          failures_.add(kindName(kind));
+        });
     session_->addConsumer(&probe_);
   }
 
@@ -237,6 +238,51 @@ TEST_F(CaptureSessionTest, TheSoundOfAFileNeedsAFile) {
   EXPECT_TRUE(failures_.waitFor("microphone"));
   EXPECT_TRUE(probe_.waitForPicture(isPattern));
   EXPECT_EQ(failures_.count("camera"), 0);
+}
+
+TEST_F(CaptureSessionTest, OthersAreTakenWhileItRuns) {
+  open(testSettings());
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  const auto loud = [](const Sound& sound) { return !sound.isSilent(); };
+  ASSERT_TRUE(probe_.waitForSound(loud));
+  session_->setDevices("no such camera", kTestDevice);
+  ASSERT_TRUE(failures_.waitFor("camera"));
+  probe_.pictures(2);  // one may have been under way
+  const std::vector<Picture> still = probe_.pictures(5);
+  for (const Picture& picture : still) EXPECT_EQ(picture.bytes, still[0].bytes);
+  EXPECT_TRUE(isPattern(still[0])) << "the last picture stays";
+  EXPECT_TRUE(probe_.waitForSound(loud)) << "the microphone is the same";
+  session_->setDevices(kTestDevice, "no such microphone");
+  ASSERT_TRUE(failures_.waitFor("microphone"));
+  EXPECT_TRUE(probe_.waitForPicture(
+      [&still](const Picture& picture) { return picture.bytes != still[0].bytes; }));
+  EXPECT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  session_->setDevices(kTestDevice, kTestDevice);
+  EXPECT_TRUE(probe_.waitForSound(loud));
+  EXPECT_EQ(failures_.all(), (std::vector<std::string>{"camera", "microphone"}));
+}
+
+TEST_F(CaptureSessionTest, ADroppedMicrophoneIsNotHeardAnyMore) {
+  open(testSettings());
+  const auto loud = [](const Sound& sound) { return !sound.isSilent(); };
+  ASSERT_TRUE(probe_.waitForSound(loud));
+  session_->dropMicrophone();
+  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
+  session_->setDevices(kTestDevice, kTestDevice);
+  EXPECT_TRUE(probe_.waitForSound(loud));
+}
+
+TEST_F(CaptureSessionTest, AStoppedCameraStaysStoppedWhenAnotherIsTaken) {
+  CaptureSettings settings = testSettings();
+  settings.camera = "no such camera";
+  open(settings);
+  ASSERT_TRUE(failures_.waitFor("camera"));
+  session_->setCameraRunning(false);
+  session_->setDevices(kTestDevice, kTestDevice);
+  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(picture.isBlack());
+  session_->setCameraRunning(true);
+  EXPECT_TRUE(probe_.waitForPicture(isPattern));
 }
 
 // A consumer that is in the middle of a frame when it is to be removed.

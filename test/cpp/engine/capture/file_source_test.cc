@@ -54,10 +54,11 @@ class FileSourceTest : public testing::Test {
     settings.video = {320, 180, 30};
     settings.audioOnly = audioOnly;
     settings.camera = "file:" + path;
-    session_ = std::make_unique<CaptureSession>(settings, nullptr,
-                                                [this](bool camera, const std::string&) {
-                                                  failures_.add(camera ? "camera" : "microphone");
-                                                });
+    settings.microphone = settings.camera;
+    session_ = std::make_unique<CaptureSession>(
+        settings, nullptr, [this](DeviceKind kind, const std::string&, const std::string&) {
+          failures_.add(kindName(kind));
+        });
     session_->addConsumer(&probe_);
   }
 
@@ -178,6 +179,26 @@ TEST_F(FileSourceTest, AStoppedFileIsSilentAndBeginsAgain) {
   for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
   session_->setCameraRunning(true);
   EXPECT_TRUE(probe_.waitForSound(isLoud));
+}
+
+TEST_F(FileSourceTest, ItsSoundIsHeardWithItsPictureAndWithout) {
+  const std::string path = make("both.avi", std::string(kPicture) + "jpegenc ! mux. " + kSound +
+                                                "audioconvert ! mux. avimux name=mux ! ");
+  open(path);
+  ASSERT_TRUE(probe_.waitForSound(isLoud));
+  const std::string file = "file:" + path;
+  session_->setDevices(file, "no such microphone");
+  ASSERT_TRUE(failures_.waitFor("microphone"));
+  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  session_->setDevices(file, file);
+  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "with its picture";
+  session_->setDevices("no such camera", "no such microphone");
+  ASSERT_TRUE(failures_.waitFor("microphone", 2));
+  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  session_->setDevices("no such camera", file);
+  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "without";
+  session_->setDevices(file, file);
+  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "with it again";
 }
 
 class BrokenFiles : public FileSourceTest {

@@ -42,7 +42,9 @@ class ScreenSharingSessionTest : public testing::Test {
           const bool red = std::abs(pixels[0] - 81) < 4;
           if (red != (origin == PictureOrigin::kScreen)) ++mislabelled_;
         },
-        [this](bool camera, const std::string&) { events_.add(camera ? "camera" : "microphone"); });
+        [this](DeviceKind kind, const std::string&, const std::string&) {
+          events_.add(kindName(kind));
+        });
     session_->addConsumer(&probe_);
   }
   ~ScreenSharingSessionTest() override { session_->removeConsumer(&probe_); }

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <memory>
+#include <utility>
 
 #include "gst/runtime.h"
 #include "support/event_log.h"
@@ -92,7 +94,57 @@ TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
         return std::make_unique<Silent>("videotestsrc is-live=true ! fakesink async=false");
       },
       collect());
-  EXPECT_TRUE(failures_.waitFor("it gives no pictures"));
+  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+}
+
+// Tells when it has ended.
+struct Mortal : FakeSource {
+  explicit Mortal(EventLog& log)
+      : FakeSource("videotestsrc is-live=true ! fakesink async=false"), ends(log) {}
+  ~Mortal() override { ends.add("end"); }
+  EventLog& ends;
+};
+
+TEST_F(SourceRunnerTest, APredecessorRunsUntilItsSuccessorHasBegun) {
+  EventLog ends;
+  std::atomic<bool> begun{false};
+  EventLog looks;
+  auto first = std::make_unique<SourceRunner>(
+      "first", [&ends](std::string&) { return std::make_unique<Mortal>(ends); }, collect());
+  const SourceRunner second(
+      "second",
+      [](std::string&) {
+        return std::make_unique<FakeSource>("videotestsrc is-live=true ! fakesink async=false");
+      },
+      collect(), {std::move(first), [&] {
+                    looks.add("look");
+                    return begun.load();
+                  }});
+  ASSERT_TRUE(looks.waitFor("look", 5));
+  EXPECT_TRUE(ends.all().empty());
+  begun = true;
+  EXPECT_TRUE(ends.waitFor("end"));
+  EXPECT_TRUE(failures_.all().empty());
+}
+
+TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatNeverBegins) {
+  EventLog ends;
+  const auto runner = [&](SourceRunner::Predecessor predecessor, const char* description) {
+    return std::make_unique<SourceRunner>(
+        description,
+        [&ends, description](std::string&) -> std::unique_ptr<Source> {
+          if (*description) return std::make_unique<FakeSource>(description);
+          return std::make_unique<Mortal>(ends);
+        },
+        collect(), std::move(predecessor));
+  };
+  constexpr char kFails[] = "videotestsrc ! identity error-after=1 ! fakesink";
+  const auto failing = runner({runner({}, ""), [] { return false; }}, kFails);
+  EXPECT_TRUE(ends.waitFor("end"));
+  EXPECT_TRUE(failures_.waitFor("Failed after iterations as requested."));
+  constexpr char kSilent[] = "videotestsrc is-live=true ! fakesink async=false";
+  runner({runner({}, ""), [] { return false; }}, kSilent).reset();
+  EXPECT_TRUE(ends.waitFor("end", 2)) << "stopped before it had begun";
 }
 
 TEST_F(SourceRunnerTest, AHangingSourceIsLeftAndNeverHeardOfAgain) {

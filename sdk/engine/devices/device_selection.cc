@@ -1,0 +1,166 @@
+#include "devices/device_selection.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace NimboEngine {
+namespace {
+
+template <class Matches>
+std::optional<Device> firstWhere(const std::vector<Device>& devices, Matches matches) {
+  const auto found = std::find_if(devices.begin(), devices.end(), matches);
+  return found == devices.end() ? std::nullopt : std::optional(*found);
+}
+
+std::string fileName(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+}  // namespace
+
+DeviceSelection::DeviceSelection(const std::string& camera, const std::string& microphone,
+                                 Look look)
+    : look_(std::move(look)),
+      camera_{camera, camera, {}, {}},
+      microphone_{microphone, microphone, {}, {}} {}
+
+// ------------------------------------------------------------------------------------- the list
+
+std::vector<Device> DeviceSelection::fixedEntries(DeviceKind kind) const {
+  const bool isCamera = kind == DeviceKind::kCamera;
+  std::vector<Device> entries;
+  if (const auto path = cameraFile(camera_.configured)) {
+    const std::string name = fileName(*path);
+    entries.push_back(isCamera ? Device{camera_.configured, name, Transport::kVirtual}
+                               : Device{kFileSound, "Sound of " + name, Transport::kVirtual});
+  }
+  entries.push_back({kTestDevice, isCamera ? "Test pattern" : "Test tone", Transport::kVirtual});
+  return entries;
+}
+
+std::vector<Device> DeviceSelection::list(DeviceKind kind) const {
+  std::vector<Device> devices;
+  for (PluggedDevice& plugged : look_(kind)) devices.push_back(std::move(plugged.device));
+  for (Device& device : fixedEntries(kind)) devices.push_back(std::move(device));
+  return devices;
+}
+
+// The fixed entries must not wait for devices.
+std::optional<Device> DeviceSelection::entry(DeviceKind kind, const std::string& id) const {
+  return firstWhere(isPluggable(id) ? list(kind) : fixedEntries(kind),
+                    [&](const Device& device) { return device.id == id; });
+}
+
+std::optional<Device> DeviceSelection::firstPlugged(DeviceKind kind,
+                                                    const std::set<std::string>& except) const {
+  std::vector<PluggedDevice> devices = look_(kind);
+  std::erase_if(devices, [&](const auto& plugged) { return except.contains(plugged.device.id); });
+  if (devices.empty()) return std::nullopt;
+  const auto marked = std::find_if(devices.begin(), devices.end(),
+                                   [](const auto& plugged) { return plugged.isDefault; });
+  return (marked == devices.end() ? devices.front() : *marked).device;
+}
+
+Device DeviceSelection::next(DeviceKind kind, const std::set<std::string>& except) const {
+  return firstPlugged(kind, except).value_or(fixedEntries(kind).front());
+}
+
+// ----------------------------------------------------------------------------------- what is used
+
+std::optional<Device> DeviceSelection::resolve(DeviceKind kind, const std::string& wish) const {
+  if (kind == DeviceKind::kMicrophone) return resolveMicrophone(wish);
+  if (!wish.empty()) return entry(kind, wish);
+  const auto plugged = firstPlugged(kind, {});
+  return plugged ? plugged : entry(kind, kTestDevice);
+}
+
+std::optional<Device> DeviceSelection::resolveMicrophone(const std::string& wish) const {
+  constexpr auto kKind = DeviceKind::kMicrophone;
+  if (wish == kDefaultMicrophone) return firstPlugged(kKind, {});
+  if (!wish.empty()) return entry(kKind, wish);
+  const auto camera = now(DeviceKind::kCamera);
+  if (camera && cameraFile(camera->id)) return entry(kKind, kFileSound);
+  const auto plugged = firstPlugged(kKind, {});
+  return plugged ? plugged : entry(kKind, kTestDevice);
+}
+
+std::optional<Device> DeviceSelection::now(DeviceKind kind) const {
+  return capturing_ ? slot(kind).used : resolve(kind, slot(kind).wish);
+}
+
+Device DeviceSelection::current(DeviceKind kind) const {
+  std::lock_guard lock(mutex_);
+  return now(kind).value_or(Device{});
+}
+
+void DeviceSelection::beginCapture() {
+  std::lock_guard lock(mutex_);
+  for (Slot* each : {&camera_, &microphone_}) each->failed.clear();
+  camera_.used = resolve(DeviceKind::kCamera, camera_.wish);
+  capturing_ = true;  // the microphone may follow the camera
+  microphone_.used = resolveMicrophone(microphone_.wish);
+}
+
+void DeviceSelection::endCapture() {
+  std::lock_guard lock(mutex_);
+  capturing_ = false;
+}
+
+DeviceSelection::Sources DeviceSelection::sources() const {
+  std::lock_guard lock(mutex_);
+  const auto source = [this](DeviceKind kind) {
+    const auto device = now(kind);
+    return device ? device->id : slot(kind).wish;
+  };
+  Sources sources{source(DeviceKind::kCamera), source(DeviceKind::kMicrophone)};
+  if (sources.microphone == kFileSound && cameraFile(camera_.configured)) {
+    sources.microphone = camera_.configured;
+  }
+  return sources;
+}
+
+// ------------------------------------------------------------------------------ choosing, losing
+
+bool DeviceSelection::chooseId(DeviceKind kind, const std::string& id) {
+  std::lock_guard lock(mutex_);
+  Slot& chosen = slot(kind);
+  const std::string& wish = id.empty() ? chosen.configured : id;
+  const auto device = resolve(kind, wish);
+  if (!device) return false;
+  chosen.wish = wish;
+  chosen.failed.clear();
+  use(kind, *device);
+  return true;
+}
+
+bool DeviceSelection::chooseName(DeviceKind kind, const std::string& name) {
+  const auto device =
+      firstWhere(list(kind), [&](const Device& candidate) { return candidate.name == name; });
+  return device && chooseId(kind, device->id);
+}
+
+// A microphone that follows the camera does so when a file comes or goes.
+void DeviceSelection::use(DeviceKind kind, const Device& device) {
+  const auto before = std::exchange(slot(kind).used, device);
+  const bool wasFile = before && cameraFile(before->id);
+  if (capturing_ && kind == DeviceKind::kCamera && microphone_.wish.empty() &&
+      wasFile != cameraFile(device.id).has_value()) {
+    microphone_.used = resolveMicrophone({});
+  }
+}
+
+std::optional<DeviceSelection::Loss> DeviceSelection::lose(DeviceKind kind, const std::string& id,
+                                                           Cause cause) {
+  std::lock_guard lock(mutex_);
+  Slot& losing = slot(kind);
+  if (cause == Cause::kUnplugged) losing.failed.erase(id);
+  const bool isNamed = losing.used && losing.used->id == id;
+  if (!isPluggable(id) || !(capturing_ ? isNamed : losing.wish == id)) return std::nullopt;
+  if (cause == Cause::kFailed) losing.failed.insert(id);
+  Loss loss{isNamed ? *losing.used : Device{id, id, {}}, next(kind, losing.failed)};
+  if (losing.wish == id) losing.wish = loss.next.id;
+  use(kind, loss.next);
+  return loss;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,155 @@
+'use strict';
+
+const { startChild } = require('../../../tools/rtmp/child');
+
+// FFmpeg otherwise holds back the first seconds to find out the frame rate.
+const AT_ONCE = ['-v', 'error', '-nostdin', '-fpsprobesize', '0'];
+const RATE = 48_000;
+const PIECE = RATE / 10; // samples
+const SAMPLE_BYTES = 2;
+const SILENT = 100; // of 32767
+const COLOUR_BYTES = 3;
+
+/**
+ * Plays a stream with FFmpeg for as long as it is watched, and keeps what it saw and heard.
+ *
+ * @param {string} url
+ * @param {{x: number, y: number}} spot where the picture's colour is taken, in parts of its size
+ */
+function watchStream(url, { x, y }) {
+  const times = { video: [], audio: [] };
+  const pitches = [];
+  let colour;
+  const waiting = new Set();
+  const tell = () => {
+    for (const look of [...waiting]) look();
+  };
+
+  const play = (...args) => startChild('ffmpeg', [...AT_ONCE, '-i', url, ...args]);
+  const packets = play(
+    '-map',
+    '0',
+    '-c',
+    'copy',
+    '-flush_packets',
+    '1',
+    '-f',
+    'framecrc',
+    'pipe:1',
+  );
+  onLines(packets, packetReader(times));
+  const sound = play('-map', '0:a', '-ac', '1', '-ar', String(RATE), '-f', 's16le', 'pipe:1');
+  onPieces(sound, PIECE * SAMPLE_BYTES, (piece) => {
+    pitches.push(pitch(piece));
+    tell();
+  });
+  const part = `crop=20:20:iw*${x}-10:ih*${y}-10,format=rgb24,scale=1:1:flags=area`;
+  const picture = play('-map', '0:v', '-vf', part, '-f', 'rawvideo', 'pipe:1');
+  onPieces(picture, COLOUR_BYTES, (bytes) => {
+    colour = [...bytes];
+    tell();
+  });
+
+  const until = (condition) =>
+    new Promise((resolve) => {
+      const look = () => {
+        if (!condition()) return;
+        waiting.delete(look);
+        resolve();
+      };
+      waiting.add(look);
+      look();
+    });
+
+  return {
+    /** Times of the packets in the stream, in seconds, in the order in which they came. */
+    times,
+    /** What was heard in each tenth of a second, in Hz; 0 is silence. */
+    pitches,
+
+    /** Resolves when the spot has that colour. @param {number[]} wanted red, green and blue */
+    sees: (wanted) =>
+      until(() => colour?.every((value, index) => Math.abs(value - wanted[index]) < 40)),
+
+    /** Resolves when a tone of that pitch was heard for the last half second. */
+    hears: (hertz) =>
+      until(() => {
+        const last = pitches.slice(-5);
+        return last.length === 5 && last.every((heard) => Math.abs(heard - hertz) <= 20);
+      }),
+
+    /** @returns {number} seconds: the longest time in which nothing was heard */
+    longestSilence() {
+      let silence = 0;
+      let longest = 0;
+      for (const heard of pitches) {
+        silence = heard === 0 ? silence + 0.1 : 0;
+        longest = Math.max(longest, silence);
+      }
+      return longest;
+    },
+
+    /** What became of the three players: empty while all of them still play. */
+    ended: () =>
+      [packets, sound, picture].filter(({ process }) => process.exitCode !== null).length,
+
+    stop: () => Promise.all([packets.stop(), sound.stop(), picture.stop()]),
+  };
+}
+
+/** Reads FFmpeg's list of packets: "stream, dts, pts, duration, size, checksum". */
+function packetReader(times) {
+  const kinds = new Map();
+  const bases = new Map();
+  return (line) => {
+    const [, key, stream, value] = line.match(/^#(media_type|tb) (\d+): (.*)$/) ?? [];
+    if (key === 'media_type') kinds.set(stream, value);
+    if (key === 'tb')
+      bases.set(
+        stream,
+        value.split('/').reduce((over, under) => over / under),
+      );
+    if (line.startsWith('#')) return;
+    const [index, time] = line.split(',').map((text) => text.trim());
+    times[kinds.get(index)].push(Number(time) * bases.get(index));
+  };
+}
+
+function onLines(child, use) {
+  let rest = '';
+  child.process.stdout.setEncoding('utf8').on('data', (text) => {
+    const lines = (rest + text).split('\n');
+    rest = lines.pop();
+    lines.forEach(use);
+  });
+}
+
+function onPieces(child, size, use) {
+  let rest = Buffer.alloc(0);
+  child.process.stdout.on('data', (data) => {
+    rest = Buffer.concat([rest, data]);
+    for (; rest.length >= size; rest = rest.subarray(size)) use(rest.subarray(0, size));
+  });
+}
+
+/** @returns {number} Hz, by counting how often the wave rises through zero; 0 for silence */
+function pitch(piece) {
+  let rises = 0;
+  let power = 0;
+  let before = 0;
+  for (let place = 0; place < piece.length; place += SAMPLE_BYTES) {
+    const sample = piece.readInt16LE(place);
+    power += sample * sample;
+    if (before < 0 && sample >= 0) rises += 1;
+    before = sample;
+  }
+  return Math.sqrt(power / PIECE) < SILENT ? 0 : (rises * RATE) / PIECE;
+}
+
+/** @returns {{longest: number, shortest: number}} seconds between neighbours */
+function gaps(times) {
+  const between = times.slice(1).map((time, index) => time - times[index]);
+  return { longest: Math.max(...between), shortest: Math.min(...between) };
+}
+
+module.exports = { gaps, watchStream };
