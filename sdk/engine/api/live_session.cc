@@ -55,24 +55,31 @@ void LiveSession::configure(const PushParameters& parameters) {
   parameters_ = parameters;
 }
 
-// A running capture keeps the size with which it was started; the encoder scales.
 void LiveSession::changeEncoder(const EncoderSettings& settings) {
   parameters_.encoder = settings;
-  if (capture_) capture_->setFrameRate(settings.video.fps);
-  if (publisher_) publisher_->change(settings);
+  applyEncoder();
+}
+
+// The camera keeps the size with which the capture was started; the encoder scales.
+void LiveSession::applyEncoder() {
+  const EncoderSettings encoder = wantedEncoder();
+  if (capture_) capture_->setFormat(encoder.video);
+  if (publisher_) publisher_->change(encoder);
 }
 
 // ------------------------------------------------------------------------------------- capture
 
 void LiveSession::startCapture() {
   if (capture_) return;
-  const EncoderSettings encoder = wantedEncoder();
+  const EncoderSettings& encoder = parameters_.encoder;
   const CaptureSettings settings{.video = encoder.video,
                                  .audio = encoder.audio,
                                  .audioOnly = encoder.audioOnly,
                                  .mirror = parameters_.mirror,
                                  .camera = settings_.camera,
-                                 .microphone = settings_.microphone};
+                                 .microphone = settings_.microphone,
+                                 .pauseImage = parameters_.pauseImage,
+                                 .networkPoorImage = parameters_.networkPoorImage};
   auto failed = lifeline_.bind([this](bool camera, const std::string& message) {
     listeners_.systemError(camera ? kLumoLiveErrorCameraFailed : kLumoLiveErrorMicrophoneFailed,
                            message);
@@ -89,6 +96,7 @@ void LiveSession::startCapture() {
   capture_->setCameraMuted(cameraMuted_);
   if (!cameraRunning_) capture_->setCameraRunning(false);
   if (screen_) captureScreen();
+  capture_->setFormat(wantedEncoder().video);
 }
 
 void LiveSession::stopCaptureIfUnused() {
@@ -117,11 +125,13 @@ void LiveSession::shareScreen(uint32_t id) {
   screen_ = id;
   screenPaused_ = false;
   if (capture_) captureScreen();
+  applyEncoder();
 }
 
 void LiveSession::stopScreen() {
   screen_.reset();
   if (capture_) capture_->stopScreen();
+  applyEncoder();
 }
 
 void LiveSession::setScreenPaused(bool paused) {
@@ -131,7 +141,7 @@ void LiveSession::setScreenPaused(bool paused) {
 
 void LiveSession::setScreenEncoder(const EncoderSettings& encoder) {
   screenEncoder_ = encoder;
-  if (capture_) capture_->setScreenFps(encoder.video.fps);
+  applyEncoder();
 }
 
 void LiveSession::captureScreen() {
@@ -141,8 +151,7 @@ void LiveSession::captureScreen() {
         message);
   });
   capture_->shareScreen(
-      *screen_, wantedEncoder().video.fps,
-      [this, troubled](ScreenTrouble trouble, const std::string& message) {
+      *screen_, [this, troubled](ScreenTrouble trouble, const std::string& message) {
         engine_.post([troubled, trouble, message]() mutable { troubled(trouble, message); });
       });
   capture_->setScreenPaused(screenPaused_);
@@ -191,17 +200,21 @@ void LiveSession::startPush(PushRequest request) {
 void LiveSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
   startCapture();
-  const EncoderSettings encoder = wantedEncoder();
-  capture_->setFrameRate(encoder.video.fps);
   publisher_ = std::make_unique<Publisher>(
-      engine_, encoder, settings_.network,
+      engine_, wantedEncoder(), settings_.network,
       Publisher::Events{
           .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
           .onFirstFrame =
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
-          .onNews = [this](NetworkNews news) { listeners_.network(networkEvent(news)); }});
+          .onNews = [this](NetworkNews news) { onNetworkNews(news); }});
   publisher_->start(request.url);
   capture_->addConsumer(publisher_.get());
+}
+
+void LiveSession::onNetworkNews(NetworkNews news) {
+  if (news == NetworkNews::kNetworkPoor) capture_->setNetworkPoor(true);
+  if (news == NetworkNews::kNetworkRecovery) capture_->setNetworkPoor(false);
+  listeners_.network(networkEvent(news));
 }
 
 void LiveSession::stopPush() {
@@ -269,6 +282,7 @@ void LiveSession::tell(const PushOutcome& outcome) {
 
 std::unique_ptr<Publisher> LiveSession::takePublisher() {
   capture_->removeConsumer(publisher_.get());
+  capture_->setNetworkPoor(false);
   return std::move(publisher_);
 }
 
