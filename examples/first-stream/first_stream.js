@@ -33,7 +33,7 @@ const CONNECT_SECONDS = 10;
  * @param {AbortSignal} interruption ends the stream early
  * @returns {Promise<Report>}
  */
-async function firstStream({ seconds, input, plugins }, progress, interruption) {
+async function firstStream({ seconds, input, screen, plugins }, progress, interruption) {
   const report = { seen: false, problems: [], events: [], pictures: [] };
   let server;
   let session;
@@ -45,6 +45,7 @@ async function firstStream({ seconds, input, plugins }, progress, interruption) 
     report.events = session.events;
     session.on('event', (event) => progress.event(event));
     session.on('failure', (text) => report.problems.push(text));
+    if (screen) progress.say(`sharing "${session.shareScreen()}"`);
     await stream(session, server, { seconds, progress, interruption, report });
   } catch (error) {
     if (report.problems.length === 0) report.problems.push(error.message);

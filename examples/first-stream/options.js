@@ -5,10 +5,13 @@ const path = require('node:path');
 const { parseArgs } = require('node:util');
 
 const MINIMUM_SECONDS = 5;
+const SCREEN = 'screen'; // a file of that name is ./screen
 
-const usage = `Usage: npm start -- [--seconds N] [--input FILE] [--plugin FILE[=JSON]]... [--json]
+const usage = `Usage: npm start -- [--seconds N] [--input FILE|screen] [--plugin FILE[=JSON]]... [--json]
   --seconds N   stream for N seconds (default 20, at least ${MINIMUM_SECONDS}); Ctrl-C ends it early
   --input FILE  use a video file as the camera, and its sound, if it has any, as the microphone
+  --input screen
+                share the first screen of the X server that $DISPLAY names, without plug-ins
   --plugin FILE[=JSON]
                 run a video-frame plug-in with these parameters; several run in the order given
   --json        print one JSON object at the end instead of text
@@ -20,6 +23,7 @@ when the stream was seen at the server.`;
  * @typedef {object} Options
  * @property {number} seconds
  * @property {string} [input] absolute path
+ * @property {boolean} screen whether to share a screen instead
  * @property {{file: string, parameter?: string}[]} plugins absolute paths
  * @property {boolean} json
  * @property {boolean} help
@@ -43,8 +47,10 @@ function readOptions(args) {
   if (!(seconds >= MINIMUM_SECONDS && Number.isFinite(seconds))) {
     throw new Error(`--seconds ${values.seconds}: expected a number, at least ${MINIMUM_SECONDS}`);
   }
-  const input = values.input === undefined ? undefined : existing('--input', values.input);
-  return { ...values, seconds, input, plugins: values.plugin.map(readPlugin) };
+  const screen = values.input === SCREEN;
+  const isFile = values.input !== undefined && !screen;
+  const input = isFile ? existing('--input', values.input) : undefined;
+  return { ...values, seconds, input, screen, plugins: values.plugin.map(readPlugin) };
 }
 
 /** @param {string} text FILE or FILE=JSON */

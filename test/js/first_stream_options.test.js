@@ -9,11 +9,11 @@ const FILE = path.relative(process.cwd(), __filename);
 
 describe('the options of the first stream', () => {
   it('have defaults', () => {
-    const { seconds, input, plugins, json, help } = readOptions([]);
+    const { seconds, input, screen, plugins, json, help } = readOptions([]);
     assert.deepEqual(
-      { seconds, input, plugins, json, help },
+      { seconds, input, screen, plugins, json, help },
       {
-        ...{ seconds: 20, input: undefined, plugins: [] },
+        ...{ seconds: 20, input: undefined, screen: false, plugins: [] },
         ...{ json: false, help: false },
       },
     );
@@ -27,6 +27,13 @@ describe('the options of the first stream', () => {
       { file: __filename, parameter: undefined },
       { file: __filename, parameter: '' },
     ]);
+  });
+
+  it('tell a screen from a file', () => {
+    const shared = readOptions(['--input', 'screen']);
+    assert.deepEqual([shared.input, shared.screen], [undefined, true]);
+    const file = readOptions(['--input', FILE]);
+    assert.deepEqual([file.input, file.screen], [__filename, false]);
   });
 
   it('name the file that is missing', () => {
