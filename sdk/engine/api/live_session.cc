@@ -32,6 +32,18 @@ PusherListeners::NetworkEvent networkEvent(NetworkNews news) {
   return &Network::onPushURLAuthenticationOverdue;
 }
 
+LumoLiveErrorCode errorOf(ScreenTrouble trouble) {
+  switch (trouble) {
+    case ScreenTrouble::kHidden:
+      return kLumoLiveErrorScreenHidden;
+    case ScreenTrouble::kRefused:
+      return kLumoLiveErrorScreenRefused;
+    case ScreenTrouble::kLost:
+      break;
+  }
+  return kLumoLiveErrorScreenLost;
+}
+
 }  // namespace
 
 LiveSession::LiveSession(EngineThread& engine, Settings settings, PusherListeners& listeners,
@@ -146,9 +158,7 @@ void LiveSession::setScreenEncoder(const EncoderSettings& encoder) {
 
 void LiveSession::captureScreen() {
   auto troubled = lifeline_.bind([this](ScreenTrouble trouble, const std::string& message) {
-    listeners_.sdkError(
-        trouble == ScreenTrouble::kHidden ? kLumoLiveErrorScreenHidden : kLumoLiveErrorScreenLost,
-        message);
+    listeners_.sdkError(errorOf(trouble), message);
   });
   capture_->shareScreen(
       *screen_, [this, troubled](ScreenTrouble trouble, const std::string& message) {

@@ -8,9 +8,12 @@
 #include <mutex>
 #include <utility>
 
+#include "base/glib_ptr.h"
 #include "base/listener_slot.h"
 #include "capture/frame_pool.h"
+#include "capture/portal_reader.h"
 #include "capture/screen_grabber.h"
+#include "capture/screen_monitors.h"
 #include "log/log.h"
 #include "render/picture_converter.h"
 
@@ -18,10 +21,15 @@ namespace NimboEngine {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Outcome = ScreenGrabber::Outcome;
+using Outcome = ScreenReader::Outcome;
 
 // A picture may be missed now and then, but not so many in a row.
 constexpr int kMostMisses = 50;
+
+std::unique_ptr<ScreenReader> makeReader(uint32_t id, GCancellable* cancelled) {
+  if (id == kPortalSource) return std::make_unique<PortalReader>(cancelled);
+  return std::make_unique<ScreenGrabber>(id);
+}
 
 }  // namespace
 
@@ -43,6 +51,7 @@ struct ScreenCapture::State {
   std::shared_ptr<PictureMailbox> pictures;
   bool paused = false;
   bool stopping = false;
+  const GlibPtr<GCancellable> cancelled{g_cancellable_new()};  // when stopping
 
   // Of the thread alone.
   PictureConverter converter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
@@ -53,24 +62,25 @@ struct ScreenCapture::State {
   void run();
   bool isDelivered();
   bool waitForTurn(Clock::time_point& due);
-  void deliver(const ScreenImage& image);
+  void deliver(ScreenReader& reader);
   void report(ScreenTrouble trouble, const std::string& message);
 };
 
 void ScreenCapture::State::run() {
-  ScreenGrabber grabber(id);
+  const auto reader = makeReader(id, cancelled.get());
   Clock::time_point due = Clock::now();
   bool hidden = false;
   int misses = 0;
   while (waitForTurn(due)) {
-    const Outcome outcome = grabber.grab();
-    if (outcome == Outcome::kGone) return report(ScreenTrouble::kLost, grabber.problem());
+    const Outcome outcome = reader->grab();
+    if (outcome == Outcome::kGone) return report(ScreenTrouble::kLost, reader->problem());
+    if (outcome == Outcome::kRefused) return report(ScreenTrouble::kRefused, reader->problem());
     if (outcome == Outcome::kHidden && !hidden) {
       report(ScreenTrouble::kHidden, fmt::format("there is nothing to see of window {:#x}", id));
     }
     hidden = outcome == Outcome::kHidden;
     if (outcome == Outcome::kPicture || (outcome == Outcome::kSame && !isDelivered())) {
-      deliver(grabber.image());
+      deliver(*reader);
     }
     misses = outcome == Outcome::kMissed ? misses + 1 : 0;
     if (misses > kMostMisses) {
@@ -95,7 +105,7 @@ bool ScreenCapture::State::isDelivered() {
 }
 
 // Not when a pause comes between, or there is no memory: then it is still to be delivered.
-void ScreenCapture::State::deliver(const ScreenImage& image) {
+void ScreenCapture::State::deliver(ScreenReader& reader) {
   std::unique_lock lock(mutex);
   const VideoFormat wanted = format;
   const std::shared_ptr<PictureMailbox> mailbox = pictures;
@@ -105,9 +115,8 @@ void ScreenCapture::State::deliver(const ScreenImage& image) {
   filled.reset();
   const GstPtr<GstBuffer> picture = pool->acquire();
   GstVideoInfo info;
-  const GstPtr<GstBuffer> pixels =
-      wrapPixels(image.pixels(), image.size(), GST_VIDEO_FORMAT_BGRx, info);
-  if (!picture || !converter.convert(pixels.get(), info, picture.get(), pool->info())) {
+  const GstPtr<GstBuffer> pixels = reader.picture(info);
+  if (!picture || !pixels || !converter.convert(pixels.get(), info, picture.get(), pool->info())) {
     NIMBO_LOG_ERROR("no memory for a picture of the screen");
     return;
   }
@@ -129,6 +138,7 @@ ScreenCapture::ScreenCapture(uint32_t id, const VideoFormat& format,
 
 ScreenCapture::~ScreenCapture() {
   state_->listener.set(nullptr);
+  g_cancellable_cancel(state_->cancelled.get());
   std::lock_guard lock(state_->mutex);
   state_->stopping = true;
   state_->changed.notify_all();

@@ -23,8 +23,9 @@
 namespace NimboEngine {
 
 enum class ScreenTrouble {
-  kHidden,  // there is nothing to see of the window at present; told once each time
-  kLost,    // nothing will come any more
+  kHidden,   // there is nothing to see of the window at present; told once each time
+  kRefused,  // the user does not want to share it; nothing will come
+  kLost,     // nothing will come any more
 };
 
 class ScreenCapture {
