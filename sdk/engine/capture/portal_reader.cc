@@ -15,7 +15,7 @@ ScreenReader::Outcome PortalReader::open() {
   // Copied, since the pictures lie in the desktop's memory, which goes when the sharing ends.
   pipeline_ = Pipeline::parse(
       "portal",
-      fmt::format("pipewiresrc fd={} path={} always-copy=true provide-clock=false ! videoconvert ! "
+      fmt::format("pipewiresrc fd={} path={} always-copy=true ! videoconvert ! "
                   "video/x-raw,format=BGRx ! "
                   "appsink name=pictures sync=false async=false max-buffers=1 drop=true",
                   portal_.remote(), portal_.node()),
