@@ -46,6 +46,7 @@ async function firstStream({ seconds, input, plugins }, progress, interruption) 
     if (input === 'camera') report.sources = session.requireDevices();
     session.on('event', (event) => progress.event(event));
     session.on('failure', (text) => report.problems.push(text));
+    if (input === 'screen') progress.say(`sharing "${session.shareScreen()}"`);
     await stream(session, server, { seconds, progress, interruption, report });
   } catch (error) {
     if (report.problems.length === 0) report.problems.push(error.message);
@@ -65,7 +66,7 @@ async function firstStream({ seconds, input, plugins }, progress, interruption) 
  * @param {string} input
  */
 async function chooseSources(input) {
-  if (input === 'test') return { camera: 'test', microphone: 'test' };
+  if (input === 'test' || input === 'screen') return { camera: 'test', microphone: 'test' };
   if (input === 'camera') return { camera: '', microphone: 'default' };
   const { video, audio } = await probeStream(input, 1);
   if (!video) throw new Error(`${input} has no video`);

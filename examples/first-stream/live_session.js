@@ -66,6 +66,21 @@ class LiveSession extends EventEmitter {
     );
   }
 
+  /**
+   * Captures the first screen instead of the camera.
+   *
+   * @returns {string} its name
+   * @throws {Error} when there is none
+   */
+  shareScreen() {
+    const [screen] = this.#live.getScreenShareSourceInfo();
+    if (!screen) throw new Error('There is no screen to share: does $DISPLAY name an X server?');
+    const shared = this.#live.startScreenShareByDesktopId(screen.sourceId);
+    if (shared !== 0) throw new Error(`startScreenShareByDesktopId answered ${shared}`);
+    this.#live.stopCamera();
+    return screen.sourceName;
+  }
+
   /** Starts capture and push. @param {string} url @throws {Error} when the SDK refuses */
   start(url) {
     this.#startedAt = performance.now();

@@ -5,12 +5,13 @@ const path = require('node:path');
 const { parseArgs } = require('node:util');
 
 const MINIMUM_SECONDS = 5;
-const NO_FILES = ['test', 'camera'];
+const NO_FILES = ['test', 'camera', 'screen']; // a file of such a name is ./screen
 
 const usage = `Usage: npm start -- [--seconds N] [--input INPUT] [--plugin FILE[=JSON]]... [--json]
   --seconds N   stream for N seconds (default 20, at least ${MINIMUM_SECONDS}); Ctrl-C ends it early
   --input INPUT "test": a test picture and tone (default); "camera": the system's default camera
-                and microphone; else a video file and its sound, if it has any
+                and microphone; "screen": the first screen of the X server that $DISPLAY names,
+                without plug-ins; else a video file and its sound, if it has any
   --plugin FILE[=JSON]
                 run a video-frame plug-in with these parameters; several run in the order given
   --json        print one JSON object at the end instead of text
@@ -21,7 +22,7 @@ when the stream was seen at the server.`;
 /**
  * @typedef {object} Options
  * @property {number} seconds
- * @property {string} input "test", "camera" or a file's absolute path
+ * @property {string} input "test", "camera", "screen" or a file's absolute path
  * @property {{file: string, parameter?: string}[]} plugins absolute paths
  * @property {boolean} json
  * @property {boolean} help

@@ -5,38 +5,14 @@
 
 const assert = require('node:assert/strict');
 const { after, before, describe, it } = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { probeStream, watchFrames, watchPictures } = require('../../tools/rtmp/witness');
+const { probeStream, watchPictures } = require('../../tools/rtmp/witness');
 const { openLivePush } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
+const { watchRates } = require('./support/rates');
 const { openThrottledLink } = require('./support/throttled_link');
 
 const GUARD = { timeout: 60_000 };
-
-/**
- * What arrives at a player, second by second of the stream's own time.
- *
- * @param {string} url
- */
-function watchRates(url) {
-  const frames = [];
-  const child = watchFrames(url, (seconds, bytes) => frames.push({ seconds, bytes }));
-  /** @returns {{kbps: number, fps: number}} of the last `span` seconds */
-  const rates = (span) => {
-    const end = frames.at(-1)?.seconds ?? 0;
-    const last = frames.filter(({ seconds }) => seconds > end - span);
-    const bytes = last.reduce((sum, frame) => sum + frame.bytes, 0);
-    return { kbps: (bytes * 8) / 1000 / span, fps: last.length / span };
-  };
-  return {
-    /** Resolves when the last second is as `accept` wants it. */
-    until: async (accept) => {
-      while (!accept(rates(1))) await sleep(20);
-    },
-    stop: () => child.stop(),
-  };
-}
 
 describe('changing the encoder while live', GUARD, () => {
   let clip;

@@ -12,16 +12,13 @@ describe('the options of the first stream', () => {
     const { seconds, input, plugins, json, help } = readOptions([]);
     assert.deepEqual(
       { seconds, input, plugins, json, help },
-      {
-        ...{ seconds: 20, input: 'test', plugins: [] },
-        ...{ json: false, help: false },
-      },
+      { seconds: 20, input: 'test', plugins: [], json: false, help: false },
     );
   });
 
   it('take a file or the words for what is none as the input', () => {
     assert.equal(readOptions(['--input', FILE]).input, __filename);
-    for (const input of ['test', 'camera']) {
+    for (const input of ['test', 'camera', 'screen']) {
       assert.equal(readOptions(['--input', input]).input, input);
     }
   });

@@ -98,8 +98,8 @@ function bitrate(packets) {
  * burst, after the time that FFmpeg takes to get to know the stream.
  *
  * @param {string} url
- * @param {(seconds: number, bytes: number) => void} onFrame called for each with its time in the
- *   stream and its size
+ * @param {(seconds: number, bytes: number, isKey: boolean) => void} onFrame called for each with
+ *   its time in the stream, its size, and whether it is a key frame
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
 function watchFrames(url, onFrame) {
@@ -110,9 +110,10 @@ function watchFrames(url, onFrame) {
     const lines = (rest + text).split('\n');
     rest = lines.pop();
     for (const line of lines) {
-      // "stream, dts, pts, duration, size, checksum"; RTMP counts in milliseconds.
+      // "stream, dts, pts, duration, size, checksum" and, unless it is a key frame, "F=…"; RTMP
+      // counts in milliseconds.
       const [, time, , , bytes] = line.split(',').map(Number);
-      if (!line.startsWith('#')) onFrame(time / 1000, bytes);
+      if (!line.startsWith('#')) onFrame(time / 1000, bytes, !line.includes('F='));
     }
   });
   return child;

@@ -32,6 +32,18 @@ PusherListeners::NetworkEvent networkEvent(NetworkNews news) {
   return &Network::onPushURLAuthenticationOverdue;
 }
 
+LumoLiveErrorCode errorOf(ScreenTrouble trouble) {
+  switch (trouble) {
+    case ScreenTrouble::kHidden:
+      return kLumoLiveErrorScreenHidden;
+    case ScreenTrouble::kRefused:
+      return kLumoLiveErrorScreenRefused;
+    case ScreenTrouble::kLost:
+      break;
+  }
+  return kLumoLiveErrorScreenLost;
+}
+
 }  // namespace
 
 LiveSession::LiveSession(EngineThread& engine, Settings settings, DeviceSelection& devices,
@@ -58,11 +70,16 @@ void LiveSession::configure(const PushParameters& parameters) {
   parameters_ = parameters;
 }
 
-// A running capture keeps the size with which it was started; the encoder scales.
 void LiveSession::changeEncoder(const EncoderSettings& settings) {
   parameters_.encoder = settings;
-  if (capture_) capture_->setFrameRate(settings.video.fps);
-  if (publisher_) publisher_->change(settings);
+  applyEncoder();
+}
+
+// The camera keeps the size with which the capture was started; the encoder scales.
+void LiveSession::applyEncoder() {
+  const EncoderSettings encoder = wantedEncoder();
+  if (capture_) capture_->setFormat(encoder.video);
+  if (publisher_) publisher_->change(encoder);
 }
 
 // ------------------------------------------------------------------------------------- capture
@@ -71,13 +88,15 @@ void LiveSession::startCapture() {
   if (capture_) return;
   devices_.beginCapture();
   const DeviceSelection::Sources sources = devices_.sources();
-  const EncoderSettings encoder = wantedEncoder();
+  const EncoderSettings& encoder = parameters_.encoder;
   const CaptureSettings settings{.video = encoder.video,
                                  .audio = encoder.audio,
                                  .audioOnly = encoder.audioOnly,
                                  .mirror = parameters_.mirror,
                                  .camera = sources.camera,
-                                 .microphone = sources.microphone};
+                                 .microphone = sources.microphone,
+                                 .pauseImage = parameters_.pauseImage,
+                                 .networkPoorImage = parameters_.networkPoorImage};
   auto failed =
       lifeline_.bind([this](DeviceKind kind, const std::string& id, const std::string& message) {
         sourceFailed(kind, id, message);
@@ -95,6 +114,7 @@ void LiveSession::startCapture() {
   if (!cameraRunning_) capture_->setCameraRunning(false);
   watchOpening();
   if (screen_) captureScreen();
+  capture_->setFormat(wantedEncoder().video);
 }
 
 void LiveSession::stopCaptureIfUnused() {
@@ -127,11 +147,13 @@ void LiveSession::shareScreen(uint32_t id) {
   screen_ = id;
   screenPaused_ = false;
   if (capture_) captureScreen();
+  applyEncoder();
 }
 
 void LiveSession::stopScreen() {
   screen_.reset();
   if (capture_) capture_->stopScreen();
+  applyEncoder();
 }
 
 void LiveSession::setScreenPaused(bool paused) {
@@ -141,18 +163,15 @@ void LiveSession::setScreenPaused(bool paused) {
 
 void LiveSession::setScreenEncoder(const EncoderSettings& encoder) {
   screenEncoder_ = encoder;
-  if (capture_) capture_->setScreenFps(encoder.video.fps);
+  applyEncoder();
 }
 
 void LiveSession::captureScreen() {
   auto troubled = lifeline_.bind([this](ScreenTrouble trouble, const std::string& message) {
-    listeners_.sdkError(
-        trouble == ScreenTrouble::kHidden ? kLumoLiveErrorScreenHidden : kLumoLiveErrorScreenLost,
-        message);
+    listeners_.sdkError(errorOf(trouble), message);
   });
   capture_->shareScreen(
-      *screen_, wantedEncoder().video.fps,
-      [this, troubled](ScreenTrouble trouble, const std::string& message) {
+      *screen_, [this, troubled](ScreenTrouble trouble, const std::string& message) {
         engine_.post([troubled, trouble, message]() mutable { troubled(trouble, message); });
       });
   capture_->setScreenPaused(screenPaused_);
@@ -201,17 +220,21 @@ void LiveSession::startPush(PushRequest request) {
 void LiveSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
   startCapture();
-  const EncoderSettings encoder = wantedEncoder();
-  capture_->setFrameRate(encoder.video.fps);
   publisher_ = std::make_unique<Publisher>(
-      engine_, encoder, settings_.network,
+      engine_, wantedEncoder(), settings_.network,
       Publisher::Events{
           .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
           .onFirstFrame =
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
-          .onNews = [this](NetworkNews news) { listeners_.network(networkEvent(news)); }});
+          .onNews = [this](NetworkNews news) { onNetworkNews(news); }});
   publisher_->start(request.url);
   capture_->addConsumer(publisher_.get());
+}
+
+void LiveSession::onNetworkNews(NetworkNews news) {
+  if (news == NetworkNews::kNetworkPoor) capture_->setNetworkPoor(true);
+  if (news == NetworkNews::kNetworkRecovery) capture_->setNetworkPoor(false);
+  listeners_.network(networkEvent(news));
 }
 
 void LiveSession::stopPush() {
@@ -279,6 +302,7 @@ void LiveSession::tell(const PushOutcome& outcome) {
 
 std::unique_ptr<Publisher> LiveSession::takePublisher() {
   capture_->removeConsumer(publisher_.get());
+  capture_->setNetworkPoor(false);
   return std::move(publisher_);
 }
 

@@ -68,9 +68,7 @@ class LiveSession {
   void stopScreen();
   void setScreenPaused(bool paused);
 
-  // How a shared screen is encoded; its sound as ever. The size applies to a capture or push that
-  // begins while a screen is shared, bit rate and key frames to such a push, the frame rate at once
-  // as far as the capture's own allows.
+  // How a shared screen is captured and encoded, from now on; its sound as ever.
   void setScreenEncoder(const EncoderSettings& encoder);
 
  private:
@@ -83,6 +81,8 @@ class LiveSession {
   bool replaceDevice(DeviceKind kind, const std::string& id, DeviceSelection::Cause cause,
                      const std::string& message);
   EncoderSettings wantedEncoder() const;
+  void applyEncoder();
+  void onNetworkNews(NetworkNews news);
   void beginPush(const PushRequest& request);
   void onPushReport(const PushOutcome& outcome);
   void tell(const PushOutcome& outcome);

@@ -107,6 +107,8 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
   encoder.controlsBitrate = config.enableBitrateControl;
   encoder.hardware = config.mVideoEncodeMode == kHardwareEncoding;
   result.mirror = config.mPushMirror;
+  result.pauseImage = config.mPausePushImagePath.c_str();
+  result.networkPoorImage = config.mNetworkPoorPushImagePath.c_str();
   parameters = result;
   return kLumoLiveOk;
 }

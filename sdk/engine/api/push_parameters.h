@@ -22,8 +22,8 @@
 //   mVideoEncodeMode        0: in hardware where there is    as 1
 //                           some, 1: in software
 //
-// mAudioOnly, mPushMirror and enableBitrateControl have their effect; the remaining fields have
-// none in this build.
+// mAudioOnly, mPushMirror, enableBitrateControl and the two image paths have their effect; the
+// remaining fields have none in this build.
 //
 // Thread: any.
 
@@ -40,6 +40,9 @@ namespace NimboEngine {
 struct PushParameters {
   EncoderSettings encoder;  // its formats are those of capture too
   bool mirror = false;
+  // Files (capture/still_image.h), read when they are needed; "": none.
+  std::string pauseImage;
+  std::string networkPoorImage;
 };
 
 // Unless the result is kLumoLiveOk, `problem` names the field and `parameters` is unchanged.

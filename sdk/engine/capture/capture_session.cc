@@ -1,6 +1,5 @@
 #include "capture/capture_session.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "capture/source_choice.h"
@@ -25,12 +24,14 @@ std::shared_ptr<SampleFifo> makeFifo(const AudioFormat& format) {
 CaptureSession::CaptureSession(CaptureSettings settings, FrameCallback onFrame,
                                FailureCallback onFailure)
     : settings_(std::move(settings)),
+      wanted_(settings_.video),
       onFailure_(std::move(onFailure)),
       video_(settings_.audioOnly
                  ? nullptr
                  : std::make_unique<VideoTicker>(settings_.video, std::move(onFrame), consumers_)),
       audio_(settings_.audio, consumers_) {
   std::lock_guard lock(mutex_);
+  if (video_) loadImages();
   openCamera();
   if (!isFileSound()) openMicrophone();
 }
@@ -42,7 +43,7 @@ CaptureSession::~CaptureSession() {
 }
 
 void CaptureSession::setCameraMuted(bool muted) {
-  if (video_) video_->setCameraBlack(muted);
+  if (video_) video_->choice().setCameraBlack(muted);
 }
 
 void CaptureSession::setCameraRunning(bool running) {
@@ -53,13 +54,19 @@ void CaptureSession::setCameraRunning(bool running) {
   closeCamera();
 }
 
-void CaptureSession::setFrameRate(int fps) {
+void CaptureSession::setFormat(const VideoFormat& format) {
   std::lock_guard lock(mutex_);
-  if (!video_ || fps == settings_.video.fps) return;
-  settings_.video.fps = fps;
-  video_->setRate(fps);
+  if (!video_) return;
+  const VideoFormat before = std::exchange(wanted_, format);
+  settings_.video.fps = format.fps;
+  if (format.fps != before.fps) video_->setRate(format.fps);
+  if (format.width != before.width || format.height != before.height) loadImages();
+  if (screen_) {
+    if (format != before) screen_->setFormat(format, showScreen());
+    return;
+  }
   // Its last picture stays until the new one has its first.
-  if (!camera_ || fps <= cameraFps_ || cameraFile(settings_.camera)) return;
+  if (!camera_ || format.fps <= cameraFps_ || cameraFile(settings_.camera)) return;
   closeCamera();
   openCamera();
 }
@@ -107,40 +114,56 @@ bool CaptureSession::hasHung(DeviceKind kind, Clock::duration patience) {
 
 // ------------------------------------------------------------------------------------- screen
 
-void CaptureSession::shareScreen(uint32_t id, int fps, ScreenCapture::TroubleCallback onTrouble) {
+void CaptureSession::shareScreen(uint32_t id, ScreenCapture::TroubleCallback onTrouble) {
   std::lock_guard lock(mutex_);
   if (!video_) return;
-  const auto pictures = std::make_shared<PictureMailbox>();
-  video_->setSource(pictures, PictureOrigin::kScreen);
+  const auto pictures = showScreen();
   screen_.reset();  // not two at once
-  screen_ = std::make_unique<ScreenCapture>(id, settings_.video, screenFps(fps), pictures,
-                                            std::move(onTrouble));
+  screen_ = std::make_unique<ScreenCapture>(id, wanted_, pictures, std::move(onTrouble));
 }
 
 void CaptureSession::stopScreen() {
   std::lock_guard lock(mutex_);
   if (!screen_) return;
+  video_->choice().setOccasion(Occasion::kScreenPaused, false);
   showCamera();
   screen_.reset();
 }
 
 void CaptureSession::setScreenPaused(bool paused) {
   std::lock_guard lock(mutex_);
-  if (screen_) screen_->setPaused(paused);
+  if (!screen_) return;
+  screen_->setPaused(paused);
+  video_->choice().setOccasion(Occasion::kScreenPaused, paused);
 }
 
-void CaptureSession::setScreenFps(int fps) {
-  std::lock_guard lock(mutex_);
-  if (screen_) screen_->setFps(screenFps(fps));
-}
-
-// More than are shown need not be taken.
-int CaptureSession::screenFps(int fps) const {
-  return std::min(fps, settings_.video.fps);
+// Where its pictures are to go.
+std::shared_ptr<PictureMailbox> CaptureSession::showScreen() {
+  auto pictures = std::make_shared<PictureMailbox>();
+  video_->choice().setSource({pictures, wanted_, PictureOrigin::kScreen});
+  return pictures;
 }
 
 void CaptureSession::showCamera() {
-  video_->setSource(pictures_, PictureOrigin::kCamera);
+  video_->choice().setSource({pictures_, settings_.video, PictureOrigin::kCamera});
+}
+
+// ------------------------------------------------------------------------------------- images
+
+void CaptureSession::setNetworkPoor(bool poor) {
+  if (video_) video_->choice().setOccasion(Occasion::kNetworkPoor, poor);
+}
+
+void CaptureSession::loadImages() {
+  const auto load = [this](Occasion occasion, const std::string& file) {
+    if (file.empty()) return;
+    const auto picture = std::make_shared<PictureMailbox>();
+    video_->choice().setImage(occasion, {picture, wanted_});
+    images_.at(static_cast<size_t>(occasion)) =
+        std::make_unique<StillImage>(file, wanted_, picture);
+  };
+  load(Occasion::kNetworkPoor, settings_.networkPoorImage);
+  load(Occasion::kScreenPaused, settings_.pauseImage);
 }
 
 // ------------------------------------------------------------------------------------- camera

@@ -12,6 +12,7 @@
 
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -22,6 +23,7 @@
 #include "capture/media_sink.h"
 #include "capture/screen_capture.h"
 #include "capture/source_runner.h"
+#include "capture/still_image.h"
 #include "capture/video_ticker.h"
 #include "devices/devices.h"
 
@@ -37,6 +39,9 @@ struct CaptureSettings {
   // a sound track it is silence.
   std::string camera;
   std::string microphone;
+  // Files (capture/still_image.h) that stand in for the picture; "": none.
+  std::string pauseImage;        // while the screen is paused
+  std::string networkPoorImage;  // while the network is poor
 };
 
 class CaptureSession {
@@ -77,29 +82,32 @@ class CaptureSession {
   // driver or service that hangs fails without a word.
   bool hasHung(DeviceKind kind, std::chrono::steady_clock::duration patience);
 
-  // Pictures come at another rate from now on. A camera that is too slow for it is opened again; a
-  // file gives what it has.
-  void setFrameRate(int fps);
+  // Pictures of another format are wanted from now on. All come at its rate; a screen and images
+  // get its size, the camera keeps the size that it began with. A camera that is shown and too slow
+  // is opened again; a file gives what it has.
+  void setFormat(const VideoFormat& format);
 
-  // Shows a screen (capture/screen_sources.h) instead of the camera, at `fps` pictures a second at
-  // most. The camera goes on unseen. `onTrouble` as ScreenCapture calls it. Not when only sound is
-  // captured.
-  void shareScreen(uint32_t id, int fps, ScreenCapture::TroubleCallback onTrouble);
+  // Shows a screen (capture/screen_sources.h) instead of the camera, which goes on unseen.
+  // `onTrouble` as ScreenCapture calls it. Not when only sound is captured.
+  void shareScreen(uint32_t id, ScreenCapture::TroubleCallback onTrouble);
   void stopScreen();
 
-  // Both do nothing while no screen is shown.
+  // Does nothing while no screen is shown.
   void setScreenPaused(bool paused);
-  void setScreenFps(int fps);
+
+  void setNetworkPoor(bool poor);
 
  private:
   bool isFileSound() const;
-  int screenFps(int fps) const;
+  std::shared_ptr<PictureMailbox> showScreen();
   void showCamera();
+  void loadImages();
   void openCamera();
   void closeCamera();
   void openMicrophone();
 
   CaptureSettings settings_;  // its video.fps changes, under the mutex
+  VideoFormat wanted_;
   const FailureCallback onFailure_;
   ConsumerList consumers_;
   std::unique_ptr<VideoTicker> video_;  // null when only sound is captured
@@ -115,6 +123,7 @@ class CaptureSession {
   std::chrono::steady_clock::time_point microphoneOpened_;
   std::unique_ptr<SourceRunner> microphone_;
   std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown
+  std::array<std::unique_ptr<StillImage>, kOccasions> images_;
 };
 
 }  // namespace NimboEngine

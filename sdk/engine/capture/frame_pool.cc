@@ -1,7 +1,8 @@
 #include "capture/frame_pool.h"
 
+#include <cstring>
+
 namespace NimboEngine {
-namespace {
 
 // I420 without gaps between the planes. Strides stay as GStreamer has them (a multiple of 4).
 GstVideoInfo tightInfo(const VideoFormat& format) {
@@ -16,7 +17,11 @@ GstVideoInfo tightInfo(const VideoFormat& format) {
   return info;
 }
 
-}  // namespace
+void fillPlain(uint8_t* pixels, const GstVideoInfo& info, uint8_t luma) {
+  const size_t chroma = GST_VIDEO_INFO_PLANE_OFFSET(&info, 1);
+  std::memset(pixels, luma, chroma);
+  std::memset(pixels + chroma, 128, GST_VIDEO_INFO_SIZE(&info) - chroma);
+}
 
 GstVideoInfo pictureInfo(const VideoFormat& format) {
   GstVideoInfo info;

@@ -18,6 +18,12 @@ namespace NimboEngine {
 // The layout that GStreamer's elements give to pictures of this format.
 GstVideoInfo pictureInfo(const VideoFormat& format);
 
+// The layout of the pool's buffers.
+GstVideoInfo tightInfo(const VideoFormat& format);
+
+// Makes a picture laid out like that one plain, from black (16) to white (235).
+void fillPlain(uint8_t* pixels, const GstVideoInfo& info, uint8_t luma);
+
 class FramePool {
  public:
   explicit FramePool(const VideoFormat& format);
@@ -25,7 +31,6 @@ class FramePool {
   FramePool(const FramePool&) = delete;
   FramePool& operator=(const FramePool&) = delete;
 
-  // The layout of this pool's buffers.
   const GstVideoInfo& info() const { return info_; }
 
   // A buffer that nobody else has.

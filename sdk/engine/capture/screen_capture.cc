@@ -8,9 +8,12 @@
 #include <mutex>
 #include <utility>
 
+#include "base/glib_ptr.h"
 #include "base/listener_slot.h"
 #include "capture/frame_pool.h"
+#include "capture/portal_reader.h"
 #include "capture/screen_grabber.h"
+#include "capture/screen_monitors.h"
 #include "log/log.h"
 #include "render/picture_converter.h"
 
@@ -18,59 +21,66 @@ namespace NimboEngine {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Outcome = ScreenGrabber::Outcome;
+using Outcome = ScreenReader::Outcome;
 
 // A picture may be missed now and then, but not so many in a row.
 constexpr int kMostMisses = 50;
+
+std::unique_ptr<ScreenReader> makeReader(uint32_t id, GCancellable* cancelled) {
+  if (id == kPortalSource) return std::make_unique<PortalReader>(cancelled);
+  return std::make_unique<ScreenGrabber>(id);
+}
 
 }  // namespace
 
 // Shared with the thread, which may be left behind.
 struct ScreenCapture::State {
-  State(uint32_t source, const VideoFormat& format, int rate,
-        std::shared_ptr<PictureMailbox> mailbox, TroubleCallback callback)
-      : id(source),
-        pool(format),
-        pictures(std::move(mailbox)),
-        onTrouble(std::move(callback)),
-        fps(rate) {
+  State(uint32_t source, const VideoFormat& wanted, std::shared_ptr<PictureMailbox> mailbox,
+        TroubleCallback callback)
+      : id(source), onTrouble(std::move(callback)), format(wanted), pictures(std::move(mailbox)) {
     listener.set(&onTrouble);
   }
 
   const uint32_t id;
-  FramePool pool;
-  PictureConverter converter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
-  const std::shared_ptr<PictureMailbox> pictures;
   TroubleCallback onTrouble;
   ListenerSlot<TroubleCallback> listener;
 
   std::mutex mutex;
   std::condition_variable changed;
-  int fps;
+  VideoFormat format;
+  std::shared_ptr<PictureMailbox> pictures;
   bool paused = false;
   bool stopping = false;
+  const GlibPtr<GCancellable> cancelled{g_cancellable_new()};  // when stopping
+
+  // Of the thread alone.
+  PictureConverter converter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
+  std::unique_ptr<FramePool> pool;
+  VideoFormat poolFormat;
+  std::shared_ptr<PictureMailbox> filled;  // where the newest picture is
 
   void run();
+  bool isDelivered();
   bool waitForTurn(Clock::time_point& due);
-  bool deliver(const ScreenImage& image);
+  void deliver(ScreenReader& reader);
   void report(ScreenTrouble trouble, const std::string& message);
 };
 
 void ScreenCapture::State::run() {
-  ScreenGrabber grabber(id);
+  const auto reader = makeReader(id, cancelled.get());
   Clock::time_point due = Clock::now();
   bool hidden = false;
-  bool delivered = false;
   int misses = 0;
   while (waitForTurn(due)) {
-    const Outcome outcome = grabber.grab();
-    if (outcome == Outcome::kGone) return report(ScreenTrouble::kLost, grabber.problem());
+    const Outcome outcome = reader->grab();
+    if (outcome == Outcome::kGone) return report(ScreenTrouble::kLost, reader->problem());
+    if (outcome == Outcome::kRefused) return report(ScreenTrouble::kRefused, reader->problem());
     if (outcome == Outcome::kHidden && !hidden) {
       report(ScreenTrouble::kHidden, fmt::format("there is nothing to see of window {:#x}", id));
     }
     hidden = outcome == Outcome::kHidden;
-    if (outcome == Outcome::kPicture || (outcome == Outcome::kSame && !delivered)) {
-      delivered = deliver(grabber.image());
+    if (outcome == Outcome::kPicture || (outcome == Outcome::kSame && !isDelivered())) {
+      deliver(*reader);
     }
     misses = outcome == Outcome::kMissed ? misses + 1 : 0;
     if (misses > kMostMisses) {
@@ -85,24 +95,35 @@ bool ScreenCapture::State::waitForTurn(Clock::time_point& due) {
   changed.wait(lock, [this] { return stopping || !paused; });
   changed.wait_until(lock, due, [this] { return stopping; });
   due = std::max(due, Clock::now() - std::chrono::milliseconds(5));
-  due += std::chrono::nanoseconds(std::chrono::seconds(1)) / fps;
+  due += std::chrono::nanoseconds(std::chrono::seconds(1)) / format.fps;
   return !stopping;
 }
 
-// False when it has not got there: a pause came between, or there is no memory.
-bool ScreenCapture::State::deliver(const ScreenImage& image) {
-  const GstPtr<GstBuffer> picture = pool.acquire();
-  GstVideoInfo info;
-  const GstPtr<GstBuffer> pixels =
-      wrapPixels(image.pixels(), image.size(), GST_VIDEO_FORMAT_BGRx, info);
-  if (!picture || !converter.convert(pixels.get(), info, picture.get(), pool.info())) {
-    NIMBO_LOG_ERROR("no memory for a picture of the screen");
-    return false;
-  }
+bool ScreenCapture::State::isDelivered() {
   std::lock_guard lock(mutex);
-  if (paused || stopping) return false;
-  pictures->put(picture.get());
-  return true;
+  return filled == pictures;
+}
+
+// Not when a pause comes between, or there is no memory: then it is still to be delivered.
+void ScreenCapture::State::deliver(ScreenReader& reader) {
+  std::unique_lock lock(mutex);
+  const VideoFormat wanted = format;
+  const std::shared_ptr<PictureMailbox> mailbox = pictures;
+  lock.unlock();
+  if (!pool || wanted != poolFormat) pool = std::make_unique<FramePool>(wanted);
+  poolFormat = wanted;
+  filled.reset();
+  const GstPtr<GstBuffer> picture = pool->acquire();
+  GstVideoInfo info;
+  const GstPtr<GstBuffer> pixels = reader.picture(info);
+  if (!picture || !pixels || !converter.convert(pixels.get(), info, picture.get(), pool->info())) {
+    NIMBO_LOG_ERROR("no memory for a picture of the screen");
+    return;
+  }
+  lock.lock();
+  if (paused || stopping) return;
+  mailbox->put(picture.get());
+  filled = mailbox;
 }
 
 void ScreenCapture::State::report(ScreenTrouble trouble, const std::string& message) {
@@ -110,13 +131,14 @@ void ScreenCapture::State::report(ScreenTrouble trouble, const std::string& mess
   listener.call([&](TroubleCallback& callback) { callback(trouble, message); });
 }
 
-ScreenCapture::ScreenCapture(uint32_t id, const VideoFormat& format, int fps,
+ScreenCapture::ScreenCapture(uint32_t id, const VideoFormat& format,
                              std::shared_ptr<PictureMailbox> pictures, TroubleCallback onTrouble)
-    : state_(std::make_shared<State>(id, format, fps, std::move(pictures), std::move(onTrouble))),
+    : state_(std::make_shared<State>(id, format, std::move(pictures), std::move(onTrouble))),
       thread_("screen", [state = state_] { state->run(); }) {}
 
 ScreenCapture::~ScreenCapture() {
   state_->listener.set(nullptr);
+  g_cancellable_cancel(state_->cancelled.get());
   std::lock_guard lock(state_->mutex);
   state_->stopping = true;
   state_->changed.notify_all();
@@ -128,9 +150,10 @@ void ScreenCapture::setPaused(bool paused) {
   state_->changed.notify_all();
 }
 
-void ScreenCapture::setFps(int fps) {
+void ScreenCapture::setFormat(const VideoFormat& format, std::shared_ptr<PictureMailbox> pictures) {
   std::lock_guard lock(state_->mutex);
-  state_->fps = fps;
+  state_->format = format;
+  state_->pictures = std::move(pictures);
 }
 
 }  // namespace NimboEngine

@@ -23,18 +23,19 @@
 namespace NimboEngine {
 
 enum class ScreenTrouble {
-  kHidden,  // there is nothing to see of the window at present; told once each time
-  kLost,    // nothing will come any more
+  kHidden,   // there is nothing to see of the window at present; told once each time
+  kRefused,  // the user does not want to share it; nothing will come
+  kLost,     // nothing will come any more
 };
 
 class ScreenCapture {
  public:
   using TroubleCallback = std::function<void(ScreenTrouble, const std::string& message)>;
 
-  // `id` as in capture/screen_sources.h; pictures get the size of `format`. `fps` pictures are
-  // taken each second.
-  ScreenCapture(uint32_t id, const VideoFormat& format, int fps,
-                std::shared_ptr<PictureMailbox> pictures, TroubleCallback onTrouble);
+  // `id` as in capture/screen_sources.h; pictures get the size of `format` and are taken at its
+  // rate.
+  ScreenCapture(uint32_t id, const VideoFormat& format, std::shared_ptr<PictureMailbox> pictures,
+                TroubleCallback onTrouble);
   ~ScreenCapture();
   ScreenCapture(const ScreenCapture&) = delete;
   ScreenCapture& operator=(const ScreenCapture&) = delete;
@@ -42,7 +43,8 @@ class ScreenCapture {
   // While paused nothing is taken, and nothing noticed. No picture follows a call with true.
   void setPaused(bool paused);
 
-  void setFps(int fps);
+  // Pictures of another format from now on, the present one among them, into another mailbox.
+  void setFormat(const VideoFormat& format, std::shared_ptr<PictureMailbox> pictures);
 
  private:
   struct State;

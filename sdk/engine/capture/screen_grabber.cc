@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "capture/screen_monitors.h"
+#include "render/picture_converter.h"
 
 namespace NimboEngine {
 namespace {
@@ -58,22 +59,23 @@ bool ScreenGrabber::keepContents() {
   return !refused;
 }
 
-ScreenGrabber::Outcome ScreenGrabber::gone(std::string problem) {
-  problem_ = std::move(problem);
-  return Outcome::kGone;
+GstPtr<GstBuffer> ScreenGrabber::picture(GstVideoInfo& info) {
+  return wrapPixels(image_->pixels(), image_->size(), GST_VIDEO_FORMAT_BGRx, info);
 }
 
 ScreenGrabber::Outcome ScreenGrabber::grab() {
-  if (!display_.screen) return gone("there is no X server");
+  if (!display_.screen) return ended(Outcome::kGone, "there is no X server");
   Place place{};
   const Outcome found = locate(place);
-  if (xcb_connection_has_error(connection())) return gone("the X server has ended");
+  if (xcb_connection_has_error(connection()))
+    return ended(Outcome::kGone, "the X server has ended");
   if (found != Outcome::kPicture) return found;
   const Outcome fetched = fetch(place);
   while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection())}) {
     // Errors of requests that came too late for the window arrive here.
   }
-  if (xcb_connection_has_error(connection())) return gone("the X server has ended");
+  if (xcb_connection_has_error(connection()))
+    return ended(Outcome::kGone, "the X server has ended");
   return fetched;
 }
 
@@ -85,9 +87,9 @@ ScreenGrabber::Outcome ScreenGrabber::locateMonitor(Place& place) {
   const auto monitors = listMonitors(display_);
   const auto found = std::find_if(monitors.begin(), monitors.end(),
                                   [this](const Monitor& monitor) { return monitor.id == id_; });
-  if (found == monitors.end()) return gone("the monitor is not there");
+  if (found == monitors.end()) return ended(Outcome::kGone, "the monitor is not there");
   if (!hasPlainPixels(connection(), display_.screen->root_depth)) {
-    return gone("the screen's colours have an unknown format");
+    return ended(Outcome::kGone, "the screen's colours have an unknown format");
   }
   place = {display_.screen->root, found->area, found->area};
   return Outcome::kPicture;
@@ -108,10 +110,11 @@ ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
   const XReply<xcb_get_geometry_reply_t> screen(
       xcb_get_geometry_reply(connection(), askRoot, nullptr));
   if (!attributes || !geometry || !origin || !screen) {
-    return gone(fmt::format("window {:#x} is not there", id_));
+    return ended(Outcome::kGone, fmt::format("window {:#x} is not there", id_));
   }
   if (!hasPlainPixels(connection(), geometry->depth)) {
-    return gone(fmt::format("the colours of window {:#x} have an unknown format", id_));
+    return ended(Outcome::kGone,
+                 fmt::format("the colours of window {:#x} have an unknown format", id_));
   }
   if (attributes->map_state != XCB_MAP_STATE_VIEWABLE) return Outcome::kHidden;
   const Rect area{origin->dst_x, origin->dst_y, geometry->width, geometry->height};

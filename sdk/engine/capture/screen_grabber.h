@@ -4,9 +4,7 @@
 // elsewhere the picture is what the screen shows in its place, and the part of a window that is
 // outside the screen is left out.
 //
-// Thread: one thread at a time; every call may wait for the X server, also for ever.
-// Ownership: owns the connection and the pixels.
-// Failure: an outcome; nothing that becomes of the window or the server ends the process.
+// Thread, ownership, failure: as ScreenReader says.
 
 #pragma once
 
@@ -19,30 +17,20 @@
 
 #include "capture/screen_cursor.h"
 #include "capture/screen_image.h"
+#include "capture/screen_reader.h"
 #include "render/view_layout.h"
 #include "x11/x_display.h"
 
 namespace NimboEngine {
 
-class ScreenGrabber {
+class ScreenGrabber final : public ScreenReader {
  public:
-  enum class Outcome {
-    kPicture,
-    kSame,    // the last picture again
-    kMissed,  // no picture this time: it was about to change its size
-    kHidden,  // minimised, or wholly outside the screen where that cannot be helped
-    kGone,    // closed or never there, or the server ended; problem() tells
-  };
-
   // `id` as in capture/screen_sources.h.
   explicit ScreenGrabber(uint32_t id);
 
-  Outcome grab();
-
-  // The picture, with the mouse pointer in it; valid until the next call of grab().
+  Outcome grab() override;
+  GstPtr<GstBuffer> picture(GstVideoInfo& info) override;
   const ScreenImage& image() const { return *image_; }
-
-  const std::string& problem() const { return problem_; }
 
  private:
   // Where the pixels are to be had.
@@ -57,7 +45,6 @@ class ScreenGrabber {
   Outcome locate(Place& place);
   Outcome locateMonitor(Place& place);
   Outcome locateWindow(Place& place);
-  Outcome gone(std::string problem);
   Outcome fetch(const Place& place);
 
   const uint32_t id_;
@@ -67,7 +54,6 @@ class ScreenGrabber {
   ScreenCursor cursor_;
   std::unique_ptr<ScreenImage> image_;
   std::unique_ptr<ScreenImage> previous_;
-  std::string problem_;
 };
 
 }  // namespace NimboEngine

@@ -3,7 +3,8 @@
 // A window's identifier is its own on the X server, which never sets one of the upper three bits. A
 // monitor's is kMonitorBit and the server's number for the monitor's name, which stays the same
 // while the server lives, whichever other monitors come and go. kMonitorBit alone is the whole
-// desktop, for a server that knows no monitors.
+// desktop, for a server that knows no monitors. kPortalSource is what the user chooses in the
+// desktop's own dialogue, without an X server.
 //
 // Thread: that of the connection.
 // Failure: a server that does not answer gives the whole desktop.
@@ -23,6 +24,7 @@
 namespace NimboEngine {
 
 inline constexpr uint32_t kMonitorBit = 0x4000'0000;
+inline constexpr uint32_t kPortalSource = 0x2000'0000;
 
 inline bool isMonitor(uint32_t id) {
   return (id & kMonitorBit) != 0;

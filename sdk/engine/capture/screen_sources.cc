@@ -11,6 +11,7 @@
 
 #include "base/leavable_thread.h"
 #include "capture/screen_monitors.h"
+#include "capture/screen_portal.h"
 #include "gst/gst_ptr.h"
 #include "log/log.h"
 #include "x11/x_display.h"
@@ -18,7 +19,7 @@
 namespace NimboEngine {
 namespace {
 
-constexpr std::chrono::seconds kPatience{1};
+constexpr std::chrono::milliseconds kPatience{1500};
 
 // In units of four bytes, as properties are read: longer names are cut, longer lists too.
 constexpr uint32_t kNameLimit = 256;
@@ -106,6 +107,9 @@ std::optional<ScreenSource> read(xcb_connection_t* connection, const Questions& 
 
 std::vector<ScreenSource> askServer() {
   const XDisplay display = XDisplay::open();
+  if (!display.screen && g_getenv("WAYLAND_DISPLAY") && ScreenPortal::isThere()) {
+    return {{kPortalSource, "Choose a screen or window…"}};
+  }
   if (!display.screen) {
     NIMBO_LOG_WARN("no screen can be shared: there is no X server");
     return {};

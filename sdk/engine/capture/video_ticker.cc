@@ -1,6 +1,5 @@
 #include "capture/video_ticker.h"
 
-#include <cstring>
 #include <utility>
 
 #include "log/log.h"
@@ -8,71 +7,63 @@
 namespace NimboEngine {
 namespace {
 
-// Black in the limited range that I420 video uses.
-void fillBlack(uint8_t* pixels, const GstVideoInfo& info) {
-  const size_t luma = GST_VIDEO_INFO_PLANE_OFFSET(&info, 1);
-  std::memset(pixels, 16, luma);
-  std::memset(pixels + luma, 128, GST_VIDEO_INFO_SIZE(&info) - luma);
-}
+constexpr uint8_t kBlack = 16;
 
 }  // namespace
 
 VideoTicker::VideoTicker(const VideoFormat& format, FrameCallback onFrame, ConsumerList& consumers)
     : onFrame_(std::move(onFrame)),
       consumers_(consumers),
-      pictureInfo_(pictureInfo(format)),
-      pool_(format),
+      choice_(format),
+      format_(format),
+      pool_(std::make_unique<FramePool>(format)),
       ticker_("capture-video", static_cast<uint32_t>(format.fps), 0,
               [this](uint64_t, GstClockTime time) { tick(time); }) {}
 
-void VideoTicker::setSource(std::shared_ptr<const PictureMailbox> source, PictureOrigin origin) {
-  std::lock_guard lock(mutex_);
-  source_ = std::move(source);
-  origin_ = origin;
-}
-
 void VideoTicker::tick(GstClockTime time) {
-  GstPtr<GstBuffer> frame = pool_.acquire();
-  if (!frame || !draw(frame.get())) {
+  GstVideoInfo info;
+  GstPtr<GstBuffer> frame = capture(info);
+  if (!frame) {
     NIMBO_LOG_ERROR("no memory for a captured frame");
     return;
   }
+  // The callback has had what is captured; it does not see what takes its place.
+  if (const ShownPicture image = choice_.standIn(); image.buffer) {
+    frame.reset(gst_buffer_copy(image.buffer.get()));  // the pixels are shared
+    info = tightInfo(image.format);
+  }
   GST_BUFFER_PTS(frame.get()) = time;
-  consumers_.each(
-      [&](FrameConsumer& consumer) { consumer.onVideoFrame(frame.get(), pool_.info(), time); });
+  consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(frame.get(), info, time); });
 }
 
-bool VideoTicker::draw(GstBuffer* frame) {
-  const GstVideoInfo& info = pool_.info();
+// The picture of this tick, with its layout; null when there is no memory.
+GstPtr<GstBuffer> VideoTicker::capture(GstVideoInfo& info) {
+  const ShownPicture shown = choice_.captured();
+  if (shown.format.width != format_.width || shown.format.height != format_.height) {
+    format_ = shown.format;
+    pool_ = std::make_unique<FramePool>(format_);
+  }
+  info = pool_->info();
+  GstPtr<GstBuffer> frame = pool_->acquire();
+  return frame && draw(frame.get(), shown) ? std::move(frame) : nullptr;
+}
+
+bool VideoTicker::draw(GstBuffer* frame, const ShownPicture& shown) {
+  const GstVideoInfo& info = pool_->info();
   GstVideoFrame target;
   if (!gst_video_frame_map(&target, &info, frame, GST_MAP_WRITE)) return false;
   auto* pixels = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&target, 0));
-  look();
-  const bool black = !shown_ || (cameraBlack_ && shownOrigin_ == PictureOrigin::kCamera);
+  const GstVideoInfo layout = pictureInfo(shown.format);
   GstVideoFrame source;
-  if (!black && gst_video_frame_map(&source, &pictureInfo_, shown_.get(), GST_MAP_READ)) {
+  if (shown.buffer && gst_video_frame_map(&source, &layout, shown.buffer.get(), GST_MAP_READ)) {
     gst_video_frame_copy(&target, &source);
     gst_video_frame_unmap(&source);
   } else {
-    fillBlack(pixels, info);
+    fillPlain(pixels, info, kBlack);
   }
-  if (onFrame_) onFrame_(shownOrigin_, pixels, info);
+  if (onFrame_) onFrame_(shown.origin, pixels, info);
   gst_video_frame_unmap(&target);
   return true;
-}
-
-void VideoTicker::look() {
-  std::shared_ptr<const PictureMailbox> source;
-  PictureOrigin origin;
-  {
-    std::lock_guard lock(mutex_);
-    source = source_;
-    origin = origin_;
-  }
-  if (GstPtr<GstBuffer> latest = source ? source->latest() : nullptr) {
-    shown_ = std::move(latest);
-    shownOrigin_ = origin;
-  }
 }
 
 }  // namespace NimboEngine

@@ -1,29 +1,27 @@
 // The rhythm of the picture: at every tick of the frame rate one frame goes through the frame
-// callback to the consumers, whatever the source does. It shows the source's newest picture, the
-// last one when none is new, black before the first and where the camera is muted.
+// callback to the consumers, whatever the source does. PictureChoice tells what it shows; an image
+// that stands in for what is captured goes to the consumers alone.
 //
 // Thread: the setters on any thread; callback and consumers are called on the tick thread.
-// Ownership: shares the mailbox; the consumer list must outlive the ticker.
+// Ownership: the consumer list must outlive the ticker.
 // Failure: a tick without memory for its frame is left out.
 
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "capture/consumer_list.h"
 #include "capture/frame_pool.h"
-#include "capture/picture_mailbox.h"
+#include "capture/picture_choice.h"
 #include "capture/ticker.h"
 
 namespace NimboEngine {
 
 // Called on the video tick thread, before the consumers. `origin` is that of the picture that is
-// shown; `pixels` is one contiguous I420 picture
-// laid out as `info` says, and may be changed in place during the call.
+// captured; `pixels` is one contiguous I420 picture laid out as `info` says, and may be changed in
+// place during the call.
 using FrameCallback =
     std::function<void(PictureOrigin origin, uint8_t* pixels, const GstVideoInfo& info)>;
 
@@ -31,30 +29,20 @@ class VideoTicker {
  public:
   VideoTicker(const VideoFormat& format, FrameCallback onFrame, ConsumerList& consumers);
 
-  // Which source is shown from now on; its predecessor's last picture until it has one.
-  void setSource(std::shared_ptr<const PictureMailbox> source, PictureOrigin origin);
-
-  // The camera's pictures become black.
-  void setCameraBlack(bool black) { cameraBlack_ = black; }
+  PictureChoice& choice() { return choice_; }
 
   void setRate(int fps) { ticker_.setRate(static_cast<uint32_t>(fps)); }
 
  private:
   void tick(GstClockTime time);
-  bool draw(GstBuffer* frame);
-  void look();
+  GstPtr<GstBuffer> capture(GstVideoInfo& info);
+  bool draw(GstBuffer* frame, const ShownPicture& shown);
 
   const FrameCallback onFrame_;
   ConsumerList& consumers_;
-  const GstVideoInfo pictureInfo_;
-  FramePool pool_;
-  std::atomic<bool> cameraBlack_{false};
-  std::mutex mutex_;
-  std::shared_ptr<const PictureMailbox> source_;
-  PictureOrigin origin_ = PictureOrigin::kCamera;
-  // The picture that is shown, and its origin; tick thread only.
-  GstPtr<GstBuffer> shown_;
-  PictureOrigin shownOrigin_ = PictureOrigin::kCamera;
+  PictureChoice choice_;
+  VideoFormat format_;  // of the pool; tick thread only, as the pool is
+  std::unique_ptr<FramePool> pool_;
   Ticker ticker_;  // last: its thread uses everything above
 };
 

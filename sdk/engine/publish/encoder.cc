@@ -15,7 +15,9 @@ namespace {
 
 // A quarter of a second at 30 pictures a second: room for a hiccup, little memory.
 constexpr int kQueuedPictures = 8;
-constexpr int kHighestFps = 60;
+
+// In pictures, more than there ever are between two key frames: those are asked for by time.
+constexpr int kLongestInterval = 60 * 60;
 
 std::string audioBranch(const EncoderSettings& settings) {
   return fmt::format(
@@ -51,7 +53,8 @@ Encoder::Encoder(const EncoderSettings& settings, Events events)
     : settings_(settings),
       events_(std::move(events)),
       h264_(h264EncoderFor(settings)),
-      published_(settings.video) {}
+      published_(settings.video),
+      gopSeconds_(settings.gopSeconds) {}
 
 Encoder::~Encoder() {
   pipeline_.reset();
@@ -65,7 +68,7 @@ std::string Encoder::videoBranch() const {
       "leaky-type=downstream ! videocrop name=crop ! videoconvertscale add-borders=true ! "
       "capsfilter name=size ! {} ! "
       "h264parse ! video/x-h264,stream-format=avc,alignment=au ! mux.video ",
-      kQueuedPictures, h264_->describe(kbps, settings_.gopSeconds * kHighestFps));
+      kQueuedPictures, h264_->describe(kbps, kLongestInterval));
 }
 
 bool Encoder::start() {
@@ -121,9 +124,9 @@ void Encoder::pushVideo(GstBuffer* buffer, const GstVideoInfo& info) {
     }
   }
   // Asked for by time: an encoder counts pictures, and cannot be told another number once it runs.
-  if (GST_BUFFER_PTS(buffer) >= nextKeyFrame_) {
-    nextKeyFrame_ =
-        GST_BUFFER_PTS(buffer) + static_cast<GstClockTime>(settings_.gopSeconds) * GST_SECOND;
+  const auto gop = static_cast<GstClockTime>(gopSeconds_) * GST_SECOND;
+  if (GST_BUFFER_PTS(buffer) >= lastKeyFrame_ + gop) {
+    lastKeyFrame_ = GST_BUFFER_PTS(buffer);
     requestKeyFrame();
   }
   push(videoSource_.get(), buffer);

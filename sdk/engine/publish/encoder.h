@@ -11,6 +11,7 @@
 
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -43,8 +44,9 @@ class Encoder {
   // The next picture becomes a key frame.
   void requestKeyFrame();
 
-  // Both while it runs. The first picture of another format is a key frame.
+  // All while it runs. The first picture of another format is a key frame.
   void setVideoKbps(int kbps);
+  void setGopSeconds(int seconds) { gopSeconds_ = seconds; }
   void setVideoFormat(const VideoFormat& format);
 
  private:
@@ -59,7 +61,8 @@ class Encoder {
   VideoFormat captured_;   // what goes in
   VideoFormat published_;  // what comes out
 
-  GstClockTime nextKeyFrame_ = 0;  // of the video capture thread
+  std::atomic<int> gopSeconds_;
+  GstClockTime lastKeyFrame_ = 0;  // of the video capture thread
 
   GstPtr<GstElement> videoSource_;  // null when there is only sound
   GstPtr<GstElement> videoCrop_;

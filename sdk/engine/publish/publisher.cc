@@ -93,6 +93,7 @@ void Publisher::change(const EncoderSettings& settings) {
   const BitrateLimits limits = bitrateLimits(settings);
   bitrate_.setLimits(limits.minimum, limits.target);
   applyBitrate();
+  encoder_.setGopSeconds(settings.gopSeconds);
   if (settings.video == format_) return;
   format_ = settings.video;
   NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s from now on", format_.width, format_.height,

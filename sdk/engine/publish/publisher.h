@@ -63,7 +63,7 @@ class Publisher final : public FrameConsumer {
   void start(const PushUrl& url);
   void stop();
 
-  // Applies another video format and other bit rates while it runs.
+  // Applies another video format, other bit rates and another key-frame interval while it runs.
   void change(const EncoderSettings& settings);
 
   PushPhase phase() const { return state_.phase(); }

@@ -45,8 +45,9 @@ enum LumoLiveErrorCode : int32_t {
   kLumoLiveErrorUndecodable = -3203,      // what comes cannot be decoded
   kLumoLiveErrorServerUntrusted = -3204,  // the server's certificate is not trusted
   // Sharing a screen (onSDKError); its last picture stays
-  kLumoLiveErrorScreenHidden = -3301,  // the window is minimised; its pictures come back with it
-  kLumoLiveErrorScreenLost = -3302,    // the window was closed, or the display ended
+  kLumoLiveErrorScreenHidden = -3301,   // the window is minimised; its pictures come back with it
+  kLumoLiveErrorScreenLost = -3302,     // the window was closed, or the display ended
+  kLumoLiveErrorScreenRefused = -3303,  // the user does not want to share, says the desktop
 };
 
 }  // namespace LumoRtc

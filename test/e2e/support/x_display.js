@@ -64,6 +64,15 @@ async function startDisplay({ width = 800, height = 600 } = {}) {
   };
 }
 
+/** A window of noise, which an encoder needs its whole bit rate for. */
+function openNoisyWindow(display, title) {
+  const noise = 'color=gray:size=480x360:rate=20,noise=alls=40:allf=t+u';
+  return display.open('ffplay', [
+    ...['-v', 'error', '-noborder', '-left', '0', '-top', '0', '-window_title', title],
+    ...['-f', 'lavfi', noise],
+  ]);
+}
+
 /**
  * The mean brightness and colour of fields of a picture.
  *
@@ -98,4 +107,4 @@ function fieldMeans(frame, columns, rows) {
   return means;
 }
 
-module.exports = { fieldMeans, startDisplay };
+module.exports = { fieldMeans, openNoisyWindow, startDisplay };

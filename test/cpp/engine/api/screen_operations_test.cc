@@ -10,8 +10,10 @@
 
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
+#include "support/fake_portal.h"
 #include "support/recording_listener.h"
 #include "support/rtmp_server.h"
+#include "support/session_bus.h"
 #include "support/x_server.h"
 
 namespace NimboEngine {
@@ -167,6 +169,22 @@ TEST_F(ScreenOperationsTest, MinimisedAndClosedWindowsAreTold) {
   ASSERT_TRUE(listener.events.waitFor("SDK error -3302"));
   waitForMore(screenFrames);
   EXPECT_EQ(pusher->getCurrentScreenShareSourceId(), window.id()) << "its last picture stays";
+  EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveOk);
+  waitForMore(cameraFrames);
+}
+
+TEST_F(ScreenOperationsTest, WhatTheUserRefusesInTheDesktopsDialogueIsTold) {
+  const test::SessionBus session;
+  test::FakePortal desktop({.start = 1});
+  LumoLiveScreenSourceList* list = pusher->getScreenShareSourceInfo();
+  ASSERT_EQ(list->getCount(), 1U);
+  const auto choice = static_cast<uint32_t>(list->getSource(0).sourceId);
+  list->release();
+  pusher->init(config);
+  EXPECT_EQ(pusher->startScreenShareByDesktopId(choice), kLumoLiveOk);
+  EXPECT_TRUE(desktop.calls.all().empty()) << "nobody is asked before something is captured";
+  pusher->startPreview(nullptr, 0, 0);
+  ASSERT_TRUE(listener.events.waitFor("SDK error -3303"));
   EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveOk);
   waitForMore(cameraFrames);
 }

@@ -118,6 +118,31 @@ TEST_F(CaptureSessionTest, BothStreamsStandOnTheirGridsOnOneClock) {
   EXPECT_LT(std::abs(apart), int64_t{60} * static_cast<int64_t>(kSecond));
 }
 
+TEST_F(CaptureSessionTest, AnImageGoesToTheConsumersAndNotThroughTheCallback) {
+  CaptureSettings settings = testSettings({323, 241, 30});
+  settings.networkPoorImage = "/missing.png";  // so it is grey
+  const auto isGrey = [](const Picture& picture) { return picture.at(0.07, 0.5)[0] == 60; };
+  std::atomic<bool> greyWasCaptured{false};
+  open(settings, [&](PictureOrigin, uint8_t* pixels, const GstVideoInfo&) {
+    if (pixels[0] == 60) greyWasCaptured = true;
+    ++calls_;
+  });
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  session_->setNetworkPoor(true);
+  ASSERT_TRUE(probe_.waitForPicture(isGrey));
+  const size_t before = calls_;
+  const std::vector<Picture> pictures = probe_.pictures(5);
+  EXPECT_GE(calls_, before + 4) << "capturing goes on";
+  for (size_t i = 0; i < pictures.size(); ++i) {
+    EXPECT_TRUE(isGrey(pictures[i]));
+    EXPECT_EQ(pictures[i].bytes.size(), 324U * 241 + 2 * 164 * 121) << "laid out as captured";
+    EXPECT_TRUE(i == 0 || pictures[i].time > pictures[i - 1].time);
+  }
+  session_->setNetworkPoor(false);
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  EXPECT_FALSE(greyWasCaptured);
+}
+
 TEST_F(CaptureSessionTest, RatesThatDoNotDivideGetTheRightNumberOfSamples) {
   CaptureSettings settings = testSettings();
   settings.audio = {11025, 1};

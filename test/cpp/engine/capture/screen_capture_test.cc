@@ -42,7 +42,8 @@ class ScreenCaptureTest : public testing::Test {
   void capture(uint32_t id, int fps = 30) {
     pictures_ = std::make_shared<PictureMailbox>();
     capture_ = std::make_unique<ScreenCapture>(
-        id, kFormat, fps, pictures_, [this](ScreenTrouble trouble, const std::string& message) {
+        id, VideoFormat{kFormat.width, kFormat.height, fps}, pictures_,
+        [this](ScreenTrouble trouble, const std::string& message) {
           EXPECT_FALSE(message.empty());
           troubles_.add(trouble == ScreenTrouble::kHidden ? "hidden" : "lost");
         });
@@ -311,11 +312,27 @@ TEST_F(ScreenCaptureTest, TheRateIsKept) {
   auto begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));
   EXPECT_GE(Clock::now() - begin, 880ms);
-  capture_->setFps(20);
+  capture_->setFormat({kFormat.width, kFormat.height, 20}, pictures_);
   ASSERT_TRUE(goesOn(window, 1));
   begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));
   EXPECT_GE(Clock::now() - begin, 430ms);
+}
+
+TEST_F(ScreenCaptureTest, AnotherFormatShowsThePresentPictureToo) {
+  const XServer server;
+  const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  const auto before = pictures_;
+  pictures_ = std::make_shared<PictureMailbox>();
+  capture_->setFormat({160, 120, 30}, pictures_);
+  ASSERT_TRUE(eventually([this] { return pictures_->latest() != nullptr; }));
+  const GstPtr<GstBuffer> picture = pictures_->latest();
+  const GstVideoMeta* layout = gst_buffer_get_video_meta(picture.get());
+  EXPECT_EQ(layout->width, 160U);
+  EXPECT_EQ(layout->height, 120U);
+  EXPECT_TRUE(before->latest()) << "who still looks there sees the old one";
 }
 
 TEST_F(ScreenCaptureTest, ThirtyCapturesLeaveNothingBehind) {

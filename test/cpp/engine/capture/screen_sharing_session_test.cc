@@ -50,7 +50,7 @@ class ScreenSharingSessionTest : public testing::Test {
   ~ScreenSharingSessionTest() override { session_->removeConsumer(&probe_); }
 
   void share(const XWindow& window) {
-    session_->shareScreen(window.id(), 30, [this](ScreenTrouble trouble, const std::string&) {
+    session_->shareScreen(window.id(), [this](ScreenTrouble trouble, const std::string&) {
       events_.add(trouble == ScreenTrouble::kHidden ? "hidden" : "lost");
     });
   }
@@ -126,6 +126,32 @@ TEST_F(ScreenSharingSessionTest, AClosedWindowLeavesItsPictureUntilAnotherIsShar
   share(another);
   EXPECT_TRUE(probe_.waitForPicture(
       [](const Picture& picture) { return picture.at(0.07, 0.07)[0] == 235; }));
+}
+
+bool hasSize(const Picture& picture, int width, int height) {
+  return picture.info.width == width && picture.info.height == height;
+}
+
+TEST_F(ScreenSharingSessionTest, TheScreenTakesOnAnotherSizeAndTheCameraKeepsItsOwn) {
+  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  session_->setFormat({640, 480, 30});
+  ASSERT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return hasSize(picture, 640, 480) && isRed(picture); }));
+  session_->setScreenPaused(true);
+  session_->setFormat({160, 120, 30});
+  for (const Picture& picture : probe_.pictures(5)) {
+    EXPECT_TRUE(isRed(picture)) << "paused, what was seen last stands in its old size";
+  }
+  session_->setScreenPaused(false);
+  ASSERT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return hasSize(picture, 160, 120) && isRed(picture); }));
+  session_->stopScreen();
+  ASSERT_TRUE(probe_.waitForPicture([](const Picture& picture) {
+    return hasSize(picture, 320, 240) && isMirroredPattern(picture);
+  }));
+  EXPECT_EQ(mislabelled_, 0);
 }
 
 TEST_F(ScreenSharingSessionTest, PausedThePictureStands) {

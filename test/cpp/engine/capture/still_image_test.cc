@@ -1,0 +1,165 @@
+// Image files as they are read from a folder of the test's own.
+
+#include "capture/still_image.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "capture/frame_pool.h"
+#include "capture/image_file.h"
+#include "gst/pipeline.h"
+#include "gst/runtime.h"
+#include "support/event_log.h"
+
+namespace NimboEngine::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr VideoFormat kFormat{320, 240, 30};
+
+// As ITU-R BT.601 codes them.
+constexpr std::array<int, 3> kRed{81, 90, 240};
+constexpr std::array<int, 3> kHalfRed{49, 109, 184};
+constexpr std::array<int, 3> kBlack{16, 128, 128};
+constexpr std::array<int, 3> kGrey{60, 128, 128};
+
+class StillImageTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  StillImageTest() : folder_(makeFolder()) {}
+  ~StillImageTest() override { std::filesystem::remove_all(folder_); }
+
+  static std::filesystem::path makeFolder() {
+    std::string name = std::filesystem::temp_directory_path() / "still-image-XXXXXX";
+    return mkdtemp(name.data());
+  }
+
+  std::string file(const std::string& name) const { return folder_ / name; }
+
+  // A red picture, as `alpha` says transparent, written by `encoder`.
+  std::string makeImage(const std::string& name, const std::string& encoder, int width, int height,
+                        const std::string& alpha = "1") const {
+    EventLog events;
+    const auto pipeline = Pipeline::parse(
+        "image writer",
+        "videotestsrc num-buffers=1 pattern=red ! video/x-raw,format=RGBA,width=" +
+            std::to_string(width) + ",height=" + std::to_string(height) +
+            " ! alpha method=set alpha=" + alpha + " ! video/x-raw,format=RGBA ! videoconvert ! " +
+            encoder + " ! filesink location=" + file(name),
+        [&events](const PipelineMessage& message) {
+          events.add(message.kind == PipelineMessage::Kind::kEndOfStream ? "end" : "failure");
+        });
+    EXPECT_TRUE(pipeline && pipeline->play() && events.waitFor("end"));
+    return file(name);
+  }
+
+  void write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(file(name), std::ios::binary) << bytes;
+  }
+
+  void show(const std::string& path, const VideoFormat& format = kFormat) {
+    pictures_ = std::make_shared<PictureMailbox>();
+    const StillImage image(path, format, pictures_);
+    for (const auto end = std::chrono::steady_clock::now() + 30s; !pictures_->latest();) {
+      ASSERT_LT(std::chrono::steady_clock::now(), end);
+      std::this_thread::sleep_for(2ms);
+    }
+  }
+
+  void expectColour(double x, double y, const std::array<int, 3>& yuv) const {
+    const GstPtr<GstBuffer> picture = pictures_->latest();
+    const GstVideoInfo info = pictureInfo(kFormat);
+    GstVideoFrame frame;
+    ASSERT_TRUE(gst_video_frame_map(&frame, &info, picture.get(), GST_MAP_READ));
+    for (int plane = 0; plane < 3; ++plane) {
+      const auto column = static_cast<ptrdiff_t>(x * GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane));
+      const auto row = static_cast<ptrdiff_t>(y * GST_VIDEO_FRAME_COMP_HEIGHT(&frame, plane));
+      const auto* data = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
+      EXPECT_NEAR(data[row * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane) + column],
+                  yuv.at(static_cast<size_t>(plane)), 4)
+          << "plane " << plane << " at " << x << ", " << y;
+    }
+    gst_video_frame_unmap(&frame);
+  }
+
+  static std::string problemOf(const std::string& path) {
+    std::string problem;
+    const DecodedImage image = decodeImageFile(path, false, problem);
+    EXPECT_FALSE(image.pixels);
+    return problem;
+  }
+
+  const std::filesystem::path folder_;
+  std::shared_ptr<PictureMailbox> pictures_;
+};
+
+TEST_F(StillImageTest, FillsThePictureThatHasItsShape) {
+  // The range and matrix of JPEG files, which the encoder does not see to by itself.
+  const std::string jpeg = "video/x-raw,format=I420,colorimetry=1:4:0:0 ! jpegenc quality=95";
+  for (const std::string& path :
+       {makeImage("a.png", "pngenc", 160, 120), makeImage("a.jpg", jpeg, 640, 480)}) {
+    show(path);
+    expectColour(0.01, 0.01, kRed);
+    expectColour(0.99, 0.99, kRed);
+  }
+}
+
+TEST_F(StillImageTest, KeepsItsShapeBetweenBlackBars) {
+  show(makeImage("wide.png", "pngenc", 640, 120));
+  expectColour(0.01, 0.5, kRed);
+  expectColour(0.5, 0.34, kBlack);
+  expectColour(0.5, 0.40, kRed);
+  expectColour(0.5, 0.60, kRed);
+  expectColour(0.5, 0.66, kBlack);
+}
+
+TEST_F(StillImageTest, BlackShinesThroughWhatIsTransparent) {
+  show(makeImage("half.png", "pngenc", 320, 240, "0.5"));
+  expectColour(0.5, 0.5, kHalfRed);
+  show(makeImage("clear.png", "pngenc", 320, 240, "0"));
+  expectColour(0.5, 0.5, kBlack);
+}
+
+TEST_F(StillImageTest, GreyTakesThePlaceOfWhatCannotBeUsed) {
+  show(file("missing.png"));
+  expectColour(0.01, 0.01, kGrey);
+  expectColour(0.99, 0.99, kGrey);
+}
+
+TEST_F(StillImageTest, EachReasonIsTold) {
+  EXPECT_EQ(problemOf(file("missing.png")), "there is no such file");
+  EXPECT_EQ(problemOf(folder_), "it is no file");
+  EXPECT_EQ(problemOf("/dev/zero"), "it is no file");
+  write("empty.png", "");
+  EXPECT_EQ(problemOf(file("empty.png")), "it is empty");
+  write("text.png", "no picture at all, but some text");
+  EXPECT_EQ(problemOf(file("text.png")), "it is neither PNG nor JPEG");
+  const std::string whole = makeImage("whole.png", "pngenc", 320, 240);
+  std::filesystem::resize_file(whole, 60);
+  EXPECT_EQ(problemOf(whole), "it cannot be decoded");
+}
+
+TEST_F(StillImageTest, WhatIsTooLargeIsNotEvenDecoded) {
+  using namespace std::string_literals;
+  write("bomb.png", "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\xff\xff\0\0\xff\xff"s);
+  EXPECT_EQ(problemOf(file("bomb.png")), "it has 65535x65535 pixels; 40000000 are allowed");
+  write("long.png", "");
+  std::filesystem::resize_file(file("long.png"), 32'000'001);
+  EXPECT_EQ(problemOf(file("long.png")), "it has 32000001 bytes; 32000000 are allowed");
+}
+
+TEST_F(StillImageTest, ItsEndIsNotWaitedFor) {
+  const std::string path = makeImage("large.png", "pngenc", 4000, 3000);
+  const auto pictures = std::make_shared<PictureMailbox>();
+  const auto begin = std::chrono::steady_clock::now();
+  { const StillImage image(path, kFormat, pictures); }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

@@ -1,0 +1,110 @@
+// The list of needed elements against the engine's sources and the installed packages.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "gst/gst_ptr.h"
+#include "gst/runtime.h"
+#include "support/child_process.h"
+
+namespace NimboEngine::test {
+namespace {
+
+// GStreamer's own plug-ins, which are there whenever GStreamer is.
+const std::set<std::string> kCorePlugins{"coreelements", "staticelements"};
+
+// Chosen only where they are installed, one instead of another.
+const std::set<std::string> kAlternatives{"openh264enc", "v4l2h264enc", "vaapih264enc", "vah264enc",
+                                          "vah264lpenc"};
+
+// The plug-in that brings an element, and its file; empty when there is no such element.
+std::pair<std::string, std::string> pluginOf(const std::string& factory) {
+  GstElementFactory* found = gst_element_factory_find(factory.c_str());
+  if (!found) return {};
+  const GstPtr<GstObject> owned(GST_OBJECT(found));
+  GstPlugin* plugin = gst_plugin_feature_get_plugin(GST_PLUGIN_FEATURE(found));
+  if (!plugin) return {};
+  const GstPtr<GstObject> ownedPlugin(GST_OBJECT(plugin));
+  const char* file = gst_plugin_get_filename(plugin);
+  return {gst_plugin_get_name(plugin), file ? file : ""};
+}
+
+// The elements that the text of a source names: the first word of each part of a description, a
+// part being what "!" separates, or a whole literal.
+std::set<std::string> elementsIn(const std::string& source) {
+  static const std::regex literal(R"re("((?:[^"\\\n]|\\.)*)")re");
+  static const std::regex first(R"re((?:^|!)\s*([a-z][a-z0-9_-]*)(?=\s|$))re");
+  std::set<std::string> found;
+  for (std::sregex_iterator text(source.begin(), source.end(), literal), end; text != end; ++text) {
+    const std::string words = (*text)[1];
+    for (std::sregex_iterator word(words.begin(), words.end(), first); word != end; ++word) {
+      const std::string name = (*word)[1];
+      const std::string plugin = pluginOf(name).first;
+      if (!plugin.empty() && !kCorePlugins.contains(plugin)) found.insert(name);
+    }
+  }
+  return found;
+}
+
+std::string contents(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class NeededElementsTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+};
+
+TEST_F(NeededElementsTest, ASourceIsReadRightly) {
+  EXPECT_EQ(elementsIn(R"(run("appsrc name=x ! queue ! h264parse ! video/x-h264 ! mux.video " );
+                          const char* word = "pngdec"; text("an x264enc, a volume"); // jpegdec)"),
+            (std::set<std::string>{"appsrc", "h264parse", "pngdec"}));
+}
+
+TEST_F(NeededElementsTest, WhatTheSourcesNameIsListed) {
+  std::set<std::string> listed = kAlternatives;
+  for (const NeededElement& needed : neededElements()) listed.insert(needed.factory);
+  size_t files = 0;
+  size_t uses = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(ENGINE_SOURCES)) {
+    if (entry.path().extension() != ".cc" || entry.path().filename() == "runtime.cc") continue;
+    ++files;
+    for (const std::string& element : elementsIn(contents(entry.path()))) {
+      ++uses;
+      EXPECT_TRUE(listed.contains(element))
+          << entry.path() << " uses " << element << ", which gst/runtime.cc does not list";
+    }
+  }
+  EXPECT_GT(files, 50U);
+  EXPECT_GT(uses, 30U);
+}
+
+TEST_F(NeededElementsTest, EachIsBroughtByThePackageThatIsNamed) {
+  std::map<std::string, std::string> packageOf;  // of the plug-in's file
+  std::vector<std::string> question{"dpkg-query", "-S"};
+  for (const auto& [factory, package] : neededElements()) {
+    const std::string file = std::filesystem::weakly_canonical(pluginOf(factory).second);
+    ASSERT_FALSE(file.empty()) << factory << " is not installed";
+    packageOf[file] = package;
+    question.push_back(file);
+  }
+  if (!std::filesystem::exists("/usr/bin/dpkg-query")) GTEST_SKIP() << "this is no Debian";
+  std::istringstream answer(outputOf(question));
+  size_t answers = 0;
+  for (std::string line; std::getline(answer, line); ++answers) {  // "package:architecture: file"
+    const std::string file = line.substr(line.rfind(' ') + 1);
+    EXPECT_EQ(line.substr(0, line.find(':')), packageOf[file]) << file;
+  }
+  EXPECT_GE(answers, packageOf.size());
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

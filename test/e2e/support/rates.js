@@ -1,0 +1,49 @@
+'use strict';
+
+const { setTimeout: sleep } = require('node:timers/promises');
+const { watchFrames } = require('../../../tools/rtmp/witness');
+
+/**
+ * @typedef {object} Rates of the last second, in the stream's own time
+ * @property {number} kbps
+ * @property {number} fps
+ * @property {number} keyFrameSeconds between the last two key frames; 0 before the second
+ */
+
+/**
+ * What arrives at a player, second by second of the stream's own time.
+ *
+ * @param {string} url
+ */
+function watchRates(url) {
+  const frames = [];
+  const child = watchFrames(url, (seconds, bytes, isKey) => frames.push({ seconds, bytes, isKey }));
+  /** @returns {Rates} */
+  const rates = () => {
+    const end = frames.at(-1)?.seconds ?? 0;
+    const last = frames.filter(({ seconds }) => seconds > end - 1);
+    const bytes = last.reduce((sum, frame) => sum + frame.bytes, 0);
+    const [before, key] = frames.filter(({ isKey }) => isKey).slice(-2);
+    return {
+      kbps: (bytes * 8) / 1000,
+      fps: last.length,
+      keyFrameSeconds: key ? key.seconds - before.seconds : 0,
+    };
+  };
+  return {
+    /** Resolves when the last second is as `accept` wants it. @param {(r: Rates) => boolean} accept */
+    until: async (accept) => {
+      while (!accept(rates())) await sleep(20);
+    },
+    /** Resolves when that many seconds of the stream have come. */
+    passes: async (seconds) => {
+      const begin = frames.at(-1)?.seconds ?? 0;
+      while ((frames.at(-1)?.seconds ?? 0) < begin + seconds) await sleep(20);
+    },
+    /** @returns {number[]} of all frames */
+    times: () => frames.map(({ seconds }) => seconds),
+    stop: () => child.stop(),
+  };
+}
+
+module.exports = { watchRates };
