@@ -42,7 +42,7 @@ LiveSession::LiveSession(EngineThread& engine, Settings settings, PusherListener
       onPushOver_(std::move(onPushOver)) {}
 
 LiveSession::~LiveSession() {
-  if (publisher_) capture_->removeConsumer(publisher_.get());
+  if (mixer_) capture_->removeConsumer(mixer_.get());
 }
 
 void LiveSession::configure(const PushParameters& parameters) {
@@ -59,6 +59,7 @@ void LiveSession::configure(const PushParameters& parameters) {
 void LiveSession::changeEncoder(const EncoderSettings& settings) {
   parameters_.encoder = settings;
   if (capture_) capture_->setFrameRate(settings.video.fps);
+  if (mixer_) mixer_->setFormat(settings.video);
   if (publisher_) publisher_->change(settings);
 }
 
@@ -158,6 +159,18 @@ EncoderSettings LiveSession::wantedEncoder() const {
   return encoder;
 }
 
+// ----------------------------------------------------------------------------------------- mix
+
+void LiveSession::setMix(std::optional<MixLayout> layout) {
+  mix_ = std::move(layout);
+  if (mixer_) mixer_->setLayout(mix_);
+  listeners_.mixVerdict(true, "");
+}
+
+void LiveSession::refuseMix(const std::string& reason) {
+  listeners_.mixVerdict(false, reason);
+}
+
 // ------------------------------------------------------------------------------------- preview
 
 void LiveSession::startPreview(std::optional<uint32_t> window) {
@@ -201,7 +214,9 @@ void LiveSession::beginPush(const PushRequest& request) {
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
           .onNews = [this](NetworkNews news) { listeners_.network(networkEvent(news)); }});
   publisher_->start(request.url);
-  capture_->addConsumer(publisher_.get());
+  mixer_ = std::make_unique<LiveMixer>(*publisher_, encoder.video);
+  mixer_->setLayout(mix_);
+  capture_->addConsumer(mixer_.get());
 }
 
 void LiveSession::stopPush() {
@@ -268,7 +283,8 @@ void LiveSession::tell(const PushOutcome& outcome) {
 }
 
 std::unique_ptr<Publisher> LiveSession::takePublisher() {
-  capture_->removeConsumer(publisher_.get());
+  capture_->removeConsumer(mixer_.get());
+  mixer_.reset();
   return std::move(publisher_);
 }
 

@@ -28,4 +28,10 @@ size_t SampleFifo::pull(int16_t* out, size_t frames) {
   return taken;
 }
 
+void SampleFifo::clear() {
+  std::lock_guard lock(mutex_);
+  samples_.clear();
+  filling_ = true;
+}
+
 }  // namespace NimboEngine

@@ -31,6 +31,9 @@ class SampleFifo {
   // stand after them and are silent.
   size_t pull(int16_t* out, size_t frames);
 
+  // As at first.
+  void clear();
+
  private:
   const size_t channels_;
   const size_t cushion_;

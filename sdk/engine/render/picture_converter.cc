@@ -4,7 +4,19 @@ namespace NimboEngine {
 
 bool PictureConverter::convert(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                                const GstVideoInfo& targetInfo) {
-  if (!prepare(sourceInfo, targetInfo)) return false;
+  const ViewLayout layout =
+      layOut({sourceInfo.width, sourceInfo.height}, {targetInfo.width, targetInfo.height}, mode_);
+  return prepare(sourceInfo, targetInfo, layout, true) && run(source, target);
+}
+
+bool PictureConverter::draw(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
+                            const GstVideoInfo& targetInfo, const Rect& place) {
+  const auto layout = layOut({sourceInfo.width, sourceInfo.height}, place,
+                             {targetInfo.width, targetInfo.height}, mode_);
+  return !layout || (prepare(sourceInfo, targetInfo, *layout, false) && run(source, target));
+}
+
+bool PictureConverter::run(GstBuffer* source, GstBuffer* target) {
   GstVideoFrame from;
   if (!gst_video_frame_map(&from, &source_, source, GST_MAP_READ)) return false;
   GstVideoFrame to;
@@ -17,18 +29,19 @@ bool PictureConverter::convert(GstBuffer* source, const GstVideoInfo& sourceInfo
   return mapped;
 }
 
-bool PictureConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& target) {
+bool PictureConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& target,
+                               const ViewLayout& layout, bool fillsBorder) {
   GstVideoInfo paced = target;
   paced.fps_n = source.fps_n;  // a converter refuses to change the rate
   paced.fps_d = source.fps_d;
   if (converter_ && gst_video_info_is_equal(&source, &source_) &&
-      gst_video_info_is_equal(&paced, &target_)) {
+      gst_video_info_is_equal(&paced, &target_) && layout == layout_) {
     return true;
   }
   source_ = source;
   target_ = paced;
-  const auto [from, to] =
-      layOut({source.width, source.height}, {target.width, target.height}, mode_);
+  layout_ = layout;
+  const auto& [from, to] = layout_;
   // The converter takes the configuration.
   converter_.reset(gst_video_converter_new(
       &source_, &target_,
@@ -39,6 +52,7 @@ bool PictureConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& t
           GST_VIDEO_CONVERTER_OPT_DEST_X, G_TYPE_INT, to.x, GST_VIDEO_CONVERTER_OPT_DEST_Y,
           G_TYPE_INT, to.y, GST_VIDEO_CONVERTER_OPT_DEST_WIDTH, G_TYPE_INT, to.width,
           GST_VIDEO_CONVERTER_OPT_DEST_HEIGHT, G_TYPE_INT, to.height,
+          GST_VIDEO_CONVERTER_OPT_FILL_BORDER, G_TYPE_BOOLEAN, static_cast<gboolean>(fillsBorder),
           GST_VIDEO_CONVERTER_OPT_RESAMPLER_METHOD, GST_TYPE_VIDEO_RESAMPLER_METHOD, scaling_,
           nullptr)));
   return converter_ != nullptr;

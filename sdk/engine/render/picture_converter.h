@@ -1,7 +1,8 @@
 // Converts pictures from one pixel format and size to another.
 //
 // Thread: one thread at a time.
-// Ownership: keeps a converter for the last combination of formats and sizes.
+// Ownership: keeps a converter for the last combination of formats, sizes and places. One object
+//   serves either convert() or draw().
 // Failure: convert() answers false when a picture cannot be mapped or converted.
 
 #pragma once
@@ -27,17 +28,25 @@ class PictureConverter {
   bool convert(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                const GstVideoInfo& targetInfo);
 
+  // Draws the picture into a place of the target and leaves the rest of the target as it is. What
+  // is outside is cut off; nothing at all left is a success too.
+  bool draw(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
+            const GstVideoInfo& targetInfo, const Rect& place);
+
  private:
   struct FreeConverter {
     void operator()(GstVideoConverter* converter) const { gst_video_converter_free(converter); }
   };
 
-  bool prepare(const GstVideoInfo& source, const GstVideoInfo& target);
+  bool prepare(const GstVideoInfo& source, const GstVideoInfo& target, const ViewLayout& layout,
+               bool fillsBorder);
+  bool run(GstBuffer* source, GstBuffer* target);
 
   const ViewMode mode_;
   const GstVideoResamplerMethod scaling_;
   GstVideoInfo source_{};
   GstVideoInfo target_{};
+  ViewLayout layout_;
   std::unique_ptr<GstVideoConverter, FreeConverter> converter_;
 };
 
