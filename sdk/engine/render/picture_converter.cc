@@ -1,27 +1,58 @@
 #include "render/picture_converter.h"
 
+#include <utility>
+
 namespace NimboEngine {
+namespace {
+
+// Makes a mapped picture one of its part.
+void narrow(GstVideoFrame& frame, const Rect& part) {
+  for (guint plane = 0; plane < GST_VIDEO_FRAME_N_PLANES(&frame); ++plane) {
+    const GstVideoFormatInfo* format = frame.info.finfo;
+    const int x = part.x >> GST_VIDEO_FORMAT_INFO_W_SUB(format, plane);
+    const int y = part.y >> GST_VIDEO_FORMAT_INFO_H_SUB(format, plane);
+    frame.data[plane] = static_cast<uint8_t*>(frame.data[plane]) + x +
+                        ptrdiff_t{y} * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
+  }
+  frame.info.width = part.width;
+  frame.info.height = part.height;
+}
+
+}  // namespace
 
 bool PictureConverter::convert(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                                const GstVideoInfo& targetInfo) {
-  const ViewLayout layout =
-      layOut({sourceInfo.width, sourceInfo.height}, {targetInfo.width, targetInfo.height}, mode_);
-  return prepare(sourceInfo, targetInfo, layout, true) && run(source, target);
+  const Size view{targetInfo.width, targetInfo.height};
+  return run(source, sourceInfo, target, targetInfo, {0, 0, view.width, view.height},
+             layOut({sourceInfo.width, sourceInfo.height}, view, mode_));
 }
 
 bool PictureConverter::draw(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                             const GstVideoInfo& targetInfo, const Rect& place) {
-  const auto layout = layOut({sourceInfo.width, sourceInfo.height}, place,
-                             {targetInfo.width, targetInfo.height}, mode_);
-  return !layout || (prepare(sourceInfo, targetInfo, *layout, false) && run(source, target));
+  auto layout = layOut({sourceInfo.width, sourceInfo.height}, place,
+                       {targetInfo.width, targetInfo.height}, mode_);
+  if (!layout) return true;
+  const Rect part =
+      std::exchange(layout->target, {0, 0, layout->target.width, layout->target.height});
+  return run(source, sourceInfo, target, targetInfo, part, *layout);
 }
 
-bool PictureConverter::run(GstBuffer* source, GstBuffer* target) {
+// `part` of the target is treated as a picture of its own: a converter that is told to leave
+// borders as they are does not always do so.
+bool PictureConverter::run(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
+                           const GstVideoInfo& targetInfo, const Rect& part,
+                           const ViewLayout& layout) {
+  GstVideoInfo whole = targetInfo;
+  GstVideoInfo partInfo = targetInfo;
+  partInfo.width = part.width;
+  partInfo.height = part.height;
+  if (!prepare(sourceInfo, partInfo, layout)) return false;
   GstVideoFrame from;
   if (!gst_video_frame_map(&from, &source_, source, GST_MAP_READ)) return false;
   GstVideoFrame to;
-  const bool mapped = gst_video_frame_map(&to, &target_, target, GST_MAP_WRITE);
+  const bool mapped = gst_video_frame_map(&to, &whole, target, GST_MAP_WRITE);
   if (mapped) {
+    narrow(to, part);
     gst_video_converter_frame(converter_.get(), &from, &to);
     gst_video_frame_unmap(&to);
   }
@@ -30,7 +61,7 @@ bool PictureConverter::run(GstBuffer* source, GstBuffer* target) {
 }
 
 bool PictureConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& target,
-                               const ViewLayout& layout, bool fillsBorder) {
+                               const ViewLayout& layout) {
   GstVideoInfo paced = target;
   paced.fps_n = source.fps_n;  // a converter refuses to change the rate
   paced.fps_d = source.fps_d;
@@ -52,7 +83,6 @@ bool PictureConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& t
           GST_VIDEO_CONVERTER_OPT_DEST_X, G_TYPE_INT, to.x, GST_VIDEO_CONVERTER_OPT_DEST_Y,
           G_TYPE_INT, to.y, GST_VIDEO_CONVERTER_OPT_DEST_WIDTH, G_TYPE_INT, to.width,
           GST_VIDEO_CONVERTER_OPT_DEST_HEIGHT, G_TYPE_INT, to.height,
-          GST_VIDEO_CONVERTER_OPT_FILL_BORDER, G_TYPE_BOOLEAN, static_cast<gboolean>(fillsBorder),
           GST_VIDEO_CONVERTER_OPT_RESAMPLER_METHOD, GST_TYPE_VIDEO_RESAMPLER_METHOD, scaling_,
           nullptr)));
   return converter_ != nullptr;

@@ -1,8 +1,7 @@
 // Converts pictures from one pixel format and size to another.
 //
 // Thread: one thread at a time.
-// Ownership: keeps a converter for the last combination of formats, sizes and places. One object
-//   serves either convert() or draw().
+// Ownership: keeps a converter for the last combination of formats, sizes and places.
 // Failure: convert() answers false when a picture cannot be mapped or converted.
 
 #pragma once
@@ -28,8 +27,8 @@ class PictureConverter {
   bool convert(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                const GstVideoInfo& targetInfo);
 
-  // Draws the picture into a place of the target and leaves the rest of the target as it is. What
-  // is outside is cut off; nothing at all left is a success too.
+  // Draws the picture into a place of the target, which is I420, and leaves the rest of the target
+  // as it is. What is outside is cut off; nothing at all left is a success too.
   bool draw(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
             const GstVideoInfo& targetInfo, const Rect& place);
 
@@ -38,9 +37,9 @@ class PictureConverter {
     void operator()(GstVideoConverter* converter) const { gst_video_converter_free(converter); }
   };
 
-  bool prepare(const GstVideoInfo& source, const GstVideoInfo& target, const ViewLayout& layout,
-               bool fillsBorder);
-  bool run(GstBuffer* source, GstBuffer* target);
+  bool run(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
+           const GstVideoInfo& targetInfo, const Rect& part, const ViewLayout& layout);
+  bool prepare(const GstVideoInfo& source, const GstVideoInfo& target, const ViewLayout& layout);
 
   const ViewMode mode_;
   const GstVideoResamplerMethod scaling_;

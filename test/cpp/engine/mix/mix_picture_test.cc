@@ -146,14 +146,32 @@ TEST_F(MixPictureTest, WhatIsOutsideIsCutOff) {
   expect(319, 10, kBlack);
 }
 
-TEST_F(MixPictureTest, ColoursAreThoseOfTheSource) {
+TEST_F(MixPictureTest, ColoursAreThoseOfTheSourceAndStayInTheirPlace) {
   // The same red, as a small and as a large picture code it.
   mix.setFormat({1280, 720, 30});
-  layout.places = {{{}, {0, 0, 64, 36}}};
+  layout.places = {{{}, {101, 51, 65, 37}}, {{}, {1200, 700, 640, 360}}, {{}, {-320, 300, 640, 1}}};
   mix.setLayout(layout);
-  pictures.emplace_back(RemoteStream::Picture{paint({64, 36}, kRed), i420({64, 36})});
+  while (pictures.size() < layout.places.size()) {
+    pictures.emplace_back(RemoteStream::Picture{paint({64, 36}, kRed), i420({64, 36})});
+  }
   canvas = mix.draw(pictures);
-  expect(32, 18, {63, 102, 240});
+  const Colour red{63, 102, 240};
+  for (const auto& [x, y] : {std::pair(100, 50), {165, 87}, {1200, 700}, {1279, 719}, {319, 300}}) {
+    expect(x, y, red);
+  }
+  for (const auto& [x, y] : {std::pair(0, 60),
+                             {98, 60},
+                             {168, 60},
+                             {1279, 60},
+                             {120, 48},
+                             {120, 90},
+                             {1198, 710},
+                             {0, 710},
+                             {1250, 698},
+                             {322, 300},
+                             {1279, 300}}) {
+    expect(x, y, kBlack);
+  }
 }
 
 TEST_F(MixPictureTest, FollowsPicturesAndCanvasThatChangeTheirSize) {
