@@ -2,7 +2,8 @@
 
 const { LivePushError } = require('./live_push_error');
 
-// Some SDKs tell that a push failed and only then, in an event of its own, why.
+// Some SDKs tell that a push failed and only then, in an event of its own, why. Some refuse a
+// request at once and then, in an event, again.
 const REASON_GRACE_MS = 250;
 
 const PREVIEW = { started: 'onPreviewStarted', stopped: 'onPreviewStopped' };
@@ -16,7 +17,8 @@ const PLAY = { started: 'onPlayStarted', stopped: 'onPlayStopped', failed: 'onPl
 
 /*
  * The operations whose outcome is an event. One that starts something is over when it has started,
- * failed or been stopped. The others are answered by one event each, in the order of the requests.
+ * failed or been stopped. The others are answered by one event each, in the order of the requests;
+ * `answersRefusals`: an SDK may answer those too that it has refused at once.
  */
 const OUTCOMES = {
   startPreview: { start: PREVIEW },
@@ -25,7 +27,7 @@ const OUTCOMES = {
   startPush: { start: PUSH },
   startPushAsync: { start: PUSH },
   stopPush: { answer: PUSH.stopped },
-  setLiveMixTranscodingConfig: { answer: 'onSetLiveMixTranscodingConfig' },
+  setLiveMixTranscodingConfig: { answer: 'onSetLiveMixTranscodingConfig', answersRefusals: true },
   startPlay: { start: PLAY },
   stopPlay: { answer: PLAY.stopped },
 };
@@ -57,13 +59,15 @@ class Operations {
     return new Promise((resolve, reject) => {
       options.signal?.throwIfAborted();
       const operation = this.#begin(method, options, resolve, reject);
+      const { start, answer, answersRefusals } = OUTCOMES[method];
+      let queue;
       try {
-        const { start, answer } = OUTCOMES[method];
         if (start) this.#watch(operation, start);
-        const queue = answer && this.#awaitingOf(answer);
+        queue = answer && this.#awaitingOf(answer);
         request();
         queue?.push(operation);
       } catch (error) {
+        if (answersRefusals && error.code === 'SDK_ERROR') expectRefusal(queue, operation);
         operation.settle(error);
       }
     });
@@ -135,15 +139,26 @@ class Operations {
     this.#hub.add(event, {
       ...this.#subscriber,
       listener: (payload) => {
+        const succeeded = payload?.isSuccess !== false;
+        while (succeeded && queue[0]?.isRefused) queue.shift();
         const operation = queue.shift();
         if (!operation) return;
-        if (payload?.isSuccess !== false) operation.settle();
+        if (succeeded) operation.settle();
         else operation.settle(failure(operation.method, 'SDK_ERROR', payload));
       },
     });
     this.#awaiting.set(event, queue);
     return queue;
   }
+}
+
+/** For a while the next failure is taken for that of `operation`, which has been refused. */
+function expectRefusal(queue, operation) {
+  operation.isRefused = true;
+  queue.push(operation);
+  setTimeout(() => {
+    if (queue.includes(operation)) queue.splice(queue.indexOf(operation), 1);
+  }, REASON_GRACE_MS).unref();
 }
 
 function after(operation, milliseconds, action) {

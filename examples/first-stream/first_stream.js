@@ -6,6 +6,7 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { probeStream, savePicture } = require('../../tools/rtmp/witness');
 const { FrameCount } = require('./frame_count');
+const { Guests } = require('./guests');
 const { LiveSession } = require('./live_session');
 const { savePreview } = require('./picture');
 
@@ -33,10 +34,11 @@ const CONNECT_SECONDS = 10;
  * @param {AbortSignal} interruption ends the stream early
  * @returns {Promise<Report>}
  */
-async function firstStream({ seconds, input, plugins }, progress, interruption) {
+async function firstStream({ seconds, input, plugins, mix }, progress, interruption) {
   const report = { seen: false, problems: [], events: [], pictures: [] };
   let server;
   let session;
+  let guests;
   try {
     report.sources = await chooseSources(input);
     server = await startRtmpServer();
@@ -47,11 +49,16 @@ async function firstStream({ seconds, input, plugins }, progress, interruption) 
     session.on('event', (event) => progress.event(event));
     session.on('failure', (text) => report.problems.push(text));
     if (input === 'screen') progress.say(`sharing "${session.shareScreen()}"`);
+    if (mix) {
+      guests = new Guests(server);
+      await guests.join(session);
+    }
     await stream(session, server, { seconds, progress, interruption, report });
   } catch (error) {
     if (report.problems.length === 0) report.problems.push(error.message);
   }
   await session?.stop();
+  await guests?.stop();
   await server?.stop();
   if (session?.lastFrame) {
     savePreview(session.lastFrame, PREVIEW_FILE);

@@ -6,15 +6,18 @@ const { createLivePush, sdkDirectory } = require('../../lib');
 const PICTURE = { width: 1280, height: 720 };
 const CONFIG = { ...PICTURE, frameRate: 30, mTargetVideoBitrate: 2000, mVideoEncodeGop: 2 };
 
-const FAILURES = ['onSystemError', 'onSDKError', 'onConnectFail', 'onReconnectFail'];
+const FAILURES = ['onSystemError', 'onSDKError', 'onConnectFail', 'onReconnectFail', 'onPlayError'];
 const MILESTONES = [
   ...['onPreviewStarted', 'onPreviewStopped', 'onPushStarted', 'onPushStopped'],
   ...['onFirstFramePushed', 'onConnectionLost', 'onReconnectSucceed'],
+  ...['onPlayStarted', 'onPlayStopped', 'onFirstRemoteVideoFrameDrawn', 'onNetworkQualityChange'],
+  'onSetLiveMixTranscodingConfig',
 ];
 
 /**
  * One pusher and everything that it tells. Emits each event of the SDK under its own name, each
- * once more as 'event' (the record), and failures as 'failure' (a text).
+ * once more as 'event' (the record), failures as 'failure' (a text), and each frame that is played
+ * as 'played'.
  */
 class LiveSession extends EventEmitter {
   /** @type {{name: string, seconds: number, payload?: object}[]} seconds since `start` */
@@ -25,6 +28,7 @@ class LiveSession extends EventEmitter {
   lastFrame = undefined;
 
   #live = createLivePush();
+  #players = [];
   #startedAt = performance.now();
 
   /**
@@ -38,7 +42,12 @@ class LiveSession extends EventEmitter {
     for (const name of [...FAILURES, ...MILESTONES]) {
       this.#live.addEventListener(name, (payload) => this.#happened(name, payload));
     }
+    this.#live.addEventListener('onPlayerStatistics', (figures) => {
+      this.emit('onPlayerStatistics', figures);
+    });
     this.#live.addEventListener('onVideoRenderData', ([frame]) => {
+      if (!frame) return; // fetched with an earlier event
+      if (frame.user_id !== 'preview') return this.emit('played', frame);
       this.deliveries.push(performance.now());
       this.lastFrame = frame;
     });
@@ -90,10 +99,35 @@ class LiveSession extends EventEmitter {
     if (push !== 0) throw new Error(`startPush answered ${push}`);
   }
 
-  /** Stops the push, then capture, as far as they run, and lets the SDK's pusher go. */
+  /**
+   * Plays a stream beside everything else. A failure comes as 'failure'.
+   *
+   * @param {string} url
+   * @returns {{id: string, drawn: Promise<void>}} the player's ID; `drawn` waits for a picture
+   * @throws {Error} when the SDK refuses
+   */
+  play(url) {
+    const id = this.#live.initPlayer({});
+    this.#players.push(id);
+    const drawn = new Promise((resolve) => {
+      this.on('onFirstRemoteVideoFrameDrawn', ({ playerID }) => playerID === id && resolve());
+    });
+    const play = this.#live.startPlay(id, url);
+    if (play !== 0) throw new Error(`startPlay answered ${play}`);
+    return { id, drawn };
+  }
+
+  /** Publishes a mix from now on. @throws {Error} when the SDK refuses the layout */
+  mix(layout) {
+    const mix = this.#live.setLiveMixTranscodingConfig(layout);
+    if (mix !== 0) throw new Error(`setLiveMixTranscodingConfig answered ${mix}`);
+  }
+
+  /** Stops the push, then capture, as far as they run, the players, and lets the pusher go. */
   async stop() {
     await this.#ended('onPushStopped', () => this.#live.stopPush());
     await this.#ended('onPreviewStopped', () => this.#live.stopPreview());
+    for (const id of this.#players) this.#live.destroyPlayer(id);
     this.#live.destroyPusher();
   }
 
@@ -125,4 +159,4 @@ class LiveSession extends EventEmitter {
   }
 }
 
-module.exports = { LiveSession };
+module.exports = { LiveSession, PICTURE };

@@ -1,13 +1,14 @@
 'use strict';
 
 // A first live stream, from end to end on this machine: starts an RTMP server, captures a test
-// picture, a camera or a video file, publishes it, has the server's stream looked at by FFmpeg, and
-// says what was seen. Run with --help for the options.
+// picture, a camera, a screen or a video file, publishes it, has the server's stream looked at by
+// FFmpeg, and says what was seen. Or plays a stream. Run with --help for the options.
 
 const { firstStream } = require('./first_stream');
+const { playStream } = require('./play_stream');
 const { readOptions, usage } = require('./options');
 const { Progress } = require('./progress');
-const { textReport } = require('./report');
+const { playReport, textReport } = require('./report');
 
 async function main() {
   let options;
@@ -25,9 +26,10 @@ async function main() {
   for (const signal of ['SIGINT', 'SIGTERM']) process.on(signal, () => interruption.abort());
 
   const progress = new Progress(process.stderr);
-  const report = await firstStream(options, progress, interruption.signal);
+  const [run, text] = options.play ? [playStream, playReport] : [firstStream, textReport];
+  const report = await run(options, progress, interruption.signal);
   progress.end();
-  console.log(options.json ? JSON.stringify(report, null, 2) : textReport(report));
+  console.log(options.json ? JSON.stringify(report, null, 2) : text(report));
   return report.seen && report.problems.length === 0 ? 0 : 1;
 }
 

@@ -16,9 +16,9 @@ class Progress {
     else this.#stream.write(`\r\x1b[K${text}\n${this.#status}`);
   }
 
-  /** @param {{name: string, seconds: number, payload?: {msg: string, code: number}}} event */
+  /** @param {{name: string, seconds: number, payload?: {msg?: string, code?: number}}} event */
   event({ name, seconds, payload }) {
-    const detail = payload ? ` ${payload.msg} (${payload.code})` : '';
+    const detail = payload?.code === undefined ? '' : ` ${payload.msg} (${payload.code})`;
     this.say(`${seconds.toFixed(2).padStart(7)} s  ${name}${detail}`);
   }
 
@@ -42,13 +42,14 @@ class Progress {
         captured === 0
           ? "waiting for the server's first key frame"
           : `${captured} frames captured, ${delivered} delivered to JavaScript`;
-      this.#show(
+      this.status(
         `${now.seconds.toFixed(2).padStart(7)} s  ${frames}, ${Math.round(kbits)} kbit/s at the server`,
       );
     }, 1000);
   }
 
-  #show(status) {
+  /** Tells how things are, in a line that the next one replaces. @param {string} status */
+  status(status) {
     this.#status = this.#stream.isTTY ? status : '';
     this.#stream.write(this.#stream.isTTY ? `\r\x1b[K${status}` : `${status}\n`);
   }

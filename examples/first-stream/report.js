@@ -33,4 +33,27 @@ function textReport({ seen, problems, frames, witness, pictures }) {
   return lines.join('\n');
 }
 
-module.exports = { textReport };
+/**
+ * The report of a playback as text.
+ *
+ * @param {import('./play_stream').PlayReport} report
+ * @returns {string}
+ */
+function playReport({ seen, problems, frames, figures, pictures }) {
+  const lines = ['', seen ? 'The stream was played.' : 'Nothing was played.'];
+  if (seen) lines.push(`  frames    ${frames} delivered to JavaScript`);
+  if (figures) lines.push(`  at last   ${figureText(figures)}`);
+  for (const file of pictures) lines.push(`  written   ${file}`);
+  for (const problem of problems) lines.push(`  problem   ${problem}`);
+  return lines.join('\n');
+}
+
+/** @param {object} figures the payload of "onPlayerStatistics" */
+function figureText({ videoWidth, videoHeight, decodeFps, renderFps, videoBitrate, audioBitrate }) {
+  return (
+    `${videoWidth}x${videoHeight}, ${decodeFps} frames a second decoded, ${renderFps} shown, ` +
+    `${videoBitrate} + ${audioBitrate} kbit/s`
+  );
+}
+
+module.exports = { figureText, playReport, textReport };

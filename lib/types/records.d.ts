@@ -118,6 +118,7 @@ export interface ResolutionOptions {
 
 /** One stream's place in a mix. Leave no number out: it would take the previous stream's value. */
 export interface MixStream {
+  /** In the default SDK "local", a player's ID or the URL that a player plays. */
   userId: string;
   /** Pixels from the left. */
   x: number;
@@ -133,9 +134,9 @@ export interface MixStream {
 
 /** A layout that mixes several users' streams into the published one. */
 export interface MixLayout {
-  /** The SDK's colour number. Default 0. */
+  /** The SDK's colour number, in the default SDK 0xRRGGBB. Default 0. */
   backgroundColor?: number;
-  /** The SDK's crop mode. Default 1. */
+  /** The SDK's crop mode, in the default SDK 0 fit, 1 crop, 2 stretch. Default 1. */
   cropMode?: number;
   /** Default: none. An element that is null or undefined ends the process. */
   mixStreams?: MixStream[];

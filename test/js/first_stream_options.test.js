@@ -9,10 +9,13 @@ const FILE = path.relative(process.cwd(), __filename);
 
 describe('the options of the first stream', () => {
   it('have defaults', () => {
-    const { seconds, input, plugins, json, help } = readOptions([]);
+    const { seconds, input, plugins, mix, play, json, help } = readOptions([]);
     assert.deepEqual(
-      { seconds, input, plugins, json, help },
-      { seconds: 20, input: 'test', plugins: [], json: false, help: false },
+      { seconds, input, plugins, mix, play, json, help },
+      {
+        ...{ seconds: 20, input: 'test', plugins: [], mix: false, play: undefined },
+        ...{ json: false, help: false },
+      },
     );
   });
 
@@ -31,6 +34,15 @@ describe('the options of the first stream', () => {
       { file: __filename, parameter: undefined },
       { file: __filename, parameter: '' },
     ]);
+  });
+
+  it('either publish or play', () => {
+    const play = ['--play', 'rtmp://127.0.0.1/live/a'];
+    assert.equal(readOptions(play).play, play[1]);
+    assert.equal(readOptions(['--mix']).mix, true);
+    for (const other of [['--mix'], ['--input', FILE], ['--plugin', FILE]]) {
+      assert.throws(() => readOptions([...play, ...other]), /--play goes without/);
+    }
   });
 
   it('name the file that is missing', () => {

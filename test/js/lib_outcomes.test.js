@@ -276,6 +276,32 @@ describe('mix layouts', () => {
     });
   });
 
+  it('that are refused at once may be turned down once more', async () => {
+    const refused = () => {
+      sdk.answer('setLiveMixTranscodingConfig', -2002);
+      const promise = live.setLiveMixTranscodingConfig(LAYOUT);
+      sdk.answer('setLiveMixTranscodingConfig', 0);
+      return assert.rejects(promise, { code: 'SDK_ERROR', nativeCode: -2002 });
+    };
+    // By an SDK that does so, in the order of the requests.
+    await refused();
+    const first = later(live.setLiveMixTranscodingConfig(LAYOUT));
+    await fire('onSetLiveMixTranscodingConfig', { isSuccess: false, message: 'the refused one' });
+    assert.equal(await stateOf(first), 'pending');
+    await fire('onSetLiveMixTranscodingConfig', { isSuccess: false, message: 'the other' });
+    assert.equal(await stateOf(first), 'SDK_ERROR');
+    // By one that does not.
+    await refused();
+    const second = live.setLiveMixTranscodingConfig(LAYOUT);
+    await fire('onSetLiveMixTranscodingConfig', { isSuccess: true, message: '' });
+    await second;
+    await refused();
+    await new Promise((resolve) => setTimeout(resolve, 500));
+    const third = later(live.setLiveMixTranscodingConfig(LAYOUT));
+    await fire('onSetLiveMixTranscodingConfig', { isSuccess: false, message: 'no' });
+    assert.equal(await stateOf(third), 'SDK_ERROR');
+  });
+
   const [stream] = LAYOUT.mixStreams;
   const sparse = [stream];
   sparse.length = 2;

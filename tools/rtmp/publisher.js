@@ -8,6 +8,7 @@ const { runChild, startChild } = require('./child');
  * @property {number} [height]
  * @property {number} [frameRate]
  * @property {string} [source] ffmpeg's name of the picture's source: "color=red", say
+ * @property {number} [tone] Hz
  */
 
 /**
@@ -16,12 +17,13 @@ const { runChild, startChild } = require('./child');
  * @param {Picture} [picture]
  * @returns {string[]}
  */
-function testStream({ width = 640, height = 360, frameRate = 30, source = 'testsrc2' } = {}) {
+function testStream(picture = {}) {
+  const { width = 640, height = 360, frameRate = 30, source = 'testsrc2', tone = 440 } = picture;
   const size = `size=${width}x${height}:rate=${frameRate}`;
   const video = `${source}${source.includes('=') ? ':' : '='}${size}`;
   return [
     ...['-v', 'error', '-nostdin', '-re', '-f', 'lavfi', '-i', video],
-    ...['-re', '-f', 'lavfi', '-i', 'sine=frequency=440:sample_rate=48000'],
+    ...['-re', '-f', 'lavfi', '-i', `sine=frequency=${tone}:sample_rate=48000`],
     ...['-c:v', 'libx264', '-preset', 'ultrafast', '-tune', 'zerolatency'],
     ...['-pix_fmt', 'yuv420p', '-g', String(frameRate), '-c:a', 'aac'],
   ];

@@ -180,4 +180,62 @@ async function pictureColours(source, columns, rows) {
   );
 }
 
-module.exports = { pictureColours, probeStream, savePicture, watchFrames, watchPictures };
+/**
+ * Plays a stream and tells the mean colours of fields of each picture.
+ *
+ * @param {string} url
+ * @param {number} columns
+ * @param {number} rows
+ * @param {(colourAt: (column: number, row: number) => number[]) => void} onPicture given a function
+ *   that answers [red, green, blue], each 0 to 255
+ * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
+ */
+function watchColours(url, columns, rows, onPicture) {
+  const show = ['-vf', `format=rgb24,scale=${columns}:${rows}:flags=area`, '-pix_fmt', 'rgb24'];
+  const raw = ['-an', ...show, '-fps_mode', 'passthrough', '-f', 'rawvideo', 'pipe:1'];
+  return watchPieces(url, raw, 3 * columns * rows, (picture) =>
+    onPicture((column, row) => [...picture.subarray(3 * (row * columns + column))].slice(0, 3)),
+  );
+}
+
+/**
+ * Plays a stream and tells the loudness of tones in each tenth of a second of its sound.
+ *
+ * @param {string} url
+ * @param {number[]} tones Hz, multiples of 10
+ * @param {(amplitudes: number[]) => void} onPiece one for each tone, 1 is full scale
+ * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
+ */
+function watchTones(url, tones, onPiece) {
+  const [rate, count] = [8000, 800];
+  const raw = ['-vn', '-ac', '1', '-ar', String(rate), '-f', 's16le', 'pipe:1'];
+  return watchPieces(url, raw, 2 * count, (piece) =>
+    onPiece(
+      tones.map((tone) => {
+        let [cosine, sine] = [0, 0];
+        for (let i = 0; i < count; i += 1) {
+          const sample = piece.readInt16LE(2 * i) / 32768;
+          cosine += sample * Math.cos((2 * Math.PI * tone * i) / rate);
+          sine += sample * Math.sin((2 * Math.PI * tone * i) / rate);
+        }
+        return (2 * Math.hypot(cosine, sine)) / count;
+      }),
+    ),
+  );
+}
+
+/** Cuts what ffmpeg makes of a stream into pieces of one size. */
+function watchPieces(url, output, bytes, onPiece) {
+  const child = startChild('ffmpeg', [...AT_ONCE, '-i', url, ...output]);
+  let rest = Buffer.alloc(0);
+  child.process.stdout.on('data', (data) => {
+    rest = Buffer.concat([rest, data]);
+    for (; rest.length >= bytes; rest = rest.subarray(bytes)) onPiece(rest.subarray(0, bytes));
+  });
+  return child;
+}
+
+module.exports = {
+  ...{ pictureColours, probeStream, savePicture },
+  ...{ watchColours, watchFrames, watchPictures, watchTones },
+};

@@ -32,8 +32,9 @@ EngineThread& playersThread() {
 LivePlayer::LivePlayer(const Settings& settings)
     : play_(std::make_shared<std::atomic<uint32_t>>(0)),
       listeners_(std::make_shared<PlayerListeners>(this)),
+      remote_(static_cast<LumoLivePlayer*>(this)),
       session_(std::make_shared<PlayerSession>(
-          playersThread(), listeners_,
+          playersThread(), listeners_, remote_.stream(),
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
   // Starting GStreamer for the first time on a machine takes half a second.
   playersThread().post([trusted = settings.trustedCertificates] {
@@ -86,6 +87,7 @@ int LivePlayer::startPlay(const char* url) {
   }
   const uint32_t number = ++lastPlay_;
   *play_ = number;
+  remote_.setUrl(url);
   return post([request = PlayRequest{number, std::move(*target)}](PlayerSession& session) {
     session.startPlay(request);
   });
@@ -96,6 +98,7 @@ int LivePlayer::stopPlay() {
     NIMBO_LOG_ERROR("the player does not play");
     return kLumoLiveInvalidState;
   }
+  remote_.setUrl("");
   return post([](PlayerSession& session) { session.stopPlay(); });
 }
 

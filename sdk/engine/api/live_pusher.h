@@ -46,7 +46,8 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   int stopPush() override;
   int startCamera() override;
   int stopCamera() override;
-  // `mode` makes no difference here: what is published becomes silent in every mode.
+  // `mode` makes no difference here: what is captured becomes silent in every mode. Players in a
+  // mix are heard on.
   int setMute(bool mute, uint32_t mode) override;
   int muteLocalCamera(bool mute) override;
 

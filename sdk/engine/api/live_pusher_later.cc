@@ -18,8 +18,4 @@ int LivePusher::enableAudioVolumeIndication(int32_t, int32_t, int32_t) {
   return notSupported(__func__);
 }
 
-int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig*) {
-  return notSupported(__func__);
-}
-
 }  // namespace NimboEngine

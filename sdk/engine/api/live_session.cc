@@ -57,7 +57,7 @@ LiveSession::LiveSession(EngineThread& engine, Settings settings, DeviceSelectio
 }
 
 LiveSession::~LiveSession() {
-  if (publisher_) capture_->removeConsumer(publisher_.get());
+  if (mixer_) capture_->removeConsumer(mixer_.get());
 }
 
 void LiveSession::configure(const PushParameters& parameters) {
@@ -79,6 +79,7 @@ void LiveSession::changeEncoder(const EncoderSettings& settings) {
 void LiveSession::applyEncoder() {
   const EncoderSettings encoder = wantedEncoder();
   if (capture_) capture_->setFormat(encoder.video);
+  if (mixer_) mixer_->setFormat(encoder.video);
   if (publisher_) publisher_->change(encoder);
 }
 
@@ -187,6 +188,18 @@ EncoderSettings LiveSession::wantedEncoder() const {
   return encoder;
 }
 
+// ----------------------------------------------------------------------------------------- mix
+
+void LiveSession::setMix(std::optional<MixLayout> layout) {
+  mix_ = std::move(layout);
+  if (mixer_) mixer_->setLayout(mix_);
+  listeners_.mixVerdict(true, "");
+}
+
+void LiveSession::refuseMix(const std::string& reason) {
+  listeners_.mixVerdict(false, reason);
+}
+
 // ------------------------------------------------------------------------------------- preview
 
 void LiveSession::startPreview(std::optional<uint32_t> window) {
@@ -228,7 +241,9 @@ void LiveSession::beginPush(const PushRequest& request) {
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
           .onNews = [this](NetworkNews news) { onNetworkNews(news); }});
   publisher_->start(request.url);
-  capture_->addConsumer(publisher_.get());
+  mixer_ = std::make_unique<LiveMixer>(*publisher_, encoder.video);
+  mixer_->setLayout(mix_);
+  capture_->addConsumer(mixer_.get());
 }
 
 void LiveSession::onNetworkNews(NetworkNews news) {
@@ -301,8 +316,9 @@ void LiveSession::tell(const PushOutcome& outcome) {
 }
 
 std::unique_ptr<Publisher> LiveSession::takePublisher() {
-  capture_->removeConsumer(publisher_.get());
+  capture_->removeConsumer(mixer_.get());
   capture_->setNetworkPoor(false);
+  mixer_.reset();
   return std::move(publisher_);
 }
 

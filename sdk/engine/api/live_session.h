@@ -21,6 +21,7 @@
 #include "base/lifeline.h"
 #include "capture/capture_session.h"
 #include "devices/device_selection.h"
+#include "mix/live_mixer.h"
 #include "publish/publisher.h"
 #include "publish/push_url.h"
 
@@ -71,6 +72,11 @@ class LiveSession {
   // How a shared screen is captured and encoded, from now on; its sound as ever.
   void setScreenEncoder(const EncoderSettings& encoder);
 
+  // Published is a mix, from now on and in later pushes. None: what is captured. Either is answered
+  // by an event, as is a mix that was refused.
+  void setMix(std::optional<MixLayout> layout);
+  void refuseMix(const std::string& reason);
+
  private:
   void startCapture();
   void stopCaptureIfUnused();
@@ -103,10 +109,13 @@ class LiveSession {
   bool screenPaused_ = false;
   std::optional<EncoderSettings> screenEncoder_;  // none: as the camera is
 
+  std::optional<MixLayout> mix_;
+
   uint32_t pushNumber_ = 0;
   std::optional<PushRequest> nextPush_;
 
   std::unique_ptr<Publisher> publisher_;
+  std::unique_ptr<LiveMixer> mixer_;  // in front of the publisher, as long as there is one
   std::unique_ptr<CaptureSession> capture_;
   std::unique_ptr<Preview> preview_;
   std::unique_ptr<UnplugWatch> unplugWatch_;

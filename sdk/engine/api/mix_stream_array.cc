@@ -2,8 +2,14 @@
 #include <vector>
 
 #include "NimboSdk/LumoLiveDefine.h"
+#include "mix/mix_streams.h"
 
 namespace LumoRtc {
+
+struct LumoLiveMixStreamArrayAccess {
+  static void* storage(const LumoLiveMixStreamArray& array) { return array.mStorage; }
+};
+
 namespace {
 
 using Streams = std::vector<LumoLiveMixStream>;
@@ -42,3 +48,12 @@ void LumoLiveMixStreamArray::Clear() {
 }
 
 }  // namespace LumoRtc
+
+namespace NimboEngine {
+
+const std::vector<LumoRtc::LumoLiveMixStream>& streamsOf(
+    const LumoRtc::LumoLiveMixStreamArray& array) {
+  return LumoRtc::streams(LumoRtc::LumoLiveMixStreamArrayAccess::storage(array));
+}
+
+}  // namespace NimboEngine

@@ -12,15 +12,18 @@ namespace NimboEngine {
 using namespace LumoRtc;
 
 PlayerSession::PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListeners> listeners,
+                             std::shared_ptr<RemoteStream> remote,
                              std::function<void(uint32_t)> onPlayOver)
     : engine_(engine),
       listeners_(std::move(listeners)),
+      remote_(std::move(remote)),
       onPlayOver_(std::move(onPlayOver)),
       firstDrawn_(lifeline_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
       firstSound_(lifeline_.bind([this] { openOutput(); })) {}
 
 PlayerSession::~PlayerSession() {
   playback_.reset();
+  remote_->clear();
   closeView();
 }
 
@@ -107,6 +110,7 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
                 mode_ = playback_->isLive() ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed;
                 listeners_->info(&LumoLivePlayInfoListener::onPlayStarted);
               },
+          .onLost = [this] { remote_->clear(); },
           .onOver = [this](const PlayOutcome& outcome) { onOver(outcome); },
           .onQuality = [this](LumoLiveNetworkQuality quality) { listeners_->quality(quality); },
           .onStatistics =
@@ -122,6 +126,7 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
 void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
   listeners_->picture(buffer, info);
   consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(buffer, info, 0); });
+  remote_->putPicture(buffer, info);
   if (waitsForView_) return;
   ++shown_;
   tellFirstDrawn();
@@ -131,6 +136,7 @@ void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
 void PlayerSession::onSound(int16_t* samples, std::size_t count) {
   gain_.apply(samples, count);
   output_->push(samples, count);
+  remote_->putSound(samples, count);
   if (!toldFirstSound_.load(std::memory_order_relaxed) && !toldFirstSound_.exchange(true)) {
     engine_.post(firstSound_);
   }
@@ -147,6 +153,7 @@ void PlayerSession::stopPlay() {
     listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
   } else if (playback_) {
     playback_->stop();
+    remote_->clear();
   } else {  // it ended by itself just before: the stop is answered all the same
     listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
   }
@@ -156,6 +163,7 @@ void PlayerSession::onOver(const PlayOutcome& outcome) {
   // Destroyed later, since it is what called.
   engine_.post([ended = std::shared_ptr<Playback>(std::move(playback_))] {});
   closeView();
+  remote_->clear();
   output_.reset();
   mode_ = kLumoLivePlayModeNone;
   if (outcome.kind != PlayOutcome::Kind::kStopped) onPlayOver_(playNumber_);

@@ -17,6 +17,7 @@
 #include "base/engine_thread.h"
 #include "base/lifeline.h"
 #include "capture/consumer_list.h"
+#include "mix/remote_stream.h"
 #include "play/playback.h"
 #include "play/sound_gain.h"
 #include "play/sound_output.h"
@@ -32,10 +33,10 @@ struct PlayRequest {
 
 class PlayerSession {
  public:
-  // `onPlayOver(number)` comes before the events of a playback that ended without having been
-  // stopped.
+  // What plays goes to `remote` too. `onPlayOver(number)` comes before the events of a playback
+  // that ended without having been stopped.
   PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListeners> listeners,
-                std::function<void(uint32_t)> onPlayOver);
+                std::shared_ptr<RemoteStream> remote, std::function<void(uint32_t)> onPlayOver);
   ~PlayerSession();
   PlayerSession(const PlayerSession&) = delete;
   PlayerSession& operator=(const PlayerSession&) = delete;
@@ -70,6 +71,7 @@ class PlayerSession {
 
   EngineThread& engine_;
   const std::shared_ptr<PlayerListeners> listeners_;
+  const std::shared_ptr<RemoteStream> remote_;
   const std::function<void(uint32_t)> onPlayOver_;
   const Lifeline lifeline_;
   // Bound to this object's life.

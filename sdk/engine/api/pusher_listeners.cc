@@ -21,6 +21,12 @@ void PusherListeners::network(NetworkEvent event) {
   networkSlot.call([&](LumoLivePushNetworkListener& listener) { (listener.*event)(pusher_); });
 }
 
+void PusherListeners::mixVerdict(bool success, const std::string& reason) {
+  infoSlot.call([&](LumoLivePushInfoListener& listener) {
+    listener.onSetLiveMixTranscodingConfig(pusher_, success, reason.c_str());
+  });
+}
+
 void PusherListeners::sdkError(LumoLiveErrorCode code, const std::string& message) {
   NIMBO_LOG_ERROR("SDK error {}: {}", static_cast<int>(code), message);
   errorSlot.call([&](LumoLivePushErrorListener& listener) {

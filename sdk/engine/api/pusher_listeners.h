@@ -30,6 +30,7 @@ class PusherListeners {
 
   void info(InfoEvent event);
   void network(NetworkEvent event);
+  void mixVerdict(bool success, const std::string& reason);
   void sdkError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void systemError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
 

@@ -39,4 +39,11 @@ uint64_t SampleFifo::count() const {
   return count_;
 }
 
+void SampleFifo::clear() {
+  std::lock_guard lock(mutex_);
+  samples_.clear();
+  count_ = 0;
+  filling_ = true;
+}
+
 }  // namespace NimboEngine

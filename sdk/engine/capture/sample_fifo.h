@@ -37,6 +37,9 @@ class SampleFifo {
   // How many frames came.
   uint64_t count() const;
 
+  // As at first.
+  void clear();
+
  private:
   const size_t channels_;
   const size_t cushion_;

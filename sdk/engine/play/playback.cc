@@ -132,6 +132,7 @@ void Playback::onAttemptFailed(LumoLiveErrorCode code, const std::string& messag
   if (started_ && live_ && code != kLumoLiveErrorUndecodable) {
     if (const auto pause = retry_.nextPause(Clock::now())) {
       NIMBO_LOG_WARN("player: lost {} ({}); trying again", url_.forLog(), message);
+      events_.onLost();
       engine_.postAfter(*pause, lifeline_.bind([this] { open(); }));
       return;
     }

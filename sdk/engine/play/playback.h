@@ -30,6 +30,8 @@ class Playback {
   struct Events {
     // The first picture or sound has been decoded; called before its handler.
     std::function<void()> onStarted;
+    // A live stream broke and is tried again; no picture or sound comes until then.
+    std::function<void()> onLost;
     std::function<void(const PlayOutcome&)> onOver;
     std::function<void(LumoRtc::LumoLiveNetworkQuality)> onQuality;
     // Once a second from the start on.

@@ -1,7 +1,7 @@
 // Converts pictures from one pixel format and size to another.
 //
 // Thread: one thread at a time.
-// Ownership: keeps a converter for the last combination of formats and sizes.
+// Ownership: keeps a converter for the last combination of formats, sizes and places.
 // Failure: convert() answers false when a picture cannot be mapped or converted.
 
 #pragma once
@@ -27,17 +27,25 @@ class PictureConverter {
   bool convert(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                const GstVideoInfo& targetInfo);
 
+  // Draws the picture into a place of the target, which is I420, and leaves the rest of the target
+  // as it is. What is outside is cut off; nothing at all left is a success too.
+  bool draw(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
+            const GstVideoInfo& targetInfo, const Rect& place);
+
  private:
   struct FreeConverter {
     void operator()(GstVideoConverter* converter) const { gst_video_converter_free(converter); }
   };
 
-  bool prepare(const GstVideoInfo& source, const GstVideoInfo& target);
+  bool run(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
+           const GstVideoInfo& targetInfo, const Rect& part, const ViewLayout& layout);
+  bool prepare(const GstVideoInfo& source, const GstVideoInfo& target, const ViewLayout& layout);
 
   const ViewMode mode_;
   const GstVideoResamplerMethod scaling_;
   GstVideoInfo source_{};
   GstVideoInfo target_{};
+  ViewLayout layout_;
   std::unique_ptr<GstVideoConverter, FreeConverter> converter_;
 };
 

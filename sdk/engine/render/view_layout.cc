@@ -23,6 +23,27 @@ Rect fitInto(Size shape, Size room) {
   return rect;
 }
 
+// One direction of a layout: what is drawn from where.
+struct Span {
+  int from;
+  int length;
+};
+
+// Cuts off what lies outside of 0 to `room`, and begins at even places. False when nothing is left.
+bool cut(Span& source, Span& target, int room) {
+  const int first = std::max(target.from, 0) & ~1;
+  const int end = std::min(target.from + target.length, room);
+  if (first >= end) return false;
+  const auto inSource = [&](int place) {
+    const int64_t part = std::max(0, place - target.from);
+    return source.from + static_cast<int>(part * source.length / target.length);
+  };
+  const int sourceFirst = inSource(first) & ~1;
+  source = {sourceFirst, std::max(1, inSource(end) - sourceFirst)};
+  target = {first, end - first};
+  return true;
+}
+
 }  // namespace
 
 ViewLayout layOut(Size picture, Size view, ViewMode mode) {
@@ -34,6 +55,17 @@ ViewLayout layOut(Size picture, Size view, ViewMode mode) {
     layout.source.y &= ~1;
   }
   return layout;
+}
+
+std::optional<ViewLayout> layOut(Size picture, const Rect& place, Size view, ViewMode mode) {
+  const auto [source, target] = layOut(picture, {place.width, place.height}, mode);
+  Span fromX{source.x, source.width};
+  Span fromY{source.y, source.height};
+  Span toX{place.x + target.x, target.width};
+  Span toY{place.y + target.y, target.height};
+  if (!cut(fromX, toX, view.width) || !cut(fromY, toY, view.height)) return std::nullopt;
+  return ViewLayout{{fromX.from, fromY.from, fromX.length, fromY.length},
+                    {toX.from, toY.from, toX.length, toY.length}};
 }
 
 }  // namespace NimboEngine

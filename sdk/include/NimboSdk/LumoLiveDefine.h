@@ -131,8 +131,10 @@ struct LumoLiveScreenShareEncoderConfig {
   uint32_t mVideoEncodeGop;  // seconds between key frames
 };
 
-// One stream's place in a mix. The numbers have no defaults: a caller that reuses one working
-// object for several streams relies on them staying what they were.
+// One stream's place in a mix, in pixels of the published picture; higher ones cover lower ones.
+// The user is the local one ("" or "local"), a player (the text of its pointer) or a URL that a
+// player plays. The numbers have no defaults: a caller that reuses one working object for several
+// streams relies on them staying what they were.
 struct LumoLiveMixStream {
   String userId;
   int32_t x;
@@ -160,8 +162,8 @@ class LUMO_RTC_EXPORT LumoLiveMixStreamArray {
 
 // A layout for mixing several users' streams into the published one.
 struct LumoLiveTranscodingConfig {
-  int32_t backgroundColor = 0;
-  uint32_t cropMode = 1;
+  int32_t backgroundColor = 0;  // 0xRRGGBB
+  uint32_t cropMode = 1;        // a LumoLiveRenderMode: how a picture fills its place
   LumoLiveMixStreamArray mixStreams;
 };
 

@@ -16,7 +16,7 @@ enum LumoLiveResult : int32_t {
   kLumoLiveInvalidArgument = -2002,  // an argument makes no sense; the log names it
   kLumoLiveInvalidState = -2003,     // not now: for example a push is already running
   kLumoLiveNotSupported = -2004,     // this build cannot do it
-  kLumoLiveNotFound = -2005,         // no device, file or directory of that name
+  kLumoLiveNotFound = -2005,         // no device, file, directory or user of that name
 };
 
 // What onSDKError, onSystemError and a player's onError carry. Codes of one cause never change

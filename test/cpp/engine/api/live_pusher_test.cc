@@ -244,7 +244,26 @@ TEST_F(LivePusherTest, TheFrameRateChangesWhileCapturing) {
 TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
   pusher->init(smallConfig());
   EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 3, 1), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotSupported);
+}
+
+TEST_F(LivePusherTest, AMixIsAnsweredByAnEventInTheOrderOfTheRequests) {
+  LumoLiveTranscodingConfig good;
+  LumoLiveTranscodingConfig bad;
+  bad.mixStreams.Add({"nobody", 0, 0, 10, 10, 0});
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(&good), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(&bad), kLumoLiveNotInitialized);
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotInitialized);
+  pusher->init(smallConfig());
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(&good), kLumoLiveOk);
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(&bad), kLumoLiveNotFound);
+  bad.cropMode = 3;
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(&bad), kLumoLiveInvalidArgument);
+  EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveOk);
+  ASSERT_TRUE(listener.events.waitFor("mixed", 2));
+  EXPECT_EQ(listener.events.all(),
+            (std::vector<std::string>{
+                "mixed", "not mixed: user \"nobody\": no player has this ID or plays this URL",
+                "not mixed: the crop mode is 3, not 0 to 2", "mixed"}));
 }
 
 TEST_F(LivePusherTest, TheProcessMayEndWhileItCaptures) {

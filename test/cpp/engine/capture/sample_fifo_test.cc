@@ -69,6 +69,18 @@ TEST(SampleFifo, DropsTheOldestDownToTheCushionPastTheLimit) {
   EXPECT_EQ(real, 2U);
 }
 
+TEST(SampleFifo, StartsAnewWhenItIsCleared) {
+  SampleFifo fifo(1, 2, 5);
+  const Samples in{1, 2, 3};
+  fifo.push(in.data(), 3);
+  EXPECT_EQ(pull(fifo, 1, 1), (Samples{1}));
+  fifo.clear();
+  fifo.push(in.data(), 1);
+  size_t real = 0;
+  pull(fifo, 1, 1, &real);
+  EXPECT_EQ(real, 0U) << "the cushion gathers again";
+}
+
 TEST(SampleFifo, OneThreadPushesWhileAnotherPulls) {
   constexpr int kFrames = 20000;
   SampleFifo fifo(2, 10, kFrames + 1000);

@@ -37,6 +37,29 @@ TEST(ViewLayout, StretchKeepsEverything) {
   EXPECT_EQ(layout.target, (Rect{0, 0, 100, 900}));
 }
 
+TEST(ViewLayout, APlaceInsideIsWholeAndBeginsAtEvenPlaces) {
+  const auto layout = layOut({640, 480}, {100, 50, 200, 200}, {1280, 720}, ViewMode::kFit);
+  EXPECT_EQ(layout, (ViewLayout{{0, 0, 640, 480}, {100, 74, 200, 151}}));
+}
+
+TEST(ViewLayout, WhatIsOutsideOfTheViewIsCutOff) {
+  const struct {
+    Rect place;
+    std::optional<ViewLayout> layout;
+  } cases[] = {
+      {{-50, 0, 100, 100}, ViewLayout{{200, 0, 200, 400}, {0, 0, 50, 100}}},
+      {{60, 80, 100, 100}, ViewLayout{{0, 0, 160, 80}, {60, 80, 40, 20}}},
+      {{-100, -100, 400, 400}, ViewLayout{{100, 100, 100, 100}, {0, 0, 100, 100}}},
+      {{-99, 0, 100, 100}, ViewLayout{{396, 0, 4, 400}, {0, 0, 1, 100}}},
+      {{11, 21, 20, 79}, ViewLayout{{148, 0, 101, 400}, {10, 20, 21, 80}}},
+      {{-100, 0, 100, 100}, std::nullopt},
+      {{0, 100, 100, 100}, std::nullopt},
+  };
+  for (const auto& [place, layout] : cases) {
+    EXPECT_EQ(layOut({400, 400}, place, {100, 100}, ViewMode::kCrop), layout) << place.x;
+  }
+}
+
 TEST(ViewLayout, ExtremeShapesStayInside) {
   for (const Size picture : {Size{1, 1}, Size{8000, 1}, Size{1, 8000}, Size{641, 361}}) {
     for (const Size view : {Size{1, 1}, Size{32767, 1}, Size{1, 32767}, Size{333, 77}}) {

@@ -48,7 +48,9 @@ class RecordingListener final : public LumoRtc::LumoLivePushErrorListener,
     events.add("volume");
   }
   void onActiveSpeaker(Pusher*) override { events.add("active speaker"); }
-  void onSetLiveMixTranscodingConfig(Pusher*, bool, LumoRtc::String) override { events.add("mix"); }
+  void onSetLiveMixTranscodingConfig(Pusher*, bool success, LumoRtc::String reason) override {
+    events.add(success ? "mixed" : std::string("not mixed: ") + reason.c_str());
+  }
   void onNetworkPoor(Pusher*) override { events.add("network poor"); }
   void onNetworkRecovery(Pusher*) override { events.add("network recovery"); }
   void onReconnectStart(Pusher*) override { events.add("reconnect start"); }

@@ -1,0 +1,53 @@
+// Who is seen where in a mix, and the check of a layout that an application asks for.
+//
+// Thread: plain values.
+// Ownership: a layout shares the streams of the players that it names.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "NimboSdk/LumoLiveDefine.h"
+#include "NimboSdk/LumoLiveResult.h"
+#include "render/view_layout.h"
+
+namespace NimboEngine {
+
+class RemoteStream;
+
+// What the local user is called; "" is the same.
+inline constexpr char kLocalMixUser[] = "local";
+
+struct MixUser {
+  std::shared_ptr<RemoteStream> player;  // null: by URL
+  std::string url;                       // "" without a player: the local user
+
+  bool isLocal() const { return !player && url.empty(); }
+  bool operator==(const MixUser&) const = default;
+};
+
+struct MixPlace {
+  MixUser user;
+  Rect rect;  // in the published picture, possibly outside
+};
+
+struct MixLayout {
+  uint32_t background = 0;  // 0xRRGGBB
+  ViewMode mode = ViewMode::kCrop;
+  std::vector<MixPlace> places;  // the lowest first
+};
+
+using FindMixUser = std::function<std::optional<MixUser>(const std::string& userId)>;
+
+// Checks what is asked for. `layout` is only changed when the answer is kLumoLiveOk; otherwise
+// `problem` says what is wrong.
+LumoRtc::LumoLiveResult makeMixLayout(const LumoRtc::LumoLiveTranscodingConfig& config,
+                                      const FindMixUser& findUser, MixLayout& layout,
+                                      std::string& problem);
+
+}  // namespace NimboEngine

@@ -1,0 +1,77 @@
+#include "mix/mix_sound.h"
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <utility>
+
+#include "play/play_outlets.h"
+
+namespace NimboEngine {
+namespace {
+
+GstAudioInfo infoOf(const AudioFormat& format) {
+  GstAudioInfo info;
+  gst_audio_info_set_format(&info, GST_AUDIO_FORMAT_S16, format.rate, format.channels, nullptr);
+  return info;
+}
+
+int16_t cut(int sample) {
+  using Limits = std::numeric_limits<int16_t>;
+  return static_cast<int16_t>(std::clamp<int>(sample, Limits::min(), Limits::max()));
+}
+
+// How many frames the converter must be given for `frames`: at first it keeps some for itself.
+std::size_t framesFor(GstAudioConverter* converter, std::size_t frames) {
+  std::size_t needed = gst_audio_converter_get_in_frames(converter, frames);
+  while (gst_audio_converter_get_out_frames(converter, needed) < frames) ++needed;
+  return needed;
+}
+
+}  // namespace
+
+void MixSound::add(const std::vector<std::shared_ptr<RemoteStream>>& streams,
+                   const AudioFormat& format, int16_t* samples, std::size_t frames) {
+  if (std::exchange(format_, format) != format) voices_.clear();
+  follow(streams);
+  sum_.assign(samples, samples + frames * static_cast<std::size_t>(format.channels));
+  for (const Voice& voice : voices_) {
+    pull(voice, frames);
+    std::transform(sum_.begin(), sum_.end(), converted_.begin(), sum_.begin(), std::plus<>());
+  }
+  std::transform(sum_.begin(), sum_.end(), samples, &cut);
+}
+
+void MixSound::follow(const std::vector<std::shared_ptr<RemoteStream>>& streams) {
+  std::vector<Voice> voices;
+  for (const auto& stream : streams) {
+    const auto isOf = [&](const Voice& voice) { return voice.stream == stream; };
+    if (std::any_of(voices.begin(), voices.end(), isOf)) continue;
+    const auto known = std::find_if(voices_.begin(), voices_.end(), isOf);
+    voices.push_back(known == voices_.end() ? makeVoice(stream, format_) : std::move(*known));
+  }
+  voices_ = std::move(voices);
+}
+
+MixSound::Voice MixSound::makeVoice(const std::shared_ptr<RemoteStream>& stream,
+                                    const AudioFormat& format) {
+  stream->skipSound();
+  GstAudioInfo in = infoOf(kPlayedSound);
+  GstAudioInfo out = infoOf(format);
+  return {stream, std::unique_ptr<GstAudioConverter, FreeConverter>(
+                      gst_audio_converter_new(GST_AUDIO_CONVERTER_FLAG_NONE, &in, &out, nullptr))};
+}
+
+void MixSound::pull(const Voice& voice, std::size_t frames) {
+  converted_.assign(frames * static_cast<std::size_t>(format_.channels), 0);
+  if (!voice.converter) return;
+  const std::size_t needed = framesFor(voice.converter.get(), frames);
+  played_.resize(needed * static_cast<std::size_t>(kPlayedSound.channels));
+  voice.stream->pullSound(played_.data(), needed);
+  gpointer in = played_.data();
+  gpointer out = converted_.data();
+  gst_audio_converter_samples(voice.converter.get(), GST_AUDIO_CONVERTER_FLAG_NONE, &in, needed,
+                              &out, frames);
+}
+
+}  // namespace NimboEngine

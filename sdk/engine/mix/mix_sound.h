@@ -1,0 +1,49 @@
+// Adds the sound of remote streams to the local one.
+//
+// Thread: one at a time.
+// Ownership: shares the streams that it was given last.
+// Failure: a stream whose sound cannot be converted is not heard.
+
+#pragma once
+
+#include <gst/audio/audio.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "capture/frame_consumer.h"
+#include "mix/remote_stream.h"
+
+namespace NimboEngine {
+
+class MixSound {
+ public:
+  // Adds to `frames` frames of interleaved samples; what would be too loud is cut. A stream that
+  // was not there the last time is heard from now on; one that is named twice is heard once.
+  void add(const std::vector<std::shared_ptr<RemoteStream>>& streams, const AudioFormat& format,
+           int16_t* samples, std::size_t frames);
+
+ private:
+  struct FreeConverter {
+    void operator()(GstAudioConverter* converter) const { gst_audio_converter_free(converter); }
+  };
+  // A stream that is heard, and what brings its sound into the wanted format.
+  struct Voice {
+    std::shared_ptr<RemoteStream> stream;
+    std::unique_ptr<GstAudioConverter, FreeConverter> converter;
+  };
+
+  static Voice makeVoice(const std::shared_ptr<RemoteStream>& stream, const AudioFormat& format);
+  void follow(const std::vector<std::shared_ptr<RemoteStream>>& streams);
+  void pull(const Voice& voice, std::size_t frames);
+
+  AudioFormat format_;
+  std::vector<Voice> voices_;
+  std::vector<int16_t> played_;     // as it is played
+  std::vector<int16_t> converted_;  // as it is wanted
+  std::vector<int> sum_;
+};
+
+}  // namespace NimboEngine

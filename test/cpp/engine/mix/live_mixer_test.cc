@@ -1,0 +1,197 @@
+#include "mix/live_mixer.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <sstream>
+#include <thread>
+
+#include "capture/capture_probe.h"
+#include "gst/runtime.h"
+#include "mix/remote_players.h"
+#include "support/media_feeder.h"
+#include "support/painted_picture.h"
+
+namespace NimboEngine {
+namespace {
+
+using test::Colour;
+using test::i420;
+using test::kBlack;
+using test::kGreen;
+using test::kRed;
+using test::paint;
+
+constexpr Size kCaptured{64, 36};
+constexpr Size kPublished{320, 180};
+constexpr VideoFormat kFormat{kPublished.width, kPublished.height, 30};
+constexpr AudioFormat kStereo{48000, 2};
+constexpr char kUrl[] = "rtmp://a/live/b";
+constexpr GstClockTime kTime = 5 * GST_SECOND;
+constexpr Rect kLeft{0, 0, 160, 180};
+constexpr Rect kRight{160, 0, 160, 180};
+
+// Takes the last of what is published.
+class Published final : public FrameConsumer {
+ public:
+  void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& pictureInfo, GstClockTime at) override {
+    picture = share(buffer);
+    info = pictureInfo;
+    time = at;
+  }
+  void onAudioChunk(GstBuffer* buffer, const AudioFormat&, GstClockTime at) override {
+    sound = share(buffer);
+    time = at;
+  }
+
+  Colour at(int x, int y) const { return test::pixelAt(picture.get(), info, x, y); }
+  int16_t firstSample() const {
+    int16_t sample = 0;
+    gst_buffer_extract(sound.get(), 0, &sample, sizeof sample);
+    return sample;
+  }
+
+  GstPtr<GstBuffer> picture;
+  GstPtr<GstBuffer> sound;
+  GstVideoInfo info{};
+  GstClockTime time = 0;
+};
+
+class LiveMixerTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  static MixUser userOf(const void* player) {
+    std::ostringstream id;
+    id << player;
+    return findMixUser(id.str()).value();
+  }
+
+  void tick() {
+    mixer.onVideoFrame(captured.get(), i420(kCaptured), kTime);
+    mixer.onAudioChunk(recorded.get(), kStereo, kTime);
+  }
+
+  static void play(const RemotePlayer& player, const Colour& colour, int16_t sound) {
+    player.stream()->putPicture(paint({64, 36}, colour).get(), i420({64, 36}));
+    const std::vector<int16_t> samples(2 * 4800, sound);
+    player.stream()->putSound(samples.data(), samples.size());
+  }
+
+  void expectNear(const Colour& seen, const Colour& wanted) {
+    for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], wanted[i], 2);
+  }
+
+  const GstPtr<GstBuffer> captured = paint(kCaptured, kRed);
+  const std::vector<int16_t> local = std::vector<int16_t>(2 * 960, 100);
+  const GstPtr<GstBuffer> recorded{
+      gst_buffer_new_memdup(local.data(), local.size() * sizeof(int16_t))};
+  Published published;
+  LiveMixer mixer{published, kFormat};
+};
+
+TEST_F(LiveMixerTest, WithoutALayoutEverythingIsPassedOnAsItIs) {
+  tick();
+  EXPECT_EQ(published.picture.get(), captured.get());
+  EXPECT_EQ(published.info.width, kCaptured.width);
+  EXPECT_EQ(published.sound.get(), recorded.get());
+}
+
+TEST_F(LiveMixerTest, AMixHasTheSizeOfWhatIsPublishedAndTheTimeOfTheCapture) {
+  mixer.setLayout(MixLayout{.places = {{{}, kLeft}}});
+  tick();
+  EXPECT_EQ(published.info.width, kPublished.width);
+  EXPECT_EQ(GST_BUFFER_PTS(published.picture.get()), kTime);
+  EXPECT_EQ(GST_BUFFER_PTS(published.sound.get()), kTime);
+  EXPECT_EQ(published.time, kTime);
+  expectNear(published.at(10, 10), kRed);
+  expectNear(published.at(200, 10), kBlack);
+  EXPECT_EQ(published.firstSample(), 100);
+  mixer.setFormat({640, 360, 30});
+  tick();
+  EXPECT_EQ(published.info.width, 640);
+  mixer.setLayout(std::nullopt);
+  tick();
+  EXPECT_EQ(published.picture.get(), captured.get());
+}
+
+TEST_F(LiveMixerTest, WhoHasNoPlaceIsNeitherSeenNorHeard) {
+  mixer.setLayout(MixLayout{});
+  tick();
+  expectNear(published.at(10, 10), kBlack);
+  EXPECT_EQ(published.firstSample(), 0);
+}
+
+TEST_F(LiveMixerTest, APlayerIsSeenAndHeardWhileItPlays) {
+  int address = 0;
+  const RemotePlayer player(&address);
+  mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {userOf(&address), kRight}}});
+  tick();
+  expectNear(published.at(200, 10), kBlack);
+  EXPECT_EQ(published.firstSample(), 100);
+  play(player, kGreen, 23);
+  tick();
+  expectNear(published.at(10, 10), kRed);
+  expectNear(published.at(200, 10), kGreen);
+  EXPECT_EQ(published.firstSample(), 123);
+  player.stream()->clear();
+  tick();
+  expectNear(published.at(200, 10), kBlack);
+  EXPECT_EQ(published.firstSample(), 100);
+  play(player, kGreen, 23);
+  tick();
+  expectNear(published.at(200, 10), kGreen);
+}
+
+TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
+  int address = 0;
+  auto player = std::make_unique<RemotePlayer>(&address);
+  player->setUrl(kUrl);
+  mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {findMixUser(kUrl).value(), kRight}}});
+  play(*player, kGreen, 0);
+  tick();
+  expectNear(published.at(200, 10), kGreen);
+  player.reset();
+  tick();
+  expectNear(published.at(200, 10), kBlack);
+  RemotePlayer other(&address);
+  other.setUrl(kUrl);
+  play(other, kGreen, 0);
+  tick();
+  expectNear(published.at(200, 10), kGreen);
+}
+
+// For the sanitizers: everything that may happen at once does.
+TEST_F(LiveMixerTest, PlayersAndLayoutsComeAndGoWhileItRuns) {
+  test::CaptureProbe probe;
+  LiveMixer running(probe, kFormat);
+  std::atomic<bool> stopping{false};
+  std::thread players([&stopping] {
+    while (!stopping) {
+      int address = 0;
+      RemotePlayer player(&address);
+      player.setUrl(kUrl);
+      for (int i = 0; i < 3; ++i) play(player, kGreen, 100);
+      player.stream()->clear();
+      play(player, kRed, 100);
+    }
+  });
+  {
+    const test::MediaFeeder feeder(running, {kCaptured.width, kCaptured.height, 100}, kStereo);
+    for (int i = 0; i < 200; ++i) {
+      MixLayout layout{.background = static_cast<uint32_t>(i), .places = {{{}, kLeft}}};
+      layout.places.push_back({{nullptr, kUrl}, {i, i, 50 + i, 50}});
+      running.setLayout(std::move(layout));
+      running.setFormat({320 + 2 * (i % 5), 180, 30});
+      if (i % 10 == 0) running.setLayout(std::nullopt);
+      if (i % 20 == 0) probe.pictures(1);
+    }
+  }
+  stopping = true;
+  players.join();
+  EXPECT_GE(probe.pictureCount(), 10U);
+  EXPECT_GT(probe.soundCount(), 0U);
+}
+
+}  // namespace
+}  // namespace NimboEngine

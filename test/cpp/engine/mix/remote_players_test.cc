@@ -1,0 +1,101 @@
+#include "mix/remote_players.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "gst/runtime.h"
+#include "support/painted_picture.h"
+
+namespace NimboEngine {
+namespace {
+
+constexpr char kUrl[] = "rtmp://a/live/b";
+
+std::string idOf(const void* player) {
+  std::ostringstream text;
+  text << player;
+  return text.str();
+}
+
+TEST(RemotePlayers, TheLocalUserHasTwoNames) {
+  for (const char* name : {"", "local"}) {
+    const auto user = findMixUser(name);
+    ASSERT_TRUE(user);
+    EXPECT_TRUE(user->isLocal());
+  }
+}
+
+TEST(RemotePlayers, AreFoundByIdAndByUrl) {
+  int one = 0;
+  int two = 0;
+  RemotePlayer first(&one);
+  RemotePlayer second(&two);
+  second.setUrl(kUrl);
+  ASSERT_TRUE(findMixUser(idOf(&one)));
+  EXPECT_EQ(streamOf(*findMixUser(idOf(&one))), first.stream());
+  EXPECT_EQ(streamOf(*findMixUser(idOf(&two))), second.stream());
+  ASSERT_TRUE(findMixUser(kUrl));
+  EXPECT_EQ(streamOf(*findMixUser(kUrl)), second.stream());
+  EXPECT_FALSE(findMixUser("rtmp://a/live/c"));
+  second.setUrl("");
+  EXPECT_FALSE(findMixUser(kUrl));
+  EXPECT_TRUE(findMixUser("")->isLocal()) << "a player without a URL is not the local user";
+}
+
+TEST(RemotePlayers, AnIdMeansOnePlayerForEver) {
+  int player = 0;
+  auto gone = std::make_unique<RemotePlayer>(&player);
+  const auto user = findMixUser(idOf(&player));
+  const std::weak_ptr<RemoteStream> stream = gone->stream();
+  gone.reset();
+  EXPECT_FALSE(findMixUser(idOf(&player)));
+  const RemotePlayer later(&player);
+  EXPECT_EQ(streamOf(*user), stream.lock());
+  EXPECT_NE(streamOf(*user), later.stream());
+}
+
+TEST(RemotePlayers, AUrlMeansWhoeverPlaysIt) {
+  int player = 0;
+  auto first = std::make_unique<RemotePlayer>(&player);
+  first->setUrl(kUrl);
+  const auto user = findMixUser(kUrl);
+  first.reset();
+  EXPECT_EQ(streamOf(*user), nullptr);
+  RemotePlayer second(&player);
+  second.setUrl(kUrl);
+  EXPECT_EQ(streamOf(*user), second.stream());
+}
+
+TEST(RemoteStream, HasThePictureAndSoundThatPlayAndNothingAfterwards) {
+  ASSERT_TRUE(startGstreamer());
+  RemoteStream stream;
+  EXPECT_FALSE(stream.picture());
+  const auto picture = test::paint({8, 8}, test::kRed);
+  stream.putPicture(picture.get(), test::i420({8, 8}));
+  const std::vector<int16_t> loud(2 * 4800, 1000);
+  stream.putSound(loud.data(), loud.size());
+  ASSERT_TRUE(stream.picture());
+  EXPECT_EQ(stream.picture()->buffer.get(), picture.get());
+  EXPECT_EQ(stream.picture()->info.width, 8);
+  std::vector<int16_t> heard(2 * 960);
+  EXPECT_EQ(stream.pullSound(heard.data(), 960), 960U);
+  EXPECT_EQ(heard, std::vector<int16_t>(2 * 960, 1000));
+  stream.clear();
+  EXPECT_FALSE(stream.picture());
+  EXPECT_EQ(stream.pullSound(heard.data(), 960), 0U);
+  EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(picture.get()), 1);
+}
+
+TEST(RemoteStream, SoundWaitsForAQuarterOfASecondAtMost) {
+  RemoteStream stream;
+  std::vector<int16_t> second(2 * 48000);
+  for (size_t i = 0; i < second.size(); ++i) second[i] = static_cast<int16_t>(i / 2 / 48 + 1);
+  for (size_t i = 0; i < second.size(); i += 1920) stream.putSound(&second[i], 1920);
+  std::vector<int16_t> oldest(2);
+  EXPECT_EQ(stream.pullSound(oldest.data(), 1), 1U);
+  EXPECT_GE(oldest[0], 1000 - 240) << "milliseconds";
+}
+
+}  // namespace
+}  // namespace NimboEngine

@@ -1,0 +1,34 @@
+// I420 pictures of plain colours, and a look at single pixels.
+//
+// Thread: plain functions.
+// Ownership: pictures are the caller's.
+
+#pragma once
+
+#include <gst/video/video.h>
+
+#include <array>
+
+#include "gst/gst_ptr.h"
+#include "render/view_layout.h"
+
+namespace NimboEngine::test {
+
+using Colour = std::array<int, 3>;  // Y, U, V
+
+inline constexpr Colour kBlack{16, 128, 128};
+inline constexpr Colour kRed{81, 90, 240};
+inline constexpr Colour kGreen{145, 54, 34};
+
+// The layout of an I420 picture of that size.
+GstVideoInfo i420(Size size);
+
+// A picture that is `left` in its left half and `right` in its right one.
+GstPtr<GstBuffer> paintHalves(Size size, const Colour& left, const Colour& right);
+
+GstPtr<GstBuffer> paint(Size size, const Colour& colour);
+
+// The colour of one pixel of a buffer that has its layout with it, or is laid out as `info` says.
+Colour pixelAt(GstBuffer* picture, const GstVideoInfo& info, int x, int y);
+
+}  // namespace NimboEngine::test
