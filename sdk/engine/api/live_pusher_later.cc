@@ -30,10 +30,6 @@ int LivePusher::setCurrentCameraID(const char*) {
   return notSupported(__func__);
 }
 
-int LivePusher::enableAudioVolumeIndication(int32_t, int32_t, int32_t) {
-  return notSupported(__func__);
-}
-
 int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig*) {
   return notSupported(__func__);
 }

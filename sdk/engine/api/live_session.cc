@@ -39,7 +39,8 @@ LiveSession::LiveSession(EngineThread& engine, Settings settings, PusherListener
     : engine_(engine),
       settings_(std::move(settings)),
       listeners_(listeners),
-      onPushOver_(std::move(onPushOver)) {}
+      onPushOver_(std::move(onPushOver)),
+      volume_(engine_, listeners_) {}
 
 LiveSession::~LiveSession() {
   if (publisher_) capture_->removeConsumer(publisher_.get());
@@ -86,6 +87,7 @@ void LiveSession::startCapture() {
         engine_.post([failed, camera, message]() mutable { failed(camera, message); });
       });
   capture_->setMuted(muted_);
+  capture_->addConsumer(&volume_);
   capture_->setCameraMuted(cameraMuted_);
   if (!cameraRunning_) capture_->setCameraRunning(false);
   if (screen_) captureScreen();
@@ -97,6 +99,7 @@ void LiveSession::stopCaptureIfUnused() {
 
 void LiveSession::setMuted(bool muted) {
   muted_ = muted;
+  volume_.setMuted(muted);
   if (capture_) capture_->setMuted(muted);
 }
 

@@ -12,7 +12,7 @@ const EVENTS = [
   ...['onReconnectFail', 'onNetworkPoor', 'onNetworkRecovery', 'onPacketsLost'],
   ...['onSendDataTimeout', 'onPushURLAuthenticationOverdue', 'onSendMessage'],
   ...['onPlayStarted', 'onPlayStopped', 'onFirstRemoteVideoFrameDrawn', 'onPlayError'],
-  ...['onNetworkQualityChange', 'onPlayerStatistics'],
+  ...['onNetworkQualityChange', 'onPlayerStatistics', 'onAudioVolumeCallback', 'onActiveSpeaker'],
 ];
 
 const TEST_SOURCES = { camera: 'test', microphone: 'test' };

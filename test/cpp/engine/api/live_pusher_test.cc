@@ -228,7 +228,6 @@ TEST_F(LivePusherTest, WhatThisBuildDoesNotDoSaysSo) {
   EXPECT_EQ(pusher->setCurrentCameraName("x"), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setCurrentAudioCaptureID("x"), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setCurrentAudioCaptureName("x"), kLumoLiveNotSupported);
-  EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 3, 1), kLumoLiveNotSupported);
   EXPECT_EQ(pusher->setLiveMixTranscodingConfig(nullptr), kLumoLiveNotSupported);
 }
 
