@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "NimboSdk/LumoLiveBase.h"
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
 #include "support/recording_listener.h"
@@ -73,6 +74,16 @@ TEST_F(LivePusherTest, NothingWorksBeforeInit) {
   bad.frameRate = 0;
   EXPECT_EQ(pusher->init(bad), kLumoLiveInvalidArgument);
   EXPECT_EQ(pusher->startPreview(nullptr, 0, 0), kLumoLiveNotInitialized);
+}
+
+TEST_F(LivePusherTest, TheSupportedModesAreThoseThatInitTakes) {
+  for (uint32_t mode = 0; mode < 10; ++mode) {
+    LumoLivePushConfig config = smallConfig();
+    config.mLivePushMode = mode;
+    EXPECT_EQ(pusher->init(config) == kLumoLiveOk,
+              LumoLiveBase::isSupportLiveMode(static_cast<LumoLiveMode>(mode)))
+        << mode;
+  }
 }
 
 TEST_F(LivePusherTest, PreviewDeliversFramesAndItsEvents) {
