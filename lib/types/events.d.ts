@@ -65,20 +65,23 @@ export interface ActiveSpeaker extends PlayerEvent {
   playerID: string;
 }
 
-/** The first record of a volume report, with the report's totals. */
+/**
+ * The first record of a volume report, with the report's totals. The local user and each player
+ * that plays have reports of their own.
+ */
 export interface AudioVolume extends PlayerEvent {
   userType: UserType;
   /** "" unless `userType` is 2. */
   playerID: string;
-  /** Whether there is voice. */
+  /** Whether somebody has spoken since the last report; false unless it was asked for. */
   speechState: boolean;
   /** 0 (silent) to 255 (full scale). */
   volume: number;
-  /** 0 (silent) to 255 (full scale). */
+  /** The volumes of all users together, 0 to 255. */
   sumVolume: number;
   /** How many records the report had. */
   volumeInfoCount: number;
-  /** The SDK's total of the report. */
+  /** The SDK's total of the report; the default SDK's is `sumVolume`. */
   totalVolume: number;
 }
 

@@ -99,9 +99,9 @@ export interface Device {
 }
 
 export interface VolumeIndicationOptions {
-  /** Milliseconds between reports; 0, the default, switches them off. */
+  /** Milliseconds between reports, 20 to 10000; 0 or less, the default, switches them off. */
   interval?: number;
-  /** Smoothing factor, 0 to 10. Default 0. */
+  /** Smoothing factor, 0 (none) to 10. Default 0. */
   smooth?: number;
   /** Other than 0: report voice activity too. A number: `true` counts as -1. Default 0. */
   reportVad?: number;

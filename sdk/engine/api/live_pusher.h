@@ -12,7 +12,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "NimboSdk/LumoLivePusher.h"
@@ -92,7 +91,6 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   using ChooseDevice = bool (DeviceSelection::*)(DeviceKind, const std::string&);
   LumoRtc::LumoLiveResult choose(ChooseDevice how, DeviceKind kind, const char* text);
   // Logs once that this build does not do `operation`.
-  LumoRtc::LumoLiveResult notSupported(const char* operation);
 
   const Settings settings_;
   DeviceSelection devices_;
@@ -105,7 +103,6 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   DeviceList microphones_;
   uint32_t sharedScreen_ = 0;  // 0: none
   LumoRtc::LumoLiveScreenShareEncoderConfig screenConfig_{};
-  std::set<std::string> loggedAsMissing_;
 
   PusherListeners listeners_;
   std::unique_ptr<LiveSession> session_;  // made, used and destroyed on the engine thread

@@ -52,7 +52,8 @@ LiveSession::LiveSession(EngineThread& engine, Settings settings, DeviceSelectio
       settings_(std::move(settings)),
       devices_(devices),
       listeners_(listeners),
-      onPushOver_(std::move(onPushOver)) {
+      onPushOver_(std::move(onPushOver)),
+      volume_(engine_, listeners_) {
   watchDevices();
 }
 
@@ -111,6 +112,7 @@ void LiveSession::startCapture() {
         engine_.post([failed, kind, id, message]() mutable { failed(kind, id, message); });
       });
   capture_->setMuted(muted_);
+  capture_->addConsumer(&volume_);
   capture_->setCameraMuted(cameraMuted_);
   if (!cameraRunning_) capture_->setCameraRunning(false);
   watchOpening();
@@ -126,6 +128,7 @@ void LiveSession::stopCaptureIfUnused() {
 
 void LiveSession::setMuted(bool muted) {
   muted_ = muted;
+  volume_.setMuted(muted);
   if (capture_) capture_->setMuted(muted);
 }
 

@@ -17,6 +17,7 @@
 #include "api/push_parameters.h"
 #include "api/pusher_listeners.h"
 #include "api/settings.h"
+#include "api/volume_indicator.h"
 #include "base/engine_thread.h"
 #include "base/lifeline.h"
 #include "capture/capture_session.h"
@@ -57,6 +58,8 @@ class LiveSession {
   void stopPush();
 
   void setMuted(bool muted);
+  void startVolumeReports(const VolumeSettings& settings) { volume_.start(settings); }
+  void stopVolumeReports() { volume_.stop(); }
   void setCameraMuted(bool muted);
   void setCameraRunning(bool running);
 
@@ -102,6 +105,7 @@ class LiveSession {
   const std::function<void(uint32_t)> onPushOver_;
 
   PushParameters parameters_;
+  VolumeIndicator volume_;
   bool muted_ = false;
   bool cameraMuted_ = false;
   bool cameraRunning_ = true;

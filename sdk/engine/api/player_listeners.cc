@@ -34,6 +34,18 @@ void PlayerListeners::statistics(const LumoLivePlayerStatsInfo& statistics) {
   });
 }
 
+void PlayerListeners::volume(const LumoLiveUserVolumeInfo& record) {
+  infoSlot.call([&](LumoLivePlayInfoListener& listener) {
+    listener.onAudioVolumeCallback(&record, 1, record.sumVolume);
+  });
+}
+
+void PlayerListeners::activeSpeaker() {
+  infoSlot.call([&](LumoLivePlayInfoListener& listener) {
+    listener.onActiveSpeaker(kLumoLiveUserVolumeRemote, player_);
+  });
+}
+
 void PlayerListeners::picture(GstBuffer* buffer, const GstVideoInfo& info) {
   frameSlot.call([&](LumoLiveVideoFrameListener& listener) {
     GstMapInfo map;

@@ -24,11 +24,15 @@ class PlayerListeners {
   // `player` is handed to the listeners and not used otherwise.
   explicit PlayerListeners(LumoRtc::LumoLivePlayer* player) : player_(player) {}
 
+  LumoRtc::LumoLivePlayer* player() const { return player_; }
+
   void detachAll();
 
   void info(InfoEvent event);
   void error(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void quality(LumoRtc::LumoLiveNetworkQuality quality);
+  void volume(const LumoRtc::LumoLiveUserVolumeInfo& record);
+  void activeSpeaker();
   void statistics(const LumoRtc::LumoLivePlayerStatsInfo& statistics);
 
   // One contiguous I420 picture, which the listener may change.

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "api/audible_players.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -19,9 +20,11 @@ PlayerSession::PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListene
       remote_(std::move(remote)),
       onPlayOver_(std::move(onPlayOver)),
       firstDrawn_(lifeline_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
-      firstSound_(lifeline_.bind([this] { openOutput(); })) {}
+      firstSound_(lifeline_.bind([this] { openOutput(); })),
+      meter_(std::make_shared<SoundMeter>()) {}
 
 PlayerSession::~PlayerSession() {
+  removeAudiblePlayer(meter_);
   playback_.reset();
   remote_->clear();
   closeView();
@@ -109,6 +112,7 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
               [this] {
                 mode_ = playback_->isLive() ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed;
                 listeners_->info(&LumoLivePlayInfoListener::onPlayStarted);
+                showLoudness();
               },
           .onLost = [this] { remote_->clear(); },
           .onOver = [this](const PlayOutcome& outcome) { onOver(outcome); },
@@ -135,6 +139,7 @@ void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
 // On the playback's thread.
 void PlayerSession::onSound(int16_t* samples, std::size_t count) {
   gain_.apply(samples, count);
+  meter_->measure(samples, count, kPlayedSound);
   output_->push(samples, count);
   remote_->putSound(samples, count);
   if (!toldFirstSound_.load(std::memory_order_relaxed) && !toldFirstSound_.exchange(true)) {
@@ -145,6 +150,24 @@ void PlayerSession::onSound(int16_t* samples, std::size_t count) {
 // A stream without sound needs no output.
 void PlayerSession::openOutput() {
   if (playback_) output_->open();
+}
+
+// From now on this player has its record in volume reports.
+void PlayerSession::showLoudness() {
+  auto tellVolume = lifeline_.bind([this](const LumoLiveUserVolumeInfo& record) {
+    if (playback_) listeners_->volume(record);
+  });
+  auto tellActiveSpeaker = lifeline_.bind([this] {
+    if (playback_) listeners_->activeSpeaker();
+  });
+  addAudiblePlayer({.player = listeners_->player(),
+                    .meter = meter_,
+                    .tellVolume =
+                        [&engine = engine_, tellVolume](const LumoLiveUserVolumeInfo& record) {
+                          engine.post([tell = tellVolume, record]() mutable { tell(record); });
+                        },
+                    .tellActiveSpeaker = [&engine = engine_,
+                                          tellActiveSpeaker] { engine.post(tellActiveSpeaker); }});
 }
 
 void PlayerSession::stopPlay() {
@@ -162,6 +185,7 @@ void PlayerSession::stopPlay() {
 void PlayerSession::onOver(const PlayOutcome& outcome) {
   // Destroyed later, since it is what called.
   engine_.post([ended = std::shared_ptr<Playback>(std::move(playback_))] {});
+  removeAudiblePlayer(meter_);
   closeView();
   remote_->clear();
   output_.reset();

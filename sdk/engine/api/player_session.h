@@ -22,6 +22,7 @@
 #include "play/sound_gain.h"
 #include "play/sound_output.h"
 #include "render/x11_view.h"
+#include "volume/sound_meter.h"
 
 namespace NimboEngine {
 
@@ -53,9 +54,6 @@ class PlayerSession {
 
   LumoRtc::LumoLivePlayMode mode() const { return mode_; }
 
-  // See SoundGain::takePeak.
-  int takeSoundPeak() { return gain_.takePeak(); }
-
  private:
   void begin(const PlayRequest& request);
   PlayOutlets::Handlers handlers();
@@ -68,6 +66,7 @@ class PlayerSession {
   void tellFirstDrawn();
   void onFirstDrawn(uint32_t playNumber);
   void openOutput();
+  void showLoudness();
 
   EngineThread& engine_;
   const std::shared_ptr<PlayerListeners> listeners_;
@@ -84,6 +83,7 @@ class PlayerSession {
   std::optional<PlayRequest> nextPlay_;
 
   SoundGain gain_;
+  const std::shared_ptr<SoundMeter> meter_;  // of the sound as it is heard
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
   std::atomic<uint64_t> shown_{0};
   std::atomic<bool> waitsForView_{false};

@@ -27,6 +27,13 @@ void PusherListeners::mixVerdict(bool success, const std::string& reason) {
   });
 }
 
+void PusherListeners::volumes(const std::vector<LumoLiveUserVolumeInfo>& records) {
+  infoSlot.call([&](LumoLivePushInfoListener& listener) {
+    listener.onAudioVolumeCallback(records.data(), static_cast<int>(records.size()),
+                                   records.front().sumVolume);
+  });
+}
+
 void PusherListeners::sdkError(LumoLiveErrorCode code, const std::string& message) {
   NIMBO_LOG_ERROR("SDK error {}: {}", static_cast<int>(code), message);
   errorSlot.call([&](LumoLivePushErrorListener& listener) {

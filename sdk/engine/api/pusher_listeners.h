@@ -10,6 +10,7 @@
 #include <gst/video/video.h>
 
 #include <string>
+#include <vector>
 
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
@@ -31,6 +32,8 @@ class PusherListeners {
   void info(InfoEvent event);
   void network(NetworkEvent event);
   void mixVerdict(bool success, const std::string& reason);
+  // At least one record.
+  void volumes(const std::vector<LumoRtc::LumoLiveUserVolumeInfo>& records);
   void sdkError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void systemError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
 

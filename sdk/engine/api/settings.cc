@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -54,7 +55,8 @@ const auto* entryOf(const Table& table, const std::string& key) {
 }
 
 std::string wrongType(const std::string& key, const json& value, const char* wanted) {
-  return fmt::format("\"{}\" is a {}, not {}", key, value.type_name(), wanted);
+  const char* article = value.is_null() ? "" : value.is_structured() ? "an " : "a ";
+  return fmt::format("\"{}\" is {}{}, not {}", key, article, value.type_name(), wanted);
 }
 
 // Reads one setting; an empty answer, or what is wrong.
@@ -65,6 +67,9 @@ std::string readValue(const std::string& key, const json& value, Settings& setti
   } else if (const NumberSetting* number = entryOf(kNumberSettings, key)) {
     if (!value.is_number()) return wrongType(key, value, "a number");
     const auto given = value.get<double>();
+    if (given != std::floor(given)) {
+      return fmt::format("\"{}\" is {}, not a whole number", key, value.dump());
+    }
     if (given < static_cast<double>(number->low) || given > static_cast<double>(number->high)) {
       return fmt::format("\"{}\" is {}, not {} to {}", key, value.dump(), number->low,
                          number->high);

@@ -9,9 +9,11 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 
 #include "base/never_destroyed.h"
 
@@ -21,6 +23,8 @@ namespace {
 constexpr char kFileName[] = "nimbo_sdk.log";
 constexpr std::size_t kFileCount = 4;  // the current file and three predecessors
 constexpr char kScriptTag[] = "Electron-JS";
+// So that even the smallest files, of a quarter of a MiB, hold a whole line.
+constexpr std::size_t kLongestText = 200'000;
 
 // Our six levels travel in the library's level field number by number; only their names differ.
 class LevelName : public spdlog::custom_flag_formatter {
@@ -69,6 +73,16 @@ std::string expand(const char* format, va_list arguments) {
   return text;
 }
 
+// Files that were written under a larger limit: the rotation would keep them.
+void removeTooLarge(const std::string& currentFile, std::size_t fileSize) {
+  for (std::size_t i = 0; i < kFileCount; ++i) {
+    const std::string file = spdlog::sinks::rotating_file_sink_st::calc_filename(currentFile, i);
+    std::error_code missing;
+    const auto size = std::filesystem::file_size(file, missing);
+    if (!missing && size > fileSize) std::filesystem::remove(file, missing);
+  }
+}
+
 const char* orEmpty(const char* text) {
   return text ? text : "";
 }
@@ -92,12 +106,13 @@ void setLogConsole(bool enabled) {
 bool setLogDirectory(const char* directory, int maxMiB) {
   if (!directory || !*directory || maxMiB < 1) return false;
   const std::size_t fileSize = static_cast<std::size_t>(maxMiB) * 1024 * 1024 / kFileCount;
+  const std::string name = std::string(directory) + '/' + kFileName;
   try {
-    std::shared_ptr<spdlog::sinks::sink> file =
-        std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-            std::string(directory) + '/' + kFileName, fileSize, kFileCount - 1);
-    setPattern(*file);
     std::lock_guard lock(theLog().mutex);
+    removeTooLarge(name, fileSize);
+    std::shared_ptr<spdlog::sinks::sink> file =
+        std::make_shared<spdlog::sinks::rotating_file_sink_st>(name, fileSize, kFileCount - 1);
+    setPattern(*file);
     theLog().file.swap(file);
     return true;
   } catch (const std::exception& error) {
@@ -114,7 +129,7 @@ void writeLog(int level, const char* tag, const LogSite& site, std::string_view 
   if (!isLogged(level)) return;
   const auto number = static_cast<spdlog::level::level_enum>(std::clamp<int>(level, 0, kLogError));
   const spdlog::details::log_msg message({site.file, site.line, site.function}, tag, number,
-                                         {text.data(), text.size()});
+                                         {text.data(), std::min(text.size(), kLongestText)});
   Log& log = theLog();
   std::lock_guard lock(log.mutex);
   for (const auto* sink : {&log.console, &log.file}) {

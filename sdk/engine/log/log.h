@@ -1,7 +1,7 @@
 // The engine's log: one text line each to a rotating file, to standard error, or to both.
 //
-// A line reads "time [level] [tag] [thread] file:line function text". Nothing is written before a
-// directory is set or the console is enabled.
+// A line reads "time [level] [tag] [thread] file:line function text"; a text is cut after 200,000
+// bytes. Nothing is written before a directory is set or the console is enabled.
 //
 // Thread: any, also while the process exits.
 // Ownership: all texts are copied.
@@ -37,7 +37,8 @@ void setLogLevel(int level);
 void setLogConsole(bool enabled);
 
 // Writes into `directory`, which is created when missing, from now on. The current file and its
-// predecessors together keep within `maxMiB` MiB. False when the directory cannot be written.
+// predecessors together keep within `maxMiB` MiB; such files of an earlier, larger limit that do not
+// fit are removed. False when the directory cannot be written; the one before then stays.
 bool setLogDirectory(const char* directory, int maxMiB);
 
 bool isLogged(int level);

@@ -1,6 +1,6 @@
-// The loudness of decoded sound: changes it, and measures it for whoever wants to show it.
+// Changes the loudness of decoded sound.
 //
-// Thread: apply() on one thread; the others from any.
+// Thread: apply() on one thread; set() on any.
 // Failure: none.
 
 #pragma once
@@ -19,12 +19,8 @@ class SoundGain {
   // Changes the samples; what would be too loud is cut.
   void apply(int16_t* samples, std::size_t count);
 
-  // The highest peak since the last call, 0 (silent) to 255 (full scale).
-  int takePeak();
-
  private:
   std::atomic<unsigned int> percent_{100};
-  std::atomic<int> peak_{0};
 };
 
 }  // namespace NimboEngine

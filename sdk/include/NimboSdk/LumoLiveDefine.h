@@ -196,7 +196,8 @@ struct LumoLivePlayerStatsInfo {
   int32_t lossRate = 0;       // percent
 };
 
-// One user's loudness. Volumes run from 0 (silent) to 255 (full scale).
+// One user's loudness. Volumes run from 0 (silent) to 255 (full scale); `sumVolume` is that of all
+// users together.
 struct LumoLiveUserVolumeInfo {
   LumoLiveUserVolumeEnum userType = kLumoLiveUserVolumeLocal;
   LumoLivePlayer* player = nullptr;

@@ -21,6 +21,7 @@ class LumoLivePlayInfoListener {
   virtual void onError(LumoLivePlayer* player, LumoLivePlayError code, const char* message) = 0;
   virtual void onNetworkQualityChange(LumoLivePlayer* player, LumoLiveNetworkQuality quality) = 0;
   virtual void onPlayerStatistics(LumoLivePlayer* player, LumoLivePlayerStatsInfo stats) = 0;
+  // The player's own record. Asked for with LumoLivePusher::enableAudioVolumeIndication.
   virtual void onAudioVolumeCallback(const LumoLiveUserVolumeInfo* volumes, int volumeInfoCount,
                                      int totalVolume) = 0;
   virtual void onActiveSpeaker(LumoLiveUserVolumeEnum userType, LumoLivePlayer* player) = 0;

@@ -37,7 +37,7 @@ class LumoLivePushInfoListener {
   virtual void onPushStarted(LumoLivePusher* pusher) = 0;
   virtual void onPushStopped(LumoLivePusher* pusher) = 0;
   virtual void onFirstFramePushed(LumoLivePusher* pusher) = 0;
-  // `volumes` points at `count` records, valid during the call.
+  // `volumes` points at `count` records, valid during the call; the first is the local user's.
   virtual void onAudioVolumeCallback(const LumoLiveUserVolumeInfo* volumes, int count,
                                      int totalVolume) = 0;
   virtual void onActiveSpeaker(LumoLivePusher* pusher) = 0;
@@ -151,8 +151,8 @@ class LumoLivePusher {
   virtual int setCurrentCameraName(const char* name) = 0;
   virtual int setCurrentCameraID(const char* id) = 0;
 
-  // `interval` in ms, 0 switches the reports off; `smooth` is a smoothing factor from 0 to 10;
-  // `reportVad` other than 0 reports voice activity too.
+  // `interval` in ms, 0 or less switches the reports off; `smooth` is a smoothing factor from 0
+  // (none) to 10; `reportVad` other than 0 reports voice activity too.
   virtual int enableAudioVolumeIndication(int32_t interval, int32_t smooth, int32_t reportVad) = 0;
   virtual int setTargetVideoBitrate(int32_t kbps) = 0;
   virtual int setMinVideoBitrate(int32_t kbps) = 0;

@@ -13,6 +13,7 @@ const EVENTS = [
   ...['onSendDataTimeout', 'onPushURLAuthenticationOverdue', 'onSendMessage'],
   ...['onPlayStarted', 'onPlayStopped', 'onFirstRemoteVideoFrameDrawn', 'onPlayError'],
   ...['onNetworkQualityChange', 'onPlayerStatistics', 'onSetLiveMixTranscodingConfig'],
+  ...['onAudioVolumeCallback', 'onActiveSpeaker'],
 ];
 
 const TEST_SOURCES = { camera: 'test', microphone: 'test' };

@@ -77,6 +77,17 @@ TEST_F(LogTest, LinesBelowTheLevelAreDropped) {
   EXPECT_NE(written().find("kept"), std::string::npos);
 }
 
+TEST_F(LogTest, ALevelBeyondTheScaleTakesAllOrNothing) {
+  using LumoRtc::LumoLiveBase;
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  LumoLiveBase::SetLogLevel(static_cast<LumoRtc::LumoLivePushLogLevel>(6));
+  NimboEngineOutputLog("f", "g", 1, "t", 5, "nothing");
+  LumoLiveBase::SetLogLevel(static_cast<LumoRtc::LumoLivePushLogLevel>(-1));
+  NimboEngineOutputLog("f", "g", 1, "t", 0, "everything");
+  EXPECT_EQ(written().find("nothing"), std::string::npos);
+  EXPECT_NE(written().find("everything"), std::string::npos);
+}
+
 TEST_F(LogTest, OddLevelsAreWrittenAsTheNearest) {
   ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
   NimboEngineOutputLog("f", "g", 1, "t", 100, "high");
@@ -114,6 +125,35 @@ TEST_F(LogTest, FilesRotateWithinTheLimit) {
   EXPECT_EQ(files, 4);
   EXPECT_LE(total, 1024u * 1024u);
   EXPECT_GE(total, 700u * 1024u) << "old lines are kept as long as they fit";
+}
+
+TEST_F(LogTest, FilesOfALargerLimitAreRemoved) {
+  const auto make = [this](const char* name, std::uintmax_t size) {
+    const std::ofstream created(folder / name);
+    fs::resize_file(folder / name, size);
+  };
+  make("nimbo_sdk.log", 300'000);
+  make("nimbo_sdk.1.log", 262'144);
+  make("nimbo_sdk.2.log", 262'145);
+  make("nimbo_sdk.3.log", 5'000'000);
+  make("somebody_elses.log", 5'000'000);
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  NIMBO_LOG_ERROR("a line");
+  EXPECT_LT(fs::file_size(folder / "nimbo_sdk.log"), 1000u);
+  EXPECT_TRUE(fs::exists(folder / "nimbo_sdk.1.log")) << "it fits";
+  EXPECT_FALSE(fs::exists(folder / "nimbo_sdk.2.log"));
+  EXPECT_FALSE(fs::exists(folder / "nimbo_sdk.3.log"));
+  EXPECT_TRUE(fs::exists(folder / "somebody_elses.log"));
+}
+
+TEST_F(LogTest, NoTextIsTooLongForTheLimit) {
+  ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
+  const std::string text(2'000'000, 'z');
+  for (int i = 0; i < 10; ++i) NimboEngineOutputLog("f", "g", 1, "Electron-JS", 5, text.c_str());
+  std::uintmax_t total = 0;
+  for (const auto& entry : fs::directory_iterator(folder)) total += entry.file_size();
+  EXPECT_LE(total, 1024u * 1024u);
+  EXPECT_NE(written().find(std::string(200'000, 'z') + '\n'), std::string::npos);
 }
 
 TEST_F(LogTest, DirectoryIsCreatedAndBadOnesAreRefused) {

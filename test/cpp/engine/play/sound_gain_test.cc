@@ -24,19 +24,5 @@ TEST(SoundGain, ScalesAndCuts) {
   EXPECT_EQ(at(400, samples), (Samples{0, 4000, -4000, 32767, -32768, 32767, -32768}));
 }
 
-TEST(SoundGain, TellsTheHighestPeakOnce) {
-  SoundGain gain;
-  EXPECT_EQ(gain.takePeak(), 0);
-  Samples loud{0, -16384};
-  Samples quiet{100, 100};
-  gain.apply(loud.data(), loud.size());
-  gain.apply(quiet.data(), quiet.size());
-  EXPECT_EQ(gain.takePeak(), 127);
-  EXPECT_EQ(gain.takePeak(), 0);
-  Samples full{-32768};
-  gain.apply(full.data(), full.size());
-  EXPECT_EQ(gain.takePeak(), 255);
-}
-
 }  // namespace
 }  // namespace NimboEngine

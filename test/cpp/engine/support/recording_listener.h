@@ -5,6 +5,8 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
+#include <span>
 #include <string>
 
 #include "NimboSdk/LumoLivePusher.h"
@@ -44,7 +46,9 @@ class RecordingListener final : public LumoRtc::LumoLivePushErrorListener,
   void onPushStarted(Pusher*) override { events.add("push started"); }
   void onPushStopped(Pusher*) override { events.add("push stopped"); }
   void onFirstFramePushed(Pusher*) override { events.add("first frame pushed"); }
-  void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo*, int, int) override {
+  void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int count,
+                             int total) override {
+    if (hear) hear({volumes, static_cast<std::size_t>(count)}, total);
     events.add("volume");
   }
   void onActiveSpeaker(Pusher*) override { events.add("active speaker"); }
@@ -77,6 +81,8 @@ class RecordingListener final : public LumoRtc::LumoLivePushErrorListener,
   std::atomic<int> frames{0};
   // Sees, and may change, each captured frame. To be set before the listener is attached.
   bool (*edit)(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&) = nullptr;
+  // Hears each volume report. To be set before the listener is attached.
+  std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> hear;
 };
 
 }  // namespace NimboEngine::test

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <span>
 #include <string>
 
 #include "NimboSdk/LumoLivePlayer.h"
@@ -45,7 +46,9 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
     }
     events.add("statistics");
   }
-  void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo*, int, int) override {
+  void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int count,
+                             int total) override {
+    if (hear) hear({volumes, static_cast<std::size_t>(count)}, total);
     events.add("volume");
   }
   void onActiveSpeaker(LumoRtc::LumoLiveUserVolumeEnum, Player*) override {
@@ -81,6 +84,8 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
   std::atomic<int> frames{0};
   // Sees, and may change, each frame. To be set before the listener is attached.
   std::function<bool(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&)> look;
+  // Hears each volume report. To be set before the listener is attached.
+  std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> hear;
 
  private:
   mutable std::mutex mutex_;

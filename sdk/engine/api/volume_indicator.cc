@@ -1,0 +1,89 @@
+#include "api/volume_indicator.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+VolumeIndicator::VolumeIndicator(EngineThread& engine, PusherListeners& listeners)
+    : engine_(engine), listeners_(listeners) {}
+
+VolumeIndicator::~VolumeIndicator() {
+  stop();
+}
+
+void VolumeIndicator::start(const VolumeSettings& settings) {
+  stop();
+  const auto players = audiblePlayers();
+  listenForVoice(settings.voice, players);
+  takeReadings(players);  // what was before does not count
+  running_.emplace(settings);
+  schedule();
+}
+
+void VolumeIndicator::stop() {
+  if (!running_) return;
+  engine_.cancel(running_->timer);
+  running_.reset();
+  listenForVoice(false, audiblePlayers());
+}
+
+void VolumeIndicator::setMuted(bool muted) {
+  muted_ = muted;
+  local_.take();
+}
+
+// On the tick thread.
+void VolumeIndicator::onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime) {
+  GstMapInfo map;
+  if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) return;
+  local_.measure(reinterpret_cast<const int16_t*>(map.data), map.size / sizeof(int16_t), format);
+  gst_buffer_unmap(buffer, &map);
+}
+
+void VolumeIndicator::schedule() {
+  running_->timer =
+      engine_.postAfter(running_->due - Clock::now(), lifeline_.bind([this] { tick(); }));
+}
+
+void VolumeIndicator::tick() {
+  const auto players = audiblePlayers();
+  listenForVoice(running_->settings.voice, players);  // some have just begun
+  report(players);
+  const auto interval = running_->settings.interval;
+  running_->due += interval * ((Clock::now() - running_->due) / interval + 1);
+  schedule();
+}
+
+void VolumeIndicator::report(const std::vector<AudiblePlayer>& players) {
+  const std::vector<UserSound> users = takeReadings(players);
+  const std::vector<LumoLiveUserVolumeInfo> records = running_->records.make(users);
+  listeners_.volumes(records);
+  for (std::size_t i = 0; i < players.size(); ++i) players[i].tellVolume(records[i + 1]);
+  if (const auto speaker = running_->speaker.update(Clock::now(), users)) {
+    tellActiveSpeaker(*speaker, players);
+  }
+}
+
+std::vector<UserSound> VolumeIndicator::takeReadings(const std::vector<AudiblePlayer>& players) {
+  const SoundReading local = local_.take();
+  std::vector<UserSound> users{{.player = nullptr, .reading = muted_ ? SoundReading{} : local}};
+  for (const AudiblePlayer& player : players) {
+    users.push_back({.player = player.player, .reading = player.meter->take()});
+  }
+  return users;
+}
+
+void VolumeIndicator::tellActiveSpeaker(LumoLivePlayer* speaker,
+                                        const std::vector<AudiblePlayer>& players) {
+  if (!speaker) return listeners_.info(&LumoLivePushInfoListener::onActiveSpeaker);
+  for (const AudiblePlayer& player : players) {
+    if (player.player == speaker) player.tellActiveSpeaker();
+  }
+}
+
+void VolumeIndicator::listenForVoice(bool on, const std::vector<AudiblePlayer>& players) {
+  local_.listenForVoice(on);
+  for (const AudiblePlayer& player : players) player.meter->listenForVoice(on);
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,87 @@
+// The volume reports: reads the meters of the local sound and of all players at equal intervals,
+// and raises the events that tell of it, the active speaker's among them.
+//
+// Reports stand on a grid in time; one that is more than an interval late is left out. They come
+// whether or not something is captured or played: without it there is only the local record, 0.
+//
+// Thread: everything on the engine thread, but for onAudioChunk.
+// Ownership: engine thread and listeners are given and outlive it. It must outlive the capture
+//   whose consumer it is.
+// Failure: none.
+
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "api/audible_players.h"
+#include "api/pusher_listeners.h"
+#include "base/engine_thread.h"
+#include "base/lifeline.h"
+#include "capture/frame_consumer.h"
+#include "volume/sound_meter.h"
+#include "volume/speaker_choice.h"
+#include "volume/volume_records.h"
+
+namespace NimboEngine {
+
+struct VolumeSettings {
+  std::chrono::milliseconds interval{};
+  int smooth = 0;  // see VolumeRecords
+  bool voice = false;
+};
+
+class VolumeIndicator final : public FrameConsumer {
+ public:
+  VolumeIndicator(EngineThread& engine, PusherListeners& listeners);
+  ~VolumeIndicator();
+  VolumeIndicator(const VolumeIndicator&) = delete;
+  VolumeIndicator& operator=(const VolumeIndicator&) = delete;
+
+  // The first report comes an interval from now.
+  void start(const VolumeSettings& settings);
+  void stop();
+
+  // While it is muted, the local user reads 0 and does not speak.
+  void setMuted(bool muted);
+
+  void onVideoFrame(GstBuffer*, const GstVideoInfo&, GstClockTime) override {}
+  void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
+
+ private:
+  using Clock = EngineThread::Clock;
+
+  // What is needed while reports are wanted.
+  struct Running {
+    explicit Running(const VolumeSettings& wanted)
+        : settings(wanted),
+          records(wanted.smooth),
+          speaker(wanted.voice),
+          due(Clock::now() + wanted.interval) {}
+
+    VolumeSettings settings;
+    VolumeRecords records;
+    SpeakerChoice speaker;
+    Clock::time_point due;
+    EngineThread::TaskId timer = 0;
+  };
+
+  void schedule();
+  void tick();
+  void report(const std::vector<AudiblePlayer>& players);
+  std::vector<UserSound> takeReadings(const std::vector<AudiblePlayer>& players);
+  void tellActiveSpeaker(LumoRtc::LumoLivePlayer* speaker,
+                         const std::vector<AudiblePlayer>& players);
+  void listenForVoice(bool on, const std::vector<AudiblePlayer>& players);
+
+  EngineThread& engine_;
+  PusherListeners& listeners_;
+  SoundMeter local_;
+  bool muted_ = false;
+  std::optional<Running> running_;
+  Lifeline lifeline_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,28 @@
+#include "volume/sound_meter.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+namespace NimboEngine {
+
+void SoundMeter::measure(const int16_t* samples, std::size_t count, const AudioFormat& format) {
+  int peak = 0;
+  for (std::size_t i = 0; i < count; ++i) peak = std::max(peak, std::abs(int{samples[i]}));
+  int before = peak_;
+  while (before < peak && !peak_.compare_exchange_weak(before, peak)) {
+  }
+  if (!listens_) return detector_.reset();
+  if (!detector_ || detector_->format() != format) {
+    detector_ = std::make_unique<VoiceDetector>(format);
+  }
+  if (detector_->hear(samples, count)) voice_ = true;
+}
+
+SoundReading SoundMeter::take() {
+  constexpr int kFullScale = std::numeric_limits<int16_t>::max();
+  const int peak = std::min(peak_.exchange(0), kFullScale);
+  return {static_cast<double>(peak) / kFullScale, voice_.exchange(false)};
+}
+
+}  // namespace NimboEngine
