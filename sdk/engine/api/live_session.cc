@@ -244,7 +244,7 @@ void LiveSession::beginPush(const PushRequest& request) {
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
           .onNews = [this](NetworkNews news) { onNetworkNews(news); }});
   publisher_->start(request.url);
-  mixer_ = std::make_unique<LiveMixer>(*publisher_, encoder.video);
+  mixer_ = std::make_unique<LiveMixer>(*publisher_, wantedEncoder().video);
   mixer_->setLayout(mix_);
   capture_->addConsumer(mixer_.get());
 }
