@@ -98,6 +98,26 @@ TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
   EXPECT_TRUE(failures_.waitFor("it gives nothing"));
 }
 
+TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
+  struct Dumb : FakeSource {
+    explicit Dumb(EventLog& log)
+        : FakeSource("videotestsrc is-live=true ! fakesink async=false"), builds(log) {}
+    std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override {
+      builds.add("build");
+      return FakeSource::build(std::move(handler), problem);
+    }
+    int64_t progress() const override { return 0; }
+    EventLog& builds;
+  };
+  EventLog builds;
+  const SourceRunner runner(
+      "x", [&builds](std::string&) { return std::make_unique<Dumb>(builds); }, collect());
+  EXPECT_TRUE(builds.waitFor("build", 2));
+  EXPECT_TRUE(failures_.all().empty());
+  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+  EXPECT_EQ(builds.count("build"), 2);
+}
+
 // Tells when it has ended.
 struct Mortal : FakeSource {
   explicit Mortal(EventLog& log)
