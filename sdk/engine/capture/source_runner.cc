@@ -19,6 +19,10 @@ using Kind = PipelineMessage::Kind;
 // A source that gives nothing for so long counts as gone. Some cameras take seconds to begin.
 constexpr std::chrono::seconds kSilence{5};
 
+// One that has given nothing at all for so long is started anew, once: a camera that PipeWire hands
+// over from one user to the next sometimes stays dumb.
+constexpr std::chrono::seconds kBeginning{2};
+
 // Media that end at once must not be repeated without a pause.
 constexpr std::chrono::milliseconds kShortestRound{100};
 
@@ -47,6 +51,8 @@ struct SourceRunner::State : std::enable_shared_from_this<State> {
   std::condition_variable changed;
   std::deque<PipelineMessage> messages;
   bool stopping = false;
+  bool mayStartAnew = true;  // on the runner's thread, as the next
+  bool startAnew = false;
   Predecessor predecessor;
 
   void run();
@@ -80,9 +86,14 @@ std::string SourceRunner::State::work() {
     self->messages.push_back(message);
     self->changed.notify_all();
   };
-  const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, problem);
-  if (!pipeline) return problem;
-  return follow(*source, *pipeline);
+  for (;;) {
+    const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, problem);
+    if (!pipeline) return problem;
+    problem = follow(*source, *pipeline);
+    if (!problem.empty() || !startAnew) return problem;
+    startAnew = false;
+    mayStartAnew = false;
+  }
 }
 
 std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
@@ -92,7 +103,7 @@ std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
   while (running) {
     bool silent = false;
     const auto message = next(source, silent);
-    if (silent) return "it gives nothing";
+    if (silent && !startAnew) return "it gives nothing";
     if (!message) return {};
     if (message->kind == Kind::kError) return message->text;
     if (!waitUntil(roundBegan + kShortestRound)) return {};
@@ -138,10 +149,12 @@ std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, b
   const auto woken = [this] { return stopping || !messages.empty(); };
   for (;;) {
     const int64_t before = source.progress();
+    const bool isBeginning = mayStartAnew && before == 0;
     if (before < 0) {
       changed.wait(lock, woken);
-    } else if (!changed.wait_for(lock, kSilence, woken)) {
+    } else if (!changed.wait_for(lock, isBeginning ? kBeginning : kSilence, woken)) {
       silent = source.progress() == before;
+      startAnew = silent && isBeginning;
       if (silent) return std::nullopt;
       continue;
     }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 #include <memory>
 #include <utility>
@@ -97,6 +98,26 @@ TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
   EXPECT_TRUE(failures_.waitFor("it gives nothing"));
 }
 
+TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
+  struct Dumb : FakeSource {
+    explicit Dumb(EventLog& log)
+        : FakeSource("videotestsrc is-live=true ! fakesink async=false"), builds(log) {}
+    std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override {
+      builds.add("build");
+      return FakeSource::build(std::move(handler), problem);
+    }
+    int64_t progress() const override { return 0; }
+    EventLog& builds;
+  };
+  EventLog builds;
+  const SourceRunner runner(
+      "x", [&builds](std::string&) { return std::make_unique<Dumb>(builds); }, collect());
+  EXPECT_TRUE(builds.waitFor("build", 2));
+  EXPECT_TRUE(failures_.all().empty());
+  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+  EXPECT_EQ(builds.count("build"), 2);
+}
+
 // Tells when it has ended.
 struct Mortal : FakeSource {
   explicit Mortal(EventLog& log)
@@ -105,21 +126,27 @@ struct Mortal : FakeSource {
   EventLog& ends;
 };
 
+// The predecessor of a source whose beginning is told by `begun`.
+SourceRunner::Predecessor mortal(EventLog& ends, std::function<bool()> begun) {
+  SourceRunner::Predecessor predecessor;
+  predecessor.runner = std::make_unique<SourceRunner>(
+      "mortal", [&ends](std::string&) { return std::make_unique<Mortal>(ends); }, nullptr);
+  predecessor.begun = std::move(begun);
+  return predecessor;
+}
+
+std::unique_ptr<Source> makeQuiet(std::string&) {
+  return std::make_unique<FakeSource>("videotestsrc is-live=true ! fakesink async=false");
+}
+
 TEST_F(SourceRunnerTest, APredecessorRunsUntilItsSuccessorHasBegun) {
   EventLog ends;
-  std::atomic<bool> begun{false};
   EventLog looks;
-  auto first = std::make_unique<SourceRunner>(
-      "first", [&ends](std::string&) { return std::make_unique<Mortal>(ends); }, collect());
-  const SourceRunner second(
-      "second",
-      [](std::string&) {
-        return std::make_unique<FakeSource>("videotestsrc is-live=true ! fakesink async=false");
-      },
-      collect(), {std::move(first), [&] {
-                    looks.add("look");
-                    return begun.load();
-                  }});
+  std::atomic<bool> begun{false};
+  const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&] {
+                                 looks.add("look");
+                                 return begun.load();
+                               }));
   ASSERT_TRUE(looks.waitFor("look", 5));
   EXPECT_TRUE(ends.all().empty());
   begun = true;
@@ -127,24 +154,29 @@ TEST_F(SourceRunnerTest, APredecessorRunsUntilItsSuccessorHasBegun) {
   EXPECT_TRUE(failures_.all().empty());
 }
 
-TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatNeverBegins) {
+TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatFails) {
   EventLog ends;
-  const auto runner = [&](SourceRunner::Predecessor predecessor, const char* description) {
-    return std::make_unique<SourceRunner>(
-        description,
-        [&ends, description](std::string&) -> std::unique_ptr<Source> {
-          if (*description) return std::make_unique<FakeSource>(description);
-          return std::make_unique<Mortal>(ends);
-        },
-        collect(), std::move(predecessor));
-  };
-  constexpr char kFails[] = "videotestsrc ! identity error-after=1 ! fakesink";
-  const auto failing = runner({runner({}, ""), [] { return false; }}, kFails);
+  const SourceRunner successor(
+      "x",
+      [](std::string&) {
+        return std::make_unique<FakeSource>("videotestsrc ! identity error-after=1 ! fakesink");
+      },
+      collect(), mortal(ends, [] { return false; }));
   EXPECT_TRUE(ends.waitFor("end"));
   EXPECT_TRUE(failures_.waitFor("Failed after iterations as requested."));
-  constexpr char kSilent[] = "videotestsrc is-live=true ! fakesink async=false";
-  runner({runner({}, ""), [] { return false; }}, kSilent).reset();
-  EXPECT_TRUE(ends.waitFor("end", 2)) << "stopped before it had begun";
+}
+
+TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatIsStoppedBeforeItBegan) {
+  EventLog ends;
+  EventLog looks;
+  {
+    const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&looks] {
+                                   looks.add("look");
+                                   return false;
+                                 }));
+    ASSERT_TRUE(looks.waitFor("look"));
+  }
+  EXPECT_TRUE(ends.waitFor("end"));
 }
 
 TEST_F(SourceRunnerTest, AHangingSourceIsLeftAndNeverHeardOfAgain) {
