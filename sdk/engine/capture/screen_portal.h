@@ -10,8 +10,8 @@
 // Thread: one thread; `cancelled` may be cancelled on any, and ends every wait at once.
 // Ownership: a bus connection of its own. The portal ends what was asked for, chooser and session,
 //   when that closes, as it does with the object.
-// Failure: an answer and the reason; a portal that does not answer within 5 s, or a user within three
-//   minutes, is a failure too.
+// Failure: an answer and the reason; a portal that does not answer within 5 s, or a user within
+//   three minutes, is a failure too.
 
 #pragma once
 

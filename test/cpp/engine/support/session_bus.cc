@@ -15,6 +15,8 @@ std::filesystem::path makeFolder() {
 
 }  // namespace
 
+// Set before what is tested begins, and back when it has ended.
+// NOLINTBEGIN(concurrency-mt-unsafe)
 Environment::Environment(const std::string& name, const char* value) : name_(name) {
   if (const char* before = getenv(name.c_str())) {
     before_ = before;
@@ -34,6 +36,7 @@ Environment::~Environment() {
     unsetenv(name_.c_str());
   }
 }
+// NOLINTEND(concurrency-mt-unsafe)
 
 SessionBus::SessionBus()
     : folder_(makeFolder()),
