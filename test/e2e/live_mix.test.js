@@ -167,16 +167,19 @@ describe('a live mix', GUARD, () => {
   });
 
   it('crops, fits and stretches', async () => {
-    const upright = (cropMode) =>
-      mix({ cropMode, backgroundColor: BACKGROUND, mixStreams: [place('', 0, 0, 160, 360)] });
-    // 160x360 of a picture of 640x360: its middle quarter, its whole between bars, its whole.
-    const [CYAN, GREEN, MAGENTA] = [[0, 254, 254], LIME, [254, 0, 254]]; // the bars in the middle
-    await upright(1);
-    await witness.shows([0, 120, CYAN], [80, 120, GREEN], [140, 120, MAGENTA], [160, 120, GREY]);
-    await upright(0);
-    await witness.shows([0, 0, GREY], [0, 120, GREY], [20, 160, YELLOW], [20, 240, GREY]);
-    await upright(2);
-    await witness.shows([20, 120, YELLOW], [160, 120, GREY]);
+    const [CYAN, MAGENTA] = [
+      [0, 254, 254],
+      [254, 0, 254],
+    ];
+    const half = (cropMode) =>
+      mix({ cropMode, backgroundColor: BACKGROUND, mixStreams: [place('', 0, 0, 320, 360)] });
+    // Of a picture of 640x360 its middle half, all of it between bars, all of it.
+    await half(1);
+    await witness.shows([60, 120, CYAN], [140, 120, LIME], [260, 120, MAGENTA], [320, 120, GREY]);
+    await half(0);
+    await witness.shows([60, 60, GREY], [60, 100, YELLOW], [60, 280, GREY], [320, 120, GREY]);
+    await half(2);
+    await witness.shows([60, 20, YELLOW], [60, 200, YELLOW], [320, 120, GREY]);
   });
 
   it('shows the background where a player has stopped, and the player again', async () => {

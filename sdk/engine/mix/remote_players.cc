@@ -34,11 +34,13 @@ class Registry {
     std::erase_if(entries_, [=](const Entry& entry) { return entry.stream.get() == stream; });
   }
 
+  // Its player is the one that began last: it goes to the front.
   void setUrl(const RemoteStream* stream, const std::string& url) {
     std::lock_guard lock(mutex_);
-    for (Entry& entry : entries_) {
-      if (entry.stream.get() == stream) entry.url = url;
-    }
+    const auto entry = std::find_if(entries_.begin(), entries_.end(),
+                                    [=](const Entry& each) { return each.stream.get() == stream; });
+    entry->url = url;
+    std::rotate(entries_.begin(), entry, entry + 1);
   }
 
   std::shared_ptr<RemoteStream> find(std::string Entry::*key, const std::string& value) const {

@@ -34,7 +34,8 @@ class RemotePlayer {
 };
 
 // Who is meant by a user ID now. A player's ID means that player for ever, also when a later player
-// is given the same address; a URL means whoever plays it at any time.
+// is given the same address; a URL means whoever plays it at any time, of several players the one
+// that began last.
 std::optional<MixUser> findMixUser(const std::string& userId);
 
 // What `user`, who is not the local one, plays. Null when nobody plays the URL.

@@ -43,6 +43,19 @@ TEST(RemotePlayers, AreFoundByIdAndByUrl) {
   EXPECT_TRUE(findMixUser("")->isLocal()) << "a player without a URL is not the local user";
 }
 
+TEST(RemotePlayers, OfSeveralThatPlayAUrlTheLastToBeginIsMeant) {
+  int addresses[2] = {};
+  RemotePlayer first(&addresses[0]);
+  RemotePlayer second(&addresses[1]);
+  second.setUrl(kUrl);
+  first.setUrl(kUrl);
+  EXPECT_EQ(streamOf(*findMixUser(kUrl)), first.stream());
+  second.setUrl(kUrl);
+  EXPECT_EQ(streamOf(*findMixUser(kUrl)), second.stream());
+  second.setUrl("");
+  EXPECT_EQ(streamOf(*findMixUser(kUrl)), first.stream());
+}
+
 TEST(RemotePlayers, AnIdMeansOnePlayerForEver) {
   int player = 0;
   auto gone = std::make_unique<RemotePlayer>(&player);
