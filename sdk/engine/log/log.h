@@ -37,8 +37,8 @@ void setLogLevel(int level);
 void setLogConsole(bool enabled);
 
 // Writes into `directory`, which is created when missing, from now on. The current file and its
-// predecessors together keep within `maxMiB` MiB; such files of an earlier, larger limit that do not
-// fit are removed. False when the directory cannot be written; the one before then stays.
+// predecessors together keep within `maxMiB` MiB; such files of an earlier, larger limit that do
+// not fit are removed. False when the directory cannot be written; the one before then stays.
 bool setLogDirectory(const char* directory, int maxMiB);
 
 bool isLogged(int level);

@@ -72,23 +72,21 @@ constexpr NumberKey kNumberKeys[] = {
 };
 
 TEST(Settings, EachNumberHasItsRange) {
-  for (const auto& [before, name, after, low, high] : kNumberKeys) {
-    const auto with = [&](const std::string& value) { return before + value + after; };
+  for (const NumberKey& key : kNumberKeys) {
+    const auto with = [&](const std::string& value) { return key.before + value + key.after; };
     std::string problem;
-    for (const int64_t value : {low, high}) {
+    for (const int64_t value : {key.low, key.high}) {
       EXPECT_TRUE(parseSettings(with(std::to_string(value)).c_str(), problem)) << problem;
     }
-    for (const std::string& value : {std::to_string(low - 1), std::to_string(high + 1),
+    const std::string begin = fmt::format("\"{}\" is ", key.name);
+    for (const std::string& value : {std::to_string(key.low - 1), std::to_string(key.high + 1),
                                      std::string("1e+30"), std::string("18446744073709551615")}) {
-      EXPECT_TRUE(problemWith(with(value).c_str()).starts_with(fmt::format("\"{}\" is ", name)));
-      EXPECT_TRUE(
-          problemWith(with(value).c_str()).ends_with(fmt::format(", not {} to {}", low, high)));
+      EXPECT_EQ(problemWith(with(value).c_str()),
+                fmt::format("{}{}, not {} to {}", begin, value, key.low, key.high));
     }
-    EXPECT_EQ(problemWith(with("600.5").c_str()),
-              fmt::format("\"{}\" is 600.5, not a whole number", name));
-    EXPECT_EQ(problemWith(with("\"600\"").c_str()),
-              fmt::format("\"{}\" is a string, not a number", name));
-    EXPECT_EQ(problemWith(with("null").c_str()), fmt::format("\"{}\" is null, not a number", name));
+    EXPECT_EQ(problemWith(with("600.5").c_str()), begin + "600.5, not a whole number");
+    EXPECT_EQ(problemWith(with("\"600\"").c_str()), begin + "a string, not a number");
+    EXPECT_EQ(problemWith(with("null").c_str()), begin + "null, not a number");
   }
 }
 

@@ -1,0 +1,95 @@
+'use strict';
+
+// Runs the end-to-end tests and lists each operation and callback of the SDK's interface with what
+// docs/sdk.md says of it and the outcome of the tests that are to show it. Fails when the document
+// leaves one out, or names a test that does not exist or did not pass.
+//
+// Usage: node tools/test-e2e.js
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { interfaceNames } = require('./lib/interface_names');
+const { runNodeTests } = require('./lib/node_tests');
+const { buildFolder, root, sourceFiles } = require('./lib/project');
+const { count, runStages } = require('./lib/tally');
+
+const folder = buildFolder('release');
+const files = sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/e2e');
+
+/** @returns {Map<string, string>} "file: test" -> outcome of the run before */
+function readOutcomes() {
+  const outcomes = new Map();
+  for (const file of files.map((name) => path.basename(name))) {
+    const text = fs.readFileSync(path.join(folder, 'test-results', `${file}.jsonl`), 'utf8');
+    for (const line of text.split('\n').filter(Boolean)) {
+      const { name, outcome } = JSON.parse(line);
+      outcomes.set(`${file.replace('.test.js', '')}: ${name}`, outcome);
+    }
+  }
+  return outcomes;
+}
+
+/**
+ * The tables of a chapter of docs/sdk.md, whose sections are named after the interface's classes.
+ *
+ * @param {string} chapter its heading
+ * @returns {{name: string, meaning: string, tests: string[]}[]} `name` is "Class::function"
+ */
+function rowsOf(chapter) {
+  const document = fs.readFileSync(path.join(root, 'docs/sdk.md'), 'utf8');
+  const [, text = ''] = document.split(`\n## ${chapter}\n`);
+  const rows = [];
+  let section = '';
+  for (const line of text.split('\n## ')[0].split('\n')) {
+    section = line.match(/^### `(\w+)`/)?.[1] ?? section;
+    const cells = line.split('|').slice(1, -1);
+    const name = cells[0]?.match(/^ `(\w+)` $/)?.[1];
+    if (!name) continue;
+    const tests = cells[2].split(';').map((test) => test.trim());
+    rows.push({ name: `${section}::${name}`, meaning: cells[1].trim(), tests });
+  }
+  return rows;
+}
+
+function list(tally, chapter, names, outcomes) {
+  const rows = new Map(rowsOf(chapter).map((row) => [row.name, row]));
+  console.log(`\n${chapter}`);
+  for (const name of names) {
+    const row = rows.get(name);
+    if (!row) {
+      count(tally, false, `${name}: not in docs/sdk.md, "${chapter}"`);
+      continue;
+    }
+    console.log(`\n  ${name}\n    ${row.meaning}`);
+    for (const test of row.tests) {
+      const outcome = outcomes.get(test) ?? 'no such test';
+      console.log(`    ${outcome}: ${test}`);
+      count(tally, outcome === 'pass', `${name}: ${test}: ${outcome}`);
+    }
+    rows.delete(name);
+  }
+  for (const name of rows.keys()) count(tally, false, `${name}: not in the interface`);
+}
+
+function report(tally) {
+  const outcomes = readOutcomes();
+  const { operations, callbacks } = interfaceNames();
+  list(tally, 'Every operation', operations, outcomes);
+  list(tally, 'Every callback', callbacks, outcomes);
+}
+
+runStages([
+  {
+    name: 'end-to-end tests',
+    run: (tally) => runNodeTests(tally, files, { buildFolder: folder }),
+  },
+  { name: 'operations and callbacks', run: async (tally) => report(tally) },
+]).then(
+  (ok) => {
+    process.exitCode = ok ? 0 : 1;
+  },
+  (error) => {
+    console.error(error.message);
+    process.exitCode = 2;
+  },
+);
