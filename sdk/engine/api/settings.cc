@@ -108,7 +108,7 @@ std::optional<Settings> parseSettings(const char* text, std::string& problem) {
   json object;
   try {
     object = json::parse(text);
-  } catch (const json::parse_error& error) {
+  } catch (const json::exception& error) {  // bad syntax, or a number that is no double
     problem = error.what();
     return std::nullopt;
   }

@@ -124,6 +124,7 @@ TEST(Settings, BadJsonIsRefusedWithItsPlace) {
   EXPECT_NE(problemWith("{\"camera\": ").find("column"), std::string::npos);
   EXPECT_NE(problemWith("nonsense").find("column"), std::string::npos);
   EXPECT_NE(problemWith("{\"camera\": \"\xff\"}").find("column"), std::string::npos);
+  EXPECT_NE(problemWith("{\"sendTimeoutMs\": 1e999}").find("1e999"), std::string::npos);
   EXPECT_EQ(problemWith("[]"), "the text is a JSON array, not an object");
   EXPECT_EQ(problemWith("\"camera\""), "the text is a JSON string, not an object");
 }
