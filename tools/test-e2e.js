@@ -45,7 +45,7 @@ function rowsOf(chapter) {
     const cells = line.split('|').slice(1, -1);
     const name = cells[0]?.match(/^ `(\w+)` $/)?.[1];
     if (!name) continue;
-    const tests = cells[2].split(';').map((test) => test.trim());
+    const tests = cells[2].split('<br>').map((test) => test.trim());
     rows.push({ name: `${section}::${name}`, meaning: cells[1].trim(), tests });
   }
   return rows;

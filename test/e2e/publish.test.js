@@ -5,6 +5,7 @@ const { after, afterEach, before, describe, it } = require('node:test');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { pictureColours, probeStream } = require('../../tools/rtmp/witness');
 const { CONFIG, openLivePush, pixel } = require('./support/live_push');
+const { watchStream } = require('./support/stream_witness');
 
 const GUARD = { timeout: 60_000 };
 
@@ -77,6 +78,20 @@ describe('publishing a stream', GUARD, () => {
     for (const [bar, value] of bars.entries()) {
       assert.ok(Math.abs(luma[bar] - value) < 8, `bar ${bar}: ${luma[bar]}, not ${value}`);
     }
+  });
+
+  it('setMute publishes silence and comes back', async () => {
+    live = openLivePush();
+    const accepted = live.next('onPushStarted');
+    assert.equal(live.push.startPushAsync(server.url('mute')), 0);
+    await accepted;
+    const witness = watchStream(server.url('mute'), { x: 0.07, y: 0.4 });
+    await witness.hears(440);
+    assert.equal(live.push.setMute({ mute: true, mode: 0 }), 0);
+    await witness.hears(0);
+    assert.equal(live.push.setMute({ mute: false, mode: 0 }), 0);
+    await witness.hears(440);
+    await witness.stop();
   });
 
   it('muteLocalCamera publishes black and comes back', async () => {
