@@ -6,7 +6,7 @@ const { run } = require('./run');
 const { count } = require('./tally');
 
 /**
- * Runs the C++ tests of a build folder and counts every one.
+ * Runs the C++ tests of a build folder, two at a time, and counts every one.
  *
  * @param {import('./tally').Tally} tally
  * @param {string} buildFolder absolute
@@ -18,7 +18,7 @@ async function runCtest(tally, buildFolder, { env, pattern } = {}) {
   const results = path.join(buildFolder, 'ctest.xml');
   fs.rmSync(results, { force: true });
   const args = ['--test-dir', buildFolder, '--output-on-failure', '--no-tests=error'];
-  args.push('--timeout', '300', '--output-junit', results);
+  args.push('--parallel', '2', '--timeout', '300', '--output-junit', results);
   if (pattern) args.push('-R', pattern);
   const { ok, reason } = await run('ctest', args, { env });
 

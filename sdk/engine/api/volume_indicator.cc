@@ -15,7 +15,8 @@ void VolumeIndicator::start(const VolumeSettings& settings) {
   stop();
   const auto players = audiblePlayers();
   listenForVoice(settings.voice, players);
-  takeReadings(players);  // what was before does not count
+  local_.discard();  // what was before does not count
+  for (const AudiblePlayer& player : players) player.meter->discard();
   running_.emplace(settings);
   schedule();
 }
@@ -29,7 +30,7 @@ void VolumeIndicator::stop() {
 
 void VolumeIndicator::setMuted(bool muted) {
   muted_ = muted;
-  local_.take();
+  local_.discard();
 }
 
 // On the tick thread.
@@ -65,10 +66,11 @@ void VolumeIndicator::report(const std::vector<AudiblePlayer>& players) {
 }
 
 std::vector<UserSound> VolumeIndicator::takeReadings(const std::vector<AudiblePlayer>& players) {
-  const SoundReading local = local_.take();
+  const auto now = Clock::now();
+  const SoundReading local = local_.take(now);
   std::vector<UserSound> users{{.player = nullptr, .reading = muted_ ? SoundReading{} : local}};
   for (const AudiblePlayer& player : players) {
-    users.push_back({.player = player.player, .reading = player.meter->take()});
+    users.push_back({.player = player.player, .reading = player.meter->take(now)});
   }
   return users;
 }

@@ -19,10 +19,24 @@ void SoundMeter::measure(const int16_t* samples, std::size_t count, const AudioF
   if (detector_->hear(samples, count)) voice_ = true;
 }
 
-SoundReading SoundMeter::take() {
+SoundReading SoundMeter::take(Time now) {
+  using namespace std::chrono_literals;
+  constexpr auto kMoment = 100ms;  // longer than a piece of any codec
   constexpr int kFullScale = std::numeric_limits<int16_t>::max();
-  const int peak = std::min(peak_.exchange(0), kFullScale);
-  return {static_cast<double>(peak) / kFullScale, voice_.exchange(false)};
+  const int peak = peak_.exchange(kNothing);
+  if (peak != kNothing) {
+    last_ = std::min(peak, kFullScale);
+    heard_ = now;
+  } else if (now - heard_ >= kMoment) {
+    last_ = 0;
+  }
+  return {static_cast<double>(last_) / kFullScale, voice_.exchange(false)};
+}
+
+void SoundMeter::discard() {
+  peak_ = kNothing;
+  voice_ = false;
+  last_ = 0;
 }
 
 }  // namespace NimboEngine

@@ -9,44 +9,68 @@ namespace {
 
 using test::Sound;
 
+using namespace std::chrono_literals;
+
 constexpr AudioFormat kMono{48000, 1};
+constexpr SoundMeter::Time kNow{1h};
 
 void measure(SoundMeter& meter, const Sound& sound, const AudioFormat& format = kMono) {
   meter.measure(sound.data(), sound.size(), format);
 }
 
-TEST(SoundMeter, TellsTheHighestPeakOnce) {
+TEST(SoundMeter, TellsTheHighestPeakOfWhatCame) {
   SoundMeter meter;
-  EXPECT_EQ(meter.take().peak, 0);
+  EXPECT_EQ(meter.take(kNow).peak, 0);
   measure(meter, {0, -16384});
   measure(meter, {100, 100});
-  EXPECT_NEAR(meter.take().peak, 0.5, 0.001);
-  EXPECT_EQ(meter.take().peak, 0);
+  EXPECT_NEAR(meter.take(kNow).peak, 0.5, 0.001);
+  measure(meter, {0, 0});
+  EXPECT_EQ(meter.take(kNow).peak, 0);
   measure(meter, {-32768});
-  EXPECT_EQ(meter.take().peak, 1);
+  EXPECT_EQ(meter.take(kNow).peak, 1);
+}
+
+TEST(SoundMeter, HoldsThePeakForAMomentWhileNothingComes) {
+  SoundMeter meter;
+  measure(meter, {-32768});
+  EXPECT_EQ(meter.take(kNow).peak, 1);
+  EXPECT_EQ(meter.take(kNow + 99ms).peak, 1);
+  EXPECT_EQ(meter.take(kNow + 100ms).peak, 0);
+  EXPECT_EQ(meter.take(kNow + 101ms).peak, 0);
+}
+
+TEST(SoundMeter, ForgetsWhatItIsToldToForget) {
+  SoundMeter meter;
+  measure(meter, {-32768});
+  meter.discard();
+  EXPECT_EQ(meter.take(kNow).peak, 0);
+  measure(meter, {-32768});
+  meter.take(kNow);
+  meter.discard();
+  EXPECT_EQ(meter.take(kNow).peak, 0);
 }
 
 TEST(SoundMeter, ListensForVoiceWhenItIsTold) {
   SoundMeter meter;
   const Sound speech = test::speech(48000, 1, 0.3);
   measure(meter, speech);
-  EXPECT_FALSE(meter.take().voice);
+  EXPECT_FALSE(meter.take(kNow).voice);
   meter.listenForVoice(true);
   measure(meter, speech);
-  EXPECT_TRUE(meter.take().voice);
-  EXPECT_FALSE(meter.take().voice) << "nothing has come since";
+  EXPECT_TRUE(meter.take(kNow).voice);
+  EXPECT_FALSE(meter.take(kNow).voice) << "nothing has come since";
   meter.listenForVoice(false);
   measure(meter, speech);
-  EXPECT_FALSE(meter.take().voice);
+  EXPECT_FALSE(meter.take(kNow).voice);
 }
 
 TEST(SoundMeter, TakesSoundOfAnotherShape) {
   SoundMeter meter;
   meter.listenForVoice(true);
   measure(meter, Sound(48000, 0));
-  EXPECT_FALSE(meter.take().voice);
+  EXPECT_FALSE(meter.take(kNow).voice);
   measure(meter, test::inChannels(test::speech(16000, 1, 0.3), 2), {16000, 2});
-  EXPECT_TRUE(meter.take().voice);
+  EXPECT_TRUE(meter.take(kNow).voice);
 }
 
 }  // namespace
