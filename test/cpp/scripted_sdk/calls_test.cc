@@ -25,7 +25,7 @@ TEST_F(Calls, ArePlacedInOrderWithTheirObject) {
 
   const Json calls = recordsOf("call");
   ASSERT_EQ(calls.size(), 5U);
-  const auto expect = [&](int at, const char* object, const char* name, const void* self,
+  const auto expect = [&](std::size_t at, const char* object, const char* name, const void* self,
                           const Json& args, const Json& result) {
     EXPECT_EQ(calls[at]["object"], object);
     EXPECT_EQ(calls[at]["name"], name);

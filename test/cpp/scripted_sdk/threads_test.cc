@@ -102,8 +102,9 @@ TEST_F(Threads, FireTogetherAndLoseNothing) {
   for (const Json& note : listener.notes()) {
     const int code = note["args"][0];
     codes.insert(code);
-    EXPECT_LT(last[code / 1000], code % 1000);
-    last[code / 1000] = code % 1000;
+    int& before = last[static_cast<std::size_t>(code) / 1000];
+    EXPECT_LT(before, code % 1000);
+    before = code % 1000;
   }
   EXPECT_EQ(codes.size(), 400U);
   EXPECT_EQ(listener.notes().size(), 400U);
