@@ -1,6 +1,10 @@
 #include "api/live_player.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <cstring>
+#include <future>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -8,6 +12,7 @@
 #include "base/trust.h"
 #include "gst/runtime.h"
 #include "log/log.h"
+#include "play/play_runner.h"
 
 namespace NimboEngine {
 
@@ -20,10 +25,23 @@ constexpr unsigned int kLoudest = 400;
 
 std::atomic<int> playerCount{0};
 
+// A process that ends while it plays stops playing first, once what was asked for before has begun:
+// a GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
+void stopAtExit(EngineThread& players) {
+  constexpr std::chrono::seconds kPatience{3};
+  const auto stopped = std::make_shared<std::promise<void>>();
+  players.post([stopped] {
+    PlayRunner::stopAllForGood();
+    stopped->set_value();
+  });
+  stopped->get_future().wait_for(kPatience);
+}
+
 // One thread for all players: nothing that may wait for the network is done on it. Never destroyed:
 // a process may end while it plays.
 EngineThread& playersThread() {
   static NeverDestroyed<EngineThread> thread("nimbo-players");
+  [[maybe_unused]] static const int registered = std::atexit([] { stopAtExit(*thread); });
   return *thread;
 }
 

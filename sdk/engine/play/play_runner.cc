@@ -4,7 +4,6 @@
 #include <pthread.h>
 
 #include <condition_variable>
-#include <cstdlib>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -68,22 +67,22 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   void poll(Pipeline& pipeline);
 };
 
-// All that run. A process that ends while it plays stops playing first: a GStreamer plug-in that is
-// loaded after the libraries' own destructors have run aborts it.
+// All that run.
 struct PlayRunner::Running {
   std::mutex mutex;
   std::condition_variable changed;
   std::set<State*> states;
+  bool stoppedForGood = false;
 
   static Running& instance() {
     static NeverDestroyed<Running> running;
-    [[maybe_unused]] static const int registered = std::atexit([] { running->stopAll(); });
     return *running;
   }
 
-  void add(State* state) {
+  // Whether it may run.
+  bool add(State* state) {
     std::lock_guard lock(mutex);
-    states.insert(state);
+    return !stoppedForGood && states.insert(state).second;
   }
 
   void remove(State* state) {
@@ -92,10 +91,11 @@ struct PlayRunner::Running {
     changed.notify_all();
   }
 
-  // Long enough for plug-ins that come from a slow disk. What hangs in the network is left behind.
+  // What hangs in the network is left behind.
   void stopAll() {
-    constexpr std::chrono::seconds kPatience{3};
+    constexpr std::chrono::milliseconds kPatience{500};
     std::unique_lock lock(mutex);
+    stoppedForGood = true;
     for (State* state : states) state->requestStop();
     changed.wait_for(lock, kPatience, [this] { return states.empty(); });
   }
@@ -199,10 +199,14 @@ void PlayRunner::State::poll(Pipeline& pipeline) {
 
 PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver)
     : state_(std::make_shared<State>(std::move(url), std::move(outlets), std::move(onOver))) {
-  Running::instance().add(state_.get());
+  if (!Running::instance().add(state_.get())) return;
   std::thread thread([state = state_] { state->run(); });
   pthread_setname_np(thread.native_handle(), "nimbo-player");
   thread.detach();  // nobody waits for it: it may hang in the network
+}
+
+void PlayRunner::stopAllForGood() {
+  Running::instance().stopAll();
 }
 
 PlayRunner::~PlayRunner() {
