@@ -14,6 +14,7 @@ const { sdkDirectory } = require('../lib');
 const { openLivePush } = require('../test/e2e/support/live_push');
 const { openPlayer } = require('../test/e2e/support/player');
 const { startChild } = require('../tools/rtmp/child');
+const { onPieces } = require('../tools/rtmp/output');
 const { startRtmpServer } = require('../tools/rtmp/rtmp_server');
 const { printTable, quantile } = require('./lib/numbers');
 
@@ -41,11 +42,7 @@ function startPeer(url, onRow) {
     ...['-vf', `crop=${WIDTH}:2:0:${ROW}`, '-pix_fmt', 'gray', '-f', 'rawvideo', '-flush_packets'],
     ...['1', '-'],
   ]);
-  let rest = Buffer.alloc(0);
-  child.process.stdout.on('data', (data) => {
-    rest = Buffer.concat([rest, data]);
-    for (; rest.length >= WIDTH * 2; rest = rest.subarray(WIDTH * 2)) onRow(rest);
-  });
+  onPieces(child.process.stdout, WIDTH * 2, onRow);
   return child;
 }
 

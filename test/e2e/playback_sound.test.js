@@ -6,6 +6,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { after, before, describe, it } = require('node:test');
 const { startChild } = require('../../tools/rtmp/child');
+const { onPieces } = require('../../tools/rtmp/output');
 const { startTestPublisher } = require('../../tools/rtmp/publisher');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { openLivePush } = require('./support/live_push');
@@ -40,14 +41,10 @@ async function startSoundSystem(folder) {
 function listen(onPiece) {
   const format = ['--format=s16le', '--rate=48000', '--channels=1', '--latency-msec=50'];
   const recorder = startChild('parec', ['--device=out.monitor', ...format]);
-  let rest = Buffer.alloc(0);
-  recorder.process.stdout.on('data', (data) => {
-    rest = Buffer.concat([rest, data]);
-    for (; rest.length >= PIECE * SAMPLE_BYTES; rest = rest.subarray(PIECE * SAMPLE_BYTES)) {
-      let sum = 0;
-      for (let i = 0; i < PIECE; i += 1) sum += rest.readInt16LE(i * SAMPLE_BYTES) ** 2;
-      onPiece(Math.sqrt(sum / PIECE));
-    }
+  onPieces(recorder.process.stdout, PIECE * SAMPLE_BYTES, (piece) => {
+    let sum = 0;
+    for (let i = 0; i < PIECE; i += 1) sum += piece.readInt16LE(i * SAMPLE_BYTES) ** 2;
+    onPiece(Math.sqrt(sum / PIECE));
   });
   return recorder;
 }

@@ -56,21 +56,11 @@ describe("a shared screen's encoder while live", GUARD, () => {
     await rates.until(accept);
   }
 
-  async function sourceNamed(pattern) {
-    for (;;) {
-      const found = live.push
-        .getScreenShareSourceInfo()
-        .find(({ sourceName }) => pattern.test(sourceName));
-      if (found) return found.sourceId;
-      await sleep(20);
-    }
-  }
-
   it('begins with the sharing', async () => {
     const config = { width: 400, height: 300, frameRate: 10, bitrate: 300, mVideoEncodeGop: 2 };
     assert.equal(live.push.setScreenShareEncoderConfiguration(config), 0);
     assert.deepEqual(sizes, ['640x360'], 'not before');
-    assert.equal(live.push.startScreenShareByDesktopId(await sourceNamed(/noise/)), 0);
+    assert.equal(live.push.startScreenShareByDesktopId(await live.sourceNamed(/noise/)), 0);
     await comesTo('400x300', ({ fps, kbps }) => fps <= 11 && kbps > 150 && kbps < 450);
     const frame = await live.nextFrame(({ source }) => source === 1);
     assert.deepEqual([frame.width, frame.height], [400, 300], 'captured in that size too');
@@ -95,7 +85,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
   });
 
   it("the camera's changes wait for the camera", async () => {
-    live.push.startScreenShareByDesktopId(await sourceNamed(/noise/));
+    live.push.startScreenShareByDesktopId(await live.sourceNamed(/noise/));
     await comesTo('480x270', ({ fps }) => fps <= 22);
     assert.equal(live.push.setFps(15), 0);
     assert.equal(live.push.setResolution({ width: 320, height: 180 }), 0);

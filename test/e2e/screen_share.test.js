@@ -5,7 +5,6 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { after, afterEach, before, describe, it } = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { pictureColours, watchFrames } = require('../../tools/rtmp/witness');
 const { openLivePush, pixel } = require('./support/live_push');
@@ -43,24 +42,14 @@ describe('sharing a screen', GUARD, () => {
     return live.push;
   };
 
-  /** The identifier of what has that name in the list, once it is there. */
-  async function sourceNamed(pattern) {
-    for (;;) {
-      const sources = live.push.getScreenShareSourceInfo();
-      const found = sources.find(({ sourceName }) => pattern.test(sourceName));
-      if (found) return found.sourceId;
-      await sleep(20);
-    }
-  }
-
   const isScreen = (frame) => frame?.source === 1;
   const isCamera = (frame) => frame?.source === 0;
 
   /** Shares the whole screen, both windows on it. */
   async function shareScreen() {
-    await sourceNamed(/red logo/);
-    await sourceNamed(/blue logo/);
-    const id = await sourceNamed(/^Screen /);
+    await live.sourceNamed(/red logo/);
+    await live.sourceNamed(/blue logo/);
+    const id = await live.sourceNamed(/^Screen /);
     assert.equal(live.push.startScreenShareByDesktopId(id), 0);
     assert.equal(live.push.getCurrentScreenShareSourceId(), id);
   }
@@ -125,7 +114,7 @@ describe('sharing a screen', GUARD, () => {
   it('a paused screen stands still', async () => {
     const push = open();
     const clock = display.open('xclock', ['-digital', '-update', '1', '-title', 'clock']);
-    push.startScreenShareByDesktopId(await sourceNamed(/clock/));
+    push.startScreenShareByDesktopId(await live.sourceNamed(/clock/));
     push.startPreview({ view: null, ...SIZE });
     const nextPicture = async () => (await live.nextFrame(isScreen)).data_y;
     const first = await nextPicture();
@@ -144,7 +133,7 @@ describe('sharing a screen', GUARD, () => {
   it('tells when the shared window is closed, and keeps its last picture', async () => {
     const push = open();
     const program = display.open('xlogo', logo('third logo', '320x240+0+0', 'black', 'green'));
-    const id = await sourceNamed(/third logo/);
+    const id = await live.sourceNamed(/third logo/);
     push.startPreview({ view: null, ...SIZE });
     push.startScreenShareByDesktopId(id);
     const isGreen = (frame) => isScreen(frame) && Math.abs(pixel(frame, 0.02, 0.5)[0] - 145) < 8;

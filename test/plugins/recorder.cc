@@ -28,6 +28,7 @@ class Library {
 
  private:
   static std::string logOfEnvironment() {
+    // Nothing in these tests changes the environment while a library is opened.
     const char* name = std::getenv("LUMO_PLUGIN_LOG");  // NOLINT(concurrency-mt-unsafe)
     return name ? name : "";
   }

@@ -3,6 +3,7 @@
 // Looks at a stream from outside, with FFmpeg's programs: what they say owes nothing to the SDK.
 
 const { runChild, startChild } = require('./child');
+const { onLines, onPieces } = require('./output');
 
 /**
  * @typedef {object} StreamReport measured on the packets that arrived, not read from metadata
@@ -26,7 +27,7 @@ const { runChild, startChild } = require('./child');
  * @property {number} bitrate kbit/s
  */
 
-// FFmpeg otherwise holds back the first seconds to find out the frame rate.
+/** FFmpeg's options; it otherwise holds back the first seconds to find out the frame rate. */
 const AT_ONCE = ['-v', 'error', '-nostdin', '-fpsprobesize', '0'];
 
 /**
@@ -105,16 +106,11 @@ function bitrate(packets) {
 function watchFrames(url, onFrame) {
   const copy = ['-map', '0:v', '-c', 'copy', '-flush_packets', '1', '-f', 'framecrc', 'pipe:1'];
   const child = startChild('ffmpeg', [...AT_ONCE, '-i', url, ...copy]);
-  let rest = '';
-  child.process.stdout.setEncoding('utf8').on('data', (text) => {
-    const lines = (rest + text).split('\n');
-    rest = lines.pop();
-    for (const line of lines) {
-      // "stream, dts, pts, duration, size, checksum" and, unless it is a key frame, "F=…"; RTMP
-      // counts in milliseconds.
-      const [, time, , , bytes] = line.split(',').map(Number);
-      if (!line.startsWith('#')) onFrame(time / 1000, bytes, !line.includes('F='));
-    }
+  onLines(child.process.stdout, (line) => {
+    // "stream, dts, pts, duration, size, checksum" and, unless it is a key frame, "F=…"; RTMP
+    // counts in milliseconds.
+    const [, time, , , bytes] = line.split(',').map(Number);
+    if (!line.startsWith('#')) onFrame(time / 1000, bytes, !line.includes('F='));
   });
   return child;
 }
@@ -129,15 +125,10 @@ function watchFrames(url, onFrame) {
 function watchPictures(url, onPicture) {
   const show = ['-an', '-vf', 'showinfo', '-f', 'null', '-'];
   const child = startChild('ffmpeg', [...AT_ONCE, '-v', 'info', '-i', url, ...show]);
-  let rest = '';
-  child.process.stderr.on('data', (text) => {
-    const lines = (rest + text).split('\n');
-    rest = lines.pop();
-    for (const line of lines) {
-      const [, seconds, width, height] = line.match(/ pts_time:(\S+) .* s:(\d+)x(\d+) /) ?? [];
-      if (seconds !== undefined) {
-        onPicture({ seconds: Number(seconds), width: Number(width), height: Number(height) });
-      }
+  onLines(child.process.stderr, (line) => {
+    const [, seconds, width, height] = line.match(/ pts_time:(\S+) .* s:(\d+)x(\d+) /) ?? [];
+    if (seconds !== undefined) {
+      onPicture({ seconds: Number(seconds), width: Number(width), height: Number(height) });
     }
   });
   return child;
@@ -227,15 +218,11 @@ function watchTones(url, tones, onPiece) {
 /** Cuts what ffmpeg makes of a stream into pieces of one size. */
 function watchPieces(url, output, bytes, onPiece) {
   const child = startChild('ffmpeg', [...AT_ONCE, '-i', url, ...output]);
-  let rest = Buffer.alloc(0);
-  child.process.stdout.on('data', (data) => {
-    rest = Buffer.concat([rest, data]);
-    for (; rest.length >= bytes; rest = rest.subarray(bytes)) onPiece(rest.subarray(0, bytes));
-  });
+  onPieces(child.process.stdout, bytes, onPiece);
   return child;
 }
 
 module.exports = {
-  ...{ pictureColours, probeStream, savePicture },
+  ...{ AT_ONCE, pictureColours, probeStream, savePicture },
   ...{ watchColours, watchFrames, watchPictures, watchTones },
 };

@@ -1,5 +1,6 @@
 'use strict';
 
+const { setTimeout: sleep } = require('node:timers/promises');
 const { createLivePush, sdkDirectory } = require('../../../lib');
 
 // A size that two cores encode many times over, so that a loaded machine changes no outcome.
@@ -70,6 +71,16 @@ function openLivePush({ extra = {}, config = {} } = {}) {
     async nextFrame(accept) {
       const [frame] = await this.next('onVideoRenderData', ([first]) => !accept || accept(first));
       return frame;
+    },
+
+    /** @returns {Promise<number>} identifies the screen or window of that name, once it is there */
+    async sourceNamed(pattern) {
+      for (;;) {
+        const sources = push.getScreenShareSourceInfo();
+        const found = sources.find(({ sourceName }) => pattern.test(sourceName));
+        if (found) return found.sourceId;
+        await sleep(20);
+      }
     },
 
     close: () => push.destroyPusher(),

@@ -1,9 +1,9 @@
 'use strict';
 
 const { startChild } = require('../../../tools/rtmp/child');
+const { onLines, onPieces } = require('../../../tools/rtmp/output');
+const { AT_ONCE } = require('../../../tools/rtmp/witness');
 
-// FFmpeg otherwise holds back the first seconds to find out the frame rate.
-const AT_ONCE = ['-v', 'error', '-nostdin', '-fpsprobesize', '0'];
 const RATE = 48_000;
 const PIECE = RATE / 10; // samples
 const SAMPLE_BYTES = 2;
@@ -37,15 +37,15 @@ function watchStream(url, { x, y }) {
     'framecrc',
     'pipe:1',
   );
-  onLines(packets, packetReader(times));
+  onLines(packets.process.stdout, packetReader(times));
   const sound = play('-map', '0:a', '-ac', '1', '-ar', String(RATE), '-f', 's16le', 'pipe:1');
-  onPieces(sound, PIECE * SAMPLE_BYTES, (piece) => {
+  onPieces(sound.process.stdout, PIECE * SAMPLE_BYTES, (piece) => {
     pitches.push(pitch(piece));
     tell();
   });
   const part = `crop=20:20:iw*${x}-10:ih*${y}-10,format=rgb24,scale=1:1:flags=area`;
   const picture = play('-map', '0:v', '-vf', part, '-f', 'rawvideo', 'pipe:1');
-  onPieces(picture, COLOUR_BYTES, (bytes) => {
+  onPieces(picture.process.stdout, COLOUR_BYTES, (bytes) => {
     colour = [...bytes];
     tell();
   });
@@ -113,23 +113,6 @@ function packetReader(times) {
     const [index, time] = line.split(',').map((text) => text.trim());
     times[kinds.get(index)].push(Number(time) * bases.get(index));
   };
-}
-
-function onLines(child, use) {
-  let rest = '';
-  child.process.stdout.setEncoding('utf8').on('data', (text) => {
-    const lines = (rest + text).split('\n');
-    rest = lines.pop();
-    lines.forEach(use);
-  });
-}
-
-function onPieces(child, size, use) {
-  let rest = Buffer.alloc(0);
-  child.process.stdout.on('data', (data) => {
-    rest = Buffer.concat([rest, data]);
-    for (; rest.length >= size; rest = rest.subarray(size)) use(rest.subarray(0, size));
-  });
 }
 
 /** @returns {number} Hz, by counting how often the wave rises through zero; 0 for silence */

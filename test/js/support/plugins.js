@@ -19,6 +19,13 @@ process.on('exit', () => fs.rmSync(folder, { recursive: true }));
 // Libraries read it when they are opened, in child processes as well.
 process.env.LUMO_PLUGIN_LOG = callsFile;
 
+/** What is done with a library, in order, when its plug-in is loaded, and when it is unloaded. */
+const START = ['open', 'create', 'init', 'setPluginDirectory'];
+const END = ['uninit', 'release', 'destroy', 'close'];
+
+/** What the log says when a library was opened. */
+const OPENED = ['InjectPlugin', 'Load BeautySDK Finish', 3];
+
 /** The library of a test plug-in. */
 function pluginPath(name) {
   return path.join(pluginDirectory, `${name}.so`);
@@ -53,6 +60,9 @@ function useFreshPluginCalls() {
 }
 
 module.exports = {
+  END,
+  OPENED,
+  START,
   forgetPluginCalls,
   pluginCallNames,
   pluginCalls,
