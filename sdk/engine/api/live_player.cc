@@ -25,23 +25,33 @@ constexpr unsigned int kLoudest = 400;
 
 std::atomic<int> playerCount{0};
 
+EngineThread& playersThread();
+
 // A process that ends while it plays stops playing first, once what was asked for before has begun:
 // a GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
-void stopAtExit(EngineThread& players) {
+void stopAtExit() {
   constexpr std::chrono::seconds kPatience{3};
   const auto stopped = std::make_shared<std::promise<void>>();
-  players.post([stopped] {
+  playersThread().post([stopped] {
     PlayRunner::stopAllForGood();
     stopped->set_value();
   });
   stopped->get_future().wait_for(kPatience);
 }
 
+// Everything that players need; on their thread.
+void preparePlayers() {
+  startGstreamer();
+  // Libraries' destructors run in the reverse order: those that were loaded just now end after
+  // this.
+  [[maybe_unused]] static const int registered = std::atexit(stopAtExit);
+}
+
 // One thread for all players: nothing that may wait for the network is done on it. Never destroyed:
 // a process may end while it plays.
 EngineThread& playersThread() {
   static NeverDestroyed<EngineThread> thread("nimbo-players");
-  [[maybe_unused]] static const int registered = std::atexit([] { stopAtExit(*thread); });
+  [[maybe_unused]] static const int registered = std::atexit(stopAtExit);
   return *thread;
 }
 
@@ -54,9 +64,8 @@ LivePlayer::LivePlayer(const Settings& settings)
       session_(std::make_shared<PlayerSession>(
           playersThread(), listeners_, remote_.stream(),
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
-  // Starting GStreamer for the first time on a machine takes half a second.
   playersThread().post([trusted = settings.trustedCertificates] {
-    startGstreamer();
+    preparePlayers();
     trustCertificates(trusted);
   });
 }

@@ -16,7 +16,6 @@ LivePusher::LivePusher(const Settings& settings)
       devices_(settings.camera, settings.microphone),
       listeners_(this),
       engine_("nimbo-engine") {
-  // Starting GStreamer for the first time on a machine takes half a second.
   engine_.post([this] {
     startGstreamer();
     trustCertificates(settings_.trustedCertificates);

@@ -1,6 +1,7 @@
 #include "gst/runtime.h"
 
 #include <fmt/format.h>
+#include <gio/gio.h>
 
 #include <array>
 
@@ -51,6 +52,25 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"pipewiresrc", "gstreamer1.0-pipewire"},
 });
 
+// GIO makes these when they are first asked for.
+void loadNetworking() {
+  for (const GType type : {G_TYPE_SOCKET, G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS,
+                           G_TYPE_NETWORK_ADDRESS, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION}) {
+    g_type_class_ref(type);
+  }
+  g_object_unref(g_resolver_get_default());
+  g_proxy_resolver_get_default();
+  g_tls_backend_get_default();
+}
+
+// Loads an element's plug-in, and all that comes into being with its first element.
+bool load(const char* factory) {
+  return GstPtr<GstElement>(gst_element_factory_make(factory, nullptr)) != nullptr;
+}
+
+// All types are made here, by one thread before there are others that use them: while one of
+// several loads a plug-in that makes a type of GIO's, and another makes an object of that type,
+// GLib's locks wait for each other, and no pipeline starts any more.
 bool start() {
   GError* error = nullptr;
   if (!gst_init_check(nullptr, nullptr, &error)) {
@@ -58,8 +78,9 @@ bool start() {
     NIMBO_LOG_ERROR("GStreamer does not start: {}", owned ? owned->message : "unknown reason");
     return false;
   }
+  loadNetworking();
   for (const auto& [factory, package] : kNeeded) {
-    if (!haveElement(factory)) {
+    if (!load(factory)) {
       NIMBO_LOG_WARN("GStreamer element {} is missing; Debian package {} brings it", factory,
                      package);
     }

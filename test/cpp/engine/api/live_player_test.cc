@@ -217,6 +217,17 @@ TEST_F(LivePlayerTest, TheProcessMayEndWhileItBeginsToPlay) {
               testing::ExitedWithCode(kLumoLiveOk), "");
 }
 
+// SRT's library is not to be used any more once its own destructors have run.
+TEST_F(LivePlayerTest, TheProcessMayEndWhileItConnectsWithSrt) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto endWhileItConnects = [this] {
+    player->startPlay("srt://127.0.0.1:1");
+    std::this_thread::sleep_for(1s);
+    std::exit(0);  // NOLINT(concurrency-mt-unsafe): the point of it
+  };
+  EXPECT_EXIT(endWhileItConnects(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(LivePlayerTest, FiftyLivesLeaveNothingBehind) {
   constexpr int kWarmUp = 10;
   const TestClip clip(64, 64, 30);
