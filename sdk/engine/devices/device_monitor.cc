@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <memory>
 #include <thread>
 
 #include "base/handover.h"
+#include "base/never_destroyed.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -20,9 +20,9 @@ GstPtr<GstDevice> reference(GstDevice* device) {
 }  // namespace
 
 DeviceMonitor& DeviceMonitor::instance() {
-  // Never destroyed: other threads may ask while the process exits.
-  static DeviceMonitor& monitor = *std::unique_ptr<DeviceMonitor>(new DeviceMonitor).release();
-  return monitor;
+  // Other threads may ask while the process exits.
+  static NeverDestroyed<DeviceMonitor> monitor;
+  return *monitor;
 }
 
 void DeviceMonitor::warmUp() {

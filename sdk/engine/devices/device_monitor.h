@@ -34,7 +34,6 @@ class DeviceMonitor {
   void setRemovalListener(RemovalListener* listener) { removal_.set(listener); }
 
  private:
-  DeviceMonitor() = default;
   void start();
   void look();
   bool waitForFirstLook();  // a second at most; whether it has ended
