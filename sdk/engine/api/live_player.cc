@@ -27,16 +27,14 @@ std::atomic<int> playerCount{0};
 
 EngineThread& playersThread();
 
-// A process that ends while it plays stops playing first, once what was asked for before has begun:
-// a GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
+// A process that ends while it plays stops playing first, and waits for what is being loaded: a
+// GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
 void stopAtExit() {
   constexpr std::chrono::seconds kPatience{3};
-  const auto stopped = std::make_shared<std::promise<void>>();
-  playersThread().post([stopped] {
-    PlayRunner::stopAllForGood();
-    stopped->set_value();
-  });
-  stopped->get_future().wait_for(kPatience);
+  PlayRunner::stopAllForGood();
+  const auto idle = std::make_shared<std::promise<void>>();
+  playersThread().post([idle] { idle->set_value(); });
+  idle->get_future().wait_for(kPatience);
 }
 
 // Everything that players need; on their thread.
