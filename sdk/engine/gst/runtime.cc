@@ -52,14 +52,14 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"pipewiresrc", "gstreamer1.0-pipewire"},
 });
 
-// GIO makes these when they are first asked for.
+// GIO makes these when they are first asked for. Its resolver of proxies is left until then: it may
+// connect to the session bus, and GLib ends a process whose session bus goes away.
 void loadNetworking() {
   for (const GType type : {G_TYPE_SOCKET, G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS,
                            G_TYPE_NETWORK_ADDRESS, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION}) {
     g_type_class_ref(type);
   }
   g_object_unref(g_resolver_get_default());
-  g_proxy_resolver_get_default();
   g_tls_backend_get_default();
 }
 
