@@ -97,6 +97,8 @@ describe('a live mix', GUARD, () => {
   });
   after(async () => {
     await witness.stop();
+    red.close();
+    lime.close();
     live.close();
     for (const publisher of Object.values(publishers)) await publisher.stop();
     await server.stop();
