@@ -170,8 +170,9 @@ export interface EventMap {
   /** Reserved, never raised: see "onVideoRenderData". */
   onReceivedRemoteVideoSample: [sample: never];
   /**
-   * New raw pictures of one owner, the camera's before the screen's; sometimes none. At most about
-   * 30 times a second for each owner: of faster streams only the newest picture arrives. Frames are
+   * New raw pictures of one owner, the camera's before the screen's; sometimes none. A thread looks
+   * for them every 33 ms; of pictures that came in between only the newest arrives. So a stream of
+   * 30 a second loses some where they come unevenly, as from a network: 24 to 30 arrive. Frames are
    * delivered from the first registration of this event on.
    */
   onVideoRenderData: [frames: VideoFrame[]];
