@@ -4,6 +4,7 @@
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -58,8 +59,8 @@ bool isAcceptable(std::span<const uint8_t> bytes, const std::optional<ImageHeade
   return problem.empty();
 }
 
-GstPtr<GstSample> decode(std::span<const uint8_t> bytes, ImageKind kind,
-                         const std::atomic<bool>& stopping, std::string& problem) {
+// Runs to its end: a decoder of GStreamer's that is interrupted loses its picture.
+GstPtr<GstSample> decode(std::span<const uint8_t> bytes, ImageKind kind, std::string& problem) {
   std::atomic<bool> failed{false};
   const auto pipeline = Pipeline::parse(
       "image",
@@ -80,7 +81,7 @@ GstPtr<GstSample> decode(std::span<const uint8_t> bytes, ImageKind kind,
                           gst_buffer_new_memdup(bytes.data(), bytes.size()));
   gst_app_src_end_of_stream(GST_APP_SRC(source.get()));
   const auto end = Clock::now() + kPatience;
-  while (!failed && !stopping && Clock::now() < end) {
+  while (!failed && Clock::now() < end) {
     GstPtr<GstSample> sample(gst_app_sink_try_pull_sample(GST_APP_SINK(sink.get()), kLook));
     if (sample) return sample;
     if (gst_app_sink_is_eos(GST_APP_SINK(sink.get()))) break;
@@ -104,14 +105,13 @@ void flatten(uint8_t* pixel, size_t bytes) {
 
 }  // namespace
 
-DecodedImage decodeImageFile(const std::string& file, const std::atomic<bool>& stopping,
-                             std::string& problem) {
+DecodedImage decodeImageFile(const std::string& file, std::string& problem) {
   problem.clear();
   const std::vector<uint8_t> bytes = read(file, problem);
   if (!problem.empty()) return {};
   const auto header = readImageHeader(bytes);
   if (!isAcceptable(bytes, header, problem)) return {};
-  const GstPtr<GstSample> sample = decode(bytes, header->kind, stopping, problem);
+  const GstPtr<GstSample> sample = decode(bytes, header->kind, problem);
   DecodedImage image;
   if (!sample || !gst_video_info_from_caps(&image.info, gst_sample_get_caps(sample.get()))) {
     return {};

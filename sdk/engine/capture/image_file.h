@@ -9,7 +9,6 @@
 
 #include <gst/video/video.h>
 
-#include <atomic>
 #include <string>
 
 #include "gst/gst_ptr.h"
@@ -21,8 +20,6 @@ struct DecodedImage {
   GstVideoInfo info{};
 };
 
-// Gives up soon when `stopping` becomes true.
-DecodedImage decodeImageFile(const std::string& file, const std::atomic<bool>& stopping,
-                             std::string& problem);
+DecodedImage decodeImageFile(const std::string& file, std::string& problem);
 
 }  // namespace NimboEngine

@@ -37,7 +37,7 @@ GstPtr<GstBuffer> plain(const VideoFormat& format) {
 void load(const std::string& file, const VideoFormat& format, PictureMailbox& pictures,
           const std::atomic<bool>& stopping) {
   std::string problem = "there is no memory for it";
-  const DecodedImage image = decodeImageFile(file, stopping, problem);
+  const DecodedImage image = decodeImageFile(file, problem);
   GstPtr<GstBuffer> picture = image.pixels ? fitted(image, format) : nullptr;
   if (stopping) return;
   if (!picture) {

@@ -89,7 +89,7 @@ class StillImageTest : public testing::Test {
 
   static std::string problemOf(const std::string& path) {
     std::string problem;
-    const DecodedImage image = decodeImageFile(path, false, problem);
+    const DecodedImage image = decodeImageFile(path, problem);
     EXPECT_FALSE(image.pixels);
     return problem;
   }
