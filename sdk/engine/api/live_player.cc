@@ -40,8 +40,8 @@ void stopAtExit() {
 // Everything that players need; on their thread.
 void preparePlayers() {
   startGstreamer();
-  // Libraries' destructors run in the reverse order: those that were loaded just now end after
-  // this.
+  // Registered once more: destructors run in the reverse order, those of what has just been loaded
+  // after this one.
   [[maybe_unused]] static const int registered = std::atexit(stopAtExit);
 }
 

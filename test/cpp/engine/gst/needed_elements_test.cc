@@ -87,7 +87,7 @@ TEST_F(NeededElementsTest, WhatTheSourcesNameIsListed) {
   EXPECT_GT(uses, 30U);
 }
 
-// What several threads load at once locks them up; test/e2e cannot bring that about every time.
+// Threads that load at once may lock each other up, too seldom to be tested by itself.
 TEST_F(NeededElementsTest, EachIsLoadedAtTheStart) {
   for (const auto& [factory, package] : neededElements()) {
     const GstPtr<GstObject> found(GST_OBJECT(gst_element_factory_find(factory)));
