@@ -78,21 +78,21 @@ class Server {
 };
 
 // Reads every byte that an application may read.
-void readPicture(GstBuffer* buffer, const GstVideoInfo& info) {
-  require(info.width > 0 && info.height > 0, "a picture has a size");
+void readFrame(GstBuffer* buffer, const GstVideoInfo& info) {
+  require(info.width > 0 && info.height > 0, "a frame has a size");
   GstMapInfo map;
-  require(gst_buffer_map(buffer, &map, GST_MAP_READWRITE), "a picture can be changed");
-  require(map.size >= GST_VIDEO_INFO_SIZE(&info), "a picture is whole");
+  require(gst_buffer_map(buffer, &map, GST_MAP_READWRITE), "a frame can be changed");
+  require(map.size >= GST_VIDEO_INFO_SIZE(&info), "a frame is whole");
   [[maybe_unused]] static volatile unsigned sum = 0;
   sum = std::accumulate(map.data, map.data + map.size, 0u);
   gst_buffer_unmap(buffer, &map);
 }
 
-void readSound(const int16_t* samples, std::size_t count) {
-  require(count % static_cast<std::size_t>(kPlayedSound.channels) == 0,
+void readAudio(const AudioAligner::Piece& piece) {
+  require(piece.samples.size() % static_cast<std::size_t>(kPlayedAudio.channels) == 0,
           "no channel lacks a sample");
   [[maybe_unused]] static volatile int sum = 0;
-  sum = std::accumulate(samples, samples + count, 0);
+  sum = std::accumulate(piece.samples.begin(), piece.samples.end(), 0);
 }
 
 }  // namespace
@@ -106,16 +106,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   std::string problem;
   const std::string address = "http://127.0.0.1:" + std::to_string(server->port()) + "/live/s.flv";
   const auto url = parsePlayUrl(address.c_str(), problem);
-  auto outlets = std::make_shared<PlayOutlets>(
-      PlayOutlets::Handlers{.onPicture = readPicture, .onSound = readSound});
+  auto output = std::make_shared<PlayOutput>(
+      LatencySettings{}, PlayOutput::Handlers{.onFrame = readFrame, .onAudio = readAudio});
   std::promise<void> over;
-  PlayRunner runner(*url, outlets, [&over](const PlayOutcome&) { over.set_value(); });
+  PlayRunner runner(*url, output, [&over](const PlayOutcome&) { over.set_value(); });
   auto ended = over.get_future();
   if (ended.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
     runner.requestStop();
     require(ended.wait_for(std::chrono::seconds(5)) == std::future_status::ready,
             "a playback can be stopped");
   }
-  outlets->close();
+  output->close();
   return 0;
 }

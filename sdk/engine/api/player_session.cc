@@ -12,10 +12,12 @@ namespace NimboEngine {
 
 using namespace LumoRtc;
 
-PlayerSession::PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListeners> listeners,
+PlayerSession::PlayerSession(EngineThread& engine, const LatencySettings& latency,
+                             std::shared_ptr<PlayerListeners> listeners,
                              std::shared_ptr<RemoteStream> remote,
                              std::function<void(uint32_t)> onPlayOver)
     : engine_(engine),
+      latency_(latency),
       listeners_(std::move(listeners)),
       remote_(std::move(remote)),
       onPlayOver_(std::move(onPlayOver)),
@@ -93,15 +95,15 @@ void PlayerSession::begin(const PlayRequest& request) {
   playNumber_ = request.number;
   toldFirstDrawn_ = false;
   toldFirstSound_ = false;
-  output_ = std::make_unique<SoundOutput>();
+  output_ = std::make_unique<AudioOutput>();
   openView();
-  playback_ = std::make_unique<Playback>(engine_, request.url, handlers(), events(request.url));
+  playback_ =
+      std::make_unique<Playback>(engine_, request.url, latency_, handlers(), events(request.url));
 }
 
-PlayOutlets::Handlers PlayerSession::handlers() {
-  return {
-      .onPicture = [this](GstBuffer* buffer, const GstVideoInfo& info) { onPicture(buffer, info); },
-      .onSound = [this](int16_t* samples, std::size_t count) { onSound(samples, count); }};
+PlayOutput::Handlers PlayerSession::handlers() {
+  return {.onFrame = [this](GstBuffer* buffer, const GstVideoInfo& info) { onFrame(buffer, info); },
+          .onAudio = [this](const AudioAligner::Piece& piece) { onAudio(piece); }};
 }
 
 Playback::Events PlayerSession::events(const PlayUrl& url) {
@@ -127,7 +129,7 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
 }
 
 // On the playback's thread.
-void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
+void PlayerSession::onFrame(GstBuffer* buffer, const GstVideoInfo& info) {
   listeners_->picture(buffer, info);
   consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(buffer, info, 0); });
   remote_->putPicture(buffer, info);
@@ -137,11 +139,11 @@ void PlayerSession::onPicture(GstBuffer* buffer, const GstVideoInfo& info) {
 }
 
 // On the playback's thread.
-void PlayerSession::onSound(int16_t* samples, std::size_t count) {
-  gain_.apply(samples, count);
-  meter_->measure(samples, count, kPlayedSound);
-  output_->push(samples, count);
-  remote_->putSound(samples, count);
+void PlayerSession::onAudio(const AudioAligner::Piece& piece) {
+  gain_.apply(piece.samples.data(), piece.samples.size());
+  meter_->measure(piece.samples.data(), piece.samples.size(), kPlayedAudio);
+  output_->push(piece);
+  remote_->putAudio(piece);
   if (!toldFirstSound_.load(std::memory_order_relaxed) && !toldFirstSound_.exchange(true)) {
     engine_.post(firstSound_);
   }

@@ -18,9 +18,9 @@
 #include "base/lifeline.h"
 #include "capture/consumer_list.h"
 #include "mix/remote_stream.h"
+#include "play/audio_output.h"
 #include "play/playback.h"
 #include "play/sound_gain.h"
-#include "play/sound_output.h"
 #include "render/x11_view.h"
 #include "volume/sound_meter.h"
 
@@ -36,8 +36,9 @@ class PlayerSession {
  public:
   // What plays goes to `remote` too. `onPlayOver(number)` comes before the events of a playback
   // that ended without having been stopped.
-  PlayerSession(EngineThread& engine, std::shared_ptr<PlayerListeners> listeners,
-                std::shared_ptr<RemoteStream> remote, std::function<void(uint32_t)> onPlayOver);
+  PlayerSession(EngineThread& engine, const LatencySettings& latency,
+                std::shared_ptr<PlayerListeners> listeners, std::shared_ptr<RemoteStream> remote,
+                std::function<void(uint32_t)> onPlayOver);
   ~PlayerSession();
   PlayerSession(const PlayerSession&) = delete;
   PlayerSession& operator=(const PlayerSession&) = delete;
@@ -56,10 +57,10 @@ class PlayerSession {
 
  private:
   void begin(const PlayRequest& request);
-  PlayOutlets::Handlers handlers();
+  PlayOutput::Handlers handlers();
   Playback::Events events(const PlayUrl& url);
-  void onSound(int16_t* samples, std::size_t count);
-  void onPicture(GstBuffer* buffer, const GstVideoInfo& info);
+  void onAudio(const AudioAligner::Piece& piece);
+  void onFrame(GstBuffer* buffer, const GstVideoInfo& info);
   void onOver(const PlayOutcome& outcome);
   void openView();
   void closeView();
@@ -69,6 +70,7 @@ class PlayerSession {
   void showLoudness();
 
   EngineThread& engine_;
+  const LatencySettings latency_;
   const std::shared_ptr<PlayerListeners> listeners_;
   const std::shared_ptr<RemoteStream> remote_;
   const std::function<void(uint32_t)> onPlayOver_;
@@ -91,7 +93,7 @@ class PlayerSession {
   std::atomic<bool> toldFirstSound_{true};
   ConsumerList consumers_;
 
-  std::unique_ptr<SoundOutput> output_;
+  std::unique_ptr<AudioOutput> output_;
   std::unique_ptr<Playback> playback_;  // ends before what it uses
   std::unique_ptr<X11View> view_;       // null without a window
 };

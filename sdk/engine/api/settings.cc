@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -14,6 +15,7 @@ namespace NimboEngine {
 namespace {
 
 using nlohmann::json;
+using namespace nlohmann::literals;
 using std::chrono::milliseconds;
 
 struct TextSetting {
@@ -41,11 +43,31 @@ constexpr NumberSetting kNumberSettings[] = {
      [](Settings& s, int64_t value) { s.network.reconnect.firstDelay = milliseconds(value); }},
     {"reconnect.maxDelayMs", 0, 600'000,
      [](Settings& s, int64_t value) { s.network.reconnect.maxDelay = milliseconds(value); }},
+    {"latency.minMs", 0, 10'000,
+     [](Settings& s, int64_t value) { s.latency.minimum = milliseconds(value); }},
+    {"latency.maxMs", 0, 10'000,
+     [](Settings& s, int64_t value) { s.latency.maximum = milliseconds(value); }},
     {"sendTimeoutMs", 500, 5000,
      [](Settings& s, int64_t value) { s.network.sendTimeout = milliseconds(value); }},
 };
 
-constexpr const char* kObjectSettings[] = {"reconnect"};
+struct Choice {
+  const char* name;
+  void (*set)(Settings&);
+};
+
+struct ChoiceSetting {
+  const char* key;
+  std::array<Choice, 2> choices;
+};
+
+constexpr ChoiceSetting kChoiceSettings[] = {
+    {"latency.preset",
+     {{{"default", [](Settings& s) { s.latency.lowest = false; }},
+       {"lowest", [](Settings& s) { s.latency.lowest = true; }}}}},
+};
+
+constexpr const char* kObjectSettings[] = {"reconnect", "latency"};
 
 template <class Table>
 const auto* entryOf(const Table& table, const std::string& key) {
@@ -57,6 +79,20 @@ const auto* entryOf(const Table& table, const std::string& key) {
 std::string wrongType(const std::string& key, const json& value, const char* wanted) {
   const char* article = value.is_null() ? "" : value.is_structured() ? "an " : "a ";
   return fmt::format("\"{}\" is {}{}, not {}", key, article, value.type_name(), wanted);
+}
+
+std::string readChoice(const ChoiceSetting& setting, const json& value, Settings& settings) {
+  if (!value.is_string()) return wrongType(setting.key, value, "a string");
+  const auto name = value.get<std::string>();
+  std::string known;
+  for (const Choice& choice : setting.choices) {
+    if (name == choice.name) {
+      choice.set(settings);
+      return {};
+    }
+    known += fmt::format("{}\"{}\"", known.empty() ? "" : " or ", choice.name);
+  }
+  return fmt::format("\"{}\" is {}, not {}", setting.key, value.dump(), known);
 }
 
 // Reads one setting; an empty answer, or what is wrong.
@@ -75,6 +111,8 @@ std::string readValue(const std::string& key, const json& value, Settings& setti
                          number->high);
     }
     number->set(settings, static_cast<int64_t>(given));
+  } else if (const ChoiceSetting* choice = entryOf(kChoiceSettings, key)) {
+    return readChoice(*choice, value, settings);
   } else {
     NIMBO_LOG_WARN("unknown setting \"{}\" is ignored", key);
   }
@@ -117,6 +155,13 @@ std::optional<Settings> parseSettings(const char* text, std::string& problem) {
     return std::nullopt;
   }
   problem = readObject("", object, settings);
+  if (!object.contains("/latency/maxMs"_json_pointer)) {
+    settings.latency.maximum = std::max(settings.latency.maximum, settings.latency.minimum);
+  }
+  if (problem.empty() && settings.latency.minimum > settings.latency.maximum) {
+    problem = fmt::format("\"latency.minMs\" is {}, more than \"latency.maxMs\", which is {}",
+                          settings.latency.minimum.count(), settings.latency.maximum.count());
+  }
   if (!problem.empty()) return std::nullopt;
   return settings;
 }

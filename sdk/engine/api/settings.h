@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "play/latency_settings.h"
 #include "publish/network_settings.h"
 
 namespace NimboEngine {
@@ -17,6 +18,7 @@ struct Settings {
   std::string camera;
   std::string microphone;
   NetworkSettings network;
+  LatencySettings latency;
   std::string trustedCertificates;
 };
 

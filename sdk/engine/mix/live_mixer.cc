@@ -58,7 +58,8 @@ void LiveMixer::onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstCl
   std::vector<int16_t> samples(gst_buffer_get_size(buffer) / sizeof(int16_t));
   const gsize bytes = samples.size() * sizeof(int16_t);
   if (isLocalHeard) gst_buffer_extract(buffer, 0, samples.data(), bytes);
-  sound_.add(streams, format, samples.data(), samples.size() / channels);
+  const AudioTimeline::Time moment{std::chrono::nanoseconds(time)};
+  sound_.add(streams, format, moment, samples.data(), samples.size() / channels);
   const GstPtr<GstBuffer> mixed(gst_buffer_new_memdup(samples.data(), bytes));
   GST_BUFFER_PTS(mixed.get()) = time;
   behind_.onAudioChunk(mixed.get(), format, time);

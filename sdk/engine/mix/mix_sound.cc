@@ -5,10 +5,13 @@
 #include <limits>
 #include <utility>
 
-#include "play/play_outlets.h"
+#include "play/media.h"
 
 namespace NimboEngine {
 namespace {
+
+// A converter is ahead by as much as it keeps for itself, which is less.
+constexpr std::chrono::milliseconds kJump{5};
 
 GstAudioInfo infoOf(const AudioFormat& format) {
   GstAudioInfo info;
@@ -31,12 +34,13 @@ std::size_t framesFor(GstAudioConverter* converter, std::size_t frames) {
 }  // namespace
 
 void MixSound::add(const std::vector<std::shared_ptr<RemoteStream>>& streams,
-                   const AudioFormat& format, int16_t* samples, std::size_t frames) {
+                   const AudioFormat& format, AudioTimeline::Time moment, int16_t* samples,
+                   std::size_t frames) {
   if (std::exchange(format_, format) != format) voices_.clear();
   follow(streams);
   sum_.assign(samples, samples + frames * static_cast<std::size_t>(format.channels));
-  for (const Voice& voice : voices_) {
-    pull(voice, frames);
+  for (Voice& voice : voices_) {
+    pull(voice, moment, frames);
     std::transform(sum_.begin(), sum_.end(), converted_.begin(), sum_.begin(), std::plus<>());
   }
   std::transform(sum_.begin(), sum_.end(), samples, &cut);
@@ -55,19 +59,25 @@ void MixSound::follow(const std::vector<std::shared_ptr<RemoteStream>>& streams)
 
 MixSound::Voice MixSound::makeVoice(const std::shared_ptr<RemoteStream>& stream,
                                     const AudioFormat& format) {
-  stream->skipSound();
-  GstAudioInfo in = infoOf(kPlayedSound);
+  GstAudioInfo in = infoOf(kPlayedAudio);
   GstAudioInfo out = infoOf(format);
-  return {stream, std::unique_ptr<GstAudioConverter, FreeConverter>(
-                      gst_audio_converter_new(GST_AUDIO_CONVERTER_FLAG_NONE, &in, &out, nullptr))};
+  return {stream,
+          std::unique_ptr<GstAudioConverter, FreeConverter>(
+              gst_audio_converter_new(GST_AUDIO_CONVERTER_FLAG_NONE, &in, &out, nullptr)),
+          {}};
 }
 
-void MixSound::pull(const Voice& voice, std::size_t frames) {
+// Reads on where it ended: chunks of some rates have two lengths, and the converter keeps samples
+// for itself. A jump of the moments is followed at once.
+void MixSound::pull(Voice& voice, AudioTimeline::Time moment, std::size_t frames) {
   converted_.assign(frames * static_cast<std::size_t>(format_.channels), 0);
   if (!voice.converter) return;
   const std::size_t needed = framesFor(voice.converter.get(), frames);
-  played_.resize(needed * static_cast<std::size_t>(kPlayedSound.channels));
-  voice.stream->pullSound(played_.data(), needed);
+  played_.resize(needed * static_cast<std::size_t>(kPlayedAudio.channels));
+  if (std::chrono::abs(voice.next - moment) > kJump) voice.next = moment;
+  voice.stream->audioAt(voice.next, played_);
+  voice.next +=
+      std::chrono::nanoseconds(static_cast<int64_t>(needed) * 1'000'000'000 / kPlayedAudio.rate);
   gpointer in = played_.data();
   gpointer out = converted_.data();
   gst_audio_converter_samples(voice.converter.get(), GST_AUDIO_CONVERTER_FLAG_NONE, &in, needed,

@@ -20,10 +20,10 @@ namespace NimboEngine {
 
 class MixSound {
  public:
-  // Adds to `frames` frames of interleaved samples; what would be too loud is cut. A stream that
-  // was not there the last time is heard from now on; one that is named twice is heard once.
+  // Adds what the streams play from `moment` on to `frames` frames of interleaved samples; what
+  // would be too loud is cut. A stream that is named twice is heard once.
   void add(const std::vector<std::shared_ptr<RemoteStream>>& streams, const AudioFormat& format,
-           int16_t* samples, std::size_t frames);
+           AudioTimeline::Time moment, int16_t* samples, std::size_t frames);
 
  private:
   struct FreeConverter {
@@ -33,11 +33,12 @@ class MixSound {
   struct Voice {
     std::shared_ptr<RemoteStream> stream;
     std::unique_ptr<GstAudioConverter, FreeConverter> converter;
+    AudioTimeline::Time next{};  // of the next sample that the converter is given
   };
 
   static Voice makeVoice(const std::shared_ptr<RemoteStream>& stream, const AudioFormat& format);
   void follow(const std::vector<std::shared_ptr<RemoteStream>>& streams);
-  void pull(const Voice& voice, std::size_t frames);
+  void pull(Voice& voice, AudioTimeline::Time moment, std::size_t frames);
 
   AudioFormat format_;
   std::vector<Voice> voices_;

@@ -1,9 +1,9 @@
-// What one player plays, for whoever mixes it: the newest picture, and the sound of the last
+// What one player plays, for whoever mixes it: the newest video frame, and the audio of this
 // moment.
 //
-// Thread: any; pictures on one thread at a time, sound on one.
-// Ownership: shared between the player that fills it and the mixes that look at it. Keeps a
-//   reference to one picture, which nobody writes to.
+// Thread: any; frames on one thread at a time, audio on one.
+// Ownership: shared between the player that fills it and the mixes that read it. Keeps a reference
+//   to one frame, which nobody writes to.
 // Failure: none.
 
 #pragma once
@@ -14,9 +14,11 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <span>
 
-#include "capture/sample_fifo.h"
 #include "gst/gst_ptr.h"
+#include "mix/audio_timeline.h"
+#include "play/audio_aligner.h"
 
 namespace NimboEngine {
 
@@ -27,11 +29,9 @@ class RemoteStream {
     GstVideoInfo info;
   };
 
-  RemoteStream();
-
-  // The player's side: I420 pictures, and `count` interleaved samples as kPlayedSound says.
+  // The player's side: I420 frames at their moment of presentation, audio ahead of it.
   void putPicture(GstBuffer* picture, const GstVideoInfo& info);
-  void putSound(const int16_t* samples, std::size_t count);
+  void putAudio(const AudioAligner::Piece& piece) { audio_.put(piece.samples, piece.moment); }
 
   // Nothing plays any more: no picture, silence.
   void clear();
@@ -39,16 +39,15 @@ class RemoteStream {
   // None before the first picture.
   std::optional<Picture> picture() const;
 
-  // As SampleFifo::pull.
-  std::size_t pullSound(int16_t* out, std::size_t frames) { return sound_.pull(out, frames); }
-
-  // What has come so far is not heard.
-  void skipSound() { sound_.clear(); }
+  // Fills `out` with what is heard from `moment` on, silence where nothing is.
+  void audioAt(AudioTimeline::Time moment, std::span<int16_t> out) const {
+    audio_.read(moment, out);
+  }
 
  private:
   mutable std::mutex mutex_;
   std::optional<Picture> picture_;
-  SampleFifo sound_;
+  AudioTimeline audio_;
 };
 
 }  // namespace NimboEngine

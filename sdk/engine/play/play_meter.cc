@@ -14,12 +14,9 @@ int32_t perSecond(uint64_t before, uint64_t after, std::chrono::milliseconds tim
 
 }  // namespace
 
-void PlayMeter::addEncoded(Media media, std::size_t bytes, Time now,
-                           std::chrono::nanoseconds timestamp) {
+void PlayMeter::addEncoded(Media media, std::size_t bytes) {
   std::lock_guard lock(mutex_);
-  const bool video = media == Media::kVideo;
-  (video ? counts_.videoBytes : counts_.audioBytes) += bytes;
-  (video ? videoDelay_ : audioDelay_).add(now, timestamp);
+  (media == Media::kVideo ? counts_.videoBytes : counts_.audioBytes) += bytes;
 }
 
 void PlayMeter::addPicture(int width, int height) {
@@ -42,13 +39,6 @@ void PlayMeter::setPackets(const StreamPackets& packets) {
 PlayCounts PlayMeter::counts() const {
   std::lock_guard lock(mutex_);
   return counts_;
-}
-
-std::chrono::milliseconds PlayMeter::takeWorstDelay(Time now) {
-  std::lock_guard lock(mutex_);
-  const auto audio = audioDelay_.takeWorst(now);
-  const auto video = videoDelay_.takeWorst(now);
-  return counts_.videoBytes > 0 ? video : audio;
 }
 
 LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,

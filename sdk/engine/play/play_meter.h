@@ -11,12 +11,10 @@
 #include <mutex>
 
 #include "NimboSdk/LumoLiveDefine.h"
-#include "play/delay_meter.h"
 #include "play/packet_counts.h"
+#include "play/presenter.h"
 
 namespace NimboEngine {
-
-enum class Media { kVideo, kAudio };
 
 // Totals since the playback began.
 struct PlayCounts {
@@ -28,6 +26,7 @@ struct PlayCounts {
   int width = 0;            // of the last picture
   int height = 0;
   StreamPackets packets{};
+  Presenter::Counts presented{};
 
   // Whether anything has arrived or been decoded, and how much: grows while the stream flows.
   uint64_t arrived() const { return videoBytes + audioBytes + decoded(); }
@@ -36,25 +35,16 @@ struct PlayCounts {
 
 class PlayMeter {
  public:
-  using Time = std::chrono::steady_clock::time_point;
-
-  // Encoded data has come. `timestamp` is its place in the stream.
-  void addEncoded(Media media, std::size_t bytes, Time now, std::chrono::nanoseconds timestamp);
+  void addEncoded(Media media, std::size_t bytes);
   void addPicture(int width, int height);
   void addSound();
   void setPackets(const StreamPackets& packets);
 
   PlayCounts counts() const;
 
-  // How late the latest data were at worst, since the last call. The pictures' time counts, that of
-  // the sound only without pictures.
-  std::chrono::milliseconds takeWorstDelay(Time now);
-
  private:
   mutable std::mutex mutex_;
   PlayCounts counts_;
-  DelayMeter videoDelay_;
-  DelayMeter audioDelay_;
 };
 
 // The figures of the time between two readings; its texts stay empty.

@@ -17,7 +17,7 @@
 #include "log/log.h"
 #include "play/network_cause.h"
 #include "play/play_error.h"
-#include "play/play_graph.h"
+#include "play/play_pipeline.h"
 
 namespace NimboEngine {
 namespace {
@@ -26,6 +26,7 @@ using Kind = PipelineMessage::Kind;
 
 // How often the source is asked for what it does not tell by itself.
 constexpr std::chrono::milliseconds kPollInterval{250};
+constexpr std::chrono::milliseconds kDrainInterval{20};
 
 // The RTMP element does not tell when the server has said its first word: only then does it count
 // received bytes.
@@ -42,13 +43,13 @@ bool hasRtmpServerAnswered(Pipeline& pipeline) {
 
 // Shared with the thread and the pipeline's messages, which may outlive the runner.
 struct PlayRunner::State : std::enable_shared_from_this<State> {
-  State(PlayUrl playUrl, std::shared_ptr<PlayOutlets> playOutlets, OverCallback callback)
-      : url(std::move(playUrl)), outlets(std::move(playOutlets)), onOver(std::move(callback)) {
+  State(PlayUrl playUrl, std::shared_ptr<PlayOutput> playOutput, OverCallback callback)
+      : url(std::move(playUrl)), output(std::move(playOutput)), onOver(std::move(callback)) {
     listener.set(&onOver);
   }
 
   const PlayUrl url;
-  const std::shared_ptr<PlayOutlets> outlets;
+  const std::shared_ptr<PlayOutput> output;
   OverCallback onOver;
   ListenerSlot<OverCallback> listener;
 
@@ -61,6 +62,7 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   void requestStop();
   PlayOutcome work();
   PlayOutcome follow(Pipeline& pipeline);
+  void drain();
   PlayOutcome failure(const PipelineMessage& error);
   std::optional<PipelineMessage> next(Pipeline& pipeline);
   bool mustPoll() const;
@@ -119,7 +121,7 @@ PlayOutcome PlayRunner::State::work() {
     self->messages.push_back(message);
     self->changed.notify_all();
   };
-  const std::unique_ptr<Pipeline> pipeline = buildPlayGraph(url, outlets, onMessage);
+  const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, output, onMessage);
   if (!pipeline) {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
             fmt::format("missing: {}", missingElements())};
@@ -134,6 +136,7 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
       case Kind::kError:
         return failure(*message);
       case Kind::kEndOfStream:
+        drain();
         return {.kind = PlayOutcome::Kind::kEnded, .message = {}};
       case Kind::kBuffering:
         gst_element_set_state(pipeline.get(),
@@ -144,8 +147,14 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
   return {};
 }
 
+// Waits until all that was decoded has been presented, or somebody asks to stop.
+void PlayRunner::State::drain() {
+  std::unique_lock lock(mutex);
+  while (!stopping && !output->isDrained()) changed.wait_for(lock, kDrainInterval);
+}
+
 PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
-  const bool playing = outlets->meter.counts().decoded() > 0;
+  const bool playing = output->meter.counts().decoded() > 0;
   const auto code = classifyPlayError(error, playing);
   if (code == LumoRtc::kLumoLiveErrorUndecodable) {
     if (const std::string missing = missingElements(); !missing.empty()) {
@@ -180,7 +189,7 @@ std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
 bool PlayRunner::State::mustPoll() const {
   switch (url.protocol) {
     case PlayProtocol::kRtmp:
-      return !outlets->answered;
+      return !output->answered;
     case PlayProtocol::kRtsp:
     case PlayProtocol::kSrt:
       return true;
@@ -191,14 +200,14 @@ bool PlayRunner::State::mustPoll() const {
 
 void PlayRunner::State::poll(Pipeline& pipeline) {
   if (url.protocol == PlayProtocol::kRtmp) {
-    outlets->answered = hasRtmpServerAnswered(pipeline);
+    output->answered = hasRtmpServerAnswered(pipeline);
   } else {
-    outlets->meter.setPackets(countPackets(pipeline, url.protocol));
+    output->meter.setPackets(countPackets(pipeline, url.protocol));
   }
 }
 
-PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver)
-    : state_(std::make_shared<State>(std::move(url), std::move(outlets), std::move(onOver))) {
+PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutput> output, OverCallback onOver)
+    : state_(std::make_shared<State>(std::move(url), std::move(output), std::move(onOver))) {
   if (!Running::instance().add(state_.get())) return;
   std::thread thread([state = state_] { state->run(); });
   pthread_setname_np(thread.native_handle(), "nimbo-player");

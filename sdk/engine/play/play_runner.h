@@ -3,9 +3,8 @@
 //
 // Thread: any. `onOver` is called once on the runner's thread, when the pipeline is down; not any
 //   more once destruction has begun to return.
-// Ownership: shares the outlets with the pipeline. Destruction waits for nothing: what hangs is
-// left
-//   to its thread, which frees everything should it ever come back.
+// Ownership: shares the output with the pipeline. Destruction waits for nothing: what hangs is
+//   left to its thread, which frees everything should it ever come back.
 // Failure: arrives as the outcome.
 
 #pragma once
@@ -15,7 +14,7 @@
 #include <string>
 
 #include "NimboSdk/LumoLiveResult.h"
-#include "play/play_outlets.h"
+#include "play/play_output.h"
 #include "play/play_url.h"
 
 namespace NimboEngine {
@@ -32,7 +31,7 @@ class PlayRunner {
  public:
   using OverCallback = std::function<void(const PlayOutcome&)>;
 
-  PlayRunner(PlayUrl url, std::shared_ptr<PlayOutlets> outlets, OverCallback onOver);
+  PlayRunner(PlayUrl url, std::shared_ptr<PlayOutput> output, OverCallback onOver);
   ~PlayRunner();
   PlayRunner(const PlayRunner&) = delete;
   PlayRunner& operator=(const PlayRunner&) = delete;

@@ -12,6 +12,7 @@ using namespace std::chrono_literals;
 
 constexpr auto kTick = 250ms;
 constexpr auto kSecond = 1s;
+constexpr auto kLogInterval = 10s;
 // Taking a pipeline down took 130 ms at most, unless it hung.
 constexpr auto kStopPatience = 400ms;
 // How long a stream that plays may stand still. A server may be silent for a while between two
@@ -45,12 +46,15 @@ const char* textOf(LumoLiveErrorCode code) {
 
 }  // namespace
 
-Playback::Playback(EngineThread& engine, PlayUrl url, PlayOutlets::Handlers handlers, Events events)
+Playback::Playback(EngineThread& engine, PlayUrl url, const LatencySettings& latency,
+                   PlayOutput::Handlers handlers, Events events)
     : engine_(engine),
       url_(std::move(url)),
+      latency_(latency),
       handlers_(std::move(handlers)),
       events_(std::move(events)),
-      lastReport_(Clock::now()) {
+      lastReport_(Clock::now()),
+      lastLog_(lastReport_) {
   NIMBO_LOG_INFO("playing {}", url_.forLog());
   open();
   tick();
@@ -62,52 +66,52 @@ Playback::~Playback() {
 
 void Playback::open() {
   if (stopping_) return;
-  outlets_ = std::make_shared<PlayOutlets>(watchedHandlers());
+  output_ = std::make_shared<PlayOutput>(latency_, watchedHandlers());
   watch_.emplace(Clock::now(), silenceOf(url_));
   lastCounts_ = {};
   lastCounts_.shown = events_.shown();
   auto over = lifeline_.bind([this](const PlayOutcome& outcome) { onAttemptOver(outcome); });
-  runner_ = std::make_unique<PlayRunner>(url_, outlets_, [this, over](const PlayOutcome& outcome) {
+  runner_ = std::make_unique<PlayRunner>(url_, output_, [this, over](const PlayOutcome& outcome) {
     engine_.post([over, outcome]() mutable { over(outcome); });
   });
 }
 
-PlayOutlets::Handlers Playback::watchedHandlers() {
+PlayOutput::Handlers Playback::watchedHandlers() {
   auto first = lifeline_.bind([this] { onFirstOutput(); });
   auto told = std::make_shared<std::atomic<bool>>(false);
   const auto tell = [this, first, told] {
     if (!told->load(std::memory_order_relaxed) && !told->exchange(true)) engine_.post(first);
   };
-  return {.onPicture =
+  return {.onFrame =
               [this, tell](GstBuffer* buffer, const GstVideoInfo& info) {
                 tell();
-                handlers_.onPicture(buffer, info);
+                handlers_.onFrame(buffer, info);
               },
-          .onSound =
-              [this, tell](int16_t* samples, std::size_t count) {
+          .onAudio =
+              [this, tell](const AudioAligner::Piece& piece) {
                 tell();
-                handlers_.onSound(samples, count);
+                handlers_.onAudio(piece);
               }};
 }
 
 void Playback::close() {
-  if (outlets_) outlets_->close();
+  if (output_) output_->close();
   runner_.reset();
 }
 
 void Playback::onFirstOutput() {
   retry_.recovered();
   if (stopping_ || std::exchange(started_, true)) return;
-  live_ = outlets_->mode == kLumoLivePlayModeLive;
+  live_ = output_->mode() == kLumoLivePlayModeLive;
   lastReport_ = Clock::now();
-  lastCounts_ = outlets_->meter.counts();
+  lastCounts_ = output_->counts();
   lastCounts_.shown = events_.shown();
   events_.onStarted();
 }
 
 void Playback::stop() {
   stopping_ = true;
-  outlets_->close();
+  output_->close();
   if (runner_) runner_->requestStop();
   const auto patience = runner_ ? EngineThread::Clock::duration(kStopPatience)
                                 : EngineThread::Clock::duration::zero();
@@ -116,7 +120,7 @@ void Playback::stop() {
 
 void Playback::onAttemptOver(const PlayOutcome& outcome) {
   if (stopping_) return over({});
-  const bool live = started_ ? live_ : outlets_->mode == kLumoLivePlayModeLive;
+  const bool live = started_ ? live_ : output_->mode() == kLumoLivePlayModeLive;
   if (outcome.kind == PlayOutcome::Kind::kFailed) {
     onAttemptFailed(outcome.code, outcome.message);
   } else if (live) {
@@ -151,7 +155,7 @@ void Playback::tick() {
   if (stopping_ || over_) return;
   const auto now = Clock::now();
   if (runner_) {
-    const auto wrong = watch_->check(now, outlets_->meter.counts(), outlets_->answered);
+    const auto wrong = watch_->check(now, output_->counts(), output_->answered);
     if (wrong) onAttemptFailed(*wrong, textOf(*wrong));
   }
   if (over_) return;
@@ -160,7 +164,7 @@ void Playback::tick() {
 }
 
 void Playback::reportSecond(Clock::time_point now) {
-  PlayCounts counts = outlets_->meter.counts();
+  PlayCounts counts = output_->counts();
   counts.shown = events_.shown();
   const auto length = std::chrono::duration_cast<std::chrono::milliseconds>(now - lastReport_);
   NetworkRating::Second second = lastSecond(now, counts);
@@ -172,13 +176,22 @@ void Playback::reportSecond(Clock::time_point now) {
     if (const auto quality = rating_.judge(second)) events_.onQuality(*quality);
   }
   events_.onStatistics(stats);
+  if (now - lastLog_ >= kLogInterval) logPresentation(now, counts);
+}
+
+void Playback::logPresentation(Clock::time_point now, const PlayCounts& counts) {
+  lastLog_ = now;
+  const Presenter::Counts& presented = counts.presented;
+  NIMBO_LOG_INFO("player: {}: buffer {} ms, audio {:+} ms from video, late: {} frames, {} audio",
+                 url_.forLog(), presented.depth.count(), presented.avOffset.count(),
+                 presented.lateFrames, presented.lateAudio);
 }
 
 NetworkRating::Second Playback::lastSecond(Clock::time_point now, const PlayCounts& counts) {
   NetworkRating::Second second;
   second.connected = !retry_.isLost();
   if (live_) {
-    second.delay = outlets_->meter.takeWorstDelay(now);
+    second.delay = output_->takeWorstDelay(now);
   } else if (counts.decoded() == lastCounts_.decoded()) {
     second.delay = kSecond;  // it waits for data
   }

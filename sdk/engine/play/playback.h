@@ -17,7 +17,7 @@
 #include "base/engine_thread.h"
 #include "base/lifeline.h"
 #include "play/network_rating.h"
-#include "play/play_outlets.h"
+#include "play/play_output.h"
 #include "play/play_runner.h"
 #include "play/play_url.h"
 #include "play/play_watch.h"
@@ -40,7 +40,8 @@ class Playback {
     std::function<uint64_t()> shown;
   };
 
-  Playback(EngineThread& engine, PlayUrl url, PlayOutlets::Handlers handlers, Events events);
+  Playback(EngineThread& engine, PlayUrl url, const LatencySettings& latency,
+           PlayOutput::Handlers handlers, Events events);
   ~Playback();
   Playback(const Playback&) = delete;
   Playback& operator=(const Playback&) = delete;
@@ -54,7 +55,7 @@ class Playback {
  private:
   using Clock = EngineThread::Clock;
 
-  PlayOutlets::Handlers watchedHandlers();
+  PlayOutput::Handlers watchedHandlers();
   void open();
   void close();
   void onFirstOutput();
@@ -63,11 +64,13 @@ class Playback {
   void over(const PlayOutcome& outcome);
   void tick();
   void reportSecond(Clock::time_point now);
+  void logPresentation(Clock::time_point now, const PlayCounts& counts);
   NetworkRating::Second lastSecond(Clock::time_point now, const PlayCounts& counts);
 
   EngineThread& engine_;
   const PlayUrl url_;
-  const PlayOutlets::Handlers handlers_;
+  const LatencySettings latency_;
+  const PlayOutput::Handlers handlers_;
   const Events events_;
 
   bool started_ = false;
@@ -78,9 +81,10 @@ class Playback {
   NetworkRating rating_;
   std::optional<PlayWatch> watch_;
   Clock::time_point lastReport_;
+  Clock::time_point lastLog_;
   PlayCounts lastCounts_;
 
-  std::shared_ptr<PlayOutlets> outlets_;
+  std::shared_ptr<PlayOutput> output_;
   std::unique_ptr<PlayRunner> runner_;
   Lifeline lifeline_;
 };

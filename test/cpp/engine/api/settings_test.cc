@@ -56,6 +56,29 @@ TEST(Settings, ReadsTheNetworksKeys) {
   EXPECT_EQ(settings->network.sendTimeout, 1500ms);
 }
 
+TEST(Settings, ReadsTheLatency) {
+  std::string problem;
+  const auto settings =
+      parseSettings(R"({"latency": {"minMs": 50, "maxMs": 300, "preset": "lowest"}})", problem);
+  ASSERT_TRUE(settings) << problem;
+  EXPECT_EQ(settings->latency.minimum, 50ms);
+  EXPECT_EQ(settings->latency.maximum, 300ms);
+  EXPECT_TRUE(settings->latency.lowest);
+  EXPECT_FALSE(parseSettings(R"({"latency": {"preset": "default"}})", problem)->latency.lowest);
+  EXPECT_EQ(parseSettings(R"({"latency": {"minMs": 2000}})", problem)->latency.maximum, 2s)
+      << "a larger minimum lifts the default maximum";
+}
+
+TEST(Settings, RefusesALatencyThatCannotBe) {
+  EXPECT_EQ(problemWith(R"({"latency": {"minMs": 300, "maxMs": 50}})"),
+            R"("latency.minMs" is 300, more than "latency.maxMs", which is 50)");
+  EXPECT_EQ(problemWith(R"({"latency": {"preset": "low"}})"),
+            R"("latency.preset" is "low", not "default" or "lowest")");
+  EXPECT_EQ(problemWith(R"({"latency": {"preset": 1}})"),
+            R"("latency.preset" is a number, not a string)");
+  EXPECT_EQ(problemWith(R"({"latency": 5})"), R"("latency" is a number, not an object)");
+}
+
 struct NumberKey {
   const char* before;
   const char* name;

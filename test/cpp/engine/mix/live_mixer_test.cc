@@ -74,8 +74,8 @@ class LiveMixerTest : public testing::Test {
 
   static void play(const RemotePlayer& player, const Colour& colour, int16_t sound) {
     player.stream()->putPicture(paint({64, 36}, colour).get(), i420({64, 36}));
-    const std::vector<int16_t> samples(2 * 4800, sound);
-    player.stream()->putSound(samples.data(), samples.size());
+    std::vector<int16_t> samples(2 * 4800, sound);
+    player.stream()->putAudio({samples, AudioTimeline::Time(std::chrono::nanoseconds(kTime))});
   }
 
   void expectNear(const Colour& seen, const Colour& wanted) {

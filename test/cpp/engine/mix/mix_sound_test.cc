@@ -16,22 +16,28 @@ using Stream = std::shared_ptr<RemoteStream>;
 constexpr AudioFormat kStereo{48000, 2};
 constexpr size_t kChunk = 960;  // frames
 
-// 200 ms of one value: enough to be heard.
-void feed(RemoteStream& stream, int16_t value, size_t frames = 9600) {
-  const Samples samples(frames * 2, value);
-  stream.putSound(samples.data(), samples.size());
-}
+constexpr AudioTimeline::Time kStart{std::chrono::hours(1)};
+constexpr std::chrono::milliseconds kChunkTime{20};
 
 class MixSoundTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
+  // One second of one value, from the next chunk on.
+  void feed(RemoteStream& stream, int16_t value) const {
+    Samples samples(48000 * 2, value);
+    stream.putAudio({samples, moment});
+  }
+
   // One chunk of `local` with the streams added.
   Samples mixed(const std::vector<Stream>& streams, int16_t local = 0) {
     Samples samples(kChunk * 2, local);
-    mix.add(streams, kStereo, samples.data(), kChunk);
+    mix.add(streams, kStereo, moment, samples.data(), kChunk);
+    moment += kChunkTime;
     return samples;
   }
+
+  AudioTimeline::Time moment = kStart;
 
   const Stream one = std::make_shared<RemoteStream>();
   const Stream two = std::make_shared<RemoteStream>();
@@ -39,7 +45,6 @@ class MixSoundTest : public testing::Test {
 };
 
 TEST_F(MixSoundTest, AddsUpAndCuts) {
-  mixed({one, two});  // they are heard from now on
   feed(*one, 20000);
   feed(*two, -300);
   EXPECT_EQ(mixed({one, two}, 1000), Samples(kChunk * 2, 20700));
@@ -54,22 +59,34 @@ TEST_F(MixSoundTest, SilenceAddsNothing) {
   EXPECT_EQ(mixed({}, 77), Samples(kChunk * 2, 77));
 }
 
-TEST_F(MixSoundTest, WhatPlayedBeforeIsNotHeard) {
+TEST_F(MixSoundTest, AStreamThatEndsIsSilentFromThereOn) {
   feed(*one, 500);
-  EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 0));
-  feed(*one, 600);
-  EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 600));
+  moment += std::chrono::milliseconds(990);
+  const Samples end = mixed({one});
+  EXPECT_EQ(end.front(), 500);
+  EXPECT_EQ(end.back(), 0) << "the second is over in the middle of the chunk";
+}
+
+TEST_F(MixSoundTest, AChunkBringsWhatIsHeardAtItsMoment) {
+  Samples steps;
+  for (int i = 0; i < 50; ++i) steps.insert(steps.end(), kChunk * 2, static_cast<int16_t>(i));
+  one->putAudio({steps, kStart});
+  moment = kStart + 7 * kChunkTime;
+  EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 7));
+  EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 8));
+  moment = kStart + 30 * kChunkTime;
+  EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 30))
+      << "chunks that were left out are not made up for";
 }
 
 TEST_F(MixSoundTest, AStreamThatIsNamedTwiceIsHeardOnce) {
-  mixed({one, one});
   feed(*one, 500);
   EXPECT_EQ(mixed({one, one}), Samples(kChunk * 2, 500));
 }
 
 TEST_F(MixSoundTest, StreamsThatStayAreHeardOnWhenOthersComeAndGo) {
-  mixed({one});
   feed(*one, 500);
+  EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 500));
   EXPECT_EQ(mixed({two, one}), Samples(kChunk * 2, 500));
   EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 500));
 }
@@ -93,9 +110,11 @@ TEST_F(MixSoundTest, AToneKeepsItsPitchInEveryFormat) {
       for (size_t i = 0; i < kChunk; ++i, phase += 2 * M_PI * 400 / 48000) {
         tone.insert(tone.end(), 2, static_cast<int16_t>(std::lround(8000 * std::sin(phase))));
       }
-      one->putSound(tone.data(), tone.size());
+      const AudioTimeline::Time now = kStart + tick * kChunkTime;
+      one->putAudio({tone, now});
       Samples samples(chunk * channels);
-      mixer.add({one}, format, samples.data(), chunk);
+      // The converter reads ahead by the little that it keeps for itself.
+      mixer.add({one}, format, now - kChunkTime, samples.data(), chunk);
       for (size_t i = 0; i < samples.size(); i += channels) heard.push_back(samples[i]);
     }
     // The last second of the two has neither beginning nor gap.

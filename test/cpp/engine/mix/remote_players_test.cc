@@ -86,28 +86,20 @@ TEST(RemoteStream, HasThePictureAndSoundThatPlayAndNothingAfterwards) {
   EXPECT_FALSE(stream.picture());
   const auto picture = test::paint({8, 8}, test::kRed);
   stream.putPicture(picture.get(), test::i420({8, 8}));
-  const std::vector<int16_t> loud(2 * 4800, 1000);
-  stream.putSound(loud.data(), loud.size());
+  const AudioTimeline::Time now{std::chrono::hours(1)};
+  std::vector<int16_t> loud(2 * 4800, 1000);
+  stream.putAudio({loud, now});
   ASSERT_TRUE(stream.picture());
   EXPECT_EQ(stream.picture()->buffer.get(), picture.get());
   EXPECT_EQ(stream.picture()->info.width, 8);
   std::vector<int16_t> heard(2 * 960);
-  EXPECT_EQ(stream.pullSound(heard.data(), 960), 960U);
+  stream.audioAt(now, heard);
   EXPECT_EQ(heard, std::vector<int16_t>(2 * 960, 1000));
   stream.clear();
   EXPECT_FALSE(stream.picture());
-  EXPECT_EQ(stream.pullSound(heard.data(), 960), 0U);
+  stream.audioAt(now, heard);
+  EXPECT_EQ(heard, std::vector<int16_t>(2 * 960, 0));
   EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(picture.get()), 1);
-}
-
-TEST(RemoteStream, SoundWaitsForAQuarterOfASecondAtMost) {
-  RemoteStream stream;
-  std::vector<int16_t> second(2 * 48000);
-  for (size_t i = 0; i < second.size(); ++i) second[i] = static_cast<int16_t>(i / 2 / 48 + 1);
-  for (size_t i = 0; i < second.size(); i += 1920) stream.putSound(&second[i], 1920);
-  std::vector<int16_t> oldest(2);
-  EXPECT_EQ(stream.pullSound(oldest.data(), 1), 1U);
-  EXPECT_GE(oldest[0], 1000 - 240) << "milliseconds";
 }
 
 }  // namespace

@@ -7,14 +7,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr PlayMeter::Time kStart{1h};
-
 TEST(PlayMeter, CountsWhatPasses) {
   PlayMeter meter;
   EXPECT_EQ(meter.counts().arrived(), 0U);
-  meter.addEncoded(Media::kVideo, 1000, kStart, 0s);
-  meter.addEncoded(Media::kVideo, 500, kStart, 40ms);
-  meter.addEncoded(Media::kAudio, 20, kStart, 0s);
+  meter.addEncoded(Media::kVideo, 1000);
+  meter.addEncoded(Media::kVideo, 500);
+  meter.addEncoded(Media::kAudio, 20);
   meter.addPicture(640, 360);
   meter.addPicture(320, 180);
   meter.addSound();
@@ -24,19 +22,6 @@ TEST(PlayMeter, CountsWhatPasses) {
   EXPECT_EQ(counts.decoded(), 3U);
   EXPECT_EQ(counts.width, 320);
   EXPECT_EQ(counts.height, 180);
-}
-
-TEST(PlayMeter, SoundTellsTheDelayOnlyWithoutPictures) {
-  for (const bool pictures : {false, true}) {
-    PlayMeter meter;
-    for (int i = 0; i < 100; ++i) {
-      const auto time = i * 10ms;
-      if (pictures) meter.addEncoded(Media::kVideo, 1, kStart + time, time);
-      meter.addEncoded(Media::kAudio, 1, kStart + time + (i == 50 ? 400ms : 0ms), time);
-    }
-    const auto delay = meter.takeWorstDelay(kStart + 990ms);
-    EXPECT_EQ(delay > 390ms, !pictures) << delay.count();
-  }
 }
 
 TEST(Statistics, AreTheDifferenceOverTheTime) {

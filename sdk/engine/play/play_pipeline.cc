@@ -1,4 +1,4 @@
-#include "play/play_graph.h"
+#include "play/play_pipeline.h"
 
 #include <fmt/format.h>
 
@@ -6,12 +6,13 @@
 #include <array>
 #include <iterator>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "base/handover.h"
 #include "log/log.h"
-#include "play/play_ends.h"
+#include "play/output_branch.h"
 
 namespace NimboEngine {
 namespace {
@@ -23,22 +24,54 @@ constexpr int kRtpLatencyMs = 150;
 // What must be decoded ahead of a timed stream from the network before it goes on.
 constexpr guint64 kBufferedTime = 2 * GST_SECOND;
 
+// The demultiplexers of live streams. decodebin would wait until all streams have shown themselves,
+// which takes seconds where one of them is missing.
+struct LiveContainer {
+  std::string_view type;
+  const char* demuxer;
+};
+constexpr LiveContainer kLiveContainers[] = {
+    {"video/x-flv", "flvdemux"},
+    {"video/mpegts", "tsdemux"},
+};
+
+// What may wait undecoded in front of a live stream's decoder.
+constexpr guint kMostQueuedBytes = 32 * 1024 * 1024;
+
+// Whether a pad has video or audio, raw, encoded or in RTP packets; none for anything else.
+std::optional<Media> mediaOf(const GstCaps* caps) {
+  if (gst_caps_is_empty(caps) || gst_caps_is_any(caps)) return std::nullopt;
+  const GstStructure* structure = gst_caps_get_structure(caps, 0);
+  const std::string_view type = gst_structure_get_name(structure);
+  if (type == "application/x-rtp") {
+    const gchar* kind = gst_structure_get_string(structure, "media");
+    if (kind && std::string_view(kind) == "video") return Media::kVideo;
+    if (kind && std::string_view(kind) == "audio") return Media::kAudio;
+  }
+  if (type.starts_with("video/") || type.starts_with("image/")) return Media::kVideo;
+  if (type.starts_with("audio/")) return Media::kAudio;
+  return std::nullopt;
+}
+
 // What the signals of one pipeline's elements share.
 class Wiring : public std::enable_shared_from_this<Wiring> {
  public:
-  Wiring(GstElement* pipeline, PlayProtocol protocol, std::shared_ptr<PlayOutlets> outlets)
-      : pipeline_(pipeline), protocol_(protocol), outlets_(std::move(outlets)) {}
+  Wiring(GstElement* pipeline, PlayProtocol protocol, std::shared_ptr<PlayOutput> output)
+      : pipeline_(pipeline), protocol_(protocol), output_(std::move(output)) {}
 
   void begin();
 
+  void decodeStream(GstPad* pad);
+
  private:
   void onType(GstElement* typefind, const GstCaps* caps);
-  void onElement(GstElement* element) { tuneDecoder(element, outlets_); }
+  void onElement(GstElement* element) { tuneDecoder(element, output_); }
+  void demux(GstElement* typefind, const char* factory);
   void decode(GstPad* pad);
   void deliver(GstPad* pad);
   void setLive(bool live);
-  bool isLive() const { return outlets_->mode == kLumoLivePlayModeLive; }
-  bool claim(Media media);
+  bool isLive() const { return output_->mode() == kLumoLivePlayModeLive; }
+  bool claim(std::array<bool, 2>& claimed, Media media);
   GstElement* add(const char* factory);
 
   template <auto use, class... Arguments>
@@ -46,13 +79,19 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
 
   GstElement* const pipeline_;  // owns the elements, whose signals share this
   const PlayProtocol protocol_;
-  const std::shared_ptr<PlayOutlets> outlets_;
+  const std::shared_ptr<PlayOutput> output_;
 
   std::mutex mutex_;
-  std::array<bool, 2> claimed_{};  // whether there is a video, an audio stream already
+  // Whether there is a video, an audio stream already.
+  std::array<bool, 2> decoded_{};
+  std::array<bool, 2> delivered_{};
 };
 
 using SharedWiring = std::shared_ptr<Wiring>;
+
+constexpr auto decodeStreamPad = [](Wiring& self, GstElement*, GstPad* pad) {
+  self.decodeStream(pad);
+};
 
 // Has `(this->*use)` called with the signal's arguments.
 template <auto use, class... Arguments>
@@ -74,7 +113,6 @@ void Wiring::connect(GstElement* element, const char* signal) {
 }
 
 void Wiring::begin() {
-  constexpr auto decodePad = [](Wiring& self, GstElement*, GstPad* pad) { self.decode(pad); };
   constexpr auto deliverPad = [](Wiring& self, GstElement*, GstPad* pad) { self.deliver(pad); };
   constexpr auto onType = [](Wiring& self, GstElement* typefind, guint, GstCaps* caps) {
     self.onType(typefind, caps);
@@ -91,7 +129,7 @@ void Wiring::begin() {
     connect<deliverPad, GstPad*>(element("decoder").get(), "pad-added");
   } else if (protocol_ == PlayProtocol::kRtsp) {
     setLive(true);
-    connect<decodePad, GstPad*>(element("source").get(), "pad-added");
+    connect<decodeStreamPad, GstPad*>(element("source").get(), "pad-added");
   } else {
     connect<onType, guint, GstCaps*>(element("type").get(), "have-type");
   }
@@ -108,26 +146,48 @@ GstElement* Wiring::add(const char* factory) {
 }
 
 void Wiring::setLive(bool live) {
-  outlets_->mode = live ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed;
+  output_->setMode(live ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed);
 }
 
-// FLV gets its demultiplexer from here: decodebin would wait until both streams have shown
-// themselves, seconds where one of them is missing.
 void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
   // An RTMP source states its type before it is connected.
-  if (protocol_ != PlayProtocol::kRtmp) outlets_->answered = true;
+  if (protocol_ != PlayProtocol::kRtmp) output_->answered = true;
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps, 0));
   gint64 size = 0;
   const bool endless = !gst_element_query_duration(typefind, GST_FORMAT_BYTES, &size) || size <= 0;
   setLive(endless && type != "application/x-hls");
+  const auto* container =
+      std::find_if(std::begin(kLiveContainers), std::end(kLiveContainers),
+                   [&](const LiveContainer& known) { return type == known.type; });
+  if (isLive() && container != std::end(kLiveContainers))
+    return demux(typefind, container->demuxer);
   const GstPtr<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
-  if (type != "video/x-flv" || !isLive()) return decode(pad.get());
-  GstElement* demuxer = add("flvdemux");
+  decode(pad.get());
+}
+
+void Wiring::demux(GstElement* typefind, const char* factory) {
+  GstElement* demuxer = add(factory);
   if (!demuxer) return;
-  constexpr auto decodePad = [](Wiring& self, GstElement*, GstPad* added) { self.decode(added); };
-  connect<decodePad, GstPad*>(demuxer, "pad-added");
+  connect<decodeStreamPad, GstPad*>(demuxer, "pad-added");
   gst_element_link(typefind, demuxer);
   gst_element_sync_state_with_parent(demuxer);
+}
+
+// Decodes one stream on a thread of its own: a decoder that reorders frames takes several before it
+// gives one, and the demultiplexer must go on meanwhile.
+void Wiring::decodeStream(GstPad* pad) {
+  const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
+  const auto media = mediaOf(caps.get());
+  if (!media || !claim(decoded_, *media)) return;
+  GstElement* queue = add("queue");
+  if (!queue) return;
+  g_object_set(queue, "max-size-buffers", 0, "max-size-time", guint64{0}, "max-size-bytes",
+               kMostQueuedBytes, nullptr);
+  const GstPtr<GstPad> source(gst_element_get_static_pad(queue, "src"));
+  const GstPtr<GstPad> sink(gst_element_get_static_pad(queue, "sink"));
+  decode(source.get());
+  gst_element_sync_state_with_parent(queue);
+  gst_pad_link(pad, sink.get());
 }
 
 // Decodes what comes from `pad`: a container, packets, or one stream.
@@ -147,23 +207,20 @@ void Wiring::decode(GstPad* pad) {
 }
 
 // Whether that is the first stream of its kind.
-bool Wiring::claim(Media media) {
+bool Wiring::claim(std::array<bool, 2>& claimed, Media media) {
   std::lock_guard lock(mutex_);
-  return !std::exchange(claimed_[static_cast<size_t>(media)], true);
+  return !std::exchange(claimed[static_cast<size_t>(media)], true);
 }
 
 void Wiring::deliver(GstPad* pad) {
   const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
-  if (gst_caps_is_empty(caps.get()) || gst_caps_is_any(caps.get())) return;
-  const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps.get(), 0));
-  const bool video = type.starts_with("video/");
-  const Media media = video ? Media::kVideo : Media::kAudio;
-  if ((!video && !type.starts_with("audio/")) || !claim(media)) return;
-  GstElement* end = makePlayEnd(media, isLive(), outlets_);
-  if (!end) return;
-  gst_bin_add(GST_BIN(pipeline_), end);
-  gst_element_sync_state_with_parent(end);
-  const GstPtr<GstPad> sink(gst_element_get_static_pad(end, "sink"));
+  const auto media = mediaOf(caps.get());
+  if (!media || !claim(delivered_, *media)) return;
+  GstElement* branch = makeOutputBranch(*media, output_);
+  if (!branch) return;
+  gst_bin_add(GST_BIN(pipeline_), branch);
+  gst_element_sync_state_with_parent(branch);
+  const GstPtr<GstPad> sink(gst_element_get_static_pad(branch, "sink"));
   gst_pad_link(pad, sink.get());
 }
 
@@ -187,8 +244,8 @@ constexpr SourceElement kSources[] = {
 
 }  // namespace
 
-std::unique_ptr<Pipeline> buildPlayGraph(const PlayUrl& url, std::shared_ptr<PlayOutlets> outlets,
-                                         Pipeline::Handler handler) {
+std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<PlayOutput> output,
+                                            Pipeline::Handler handler) {
   const auto* source =
       std::find_if(std::begin(kSources), std::end(kSources),
                    [&](const auto& entry) { return entry.protocol == url.protocol; });
@@ -199,7 +256,7 @@ std::unique_ptr<Pipeline> buildPlayGraph(const PlayUrl& url, std::shared_ptr<Pla
   if (url.protocol == PlayProtocol::kRtsp) {
     g_object_set(element.get(), "latency", kRtpLatencyMs, nullptr);
   }
-  std::make_shared<Wiring>(pipeline->get(), url.protocol, std::move(outlets))->begin();
+  std::make_shared<Wiring>(pipeline->get(), url.protocol, std::move(output))->begin();
   return pipeline;
 }
 

@@ -1,4 +1,4 @@
-#include "play/play_outlets.h"
+#include "play/play_output.h"
 
 #include <utility>
 
@@ -24,7 +24,7 @@ bool hasLayout(GstBuffer* buffer, const GstVideoInfo& info) {
   return true;
 }
 
-bool copyPicture(GstBuffer* from, GstVideoInfo& fromInfo, GstBuffer* to, GstVideoInfo& toInfo) {
+bool copyFrame(GstBuffer* from, GstVideoInfo& fromInfo, GstBuffer* to, GstVideoInfo& toInfo) {
   GstVideoFrame source;
   if (!gst_video_frame_map(&source, &fromInfo, from, GST_MAP_READ)) return false;
   GstVideoFrame target;
@@ -39,42 +39,45 @@ bool copyPicture(GstBuffer* from, GstVideoInfo& fromInfo, GstBuffer* to, GstVide
 
 }  // namespace
 
-PlayOutlets::PlayOutlets(Handlers handlers) : handlers_(std::move(handlers)) {
-  slot_.set(&handlers_);
+PlayOutput::PlayOutput(const LatencySettings& latency, Handlers handlers)
+    : handlers_(std::move(handlers)),
+      presenter_(latency, {.onFrame = handlers_.onFrame, .onAudio = handlers_.onAudio}) {}
+
+PlayOutput::~PlayOutput() = default;
+
+void PlayOutput::close() {
+  presenter_.close();
 }
 
-PlayOutlets::~PlayOutlets() = default;
-
-void PlayOutlets::close() {
-  slot_.set(nullptr);
+void PlayOutput::setMode(LumoRtc::LumoLivePlayMode mode) {
+  presenter_.setLive(mode == LumoRtc::kLumoLivePlayModeLive);
+  mode_ = mode;
 }
 
-void PlayOutlets::deliverPicture(GstSample* sample) {
+void PlayOutput::deliverVideo(GstSample* sample, GstClockTime timestamp) {
   GstBuffer* buffer = gst_sample_get_buffer(sample);
   if (!buffer || !adopt(gst_sample_get_caps(sample))) return;
   meter.addPicture(info_.width, info_.height);
-  GstPtr<GstBuffer> copy;
-  if (!isUsable(buffer)) {
-    copy = inOnePiece(buffer);
-    if (!copy) return;
-    buffer = copy.get();
-  }
-  slot_.call([&](Handlers& use) { use.onPicture(buffer, ownInfo_); });
+  GstPtr<GstBuffer> frame = isUsable(buffer) ? share(buffer) : inOnePiece(buffer);
+  if (frame) presenter_.pushVideo(std::move(frame), ownInfo_, std::chrono::nanoseconds(timestamp));
 }
 
-void PlayOutlets::deliverSound(GstBuffer* buffer) {
+void PlayOutput::deliverAudio(GstBuffer* buffer, GstClockTime timestamp) {
   meter.addSound();
-  const GstPtr<GstBuffer> copy(gst_buffer_is_writable(buffer) ? nullptr : gst_buffer_copy(buffer));
-  if (copy) buffer = copy.get();
-  GstMapInfo map;
-  if (!gst_buffer_map(buffer, &map, GST_MAP_READWRITE)) return;
-  slot_.call([&](Handlers& use) {
-    use.onSound(reinterpret_cast<int16_t*>(map.data), map.size / sizeof(int16_t));
-  });
-  gst_buffer_unmap(buffer, &map);
+  presenter_.pushAudio(share(buffer), std::chrono::nanoseconds(timestamp));
 }
 
-bool PlayOutlets::adopt(GstCaps* caps) {
+PlayCounts PlayOutput::counts() const {
+  PlayCounts counts = meter.counts();
+  counts.presented = presenter_.counts();
+  return counts;
+}
+
+std::chrono::milliseconds PlayOutput::takeWorstDelay(Presenter::Time now) {
+  return presenter_.takeWorstDelay(now);
+}
+
+bool PlayOutput::adopt(GstCaps* caps) {
   if (caps && caps == caps_.get()) return true;
   if (!caps || !gst_video_info_from_caps(&info_, caps)) return false;
   caps_.reset(gst_caps_ref(caps));
@@ -85,19 +88,19 @@ bool PlayOutlets::adopt(GstCaps* caps) {
 }
 
 // Whether the decoder's own buffer will do: the application may write into what it is given.
-bool PlayOutlets::isUsable(GstBuffer* buffer) const {
+bool PlayOutput::isUsable(GstBuffer* buffer) const {
   return comesInOnePiece_ && hasLayout(buffer, info_) && gst_buffer_n_memory(buffer) == 1 &&
          gst_buffer_is_writable(buffer);
 }
 
-GstPtr<GstBuffer> PlayOutlets::inOnePiece(GstBuffer* buffer) {
+GstPtr<GstBuffer> PlayOutput::inOnePiece(GstBuffer* buffer) {
   if (!pool_) {
     pool_ = std::make_unique<FramePool>(VideoFormat{info_.width, info_.height, 0});
     ownInfo_ = pool_->info();
     ownInfo_.colorimetry = info_.colorimetry;
   }
   GstPtr<GstBuffer> copy = pool_->acquire();
-  return copy && copyPicture(buffer, info_, copy.get(), ownInfo_) ? std::move(copy) : nullptr;
+  return copy && copyFrame(buffer, info_, copy.get(), ownInfo_) ? std::move(copy) : nullptr;
 }
 
 }  // namespace NimboEngine

@@ -1,0 +1,145 @@
+#include "play/audio_output.h"
+
+#include <fmt/format.h>
+#include <gst/app/gstappsrc.h>
+#include <gst/audio/audio.h>
+#include <gst/audio/gstaudiobasesink.h>
+
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "play/presentation_clock.h"
+
+namespace NimboEngine {
+namespace {
+
+// The output's own buffer, in the units of its properties. What is handed over for it must be there
+// before it runs dry: with PresentationClock::kAudioLead it has 20 ms to spare.
+constexpr gint64 kDeviceBufferUs = 80'000;
+constexpr gint64 kDevicePeriodUs = 20'000;
+// While the output is being opened, audio waits here.
+constexpr int kMostWaitingMs = 300;
+constexpr int kMostWaitingBytes = kPlayedAudio.rate * kMostWaitingMs / 1000 *
+                                  kPlayedAudio.channels * static_cast<int>(sizeof(int16_t));
+
+}  // namespace
+
+// How much the output's clock is ahead of the system's, from readings that are uneven. A sound card
+// drifts; an output that stands still for a while, as some do when they begin, jumps.
+class OutputClock {
+ public:
+  std::chrono::nanoseconds ahead(std::chrono::nanoseconds reading) {
+    const auto difference = reading - ahead_;
+    jumped_ = std::chrono::abs(difference) > kJump ? jumped_ + 1 : 0;
+    ahead_ = jumped_ >= kConfirmed ? reading : ahead_ + difference / kSmoothing;
+    return ahead_;
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds kJump{30};
+  static constexpr int kConfirmed = 3;
+  static constexpr int kSmoothing = 64;
+
+  std::chrono::nanoseconds ahead_{0};
+  int jumped_ = 0;
+};
+
+// The way into the pipeline, which comes and goes on another thread. The sink is not synchronised
+// to the pipeline's clock by its own means, which correct a drift by jumps and take long to follow
+// an output that stood still: audio is stamped with the output's time and resampled to fit it.
+class AudioOutput::Input {
+ public:
+  void set(const Pipeline* pipeline) {
+    std::lock_guard lock(mutex_);
+    source_.reset();
+    if (!pipeline) return;
+    source_ = pipeline->element("source");
+    sink_ = pipeline->element("sink");
+    aligner_.emplace();
+    clock_ = {};
+  }
+
+  void push(const AudioAligner::Piece& piece) {
+    std::lock_guard lock(mutex_);
+    if (!source_) return;
+    const GstClockTime base = gst_element_get_base_time(source_.get());
+    if (base == 0) return;  // it does not run yet
+    const AudioAligner::Piece fitted =
+        aligner_->align(piece.samples, piece.moment + clock_.ahead(reading()));
+    const auto moment = static_cast<GstClockTime>(fitted.moment.time_since_epoch().count());
+    if (moment < base || fitted.samples.empty()) return;
+    GstBuffer* buffer = gst_buffer_new_memdup(fitted.samples.data(), fitted.samples.size_bytes());
+    GST_BUFFER_PTS(buffer) = moment - base;
+    gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);  // takes the reference
+  }
+
+ private:
+  // The sink calibrates its clock to the pipeline's when it begins, and not later.
+  std::chrono::nanoseconds reading() const {
+    GstClock* output = GST_AUDIO_BASE_SINK(sink_.get())->provided_clock;
+    GstClockTime calibrated = 0;
+    gst_clock_get_calibration(output, nullptr, &calibrated, nullptr, nullptr);
+    if (calibrated == 0) return std::chrono::nanoseconds(0);
+    const GstPtr<GstClock> system(gst_system_clock_obtain());
+    return std::chrono::nanoseconds(
+        GST_CLOCK_DIFF(gst_clock_get_time(system.get()), gst_clock_get_time(output)));
+  }
+
+  std::mutex mutex_;
+  GstPtr<GstElement> source_;
+  GstPtr<GstElement> sink_;
+  std::optional<AudioAligner> aligner_;
+  OutputClock clock_;
+};
+
+// The output's pipeline. It runs as a capture source does, only the other way round.
+class AudioOutput::Sink final : public Source {
+ public:
+  explicit Sink(std::shared_ptr<Input> input) : input_(std::move(input)) {}
+  ~Sink() override { input_->set(nullptr); }
+
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override {
+    auto pipeline = Pipeline::parse(
+        "audio output",
+        fmt::format("appsrc name=source is-live=true format=time block=false "
+                    "leaky-type=downstream max-bytes={} "
+                    "caps=audio/x-raw,format={},rate={},channels={},layout=interleaved ! "
+                    "audioconvert ! audioresample ! "
+                    "pulsesink name=sink async=false provide-clock=false slave-method=none "
+                    "client-name=nimbo buffer-time={} latency-time={}",
+                    kMostWaitingBytes, GST_AUDIO_NE(S16), kPlayedAudio.rate, kPlayedAudio.channels,
+                    kDeviceBufferUs, kDevicePeriodUs),
+        std::move(handler));
+    if (pipeline) {
+      // Moments are those at which audio is heard: the output's latency is in them already.
+      gst_pipeline_set_latency(GST_PIPELINE(pipeline->get()), 0);
+      input_->set(pipeline.get());
+    } else {
+      problem = "it cannot be built";
+    }
+    return pipeline;
+  }
+
+ private:
+  const std::shared_ptr<Input> input_;
+};
+
+AudioOutput::AudioOutput() : input_(std::make_shared<Input>()) {}
+
+AudioOutput::~AudioOutput() {
+  input_->set(nullptr);
+}
+
+void AudioOutput::open() {
+  if (runner_) return;
+  runner_.emplace(
+      "audio output", [input = input_](std::string&) { return std::make_unique<Sink>(input); },
+      [](const std::string&) {});
+}
+
+void AudioOutput::push(const AudioAligner::Piece& piece) {
+  input_->push(piece);
+}
+
+}  // namespace NimboEngine

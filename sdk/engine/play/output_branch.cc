@@ -1,0 +1,133 @@
+#include "play/output_branch.h"
+
+#include <fmt/format.h>
+#include <gst/app/gstappsink.h>
+#include <gst/audio/audio.h>
+#include <gst/video/video.h>
+
+#include <string_view>
+
+#include "base/handover.h"
+#include "log/log.h"
+
+namespace NimboEngine {
+namespace {
+
+using SharedOutput = std::shared_ptr<PlayOutput>;
+
+// Nothing waits for a clock in the pipeline, and no branch for the other: the output presents.
+constexpr char kSink[] = "appsink name=sink sync=false async=false enable-last-sample=false";
+
+// Every element passes frames through untouched that are progressive and have square pixels.
+std::string videoBranch() {
+  return fmt::format(
+      "videoconvert ! deinterlace ! videoflip video-direction=auto ! videoconvertscale ! "
+      "video/x-raw,format=I420,pixel-aspect-ratio=1/1 ! {}",
+      kSink);
+}
+
+std::string audioBranch() {
+  return fmt::format(
+      "audioconvert ! audioresample ! "
+      "audio/x-raw,format={},rate={},channels={},layout=interleaved ! {}",
+      GST_AUDIO_NE(S16), kPlayedAudio.rate, kPlayedAudio.channels, kSink);
+}
+
+// What a callback keeps of the output, and how it lets go of them.
+gpointer keep(const SharedOutput& output) {
+  auto kept = std::make_unique<SharedOutput>(output);
+  offerHandover(kept.get());
+  return kept.release();
+}
+
+void letGo(gpointer data) {
+  acceptHandover(data);
+  std::unique_ptr<SharedOutput>(static_cast<SharedOutput*>(data)).reset();
+}
+
+// The place of a sample in the stream, the same for both kinds of media. Where the container has no
+// time stamps, media are presented as they come.
+GstClockTime runningTime(GstSample* sample) {
+  const GstClockTime time =
+      gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME,
+                                  GST_BUFFER_PTS(gst_sample_get_buffer(sample)));
+  return GST_CLOCK_TIME_IS_VALID(time) ? time : gst_util_get_timestamp();
+}
+
+GstFlowReturn onSample(GstAppSink* sink, gpointer data, bool video) {
+  acceptHandover(data);
+  const GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
+  PlayOutput& output = **static_cast<SharedOutput*>(data);
+  if (sample && video) output.deliverVideo(sample.get(), runningTime(sample.get()));
+  if (sample && !video) {
+    output.deliverAudio(gst_sample_get_buffer(sample.get()), runningTime(sample.get()));
+  }
+  offerHandover(data);
+  return GST_FLOW_OK;
+}
+
+// Says that frames may have rows of any length: decoders then hand on their own memory instead of a
+// copy.
+GstPadProbeReturn onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
+  GstQuery* query = GST_PAD_PROBE_INFO_QUERY(info);
+  if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION) return GST_PAD_PROBE_OK;
+  gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
+  return GST_PAD_PROBE_HANDLED;
+}
+
+template <Media media>
+GstPadProbeReturn onEncoded(GstPad*, GstPadProbeInfo* info, gpointer data) {
+  acceptHandover(data);
+  GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+  (*static_cast<SharedOutput*>(data))->meter.addEncoded(media, gst_buffer_get_size(buffer));
+  offerHandover(data);
+  return GST_PAD_PROBE_OK;
+}
+
+bool hasProperty(GstElement* element, const char* name) {
+  return g_object_class_find_property(G_OBJECT_GET_CLASS(element), name) != nullptr;
+}
+
+}  // namespace
+
+GstElement* makeOutputBranch(Media media, const SharedOutput& output) {
+  const bool video = media == Media::kVideo;
+  const std::string description = video ? videoBranch() : audioBranch();
+  GError* error = nullptr;
+  GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &error);
+  const GstPtr<GError> owned(error);
+  if (!bin) {
+    NIMBO_LOG_ERROR("player: cannot build {}: {}", description, error->message);
+    return nullptr;
+  }
+  const GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(bin), "sink"));
+  GstAppSinkCallbacks callbacks{};
+  callbacks.new_sample =
+      video ? +[](GstAppSink* appsink, gpointer data) { return onSample(appsink, data, true); }
+            : +[](GstAppSink* appsink, gpointer data) { return onSample(appsink, data, false); };
+  if (video) {
+    const GstPtr<GstPad> pad(gst_element_get_static_pad(sink.get(), "sink"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, &onQuery, nullptr, nullptr);
+  }
+  gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, keep(output), &letGo);
+  return bin;
+}
+
+void tuneDecoder(GstElement* element, const SharedOutput& output) {
+  const gchar* klass = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
+  const std::string_view kind = klass ? klass : "";
+  if (!kind.starts_with("Codec/Decoder/")) return;
+  const bool video = kind.find("Video") != kind.npos;
+  // Decoding several pictures at once holds each back for as many picture times: 36 ms were
+  // measured against 3.
+  if (video && hasProperty(element, "max-threads")) {
+    g_object_set(element, "max-threads", 1, nullptr);
+  }
+  const GstPtr<GstPad> pad(gst_element_get_static_pad(element, "sink"));
+  if (!pad) return;
+  gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
+                    video ? &onEncoded<Media::kVideo> : &onEncoded<Media::kAudio>, keep(output),
+                    &letGo);
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,80 @@
+// Where a playback's pipeline delivers what it has decoded: brings frames and audio into the form
+// in which the engine hands them out, and presents them when they are due. The pipeline shares the
+// output: one that cannot be stopped any more goes on delivering into a closed output, which is
+// harmless.
+//
+// Thread: deliver on GStreamer's threads, video on one and audio on one; they block while enough
+//   waits to be presented. The handlers are called on the presenter's thread. close() on any other.
+// Ownership: the handlers belong to the output; once close() has returned, none runs or will run.
+// Failure: a frame that cannot be read is left out.
+
+#pragma once
+
+#include <gst/gst.h>
+#include <gst/video/video.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include "NimboSdk/LumoLiveDefine.h"
+#include "capture/frame_pool.h"
+#include "play/play_meter.h"
+#include "play/presenter.h"
+
+namespace NimboEngine {
+
+class PlayOutput {
+ public:
+  struct Handlers {
+    // I420 in one piece, the planes directly behind each other; writable.
+    std::function<void(GstBuffer*, const GstVideoInfo&)> onFrame;
+    // Writable samples, PresentationClock::kAudioLead before they are to be heard.
+    std::function<void(const AudioAligner::Piece&)> onAudio;
+  };
+
+  PlayOutput(const LatencySettings& latency, Handlers handlers);
+  ~PlayOutput();
+  PlayOutput(const PlayOutput&) = delete;
+  PlayOutput& operator=(const PlayOutput&) = delete;
+
+  void setMode(LumoRtc::LumoLivePlayMode mode);
+  // kLumoLivePlayModeNone until the pipeline knows what it plays.
+  LumoRtc::LumoLivePlayMode mode() const { return mode_; }
+
+  // `timestamp` is the running time of the sample.
+  void deliverVideo(GstSample* sample, GstClockTime timestamp);
+  void deliverAudio(GstBuffer* buffer, GstClockTime timestamp);
+
+  // Whether all that was delivered has been seen and heard.
+  bool isDrained() const { return presenter_.isDrained(); }
+
+  // What has been counted, the presenter's figures included.
+  PlayCounts counts() const;
+  std::chrono::milliseconds takeWorstDelay(Presenter::Time now);
+
+  void close();
+
+  // Whether a server has said anything.
+  std::atomic<bool> answered{false};
+  PlayMeter meter;
+
+ private:
+  bool adopt(GstCaps* caps);
+  bool isUsable(GstBuffer* buffer) const;
+  GstPtr<GstBuffer> inOnePiece(GstBuffer* buffer);
+
+  const Handlers handlers_;
+  std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
+
+  // Used by deliverVideo only.
+  GstPtr<GstCaps> caps_;
+  GstVideoInfo info_{};     // as the frames come
+  GstVideoInfo ownInfo_{};  // as they are handed on
+  bool comesInOnePiece_ = false;
+  std::unique_ptr<FramePool> pool_;
+
+  Presenter presenter_;  // ends first: it calls the handlers
+};
+
+}  // namespace NimboEngine

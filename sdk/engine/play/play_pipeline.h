@@ -1,0 +1,26 @@
+// Builds the pipeline that plays a URL: source, demultiplexer, decoders, and the branches that
+// deliver into the output. The first video and the first audio stream are played.
+//
+//   live   rtmp, rtmps, rtsp, srt, and http(s) without a length: everything is decoded as it comes,
+//          and each stream has a thread of its own from the demultiplexer on, so that neither waits
+//          for the other.
+//   timed  files, HLS, and http(s) with a length: decoded a little ahead of the presentation.
+//
+// Thread: any.
+// Ownership: the pipeline is the caller's; it shares the output.
+// Failure: null when the pipeline cannot be built; the reason is logged.
+
+#pragma once
+
+#include <memory>
+
+#include "gst/pipeline.h"
+#include "play/play_output.h"
+#include "play/play_url.h"
+
+namespace NimboEngine {
+
+std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<PlayOutput> output,
+                                            Pipeline::Handler handler);
+
+}  // namespace NimboEngine

@@ -1,0 +1,144 @@
+#include "play/presentation_clock.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace NimboEngine {
+namespace {
+
+using namespace std::chrono_literals;
+using Duration = PresentationClock::Duration;
+
+// On top of the jitter, for threads that are scheduled late.
+constexpr Duration kMargin = 15ms;
+// Before anything is known of the jitter.
+constexpr Duration kFirstJitter = 40ms;
+// How fast the clock moves while media are presented: 0.5 %, a twelfth of a semitone.
+constexpr int kSlewDivisor = 200;
+// The jitter is learnt in this time; until then the clock may jump down.
+constexpr Duration kLearning = 1500ms;
+constexpr Duration kJump = 60ms;
+// Lateness below this is left to the slow way.
+constexpr Duration kTolerance = 20ms;
+// A sender that was stopped and does not make up for it is late for good.
+constexpr Duration kLateForGood = 1500ms;
+
+// Timed media: what is ready before the first is presented, and again after data were missing.
+constexpr Duration kTimedStart = 40ms;
+constexpr Duration kTimedRefill = 100ms;
+// Video alone moves the clock when it stands still for so long; below, frames are dropped.
+constexpr Duration kTimedVideoStall = 200ms;
+constexpr Duration kAudioGone = 1s;
+
+}  // namespace
+
+void PresentationClock::setLive(bool live) {
+  std::lock_guard lock(mutex_);
+  live_ = live;
+}
+
+bool PresentationClock::ready(Media media, Time now, Duration timestamp, bool waited) {
+  std::lock_guard lock(mutex_);
+  if (media == Media::kAudio) {
+    hasAudio_ = true;
+    lastAudio_ = now;
+  }
+  return live_ ? readyLive(media, now, timestamp, waited) : readyTimed(media, now, timestamp);
+}
+
+bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, bool waited) {
+  if (waited && offset_) return false;
+  bool begins = transit_.add(media, now, timestamp);
+  if (!begins && isLateForGood(now, lateness(media, now, timestamp))) {
+    transit_.restart();
+    begins = transit_.add(media, now, timestamp);
+  }
+  if (!begins) {
+    follow(now);
+    return false;
+  }
+  if (!offset_) started_ = now;
+  offset_ = transit_.shortest() + wantedDepth();
+  followed_ = now;
+  outage_.reset();
+  return true;
+}
+
+// Where media are late the clock waits for them, as far as the settings allow it. Beyond that it is
+// an outage, whose media are dropped until the sender has caught up; some never do.
+bool PresentationClock::isLateForGood(Time now, Duration late) {
+  const Duration ceiling = transit_.shortest() + settings_.maximum + (hasAudio_ ? kAudioLead : 0ms);
+  const bool waits = late > kTolerance && *offset_ + late + kMargin <= ceiling;
+  if (waits) *offset_ += late + kMargin;
+  if (waits || late <= kTolerance) {
+    outage_.reset();
+  } else if (!outage_) {
+    outage_ = now;
+  }
+  return outage_ && now - *outage_ > kLateForGood;
+}
+
+void PresentationClock::follow(Time now) {
+  const Duration wanted = transit_.shortest() + wantedDepth();
+  const Duration step = (now - followed_) / kSlewDivisor;
+  const Duration difference = wanted - *offset_;
+  followed_ = now;
+  if (now - started_ < kLearning && difference < -kJump) {
+    offset_ = wanted;
+  } else {
+    *offset_ += std::clamp(difference, -step, step);
+  }
+}
+
+bool PresentationClock::readyTimed(Media media, Time now, Duration timestamp) {
+  if (!offset_) {
+    offset_ = now.time_since_epoch() - timestamp + kTimedStart + kAudioLead;
+    return true;
+  }
+  const Duration late = lateness(media, now, timestamp);
+  const bool videoLeads = !hasAudio_ || now - lastAudio_ > kAudioGone;
+  const bool stalled = media == Media::kAudio ? late > 0ns : videoLeads && late > kTimedVideoStall;
+  if (stalled) *offset_ += late + kTimedRefill;
+  return stalled;
+}
+
+// By how much the media miss their moment.
+Duration PresentationClock::lateness(Media media, Time now, Duration timestamp) const {
+  if (media == Media::kVideo && live_ && settings_.lowest) return 0ns;
+  Duration late = now.time_since_epoch() - timestamp - *offset_;
+  // With the tolerance, this is the deadline.
+  if (media == Media::kAudio) late += kAudioDeadline + kTolerance;
+  return late;
+}
+
+Duration PresentationClock::bounded(Duration jitter) const {
+  return std::clamp<Duration>(jitter, settings_.minimum, settings_.maximum);
+}
+
+Duration PresentationClock::wantedDepth() const {
+  const auto needed = [this](Media media) {
+    return bounded(transit_.jitter(media).value_or(kFirstJitter) + kMargin);
+  };
+  // Without synchronisation the clock serves audio alone.
+  const Duration video = settings_.lowest ? 0ns : needed(Media::kVideo);
+  return hasAudio_ ? std::max(video, needed(Media::kAudio) + kAudioLead) : video;
+}
+
+PresentationClock::Time PresentationClock::due(Media media, Duration timestamp) const {
+  std::lock_guard lock(mutex_);
+  if (media == Media::kVideo && live_ && settings_.lowest) return Time::min();
+  return Time(*offset_ + timestamp);
+}
+
+std::chrono::milliseconds PresentationClock::takeWorstDelay(Time now) {
+  std::lock_guard lock(mutex_);
+  return live_ ? transit_.takeWorst(now) : std::chrono::milliseconds(0);
+}
+
+std::chrono::milliseconds PresentationClock::depth() const {
+  std::lock_guard lock(mutex_);
+  if (!offset_ || !live_) return 0ms;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(*offset_ - transit_.shortest());
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,79 @@
+// The one clock by which a player presents: maps time stamps of the stream to the moments at which
+// frames leave the engine and audio is heard.
+//
+//   live   moment = time stamp + shortest transit + depth. The depth covers the jitter of either
+//          stream between the bounds of the settings, and for audio the lead that the output needs.
+//          It follows by at most 5 ms a second, which audio takes by resampling; it jumps where
+//          data were late or were found to have waited, since there the audio is torn anyway.
+//   timed  moment = time stamp + a constant, chosen when the first media are ready, and later only
+//          moved when the data do not come in time.
+//
+// With the setting `lowest`, video frames of live streams are due when they are ready.
+//
+// Thread: any.
+// Failure: none. A jump of a live stream's time stamps restarts the clock.
+
+#pragma once
+
+#include <chrono>
+#include <mutex>
+#include <optional>
+
+#include "play/latency_settings.h"
+#include "play/media.h"
+#include "play/transit_estimator.h"
+
+namespace NimboEngine {
+
+class PresentationClock {
+ public:
+  using Time = TransitEstimator::Time;
+  using Duration = TransitEstimator::Duration;
+
+  // How long before it is heard audio is handed to the output: the output's buffer of 80 ms, and
+  // what the way there may take.
+  static constexpr std::chrono::milliseconds kAudioLead{100};
+  // Audio that is handed to the output later than this before its moment cannot be heard in time.
+  static constexpr std::chrono::milliseconds kAudioDeadline{30};
+
+  explicit PresentationClock(const LatencySettings& settings) : settings_(settings) {}
+
+  // Whether the stream is presented as it arrives; to be called before the first media are ready.
+  void setLive(bool live);
+
+  // Decoded media are ready to be presented. `waited`: they could have been ready earlier, but the
+  // presenter's queue was full; so they tell nothing of the network. Returns whether all moments
+  // have jumped.
+  bool ready(Media media, Time now, Duration timestamp, bool waited);
+
+  // When media of that time stamp are presented; something must have been ready.
+  Time due(Media media, Duration timestamp) const;
+
+  // How late the media were at worst since the last call; see TransitEstimator.
+  std::chrono::milliseconds takeWorstDelay(Time now);
+
+  // How long live media are held back at present, counted from the shortest transit.
+  std::chrono::milliseconds depth() const;
+
+ private:
+  bool readyLive(Media media, Time now, Duration timestamp, bool waited);
+  bool readyTimed(Media media, Time now, Duration timestamp);
+  bool isLateForGood(Time now, Duration late);
+  void follow(Time now);
+  Duration lateness(Media media, Time now, Duration timestamp) const;
+  Duration wantedDepth() const;
+  Duration bounded(Duration jitter) const;
+
+  const LatencySettings settings_;
+  mutable std::mutex mutex_;
+  bool live_ = true;
+  bool hasAudio_ = false;
+  Time lastAudio_;  // when audio was ready last
+  TransitEstimator transit_;
+  std::optional<Duration> offset_;  // moment less time stamp
+  Time started_;
+  Time followed_;
+  std::optional<Time> outage_;  // since when everything has come later than the settings allow
+};
+
+}  // namespace NimboEngine
