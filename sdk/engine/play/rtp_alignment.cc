@@ -1,0 +1,155 @@
+#include "play/rtp_alignment.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace NimboEngine {
+namespace {
+
+using Nanoseconds = RtpAlignment::Nanoseconds;
+
+constexpr Nanoseconds kMillisecond = 1'000'000;
+constexpr Nanoseconds kSecond = 1'000'000'000;
+
+// A packet so far from the arrivals' average has a time stamp of another mapping.
+constexpr Nanoseconds kJump = kSecond;
+// The average of the arrivals gains this part of each difference: it follows clocks that drift
+// apart, and takes several hundred packets to follow anything else.
+constexpr int kLeadDivisor = 256;
+// Reports that differ by less agree: they are taken a few milliseconds apart from the packets.
+constexpr Nanoseconds kReportsAgree = 10 * kMillisecond;
+// Each stream reports every 5 s or so; six reports are three of each.
+constexpr size_t kReportsKept = 6;
+// A larger error is corrected at once, a smaller one by so much with each time stamp: at 30 frames
+// a second, 30 ms a second.
+constexpr Nanoseconds kStep = 100 * kMillisecond;
+constexpr Nanoseconds kSlew = kMillisecond;
+
+}  // namespace
+
+size_t RtpAlignment::add(const Stream& stream) {
+  std::lock_guard lock(mutex_);
+  states_.emplace_back().stream = stream;
+  return states_.size() - 1;
+}
+
+// Time stamps have 32 bits: 13 hours of video. What is less than half of that ahead of the latest
+// one is later, the rest earlier.
+int64_t RtpAlignment::unwrap(const State& state, uint32_t rtpTime) {
+  if (!state.last) return rtpTime;
+  return *state.last + static_cast<int32_t>(rtpTime - static_cast<uint32_t>(*state.last));
+}
+
+Nanoseconds RtpAlignment::streamTime(const State& state, int64_t unwrapped) {
+  const int64_t rate = state.stream.clockRate;
+  return unwrapped / rate * kSecond + unwrapped % rate * kSecond / rate;
+}
+
+// The stream that never moves: the first audio stream that has begun, or else the first one.
+RtpAlignment::State* RtpAlignment::reference() {
+  State* first = nullptr;
+  for (State& state : states_) {
+    if (!state.last) continue;
+    if (state.stream.audio) return &state;
+    if (!first) first = &state;
+  }
+  return first;
+}
+
+Nanoseconds RtpAlignment::present(size_t stream, uint32_t rtpTime, Nanoseconds arrival) {
+  std::lock_guard lock(mutex_);
+  State& state = states_[stream];
+  const int64_t unwrapped = unwrap(state, rtpTime);
+  if (!state.last) {
+    begin(state, unwrapped, arrival);
+  } else {
+    const Nanoseconds ahead = streamTime(state, unwrapped) + state.shift - arrival - state.lead;
+    if (std::abs(ahead) > kJump) {
+      restart(state, unwrapped, arrival);
+    } else {
+      state.lead += ahead / kLeadDivisor;
+      // Packets of one frame share their time stamp and keep sharing it.
+      if (unwrapped != *state.last) move(state);
+    }
+  }
+  state.last = unwrapped;
+  if (state.early) {
+    take(state, *state.early);
+    state.early.reset();
+  }
+  return streamTime(state, unwrapped) + state.shift;
+}
+
+void RtpAlignment::begin(State& state, int64_t unwrapped, Nanoseconds arrival) {
+  restart(state, unwrapped, arrival);
+  if (!state.stream.commonInstant) return;
+  const auto commonTime = [](const State& of, int64_t near) {
+    State at;
+    at.last = near;
+    return streamTime(of, unwrap(at, *of.stream.commonInstant));
+  };
+  const auto leader = std::find_if(states_.begin(), states_.end(), [&](const State& other) {
+    return &other != &state && other.last && other.origin == Origin::kRtpInfo;
+  });
+  if (leader != states_.end()) {
+    const Nanoseconds shift =
+        leader->shift + commonTime(*leader, *leader->last) - commonTime(state, unwrapped);
+    // Some servers fill the field with anything.
+    if (std::abs(shift - state.shift) > kHeadroom) return;
+    state.lead += shift - state.shift;
+    state.shift = state.target = shift;
+  }
+  state.origin = Origin::kRtpInfo;
+}
+
+void RtpAlignment::restart(State& state, int64_t unwrapped, Nanoseconds arrival) {
+  state.shift = state.target = arrival + kHeadroom - streamTime(state, unwrapped);
+  state.lead = kHeadroom;
+  state.origin = Origin::kArrival;
+  state.wallShift.reset();
+  state.wanted.clear();
+}
+
+void RtpAlignment::report(size_t stream, uint32_t rtpTime, uint64_t wallClock) {
+  std::lock_guard lock(mutex_);
+  State& state = states_[stream];
+  if (state.last) {
+    take(state, {rtpTime, wallClock});
+  } else {
+    state.early = Report{rtpTime, wallClock};
+  }
+}
+
+void RtpAlignment::take(State& state, const Report& report) {
+  state.wallShift =
+      static_cast<Nanoseconds>(report.wallClock) - streamTime(state, unwrap(state, report.rtpTime));
+  const State* leader = reference();
+  if (!leader->wallShift) return;
+  if (&state != leader) return follow(state, *leader);
+  for (State& other : states_) {
+    if (&other != leader && other.last && other.wallShift) follow(other, *leader);
+  }
+}
+
+void RtpAlignment::follow(State& state, const State& leader) {
+  const Nanoseconds wanted = *state.wallShift - *leader.wallShift;
+  if (std::abs(leader.shift + wanted - state.shift) > kHeadroom) return;  // not of one clock
+  state.wanted.push_back(wanted);
+  if (state.wanted.size() > kReportsKept) state.wanted.pop_front();
+  std::vector<Nanoseconds> sorted(state.wanted.begin(), state.wanted.end());
+  std::sort(sorted.begin(), sorted.end());
+  const bool agree =
+      sorted.size() == kReportsKept && sorted.back() - sorted.front() < kReportsAgree;
+  if (state.origin == Origin::kRtpInfo && leader.origin == Origin::kRtpInfo && !agree) return;
+  state.origin = Origin::kReports;
+  state.target = leader.shift + sorted[sorted.size() / 2];
+}
+
+void RtpAlignment::move(State& state) {
+  const Nanoseconds missing = state.target - state.shift;
+  const Nanoseconds step = std::abs(missing) > kStep ? missing : std::clamp(missing, -kSlew, kSlew);
+  state.shift += step;
+  state.lead += step;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,90 @@
+// Turns the RTP time stamps of one session's streams into running times that are aligned with each
+// other as the sender meant. A receiver that gives each stream the arrival time of its first packet
+// is wrong by as much as the streams' first packets differ in age: tens of milliseconds, or seconds
+// where a server begins with an older key frame.
+//
+// Within a stream, only the RTP time stamps count: two packets are as far apart as their time
+// stamps are, however they arrived. Between streams there are three sources, best last:
+//
+//   arrival          as the first packets came; the only one where a server says nothing
+//   RTP-Info         the PLAY answer's time stamps of one common instant; known at the first packet
+//   sender reports   RTCP's pairs of wall clock and RTP time stamp; they come after seconds, and
+//                    also follow clocks that drift apart
+//
+// Reports replace an arrival at once. They replace RTP-Info only when several agree: servers exist
+// whose reports vary by some frames while their RTP-Info is exact. The first audio stream never
+// moves, because a step there is audible; the others follow it, slowly when it is little.
+//
+// Thread: any; one mutex.
+// Ownership: holds values only.
+// Failure: none. Time stamps that jump begin a new mapping from the arrival.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace NimboEngine {
+
+class RtpAlignment {
+ public:
+  using Nanoseconds = int64_t;
+
+  // Added to every running time, so that a stream that begins with older packets than the first
+  // stream did has no negative ones. It also limits how much older they can be.
+  static constexpr Nanoseconds kHeadroom = 4'000'000'000;
+
+  struct Stream {
+    bool audio = false;
+    uint32_t clockRate = 90'000;            // of the RTP time stamps, in Hz, not 0
+    std::optional<uint32_t> commonInstant;  // RTP-Info's time stamp of the common instant
+  };
+
+  // Returns the stream's number.
+  size_t add(const Stream& stream);
+
+  // Returns the running time of a packet with `rtpTime`. `arrival` is the running time at which it
+  // came, smoothed or not.
+  Nanoseconds present(size_t stream, uint32_t rtpTime, Nanoseconds arrival);
+
+  // Takes a sender report: the instant `wallClock` on the sender's clock was `rtpTime`.
+  void report(size_t stream, uint32_t rtpTime, uint64_t wallClock);
+
+ private:
+  struct Report {
+    uint32_t rtpTime;
+    uint64_t wallClock;
+  };
+
+  enum class Origin { kArrival, kRtpInfo, kReports };
+
+  struct State {
+    Stream stream;
+    std::optional<int64_t> last;           // unwrapped RTP time stamp of the latest packet
+    std::optional<Report> early;           // report that came before the first packet
+    std::optional<Nanoseconds> wallShift;  // wall clock minus stream time, by the latest report
+    Origin origin = Origin::kArrival;
+    Nanoseconds shift = 0;           // running time minus stream time, in use
+    Nanoseconds target = 0;          // where `shift` moves to
+    Nanoseconds lead = 0;            // running time minus arrival, averaged
+    std::deque<Nanoseconds> wanted;  // shift relative to the reference, by the reports
+  };
+
+  static int64_t unwrap(const State& state, uint32_t rtpTime);
+  static Nanoseconds streamTime(const State& state, int64_t unwrapped);
+  State* reference();
+  void begin(State& state, int64_t unwrapped, Nanoseconds arrival);
+  void restart(State& state, int64_t unwrapped, Nanoseconds arrival);
+  void take(State& state, const Report& report);
+  void follow(State& state, const State& leader);
+  static void move(State& state);
+
+  std::mutex mutex_;
+  std::vector<State> states_;
+};
+
+}  // namespace NimboEngine
