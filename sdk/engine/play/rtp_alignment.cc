@@ -72,7 +72,10 @@ Nanoseconds RtpAlignment::present(size_t stream, uint32_t rtpTime, Nanoseconds a
       if (unwrapped != *state.last) move(state);
     }
   }
-  state.last = unwrapped;
+  if (unwrapped != state.last) {
+    state.recent[state.nextRecent++ % state.recent.size()] = unwrapped;
+    state.last = unwrapped;
+  }
   if (state.early) {
     take(state, *state.early);
     state.early.reset();
@@ -108,6 +111,7 @@ void RtpAlignment::restart(State& state, int64_t unwrapped, Nanoseconds arrival)
   state.origin = Origin::kArrival;
   state.wallShift.reset();
   state.wanted.clear();
+  state.wantedInterpolated = false;
 }
 
 void RtpAlignment::report(size_t stream, uint32_t rtpTime, uint64_t wallClock) {
@@ -121,8 +125,10 @@ void RtpAlignment::report(size_t stream, uint32_t rtpTime, uint64_t wallClock) {
 }
 
 void RtpAlignment::take(State& state, const Report& report) {
-  state.wallShift =
-      static_cast<Nanoseconds>(report.wallClock) - streamTime(state, unwrap(state, report.rtpTime));
+  const int64_t unwrapped = unwrap(state, report.rtpTime);
+  state.wallShift = static_cast<Nanoseconds>(report.wallClock) - streamTime(state, unwrapped);
+  state.interpolated =
+      std::find(state.recent.begin(), state.recent.end(), unwrapped) == state.recent.end();
   const State* leader = reference();
   if (!leader->wallShift) return;
   if (&state != leader) return follow(state, *leader);
@@ -134,13 +140,18 @@ void RtpAlignment::take(State& state, const Report& report) {
 void RtpAlignment::follow(State& state, const State& leader) {
   const Nanoseconds wanted = *state.wallShift - *leader.wallShift;
   if (std::abs(leader.shift + wanted - state.shift) > kHeadroom) return;  // not of one clock
+  const bool interpolated = state.interpolated && leader.interpolated;
+  if (state.wantedInterpolated && !interpolated) return;
+  if (interpolated && !state.wantedInterpolated) state.wanted.clear();
+  state.wantedInterpolated = interpolated;
   state.wanted.push_back(wanted);
   if (state.wanted.size() > kReportsKept) state.wanted.pop_front();
   std::vector<Nanoseconds> sorted(state.wanted.begin(), state.wanted.end());
   std::sort(sorted.begin(), sorted.end());
   const bool agree =
       sorted.size() == kReportsKept && sorted.back() - sorted.front() < kReportsAgree;
-  if (state.origin == Origin::kRtpInfo && leader.origin == Origin::kRtpInfo && !agree) return;
+  const bool haveInfo = state.origin == Origin::kRtpInfo && leader.origin == Origin::kRtpInfo;
+  if (haveInfo && !interpolated && !agree) return;
   state.origin = Origin::kReports;
   state.target = leader.shift + sorted[sorted.size() / 2];
 }

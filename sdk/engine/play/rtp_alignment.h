@@ -11,9 +11,11 @@
 //   sender reports   RTCP's pairs of wall clock and RTP time stamp; they come after seconds, and
 //                    also follow clocks that drift apart
 //
-// Reports replace an arrival at once. They replace RTP-Info only when several agree: servers exist
-// whose reports vary by some frames while their RTP-Info is exact. The first audio stream never
-// moves, because a step there is audible; the others follow it, slowly when it is little.
+// A report whose time stamp is that of a packet was not interpolated: its wall clock is when the
+// packet was sent, some frames beside what it was sampled at. Such a coarse report replaces an
+// arrival, but RTP-Info only when several agree; an interpolated one replaces both at once. The
+// first audio stream never moves, because a step there is audible; the others follow it, slowly
+// when it is little.
 //
 // Thread: any; one mutex.
 // Ownership: holds values only.
@@ -21,6 +23,7 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -64,14 +67,18 @@ class RtpAlignment {
 
   struct State {
     Stream stream;
-    std::optional<int64_t> last;           // unwrapped RTP time stamp of the latest packet
-    std::optional<Report> early;           // report that came before the first packet
+    std::optional<int64_t> last;       // unwrapped RTP time stamp of the latest packet
+    std::optional<Report> early;       // report that came before the first packet
+    std::array<int64_t, 64> recent{};  // the latest distinct ones
+    size_t nextRecent = 0;
     std::optional<Nanoseconds> wallShift;  // wall clock minus stream time, by the latest report
+    bool interpolated = false;             // the latest report
     Origin origin = Origin::kArrival;
-    Nanoseconds shift = 0;           // running time minus stream time, in use
-    Nanoseconds target = 0;          // where `shift` moves to
-    Nanoseconds lead = 0;            // running time minus arrival, averaged
-    std::deque<Nanoseconds> wanted;  // shift relative to the reference, by the reports
+    Nanoseconds shift = 0;            // running time minus stream time, in use
+    Nanoseconds target = 0;           // where `shift` moves to
+    Nanoseconds lead = 0;             // running time minus arrival, averaged
+    bool wantedInterpolated = false;  // what `wanted` was made of
+    std::deque<Nanoseconds> wanted;   // shift relative to the reference, by the reports
   };
 
   static int64_t unwrap(const State& state, uint32_t rtpTime);

@@ -53,8 +53,13 @@ class RtpAlignmentTest : public testing::Test {
     return static_cast<double>(difference) / kMs;
   }
 
-  // Both streams report, video's time stamp wrong by `error` milliseconds.
-  void report(int64_t ms, int64_t error = 0) {
+  // Both streams report between two packets.
+  void report(int64_t ms) { reportAt(ms + 7, 0); }
+
+  // Both streams report a packet's time stamp, video's a frame's that is `error` milliseconds off.
+  void reportCoarsely(int64_t ms, int64_t error) { reportAt(ms, error); }
+
+  void reportAt(int64_t ms, int64_t error) {
     const auto wall = kWallBase + static_cast<uint64_t>(ms * kMs);
     alignment.report(video, videoStamp(ms + error), wall);
     alignment.report(audio, audioStamp(ms), wall);
@@ -127,28 +132,46 @@ TEST_F(RtpAlignmentTest, ASmallErrorIsCorrectedSlowly) {
   EXPECT_NEAR(play(4200, 5000, 20), 0, 0.1);
 }
 
-TEST_F(RtpAlignmentTest, ReportsThatVaryDoNotReplaceRtpInfo) {
+TEST_F(RtpAlignmentTest, CoarseReportsThatVaryDoNotReplaceRtpInfo) {
   addBoth(true);
-  constexpr int kErrors[] = {0, 66, -33, 33, 66, 0, -33, 66};
+  constexpr int kErrors[] = {0, -80, -40, -120, -80, 0, -40, -80};
   int64_t ms = 0;
   for (const int error : kErrors) {
     EXPECT_NEAR(play(ms, ms + 4000), 0, 0.1);
     ms += 4000;
-    report(ms, error);
+    presentVideo(ms);
+    presentAudio(ms);
+    reportCoarsely(ms, error);
   }
   EXPECT_NEAR(play(ms, ms + 4000), 0, 0.1);
 }
 
-TEST_F(RtpAlignmentTest, ReportsThatAgreeReplaceRtpInfo) {
+TEST_F(RtpAlignmentTest, CoarseReportsThatAgreeReplaceRtpInfo) {
   // The server's RTP-Info is 150 ms wrong.
   video = alignment.add({false, kVideoRate, videoStamp(150)});
   audio = alignment.add({true, kAudioRate, audioStamp(0)});
   EXPECT_NEAR(play(0, 4000), 150, 0.1);
-  for (int64_t ms = 4000; ms <= 16'000; ms += 4000) {
-    report(ms);
+  for (int64_t ms = 4000; ms <= 8000; ms += 4000) {
+    presentVideo(ms);
+    presentAudio(ms);
+    reportCoarsely(ms, 0);
+    EXPECT_NEAR(play(ms, ms + 4000), 150, 0.1);
+  }
+  for (int64_t ms = 12'000; ms <= 16'000; ms += 4000) {
+    presentVideo(ms);
+    presentAudio(ms);
+    reportCoarsely(ms, 0);
     play(ms, ms + 4000);
   }
   EXPECT_NEAR(play(20'000, 20'400), 0, 0.1);
+}
+
+TEST_F(RtpAlignmentTest, OneInterpolatedReportReplacesRtpInfo) {
+  video = alignment.add({false, kVideoRate, videoStamp(150)});
+  audio = alignment.add({true, kAudioRate, audioStamp(0)});
+  EXPECT_NEAR(play(0, 4000), 150, 0.1);
+  report(4000);
+  EXPECT_NEAR(play(4000, 4080), 0, 0.1);
 }
 
 TEST_F(RtpAlignmentTest, ReportsFollowAClockThatDrifts) {
