@@ -18,6 +18,8 @@ constexpr Nanoseconds kJump = kSecond;
 constexpr int kLeadDivisor = 256;
 // Reports that differ by less agree: they are taken a few milliseconds apart from the packets.
 constexpr Nanoseconds kReportsAgree = 10 * kMillisecond;
+// A server may send a report before the packet whose time stamp it has.
+constexpr int kStampsAfterReport = 4;
 // Each stream reports every 5 s or so; six reports are three of each.
 constexpr size_t kReportsKept = 6;
 // A larger error is corrected at once, a smaller one by so much with each time stamp: at 30 frames
@@ -72,13 +74,17 @@ Nanoseconds RtpAlignment::present(size_t stream, uint32_t rtpTime, Nanoseconds a
       if (unwrapped != *state.last) move(state);
     }
   }
+  const bool first = !state.last;
   if (unwrapped != state.last) {
     state.recent[state.nextRecent++ % state.recent.size()] = unwrapped;
     state.last = unwrapped;
-  }
-  if (state.early) {
-    take(state, *state.early);
-    state.early.reset();
+    if (state.pending && --state.pendingFor == 0) {
+      take(state, isInterpolated(state));
+      state.pending.reset();
+    } else if (state.pending && first && state.origin == Origin::kArrival) {
+      take(state, false);
+      moveBy(state, state.target - state.shift);
+    }
   }
   return streamTime(state, unwrapped) + state.shift;
 }
@@ -99,8 +105,8 @@ void RtpAlignment::begin(State& state, int64_t unwrapped, Nanoseconds arrival) {
         leader->shift + commonTime(*leader, *leader->last) - commonTime(state, unwrapped);
     // Some servers fill the field with anything.
     if (std::abs(shift - state.shift) > kHeadroom) return;
-    state.lead += shift - state.shift;
-    state.shift = state.target = shift;
+    state.target = shift;
+    moveBy(state, shift - state.shift);
   }
   state.origin = Origin::kRtpInfo;
 }
@@ -117,18 +123,25 @@ void RtpAlignment::restart(State& state, int64_t unwrapped, Nanoseconds arrival)
 void RtpAlignment::report(size_t stream, uint32_t rtpTime, uint64_t wallClock) {
   std::lock_guard lock(mutex_);
   State& state = states_[stream];
-  if (state.last) {
-    take(state, {rtpTime, wallClock});
-  } else {
-    state.early = Report{rtpTime, wallClock};
-  }
+  state.pending = Report{rtpTime, wallClock};
+  state.pendingFor = kStampsAfterReport;
+  // Better than the arrival at any rate.
+  if (state.last && state.origin == Origin::kArrival) take(state, false);
 }
 
-void RtpAlignment::take(State& state, const Report& report) {
-  const int64_t unwrapped = unwrap(state, report.rtpTime);
-  state.wallShift = static_cast<Nanoseconds>(report.wallClock) - streamTime(state, unwrapped);
-  state.interpolated =
-      std::find(state.recent.begin(), state.recent.end(), unwrapped) == state.recent.end();
+// Whether the pending report's time stamp is not that of a packet, rounded or not.
+bool RtpAlignment::isInterpolated(const State& state) {
+  const int64_t stamp = unwrap(state, state.pending->rtpTime);
+  return std::none_of(state.recent.begin(), state.recent.end(),
+                      [=](int64_t recent) { return std::abs(recent - stamp) <= 1; });
+}
+
+// Uses the pending report.
+void RtpAlignment::take(State& state, bool interpolated) {
+  const int64_t unwrapped = unwrap(state, state.pending->rtpTime);
+  state.wallShift =
+      static_cast<Nanoseconds>(state.pending->wallClock) - streamTime(state, unwrapped);
+  state.interpolated = interpolated;
   const State* leader = reference();
   if (!leader->wallShift) return;
   if (&state != leader) return follow(state, *leader);
@@ -156,9 +169,13 @@ void RtpAlignment::follow(State& state, const State& leader) {
   state.target = leader.shift + sorted[sorted.size() / 2];
 }
 
+// Moves the stream towards its target.
 void RtpAlignment::move(State& state) {
   const Nanoseconds missing = state.target - state.shift;
-  const Nanoseconds step = std::abs(missing) > kStep ? missing : std::clamp(missing, -kSlew, kSlew);
+  moveBy(state, std::abs(missing) > kStep ? missing : std::clamp(missing, -kSlew, kSlew));
+}
+
+void RtpAlignment::moveBy(State& state, Nanoseconds step) {
   state.shift += step;
   state.lead += step;
 }

@@ -68,7 +68,8 @@ class RtpAlignment {
   struct State {
     Stream stream;
     std::optional<int64_t> last;       // unwrapped RTP time stamp of the latest packet
-    std::optional<Report> early;       // report that came before the first packet
+    std::optional<Report> pending;     // waits for the packets beside it
+    int pendingFor = 0;                // so many time stamps more
     std::array<int64_t, 64> recent{};  // the latest distinct ones
     size_t nextRecent = 0;
     std::optional<Nanoseconds> wallShift;  // wall clock minus stream time, by the latest report
@@ -86,9 +87,11 @@ class RtpAlignment {
   State* reference();
   void begin(State& state, int64_t unwrapped, Nanoseconds arrival);
   void restart(State& state, int64_t unwrapped, Nanoseconds arrival);
-  void take(State& state, const Report& report);
+  void take(State& state, bool interpolated);
+  static bool isInterpolated(const State& state);
   void follow(State& state, const State& leader);
   static void move(State& state);
+  static void moveBy(State& state, Nanoseconds step);
 
   std::mutex mutex_;
   std::vector<State> states_;
