@@ -11,8 +11,9 @@ using Nanoseconds = RtpAlignment::Nanoseconds;
 constexpr Nanoseconds kMillisecond = 1'000'000;
 constexpr Nanoseconds kSecond = 1'000'000'000;
 
-// A packet so far from the arrivals' average has a time stamp of another mapping.
-constexpr Nanoseconds kJump = kSecond;
+// A packet so far from the arrivals' average has a time stamp of another mapping. Servers that
+// begin with a cached group of pictures send some seconds of it at once.
+constexpr Nanoseconds kJump = 10 * kSecond;
 // The average of the arrivals gains this part of each difference: it follows clocks that drift
 // apart, and takes several hundred packets to follow anything else.
 constexpr int kLeadDivisor = 256;
