@@ -36,6 +36,11 @@ size_t RtpAlignment::add(const Stream& stream) {
   return states_.size() - 1;
 }
 
+void RtpAlignment::remove(size_t stream) {
+  std::lock_guard lock(mutex_);
+  states_[stream] = State{};
+}
+
 // Time stamps have 32 bits: 13 hours of video. What is less than half of that ahead of the latest
 // one is later, the rest earlier.
 int64_t RtpAlignment::unwrap(const State& state, uint32_t rtpTime) {

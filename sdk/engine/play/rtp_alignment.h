@@ -50,6 +50,9 @@ class RtpAlignment {
   // Returns the stream's number.
   size_t add(const Stream& stream);
 
+  // The stream has ended; the others no longer follow it.
+  void remove(size_t stream);
+
   // Returns the running time of a packet with `rtpTime`. `arrival` is the running time at which it
   // came, smoothed or not.
   Nanoseconds present(size_t stream, uint32_t rtpTime, Nanoseconds arrival);

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/handover.h"
 #include "gst/gst_ptr.h"
@@ -40,8 +41,14 @@ using SharedAligner = std::shared_ptr<Aligner>;
 
 // What the probe on one pad needs.
 struct StreamProbe {
-  std::shared_ptr<RtpAlignment> alignment;
-  size_t stream = 0;
+  StreamProbe(std::shared_ptr<RtpAlignment> with, size_t number)
+      : alignment(std::move(with)), stream(number) {}
+  ~StreamProbe() { alignment->remove(stream); }
+  StreamProbe(const StreamProbe&) = delete;
+  StreamProbe& operator=(const StreamProbe&) = delete;
+
+  const std::shared_ptr<RtpAlignment> alignment;
+  const size_t stream;
   GstClockTimeDiff moved = 0;  // new minus old time stamp of the latest packet
 };
 
@@ -136,9 +143,7 @@ void Aligner::addStream(GstPad* pad) {
       alignment_->report(number, early.mapped().rtpTime, early.mapped().wallClock);
     }
   }
-  auto probe = std::make_unique<StreamProbe>();
-  probe->alignment = alignment_;
-  probe->stream = number;
+  auto probe = std::make_unique<StreamProbe>(alignment_, number);
   offerHandover(probe.get());
   gst_pad_add_probe(
       pad,
