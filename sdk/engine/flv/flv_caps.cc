@@ -95,9 +95,11 @@ Caps aacCaps(Bytes config) {
 // An OpusHead; without one the stream has one or two channels, which the decoder treats alike.
 Caps opusCaps(Bytes head) {
   constexpr int kRate = 48'000;
+  constexpr std::size_t kHeadSize = 19;
   if (head.empty()) {
     return Caps(gst_codec_utils_opus_create_caps(kRate, 2, 0, 1, 1, nullptr));
   }
+  if (head.size() < kHeadSize) return nullptr;
   return Caps(gst_codec_utils_opus_create_caps_from_header(copied(head).get(), nullptr));
 }
 

@@ -50,7 +50,7 @@ inline FlvBytes videoTag(uint32_t timestamp, const FlvBytes& body) {
   return tag(9, timestamp, body);
 }
 
-// An H.264 configuration of 64x48, and one of 96x64.
+// An H.264 configuration; another level makes another one.
 inline FlvBytes avcRecord(uint8_t level = 10) {
   return {1, 66, 0xc0, level, 0xff, 0xe1, 0, 4, 0x67, 66, 0xc0, level, 1, 0, 2, 0x68, 0xce};
 }

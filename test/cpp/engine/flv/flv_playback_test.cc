@@ -1,14 +1,19 @@
-// Real files through the demuxer into GStreamer's decoders. Those in data/ were muxed by FFmpeg 8,
-// which writes the enhanced headers; the legacy ones are made by the installed ffmpeg.
+// Real files through the demuxer into GStreamer's decoders. Those in data/ have enhanced headers:
+// they were muxed by FFmpeg 8, and the one with VP8, which FFmpeg does not write, by a script. The
+// legacy ones are made by the installed ffmpeg.
 
 #include <gst/app/gstappsink.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "flv/flv_demuxer.h"
 #include "gst/gst_ptr.h"
 #include "gst/runtime.h"
+#include "support/child_process.h"
 
 namespace NimboEngine {
 namespace {
@@ -93,13 +98,84 @@ Decoded decode(const std::string& path) {
   return decoded;
 }
 
-TEST(Try, It) {
-  startGstreamer();
-  const auto d = decode(g_getenv("FLV"));
-  printf("video %d audio %d/%.3f s first %.3f %.3f last %.3f error %s\n", d.video, d.audioBuffers,
-         d.audioSamples / 48000., double(d.firstVideo) / 1e9, double(d.firstAudio) / 1e9,
-         double(d.lastVideo) / 1e9, d.error.c_str());
+// Nine frames at 15/s, and 0.6 s of a tone.
+constexpr int kFrames = 9;
+constexpr int kSamples = 48'000 * 6 / 10;
+
+void expectAll(const Decoded& decoded, bool video) {
+  EXPECT_EQ(decoded.error, "");
+  // Coders pad the end to a whole frame, and some cut the start.
+  EXPECT_GE(decoded.audioSamples, kSamples - 2'000);
+  EXPECT_LE(decoded.audioSamples, kSamples + 8'000);
+  EXPECT_GE(decoded.firstAudio, kFlvTimeOffset);
+  if (!video) return;
+  EXPECT_EQ(decoded.video, kFrames);
+  EXPECT_NEAR(static_cast<double>(decoded.lastVideo - decoded.firstVideo) / GST_SECOND,
+              (kFrames - 1) / 15., 0.002);
+  // Both begin together.
+  EXPECT_NEAR(static_cast<double>(decoded.firstVideo) / GST_SECOND,
+              static_cast<double>(decoded.firstAudio) / GST_SECOND, 0.05);
 }
+
+class FlvPlaybackTest : public testing::TestWithParam<const char*> {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+};
+
+TEST_P(FlvPlaybackTest, PlaysEnhancedFlv) {
+  expectAll(decode(std::string(FLV_TEST_DATA "/") + GetParam() + ".flv"), true);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FlvPlaybackTest,
+                         testing::Values("hevc_aac", "av1_opus", "vp9_flac", "vp8_ac3",
+                                         "h264_eac3"),
+                         [](const auto& test) { return std::string(test.param); });
+
+struct LegacyCase {
+  const char* name;
+  std::vector<std::string> video;  // ffmpeg's arguments; none for no video
+  std::vector<std::string> audio;
+};
+
+class FlvLegacyPlaybackTest : public testing::TestWithParam<LegacyCase> {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+};
+
+TEST_P(FlvLegacyPlaybackTest, Plays) {
+  const auto& [name, video, audio] = GetParam();
+  const std::string path = std::filesystem::temp_directory_path() /
+                           ("nimbo-flv-" + std::to_string(getpid()) + "-" + name + ".flv");
+  std::vector<std::string> command = {"ffmpeg", "-v", "error", "-nostdin", "-y"};
+  const auto add = [&command](const std::vector<std::string>& more) {
+    command.insert(command.end(), more.begin(), more.end());
+  };
+  if (!video.empty()) add({"-f", "lavfi", "-i", "testsrc2=s=64x48:r=15:d=0.6"});
+  add({"-f", "lavfi", "-i", "sine=440:sample_rate=48000:d=0.6"});
+  add(video);
+  add(audio);
+  add({path});
+  ASSERT_EQ(test::ChildProcess(command).wait(), 0);
+  expectAll(decode(path), !video.empty());
+  std::filesystem::remove(path);
+}
+
+const std::vector<std::string> kReordered = {"-c:v", "libx264", "-pix_fmt", "yuv420p", "-bf", "2"};
+
+INSTANTIATE_TEST_SUITE_P(
+    All, FlvLegacyPlaybackTest,
+    testing::Values(LegacyCase{"h264_aac", kReordered, {"-c:a", "aac"}},
+                    LegacyCase{
+                        "h264_speex", kReordered, {"-c:a", "libspeex", "-ar", "16000", "-ac", "1"}},
+                    LegacyCase{"h263_mp3", {"-c:v", "flv"}, {"-c:a", "libmp3lame", "-ar", "44100"}},
+                    LegacyCase{"screen_adpcm",
+                               {"-c:v", "flashsv", "-pix_fmt", "bgr24"},
+                               {"-c:a", "adpcm_swf", "-ar", "22050"}},
+                    LegacyCase{"nellymoser", {}, {"-c:a", "nellymoser", "-ar", "22050"}},
+                    LegacyCase{"pcm", {}, {"-c:a", "pcm_s16le", "-ar", "11025"}},
+                    LegacyCase{"alaw", {}, {"-c:a", "pcm_alaw", "-ar", "8000"}},
+                    LegacyCase{"mulaw", {}, {"-c:a", "pcm_mulaw", "-ar", "8000"}}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace NimboEngine
