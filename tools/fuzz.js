@@ -24,7 +24,7 @@ const OPTIONS = {
   play_flv: ['-max_len=8192', '-timeout=20'], // a whole, if short, stream
 };
 // GStreamer and GLib keep memory of their own.
-const USING_GSTREAMER = ['flv_tag', 'play_flv'];
+const USING_GSTREAMER = ['flv_demux', 'flv_tag', 'play_flv'];
 
 const environment = (target) => ({
   ASAN_OPTIONS: `detect_leaks=${USING_GSTREAMER.includes(target) ? 0 : 1}`,

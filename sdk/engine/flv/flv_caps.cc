@@ -28,7 +28,7 @@ void appendHeader(GValue* headers, Bytes bytes) {
   gst_value_array_append_and_take_value(headers, &header);
 }
 
-// Packets that stand before the frames where the codec has a container of its own.
+// Header packets of codecs from the Ogg family.
 void setStreamHeaders(GstCaps* caps, Bytes first, Bytes second) {
   GValue headers = G_VALUE_INIT;
   gst_value_array_init(&headers, 2);
@@ -57,8 +57,8 @@ Caps hevcCaps(Bytes record) {
   return caps;
 }
 
-// An AV1CodecConfigurationRecord begins with its marker bit and version 1. Without one the key
-// frames say the same.
+// An AV1CodecConfigurationRecord begins with its marker bit and version 1. Without one, the decoder
+// takes the sequence header from the key frames.
 Caps av1Caps(Bytes record) {
   constexpr std::size_t kFixedPart = 4;
   constexpr uint8_t kMarkerAndVersion = 0x81;
@@ -86,13 +86,14 @@ Caps aacCaps(Bytes config) {
   Caps caps(gst_caps_new_simple("audio/mpeg", "mpegversion", G_TYPE_INT, 4, "framed",
                                 G_TYPE_BOOLEAN, TRUE, "stream-format", G_TYPE_STRING, "raw", "rate",
                                 G_TYPE_INT, rate, nullptr));
-  // Channels may be described in the frames instead.
+  // The channels may be described in the frames instead.
   if (channels > 0) gst_caps_set_simple(caps.get(), "channels", G_TYPE_INT, channels, nullptr);
   setCodecData(caps.get(), config);
   return caps;
 }
 
-// An OpusHead; without one the stream has one or two channels, which the decoder treats alike.
+// An OpusHead. Without one the stream is mono or stereo, between which the decoder needs no
+// distinction.
 Caps opusCaps(Bytes head) {
   constexpr int kRate = 48'000;
   constexpr std::size_t kHeadSize = 19;
@@ -103,8 +104,8 @@ Caps opusCaps(Bytes head) {
   return Caps(gst_codec_utils_opus_create_caps_from_header(copied(head).get(), nullptr));
 }
 
-// The STREAMINFO block, which FFmpeg sends bare and the format has behind "fLaC" and the block's
-// own header. The caps need it in the form that Ogg has.
+// The STREAMINFO block: bare, as FFmpeg sends it, or after "fLaC" and a block header, as the
+// format defines it. GStreamer expects the Ogg form in the caps.
 Caps flacCaps(Bytes header) {
   constexpr std::size_t kStreamInfoSize = 34;
   constexpr std::size_t kPrefixSize = 8;
@@ -129,7 +130,7 @@ Caps flacCaps(Bytes header) {
   return caps;
 }
 
-// FLV has Speex at 16 kHz, one channel, and leaves out the header that its decoder asks for.
+// Speex in FLV is 16 kHz mono and lacks the header that the decoder requires.
 Caps speexCaps() {
   std::array<uint8_t, 80> header{};
   std::memcpy(header.data(), "Speex   1.2", 11);
@@ -173,7 +174,7 @@ Caps adpcmCaps(const FlvMedia& media) {
   return caps;
 }
 
-// Rate and channels are left to a parser: the FLV header cannot express all that there are.
+// Rate and channels are left to a parser: the FLV header cannot express all sample rates.
 Caps mp3Caps() {
   return Caps(gst_caps_new_simple("audio/mpeg", "mpegversion", G_TYPE_INT, 1, "layer", G_TYPE_INT,
                                   3, nullptr));

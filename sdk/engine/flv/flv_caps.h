@@ -1,8 +1,8 @@
-// The GStreamer caps of a stream in an FLV, from its codec and its configuration.
+// GStreamer caps of an FLV stream, made from its codec and its configuration.
 //
 // Thread: any; GStreamer must have been started.
 // Ownership: the caps are the caller's; the configuration is copied.
-// Failure: null for a codec that has none, or a configuration that cannot be right.
+// Failure: null for an unknown codec or an invalid configuration.
 
 #pragma once
 
@@ -14,8 +14,8 @@
 
 namespace NimboEngine {
 
-// `media` is a frame or a configuration. `configuration` is the stream's newest, empty while it has
-// none, which serves all codecs that do not needsConfiguration().
+// `media` is a frame or a configuration. `configuration` may be empty, except for a codec that
+// needsConfiguration().
 GstPtr<GstCaps> makeFlvCaps(const FlvMedia& media, std::span<const uint8_t> configuration);
 
 }  // namespace NimboEngine

@@ -20,14 +20,14 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-// The offset keeps what is before the first time stamp positive.
+// A stream may start that much before the first time stamp.
 static_assert(kFlvTimeOffset >= FlvTimeline::kMaxDistanceMs * GST_MSECOND);
 
 struct CombinerRelease {
   void operator()(GstFlowCombiner* combiner) const { gst_flow_combiner_free(combiner); }
 };
 
-// What the element does from one start to the next.
+// The element's state from READY to PAUSED and back.
 class Demuxer {
  public:
   explicit Demuxer(GstElement* element)
@@ -58,7 +58,7 @@ class Demuxer {
   FlvStream video_;
   FlvStream audio_;
   std::unique_ptr<GstFlowCombiner, CombinerRelease> combiner_;
-  std::array<std::string, 2> undecodable_;  // what of audio, of video cannot be decoded
+  std::array<std::string, 2> undecodable_;  // warnings of audio and video
   guint groupId_ = gst_util_group_id_next();
 };
 
@@ -72,11 +72,11 @@ GstFlowReturn Demuxer::take(GstBuffer* buffer) {
   while (flow == GST_FLOW_OK && (status = parser_.next(tag)) == FlvParser::Status::kTag) {
     flow = takeTag(tag);
   }
-  // The parser refers to the mapped bytes, unless it has asked for more.
+  // The parser refers to the mapped bytes unless it has returned kNeedData.
   if (status != FlvParser::Status::kNeedData) parser_.reset();
   gst_buffer_unmap(buffer, &map);
   if (status == FlvParser::Status::kError) {
-    GST_ELEMENT_ERROR(element_, STREAM, DEMUX, ("The stream is no FLV."),
+    GST_ELEMENT_ERROR(element_, STREAM, DEMUX, ("The stream is not FLV."),
                       ("no tag in %zu bytes", FlvParser::kMaxSkippedBytes));
     return GST_FLOW_ERROR;
   }
@@ -129,7 +129,7 @@ GstFlowReturn Demuxer::takeFrame(const FlvMedia& media, const RawFlvTag& tag) {
   return combine(stream.pad(), stream.push(media, bytes, dts));
 }
 
-// A stream that nobody takes must not stop the other, which may show itself only later.
+// An unlinked stream must not stop the other, which may begin later.
 GstFlowReturn Demuxer::combine(GstPad* pad, GstFlowReturn flow) {
   const GstFlowReturn both = gst_flow_combiner_update_pad_flow(combiner_.get(), pad, flow);
   return both == GST_FLOW_NOT_LINKED && padCount() < 2 ? GST_FLOW_OK : both;
@@ -188,7 +188,7 @@ void Demuxer::removePads() {
   audio_.removePad();
 }
 
-// The rest makes an element of it.
+// GObject class of the element.
 
 struct Element {
   GstElement parent;
@@ -220,7 +220,7 @@ gboolean onEvent(GstPad* pad, GstObject* element, GstEvent* event) {
     }
     case GST_EVENT_CAPS:
     case GST_EVENT_SEGMENT:
-      break;  // each pad has its own
+      break;  // the source pads have their own
     case GST_EVENT_EOS:
       demuxer.end();
       break;

@@ -1,22 +1,22 @@
-// The element "nimboflvdemux": splits a live FLV, from HTTP or RTMP, into its video and its audio.
+// GStreamer element "nimboflvdemux": demultiplexer of live FLV, from HTTP or RTMP.
 //
-// Pads: sink takes video/x-flv, as bytes cut anywhere; "video" and "audio" are added each when its
-//   stream can first be decoded (see FlvStream). Neither waits for the other, and the element keeps
-//   no frames. no-more-pads comes when both are there, else with the end.
-// Codecs: those of FlvCodec. Codecs that are not known, and encrypted tags, are left out, with one
-//   warning for each stream.
-// Time: both streams are on one timeline (see FlvTimeline), in a plain time segment that begins at
-//   0. To each time stamp kFlvTimeOffset is added, so that no presentation time is negative.
-//   Buffers have PTS and DTS. After a jump, or a gap in the bytes, the next frame of each stream
-//   has DISCONT.
-// Changes: a new configuration or format, even codec, in mid-stream becomes new caps on the same
-// pad. Seeking: none; a flush begins anew with whatever bytes come.
+// Pads: the sink pad takes video/x-flv, cut anywhere. The source pads "video" and "audio" are added
+//   independently, each when its stream can be decoded for the first time (see FlvStream). The
+//   element keeps no frames. no-more-pads is emitted when both pads exist, else at the end.
+// Codecs: those of FlvCodec. Unknown codecs and encrypted tags are skipped, with one warning
+//   message for each stream.
+// Time: both streams share one timeline (see FlvTimeline), in a time segment that starts at 0.
+//   kFlvTimeOffset is added to every time stamp, so that no presentation time is negative. Buffers
+//   have PTS and DTS. After a jump of the time stamps, or lost bytes, the next buffer of each
+//   stream has DISCONT.
+// Changes: another configuration, format or codec in mid-stream becomes new caps on the same pad.
+// Seeking: not supported; a flush resets parser and timeline.
 //
-// Thread: as any element's; all output leaves on the thread that pushes into the sink.
-// Ownership: that of GStreamer's elements.
-// Failure: errors on the bus, in the domain STREAM: DEMUX for bytes that are no FLV and for an end
-//   without any stream, CODEC_NOT_FOUND for an end with only streams that cannot be decoded. A
-//   stream whose pad is not linked is left out.
+// Thread: any, as for every element. All output leaves on the sink pad's streaming thread.
+// Ownership: as for every element.
+// Failure: error messages of the domain STREAM: DEMUX for input that is not FLV and for an end
+//   without any stream, CODEC_NOT_FOUND for an end with only undecodable streams. The flow is
+//   NOT_LINKED only when both pads exist and neither is linked.
 
 #pragma once
 
@@ -27,7 +27,8 @@ namespace NimboEngine {
 inline constexpr char kFlvDemuxerFactory[] = "nimboflvdemux";
 inline constexpr GstClockTime kFlvTimeOffset = 10 * GST_SECOND;
 
-// Makes the element known to GStreamer, which must have been started; decodebin does not choose it.
+// Registers the element's factory; GStreamer must be initialised. Its rank is NONE: decodebin does
+// not choose it.
 bool registerFlvDemuxer();
 
 }  // namespace NimboEngine

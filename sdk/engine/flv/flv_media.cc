@@ -10,7 +10,7 @@ namespace {
 using Bytes = std::span<const uint8_t>;
 using Kind = FlvMedia::Kind;
 
-// Reads a body front to back. What is beyond its end reads as 0 and leaves `good` false.
+// Reads a body from front to back. Reads beyond its end return 0 and clear good().
 class Reader {
  public:
   explicit Reader(Bytes bytes) : bytes_(bytes) {}
@@ -106,7 +106,7 @@ constexpr uint8_t kCommandFrame = 5;
 // Upper half of an audio tag's first byte.
 constexpr uint8_t kEnhancedAudio = 9;
 
-// Second byte of H.264, HEVC and AAC with a legacy header.
+// Packet type of H.264, HEVC and AAC with a legacy header.
 constexpr uint32_t kLegacyConfiguration = 0;
 constexpr uint32_t kLegacyFrame = 1;
 constexpr uint32_t kLegacyEnd = 2;
@@ -130,7 +130,7 @@ constexpr uint32_t kManyTracks = 1;
 constexpr uint32_t kManyTracksManyCodecs = 2;
 constexpr uint32_t kDefaultTrack = 0;
 
-// No encoder reorders frames over a longer time: beyond it the value is damage, and counts as 0.
+// No encoder reorders frames over a longer time. Values beyond it are invalid and count as 0.
 constexpr int32_t kMaxCompositionMs = 10'000;
 
 int32_t takeComposition(Reader& reader) {
@@ -146,7 +146,7 @@ FlvMedia failed(FlvMedia media, Kind kind) {
   return media;
 }
 
-// All that is left is the configuration or the frame.
+// The rest of the body is the payload.
 FlvMedia finished(FlvMedia media, const Reader& reader, Kind kind) {
   if (!reader.good()) return failed(media, Kind::kMalformed);
   media.offset = reader.at();
@@ -155,7 +155,7 @@ FlvMedia finished(FlvMedia media, const Reader& reader, Kind kind) {
   return media;
 }
 
-// Takes the modifiers in front of the packet proper, whose type it returns.
+// Reads the modifiers in front of the packet. Returns the type of the packet.
 uint32_t takeModifiers(uint32_t packetType, Reader& reader, FlvMedia& media) {
   while (packetType == kModEx && reader.good()) {
     std::size_t size = reader.take(1) + 1;
@@ -171,7 +171,8 @@ uint32_t takeModifiers(uint32_t packetType, Reader& reader, FlvMedia& media) {
   return packetType;
 }
 
-// Finds the default track, and ends `reader` behind it. Its codec; nothing when it is not there.
+// Moves `reader` to the default track and limits it to that. Returns the track's codec, or nothing
+// when the body lacks the track.
 std::optional<uint32_t> takeTrack(uint32_t multitrackType, Reader& reader) {
   if (multitrackType > kManyTracksManyCodecs) return std::nullopt;
   uint32_t code = multitrackType == kManyTracksManyCodecs ? 0 : reader.take(4);
@@ -190,10 +191,10 @@ std::optional<uint32_t> takeTrack(uint32_t multitrackType, Reader& reader) {
 
 struct Packet {
   uint32_t type;
-  bool present;  // whether there is something for the default track
+  bool present;  // whether the default track is in the body
 };
 
-// What follows the first byte of an enhanced header, up to the packet proper.
+// Reads the rest of an enhanced header, up to the payload.
 Packet takeEnhancedHeader(uint32_t type, uint32_t multitrack, Reader& reader, FlvMedia& media) {
   if (type != multitrack) {
     media.code = reader.take(4);
@@ -207,7 +208,7 @@ Packet takeEnhancedHeader(uint32_t type, uint32_t multitrack, Reader& reader, Fl
 
 FlvMedia readEnhancedVideo(uint32_t frameType, uint32_t first, Reader reader, FlvMedia media) {
   const uint32_t outer = takeModifiers(first, reader, media);
-  // The frame type of metadata says nothing.
+  // The frame type of metadata has no meaning; FFmpeg sends it as a command.
   if (frameType == kCommandFrame && outer != kMetadata) return media;
   const auto [type, present] = takeEnhancedHeader(outer, kVideoMultitrack, reader, media);
   if (!reader.good()) return failed(media, Kind::kMalformed);
@@ -252,7 +253,7 @@ FlvMedia readEnhancedAudio(uint32_t first, Reader reader, FlvMedia media) {
   }
 }
 
-// H.264, HEVC and AAC say in a byte of their own what they hold.
+// H.264, HEVC and AAC have a packet type of their own.
 FlvMedia readLegacyPacket(uint32_t type, const Reader& reader, FlvMedia media) {
   switch (type) {
     case kLegacyConfiguration:
@@ -287,7 +288,7 @@ void describeLegacyAudio(uint8_t first, FlvMedia& media) {
       break;
     case FlvCodec::kAac:
     case FlvCodec::kMp3:
-      // The header cannot express most rates; the frames have the true ones.
+      // The header cannot express most sample rates; the stream carries the true one.
       media.sampleRate = media.sampleBits = media.channels = 0;
       break;
     default:

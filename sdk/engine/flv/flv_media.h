@@ -1,11 +1,11 @@
-// Tells what an FLV audio or video tag holds: the codec, whether it is a configuration or a frame,
-// and where in the tag's body that is. Reads the legacy headers, HEVC under the codec number 12
-// that some senders use, and the enhanced headers with FourCC codes: modifiers (ModEx) and
-// multitrack bodies included, of which the default track, number 0, is taken.
+// Parser of the headers inside FLV audio and video tags: codec, packet kind (configuration, frame),
+// and position of the payload. Supports the legacy headers, HEVC under the non-standard codec
+// number 12, and the enhanced headers with FourCC codes including modifiers (ModEx) and multitrack
+// bodies. Of several tracks only the default track, number 0, is used.
 //
 // Thread: any; the functions keep no state.
-// Ownership: none; positions refer to the body that was given.
-// Failure: a body that cannot be right is kMalformed, one whose codec is not known kUnsupported.
+// Ownership: none; positions refer to the given body.
+// Failure: an invalid body is kMalformed, an unknown codec kUnsupported.
 
 #pragma once
 
@@ -44,19 +44,19 @@ enum class FlvCodec : uint8_t {
 
 struct FlvMedia {
   enum class Kind : uint8_t {
-    kIgnored,        // nothing to decode: a command, metadata, silence, another track
-    kConfiguration,  // what the decoder needs before the first frame; may be empty
+    kIgnored,        // nothing to decode: command, metadata, silence, other track
+    kConfiguration,  // codec configuration; may be empty
     kFrame,
     kEndOfSequence,
-    kUnsupported,  // `code` says what
+    kUnsupported,  // an unknown codec, see `code`
     kMalformed,
   };
 
   Kind kind = Kind::kIgnored;
   FlvCodec codec = FlvCodec::kUnknown;
-  uint32_t code = 0;  // the number or the FourCC code that stands for the codec
+  uint32_t code = 0;  // number or FourCC code of the codec in the stream
 
-  // The configuration or the frame.
+  // Position of the configuration or of the frame.
   std::size_t offset = 0;
   std::size_t size = 0;
 
@@ -66,10 +66,10 @@ struct FlvMedia {
   int32_t compositionMs = 0;  // presentation minus decoding time
   uint8_t vp6Adjustment = 0;  // columns and rows to cut off, four bits each
 
-  // To be added to the tag's time stamp; below 1 ms.
+  // Added to the tag's time stamp; below 1 ms.
   uint32_t nanoseconds = 0;
 
-  // Audio, as the legacy header has it; 0 where the stream itself says more or all.
+  // Audio, from the legacy header; 0 where the stream itself carries it.
   int sampleRate = 0;
   int channels = 0;
   int sampleBits = 0;
@@ -78,10 +78,10 @@ struct FlvMedia {
 FlvMedia readFlvVideo(std::span<const uint8_t> body);
 FlvMedia readFlvAudio(std::span<const uint8_t> body);
 
-// Whether frames of that codec are worthless before a configuration has come.
+// Whether frames of that codec cannot be decoded without a configuration.
 bool needsConfiguration(FlvCodec codec);
 
-// `code` of a FlvMedia for people: "hvc1", or a number.
+// FlvMedia::code as text: "hvc1", or a number.
 std::string flvCodeText(uint32_t code);
 
 }  // namespace NimboEngine

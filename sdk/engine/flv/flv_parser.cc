@@ -25,7 +25,7 @@ constexpr std::size_t kHeaderSizeAt = 5;
 constexpr std::size_t kMaxFileHeaderSize = 1024;
 constexpr uint8_t kVersion = 1;
 
-// While bytes are skipped: the longest tag to wait for in order to see whether it is one.
+// The longest tag that is waited for during resynchronisation, to verify its trailer.
 constexpr std::size_t kMaxCandidateSize = std::size_t{1} << 20;
 
 uint32_t read24(Bytes bytes, std::size_t at) {
@@ -54,7 +54,7 @@ std::size_t bodySize(Bytes bytes) {
 
 enum class Match { kNo, kYes, kNeedData };
 
-// A file header begins here. Its size is the first field behind what identifies it.
+// Whether a file header begins here.
 Match matchFileHeader(Bytes bytes) {
   constexpr uint8_t kSignature[] = {'F', 'L', 'V', kVersion};
   const std::size_t count = std::min(bytes.size(), std::size(kSignature));
@@ -64,7 +64,8 @@ Match matchFileHeader(Bytes bytes) {
   return size >= kFileHeaderSize && size <= kMaxFileHeaderSize ? Match::kYes : Match::kNo;
 }
 
-// A whole tag begins here whose trailer agrees with its header, which is no accident.
+// Whether a complete tag begins here whose trailer agrees with its header. Random data does not
+// match by accident.
 Match matchTag(Bytes bytes) {
   if (!isTagType(bytes[0])) return Match::kNo;
   if (bytes.size() < kTagHeaderSize) return Match::kNeedData;
@@ -81,7 +82,7 @@ void FlvParser::feed(Bytes data) {
     input_ = data;
     return;
   }
-  // Only the end of pending_ counts: what is before it has been consumed.
+  // input_ is the end of pending_; the part before it has been consumed.
   pending_.erase(pending_.begin(), pending_.end() - static_cast<std::ptrdiff_t>(input_.size()));
   pending_.insert(pending_.end(), data.begin(), data.end());
   input_ = pending_;
@@ -136,7 +137,7 @@ FlvParser::Step FlvParser::atBoundary(RawFlvTag& tag) {
   return Step::kTag;
 }
 
-// A place of its own, since a live tag must not wait for what is behind it.
+// A state of its own: delivering a live tag must not wait for the bytes behind it.
 FlvParser::Step FlvParser::atTrailer() {
   if (input_.size() < kTrailerSize) return Step::kNeedData;
   skip(kTrailerSize);
@@ -181,7 +182,7 @@ void FlvParser::skip(std::size_t count) {
   input_ = input_.subspan(count);
 }
 
-// The caller's bytes are its own again.
+// Ends the reference to the caller's data.
 void FlvParser::keepRest() {
   if (!pending_.empty() && !input_.empty()) return;  // input_ is a part of pending_ already
   pending_.assign(input_.begin(), input_.end());

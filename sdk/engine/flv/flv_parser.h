@@ -1,16 +1,16 @@
-// Splits an FLV byte stream into tags, however the bytes are cut into pieces.
+// Incremental parser that splits an FLV byte stream into tags; the input may be cut anywhere.
 //
-// What real sources do wrong is accepted: a file header is optional and may come again in
-// mid-stream (a restarted source), the size behind a tag may be wrong, a tag may be empty. Where no
-// tag can begin, the parser skips bytes until one does whose trailing size agrees with its header;
-// after kMaxSkippedBytes without such a tag it fails.
+// Common defects of real sources are tolerated: the file header is optional and may be repeated in
+// mid-stream (a restarted source), the previous-tag-size field may be wrong, a tag may be empty.
+// Where no tag can begin, the parser resynchronises: it skips bytes up to a file header, or to a
+// tag whose previous-tag-size field agrees with its header. After kMaxSkippedBytes without one it
+// fails.
 //
-// Memory: at most one incomplete tag, hence kMaxTagSize, plus what is fed at once.
+// Memory: at most one incomplete tag (kMaxTagSize) plus one input.
 //
 // Thread: any, one thread at a time.
-// Ownership: a tag's body is the parser's or the caller's memory (see feed()) and is valid until
-// the
-//   next call of any member.
+// Ownership: a tag's body refers to memory of the parser or of the caller (see feed()) and is valid
+//   until the next call of any member.
 // Failure: next() returns kError, and keeps doing so until reset().
 
 #pragma once
@@ -27,7 +27,7 @@ enum class FlvTagType : uint8_t { kAudio = 8, kVideo = 9, kScript = 18 };
 struct RawFlvTag {
   FlvTagType type = FlvTagType::kScript;
   bool encrypted = false;
-  bool afterGap = false;  // bytes were skipped, or a file header came, since the tag before
+  bool afterGap = false;  // bytes were skipped or a file header came since the previous tag
   uint32_t timestampMs = 0;
   std::span<const uint8_t> body;
 };
@@ -40,13 +40,13 @@ class FlvParser {
 
   enum class Status { kTag, kNeedData, kError };
 
-  // Adds bytes. All tags must have been taken: the parser refers to `data`, without a copy, until
-  // next() has returned kNeedData, and keeps only the incomplete tag beyond that.
+  // Adds input; next() must have returned kNeedData before. The parser refers to `data` without a
+  // copy until next() returns kNeedData again; then it copies the incomplete tag at the end.
   void feed(std::span<const uint8_t> data);
 
   Status next(RawFlvTag& tag);
 
-  // Forgets everything, as if newly made.
+  // Returns to the initial state.
   void reset();
 
  private:
@@ -61,7 +61,7 @@ class FlvParser {
   void skip(std::size_t count);
   void keepRest();
 
-  std::span<const uint8_t> input_;  // what is left of pending_, or of the caller's bytes
+  std::span<const uint8_t> input_;  // unparsed rest of pending_ or of the caller's data
   std::vector<uint8_t> pending_;
   Place place_ = Place::kBoundary;
   bool gap_ = false;

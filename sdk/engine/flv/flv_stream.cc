@@ -9,7 +9,7 @@
 namespace NimboEngine {
 namespace {
 
-// Whether frames of the two have the same caps, given the same configuration.
+// Whether both have the same caps, given the same configuration.
 bool isSameFormat(const FlvMedia& a, const FlvMedia& b) {
   return a.codec == b.codec && a.sampleRate == b.sampleRate && a.channels == b.channels &&
          a.sampleBits == b.sampleBits && a.vp6Adjustment == b.vp6Adjustment;
@@ -25,7 +25,7 @@ GstEvent* makeSegment() {
 
 void FlvStream::configure(const FlvMedia& media, std::span<const uint8_t> configuration,
                           guint groupId) {
-  // Many senders repeat it with each key frame.
+  // Many senders repeat the configuration with each key frame.
   const bool known =
       isSameFormat(media, format_) && std::equal(configuration.begin(), configuration.end(),
                                                  configuration_.begin(), configuration_.end());
@@ -88,7 +88,7 @@ bool FlvStream::setFormat(const FlvMedia& media, std::span<const uint8_t> config
   return true;
 }
 
-// The pad has its events before anybody can see it.
+// The sticky events are set before the pad is added, so that handlers of pad-added see the caps.
 void FlvStream::addPad(GstCaps* caps, guint groupId) {
   GstPadTemplate* padTemplate =
       gst_element_class_get_pad_template(GST_ELEMENT_GET_CLASS(element_), name_);

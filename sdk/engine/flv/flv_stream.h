@@ -1,12 +1,12 @@
-// One of the two streams of an FLV: what its frames are, and the pad that they leave by.
+// The video or the audio stream of an FLV: its format and its source pad.
 //
-// The pad is added to the element as soon as the stream can be decoded: with its configuration, or
-// with its first frame where the codec needs none. Video begins with a key frame, unless none comes
-// among the first kMaxFramesBeforeKey frames (some senders mark none).
+// The pad is added to the element as soon as the stream can be decoded: at its configuration, or at
+// its first frame where the codec needs no configuration. Video frames before the first key frame
+// are dropped, but at most kMaxFramesBeforeKey: some senders mark no key frames.
 //
 // Thread: the streaming thread of the element's sink pad; removePad() when that has ended.
-// Ownership: the element owns the pad from the moment it is added.
-// Failure: what cannot be decoded is left out; a frame's flow is that of the pad.
+// Ownership: the element owns the pad.
+// Failure: frames that cannot be decoded are not admitted; push() returns the pad's flow.
 
 #pragma once
 
@@ -30,26 +30,26 @@ class FlvStream {
   FlvStream(const FlvStream&) = delete;
   FlvStream& operator=(const FlvStream&) = delete;
 
-  // Takes a configuration, unless it cannot be used.
+  // Applies a configuration; an invalid one is ignored and logged.
   void configure(const FlvMedia& media, std::span<const uint8_t> configuration, guint groupId);
 
-  // Prepares the pad for a frame; false when the frame must be left out.
+  // Prepares the pad for a frame. False when the frame must be dropped.
   bool admit(const FlvMedia& frame, guint groupId);
 
-  // Needs an admitted frame, whose bytes are copied.
+  // Pushes a copy of an admitted frame.
   GstFlowReturn push(const FlvMedia& frame, std::span<const uint8_t> bytes, GstClockTime dts);
 
   void markDiscontinuity() { discontinuous_ = true; }
 
-  // After a flush: the pad has lost its segment.
+  // Sends the segment again, which a flush has removed.
   void restartSegment();
 
-  // Ends the stream's use.
+  // The stream must not be used afterwards.
   void removePad();
 
-  GstPad* pad() const { return pad_; }  // null until it is there
+  GstPad* pad() const { return pad_; }  // null until it is added
 
-  // Whether the pad has come since the last call.
+  // Whether the pad was added since the last call.
   bool takeNewPad() { return std::exchange(isNew_, false); }
 
  private:
@@ -61,7 +61,7 @@ class FlvStream {
   const char* const name_;
   GstPad* pad_ = nullptr;
   bool isNew_ = false;
-  FlvMedia format_;  // what the caps were made from; the codec is unknown before
+  FlvMedia format_;  // what the caps were made from
   std::vector<uint8_t> configuration_;
   bool discontinuous_ = true;
   bool hasBegun_ = false;

@@ -18,7 +18,7 @@ FlvTimeline::Place FlvTimeline::place(std::size_t stream, uint32_t timestampMs) 
   return place;
 }
 
-// The time stamp next to the last one that has these 32 bits.
+// Returns the value nearest to the previous one whose lower 32 bits are `timestampMs`.
 int64_t FlvTimeline::unwrap(uint32_t timestampMs) {
   if (raw_) {
     const uint32_t step = timestampMs - static_cast<uint32_t>(*raw_);

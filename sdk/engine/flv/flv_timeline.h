@@ -1,15 +1,16 @@
-// Turns the 32-bit time stamps of the frames of both streams into one continuous timeline.
+// Maps the 32-bit time stamps of both streams' frames to one continuous timeline.
 //
-// Time stamps are kept as they are, in ms; the wrap at 2^32 is undone. Only where they jump do they
-// get another origin, common to both streams so that audio and video stay together: a new epoch
-// begins kEpochGapMs behind all that came before. A jump is
-//   - a step back by more than kMaxStepBackMs within one stream (a publisher that came back),
+// Time stamps keep their value in ms; the wrap at 2^32 is undone. At a jump a new epoch begins
+// kEpochGapMs after the newest frame so far. It has another offset, the same for both streams, so
+// that audio and video stay aligned. A jump is
+//   - a step back by more than kMaxStepBackMs within one stream (a restarted publisher),
 //   - a stream's first frame more than kMaxDistanceMs before the other stream,
-//   - a step by more than kMaxDistanceMs beyond the newest frame of either stream.
-// So a stream may lag behind the other by any time, and one that pauses may go on. Within a stream,
-// time never goes back: a smaller step back counts as none.
+//   - a step of more than kMaxDistanceMs beyond the newest frame of both streams.
+// A stream that lags behind the other or pauses is therefore not a jump. Within a stream, time
+// never decreases: after a smaller step back, frames repeat the last time until theirs is later.
 //
-// Configurations and metadata must not be given: servers repeat them with the time stamp 0.
+// Only frames may be placed, no configurations and metadata: servers repeat those with the time
+// stamp 0.
 //
 // Thread: any, one thread at a time.
 // Ownership: a plain value.

@@ -1,4 +1,4 @@
-// Drives a "nimboflvdemux" from the calling thread and records all that comes out.
+// Test rig that feeds a "nimboflvdemux" on the calling thread and records its output.
 
 #pragma once
 
@@ -23,16 +23,16 @@ struct DemuxedFrame {
 
 struct DemuxedStream {
   std::vector<DemuxedFrame> frames;
-  std::string capsAtFirst;          // the pad's when it came
+  std::string capsAtFirst;          // of the pad when it was added
   std::vector<std::string> caps;    // all that were announced
   std::vector<std::string> events;  // their type names, in order
   guint groupId = 0;
-  GstFlowReturn answer = GST_FLOW_OK;  // to every frame
+  GstFlowReturn answer = GST_FLOW_OK;  // returned for every frame
 };
 
 class DemuxerRig {
  public:
-  // `link`: whether the pads that come are linked.
+  // `link`: whether added pads are linked.
   explicit DemuxerRig(bool link = true);
   ~DemuxerRig();
   DemuxerRig(const DemuxerRig&) = delete;
@@ -43,7 +43,7 @@ class DemuxerRig {
   void end() { send(gst_event_new_eos()); }
   void setState(GstState state);
 
-  // Null when the pad has not come.
+  // Null when the pad has not been added.
   DemuxedStream* stream(const std::string& name);
   DemuxedStream& video() { return *stream("video"); }
   DemuxedStream& audio() { return *stream("audio"); }

@@ -1,4 +1,4 @@
-// FLV written by hand, for tests.
+// Builders of FLV byte sequences for tests.
 
 #pragma once
 

@@ -29,21 +29,21 @@ class FlvDemuxerTest : public testing::Test {
   DemuxerRig rig_;
 };
 
-TEST_F(FlvDemuxerTest, AddsEachPadWhenItsStreamShowsItself) {
+TEST_F(FlvDemuxerTest, AddsEachPadAtItsFirstConfiguration) {
   feed(joined(fileHeader(), tag(18, 0, {2, 0, 1})));
   EXPECT_EQ(rig_.stream("video"), nullptr);
   feed(videoTag(0, avcConfiguration()));
   ASSERT_NE(rig_.stream("video"), nullptr);
   EXPECT_EQ(rig_.stream("audio"), nullptr);
   feed(videoTag(0, avcFrame(true)));
-  EXPECT_EQ(rig_.video().frames.size(), 1u) << "does not wait for audio";
+  EXPECT_EQ(rig_.video().frames.size(), 1u) << "video does not wait for audio";
   EXPECT_FALSE(rig_.hasAllPads());
   feed(audioTag(0, aacConfiguration()));
   ASSERT_NE(rig_.stream("audio"), nullptr);
   EXPECT_TRUE(rig_.hasAllPads());
 }
 
-TEST_F(FlvDemuxerTest, AnnouncesAStreamBeforeItsFrames) {
+TEST_F(FlvDemuxerTest, SendsStickyEventsBeforeFrames) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true)),
               audioTag(0, aacConfiguration()), audioTag(0, aacFrame())));
   EXPECT_EQ(rig_.video().events, (std::vector<std::string>{"stream-start", "caps", "segment"}));
@@ -53,7 +53,7 @@ TEST_F(FlvDemuxerTest, AnnouncesAStreamBeforeItsFrames) {
   ASSERT_EQ(rig_.video().caps.size(), 1u);
   EXPECT_TRUE(rig_.video().caps[0].starts_with(
       "video/x-h264, stream-format=(string)avc, alignment=(string)au, codec_data="));
-  EXPECT_EQ(rig_.video().capsAtFirst, rig_.video().caps[0]) << "known when the pad comes";
+  EXPECT_EQ(rig_.video().capsAtFirst, rig_.video().caps[0]) << "set before pad-added";
   ASSERT_EQ(rig_.audio().caps.size(), 1u);
   EXPECT_EQ(rig_.audio().caps[0],
             "audio/mpeg, mpegversion=(int)4, framed=(boolean)true, stream-format=(string)raw, "
@@ -101,7 +101,7 @@ TEST_F(FlvDemuxerTest, NoPresentationTimeIsNegative) {
   EXPECT_EQ(rig_.video().frames[0].pts, 0u);
 }
 
-TEST_F(FlvDemuxerTest, HandsOnThePayloadAlone) {
+TEST_F(FlvDemuxerTest, PushesThePayloadOnly) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true, 0, {1, 2, 3})),
               audioTag(0, aacConfiguration()), audioTag(0, aacFrame({4, 5}))));
   EXPECT_EQ(rig_.video().frames[0].payload, (FlvBytes{1, 2, 3}));
@@ -122,14 +122,14 @@ TEST_F(FlvDemuxerTest, NeedsTheConfigurationFirst) {
   EXPECT_EQ(rig_.stream("audio"), nullptr);
 }
 
-TEST_F(FlvDemuxerTest, BeginsVideoWithAKeyFrame) {
+TEST_F(FlvDemuxerTest, DropsVideoBeforeTheFirstKeyFrame) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(1, avcFrame(false)),
               videoTag(2, avcFrame(true)), videoTag(3, avcFrame(false))));
   ASSERT_EQ(rig_.video().frames.size(), 2u);
   EXPECT_EQ(rig_.video().frames[0].pts, at(2));
 }
 
-TEST_F(FlvDemuxerTest, BeginsWithoutAKeyFrameWhereNoneIsMarked) {
+TEST_F(FlvDemuxerTest, StopsWaitingForAKeyFrame) {
   feed(videoTag(0, avcConfiguration()));
   for (int i = 0; i < FlvStream::kMaxFramesBeforeKey; ++i) feed(videoTag(1, avcFrame(false)));
   EXPECT_TRUE(rig_.video().frames.empty());
@@ -137,7 +137,7 @@ TEST_F(FlvDemuxerTest, BeginsWithoutAKeyFrameWhereNoneIsMarked) {
   EXPECT_EQ(rig_.video().frames.size(), 1u);
 }
 
-TEST_F(FlvDemuxerTest, AnnouncesANewConfigurationOnce) {
+TEST_F(FlvDemuxerTest, SendsCapsForANewConfigurationOnly) {
   feed(joined(videoTag(0, avcConfiguration(10)), videoTag(0, avcFrame(true)),
               videoTag(0, avcConfiguration(10)), videoTag(33, avcFrame(false)),
               videoTag(0, avcConfiguration(20)), videoTag(66, avcFrame(true))));
@@ -147,29 +147,29 @@ TEST_F(FlvDemuxerTest, AnnouncesANewConfigurationOnce) {
   EXPECT_TRUE(rig_.video().caps[1].find("0142c014") != std::string::npos);
 }
 
-// The time stamp of a repeated configuration is often 0.
-TEST_F(FlvDemuxerTest, TakesNoTimeFromConfigurations) {
+// Servers repeat configurations with the time stamp 0.
+TEST_F(FlvDemuxerTest, IgnoresTheTimeOfConfigurations) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(3'600'000, avcFrame(true)),
               videoTag(0, avcConfiguration(20)), videoTag(3'600'033, avcFrame(true))));
   EXPECT_EQ(rig_.video().frames[1].dts, at(3'600'033));
   EXPECT_FALSE(rig_.video().frames[1].discontinuous);
 }
 
-TEST_F(FlvDemuxerTest, KeepsItsConfigurationWhenAnotherCannotBe) {
+TEST_F(FlvDemuxerTest, IgnoresAnInvalidConfiguration) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true)),
               videoTag(0, {0x17, 0, 0, 0, 0, 2, 3}), videoTag(33, avcFrame(false))));
   EXPECT_EQ(rig_.video().frames.size(), 2u);
   EXPECT_EQ(rig_.video().caps.size(), 1u);
 }
 
-TEST_F(FlvDemuxerTest, FollowsAnotherCodec) {
+TEST_F(FlvDemuxerTest, ChangesTheCodecInMidStream) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true)),
               videoTag(33, joined(FlvBytes{0x91}, text("vp09"), FlvBytes{9}))));
   EXPECT_EQ(rig_.video().frames.size(), 2u);
   EXPECT_EQ(rig_.video().caps.back(), "video/x-vp9");
 }
 
-TEST_F(FlvDemuxerTest, FollowsTheFormatOfPcm) {
+TEST_F(FlvDemuxerTest, ChangesThePcmFormatInMidStream) {
   feed(joined(audioTag(0, {0x3e, 1, 2}), audioTag(1, {0x3e, 3, 4}), audioTag(2, {0x3b, 5, 6})));
   EXPECT_EQ(rig_.audio().frames.size(), 3u);
   ASSERT_EQ(rig_.audio().caps.size(), 2u);
@@ -181,14 +181,14 @@ TEST_F(FlvDemuxerTest, FollowsTheFormatOfPcm) {
             "layout=(string)interleaved");
 }
 
-TEST_F(FlvDemuxerTest, GoesOnAcrossTheWrap) {
+TEST_F(FlvDemuxerTest, ContinuesAcrossTheTimestampWrap) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0xfffffff0, avcFrame(true)),
               videoTag(0x10, avcFrame(false))));
   EXPECT_EQ(rig_.video().frames[1].dts - rig_.video().frames[0].dts, 32 * GST_MSECOND);
   EXPECT_FALSE(rig_.video().frames[1].discontinuous);
 }
 
-TEST_F(FlvDemuxerTest, KeepsStreamsTogetherWhenThePublisherStartsAgain) {
+TEST_F(FlvDemuxerTest, KeepsStreamsAlignedAfterAPublisherRestart) {
   feed(joined(videoTag(0, avcConfiguration()), audioTag(0, aacConfiguration()),
               videoTag(60'000, avcFrame(true)), audioTag(60'000, aacFrame()),
               videoTag(0, avcFrame(true)), audioTag(5, aacFrame()), videoTag(33, avcFrame(false))));
@@ -203,7 +203,7 @@ TEST_F(FlvDemuxerTest, KeepsStreamsTogetherWhenThePublisherStartsAgain) {
   EXPECT_FALSE(video[2].discontinuous);
 }
 
-TEST_F(FlvDemuxerTest, MarksAGapInTheBytes) {
+TEST_F(FlvDemuxerTest, SetsDiscontAfterLostBytes) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true)), text("lost bytes"),
               videoTag(33, avcFrame(false)), videoTag(66, avcFrame(false))));
   ASSERT_EQ(rig_.video().frames.size(), 3u);
@@ -211,12 +211,12 @@ TEST_F(FlvDemuxerTest, MarksAGapInTheBytes) {
   EXPECT_FALSE(rig_.video().frames[2].discontinuous);
 }
 
-TEST_F(FlvDemuxerTest, AddsTheNanosecondsOfAModifier) {
+TEST_F(FlvDemuxerTest, AppliesTheNanosecondModifier) {
   feed(audioTag(10, joined(FlvBytes{0x97, 2, 0, 1, 0, 1}, text("Opus"), FlvBytes{8})));
   EXPECT_EQ(rig_.audio().frames[0].pts, at(10) + 256);
 }
 
-TEST_F(FlvDemuxerTest, WarnsOnceOfACodecThatIsNotKnown) {
+TEST_F(FlvDemuxerTest, WarnsOnceAboutAnUnknownCodec) {
   for (uint32_t ms = 0; ms < 100; ms += 10) feed(videoTag(ms, {0x1e, 9}));
   feed(audioTag(0, {0x2f, 9}));
   EXPECT_EQ(rig_.message(GST_MESSAGE_WARNING),
@@ -227,7 +227,7 @@ TEST_F(FlvDemuxerTest, WarnsOnceOfACodecThatIsNotKnown) {
   EXPECT_EQ(rig_.message(GST_MESSAGE_ERROR), "");
 }
 
-TEST_F(FlvDemuxerTest, FailsAtTheEndOfWhatCannotBeDecoded) {
+TEST_F(FlvDemuxerTest, FailsAtTheEndOfUndecodableStreams) {
   feed(tag(9 | 0x20, 0, {0x17, 1, 2, 3}));
   rig_.end();
   EXPECT_EQ(rig_.message(GST_MESSAGE_ERROR),
@@ -240,15 +240,15 @@ TEST_F(FlvDemuxerTest, FailsAtTheEndWithoutMedia) {
   EXPECT_EQ(rig_.message(GST_MESSAGE_ERROR), "gst-stream-error-quark 9: The stream has no media.");
 }
 
-TEST_F(FlvDemuxerTest, FailsWhereThereIsNoFlv) {
+TEST_F(FlvDemuxerTest, FailsOnOtherData) {
   const FlvBytes garbage(1 << 20, 0x3c);
   GstFlowReturn flow = GST_FLOW_OK;
   for (int i = 0; i < 8 && flow == GST_FLOW_OK; ++i) flow = rig_.feed(garbage);
   EXPECT_EQ(flow, GST_FLOW_ERROR);
-  EXPECT_EQ(rig_.message(GST_MESSAGE_ERROR), "gst-stream-error-quark 9: The stream is no FLV.");
+  EXPECT_EQ(rig_.message(GST_MESSAGE_ERROR), "gst-stream-error-quark 9: The stream is not FLV.");
 }
 
-TEST_F(FlvDemuxerTest, GoesOnWhileOneStreamIsWanted) {
+TEST_F(FlvDemuxerTest, ContinuesWhileOneStreamIsLinked) {
   feed(joined(videoTag(0, avcConfiguration()), audioTag(0, aacConfiguration())));
   rig_.video().answer = GST_FLOW_NOT_LINKED;
   EXPECT_EQ(rig_.feed(videoTag(0, avcFrame(true))), GST_FLOW_OK);
@@ -257,7 +257,7 @@ TEST_F(FlvDemuxerTest, GoesOnWhileOneStreamIsWanted) {
   EXPECT_EQ(rig_.feed(audioTag(10, aacFrame())), GST_FLOW_NOT_LINKED);
 }
 
-TEST_F(FlvDemuxerTest, HandsOnAnError) {
+TEST_F(FlvDemuxerTest, ReturnsADownstreamError) {
   feed(joined(videoTag(0, avcConfiguration()), audioTag(0, aacConfiguration())));
   rig_.video().answer = GST_FLOW_ERROR;
   EXPECT_EQ(rig_.feed(joined(videoTag(0, avcFrame(true)), audioTag(0, aacFrame()))),
@@ -265,7 +265,7 @@ TEST_F(FlvDemuxerTest, HandsOnAnError) {
   EXPECT_TRUE(rig_.audio().frames.empty());
 }
 
-TEST_F(FlvDemuxerTest, BeginsAnewAfterAFlush) {
+TEST_F(FlvDemuxerTest, RestartsAfterAFlush) {
   feed(
       joined(videoTag(0, avcConfiguration()), videoTag(90'000, avcFrame(true)), FlvBytes{9, 0, 0}));
   rig_.send(gst_event_new_flush_start());
@@ -280,18 +280,18 @@ TEST_F(FlvDemuxerTest, BeginsAnewAfterAFlush) {
   EXPECT_EQ(rig_.video().events.back(), "segment");
 }
 
-TEST_F(FlvDemuxerTest, ForgetsAllWhenItStops) {
+TEST_F(FlvDemuxerTest, ResetsWhenStopped) {
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true))));
   rig_.setState(GST_STATE_READY);
   EXPECT_EQ(rig_.stream("video"), nullptr);
   rig_.setState(GST_STATE_PLAYING);
   feed(videoTag(0, avcFrame(true)));
-  EXPECT_EQ(rig_.stream("video"), nullptr) << "the configuration is unknown again";
+  EXPECT_EQ(rig_.stream("video"), nullptr) << "the configuration was reset";
   feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true))));
   EXPECT_EQ(rig_.video().frames.size(), 1u);
 }
 
-TEST_F(FlvDemuxerTest, NeedsNobodyWhoTakesItsStreams) {
+TEST_F(FlvDemuxerTest, RunsWithUnlinkedPads) {
   DemuxerRig unlinked(false);
   EXPECT_EQ(unlinked.feed(joined(videoTag(0, avcConfiguration()), videoTag(0, avcFrame(true)))),
             GST_FLOW_OK);
@@ -314,7 +314,7 @@ FlvBytes streamInfo() {
   return info;
 }
 
-TEST_F(FlvDemuxerTest, DescribesEachCodec) {
+TEST_F(FlvDemuxerTest, MakesCapsForEachCodec) {
   const auto coded = [](const char* code, const FlvBytes& rest) {
     return joined(FlvBytes{0x91}, text(code), rest);
   };
@@ -377,7 +377,7 @@ TEST_F(FlvDemuxerTest, DescribesEachCodec) {
   }
 }
 
-TEST_F(FlvDemuxerTest, RefusesConfigurationsThatCannotBe) {
+TEST_F(FlvDemuxerTest, IgnoresInvalidFirstConfigurations) {
   const FlvBytes bodies[] = {
       videoTag(0, {0x17, 0, 0, 0, 0}),
       videoTag(0, {0x17, 0, 0, 0, 0, 1, 66, 0xc0}),

@@ -10,7 +10,7 @@ namespace {
 using namespace test;
 using Kind = FlvMedia::Kind;
 
-// The payload as the reader found it.
+// The payload that `media` refers to.
 FlvBytes payloadOf(const FlvBytes& body, const FlvMedia& media) {
   const auto first = body.begin() + static_cast<std::ptrdiff_t>(media.offset);
   return {first, first + static_cast<std::ptrdiff_t>(media.size)};
@@ -63,7 +63,7 @@ TEST(FlvMediaTest, ReadsLegacyVideo) {
   EXPECT_EQ(flvCodeText(readFlvVideo(FlvBytes{0x1f, 9}).code), "15");
 }
 
-TEST(FlvMediaTest, KnowsKeyFrames) {
+TEST(FlvMediaTest, RecognisesKeyFrames) {
   EXPECT_TRUE(readFlvVideo(avcFrame(true)).keyFrame);
   EXPECT_FALSE(readFlvVideo(avcFrame(false)).keyFrame);
   EXPECT_FALSE(readFlvVideo(FlvBytes{0x32, 9}).keyFrame) << "disposable";
@@ -79,7 +79,7 @@ TEST(FlvMediaTest, ReadsTheCompositionTime) {
   EXPECT_EQ(composition(-80), -80);
   EXPECT_EQ(composition(10'000), 10'000);
   EXPECT_EQ(composition(-10'000), -10'000);
-  // Damage.
+  // Beyond any encoder's delay.
   EXPECT_EQ(composition(10'001), 0);
   EXPECT_EQ(composition(-0x800000), 0);
   EXPECT_EQ(composition(0x7fffff), 0);
@@ -151,7 +151,7 @@ FlvBytes track(uint8_t id, const FlvBytes& payload) {
   return joined(FlvBytes{id}, bigEndian(static_cast<uint32_t>(payload.size()), 3), payload);
 }
 
-TEST(FlvMediaTest, TakesTheDefaultOfSeveralTracks) {
+TEST(FlvMediaTest, SelectsTheDefaultTrack) {
   const auto hvc1 = text("hvc1");
   const Case video[] = {
       {"one",
@@ -255,7 +255,7 @@ TEST(FlvMediaTest, ReadsTheFormatOfLegacyAudio) {
   }
 }
 
-TEST(FlvMediaTest, WritesCodesForPeople) {
+TEST(FlvMediaTest, FormatsCodes) {
   EXPECT_EQ(flvCodeText(7), "7");
   EXPECT_EQ(flvCodeText(0x68766331), "hvc1");
   EXPECT_EQ(flvCodeText(0xff0a4142), "??AB");

@@ -19,12 +19,12 @@ struct Seen {
   bool afterGap;
 };
 
-// Feeds `bytes` in pieces of `step`, and takes all tags.
+// Feeds `bytes` in pieces of `step` bytes and returns all tags.
 std::vector<Seen> parse(FlvParser& parser, const FlvBytes& bytes, std::size_t step = SIZE_MAX) {
   std::vector<Seen> seen;
   for (std::size_t at = 0; at < bytes.size();) {
     const std::size_t count = std::min(step, bytes.size() - at);
-    // A copy of its own, so that a reference kept too long is found by the sanitizers.
+    // A copy, so that the sanitizers find a reference that is kept too long.
     const FlvBytes piece(bytes.data() + at, bytes.data() + at + count);
     parser.feed(piece);
     RawFlvTag tag;
@@ -60,7 +60,7 @@ void expectTwoTags(const std::vector<Seen>& seen) {
   EXPECT_EQ(seen[1].body, (FlvBytes{4, 5}));
 }
 
-TEST(FlvParserTest, SplitsAFileHoweverItIsCut) {
+TEST(FlvParserTest, SplitsAFileCutAnywhere) {
   const FlvBytes bytes = joined(fileHeader(), twoTags());
   for (std::size_t step = 1; step <= bytes.size(); ++step) {
     SCOPED_TRACE(step);
@@ -78,7 +78,7 @@ TEST(FlvParserTest, DeliversATagBeforeItsTrailerHasCome) {
   EXPECT_EQ(parse(bytes).size(), 1u);
 }
 
-TEST(FlvParserTest, AcceptsALongerFileHeader) {
+TEST(FlvParserTest, AcceptsALongFileHeader) {
   const FlvBytes header = {'F', 'L', 'V', 1, 5, 0, 0, 0, 12, 1, 2, 3, 0, 0, 0, 0};
   expectTwoTags(parse(joined(header, twoTags()), 1));
 }
@@ -107,7 +107,7 @@ TEST(FlvParserTest, ReportsEmptyEncryptedAndScriptTags) {
   EXPECT_EQ(seen[2].type, FlvTagType::kScript);
 }
 
-TEST(FlvParserTest, FindsTheNextTagBehindGarbage) {
+TEST(FlvParserTest, ResynchronisesAfterGarbage) {
   const FlvBytes bytes = joined(audioTag(1, {1, 2, 3}), text("garbage, and no tag at all"),
                                 videoTag(2, {4, 5}), videoTag(3, {6}));
   for (const std::size_t step : {std::size_t{1}, std::size_t{10}, bytes.size()}) {
@@ -120,8 +120,8 @@ TEST(FlvParserTest, FindsTheNextTagBehindGarbage) {
   }
 }
 
-// What looks like a tag's header but has another trailer is garbage too.
-TEST(FlvParserTest, IsNotMisledByWhatLooksLikeATag) {
+// A plausible header alone does not make a tag.
+TEST(FlvParserTest, IgnoresATagHeaderWithAnotherTrailer) {
   FlvBytes fake = videoTag(2, {1, 2, 3});
   fake.back() ^= 1;
   const auto seen = parse(joined(FlvBytes{0xff}, fake, videoTag(9, {4})), 3);
@@ -129,7 +129,7 @@ TEST(FlvParserTest, IsNotMisledByWhatLooksLikeATag) {
   EXPECT_EQ(seen[0].timestampMs, 9u);
 }
 
-TEST(FlvParserTest, FindsAFileHeaderBehindGarbage) {
+TEST(FlvParserTest, ResynchronisesAtAFileHeader) {
   const FlvBytes cut = {9, 0, 0, 200};  // the header of a tag that a restart has cut off
   const FlvBytes bytes = joined(cut, FlvBytes(220, 0x55), fileHeader(), videoTag(0, {1}));
   const auto seen = parse(bytes);
@@ -137,7 +137,7 @@ TEST(FlvParserTest, FindsAFileHeaderBehindGarbage) {
   EXPECT_EQ(seen[1].body, (FlvBytes{1}));
 }
 
-TEST(FlvParserTest, RefusesAnImpossibleFileHeader) {
+TEST(FlvParserTest, SkipsAnInvalidFileHeader) {
   for (const uint32_t size : {0u, 8u, 1025u, 0xffffffffu}) {
     SCOPED_TRACE(size);
     const FlvBytes header = joined(text("FLV\1\5"), bigEndian(size, 4), FlvBytes(4));
@@ -147,19 +147,19 @@ TEST(FlvParserTest, RefusesAnImpossibleFileHeader) {
   }
 }
 
-TEST(FlvParserTest, DoesNotWaitForAnImpossibleTag) {
+TEST(FlvParserTest, SkipsTheHeaderOfAnOversizedTag) {
   const FlvBytes huge = joined(FlvBytes{9}, bigEndian(FlvParser::kMaxTagSize + 1, 3), FlvBytes(7));
   EXPECT_EQ(parse(joined(huge, videoTag(3, {1}))).size(), 1u);
 }
 
-TEST(FlvParserTest, TakesTheLargestTag) {
+TEST(FlvParserTest, AcceptsTheLargestTag) {
   const FlvBytes body(FlvParser::kMaxTagSize, 0x42);
   const auto seen = parse(videoTag(1, body), 65'536);
   ASSERT_EQ(seen.size(), 1u);
   EXPECT_EQ(seen[0].body, body);
 }
 
-TEST(FlvParserTest, FailsWhereThereIsNoFlv) {
+TEST(FlvParserTest, FailsOnOtherData) {
   FlvParser parser;
   RawFlvTag tag;
   const FlvBytes garbage(1 << 20, 0x3c);
@@ -177,8 +177,8 @@ TEST(FlvParserTest, FailsWhereThereIsNoFlv) {
   expectTwoTags(parse(parser, joined(fileHeader(), twoTags())));
 }
 
-// Each tag starts the count of skipped bytes again.
-TEST(FlvParserTest, LivesWithGarbageBetweenTags) {
+// Each tag resets the count of skipped bytes.
+TEST(FlvParserTest, ToleratesGarbageBetweenTags) {
   FlvParser parser;
   const FlvBytes piece = joined(FlvBytes(3 << 20, 0x3c), videoTag(1, {1}));
   for (int i = 0; i < 3; ++i) EXPECT_EQ(parse(parser, piece, 100'000).size(), 1u);

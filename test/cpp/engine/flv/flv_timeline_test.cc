@@ -25,7 +25,7 @@ class FlvTimelineTest : public testing::Test {
   FlvTimeline timeline_;
 };
 
-TEST_F(FlvTimelineTest, KeepsTimestampsAsTheyAre) {
+TEST_F(FlvTimelineTest, KeepsTimestamps) {
   EXPECT_EQ(video(3'600'000), 3'600'000);
   EXPECT_EQ(audio(3'600'010), 3'600'010);
   EXPECT_EQ(video(3'600'033), 3'600'033);
@@ -41,7 +41,7 @@ TEST_F(FlvTimelineTest, UndoesTheWrap) {
   EXPECT_EQ(epochs_, 0);
 }
 
-TEST_F(FlvTimelineTest, LetsAStreamLagBehind) {
+TEST_F(FlvTimelineTest, AcceptsALaggingStream) {
   video(5'000);
   EXPECT_EQ(audio(2'000), 2'000);
   EXPECT_EQ(video(5'033), 5'033);
@@ -49,14 +49,14 @@ TEST_F(FlvTimelineTest, LetsAStreamLagBehind) {
   EXPECT_EQ(epochs_, 0);
 }
 
-TEST_F(FlvTimelineTest, LetsAStreamPause) {
+TEST_F(FlvTimelineTest, AcceptsAPausingStream) {
   audio(0);
   for (uint32_t ms = 0; ms <= 60'000; ms += 40) video(ms);
   EXPECT_EQ(audio(60'010), 60'010);
   EXPECT_EQ(epochs_, 0);
 }
 
-TEST_F(FlvTimelineTest, StartsAnEpochWhereAPublisherCameBack) {
+TEST_F(FlvTimelineTest, StartsAnEpochWhenAPublisherRestarts) {
   video(1'000'000);
   audio(1'000'020);
   constexpr int64_t kStart = 1'000'020 + FlvTimeline::kEpochGapMs;
@@ -68,7 +68,7 @@ TEST_F(FlvTimelineTest, StartsAnEpochWhereAPublisherCameBack) {
   EXPECT_EQ(epochs_, 1);
 }
 
-TEST_F(FlvTimelineTest, StartsAnEpochAfterAShortLifeToo) {
+TEST_F(FlvTimelineTest, StartsAnEpochAfterAShortPublishingToo) {
   audio(0);
   video(5'000);
   audio(5'000);
@@ -77,24 +77,24 @@ TEST_F(FlvTimelineTest, StartsAnEpochAfterAShortLifeToo) {
   EXPECT_EQ(epochs_, 1);
 }
 
-TEST_F(FlvTimelineTest, StartsAnEpochAtALeapForward) {
+TEST_F(FlvTimelineTest, StartsAnEpochAtAForwardJump) {
   video(0);
   audio(5);
   EXPECT_EQ(video(10'005), 10'005) << "a gap";
-  EXPECT_EQ(video(20'006), 10'005 + FlvTimeline::kEpochGapMs) << "a leap";
+  EXPECT_EQ(video(20'006), 10'005 + FlvTimeline::kEpochGapMs) << "a jump";
   EXPECT_EQ(audio(20'000), 10'005 + FlvTimeline::kEpochGapMs - 6);
   EXPECT_EQ(epochs_, 1);
 }
 
-// As from a server that sends a first frame without its time.
-TEST_F(FlvTimelineTest, SurvivesASingleWrongTimestamp) {
+// Some servers send the first frame with the time stamp 0.
+TEST_F(FlvTimelineTest, RecoversFromASingleWrongTimestamp) {
   EXPECT_EQ(video(0), 0);
   EXPECT_EQ(video(3'600'000), FlvTimeline::kEpochGapMs);
   EXPECT_EQ(audio(3'600'001), FlvTimeline::kEpochGapMs + 1);
   EXPECT_EQ(video(3'600'033), FlvTimeline::kEpochGapMs + 33);
 }
 
-TEST_F(FlvTimelineTest, TakesStreamsFarApartForTwoEpochs) {
+TEST_F(FlvTimelineTest, SeparatesStreamsThatStartFarApart) {
   video(3'600'000);
   EXPECT_EQ(audio(0), 3'600'000 + FlvTimeline::kEpochGapMs);
 }
@@ -106,7 +106,7 @@ TEST_F(FlvTimelineTest, NeverGoesBackWithinAStream) {
   EXPECT_EQ(epochs_, 0);
 }
 
-// The streams of a new epoch that start far apart: the earlier one is pressed together.
+// When the streams of a new epoch start at different times, the earlier one is clamped.
 TEST_F(FlvTimelineTest, NeverGoesBackAtTheStartOfAnEpoch) {
   video(100'000);
   audio(100'000);
@@ -116,7 +116,7 @@ TEST_F(FlvTimelineTest, NeverGoesBackAtTheStartOfAnEpoch) {
   EXPECT_EQ(epochs_, 1);
 }
 
-TEST_F(FlvTimelineTest, StaysWithinBoundsWhateverComes) {
+TEST_F(FlvTimelineTest, StaysWithinBoundsForRandomTimestamps) {
   uint32_t random = 1;
   int64_t last[2] = {INT64_MIN, INT64_MIN};
   for (int i = 0; i < 100'000; ++i) {
