@@ -1,0 +1,86 @@
+// Puts messages together from RTMP's chunk stream, whatever pieces its bytes arrive in.
+//
+// Messages about the chunk stream itself (chunk size, abort) are obeyed here and are not handed on.
+// Memory is bounded by the limits below, not by what the peer announces: a message takes no more
+// than has arrived of it.
+//
+// Thread: one at a time.
+// Failure: read() says what is wrong; then the connection is useless and nothing more is read.
+
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "rtmp/message.h"
+#include "rtmp/rtmp_error.h"
+
+namespace NimboEngine {
+
+class ChunkReader {
+ public:
+  // A key frame of 4K video at 100 Mbit/s has about 3 MB.
+  static constexpr std::size_t kMaxMessageBytes = 8 * 1024 * 1024;
+  // Of messages that are not complete yet, on all chunk streams together.
+  static constexpr std::size_t kMaxPendingBytes = 16 * 1024 * 1024;
+  // Servers use fewer than ten.
+  static constexpr std::size_t kMaxChunkStreams = 64;
+  static constexpr uint32_t kMaxChunkSize = 0xffffff;
+
+  // Returns false to end reading, for example because the connection has failed.
+  using Handler = std::function<bool(const RtmpMessage&)>;
+
+  // The handler is called during the call, once for each message that became complete.
+  std::optional<RtmpFailure> read(std::span<const uint8_t> bytes, const Handler& handler);
+
+  std::size_t pendingBytes() const { return pending_; }
+  uint32_t chunkSize() const { return chunkSize_; }
+
+ private:
+  struct ChunkStream {
+    RtmpType type{};
+    uint32_t length = 0;
+    uint32_t stream = 0;
+    uint32_t timestamp = 0;
+    uint32_t delta = 0;
+    bool extended = false;       // the last header's time stamp did not fit into three bytes
+    uint32_t extendedValue = 0;  // what it said then
+    bool partial = false;        // a message has begun and is not complete
+    std::vector<uint8_t> body;
+  };
+
+  bool consume(std::span<const uint8_t> bytes, const Handler& handler);
+  std::size_t neededHeaderBytes() const;
+  bool collectHeader(std::span<const uint8_t>& bytes);
+  bool applyHeader();
+  ChunkStream* select(uint32_t id, int format);
+  bool continueMessage(ChunkStream& stream, const uint8_t* extended);
+  bool beginMessage(ChunkStream& stream, int format, const uint8_t* fields);
+  bool consumePayload(std::span<const uint8_t>& bytes, const Handler& handler);
+  bool complete(ChunkStream& stream, const Handler& handler);
+  bool setChunkSize(std::span<const uint8_t> body);
+  bool abort(std::span<const uint8_t> body);
+  void discard(ChunkStream& stream);
+  bool fail(RtmpError error, std::string text);
+
+  std::map<uint32_t, ChunkStream> streams_;
+  ChunkStream* current_ = nullptr;  // of the chunk whose payload is read; null within a header
+  std::size_t chunkLeft_ = 0;       // of that payload
+  std::array<uint8_t, 3 + 11 + 4> header_{};
+  std::size_t headerBytes_ = 0;  // as far as it has arrived
+  // What was read as a repeated time stamp is the payload's beginning.
+  bool unrepeated_ = false;
+  uint32_t chunkSize_ = 128;
+  std::size_t pending_ = 0;
+  bool ended_ = false;
+  std::optional<RtmpFailure> failure_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,36 @@
+// One RTMP message, and the numbers of the kinds of message.
+//
+// Thread: plain values.
+// Ownership: a message borrows its body, for as long as the call that hands it over.
+
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace NimboEngine {
+
+enum class RtmpType : uint8_t {
+  kSetChunkSize = 1,
+  kAbort = 2,
+  kAcknowledgement = 3,
+  kUserControl = 4,
+  kWindowSize = 5,
+  kPeerBandwidth = 6,
+  kAudio = 8,
+  kVideo = 9,
+  kDataAmf3 = 15,
+  kCommandAmf3 = 17,
+  kData = 18,
+  kCommand = 20,
+  kAggregate = 22,
+};
+
+struct RtmpMessage {
+  RtmpType type{};
+  uint32_t timestamp = 0;  // ms; wraps
+  uint32_t stream = 0;     // message stream
+  std::span<const uint8_t> body;
+};
+
+}  // namespace NimboEngine

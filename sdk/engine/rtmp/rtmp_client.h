@@ -1,0 +1,123 @@
+// One connection to an RTMP server, as a publisher or as a player: a thread that connects, speaks
+// RtmpSession's protocol and ends.
+//
+// Thread: created and destroyed on any other thread than its own; send(), finish(), stop() and the
+//   measures may be called from any. The events are raised on the connection's own thread, one at a
+//   time. onMedia may block: the server is then not read from, which in the end slows it down; once
+//   stop() was called it must return soon, since destruction waits for it.
+// Ownership: owns thread and socket. stop() cuts the connection and returns at once; no event
+// begins
+//   afterwards. Destruction stops and joins, which no server can delay.
+// Failure: onEnded, once; then only destruction is left.
+
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "gst/gst_ptr.h"
+#include "rtmp/byte_stream.h"
+#include "rtmp/message.h"
+#include "rtmp/rtmp_error.h"
+#include "rtmp/rtmp_session.h"
+#include "rtmp/rtmp_url.h"
+#include "rtmp/stop_signal.h"
+
+namespace NimboEngine {
+
+class RtmpClient {
+ public:
+  // For everything up to an accepted stream (publishing) or to asking for it (playing).
+  static constexpr std::chrono::seconds kConnectTimeout{10};
+
+  struct Events {
+    std::function<void()> onConnected;  // the server accepted the connection
+    std::function<void()> onStarted;    // and the stream
+    std::function<void(const RtmpMessage&)> onMedia;
+    std::function<void(const RtmpFailure&)> onEnded;
+    std::function<void()> onFinished;  // finish() has completed
+  };
+
+  // Begins to connect. Handlers that are not needed may be empty.
+  RtmpClient(RtmpRole role, const RtmpUrl& url, Events events,
+             std::chrono::milliseconds connectTimeout = kConnectTimeout);
+  ~RtmpClient();
+  RtmpClient(const RtmpClient&) = delete;
+  RtmpClient& operator=(const RtmpClient&) = delete;
+
+  // Publishing, from onStarted on: sends `size` bytes of `buffer` from `offset` on. Never blocks;
+  // what the network does not take is queued, and the caller watches backlog().
+  void send(RtmpType type, uint32_t timestamp, GstPtr<GstBuffer> buffer, std::size_t offset,
+            std::size_t size);
+
+  // Bytes that were given to send() and that the server has not acknowledged.
+  std::size_t backlog() const;
+
+  // Bytes that the server has acknowledged since the connection began, the protocol's own included.
+  uint64_t acknowledged() const;
+
+  // Sends what is queued, ends the stream and raises onFinished when the server has acknowledged
+  // all of it or has closed the connection. Takes as long as the network takes.
+  void finish();
+
+  void stop();
+
+ private:
+  struct Media {
+    RtmpType type;
+    uint32_t timestamp;
+    GstPtr<GstBuffer> buffer;
+    std::size_t offset;
+    std::size_t size;
+  };
+
+  RtmpSession::Events sessionEvents();
+  void run();
+  void connect();
+  void converse();
+  void transmit();
+  bool takeQueued();
+  void sendOutput();
+  void receiveInput();
+  bool isFinished() const;
+  void waitForWork();
+  int pollTimeout() const;
+  void fail(RtmpFailure failure);
+  void close();
+
+  const RtmpRole role_;
+  const RtmpUrl url_;
+  const Events events_;
+  const std::chrono::steady_clock::time_point deadline_;
+  StopSignal stop_;
+
+  // On the connection's thread only
+  RtmpSession session_;
+  std::vector<uint8_t> received_;
+  bool writable_ = true;  // as far as is known
+  bool readable_ = true;
+  bool sendFailed_ = false;
+  bool streamEnded_ = false;  // all media and the end of the stream were handed to the session
+  std::optional<RtmpFailure> failure_;
+
+  mutable std::mutex mutex_;
+  std::unique_ptr<ByteStream> stream_;  // from the connection on to its end
+  std::deque<Media> queue_;
+  std::size_t queuedBytes_ = 0;
+  bool finishing_ = false;
+  uint64_t lastAcknowledged_ = 0;  // when the connection ended
+
+  std::atomic<std::size_t> outputBytes_ = 0;  // the session's, for backlog()
+  std::thread thread_;                        // begins last
+};
+
+}  // namespace NimboEngine

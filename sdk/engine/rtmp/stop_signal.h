@@ -1,0 +1,41 @@
+// Ends a thread's waiting, whichever way it waits: in poll(), or in an operation of GIO's.
+//
+// Thread: any.
+// Ownership: owns an event descriptor and a cancellable.
+// Failure: isValid() is false when the process has no descriptors left.
+
+#pragma once
+
+#include <atomic>
+
+#include "base/glib_ptr.h"
+
+namespace NimboEngine {
+
+class StopSignal {
+ public:
+  StopSignal();
+  ~StopSignal();
+  StopSignal(const StopSignal&) = delete;
+  StopSignal& operator=(const StopSignal&) = delete;
+
+  bool isValid() const { return descriptor_ >= 0; }
+
+  // For good: what waits or begins to wait returns at once.
+  void stop();
+  bool isStopped() const { return stopped_; }
+
+  // Wakes one poll() on descriptor(); clear() afterwards.
+  void wake();
+  void clear();
+
+  int descriptor() const { return descriptor_; }
+  GCancellable* cancellable() const { return cancellable_.get(); }
+
+ private:
+  const int descriptor_;
+  const GlibPtr<GCancellable> cancellable_;
+  std::atomic<bool> stopped_ = false;
+};
+
+}  // namespace NimboEngine
