@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "log/log.h"
-#include "publish/rtmp_connection.h"
+#include "publish/connection.h"
 
 namespace NimboEngine {
 namespace {
@@ -18,7 +18,7 @@ bool isHeader(FlvTag kind) {
 FlvOutlet::FlvOutlet(bool audioOnly, Events events)
     : events_(std::move(events)), gate_(audioOnly) {}
 
-void FlvOutlet::attach(RtmpConnection* connection) {
+void FlvOutlet::attach(Connection* connection) {
   std::lock_guard lock(mutex_);
   connection_ = connection;
   ledger_ = {};

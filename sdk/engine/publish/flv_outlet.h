@@ -24,7 +24,7 @@
 
 namespace NimboEngine {
 
-class RtmpConnection;
+class Connection;
 
 class FlvOutlet {
  public:
@@ -38,7 +38,7 @@ class FlvOutlet {
   FlvOutlet(bool audioOnly, Events events);
 
   // From the next key frame on, tags go to `connection`.
-  void attach(RtmpConnection* connection);
+  void attach(Connection* connection);
 
   // When it returns, the connection is not used any more.
   void detach();
@@ -59,7 +59,7 @@ class FlvOutlet {
   const Events events_;
   std::mutex mutex_;
   TagGate gate_;
-  RtmpConnection* connection_ = nullptr;
+  Connection* connection_ = nullptr;
   SendLedger ledger_;                   // of the connection
   uint64_t payload_ = 0;                // bytes in the tags sent to the connection
   uint64_t acknowledgedBefore_ = 0;     // bytes the server had taken when it was attached

@@ -5,8 +5,6 @@
 namespace NimboEngine {
 namespace {
 
-// A tag starts with: type (1 byte), data size (3), time stamp (3, then its upper byte), stream (3).
-constexpr std::size_t kTagHeaderSize = 11;
 constexpr std::size_t kTimestampOffset = 4;
 
 constexpr uint8_t kAudioType = 8;
@@ -21,11 +19,11 @@ constexpr uint8_t kConfiguration = 0;
 }  // namespace
 
 FlvTag classifyFlvTag(GstBuffer* buffer) {
-  std::array<uint8_t, kTagHeaderSize + 2> head{};
+  std::array<uint8_t, kFlvTagHeader + 2> head{};
   const gsize size = gst_buffer_extract(buffer, 0, head.data(), head.size());
   if (size >= 3 && head[0] == 'F' && head[1] == 'L' && head[2] == 'V') return FlvTag::kFileHeader;
   if (size < head.size()) return FlvTag::kOther;
-  const bool configuration = head[kTagHeaderSize + 1] == kConfiguration;
+  const bool configuration = head[kFlvTagHeader + 1] == kConfiguration;
   switch (head[0]) {
     case kScriptType:
       return FlvTag::kMetadata;
@@ -33,8 +31,8 @@ FlvTag classifyFlvTag(GstBuffer* buffer) {
       return configuration ? FlvTag::kAudioHeader : FlvTag::kAudioFrame;
     case kVideoType:
       if (configuration) return FlvTag::kVideoHeader;
-      return head[kTagHeaderSize] >> 4 == kKeyFrameType ? FlvTag::kVideoKeyFrame
-                                                        : FlvTag::kVideoFrame;
+      return head[kFlvTagHeader] >> 4 == kKeyFrameType ? FlvTag::kVideoKeyFrame
+                                                       : FlvTag::kVideoFrame;
     default:
       return FlvTag::kOther;
   }

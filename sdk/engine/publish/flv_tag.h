@@ -22,8 +22,10 @@ enum class FlvTag {
   kOther,
 };
 
+// A tag starts with: type (1 byte), data size (3), time stamp (3, then its upper byte), stream (3).
+inline constexpr std::size_t kFlvTagHeader = 11;
 // Bytes of a tag that are not its content: its header, and its size, which stands behind it.
-inline constexpr std::size_t kFlvTagFraming = 15;
+inline constexpr std::size_t kFlvTagFraming = kFlvTagHeader + 4;
 
 // `buffer` holds one tag, or the file header. A buffer too short to tell is kOther.
 FlvTag classifyFlvTag(GstBuffer* buffer);

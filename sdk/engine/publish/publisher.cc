@@ -146,13 +146,12 @@ void Publisher::connect() {
   const auto now =
       std::chrono::time_point_cast<PushUrl::Time::duration>(std::chrono::system_clock::now());
   if (url_.expiry && *url_.expiry < now) tellOverdue();
-  connection_ = std::make_unique<RtmpConnection>(
+  connection_ = makeConnection(
       engine_, url_,
-      RtmpConnection::Events{
-          .onAccepted = [this] { apply(PushInput::kAccepted); },
-          .onFailed = [this](LumoLiveErrorCode code,
-                             const std::string& message) { onConnectionFailed(code, message); },
-          .onDrained = [this] { apply(PushInput::kDrained); }});
+      {.onAccepted = [this] { apply(PushInput::kAccepted); },
+       .onFailed = [this](LumoLiveErrorCode code,
+                          const std::string& message) { onConnectionFailed(code, message); },
+       .onDrained = [this] { apply(PushInput::kDrained); }});
   connection_->open();
 }
 
@@ -170,7 +169,7 @@ void Publisher::beginSending() {
 }
 
 // Until `connection` is replaced or gone.
-void Publisher::watchLink(const RtmpConnection* connection) {
+void Publisher::watchLink(const Connection* connection) {
   if (connection_.get() != connection) return;
   if (phase() != PushPhase::kPublishing && phase() != PushPhase::kResuming) return;
   if (outlet_.hasTakenFirstFrame()) apply(PushInput::kMediaTaken);
@@ -215,7 +214,7 @@ void Publisher::finishConnection() {
 void Publisher::closeConnection() {
   outlet_.detach();
   // Later, since the connection may be what called.
-  engine_.post([closing = std::shared_ptr<RtmpConnection>(std::move(connection_))] {});
+  engine_.post([closing = std::shared_ptr<Connection>(std::move(connection_))] {});
 }
 
 void Publisher::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime) {

@@ -19,13 +19,13 @@
 #include "base/lifeline.h"
 #include "capture/frame_consumer.h"
 #include "publish/bitrate_control.h"
+#include "publish/connection.h"
 #include "publish/encoder.h"
 #include "publish/flv_outlet.h"
 #include "publish/link_watch.h"
 #include "publish/network_settings.h"
 #include "publish/push_state.h"
 #include "publish/push_url.h"
-#include "publish/rtmp_connection.h"
 
 namespace NimboEngine {
 
@@ -79,7 +79,7 @@ class Publisher final : public FrameConsumer {
   void connect();
   void onConnectionFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void beginSending();
-  void watchLink(const RtmpConnection* connection);
+  void watchLink(const Connection* connection);
   void onLinkEvent(LinkEvent event);
   void applyBitrate();
   void tellOverdue();
@@ -96,7 +96,7 @@ class Publisher final : public FrameConsumer {
   PushUrl url_;
   bool toldFirstFrame_ = false;
   bool toldOverdue_ = false;
-  std::unique_ptr<RtmpConnection> connection_;
+  std::unique_ptr<Connection> connection_;
   FlvOutlet outlet_;
   int appliedKbps_ = 0;
   Encoder encoder_;  // ends first: its threads use the outlet

@@ -1,0 +1,63 @@
+// One connection to a server that takes a stream: FLV tags in, events out. A failed or finished
+// connection is not used again; the next attempt is a new object.
+//
+// Thread: created, used and destroyed on the engine thread, where the events are raised too;
+//   send(), backlog() and acknowledged() may be called from any thread, from onAccepted on and
+//   while the object lives.
+// Ownership: destruction closes the connection at once, whatever the network does; no event
+//   follows.
+// Failure: onFailed, once, after which only destruction is left.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "NimboSdk/LumoLiveResult.h"
+#include "base/engine_thread.h"
+#include "gst/gst_ptr.h"
+#include "publish/push_url.h"
+
+namespace NimboEngine {
+
+class Connection {
+ public:
+  struct Events {
+    // The server takes the stream.
+    std::function<void()> onAccepted;
+    // A receiver may destroy the connection.
+    std::function<void(LumoRtc::LumoLiveErrorCode, const std::string& message)> onFailed;
+    // finish() has completed.
+    std::function<void()> onDrained;
+  };
+
+  Connection() = default;
+  virtual ~Connection() = default;
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Begins to connect.
+  virtual void open() = 0;
+
+  // Never blocks. `tag` is a whole FLV tag: its header, its body, its size.
+  virtual void send(GstPtr<GstBuffer> tag) = 0;
+
+  // Bytes that were given to send() and that the server has not taken yet.
+  virtual std::size_t backlog() const = 0;
+
+  // Bytes that the server has taken since the connection began, the protocol's own included.
+  virtual uint64_t acknowledged() const = 0;
+
+  // Sends what is waiting and ends the stream in the server's eyes, for a third of a second at
+  // most, then raises onDrained. Nothing may be sent afterwards.
+  virtual void finish() = 0;
+};
+
+// The connection for the URL's scheme.
+std::unique_ptr<Connection> makeConnection(EngineThread& engine, const PushUrl& url,
+                                           Connection::Events events);
+
+}  // namespace NimboEngine
