@@ -40,8 +40,6 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"videoflip", "gstreamer1.0-plugins-good"},
     {"h264parse", "gstreamer1.0-plugins-bad"},
     {"hlsdemux", "gstreamer1.0-plugins-bad"},
-    {"rtmp2sink", "gstreamer1.0-plugins-bad"},
-    {"rtmp2src", "gstreamer1.0-plugins-bad"},
     {"srtsrc", "gstreamer1.0-plugins-bad"},
     {"tsdemux", "gstreamer1.0-plugins-bad"},
     {"x264enc", "gstreamer1.0-plugins-ugly"},

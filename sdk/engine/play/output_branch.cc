@@ -6,9 +6,11 @@
 #include <gst/video/video.h>
 
 #include <string_view>
+#include <utility>
 
 #include "base/handover.h"
 #include "log/log.h"
+#include "play/decoder_threads.h"
 
 namespace NimboEngine {
 namespace {
@@ -18,12 +20,10 @@ using SharedOutput = std::shared_ptr<PlayOutput>;
 // Nothing waits for a clock in the pipeline, and no branch for the other: the output presents.
 constexpr char kSink[] = "appsink name=sink sync=false async=false enable-last-sample=false";
 
-// Every element passes frames through untouched that are progressive and have square pixels.
+// Every element passes frames through untouched that are progressive and upright. What deinterlace
+// does not read is converted before it.
 std::string videoBranch() {
-  return fmt::format(
-      "videoconvert ! deinterlace ! videoflip video-direction=auto ! videoconvertscale ! "
-      "video/x-raw,format=I420,pixel-aspect-ratio=1/1 ! {}",
-      kSink);
+  return fmt::format("videoconvert ! deinterlace ! videoflip video-direction=auto ! {}", kSink);
 }
 
 std::string audioBranch() {
@@ -56,11 +56,15 @@ GstClockTime runningTime(GstSample* sample) {
 
 GstFlowReturn onSample(GstAppSink* sink, gpointer data, bool video) {
   acceptHandover(data);
-  const GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
+  GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
   PlayOutput& output = **static_cast<SharedOutput*>(data);
-  if (sample && video) output.deliverVideo(sample.get(), runningTime(sample.get()));
-  if (sample && !video) {
-    output.deliverAudio(gst_sample_get_buffer(sample.get()), runningTime(sample.get()));
+  if (sample) {
+    const GstClockTime time = runningTime(sample.get());
+    if (video) {
+      output.deliverVideo(std::move(sample), time);
+    } else {
+      output.deliverAudio(gst_sample_get_buffer(sample.get()), time);
+    }
   }
   offerHandover(data);
   return GST_FLOW_OK;
@@ -118,10 +122,13 @@ void tuneDecoder(GstElement* element, const SharedOutput& output) {
   const std::string_view kind = klass ? klass : "";
   if (!kind.starts_with("Codec/Decoder/")) return;
   const bool video = kind.find("Video") != kind.npos;
-  // Decoding several pictures at once holds each back for as many picture times: 36 ms were
-  // measured against 3.
-  if (video && hasProperty(element, "max-threads")) {
-    g_object_set(element, "max-threads", 1, nullptr);
+  if (video) {
+    tuneDecoderThreads(element, output->mode() == LumoRtc::kLumoLivePlayModeLive);
+    // A stream that is joined between two key frames, or that lost packets, shows nothing rather
+    // than grey.
+    if (hasProperty(element, "output-corrupt")) {
+      g_object_set(element, "output-corrupt", FALSE, nullptr);
+    }
   }
   const GstPtr<GstPad> pad(gst_element_get_static_pad(element, "sink"));
   if (!pad) return;

@@ -15,10 +15,9 @@
 
 #include <atomic>
 #include <functional>
-#include <memory>
 
 #include "NimboSdk/LumoLiveDefine.h"
-#include "capture/frame_pool.h"
+#include "media/frame_normalizer.h"
 #include "play/play_meter.h"
 #include "play/presenter.h"
 
@@ -27,7 +26,7 @@ namespace NimboEngine {
 class PlayOutput {
  public:
   struct Handlers {
-    // I420 in one piece, the planes directly behind each other; writable.
+    // A contiguous frame in the form of media/frame_form.h, as wide as a multiple of 8; writable.
     std::function<void(GstBuffer*, const GstVideoInfo&)> onFrame;
     // Writable samples, PresentationClock::kAudioLead before they are to be heard.
     std::function<void(const AudioAligner::Piece&)> onAudio;
@@ -43,7 +42,7 @@ class PlayOutput {
   LumoRtc::LumoLivePlayMode mode() const { return mode_; }
 
   // `timestamp` is the running time of the sample.
-  void deliverVideo(GstSample* sample, GstClockTime timestamp);
+  void deliverVideo(GstPtr<GstSample> sample, GstClockTime timestamp);
   void deliverAudio(GstBuffer* buffer, GstClockTime timestamp);
 
   // Whether all that was delivered has been seen and heard.
@@ -60,19 +59,10 @@ class PlayOutput {
   PlayMeter meter;
 
  private:
-  bool adopt(GstCaps* caps);
-  bool isUsable(GstBuffer* buffer) const;
-  GstPtr<GstBuffer> inOnePiece(GstBuffer* buffer);
-
   const Handlers handlers_;
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
 
-  // Used by deliverVideo only.
-  GstPtr<GstCaps> caps_;
-  GstVideoInfo info_{};     // as the frames come
-  GstVideoInfo ownInfo_{};  // as they are handed on
-  bool comesInOnePiece_ = false;
-  std::unique_ptr<FramePool> pool_;
+  FrameNormalizer normalizer_{FrameNormalizer::Use::kWrite};  // used by deliverVideo only
 
   Presenter presenter_;  // ends first: it calls the handlers
 };

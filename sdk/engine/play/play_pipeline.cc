@@ -11,16 +11,16 @@
 #include <utility>
 
 #include "base/handover.h"
+#include "flv/flv_demuxer.h"
 #include "log/log.h"
 #include "play/output_branch.h"
+#include "play/rtsp_source.h"
 
 namespace NimboEngine {
 namespace {
 
 using namespace LumoRtc;
 
-// RTP packets may overtake each other on their way for so long.
-constexpr int kRtpLatencyMs = 150;
 // What must be decoded ahead of a timed stream from the network before it goes on.
 constexpr guint64 kBufferedTime = 2 * GST_SECOND;
 
@@ -29,10 +29,13 @@ constexpr guint64 kBufferedTime = 2 * GST_SECOND;
 struct LiveContainer {
   std::string_view type;
   const char* demuxer;
+  const char* flag;  // a property to set; null: none
 };
 constexpr LiveContainer kLiveContainers[] = {
-    {"video/x-flv", "flvdemux"},
-    {"video/mpegts", "tsdemux"},
+    {"video/x-flv", kFlvDemuxerFactory, nullptr},
+    // The demultiplexer's clock recovery moves time stamps by some 60 ms in the first seconds, and
+    // each stream by itself; without it they are the sender's.
+    {"video/mpegts", "tsdemux", "ignore-pcr"},
 };
 
 // What may wait undecoded in front of a live stream's decoder.
@@ -66,7 +69,7 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
  private:
   void onType(GstElement* typefind, const GstCaps* caps);
   void onElement(GstElement* element) { tuneDecoder(element, output_); }
-  void demux(GstElement* typefind, const char* factory);
+  void demux(GstElement* typefind, const LiveContainer& container);
   void decode(GstPad* pad);
   void deliver(GstPad* pad);
   void setLive(bool live);
@@ -127,9 +130,9 @@ void Wiring::begin() {
   if (protocol_ == PlayProtocol::kFile) {
     setLive(false);
     connect<deliverPad, GstPad*>(element("decoder").get(), "pad-added");
-  } else if (protocol_ == PlayProtocol::kRtsp) {
+  } else if (protocol_ == PlayProtocol::kRtsp || protocol_ == PlayProtocol::kRtmp) {
     setLive(true);
-    connect<decodeStreamPad, GstPad*>(element("source").get(), "pad-added");
+    connect<decodeStreamPad, GstPad*>(element("streams").get(), "pad-added");
   } else {
     connect<onType, guint, GstCaps*>(element("type").get(), "have-type");
   }
@@ -150,8 +153,7 @@ void Wiring::setLive(bool live) {
 }
 
 void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
-  // An RTMP source states its type before it is connected.
-  if (protocol_ != PlayProtocol::kRtmp) output_->answered = true;
+  output_->answered = true;
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps, 0));
   gint64 size = 0;
   const bool endless = !gst_element_query_duration(typefind, GST_FORMAT_BYTES, &size) || size <= 0;
@@ -159,15 +161,15 @@ void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
   const auto* container =
       std::find_if(std::begin(kLiveContainers), std::end(kLiveContainers),
                    [&](const LiveContainer& known) { return type == known.type; });
-  if (isLive() && container != std::end(kLiveContainers))
-    return demux(typefind, container->demuxer);
+  if (isLive() && container != std::end(kLiveContainers)) return demux(typefind, *container);
   const GstPtr<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
   decode(pad.get());
 }
 
-void Wiring::demux(GstElement* typefind, const char* factory) {
-  GstElement* demuxer = add(factory);
+void Wiring::demux(GstElement* typefind, const LiveContainer& container) {
+  GstElement* demuxer = add(container.demuxer);
   if (!demuxer) return;
+  if (container.flag) g_object_set(demuxer, container.flag, TRUE, nullptr);
   connect<decodeStreamPad, GstPad*>(demuxer, "pad-added");
   gst_element_link(typefind, demuxer);
   gst_element_sync_state_with_parent(demuxer);
@@ -227,19 +229,22 @@ void Wiring::deliver(GstPad* pad) {
 struct SourceElement {
   PlayProtocol protocol;
   const char* description;
-  const char* address;  // the property that takes the URL
+  const char* address;  // the property of "source" that takes the URL; null: fed from outside
 };
 
-// The watch over the playback has its own time-outs, the same for all sources. A file's decoder is
+// The watch over the playback has its own timeouts, the same for all sources. A file's decoder is
 // there from the beginning: it reads of its own accord, and to start that from the source's thread
 // while the pipeline starts would lock the two up.
 constexpr SourceElement kSources[] = {
-    {PlayProtocol::kRtmp, "rtmp2src name=source timeout=0 ! typefind name=type", "location"},
+    {PlayProtocol::kRtmp,
+     "appsrc name=source caps=video/x-flv max-bytes=2097152 block=true ! "
+     "nimboflvdemux name=streams",
+     nullptr},
     {PlayProtocol::kHttp, "souphttpsrc name=source timeout=0 ! typefind name=type", "location"},
     {PlayProtocol::kSrt, "srtsrc name=source auto-reconnect=false ! typefind name=type", "uri"},
     {PlayProtocol::kFile, "filesrc name=source ! decodebin name=decoder force-sw-decoders=true",
      "location"},
-    {PlayProtocol::kRtsp, "pipeline.( rtspsrc name=source )", "location"},
+    {PlayProtocol::kRtsp, "pipeline.( rtspsrc name=streams )", "location"},
 };
 
 }  // namespace
@@ -251,11 +256,10 @@ std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<
                    [&](const auto& entry) { return entry.protocol == url.protocol; });
   auto pipeline = Pipeline::parse("player", source->description, std::move(handler));
   if (!pipeline) return nullptr;
-  const GstPtr<GstElement> element = pipeline->element("source");
-  g_object_set(element.get(), source->address, url.text.c_str(), nullptr);
-  if (url.protocol == PlayProtocol::kRtsp) {
-    g_object_set(element.get(), "latency", kRtpLatencyMs, nullptr);
-  }
+  const bool rtsp = url.protocol == PlayProtocol::kRtsp;
+  const GstPtr<GstElement> element = pipeline->element(rtsp ? "streams" : "source");
+  if (source->address) g_object_set(element.get(), source->address, url.text.c_str(), nullptr);
+  if (rtsp) configureRtspSource(element.get());
   std::make_shared<Wiring>(pipeline->get(), url.protocol, std::move(output))->begin();
   return pipeline;
 }

@@ -1,10 +1,12 @@
 #include "play/play_runner.h"
 
 #include <fmt/format.h>
+#include <gst/app/gstappsrc.h>
 #include <pthread.h>
 
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -18,6 +20,8 @@
 #include "play/network_cause.h"
 #include "play/play_error.h"
 #include "play/play_pipeline.h"
+#include "play/rtmp_feed.h"
+#include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
 namespace {
@@ -28,15 +32,23 @@ using Kind = PipelineMessage::Kind;
 constexpr std::chrono::milliseconds kPollInterval{250};
 constexpr std::chrono::milliseconds kDrainInterval{20};
 
-// The RTMP element does not tell when the server has said its first word: only then does it count
-// received bytes.
-bool hasRtmpServerAnswered(Pipeline& pipeline) {
-  GstStructure* stats = nullptr;
-  g_object_get(pipeline.element("source").get(), "stats", &stats, nullptr);
-  const GstPtr<GstStructure> owned(stats);
-  guint64 received = 0;
-  return owned && gst_structure_get_uint64(owned.get(), "in-bytes-total", &received) &&
-         received > 0;
+LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error) {
+  switch (error) {
+    case RtmpError::kHostNotFound:
+      return LumoRtc::kLumoLiveErrorHostNotFound;
+    case RtmpError::kRefused:
+      return LumoRtc::kLumoLiveErrorConnectRefused;
+    case RtmpError::kUnreachable:
+    case RtmpError::kTimeout:
+      return LumoRtc::kLumoLiveErrorConnectTimeout;
+    case RtmpError::kTlsUntrusted:
+      return LumoRtc::kLumoLiveErrorServerUntrusted;
+    case RtmpError::kStreamNotFound:
+    case RtmpError::kStreamEnded:
+      return LumoRtc::kLumoLiveErrorStreamNotFound;
+    default:
+      return LumoRtc::kLumoLiveErrorPlayRejected;
+  }
 }
 
 }  // namespace
@@ -56,6 +68,7 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   std::mutex mutex;
   std::condition_variable changed;
   std::deque<PipelineMessage> messages;
+  std::optional<PlayOutcome> feedFailure;
   bool stopping = false;
 
   void run();
@@ -66,6 +79,8 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   PlayOutcome failure(const PipelineMessage& error);
   std::optional<PipelineMessage> next(Pipeline& pipeline);
   bool mustPoll() const;
+  std::unique_ptr<RtmpFeed> startFeed(Pipeline& pipeline);
+  void onFeedEnded(GstElement* source, RtmpError error, const std::string& text);
   void poll(Pipeline& pipeline);
 };
 
@@ -121,12 +136,49 @@ PlayOutcome PlayRunner::State::work() {
     self->messages.push_back(message);
     self->changed.notify_all();
   };
+  std::unique_ptr<RtmpFeed> feed;  // ends after the pipeline, into which its thread may be pushing
   const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, output, onMessage);
   if (!pipeline) {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
             fmt::format("missing: {}", missingElements())};
   }
-  return follow(*pipeline);
+  if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
+  const PlayOutcome outcome = follow(*pipeline);
+  if (feed) feed->stop();
+  return outcome;
+}
+
+std::unique_ptr<RtmpFeed> PlayRunner::State::startFeed(Pipeline& pipeline) {
+  std::string reason;
+  const auto target = parseRtmpUrl(url.text, reason);
+  if (!target) {
+    feedFailure = {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorPlayRejected, reason};
+    return nullptr;
+  }
+  // The element outlives the feed's use of it: the feed is gone before this attempt is.
+  const std::shared_ptr<GstElement> source(pipeline.element("source").release(), GstRelease());
+  return std::make_unique<RtmpFeed>(
+      *target, RtmpFeed::Events{.onAnswered = [this] { output->answered = true; },
+                                .onTag =
+                                    [source](GstPtr<GstBuffer> tag) {
+                                      gst_app_src_push_buffer(GST_APP_SRC(source.get()),
+                                                              tag.release());
+                                    },
+                                .onEnded =
+                                    [this, source](RtmpError error, const std::string& text) {
+                                      onFeedEnded(source.get(), error, text);
+                                    }});
+}
+
+// What has come is still presented.
+void PlayRunner::State::onFeedEnded(GstElement* source, RtmpError error, const std::string& text) {
+  if (output->meter.counts().decoded() > 0) {
+    gst_app_src_end_of_stream(GST_APP_SRC(source));
+    return;
+  }
+  std::lock_guard lock(mutex);
+  feedFailure = {PlayOutcome::Kind::kFailed, playErrorCode(error), text};
+  changed.notify_all();
 }
 
 PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
@@ -144,7 +196,8 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
         break;
     }
   }
-  return {};
+  std::lock_guard lock(mutex);
+  return stopping ? PlayOutcome() : feedFailure.value_or(PlayOutcome());
 }
 
 // Waits until all that was decoded has been presented, or somebody asks to stop.
@@ -170,40 +223,28 @@ PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
   return {PlayOutcome::Kind::kFailed, code, error.text};
 }
 
-// The next message; none when asked to stop.
+// The next message; none when asked to stop, or when the feed has failed.
 std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
   std::unique_lock lock(mutex);
-  const auto woken = [this] { return stopping || !messages.empty(); };
+  const auto woken = [this] { return stopping || feedFailure || !messages.empty(); };
   while (mustPoll() && !changed.wait_for(lock, kPollInterval, woken)) {
     lock.unlock();
     poll(pipeline);
     lock.lock();
   }
   changed.wait(lock, woken);
-  if (stopping) return std::nullopt;
+  if (stopping || feedFailure) return std::nullopt;
   PipelineMessage message = std::move(messages.front());
   messages.pop_front();
   return message;
 }
 
 bool PlayRunner::State::mustPoll() const {
-  switch (url.protocol) {
-    case PlayProtocol::kRtmp:
-      return !output->answered;
-    case PlayProtocol::kRtsp:
-    case PlayProtocol::kSrt:
-      return true;
-    default:
-      return false;
-  }
+  return url.protocol == PlayProtocol::kRtsp || url.protocol == PlayProtocol::kSrt;
 }
 
 void PlayRunner::State::poll(Pipeline& pipeline) {
-  if (url.protocol == PlayProtocol::kRtmp) {
-    output->answered = hasRtmpServerAnswered(pipeline);
-  } else {
-    output->meter.setPackets(countPackets(pipeline, url.protocol));
-  }
+  output->meter.setPackets(countPackets(pipeline, url.protocol));
 }
 
 PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutput> output, OverCallback onOver)
