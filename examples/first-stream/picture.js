@@ -15,7 +15,6 @@ function savePreview(frame, file) {
   const png = new PNG({ width, height });
   const lumaStride = frame.data_y_len / height;
   const chromaStride = frame.data_u_len / Math.ceil(height / 2);
-  const toRgb = converter(height >= 720);
   for (let y = 0; y < height; y += 1) {
     for (let x = 0; x < width; x += 1) {
       const chroma = (y >> 1) * chromaStride + (x >> 1);
@@ -26,19 +25,16 @@ function savePreview(frame, file) {
   fs.writeFileSync(file, PNG.sync.write(png));
 }
 
-/** Video of high definition is coded by ITU-R BT.709, smaller by BT.601; both in limited range. */
-function converter(isHighDefinition) {
-  const [kr, kb] = isHighDefinition ? [0.2126, 0.0722] : [0.299, 0.114];
-  const kg = 1 - kr - kb;
-  return (luma, u, v, rgba, at) => {
-    const y = ((luma - 16) * 255) / 219;
-    const b = (2 * (1 - kb) * (u - 128) * 255) / 224;
-    const r = (2 * (1 - kr) * (v - 128) * 255) / 224;
-    rgba[at] = clamped(y + r);
-    rgba[at + 1] = clamped(y - (kb * b + kr * r) / kg);
-    rgba[at + 2] = clamped(y + b);
-    rgba[at + 3] = 255;
-  };
+/** Every frame is coded by ITU-R BT.709, in limited range. */
+function toRgb(luma, u, v, rgba, at) {
+  const [kr, kg, kb] = [0.2126, 0.7152, 0.0722];
+  const y = ((luma - 16) * 255) / 219;
+  const b = (2 * (1 - kb) * (u - 128) * 255) / 224;
+  const r = (2 * (1 - kr) * (v - 128) * 255) / 224;
+  rgba[at] = clamped(y + r);
+  rgba[at + 1] = clamped(y - (kb * b + kr * r) / kg);
+  rgba[at + 2] = clamped(y + b);
+  rgba[at + 3] = 255;
 }
 
 const clamped = (value) => Math.max(0, Math.min(255, Math.round(value)));

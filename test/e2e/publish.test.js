@@ -72,8 +72,8 @@ describe('publishing a stream', GUARD, () => {
     const frame = await live.nextFrame((candidate) => pixel(candidate, 0.5, 0.4)[0] > 16);
     assert.deepEqual([frame.source, frame.user_id], [0, 'preview']);
     assert.deepEqual([frame.width, frame.height], [CONFIG.width, CONFIG.height]);
-    // White, yellow, cyan, green, magenta, red and blue in the upper two thirds, as BT.601 has them.
-    const bars = [235, 210, 170, 145, 106, 81, 41];
+    // White, yellow, cyan, green, magenta, red and blue in the upper two thirds, as BT.709 has them.
+    const bars = [235, 219, 188, 173, 78, 63, 32];
     const luma = bars.map((_value, bar) => pixel(frame, (bar + 0.5) / 7, 0.4)[0]);
     for (const [bar, value] of bars.entries()) {
       assert.ok(Math.abs(luma[bar] - value) < 8, `bar ${bar}: ${luma[bar]}, not ${value}`);

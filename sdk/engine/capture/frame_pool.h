@@ -1,21 +1,18 @@
-// The buffers in which captured pictures travel: I420 in one piece, the U plane directly behind the
-// last row of Y, the V plane directly behind the last row of U, also where GStreamer's own layout
-// would leave a gap (odd heights). Each buffer carries its layout as GstVideoMeta.
+// The buffers in which captured frames travel: the form of media/frame_form.h in one contiguous
+// block.
 //
-// Thread: acquire() on one thread; buffers may be released anywhere, also after the pool's end.
-// Ownership: buffers return to the pool when their last reference goes.
-// Failure: acquire() answers null when there is no memory.
+// Thread, ownership, failure: as FrameBufferPool says.
 
 #pragma once
 
 #include <gst/video/video.h>
 
 #include "capture/frame_consumer.h"
-#include "gst/gst_ptr.h"
+#include "media/frame_buffer_pool.h"
 
 namespace NimboEngine {
 
-// The layout that GStreamer's elements give to pictures of this format.
+// The layout that GStreamer's elements give to captured frames of this format.
 GstVideoInfo pictureInfo(const VideoFormat& format);
 
 // The layout of the pool's buffers.
@@ -24,21 +21,9 @@ GstVideoInfo tightInfo(const VideoFormat& format);
 // Makes a picture laid out like that one plain, from black (16) to white (235).
 void fillPlain(uint8_t* pixels, const GstVideoInfo& info, uint8_t luma);
 
-class FramePool {
+class FramePool : public FrameBufferPool {
  public:
-  explicit FramePool(const VideoFormat& format);
-  ~FramePool();
-  FramePool(const FramePool&) = delete;
-  FramePool& operator=(const FramePool&) = delete;
-
-  const GstVideoInfo& info() const { return info_; }
-
-  // A buffer that nobody else has.
-  GstPtr<GstBuffer> acquire();
-
- private:
-  GstVideoInfo info_;
-  GstPtr<GstBufferPool> pool_;
+  explicit FramePool(const VideoFormat& format) : FrameBufferPool(tightInfo(format)) {}
 };
 
 }  // namespace NimboEngine

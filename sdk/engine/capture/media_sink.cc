@@ -8,6 +8,9 @@
 
 #include "base/handover.h"
 #include "capture/frame_pool.h"
+#include "media/frame_form.h"
+#include "media/frame_normalizer.h"
+#include "render/picture_converter.h"
 
 namespace NimboEngine {
 namespace {
@@ -21,62 +24,76 @@ const char* sinkProperties(Pace pace) {
 }
 
 // The state of one sink's callbacks.
-template <class Outlet>
-struct Delivery {
-  std::shared_ptr<Outlet> outlet;
-  size_t frameBytes = 0;  // bytes of one audio frame
+struct FrameDelivery {
+  FrameDelivery(std::shared_ptr<PictureMailbox> frames, const VideoFormat& format)
+      : mailbox(std::move(frames)), pool(format) {}
+
+  const std::shared_ptr<PictureMailbox> mailbox;
+  FramePool pool;
+  FrameNormalizer normalizer{FrameNormalizer::Use::kRead};
+  PictureConverter fitter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
+
+  // Converted before it is fitted, so that borders have the form's black.
+  void deliver(GstPtr<GstSample> sample) {
+    auto frame = normalizer.normalize(std::move(sample));
+    if (!frame) return;
+    GstPtr<GstBuffer> buffer = std::move(frame->buffer);
+    const GstVideoInfo& wanted = pool.info();
+    if (frame->info.width != wanted.width || frame->info.height != wanted.height) {
+      GstPtr<GstBuffer> fitted = pool.acquire();
+      if (!fitted || !fitter.convert(buffer.get(), frame->info, fitted.get(), wanted)) return;
+      buffer = std::move(fitted);
+    }
+    mailbox->put(buffer.get());
+  }
 };
 
-void deliver(const Delivery<PictureMailbox>& delivery, GstBuffer* buffer) {
-  delivery.outlet->put(buffer);
-}
+struct AudioDelivery {
+  std::shared_ptr<SampleFifo> fifo;
+  size_t frameBytes;  // bytes of one audio frame
 
-void deliver(const Delivery<SampleFifo>& delivery, GstBuffer* buffer) {
-  GstMapInfo map;
-  if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) return;
-  delivery.outlet->push(reinterpret_cast<const int16_t*>(map.data), map.size / delivery.frameBytes);
-  gst_buffer_unmap(buffer, &map);
-}
+  void deliver(GstPtr<GstSample> sample) const {
+    GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+    GstMapInfo map;
+    if (!buffer || !gst_buffer_map(buffer, &map, GST_MAP_READ)) return;
+    fifo->push(reinterpret_cast<const int16_t*>(map.data), map.size / frameBytes);
+    gst_buffer_unmap(buffer, &map);
+  }
+};
 
-template <class Outlet>
-void connect(GstElement* bin, const char* name, Delivery<Outlet> delivery) {
+template <class Delivery>
+void connect(GstElement* bin, const char* name, std::unique_ptr<Delivery> delivery) {
   const GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(bin), name));
   if (!sink) return;
   GstAppSinkCallbacks callbacks{};
   callbacks.new_sample = [](GstAppSink* appsink, gpointer data) {
     acceptHandover(data);
-    const GstPtr<GstSample> sample(gst_app_sink_pull_sample(appsink));
-    GstBuffer* buffer = sample ? gst_sample_get_buffer(sample.get()) : nullptr;
-    if (buffer) deliver(*static_cast<Delivery<Outlet>*>(data), buffer);
+    GstPtr<GstSample> sample(gst_app_sink_pull_sample(appsink));
+    if (sample) static_cast<Delivery*>(data)->deliver(std::move(sample));
     offerHandover(data);
     return GST_FLOW_OK;
   };
-  auto shared = std::make_unique<Delivery<Outlet>>(std::move(delivery));
-  offerHandover(shared.get());
-  gst_app_sink_set_callbacks(
-      GST_APP_SINK(sink.get()), &callbacks, shared.release(), [](gpointer data) {
-        acceptHandover(data);
-        std::unique_ptr<Delivery<Outlet>>(static_cast<Delivery<Outlet>*>(data)).reset();
-      });
+  offerHandover(delivery.get());
+  gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, delivery.release(),
+                             [](gpointer data) {
+                               acceptHandover(data);
+                               std::unique_ptr<Delivery>(static_cast<Delivery*>(data)).reset();
+                             });
 }
 
 }  // namespace
 
 std::string pictureCaps(const VideoFormat& format) {
-  const GstVideoInfo info = pictureInfo(format);
-  const GstPtr<gchar> colorimetry(gst_video_colorimetry_to_string(&info.colorimetry));
-  return fmt::format(
-      "video/x-raw,format=I420,width={},height={},pixel-aspect-ratio=1/1,"
-      "interlace-mode=progressive,colorimetry={}",
-      format.width, format.height, colorimetry.get());
+  return fmt::format("video/x-raw,{},width={},height={}", kFrameFormCaps, format.width,
+                     format.height);
 }
 
 std::string pictureEnd(const SourceOutlets& outlets, Pace pace) {
   return fmt::format(
-      "videoconvertscale add-borders=true ! {} ! {}"
+      "{}video/x-raw,interlace-mode=progressive ! "
       "appsink name={} {} max-buffers=1 drop=true enable-last-sample=false",
-      pictureCaps(outlets.video), outlets.mirror ? "videoflip video-direction=horiz ! " : "",
-      kPictureSink, sinkProperties(pace));
+      outlets.mirror ? "videoconvert ! videoflip video-direction=horiz ! " : "", kPictureSink,
+      sinkProperties(pace));
 }
 
 std::string soundEnd(const SourceOutlets& outlets, Pace pace) {
@@ -89,10 +106,13 @@ std::string soundEnd(const SourceOutlets& outlets, Pace pace) {
 }
 
 void connectEnds(GstElement* bin, const SourceOutlets& outlets) {
-  if (outlets.pictures) connect<PictureMailbox>(bin, kPictureSink, {outlets.pictures});
+  if (outlets.pictures) {
+    connect(bin, kPictureSink, std::make_unique<FrameDelivery>(outlets.pictures, outlets.video));
+  }
   if (outlets.sound) {
     const size_t frameBytes = sizeof(int16_t) * static_cast<size_t>(outlets.audio.channels);
-    connect<SampleFifo>(bin, kSoundSink, {outlets.sound, frameBytes});
+    connect(bin, kSoundSink,
+            std::make_unique<AudioDelivery>(AudioDelivery{outlets.sound, frameBytes}));
   }
 }
 

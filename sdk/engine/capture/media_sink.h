@@ -27,8 +27,9 @@ struct SourceOutlets {
 // How media are timed: a live source's go on as they come, a file's wait for their time.
 enum class Pace { kLive, kTimed };
 
-// Launch descriptions. The picture is fitted into the format's size with square pixels, with black
-// borders where the shapes differ.
+// Launch descriptions. pictureEnd() takes progressive frames of any format and size. They arrive in
+// the form of media/frame_form.h, fitted into the wanted size with black borders where the shapes
+// differ; pictureCaps() are for sources that can have form and size at once.
 std::string pictureCaps(const VideoFormat& format);
 std::string pictureEnd(const SourceOutlets& outlets, Pace pace);
 std::string soundEnd(const SourceOutlets& outlets, Pace pace);

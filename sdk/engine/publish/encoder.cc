@@ -9,6 +9,7 @@
 #include "base/handover.h"
 #include "gst/runtime.h"
 #include "log/log.h"
+#include "media/frame_form.h"
 
 namespace NimboEngine {
 namespace {
@@ -42,9 +43,9 @@ const H264Encoder* h264EncoderFor(const EncoderSettings& settings) {
 }
 
 GstPtr<GstCaps> sizeCaps(int width, int height) {
-  return GstPtr<GstCaps>(gst_caps_new_simple(
-      "video/x-raw", "format", G_TYPE_STRING, "I420", "width", G_TYPE_INT, width, "height",
-      G_TYPE_INT, height, "pixel-aspect-ratio", GST_TYPE_FRACTION, 1, 1, nullptr));
+  const std::string text =
+      fmt::format("video/x-raw,{},width={},height={}", kFrameFormCaps, width, height);
+  return GstPtr<GstCaps>(gst_caps_from_string(text.c_str()));
 }
 
 }  // namespace

@@ -27,23 +27,23 @@ struct Adjustment {
 using Colour = std::array<double, 3>;
 
 // The reference works on red, green and blue between 0 and 1, in which the four words have their
-// meaning; BT.601 takes it there and back.
+// meaning; BT.709 takes it there and back.
 Colour toRgb(const Colour& yuv) {
   const double y = (yuv[0] - 16) / 219;
   const double blueness = (yuv[1] - 128) / 224;
   const double redness = (yuv[2] - 128) / 224;
-  const double red = y + 1.402 * redness;
-  const double blue = y + 1.772 * blueness;
-  return {red, (y - 0.299 * red - 0.114 * blue) / 0.587, blue};
+  const double red = y + 1.5748 * redness;
+  const double blue = y + 1.8556 * blueness;
+  return {red, (y - 0.2126 * red - 0.0722 * blue) / 0.7152, blue};
 }
 
 double lumaOf(const Colour& rgb) {
-  return 0.299 * rgb[0] + 0.587 * rgb[1] + 0.114 * rgb[2];
+  return 0.2126 * rgb[0] + 0.7152 * rgb[1] + 0.0722 * rgb[2];
 }
 
 Colour toYuv(const Colour& rgb) {
   const double y = lumaOf(rgb);
-  return {16 + 219 * y, 128 + 224 * (rgb[2] - y) / 1.772, 128 + 224 * (rgb[0] - y) / 1.402};
+  return {16 + 219 * y, 128 + 224 * (rgb[2] - y) / 1.8556, 128 + 224 * (rgb[0] - y) / 1.5748};
 }
 
 Colour turned(const Colour& yuv, double degrees) {

@@ -31,7 +31,7 @@ async function startDisplay({ width = 800, height = 600 } = {}) {
     /** What the screen shows, as FFmpeg reads it: planes of an I420 picture of that size. */
     async screenshot(to) {
       const grab = ['-f', 'x11grab', '-draw_mouse', '1', '-video_size', `${width}x${height}`];
-      const scale = `scale=${to.width}:${to.height}:flags=area:out_color_matrix=bt601:out_range=tv`;
+      const scale = `scale=${to.width}:${to.height}:flags=area:out_color_matrix=bt709:out_range=tv`;
       const bytes = await runChild(
         'ffmpeg',
         [

@@ -68,6 +68,19 @@ TEST_F(LivePusherPublishTest, StreamIsSeenAtTheServer) {
                                       "first frame pushed", "push stopped"}));
 }
 
+TEST_F(LivePusherPublishTest, TheStreamSaysHowItsColoursAreCoded) {
+  create()->startPush(server.url().c_str());
+  ASSERT_TRUE(listener.events.waitFor("first frame pushed"));
+  const std::string seen = test::outputOf(
+      {"ffprobe", "-v", "error", "-rw_timeout", "10000000", "-select_streams", "v", "-show_entries",
+       "stream=color_range,color_space,color_transfer,color_primaries,chroma_location", "-of",
+       "compact", server.url()});
+  EXPECT_NE(seen.find("color_range=tv|color_space=bt709|color_transfer=bt709|"
+                      "color_primaries=bt709|chroma_location=left"),
+            std::string::npos)
+      << seen;
+}
+
 TEST_F(LivePusherPublishTest, PixelsChangedByTheListenerArePublished) {
   listener.edit = [](LumoLiveVideoSource, LumoLiveVideoRawData& frame) {
     std::memset(frame.data, 200, static_cast<std::size_t>(frame.strideY * frame.height));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -11,6 +12,8 @@
 #include "NimboSdk/LumoLiveBase.h"
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
+#include "support/colour_bars.h"
+#include "support/event_log.h"
 #include "support/recording_listener.h"
 #include "support/rtmp_server.h"
 
@@ -115,6 +118,56 @@ TEST_F(LivePusherTest, FramesAreAsConfigured) {
   pusher->startPreviewAsync(nullptr, 0, 0);
   ASSERT_TRUE(listener.events.waitFor("preview started"));
   EXPECT_TRUE(right);
+}
+
+// The bars of the test pattern, in a size for which another coding is usual.
+bool showsBars(const LumoLiveVideoRawData& frame) {
+  const unsigned char* u = frame.data + ptrdiff_t{frame.strideY} * frame.height;
+  const unsigned char* v = u + ptrdiff_t{frame.strideU} * ((frame.height + 1) / 2);
+  for (int bar = 0; bar < 7; ++bar) {
+    const int x = (2 * bar + 1) * frame.width / 14;
+    const int y = frame.height / 2;
+    const std::array<int, 3> seen{frame.data[y * frame.strideY + x],
+                                  u[y / 2 * frame.strideU + x / 2],
+                                  v[y / 2 * frame.strideV + x / 2]};
+    const test::Codes wanted = test::formCodesOf(test::kColourBars[static_cast<size_t>(bar)]);
+    for (size_t i = 0; i < 3; ++i) {
+      if (std::abs(seen[i] - wanted[i]) > 1) return false;
+    }
+  }
+  return true;
+}
+
+TEST_F(LivePusherTest, FramesAreCodedByBt709InLimitedRange) {
+  static test::EventLog seen;
+  listener.edit = [](LumoLiveVideoSource, LumoLiveVideoRawData& frame) {
+    if (showsBars(frame)) seen.add("bars");
+    return false;
+  };
+  pusher->init(smallConfig());
+  pusher->startPreview(nullptr, 0, 0);
+  EXPECT_TRUE(seen.waitFor("bars"));
+}
+
+TEST_F(LivePusherTest, FramesOfAResolutionCodeNeedNoPadding) {
+  static std::atomic<int> width{0};
+  listener.edit = [](LumoLiveVideoSource, LumoLiveVideoRawData& frame) {
+    width = frame.width == frame.strideY ? frame.width : -1;
+    return false;
+  };
+  for (uint32_t code = 0; code <= 4; ++code) {
+    LumoLivePushConfig config = smallConfig();
+    config.mResolution = code;
+    config.width = 0;
+    config.height = 0;
+    ASSERT_EQ(pusher->init(config), kLumoLiveOk);
+    pusher->startPreview(nullptr, 0, 0);
+    ASSERT_TRUE(listener.events.waitFor("preview started", static_cast<ptrdiff_t>(code) + 1));
+    EXPECT_GT(width, 0);
+    EXPECT_EQ(width % 8, 0) << "code " << code;
+    pusher->stopPreview();
+    ASSERT_TRUE(listener.events.waitFor("preview stopped", static_cast<ptrdiff_t>(code) + 1));
+  }
 }
 
 TEST_F(LivePusherTest, PreviewOfSoundAloneStartsWithoutPictures) {

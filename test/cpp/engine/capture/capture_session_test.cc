@@ -60,14 +60,14 @@ void expectColour(const Picture& picture, double x, double y, std::array<int, 3>
   for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], yuv[i], 4) << "plane " << i << " at " << x;
 }
 
-// Full-scale colours as ITU-R BT.601 codes them.
+// Full-scale colours as ITU-R BT.709 codes them.
 constexpr std::array<std::array<int, 3>, 7> kBars{{{235, 128, 128},
-                                                   {210, 16, 146},
-                                                   {170, 166, 16},
-                                                   {145, 54, 34},
-                                                   {106, 202, 222},
-                                                   {81, 90, 240},
-                                                   {41, 240, 110}}};
+                                                   {219, 16, 138},
+                                                   {188, 154, 16},
+                                                   {173, 42, 26},
+                                                   {78, 214, 230},
+                                                   {63, 102, 240},
+                                                   {32, 240, 118}}};
 
 double middleOfBar(size_t bar) {
   return (static_cast<double>(bar) + 0.5) / 7;

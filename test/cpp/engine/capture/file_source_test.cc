@@ -12,6 +12,7 @@
 #include "capture/capture_session.h"
 #include "gst/runtime.h"
 #include "support/child_process.h"
+#include "support/colour_bars.h"
 #include "support/event_log.h"
 
 namespace NimboEngine::test {
@@ -161,6 +162,27 @@ TEST_F(FileSourceTest, OblongPixelsBecomeSquare) {
   EXPECT_GT(picture.at(0.02, 0.5)[0], 200) << "160 by 120 with 4:3 pixels fills 16:9";
   EXPECT_GT(picture.at(0.98, 0.5)[0], 200);
 }
+
+// range:matrix:transfer:primaries in GStreamer's numbers; the first digit is 1 for full range.
+class FileColours : public FileSourceTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(FileColours, AreConvertedToThoseOfTheEngine) {
+  open(make("bars.mkv", std::string("videotestsrc pattern=smpte num-buffers=15 ! "
+                                    "video/x-raw,format=RGB,width=320,height=180,framerate=30/1 ! "
+                                    "videoconvert ! video/x-raw,format=I420,colorimetry=") +
+                            GetParam() + " ! x264enc bitrate=20000 ! matroskamux ! "));
+  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  const Picture picture = probe_.pictures(1).at(0);
+  for (size_t bar = 0; bar < 7; ++bar) {
+    const auto seen = picture.at((static_cast<double>(bar) + 0.5) / 7, 0.3);
+    const Codes wanted = formCodesOf(kColourBars[bar]);
+    for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], wanted[i], 3) << "bar " << bar;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Codings, FileColours,
+                         testing::Values("2:4:16:4", "1:4:16:4", "2:3:5:1", "1:3:5:1", "2:6:13:7",
+                                         "1:5:9:6"));
 
 TEST_F(FileSourceTest, OnlyTheSoundOfAFile) {
   open(make("both.avi", std::string(kPicture) + "jpegenc ! mux. " + kSound +

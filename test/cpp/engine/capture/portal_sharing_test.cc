@@ -108,7 +108,7 @@ bool isRed(GstBuffer* picture) {
   const int above = map.data[10 * kFormat.width + 160];
   const int middle = map.data[120 * kFormat.width + 160];
   gst_buffer_unmap(picture, &map);
-  return std::abs(above - 16) < 4 && std::abs(middle - 81) < 4;
+  return std::abs(above - 16) < 4 && std::abs(middle - 63) < 4;
 }
 
 TEST_F(PortalSharingTest, TheStreamsPicturesArriveUntilTheDesktopEndsIt) {

@@ -25,15 +25,15 @@ using Clock = std::chrono::steady_clock;
 
 constexpr VideoFormat kFormat{320, 240, 30};
 
-// As X has colours, and as ITU-R BT.601 codes them.
+// As X has colours, and as ITU-R BT.709 codes them.
 struct Colour {
   uint32_t rgb;
   std::array<int, 3> yuv;
 };
 constexpr Colour kBlack{0x000000, {16, 128, 128}};
-constexpr Colour kRed{0xff0000, {81, 90, 240}};
-constexpr Colour kGreen{0x00ff00, {145, 54, 34}};
-constexpr Colour kBlue{0x0000ff, {41, 240, 110}};
+constexpr Colour kRed{0xff0000, {63, 102, 240}};
+constexpr Colour kGreen{0x00ff00, {173, 42, 26}};
+constexpr Colour kBlue{0x0000ff, {32, 240, 118}};
 
 class ScreenCaptureTest : public testing::Test {
  protected:

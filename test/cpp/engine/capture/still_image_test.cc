@@ -21,9 +21,9 @@ using namespace std::chrono_literals;
 
 constexpr VideoFormat kFormat{320, 240, 30};
 
-// As ITU-R BT.601 codes them.
-constexpr std::array<int, 3> kRed{81, 90, 240};
-constexpr std::array<int, 3> kHalfRed{49, 109, 184};
+// As ITU-R BT.709 codes them.
+constexpr std::array<int, 3> kRed{63, 102, 240};
+constexpr std::array<int, 3> kHalfRed{39, 115, 184};
 constexpr std::array<int, 3> kBlack{16, 128, 128};
 constexpr std::array<int, 3> kGrey{60, 128, 128};
 

@@ -51,14 +51,14 @@ class MixPictureTest : public testing::Test {
   GstPtr<GstBuffer> canvas;
 };
 
-TEST_F(MixPictureTest, TheBackgroundHasTheColourInTheCodingOfThePictureSize) {
+TEST_F(MixPictureTest, TheBackgroundHasTheSameColourAtEverySize) {
   const struct {
     uint32_t rgb;
     int height;
     Colour yuv;
   } cases[] = {{0x000000, 180, {16, 128, 128}}, {0xffffff, 180, {235, 128, 128}},
-               {0xff0000, 180, {81, 90, 240}},  {0x00ff00, 180, {145, 54, 34}},
-               {0x0000ff, 180, {41, 240, 110}}, {0xff0000, 720, {63, 102, 240}},
+               {0xff0000, 180, {63, 102, 240}}, {0x00ff00, 180, {173, 42, 26}},
+               {0x0000ff, 180, {32, 240, 118}}, {0xff0000, 720, {63, 102, 240}},
                {0x00ff00, 720, {173, 42, 26}},  {0x0000ff, 720, {32, 240, 118}}};
   for (const auto& each : cases) {
     MixPicture picture;

@@ -27,7 +27,7 @@ GstPtr<GstBuffer> redAndBlue(FramePool& pool) {
   GstPtr<GstBuffer> buffer = pool.acquire();
   GstVideoFrame frame;
   EXPECT_TRUE(gst_video_frame_map(&frame, &pool.info(), buffer.get(), GST_MAP_WRITE));
-  constexpr uint8_t kYuv[2][3] = {{81, 90, 240}, {41, 240, 110}};
+  constexpr uint8_t kYuv[2][3] = {{63, 102, 240}, {32, 240, 118}};
   for (int plane = 0; plane < 3; ++plane) {
     const int width = GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane);
     for (int y = 0; y < GST_VIDEO_FRAME_COMP_HEIGHT(&frame, plane); ++y) {

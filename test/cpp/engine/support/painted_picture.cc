@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "media/frame_form.h"
+
 namespace NimboEngine::test {
 namespace {
 
@@ -15,10 +17,7 @@ uint8_t* rowOf(const GstVideoFrame& frame, int plane, int row) {
 }  // namespace
 
 GstVideoInfo i420(Size size) {
-  GstVideoInfo info;
-  gst_video_info_set_format(&info, GST_VIDEO_FORMAT_I420, static_cast<guint>(size.width),
-                            static_cast<guint>(size.height));
-  return info;
+  return frameInfo(size.width, size.height);
 }
 
 GstPtr<GstBuffer> paintHalves(Size size, const Colour& left, const Colour& right) {

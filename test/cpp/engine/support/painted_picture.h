@@ -17,10 +17,10 @@ namespace NimboEngine::test {
 using Colour = std::array<int, 3>;  // Y, U, V
 
 inline constexpr Colour kBlack{16, 128, 128};
-inline constexpr Colour kRed{81, 90, 240};
-inline constexpr Colour kGreen{145, 54, 34};
+inline constexpr Colour kRed{63, 102, 240};
+inline constexpr Colour kGreen{173, 42, 26};
 
-// The layout of an I420 picture of that size.
+// The layout of an I420 picture of that size, in the form of media/frame_form.h.
 GstVideoInfo i420(Size size);
 
 // A picture that is `left` in its left half and `right` in its right one.
