@@ -39,7 +39,7 @@ export interface PushConfig {
   /** 1 or 2. Default 2. */
   mAudioChannels?: number;
   /**
-   * Resolution code, 0 to 7: 320x180, 426x240, 640x360, 854x480, 960x540, 1280x720, 1920x1080,
+   * Resolution code, 0 to 7: 320x180, 424x240, 640x360, 848x480, 960x540, 1280x720, 1920x1080,
    * 2560x1440. Default 3.
    */
   mResolution?: number;

@@ -49,7 +49,7 @@ describe('changing the encoder while live', GUARD, () => {
     for (const [change, size] of [
       [{ resolution: 0 }, '320x180'],
       [{ resolution: 0, width: 480, height: 270 }, '480x270'],
-      [{ resolution: 3 }, '854x480'],
+      [{ resolution: 3 }, '848x480'],
     ]) {
       const described = live.next('onSendMessage');
       assert.equal(live.push.setResolution(change), 0);
@@ -59,7 +59,7 @@ describe('changing the encoder while live', GUARD, () => {
       assert.equal(`${width}x${height}`, size, 'the metadata say so too');
     }
     await witness.stop();
-    assert.deepEqual(sizes, ['640x360', '320x180', '480x270', '854x480']);
+    assert.deepEqual(sizes, ['640x360', '320x180', '480x270', '848x480']);
     live.push.setResolution({ width: 640, height: 360 });
   });
 

@@ -16,10 +16,11 @@ struct Size {
   int height;
 };
 
+// Widths are multiples of 8: JavaScript gets frames of other widths padded.
 constexpr std::array<Size, 8> kLadder = {{{320, 180},
-                                          {426, 240},
+                                          {424, 240},
                                           {640, 360},
-                                          {854, 480},
+                                          {848, 480},
                                           {960, 540},
                                           {1280, 720},
                                           {1920, 1080},

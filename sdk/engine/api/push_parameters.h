@@ -3,8 +3,8 @@
 //   field                   accepted                         otherwise
 //   ----------------------  -------------------------------  ----------------------------------
 //   mLivePushMode           0                                not supported
-//   mResolution             0 to 7: 320x180, 426x240,        refused, unless width and height
-//                           640x360, 854x480, 960x540,       are set
+//   mResolution             0 to 7: 320x180, 424x240,        refused, unless width and height
+//                           640x360, 848x480, 960x540,       are set
 //                           1280x720, 1920x1080, 2560x1440
 //   width, height           both 0: as mResolution says;     refused
 //                           else both from 16 to 4096

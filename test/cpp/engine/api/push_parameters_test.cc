@@ -28,7 +28,7 @@ PushParameters accepted(const Change& change) {
 
 TEST(PushParameters, DefaultsAreUsable) {
   const PushParameters parameters = accepted([](auto&) {});
-  EXPECT_EQ(parameters.encoder.video, (VideoFormat{854, 480, 15}));
+  EXPECT_EQ(parameters.encoder.video, (VideoFormat{848, 480, 15}));
   EXPECT_EQ(parameters.encoder.audio, (AudioFormat{48000, 2}));
   EXPECT_EQ(parameters.encoder.audioBps, 64000);
   EXPECT_EQ(parameters.encoder.gopSeconds, 2);
@@ -40,8 +40,8 @@ TEST(PushParameters, DefaultsAreUsable) {
 }
 
 TEST(PushParameters, ResolutionCodesClimbALadder) {
-  const std::vector<std::pair<int, int>> sizes = {{320, 180},   {426, 240},  {640, 360},
-                                                  {854, 480},   {960, 540},  {1280, 720},
+  const std::vector<std::pair<int, int>> sizes = {{320, 180},   {424, 240},  {640, 360},
+                                                  {848, 480},   {960, 540},  {1280, 720},
                                                   {1920, 1080}, {2560, 1440}};
   for (uint32_t code = 0; code < sizes.size(); ++code) {
     const VideoFormat format =
