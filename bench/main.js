@@ -11,6 +11,7 @@ const { run } = require('../tools/lib/run');
 
 const BENCHMARKS = {
   i420_repack: [path.join(buildFolder('release'), 'bench/i420_repack_bench')],
+  frame_normalizer: [path.join(buildFolder('release'), 'bench/frame_normalizer_bench')],
   publish_cost: ['node', 'bench/publish_cost.js'],
   latency: ['node', 'bench/latency.js'],
   players: ['node', 'bench/players.js'],

@@ -86,15 +86,23 @@ export interface AudioVolume extends PlayerEvent {
 }
 
 /**
- * A raw picture, I420: a Y plane of `height` rows, U and V planes of `(height + 1) / 2` rows. The
- * bytes are a copy of JavaScript's own. A row of the Y plane has `data_y_len / height` bytes.
+ * A raw video frame, I420: a Y plane of `height` rows, U and V planes of `(height + 1) / 2` rows.
+ * The bytes are a copy of JavaScript's own. A row of the Y plane has `data_y_len / height` bytes.
+ *
+ * Every frame, captured or played, has one form: BT.709 matrix, limited range (luma 16 to 235,
+ * chroma 16 to 240), BT.709 primaries and transfer, chroma sited left, square pixels, progressive.
+ * As a WebCodecs color space: `{ matrix: 'bt709', primaries: 'bt709', transfer: 'bt709', fullRange:
+ * false }`.
  */
 export interface VideoFrame {
   /** 0 camera, 1 screen. */
   source: 0 | 1;
   /** "preview" for captured pictures, else the player ID. */
   user_id: string;
-  /** Pixels, a multiple of 8: narrower pictures stand in the middle, with zeros beside them. */
+  /**
+   * Pixels, a multiple of 8. A player's frame of another width has its last column repeated; a
+   * captured one, whose width was asked for, stands in the middle with zeros beside it.
+   */
   width: number;
   /** Pixels. */
   height: number;

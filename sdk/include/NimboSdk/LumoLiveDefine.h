@@ -206,8 +206,17 @@ struct LumoLiveUserVolumeInfo {
   int32_t sumVolume = 0;
 };
 
-// One raw picture: I420, the Y plane, then U, then V, contiguous from `data`. The chroma planes
+// One raw video frame: I420, the Y plane, then U, then V, contiguous from `data`. The chroma planes
 // have (height + 1) / 2 rows. Valid, and its pixels writable in place, only during the callback.
+//
+// Captured or played, each frame has one form: BT.709 matrix, limited range (luma 16 to 235, chroma
+// 16 to 240), BT.709 primaries and transfer, chroma sited left (level with the left luma sample of
+// each pair, between the two rows), square pixels, progressive. Sources that differ are converted by
+// matrix, range and siting. Primaries and transfer are not converted: BT.601 differs too little to
+// see, and BT.2020 with PQ or HLG looks pale.
+//
+// A played frame whose width is no multiple of 8 comes padded to the next one: its last column is
+// repeated, and `width` counts the padding. A captured frame is as wide as was asked for.
 struct LumoLiveVideoRawData {
   unsigned char* data = nullptr;
   int32_t strideY = 0;  // bytes
