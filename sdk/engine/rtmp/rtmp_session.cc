@@ -74,9 +74,9 @@ const AmfValue* statusIn(const std::vector<AmfValue>& arguments) {
 
 // The server's words: its code, and its description where it adds something.
 std::string wordsOf(const AmfValue* status) {
-  if (!status) return "without a reason";
-  const std::string_view code = status->textOf("code");
-  const std::string_view description = status->textOf("description");
+  const std::string_view code = status ? status->textOf("code") : "";
+  const std::string_view description = status ? status->textOf("description") : "";
+  if (code.empty() && description.empty()) return "the server refuses without a reason";
   if (description.empty() || description == code) return std::string(code);
   return code.empty() ? std::string(description) : fmt::format("{}: {}", code, description);
 }

@@ -44,7 +44,7 @@ std::size_t fileNameIn(std::string_view path) {
 void splitPath(RtmpUrl& url, const std::string& path, const std::string& query) {
   std::size_t slash = fileNameIn(path);
   if (slash == path.npos) slash = path.rfind('/');
-  if (slash == 0 && query.rfind('/') != query.npos) {
+  if (slash == 0 && path.size() > 1 && query.rfind('/') != query.npos) {
     const std::size_t end = query.rfind('/');
     url.application = path.substr(1) + query.substr(0, end);
     url.stream = query.substr(end + 1);

@@ -36,6 +36,11 @@ class EventLog {
     return events_;
   }
 
+  void clear() {
+    std::lock_guard lock(mutex_);
+    events_.clear();
+  }
+
   std::ptrdiff_t count(const std::string& event) const {
     const auto events = all();
     return std::count(events.begin(), events.end(), event);
