@@ -33,6 +33,7 @@ DemuxerRig::DemuxerRig(bool link)
 
 DemuxerRig::~DemuxerRig() {
   setState(GST_STATE_NULL);
+  gst_bus_set_flushing(bus_.get(), TRUE);  // its messages refer to the element, which refers to it
   gst_object_unref(feeder_);
 }
 

@@ -128,7 +128,7 @@ TEST_P(FlvPlaybackTest, PlaysEnhancedFlv) {
 
 INSTANTIATE_TEST_SUITE_P(All, FlvPlaybackTest,
                          testing::Values("hevc_aac", "av1_opus", "vp9_flac", "vp8_ac3",
-                                         "h264_eac3"),
+                                         "h264_aac_multitrack", "h264_eac3"),
                          [](const auto& test) { return std::string(test.param); });
 
 struct LegacyCase {
