@@ -119,7 +119,7 @@ GstFlowReturn Demuxer::takeFrame(const FlvMedia& media, const RawFlvTag& tag) {
   if (!admitted) return GST_FLOW_OK;
   const auto [ms, newEpoch] = timeline_.place(media.video ? 0 : 1, tag.timestampMs);
   if (newEpoch) {
-    NIMBO_LOG_INFO("FLV: time stamps jump to {} ms", tag.timestampMs);
+    NIMBO_LOG_DEBUG("FLV: time stamps jump to {} ms", tag.timestampMs);
     markDiscontinuity();
   }
   const auto dts = static_cast<GstClockTime>(static_cast<GstClockTimeDiff>(kFlvTimeOffset) +

@@ -75,8 +75,9 @@ bool FlvStream::setFormat(const FlvMedia& media, std::span<const uint8_t> config
                           guint groupId) {
   const GstPtr<GstCaps> caps = makeFlvCaps(media, configuration);
   if (!caps) {
-    NIMBO_LOG_WARN("FLV {}: the configuration of codec {} cannot be used", name_,
-                   flvCodeText(media.code));
+    if (!std::exchange(reportedInvalid_, true)) {
+      NIMBO_LOG_WARN("FLV {}: invalid configuration of codec {}", name_, flvCodeText(media.code));
+    }
     return false;
   }
   format_ = media;

@@ -30,7 +30,7 @@ class FlvStream {
   FlvStream(const FlvStream&) = delete;
   FlvStream& operator=(const FlvStream&) = delete;
 
-  // Applies a configuration; an invalid one is ignored and logged.
+  // Applies a configuration; an invalid one is ignored, the first one logged.
   void configure(const FlvMedia& media, std::span<const uint8_t> configuration, guint groupId);
 
   // Prepares the pad for a frame. False when the frame must be dropped.
@@ -65,6 +65,7 @@ class FlvStream {
   std::vector<uint8_t> configuration_;
   bool discontinuous_ = true;
   bool hasBegun_ = false;
+  bool reportedInvalid_ = false;
   int framesBeforeKey_ = 0;
 };
 
