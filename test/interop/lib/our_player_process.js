@@ -1,0 +1,78 @@
+// Plays one stream through the public interface. The parent sends {url, seconds, timeoutSeconds,
+// media, trustedCertificates}; the answer is one message of type OurReport, and this process ends.
+// Its first message is 'ready'.
+
+const { setTimeout: sleep } = require('node:timers/promises');
+const { LivePush } = require('../../../lib');
+const { FrameCheck } = require('./frame_check');
+
+/**
+ * @typedef {object} OurReport times are in milliseconds since startPlay was called
+ * @property {number} startedAt when startPlay was called, in milliseconds of the wall clock
+ * @property {number} [startedMs] until onPlayStarted
+ * @property {number} [firstFrameMs] until the first frame was delivered to JavaScript
+ * @property {number} endMs
+ * @property {{code: number, msg: string, ms: number}} [error]
+ * @property {boolean} ended the stream said that it was over
+ * @property {number[]} frameTimes of all frames delivered to JavaScript
+ * @property {object} frames what FrameCheck.summary() gives
+ * @property {object[]} statistics of each second, with `ms`
+ */
+
+async function play({ url, seconds, timeoutSeconds, media, trustedCertificates }) {
+  const live = new LivePush({
+    extraConfig: { camera: 'test', microphone: 'test', trustedCertificates },
+  });
+  const player = live.createPlayer({});
+  const check = new FrameCheck(media);
+  const report = { frameTimes: [], statistics: [], ended: false };
+  const begun = performance.now();
+  const now = () => Math.round(performance.now() - begun);
+  report.startedAt = Date.now();
+
+  await new Promise((resolve) => {
+    const limit = setTimeout(resolve, timeoutSeconds * 1000);
+    const begins = () => {
+      clearTimeout(limit);
+      sleep(seconds * 1000).then(resolve);
+    };
+    player.on('onPlayStarted', () => {
+      report.startedMs = now();
+      if (!media.video) begins();
+    });
+    player.on('onFirstRemoteVideoFrameDrawn', () => {
+      report.firstFrameMs ??= now();
+      begins();
+    });
+    player.on('onVideoRenderData', ([frame]) => {
+      report.frameTimes.push(now());
+      check.add(frame);
+    });
+    player.on('onPlayerStatistics', (figures) => report.statistics.push({ ms: now(), ...figures }));
+    player.on('onPlayError', ({ code, msg }) => {
+      report.error = { code, msg, ms: now() };
+      resolve();
+    });
+    player.on('onPlayStopped', () => {
+      report.ended = true;
+      resolve();
+    });
+    player.startPlay(url).catch(() => {}); // the events tell
+  });
+  report.endMs = now();
+  report.frames = check.summary();
+  player.dispose();
+  return report;
+}
+
+process.on('disconnect', () => process.exit(1));
+process.once('message', (order) => {
+  play(order).then(
+    (report) => process.send(report, () => process.exit(0)),
+    (error) => {
+      console.error(error);
+      process.exit(1);
+    },
+  );
+});
+process.send('ready');

@@ -1,0 +1,48 @@
+const path = require('node:path');
+const { runChild } = require('../../../tools/rtmp/child');
+const { playWithFfmpeg } = require('./ffmpeg_reference');
+
+const FFMPEG8 = path.join(__dirname, 'ffmpeg8_reference_process.js');
+
+/** @returns {Promise<import('./ffmpeg_reference').ReferenceReport>} */
+async function playWithFfmpeg8(url, { seconds, timeoutSeconds, input = [] }) {
+  const options = {};
+  for (let index = 0; index < input.length; index += 2) {
+    options[input[index].slice(1)] = input[index + 1];
+  }
+  const limits = [String(seconds), String(timeoutSeconds)];
+  const args = [FFMPEG8, url, ...limits, JSON.stringify(options)];
+  const deadline = { deadlineSeconds: seconds + timeoutSeconds + 10 };
+  return runChild(process.execPath, args, deadline).then(JSON.parse, (error) => ({
+    ...{ player: 'FFmpeg 8', videoFrames: 0, audioSamples: 0 },
+    error: error.message.slice(0, 300),
+  }));
+}
+
+/** Whether a reference decoded what the media have. */
+function decodes(report, media) {
+  return (!media.video || report.videoFrames > 0) && (!media.audio || report.audioSamples > 0);
+}
+
+/**
+ * Plays a stream with the reference: Debian's ffmpeg, and where that lacks something and FFmpeg 8
+ * is there, FFmpeg 8.
+ *
+ * @param {() => Promise<{url: string, input?: string[]}>} open gives the address, anew for each
+ * @param {import('./media').Media} media
+ * @param {object} options as for playWithFfmpeg, and:
+ * @param {boolean} options.hasFfmpeg8
+ */
+async function playWithReference(open, media, { hasFfmpeg8, ...options }) {
+  const play = async (player) => {
+    const { url, input } = await open();
+    return player(url, { ...options, input });
+  };
+  const report = await play(playWithFfmpeg);
+  if (decodes(report, media) || !hasFfmpeg8) return report;
+  const newer = await play(playWithFfmpeg8);
+  const better = newer.videoFrames + newer.audioSamples > 0;
+  return better || report.error ? newer : report;
+}
+
+module.exports = { decodes, playWithReference };

@@ -1,0 +1,151 @@
+// What players play, heard where it comes out: a PulseAudio daemon without devices, an output of
+// its own for each player, and what goes through each output recorded.
+
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
+const { runChild, startChild } = require('../../../tools/rtmp/child');
+
+const RATE = 48_000;
+const CHANNELS = 2;
+const FRAME_BYTES = 2 * CHANNELS;
+const PIECE_MS = 10;
+const PIECE = (RATE * PIECE_MS) / 1000;
+const AUDIBLE = 300; // of 32767; the clips' tones have 8192
+const KEPT_SECONDS = 60;
+
+/** @param {number} outputs how many players play at a time */
+async function startSoundSystem(outputs) {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-sound-'));
+  const socket = path.join(folder, 'socket');
+  const names = Array.from({ length: outputs }, (_, index) => `out${index}`);
+  const sinks = names.map((name) => `module-null-sink sink_name=${name} rate=${RATE}`);
+  const daemon = startChild('env', [
+    ...[`HOME=${folder}`, `XDG_RUNTIME_DIR=${folder}`, 'pulseaudio', '-n', '--daemonize=no'],
+    ...['--exit-idle-time=-1', '--use-pid-file=no', '--disallow-exit', '--log-level=error'],
+    ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${socket}`],
+    ...sinks.flatMap((sink) => ['-L', sink]),
+  ]);
+  const env = { PULSE_SERVER: `unix:${socket}` };
+  let ended;
+  daemon.ended.then((reason) => {
+    ended = reason;
+  });
+  while (!fs.existsSync(socket)) {
+    if (ended) throw new Error(`no sound system: ${ended}`);
+    await sleep(20);
+  }
+  const recorders = names.map((name) => startRecorder(name, env));
+  await Promise.all(recorders.map((recorder) => recorder.ready));
+
+  return {
+    /** For the environment of the player that uses that output. */
+    environment: (index) => ({ ...env, PULSE_SINK: names[index] }),
+    /** @returns {Recorder} */
+    recorder: (index) => recorders[index],
+    async stop() {
+      for (const recorder of recorders) await recorder.stop();
+      await daemon.stop();
+      fs.rmSync(folder, { recursive: true, force: true });
+    },
+  };
+}
+
+/**
+ * @typedef {object} Heard
+ * @property {number} [firstMs] from `from` until something was audible
+ * @property {number} silenceMs how much of the time after that was silent
+ * @property {number} gaps how many breaks that silence is made of
+ * @property {number[]} pitch Hz, left and right, in the last two seconds
+ */
+
+function startRecorder(name, env) {
+  const format = ['--format=s16le', `--rate=${RATE}`, `--channels=${CHANNELS}`];
+  const variables = Object.entries(env).map(([key, value]) => `${key}=${value}`);
+  const child = startChild('env', [
+    ...variables,
+    ...['parec', `--device=${name}.monitor`, ...format, '--latency-msec=20'],
+  ]);
+  const pieces = [];
+  let rest = Buffer.alloc(0);
+  let markReady;
+  const ready = new Promise((resolve) => {
+    markReady = resolve;
+  });
+  child.process.stdout.on('data', (data) => {
+    markReady();
+    rest = Buffer.concat([rest, data]);
+    const bytes = PIECE * FRAME_BYTES;
+    // The newest sample is of now.
+    const now = Date.now();
+    const count = Math.floor(rest.length / bytes);
+    for (let index = 0; index < count; index += 1) {
+      const at = now - (count - index) * PIECE_MS;
+      pieces.push({ at, data: Buffer.from(rest.subarray(index * bytes, (index + 1) * bytes)) });
+    }
+    rest = rest.subarray(count * bytes);
+    pieces.splice(0, Math.max(0, pieces.length - (KEPT_SECONDS * 1000) / PIECE_MS));
+  });
+  return {
+    ready,
+    /** What came out between two times of the wall clock. @returns {Heard} */
+    heard: (from, to) =>
+      judge(
+        pieces.filter(({ at }) => at >= from && at < to),
+        from,
+      ),
+    stop: () => child.stop(),
+  };
+}
+
+/** @returns {Heard} */
+function judge(pieces, from) {
+  const audible = pieces.map(({ data }) => peak(data) > AUDIBLE);
+  const first = audible.indexOf(true);
+  if (first < 0) return { silenceMs: 0, gaps: 0, pitch: [0, 0] };
+  const after = audible.slice(first, audible.lastIndexOf(true) + 1);
+  const tail = pieces.slice(Math.max(first, pieces.length - 2000 / PIECE_MS));
+  return {
+    firstMs: pieces[first].at - from,
+    silenceMs: (pieces.length - first - after.filter(Boolean).length) * PIECE_MS,
+    gaps: after.filter((value, index) => !value && after[index - 1]).length,
+    pitch: [0, 1].map((channel) => pitch(tail, channel)),
+  };
+}
+
+function peak(data) {
+  let highest = 0;
+  for (let place = 0; place < data.length; place += 2) {
+    highest = Math.max(highest, Math.abs(data.readInt16LE(place)));
+  }
+  return highest;
+}
+
+/** Hz, by counting how often the wave rises through zero; 0 for silence. */
+function pitch(pieces, channel) {
+  let rises = 0;
+  let before = 0;
+  let samples = 0;
+  for (const { data } of pieces) {
+    for (let place = 2 * channel; place < data.length; place += FRAME_BYTES) {
+      const value = data.readInt16LE(place);
+      // Small values keep the sign: noise about zero is no wave.
+      if (Math.abs(value) < AUDIBLE) continue;
+      if (before < 0 && value > 0) rises += 1;
+      before = value;
+    }
+    samples += data.length / FRAME_BYTES;
+  }
+  return samples > 0 ? Math.round((rises * RATE) / samples) : 0;
+}
+
+/** Whether PulseAudio can be started here. */
+async function hasSoundSystem() {
+  return runChild('pulseaudio', ['--version'], { deadlineSeconds: 10 }).then(
+    () => true,
+    () => false,
+  );
+}
+
+module.exports = { hasSoundSystem, startSoundSystem };

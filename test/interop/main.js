@@ -1,0 +1,60 @@
+// Plays what foreign programs send, and says what works.
+//
+// Usage: node test/interop/main.js [--only REGEX] [--quick] [--jobs N] [--json FILE]
+//                                  [--update-docs] [--list]
+
+const fs = require('node:fs');
+const { parseArgs } = require('node:util');
+const { peersThere } = require('./lib/peers');
+const { runRows } = require('./lib/suite');
+const { readRows } = require('./rows');
+
+function readArguments() {
+  const { values } = parseArgs({
+    options: {
+      only: { type: 'string', default: '' },
+      quick: { type: 'boolean' },
+      jobs: { type: 'string', default: '2' },
+      json: { type: 'string' },
+      list: { type: 'boolean' },
+      'update-docs': { type: 'boolean' },
+    },
+  });
+  const pattern = new RegExp(values.only);
+  const rows = readRows().filter((row) => pattern.test(row.name) && (!values.quick || row.quick));
+  if (rows.length === 0) throw new Error('no such row');
+  return { ...values, rows, jobs: Number(values.jobs) };
+}
+
+const figure = (value, unit) => (value === undefined ? '-' : `${value} ${unit}`);
+
+function print({ name }, { result, reasons, ours, reference, seconds }, count, all) {
+  const first = `${figure(ours.firstMs, 'ms')} (${figure(reference.firstFrameMs ?? reference.firstAudioMs, 'ms')})`;
+  const rate = ours.renderFps === undefined ? '' : `${ours.renderFps}/s ${ours.deliveredFps}/s`;
+  console.log(
+    `${String(count).padStart(3)}/${all} ${result.padEnd(12)} ${name}  ${first} ${rate} ${seconds} s`,
+  );
+  for (const reason of reasons) console.log(`            ${reason}`);
+}
+
+async function main() {
+  const { rows, jobs, json, list } = readArguments();
+  if (list) return rows.forEach(({ name }) => console.log(name));
+  const peers = peersThere();
+  const runnable = rows.filter(({ route }) => (route.needs ?? []).every((peer) => peers.has(peer)));
+  const results = {};
+  let count = 0;
+  const onResult = (row, result) => {
+    results[row.name] = result;
+    count += 1;
+    print(row, result, count, runnable.length);
+    if (json) fs.writeFileSync(json, JSON.stringify(results, null, 1));
+  };
+  await runRows(runnable, { jobs, peers, onResult });
+  const failed = Object.values(results).filter(({ result }) => result === 'failed').length;
+  const skipped = rows.length - runnable.length;
+  console.log(`\n${count - failed} passed, ${failed} failed, ${skipped} without their peer`);
+  process.exitCode = failed + skipped > 0 ? 1 : 0;
+}
+
+main();
