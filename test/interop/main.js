@@ -39,7 +39,10 @@ function print({ name }, { result, reasons, ours, reference, seconds }, count, a
 
 async function main() {
   const { rows, jobs, json, list } = readArguments();
-  if (list) return rows.forEach(({ name }) => console.log(name));
+  if (list) {
+    for (const { name } of rows) console.log(name);
+    return;
+  }
   const peers = peersThere();
   const runnable = rows.filter(({ route }) => (route.needs ?? []).every((peer) => peers.has(peer)));
   const results = {};

@@ -1,26 +1,48 @@
-// Sends a clip with the FFmpeg 8 that the npm package node-av brings, at the clip's own rate.
+// Sends a clip again and again with the FFmpeg 8 that the npm package node-av brings, at the clip's
+// own rate.
 //
 // Usage: node ffmpeg8_sender_process.js CLIP FORMAT URL
 
 const { setTimeout: sleep } = require('node:timers/promises');
+const { SECONDS } = require('./clips');
 
 async function main(clip, format, url) {
-  const { Demuxer, Muxer } = await import('node-av/api');
-  const input = await Demuxer.open(clip);
-  const output = await Muxer.open(url, { format });
-  const streams = new Map(input.streams.map((stream) => [stream.index, output.addStream(stream)]));
-  let begun;
-  for await (const packet of input.packets()) {
-    if (!packet) break;
-    const { num, den } = input.streams[packet.streamIndex].timeBase;
-    const time = (Number(packet.dts) * num * 1000) / den;
-    begun ??= performance.now() - time;
-    const early = time - (performance.now() - begun);
-    if (early > 2) await sleep(early);
-    await output.writePacket(packet, streams.get(packet.streamIndex));
-    packet.free();
+  const { FFmpegError, FormatContext, Packet } = await import('node-av/lib');
+  const must = (code, what) => FFmpegError.throwIfError(code, what);
+  const input = new FormatContext();
+  must(await input.openInput(clip), 'openInput');
+  must(await input.findStreamInfo(), 'findStreamInfo');
+  const output = new FormatContext();
+  must(output.allocOutputContext2(null, format, url), 'allocOutputContext2');
+  const sources = input.streams;
+  const targets = sources.map((source) => {
+    const target = output.newStream();
+    must(source.codecpar.copy(target.codecpar), 'copy');
+    target.codecpar.codecTag = 0;
+    target.timeBase = source.timeBase;
+    return target;
+  });
+  must(await output.openOutput(), 'openOutput');
+  must(await output.writeHeader(), 'writeHeader');
+
+  const packet = new Packet();
+  packet.alloc();
+  const begun = performance.now();
+  for (let round = 0; ; round += 1) {
+    while ((await input.readFrame(packet)) >= 0) {
+      const { streamIndex: index } = packet;
+      const { timeBase } = sources[index];
+      const perSecond = timeBase.den / timeBase.num;
+      const shift = BigInt(Math.round(round * SECONDS * perSecond));
+      packet.pts += shift;
+      packet.dts += shift;
+      const early = (Number(packet.dts) / perSecond) * 1000 - (performance.now() - begun);
+      if (early > 2) await sleep(early);
+      packet.rescaleTs(timeBase, targets[index].timeBase);
+      must(await output.interleavedWriteFrame(packet), 'interleavedWriteFrame');
+    }
+    must(await input.seekFrame(-1, 0n), 'seekFrame');
   }
-  await output.close();
 }
 
 const [clip, format, url] = process.argv.slice(2);

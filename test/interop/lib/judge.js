@@ -38,9 +38,9 @@ const round = (value, digits = 1) => Number(value.toFixed(digits));
  * @returns {Result}
  */
 function judge(media, ours, heard, reference, allowanceMs) {
-  const figures = figuresOf(media, ours, heard);
+  const figures = figuresOf(ours, heard);
   const reasons = [
-    ...failures(media, ours, reference),
+    ...failures(ours),
     ...(ours.crash || ours.error ? [] : videoReasons(media, figures, ours, reference)),
     ...(ours.crash || ours.error ? [] : audioReasons(media, figures, reference)),
   ];
@@ -53,7 +53,7 @@ function judge(media, ours, heard, reference, allowanceMs) {
   return { result, reasons, ours: figures, reference };
 }
 
-function failures(media, ours) {
+function failures(ours) {
   if (ours.crash) return [`the process ended: ${ours.crash}`];
   if (ours.error) {
     const { code, msg, ms } = ours.error;
@@ -64,7 +64,7 @@ function failures(media, ours) {
 }
 
 /** What is told of our player. */
-function figuresOf(media, ours, heard) {
+function figuresOf(ours, heard) {
   if (ours.crash) return {};
   const begin = ours.firstFrameMs ?? ours.startedMs;
   const settled = (ours.statistics ?? []).filter(({ ms }) => ms >= begin + 1900);

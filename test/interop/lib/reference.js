@@ -32,17 +32,18 @@ function decodes(report, media) {
  * @param {import('./media').Media} media
  * @param {object} options as for playWithFfmpeg, and:
  * @param {boolean} options.hasFfmpeg8
+ * @param {boolean} [options.newest] FFmpeg 8 only
  */
-async function playWithReference(open, media, { hasFfmpeg8, ...options }) {
+async function playWithReference(open, media, { hasFfmpeg8, newest, ...options }) {
   const play = async (player) => {
     const { url, input } = await open();
     return player(url, { ...options, input });
   };
+  if (newest) return play(playWithFfmpeg8);
   const report = await play(playWithFfmpeg);
   if (decodes(report, media) || !hasFfmpeg8) return report;
   const newer = await play(playWithFfmpeg8);
-  const better = newer.videoFrames + newer.audioSamples > 0;
-  return better || report.error ? newer : report;
+  return newer.videoFrames + newer.audioSamples > 0 ? newer : report;
 }
 
 module.exports = { decodes, playWithReference };

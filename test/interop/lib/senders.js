@@ -36,17 +36,21 @@ const QUEUE = 'queue max-size-time=0 max-size-buffers=0 max-size-bytes=0';
  * GStreamer.
  *
  * @param {import('./media').Media} media
- * @param {string} muxer its description, named "m"
+ * @param {string} muxer its description, named "m"; may be empty, where the sink is named so
  * @param {string} sink
+ * @param {object} [options]
+ * @param {boolean} [options.output] it writes the stream to its standard output
+ * @param {boolean} [options.pads] the muxer's pads are named after what they take
  */
-async function sendWithGstreamer(media, muxer, sink) {
+async function sendWithGstreamer(media, muxer, sink, { output = false, pads = false } = {}) {
   const file = await clipIn(media, 'mp4');
   const branch = (kind) =>
-    `d.${kind}_0 ! ${QUEUE} ! ${PARSERS[media[kind].codec]} ! clocksync ! m.`;
+    `d.${kind}_0 ! ${QUEUE} ! ${PARSERS[media[kind].codec]} ! clocksync ! m.${pads ? kind : ''}`;
   const branches = ['video', 'audio'].filter((kind) => media[kind]).map(branch);
-  const text = `${muxer} ! ${sink} filesrc location=${file} ! qtdemux name=d ${branches.join(' ')}`;
+  const end = [muxer, sink].filter(Boolean).join(' ! ');
+  const text = `${end} filesrc location=${file} ! qtdemux name=d ${branches.join(' ')}`;
   const child = startChild('gst-launch-1.0', ['-q', ...text.split(' ')]);
-  child.process.stdout.resume();
+  if (!output) child.process.stdout.resume();
   return child;
 }
 

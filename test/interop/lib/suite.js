@@ -93,6 +93,7 @@ async function playRow(row, shared, context) {
   const options = {
     ...{ seconds: SECONDS, timeoutSeconds: TIMEOUT_SECONDS, startupMs: shared.startupMs },
     hasFfmpeg8: shared.peers.has('node-av'),
+    newest: (row.route.needs ?? []).includes('node-av'),
   };
   // Both begin at the same time, unless the source serves one player at a time.
   const reopen = source.again ?? (() => source.reference ?? source);

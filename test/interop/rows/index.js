@@ -13,7 +13,14 @@ const { readMedia } = require('../lib/media');
  * @property {{start: Function, needs?: string[]}} route
  */
 
-const groups = [require('./rtmp')];
+const groups = [
+  require('./rtmp'),
+  require('./http_flv'),
+  require('./hls'),
+  require('./srt'),
+  require('./rtsp'),
+  require('./files'),
+];
 
 /** @returns {Row[]} */
 function readRows() {
