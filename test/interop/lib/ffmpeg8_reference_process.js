@@ -19,11 +19,7 @@ async function main(url, seconds, timeoutSeconds, options) {
   const now = () => Math.round(performance.now() - begun);
 
   const input = new FormatContext();
-  const opened = await input.openInput(
-    url,
-    null,
-    Dictionary.fromObject({ fpsprobesize: 0, ...options }),
-  );
+  const opened = await input.openInput(url, null, Dictionary.fromObject(options));
   if (opened < 0) return finish(`open: ${opened}`);
   await input.findStreamInfo();
   const decoders = new Map();

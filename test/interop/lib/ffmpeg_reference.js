@@ -16,8 +16,13 @@ const { onLines } = require('../../../tools/rtmp/output');
  * @property {string} [error] what it printed last, when it decoded nothing
  */
 
-/** Shown at once; ffmpeg otherwise waits for the frame rate to be sure. */
-const PROMPT = ['-hide_banner', '-nostdin', '-nostats', '-fpsprobesize', '0'];
+/**
+ * ffmpeg otherwise waits for the frame rate to be sure, and up to half a minute for a stream that
+ * an FLV header announces and that never comes.
+ */
+const PROMPT = ['-fpsprobesize', '0', '-analyzeduration', '2000000'];
+
+const QUIET = ['-hide_banner', '-nostdin', '-nostats'];
 
 const SHOW = ['-vf', 'showinfo', '-af', 'ashowinfo', '-f', 'null', '-'];
 
@@ -35,7 +40,15 @@ async function playWithFfmpeg(url, { seconds, timeoutSeconds, input = [], startu
   const begun = performance.now();
   const now = () => Math.max(0, Math.round(performance.now() - begun - startupMs));
   const length = ['-t', String(seconds)];
-  const child = startChild('ffmpeg', [...PROMPT, ...input, '-i', url, ...length, ...SHOW]);
+  const child = startChild('ffmpeg', [
+    ...QUIET,
+    ...PROMPT,
+    ...input,
+    '-i',
+    url,
+    ...length,
+    ...SHOW,
+  ]);
   child.process.stdout.resume();
   const last = [];
   onLines(child.process.stderr, (line) => {
@@ -76,4 +89,4 @@ async function measureStartup() {
   return Math.min(...times);
 }
 
-module.exports = { measureStartup, playWithFfmpeg };
+module.exports = { PROMPT, measureStartup, playWithFfmpeg };

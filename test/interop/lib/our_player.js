@@ -11,10 +11,12 @@ const GUARD_SECONDS = 15;
  * A process that is ready to play one stream with the players of this project.
  *
  * @param {NodeJS.ProcessEnv} env added to its environment
+ * @param {string} clip a file to be played for a moment before
+ * @param {string} certificates a file with the authorities to be trusted
  * @returns {Promise<{play: (order: object) => Promise<object>, stop: () => void}>}
  */
-async function openOurPlayer(env) {
-  const child = fork(PROGRAM, [], {
+async function openOurPlayer(env, clip, certificates) {
+  const child = fork(PROGRAM, [clip, certificates], {
     env: { ...process.env, ...env },
     stdio: ['ignore', 'ignore', 'pipe', 'ipc'],
   });

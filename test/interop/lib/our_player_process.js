@@ -1,6 +1,10 @@
-// Plays one stream through the public interface. The parent sends {url, seconds, timeoutSeconds,
-// media, trustedCertificates}; the answer is one message of type OurReport, and this process ends.
-// Its first message is 'ready'.
+// Plays one stream through the public interface. Once it has sent 'ready', the parent sends {url,
+// seconds, timeoutSeconds, media}; the answer is one message of type OurReport, and this process
+// ends.
+//
+// Usage: node our_player_process.js CLIP CERTIFICATES
+//   CLIP  a file that is played for a moment before, so that libraries are loaded: the reference's
+//         start-up is not counted either
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { LivePush } = require('../../../lib');
@@ -19,10 +23,19 @@ const { FrameCheck } = require('./frame_check');
  * @property {object[]} statistics of each second, with `ms`
  */
 
-async function play({ url, seconds, timeoutSeconds, media, trustedCertificates }) {
-  const live = new LivePush({
-    extraConfig: { camera: 'test', microphone: 'test', trustedCertificates },
+async function warmUp(live, clip) {
+  const player = live.createPlayer({});
+  player.setRemoteAudioVolume(0);
+  const drawn = new Promise((resolve) => {
+    player.on('onFirstRemoteVideoFrameDrawn', resolve);
+    player.on('onPlayError', resolve); // the stream itself will show what is wrong
   });
+  player.startPlay(clip).catch(() => {});
+  await Promise.race([drawn, sleep(10_000)]);
+  player.dispose();
+}
+
+async function play(live, { url, seconds, timeoutSeconds, media }) {
   const player = live.createPlayer({});
   const check = new FrameCheck(media);
   const report = { frameTimes: [], statistics: [], ended: false };
@@ -66,8 +79,12 @@ async function play({ url, seconds, timeoutSeconds, media, trustedCertificates }
 }
 
 process.on('disconnect', () => process.exit(1));
+const [clip, trustedCertificates] = process.argv.slice(2);
+const live = new LivePush({
+  extraConfig: { camera: 'test', microphone: 'test', trustedCertificates },
+});
 process.once('message', (order) => {
-  play(order).then(
+  play(live, order).then(
     (report) => process.send(report, () => process.exit(0)),
     (error) => {
       console.error(error);
@@ -75,4 +92,4 @@ process.once('message', (order) => {
     },
   );
 });
-process.send('ready');
+warmUp(live, clip).then(() => process.send('ready'));

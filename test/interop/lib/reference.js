@@ -1,22 +1,28 @@
 const path = require('node:path');
-const { runChild } = require('../../../tools/rtmp/child');
-const { playWithFfmpeg } = require('./ffmpeg_reference');
+const { startChild } = require('../../../tools/rtmp/child');
+const { PROMPT, playWithFfmpeg } = require('./ffmpeg_reference');
 
 const FFMPEG8 = path.join(__dirname, 'ffmpeg8_reference_process.js');
 
 /** @returns {Promise<import('./ffmpeg_reference').ReferenceReport>} */
 async function playWithFfmpeg8(url, { seconds, timeoutSeconds, input = [] }) {
   const options = {};
-  for (let index = 0; index < input.length; index += 2) {
-    options[input[index].slice(1)] = input[index + 1];
+  const words = [...PROMPT, ...input];
+  for (let index = 0; index < words.length; index += 2) {
+    options[words[index].slice(1)] = words[index + 1];
   }
   const limits = [String(seconds), String(timeoutSeconds)];
   const args = [FFMPEG8, url, ...limits, JSON.stringify(options)];
-  const deadline = { deadlineSeconds: seconds + timeoutSeconds + 10 };
-  return runChild(process.execPath, args, deadline).then(JSON.parse, (error) => ({
-    ...{ player: 'FFmpeg 8', videoFrames: 0, audioSamples: 0 },
-    error: error.message.slice(0, 300),
-  }));
+  const child = startChild(process.execPath, args);
+  let output = '';
+  child.process.stdout.setEncoding('utf8').on('data', (text) => {
+    output += text;
+  });
+  const guard = setTimeout(() => child.stop(), (seconds + timeoutSeconds + 10) * 1000);
+  const reason = await child.ended;
+  clearTimeout(guard);
+  if (output) return JSON.parse(output);
+  return { player: 'FFmpeg 8', videoFrames: 0, audioSamples: 0, error: reason.slice(0, 300) };
 }
 
 /** Whether a reference decoded what the media have. */

@@ -23,8 +23,8 @@ async function sendWithFfmpeg(media, format, url, options = []) {
 
 // What stands between a demultiplexer and a multiplexer.
 const PARSERS = {
-  h264: 'h264parse',
-  hevc: 'h265parse',
+  h264: 'h264parse config-interval=-1',
+  hevc: 'h265parse config-interval=-1',
   aac: 'aacparse',
   mp3: 'mpegaudioparse',
   ac3: 'ac3parse',

@@ -24,6 +24,8 @@ async function startSoundSystem(outputs) {
   const daemon = startChild('env', [
     ...[`HOME=${folder}`, `XDG_RUNTIME_DIR=${folder}`, 'pulseaudio', '-n', '--daemonize=no'],
     ...['--exit-idle-time=-1', '--use-pid-file=no', '--disallow-exit', '--log-level=error'],
+    // On a busy machine the kernel ends real-time threads that use too much.
+    ...['--realtime=no', '--high-priority=no'],
     ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${socket}`],
     ...sinks.flatMap((sink) => ['-L', sink]),
   ]);
@@ -40,6 +42,10 @@ async function startSoundSystem(outputs) {
   await Promise.all(recorders.map((recorder) => recorder.ready));
 
   return {
+    /** @throws {Error} when the daemon has ended */
+    check() {
+      if (ended) throw new Error(`the sound system: ${ended}`);
+    },
     /** For the environment of the player that uses that output. */
     environment: (index) => ({ ...env, PULSE_SINK: names[index] }),
     /** @returns {Recorder} */

@@ -31,6 +31,7 @@ async function runRows(rows, { jobs, peers, onResult }) {
       sound,
       identity: await makeCertificate(folder),
       startupMs: await measureStartup(),
+      warmUpClip: await clipOf(readMedia('h264 + aac')),
     };
     const waiting = [...rows];
     const work = async (slot) => {
@@ -78,7 +79,7 @@ async function playRow(row, shared, context) {
   await clipOf(media);
   const environment = shared.sound?.environment(shared.slot) ?? {};
   const [player, source] = await Promise.all([
-    openOurPlayer(environment),
+    openOurPlayer(environment, shared.warmUpClip, shared.identity.file),
     row.route.start(media, context),
   ]);
   context.atEnd(() => player.stop());
@@ -88,7 +89,6 @@ async function playRow(row, shared, context) {
     seconds: SECONDS,
     timeoutSeconds: TIMEOUT_SECONDS,
     media: { video: Boolean(video), upright: !video?.rotation, interlaced: Boolean(video?.fields) },
-    trustedCertificates: shared.identity.file,
   };
   const options = {
     ...{ seconds: SECONDS, timeoutSeconds: TIMEOUT_SECONDS, startupMs: shared.startupMs },
@@ -102,6 +102,7 @@ async function playRow(row, shared, context) {
   const heard = shared.sound
     ?.recorder(shared.slot)
     .heard(ours.startedAt, ours.startedAt + ours.endMs);
+  shared.sound?.check();
   reference ??= playWithReference(reopen, media, options);
   return judge(media, ours, heard, await reference, source.allowanceMs ?? 0);
 }

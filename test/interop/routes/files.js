@@ -57,7 +57,7 @@ module.exports = {
   'HTTP file': {
     ...everyContainer(web),
     'MP4, HTTPS': { start: web('MP4', true) },
-    'MP4, no ranges': { start: webWithoutRanges('MP4') },
+    'MP4, no ranges': { start: webWithoutRanges('MP4, index first') },
     'FLV, no ranges': { start: webWithoutRanges('FLV') },
   },
 };
