@@ -13,9 +13,6 @@ const SECONDS = 30;
 const FOLDER = path.join(os.tmpdir(), `interop-clips-${os.userInfo().username}`);
 const DEADLINE = { deadlineSeconds: 300 };
 
-/** What begins later, where a row says which of the two comes first, in seconds. */
-const LEAD = 0.2;
-
 const VIDEO_ENCODERS = {
   h264: ['libx264', '-preset', 'veryfast', '-sc_threshold', '0'],
   hevc: [
@@ -55,22 +52,30 @@ const IN_MP4 = ['h264', 'hevc', 'vp9', 'av1', 'mpeg4', 'aac', 'mp3', 'opus', 'ac
 
 const LAYOUTS = { 1: 'mono', 2: 'stereo', 6: '5.1' };
 
+const frameRate = ({ rate, fields }) =>
+  rate.split('/').reduce((over, under) => over / under) / (fields ? 2 : 1);
+
 function videoOptions(video) {
   const [encoder, ...options] = VIDEO_ENCODERS[video.codec];
-  const rate = video.rate.split('/').reduce((over, under) => over / under) / (video.fields ? 2 : 1);
-  const list = ['-c:v', encoder, ...options, '-g', String(Math.round(rate * video.gop))];
+  const list = [
+    '-c:v',
+    encoder,
+    ...options,
+    '-g',
+    String(Math.round(frameRate(video) * video.gop)),
+  ];
   if (['h264', 'mpeg2', 'mpeg4'].includes(video.codec)) list.push('-bf', video.bFrames ? '2' : '0');
   if (video.codec === 'hevc')
     list[list.indexOf('-x265-params') + 1] += `:bframes=${video.bFrames ? 3 : 0}`;
   if (video.profile) list.push('-profile:v', video.profile);
   if (video.fields) list.push('-flags', '+ildct+ilme', '-top', video.fields === 'tff' ? '1' : '0');
-  if (video.variable) list.push('-fps_mode', 'vfr');
   if (['h264', 'hevc', 'av1', 'mpeg2', 'vp9'].includes(video.codec)) {
     const transfer = video.matrix === 'bt709' ? 'bt709' : 'smpte170m';
     list.push('-colorspace', video.matrix, '-color_primaries', transfer, '-color_trc', transfer);
     list.push('-color_range', 'tv');
   }
-  return [...list, '-pix_fmt', video.pixels];
+  // Without repeated frames before a late beginning or between irregular ones.
+  return [...list, '-fps_mode', 'passthrough', '-pix_fmt', video.pixels];
 }
 
 function videoFilter(video) {
@@ -89,15 +94,31 @@ function audioSource({ rate, channels }) {
   return `aevalsrc=exprs=${all.join('|')}:s=${rate}:c=${LAYOUTS[channels]}`;
 }
 
+/**
+ * When video and audio begin, in seconds. Frames that are reordered have decoding times before
+ * their presentation; AAC begins with about 0.02 s of silence.
+ */
+function beginnings({ video, order }) {
+  const reordering = video?.bFrames ? 2 / frameRate(video) : 0;
+  return {
+    '': { video: 0, audio: 0 },
+    'video-first': { video: reordering, audio: 0.031 },
+    'audio-first': { video: reordering + 0.05, audio: 0 },
+    'late-audio': { video: 0, audio: 1 },
+    'late-video': { video: 1, audio: 0 },
+  }[order];
+}
+
 /** @param {import('./media').Media} media @param {string} file */
 async function encode(media, file) {
-  const { video, audio, first } = media;
+  const { video, audio, order } = media;
+  const begins = beginnings(media);
   const args = ['-v', 'error', '-nostdin'];
-  const kinds = (first === 'audio' ? ['audio', 'video'] : ['video', 'audio']).filter(
+  const kinds = (order === 'audio-first' ? ['audio', 'video'] : ['video', 'audio']).filter(
     (kind) => media[kind],
   );
   for (const kind of kinds) {
-    if (first && kind !== first) args.push('-itsoffset', String(LEAD));
+    if (begins[kind]) args.push('-itsoffset', String(begins[kind]));
     args.push('-f', 'lavfi', '-i', kind === 'video' ? videoFilter(video) : audioSource(audio));
   }
   for (const index of kinds.keys()) args.push('-map', String(index));
@@ -163,7 +184,7 @@ function clipOf(media) {
   const ending = codecs.every((codec) => IN_MP4.includes(codec)) ? 'mp4' : 'mkv';
   const args = { ...media, words: undefined };
   const { rotation } = media.video ?? {};
-  const name = `${codecs.join('-')}-${keyOf(args, VIDEO_ENCODERS, AUDIO_ENCODERS, videoPattern.toString(), 4)}`;
+  const name = `${codecs.join('-')}-${keyOf(args, VIDEO_ENCODERS, AUDIO_ENCODERS, videoPattern.toString(), 6)}`;
   if (!rotation) return kept(`${name}.${ending}`, (file) => encode(media, file));
   return kept(`${name}.${ending}`, async (file) => {
     const upright = await clipOf({ ...media, video: { ...media.video, rotation: 0 } });

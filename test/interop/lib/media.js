@@ -6,7 +6,10 @@
  * @property {string} words as given
  * @property {VideoMedia} [video]
  * @property {AudioMedia} [audio]
- * @property {'audio' | 'video'} [first] which of the two begins 0.2 s before the other
+ * @property {Order} order
+ *
+ * @typedef {'' | 'audio-first' | 'video-first' | 'late-audio' | 'late-video'} Order "first": the
+ *   stream begins with one packet of it, then they alternate; "late": it begins a second later
  *
  * @typedef {object} VideoMedia
  * @property {string} codec
@@ -70,7 +73,7 @@ const WORDS = [
   [/^(baseline|main|high)$/, ({ video }, profile) => Object.assign(video, { profile })],
   [/^([\d.]+)k$/, ({ audio }, thousands) => Object.assign(audio, { rate: thousands * 1000 })],
   [/^(mono|stereo|5\.1)$/, ({ audio }, word) => Object.assign(audio, { channels: CHANNELS[word] })],
-  [/^(audio|video)-first$/, (media, first) => Object.assign(media, { first })],
+  [/^((audio|video)-first|late-(audio|video))$/, (media, order) => Object.assign(media, { order })],
 ];
 
 /**
@@ -80,7 +83,7 @@ const WORDS = [
  */
 function readMedia(words) {
   const list = words.split(/\s+/).filter((word) => word && word !== '+');
-  const media = { words };
+  const media = { words, order: '' };
   const videoCodec = list.find((word) => VIDEO_CODECS.includes(word));
   const audioCodec = list.find((word) => AUDIO_CODECS.includes(word));
   if (videoCodec) media.video = { codec: videoCodec, ...VIDEO_DEFAULTS, fps: [30] };

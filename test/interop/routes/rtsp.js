@@ -1,11 +1,10 @@
 const { once } = require('node:events');
-const net = require('node:net');
 const path = require('node:path');
 const { startChild } = require('../../../tools/rtmp/child');
 const { freePort } = require('../../../tools/rtmp/rtmp_server');
 const { buildDirectory } = require('../../js/support/build_directory');
 const { clipIn, clipOf } = require('../lib/clips');
-const { isListening, listening, until } = require('../lib/network');
+const { isListening, until } = require('../lib/network');
 
 const QUEUE = 'queue max-size-time=0 max-size-buffers=0 max-size-bytes=0';
 const PAYLOADERS = {
@@ -40,37 +39,8 @@ const gstreamer = (transport) => async (media, context) => {
   return { url: `rtsp://127.0.0.1:${Number(text)}/red`, input };
 };
 
-/**
- * A way to an RTSP server that offers no UDP, as one behind a firewall: it refuses what asks for
- * it.
- */
-function refuseUdp(port) {
-  return net.createServer((client) => {
-    const server = net.connect(port, '127.0.0.1');
-    let interleaved = false;
-    client.on('data', (data) => {
-      const request = interleaved ? '' : data.toString('latin1');
-      if (request.startsWith('SETUP') && !/RTP\/AVP\/TCP/.test(request)) {
-        const [, sequence] = request.match(/CSeq: *(\d+)/i) ?? [];
-        client.write(`RTSP/1.0 461 Unsupported Transport\r\nCSeq: ${sequence}\r\n\r\n`);
-        return;
-      }
-      interleaved ||= request.startsWith('SETUP');
-      server.write(data);
-    });
-    server.pipe(client);
-    for (const end of [client, server]) {
-      end.on('error', () => {});
-      end.on('close', () => {
-        client.destroy();
-        server.destroy();
-      });
-    }
-  });
-}
-
-/** VLC, which refuses to run as root. */
-const vlc = (transport) => async (media, context) => {
+/** VLC, which refuses to run as root, and to send over TCP. */
+async function vlc(media, context) {
   const port = await freePort();
   const clip = await clipIn(media, 'mp4');
   const user = process.getuid() === 0 ? ['--reuid=65534', '--regid=65534', '--clear-groups'] : [];
@@ -82,20 +52,15 @@ const vlc = (transport) => async (media, context) => {
   server.process.stdout.resume();
   context.atEnd(() => server.stop());
   await until('VLC', () => isListening(port), [server]);
-  const input = ['-rtsp_transport', transport];
-  if (transport === 'udp') return { url: `rtsp://127.0.0.1:${port}/red`, input };
-  const proxy = refuseUdp(port);
-  context.atEnd(() => proxy.close());
-  return { url: `rtsp://127.0.0.1:${await listening(proxy)}/red`, input };
-};
+  return { url: `rtsp://127.0.0.1:${port}/red`, input: ['-rtsp_transport', 'udp'] };
+}
 
 module.exports = {
   'RTSP, UDP': {
     gstreamer: { start: gstreamer('udp') },
-    vlc: { needs: ['vlc'], start: vlc('udp') },
+    vlc: { needs: ['vlc'], start: vlc },
   },
   'RTSP, TCP': {
     gstreamer: { start: gstreamer('tcp') },
-    vlc: { needs: ['vlc'], start: vlc('tcp') },
   },
 };
