@@ -1,15 +1,16 @@
 'use strict';
 
 // Runs the whole test suite: lint, C++ tests, JavaScript tests with the scripted SDK, end-to-end
-// tests with the default SDK. Every stage runs whatever the ones before came to. The last line is
+// tests with the default SDK, the quick rows of the interoperability suite. Every stage runs whatever the ones before came to. The last line is
 // `N passed, N failed` for all together; the exit code is 0 when nothing failed.
 //
-// Usage: node tools/test.js [--sanitizer asan|tsan] [--only lint|cpp|js|e2e]... [--cpp PATTERN]
+// Usage: node tools/test.js [--sanitizer asan|tsan] [--only lint|cpp|js|e2e|interop]... [--cpp PATTERN]
 //                           [FILE...]
-//   --sanitizer KIND  test build/KIND instead of build/release; lint is left out
+//   --sanitizer KIND  test build/KIND instead of build/release; lint is left out, and interop,
+//                     whose outcome depends on time
 //   --only STAGE      run this stage only (repeatable)
 //   --cpp PATTERN     run only the C++ tests whose names match this regular expression
-//   FILE              run only these JavaScript and end-to-end test files
+//   FILE              run only these JavaScript, end-to-end and interop test files
 
 const path = require('node:path');
 const { parseArgs } = require('node:util');
@@ -20,7 +21,9 @@ const { countReports, sanitizerEnvironment } = require('./lib/sanitizers');
 const { runStages } = require('./lib/tally');
 const { lint } = require('./lint');
 
-const names = ['lint', 'cpp', 'js', 'e2e'];
+const names = ['lint', 'cpp', 'js', 'e2e', 'interop'];
+const nodeStages = ['js', 'e2e', 'interop'];
+const notSanitized = ['lint', 'interop'];
 
 function readArguments() {
   const { values, positionals } = parseArgs({
@@ -37,7 +40,7 @@ function readArguments() {
   }
   const files = positionals.map((file) => path.relative(root, path.resolve(file)));
   const chosen = [cpp && 'cpp', ...files.map(stageOf)].filter(Boolean);
-  const all = sanitizer ? names.filter((name) => name !== 'lint') : names;
+  const all = sanitizer ? names.filter((name) => !notSanitized.includes(name)) : names;
   const only = values.only ?? (chosen.length > 0 ? chosen : all);
   const unknown = only.find((name) => !names.includes(name));
   if (unknown) throw new Error(`--only ${unknown}: expected one of ${names.join(', ')}`);
@@ -45,8 +48,8 @@ function readArguments() {
 }
 
 function stageOf(file) {
-  const name = ['js', 'e2e'].find((stage) => isTestOf(stage, file));
-  if (!name) throw new Error(`${file}: no test file of test/js or test/e2e`);
+  const name = nodeStages.find((stage) => isTestOf(stage, file));
+  if (!name) throw new Error(`${file}: no test file of test/js, test/e2e or test/interop`);
   return name;
 }
 
@@ -72,6 +75,7 @@ async function main() {
     },
     js: { name: 'JavaScript tests', run: runNode('js') },
     e2e: { name: 'end-to-end tests', run: runNode('e2e') },
+    interop: { name: 'interoperability', run: runNode('interop') },
   };
   const selected = names.filter((name) => only.includes(name)).map((name) => stages[name]);
   return runStages(sanitizer ? selected.map((stage) => checked(stage, sanitizer)) : selected);

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# Usage: tools/with-setup.sh [--preset NAME | --no-build] COMMAND...
+# Usage: tools/with-setup.sh [--peers FOLDER] [--preset NAME | --no-build] COMMAND...
 #
 # Brings a bare Debian 12 with Node.js to the point where COMMAND can run, then becomes COMMAND:
 # Debian packages (tools/debian-packages.txt), npm packages (package-lock.json), the build of a
 # CMake preset (default: release). What is up to date costs one check and prints nothing.
+#
+# --peers FOLDER: also what its debian-packages.txt and package-lock.json name.
 #
 # Prints to stderr only: standard output belongs to COMMAND. Any failed step ends it with 1.
 #   LUMO_SYSTEM_PACKAGES=ready    skip the first step (systems without apt-get)
@@ -12,6 +14,11 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec 3>&1 1>&2
 
+peers=
+if [ "${1-}" = --peers ]; then
+  peers=${2:?--peers needs a folder}
+  shift 2
+fi
 preset=release
 case ${1-} in
   --preset) preset=${2:?--preset needs a name}; shift 2 ;;
@@ -30,7 +37,7 @@ step() {
 
 missing_debian_packages() {
   local wanted installed
-  wanted=$(sed 's/#.*//' tools/debian-packages.txt)
+  wanted=$(sed 's/#.*//' tools/debian-packages.txt ${peers:+"$peers/debian-packages.txt"})
   # shellcheck disable=SC2086 # a list of words
   installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null |
     sed -n 's/^installed //p')
@@ -85,6 +92,10 @@ END
 ensure_npm_packages() {
   [ node_modules/.package-lock.json -nt package-lock.json ] ||
     step 'installing npm packages' npm ci --no-audit --no-fund
+  # Their installation scripts would download what is not used.
+  [ -z "$peers" ] || [ "$peers/node_modules/.package-lock.json" -nt "$peers/package-lock.json" ] ||
+    step "installing npm packages of $peers" \
+      npm ci --no-audit --no-fund --ignore-scripts --prefix "$peers"
 }
 
 # ninja itself sees changed CMake files; the presets and the runtime whose headers the add-on is

@@ -1,3 +1,5 @@
+'use strict';
+
 // Plays what foreign programs send, and says what works.
 //
 // Usage: node test/interop/main.js [--only REGEX] [--quick] [--jobs N] [--json FILE]
@@ -5,8 +7,9 @@
 
 const fs = require('node:fs');
 const { parseArgs } = require('node:util');
+const { PAGE, writePage } = require('./lib/page');
 const { peersThere } = require('./lib/peers');
-const { runRows } = require('./lib/suite');
+const { openSuite } = require('./lib/suite');
 const { readRows } = require('./rows');
 
 function readArguments() {
@@ -28,17 +31,17 @@ function readArguments() {
 
 const figure = (value, unit) => (value === undefined ? '-' : `${value} ${unit}`);
 
-function print({ name }, { result, reasons, ours, reference, seconds }, count, all) {
+function print({ name }, { result, reasons, remarks, ours, reference, seconds }, count, all) {
   const first = `${figure(ours.firstMs, 'ms')} (${figure(reference.firstFrameMs ?? reference.firstAudioMs, 'ms')})`;
   const rate = ours.renderFps === undefined ? '' : `${ours.renderFps}/s ${ours.deliveredFps}/s`;
   console.log(
     `${String(count).padStart(3)}/${all} ${result.padEnd(12)} ${name}  ${first} ${rate} ${seconds} s`,
   );
-  for (const reason of reasons) console.log(`            ${reason}`);
+  for (const reason of [...reasons, ...remarks]) console.log(`            ${reason}`);
 }
 
 async function main() {
-  const { rows, jobs, json, list } = readArguments();
+  const { rows, jobs, json, list, ...values } = readArguments();
   if (list) {
     for (const { name } of rows) console.log(name);
     return;
@@ -53,7 +56,17 @@ async function main() {
     print(row, result, count, runnable.length);
     if (json) fs.writeFileSync(json, JSON.stringify(results, null, 1));
   };
-  await runRows(runnable, { jobs, peers, onResult });
+  const suite = await openSuite({ jobs, peers });
+  const waiting = [...runnable];
+  const work = async () => {
+    for (let row = waiting.shift(); row; row = waiting.shift()) onResult(row, await suite.run(row));
+  };
+  await Promise.all(Array.from({ length: jobs }, work));
+  await suite.close();
+  if (values['update-docs']) {
+    const before = fs.existsSync(PAGE) ? fs.readFileSync(PAGE, 'utf8') : '';
+    fs.writeFileSync(PAGE, writePage(readRows(), results, before));
+  }
   const failed = Object.values(results).filter(({ result }) => result === 'failed').length;
   const skipped = rows.length - runnable.length;
   console.log(`\n${count - failed} passed, ${failed} failed, ${skipped} without their peer`);

@@ -1,3 +1,5 @@
+'use strict';
+
 // Makes the files that senders send. They are kept in a folder for temporary files from run to
 // run, under names made of their parameters.
 

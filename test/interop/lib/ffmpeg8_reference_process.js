@@ -1,4 +1,7 @@
-// Decodes a stream with the FFmpeg 8 that the npm package node-av brings. Prints a ReferenceReport.
+'use strict';
+
+// Decodes a stream with the FFmpeg 8 that the npm package node-av brings. Prints {"started": true} when
+// it begins to open it, then a ReferenceReport, each on a line.
 //
 // Usage: node ffmpeg8_reference_process.js URL SECONDS TIMEOUT_SECONDS OPTIONS
 //   OPTIONS  of the input, as a JSON object
@@ -12,9 +15,10 @@ async function main(url, seconds, timeoutSeconds, options) {
   const finish = (error) => {
     if (error) report.error = error;
     // A thread that waits for the network would hold up an orderly exit.
-    process.stdout.write(JSON.stringify(report), () => process.kill(process.pid, 'SIGKILL'));
+    process.stdout.write(`${JSON.stringify(report)}\n`, () => process.kill(process.pid, 'SIGKILL'));
   };
   const limit = setTimeout(() => finish('time-out'), timeoutSeconds * 1000);
+  process.stdout.write('{"started": true}\n');
   const begun = performance.now();
   const now = () => Math.round(performance.now() - begun);
 

@@ -1,3 +1,5 @@
+'use strict';
+
 // Sends a clip again and again with the FFmpeg 8 that the npm package node-av brings, at the clip's
 // own rate.
 //

@@ -1,3 +1,5 @@
+'use strict';
+
 // The reference player: ffmpeg, which decodes to nowhere and prints a line for each frame.
 
 const { setTimeout: sleep } = require('node:timers/promises');
@@ -33,9 +35,11 @@ const SHOW = ['-vf', 'showinfo', '-af', 'ashowinfo', '-f', 'null', '-'];
  * @param {number} options.timeoutSeconds
  * @param {string[]} [options.input] ffmpeg's options for the input
  * @param {number} options.startupMs see measureStartup()
+ * @param {() => void} [options.onStart] called when it begins to open the stream
  * @returns {Promise<ReferenceReport>}
  */
-async function playWithFfmpeg(url, { seconds, timeoutSeconds, input = [], startupMs }) {
+async function playWithFfmpeg(url, options) {
+  const { seconds, timeoutSeconds, input = [], startupMs, onStart = () => {} } = options;
   const report = { player: 'ffmpeg', videoFrames: 0, audioSamples: 0 };
   const begun = performance.now();
   const now = () => Math.max(0, Math.round(performance.now() - begun - startupMs));
@@ -49,6 +53,7 @@ async function playWithFfmpeg(url, { seconds, timeoutSeconds, input = [], startu
     ...length,
     ...SHOW,
   ]);
+  setTimeout(onStart, startupMs);
   child.process.stdout.resume();
   const last = [];
   onLines(child.process.stderr, (line) => {

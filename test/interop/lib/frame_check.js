@@ -1,3 +1,5 @@
+'use strict';
+
 const { STEPS } = require('./pattern');
 
 const BRIGHT = 150; // luma; the band is darker, the bar lighter

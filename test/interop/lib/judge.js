@@ -1,3 +1,5 @@
+'use strict';
+
 const { shownSize } = require('./media');
 const { shownQuarters, toYuv } = require('./pattern');
 
@@ -25,6 +27,7 @@ const round = (value, digits = 1) => Number(value.toFixed(digits));
  * @property {'ok' | 'failed' | 'no reference'} result "no reference": the reference does not play
  *   it either
  * @property {string[]} reasons why it is not ok
+ * @property {string[]} remarks what else there is to say
  * @property {object} ours figures
  * @property {object} reference figures
  */
@@ -50,7 +53,15 @@ function judge(media, ours, heard, reference, allowanceMs) {
   if (first > limit) reasons.push(`first frame after ${first} ms, reference ${peer} ms`);
   const played = reference.videoFrames + reference.audioSamples > 0;
   const result = played ? (reasons.length > 0 ? 'failed' : 'ok') : 'no reference';
-  return { result, reasons, ours: figures, reference };
+  return { result, reasons, remarks: remarks(media, reference), ours: figures, reference };
+}
+
+/** What the reference lacks is not asked of our player either. */
+function remarks(media, { videoFrames, audioSamples }) {
+  if (videoFrames + audioSamples === 0) return [];
+  if (media.video && videoFrames === 0) return ['the reference decodes no video'];
+  if (media.audio && audioSamples === 0) return ['the reference decodes no audio'];
+  return [];
 }
 
 function failures(ours) {

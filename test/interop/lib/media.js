@@ -1,3 +1,5 @@
+'use strict';
+
 // The media of a row, written as words: "h264 b-frames 25fps + aac 44.1k mono video-first".
 // readMedia() turns them into figures; lib/clips.js makes a file of them.
 

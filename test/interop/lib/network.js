@@ -1,3 +1,5 @@
+'use strict';
+
 const net = require('node:net');
 const tls = require('node:tls');
 const { setTimeout: sleep } = require('node:timers/promises');

@@ -1,3 +1,5 @@
+'use strict';
+
 // Runs node-media-server with the configuration in the file that the first argument names. Prints
 // "published PATH" when media of a stream have come.
 

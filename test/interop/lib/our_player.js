@@ -1,3 +1,5 @@
+'use strict';
+
 const { fork } = require('node:child_process');
 const { once } = require('node:events');
 const path = require('node:path');

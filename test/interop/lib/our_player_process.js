@@ -1,3 +1,5 @@
+'use strict';
+
 // Plays one stream through the public interface. Once it has sent 'ready', the parent sends {url,
 // seconds, timeoutSeconds, media}; the answer is one message of type OurReport, and this process
 // ends.

@@ -1,3 +1,5 @@
+'use strict';
+
 // The peers that the whole suite needs beyond what "npm test" does.
 
 const fs = require('node:fs');

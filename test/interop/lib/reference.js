@@ -1,11 +1,14 @@
+'use strict';
+
 const path = require('node:path');
 const { startChild } = require('../../../tools/rtmp/child');
+const { onLines } = require('../../../tools/rtmp/output');
 const { PROMPT, playWithFfmpeg } = require('./ffmpeg_reference');
 
 const FFMPEG8 = path.join(__dirname, 'ffmpeg8_reference_process.js');
 
 /** @returns {Promise<import('./ffmpeg_reference').ReferenceReport>} */
-async function playWithFfmpeg8(url, { seconds, timeoutSeconds, input = [] }) {
+async function playWithFfmpeg8(url, { seconds, timeoutSeconds, input = [], onStart = () => {} }) {
   const options = {};
   const words = [...PROMPT, ...input];
   for (let index = 0; index < words.length; index += 2) {
@@ -14,15 +17,17 @@ async function playWithFfmpeg8(url, { seconds, timeoutSeconds, input = [] }) {
   const limits = [String(seconds), String(timeoutSeconds)];
   const args = [FFMPEG8, url, ...limits, JSON.stringify(options)];
   const child = startChild(process.execPath, args);
-  let output = '';
-  child.process.stdout.setEncoding('utf8').on('data', (text) => {
-    output += text;
+  let report = { player: 'FFmpeg 8', videoFrames: 0, audioSamples: 0 };
+  onLines(child.process.stdout, (line) => {
+    const { started, ...rest } = JSON.parse(line);
+    if (started) onStart();
+    else report = rest;
   });
   const guard = setTimeout(() => child.stop(), (seconds + timeoutSeconds + 10) * 1000);
   const reason = await child.ended;
   clearTimeout(guard);
-  if (output) return JSON.parse(output);
-  return { player: 'FFmpeg 8', videoFrames: 0, audioSamples: 0, error: reason.slice(0, 300) };
+  if (report.videoFrames + report.audioSamples === 0) report.error ??= reason.slice(0, 300);
+  return report;
 }
 
 /** Whether a reference decoded what the media have. */

@@ -1,3 +1,5 @@
+'use strict';
+
 // Programs that send a clip as a live stream. They copy what is encoded already, so that sending
 // costs next to nothing.
 

@@ -1,3 +1,5 @@
+'use strict';
+
 // What players play, heard where it comes out: a PulseAudio daemon without devices, an output of
 // its own for each player, and what goes through each output recorded.
 

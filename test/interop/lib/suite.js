@@ -1,3 +1,5 @@
+'use strict';
+
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
@@ -14,36 +16,36 @@ const SECONDS = 4; // of each stream: one to settle, three to be counted
 const TIMEOUT_SECONDS = 20;
 
 /**
- * Runs rows, some at a time.
+ * What rows share: the sound system, a certificate, the reference's start-up time.
  *
- * @param {import('../rows').Row[]} rows
  * @param {object} options
- * @param {number} options.jobs how many rows at a time
+ * @param {number} options.jobs how many rows are played at a time
  * @param {Set<string>} options.peers the optional peers that are there
- * @param {(row: import('../rows').Row, result: import('./judge').Result) => void} options.onResult
+ * @param {number} [options.allowanceMs] that the first frame may be later, on a busy machine
  */
-async function runRows(rows, { jobs, peers, onResult }) {
+async function openSuite({ jobs, peers, allowanceMs = 0 }) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-'));
   const sound = (await hasSoundSystem()) ? await startSoundSystem(jobs) : undefined;
-  try {
-    const shared = {
-      peers,
-      sound,
-      identity: await makeCertificate(folder),
-      startupMs: await measureStartup(),
-      warmUpClip: await clipOf(readMedia('h264 + aac')),
-    };
-    const waiting = [...rows];
-    const work = async (slot) => {
-      for (let row = waiting.shift(); row; row = waiting.shift()) {
-        onResult(row, await runRow(row, { ...shared, slot }));
-      }
-    };
-    await Promise.all(Array.from({ length: jobs }, (_, slot) => work(slot)));
-  } finally {
-    await sound?.stop();
-    fs.rmSync(folder, { recursive: true, force: true });
-  }
+  const shared = {
+    ...{ peers, sound, allowanceMs },
+    identity: await makeCertificate(folder),
+    startupMs: await measureStartup(),
+    warmUpClip: await clipOf(readMedia('h264 + aac')),
+  };
+  const freeSlots = Array.from({ length: jobs }, (_, slot) => slot);
+  return {
+    /** Plays one row; `jobs` of them may be under way. Never rejects. */
+    async run(row) {
+      const slot = freeSlots.pop();
+      const result = await runRow(row, { ...shared, slot });
+      freeSlots.push(slot);
+      return result;
+    },
+    async close() {
+      await sound?.stop();
+      fs.rmSync(folder, { recursive: true, force: true });
+    },
+  };
 }
 
 /** @returns {Promise<import('./judge').Result>} never rejects */
@@ -65,6 +67,7 @@ async function runRow(row, shared) {
     result = {
       result: 'failed',
       reasons: [`the row itself: ${error.message}`],
+      remarks: [],
       ours: {},
       reference: {},
     };
@@ -95,16 +98,33 @@ async function playRow(row, shared, context) {
     hasFfmpeg8: shared.peers.has('node-av'),
     newest: (row.route.needs ?? []).includes('node-av'),
   };
-  // Both begin at the same time, unless the source serves one player at a time.
-  const reopen = source.again ?? (() => source.reference ?? source);
-  let reference = source.again ? undefined : playWithReference(reopen, media, options);
-  const ours = await player.play(order);
-  const heard = shared.sound
-    ?.recorder(shared.slot)
-    .heard(ours.startedAt, ours.startedAt + ours.endMs);
-  shared.sound?.check();
-  reference ??= playWithReference(reopen, media, options);
-  return judge(media, ours, heard, await reference, source.allowanceMs ?? 0);
+  const { ours, heard, reference } = await playBoth(player, order, source, media, options, shared);
+  const allowanceMs = (source.allowanceMs ?? 0) + shared.allowanceMs;
+  return judge(media, ours, heard, reference, allowanceMs);
 }
 
-module.exports = { runRows };
+/** Both begin at the same time, unless the source serves one player at a time. */
+async function playBoth(player, order, source, media, options, shared) {
+  const startReference = () => {
+    let begun;
+    const started = new Promise((resolve) => {
+      begun = resolve;
+    });
+    const reopen = source.again ?? (async () => source);
+    const report = playWithReference(reopen, media, { ...options, onStart: begun });
+    return { started: Promise.race([started, report]), report };
+  };
+  let reference;
+  if (!source.again) {
+    reference = startReference();
+    await reference.started;
+  }
+  const ours = await player.play(order);
+  const recorder = shared.sound?.recorder(shared.slot);
+  const heard = recorder?.heard(ours.startedAt, ours.startedAt + ours.endMs);
+  shared.sound?.check();
+  reference ??= startReference();
+  return { ours, heard, reference: await reference.report };
+}
+
+module.exports = { openSuite };

@@ -1,3 +1,5 @@
+'use strict';
+
 const fs = require('node:fs');
 const http = require('node:http');
 const https = require('node:https');

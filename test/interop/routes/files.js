@@ -1,3 +1,5 @@
+'use strict';
+
 const path = require('node:path');
 const fs = require('node:fs');
 const { clipIn } = require('../lib/clips');

@@ -1,3 +1,5 @@
+'use strict';
+
 const { freePort } = require('../../../tools/rtmp/rtmp_server');
 const { isListening, until } = require('../lib/network');
 const { sendWithFfmpeg, sendWithGstreamer } = require('../lib/senders');

@@ -1,3 +1,5 @@
+'use strict';
+
 const { startChild } = require('../../../tools/rtmp/child');
 const { freePort, startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
 const { clipOf } = require('../lib/clips');

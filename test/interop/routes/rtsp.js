@@ -1,3 +1,5 @@
+'use strict';
+
 const { once } = require('node:events');
 const path = require('node:path');
 const { startChild } = require('../../../tools/rtmp/child');

@@ -1,3 +1,5 @@
+'use strict';
+
 const dgram = require('node:dgram');
 const fs = require('node:fs');
 const { startChild } = require('../../../tools/rtmp/child');

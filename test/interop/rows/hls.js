@@ -1,3 +1,5 @@
+'use strict';
+
 const routes = require('../routes/hls');
 
 // Protocol, route, then media; "* " marks quick rows.
@@ -8,14 +10,11 @@ const table = [
     '* h264 + aac',
     'h264 b-frames + aac video-first',
     'h264 b-frames + aac audio-first',
-    'h264 + aac late-audio',
     'h264',
     'aac',
     'h264 25fps + aac 44.1k mono',
     'h264 60fps b-frames + aac',
     'h264 tff + aac',
-    'h264 642x362 b-frames + aac',
-    'h264 + mp3',
     'h264 + ac3',
     'hevc + aac',
   ],

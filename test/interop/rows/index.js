@@ -1,3 +1,5 @@
+'use strict';
+
 // Every row of the suite: what is sent, how, and played from there. One file for each group of
 // protocols; a row is quick when it is one of those that "npm test" runs.
 

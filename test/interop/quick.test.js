@@ -1,0 +1,38 @@
+'use strict';
+
+// The quick rows of the interoperability suite, and its page in docs/.
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const { after, before, describe, it } = require('node:test');
+const { PAGE, keyOf, readPage } = require('./lib/page');
+const { peersThere } = require('./lib/peers');
+const { openSuite } = require('./lib/suite');
+const { readRows } = require('./rows');
+
+const JOBS = 2;
+
+// Other programs run beside a test run; the whole suite has no such allowance.
+const ALLOWANCE_MS = 300;
+
+describe('playing what others send', { timeout: 240_000, concurrency: JOBS }, () => {
+  let suite;
+  before(async () => {
+    suite = await openSuite({ jobs: JOBS, peers: peersThere(), allowanceMs: ALLOWANCE_MS });
+  });
+  after(() => suite.close());
+
+  for (const row of readRows().filter(({ quick }) => quick)) {
+    it(row.name, async () => {
+      const { result, reasons } = await suite.run(row);
+      assert.equal(result, 'ok', reasons.join('; '));
+    });
+  }
+});
+
+describe('the page of what plays', () => {
+  it('has every row of the suite, and no other', () => {
+    const listed = readPage(fs.readFileSync(PAGE, 'utf8'));
+    assert.deepEqual([...listed.keys()].sort(), readRows().map(keyOf).sort());
+  });
+});
