@@ -1,6 +1,6 @@
 'use strict';
 
-// Plays what foreign programs send, and says what works.
+// Plays streams of other programs and reports which of them play.
 //
 // Usage: node test/interop/main.js [--only REGEX] [--quick] [--jobs N] [--json FILE]
 //                                  [--update-docs] [--list]
@@ -61,6 +61,8 @@ async function main() {
   const work = async () => {
     for (let row = waiting.shift(); row; row = waiting.shift()) onResult(row, await suite.run(row));
   };
+  // Ctrl-C ends the run in order, after the rows that are under way; twice, at once.
+  process.once('SIGINT', () => waiting.splice(0));
   await Promise.all(Array.from({ length: jobs }, work));
   await suite.close();
   if (values['update-docs']) {

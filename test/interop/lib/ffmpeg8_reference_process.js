@@ -19,8 +19,8 @@ async function main(url, seconds, timeoutSeconds, options) {
   };
   const limit = setTimeout(() => finish('time-out'), timeoutSeconds * 1000);
   process.stdout.write('{"started": true}\n');
-  const begun = performance.now();
-  const now = () => Math.round(performance.now() - begun);
+  const startTime = performance.now();
+  const now = () => Math.round(performance.now() - startTime);
 
   const input = new FormatContext();
   const opened = await input.openInput(url, null, Dictionary.fromObject(options));

@@ -29,7 +29,7 @@ async function main(clip, format, url) {
 
   const packet = new Packet();
   packet.alloc();
-  const begun = performance.now();
+  const startTime = performance.now();
   for (let round = 0; ; round += 1) {
     while ((await input.readFrame(packet)) >= 0) {
       const { streamIndex: index } = packet;
@@ -38,7 +38,7 @@ async function main(clip, format, url) {
       const shift = BigInt(Math.round(round * SECONDS * perSecond));
       packet.pts += shift;
       packet.dts += shift;
-      const early = (Number(packet.dts) / perSecond) * 1000 - (performance.now() - begun);
+      const early = (Number(packet.dts) / perSecond) * 1000 - (performance.now() - startTime);
       if (early > 2) await sleep(early);
       packet.rescaleTs(timeBase, targets[index].timeBase);
       must(await output.interleavedWriteFrame(packet), 'interleavedWriteFrame');

@@ -41,8 +41,8 @@ const SHOW = ['-vf', 'showinfo', '-af', 'ashowinfo', '-f', 'null', '-'];
 async function playWithFfmpeg(url, options) {
   const { seconds, timeoutSeconds, input = [], startupMs, onStart = () => {} } = options;
   const report = { player: 'ffmpeg', videoFrames: 0, audioSamples: 0 };
-  const begun = performance.now();
-  const now = () => Math.max(0, Math.round(performance.now() - begun - startupMs));
+  const startTime = performance.now();
+  const now = () => Math.max(0, Math.round(performance.now() - startTime - startupMs));
   const length = ['-t', String(seconds)];
   const child = startChild('ffmpeg', [
     ...QUIET,
@@ -70,7 +70,7 @@ async function playWithFfmpeg(url, options) {
       last.push(line);
     }
   });
-  // A source that says nothing any more must not keep it for ever.
+  // A source that sends nothing more would otherwise keep it running.
   const limit = new AbortController();
   sleep((seconds + timeoutSeconds) * 1000, undefined, limit).then(
     () => child.stop(),
@@ -82,7 +82,7 @@ async function playWithFfmpeg(url, options) {
   return report;
 }
 
-/** @returns {Promise<number>} milliseconds from the start of ffmpeg to its first frame of nothing */
+/** @returns {Promise<number>} milliseconds from the start of ffmpeg to the first frame of a filter */
 async function measureStartup() {
   const times = [];
   for (let attempt = 0; attempt < 3; attempt += 1) {

@@ -5,8 +5,8 @@ const { STEPS } = require('./pattern');
 const BRIGHT = 150; // luma; the band is darker, the bar lighter
 
 /**
- * Looks at the frames that a player delivers: how many there are, whether the bar of the pattern
- * moves forward, and what colours the quarters have.
+ * Checks the frames that a player delivers: their number, that the bar of the pattern moves
+ * forward, and the colours of the quarters.
  */
 class FrameCheck {
   /** How many steps the bar went back. */

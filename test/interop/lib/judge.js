@@ -15,7 +15,7 @@ const LIMITS = {
 };
 
 const TONES = [440, 660];
-const INTERVAL = 33; // ms between two looks of JavaScript
+const POLL_INTERVAL = 33; // ms between two polls for frames
 
 const average = (values) => values.reduce((sum, value) => sum + value, 0) / values.length;
 const round = (value, digits = 1) => Number(value.toFixed(digits));
@@ -27,7 +27,7 @@ const round = (value, digits = 1) => Number(value.toFixed(digits));
  * @property {'ok' | 'failed' | 'no reference'} result "no reference": the reference does not play
  *   it either
  * @property {string[]} reasons why it is not ok
- * @property {string[]} remarks what else there is to say
+ * @property {string[]} remarks what the result leaves out
  * @property {object} ours figures
  * @property {object} reference figures
  */
@@ -35,13 +35,13 @@ const round = (value, digits = 1) => Number(value.toFixed(digits));
 /**
  * @param {import('./media').Media} media
  * @param {object} ours an OurReport
- * @param {import('./sound').Heard} [heard] absent without a sound system
+ * @param {import('./audio_monitor').AudibleAudio} [audible] absent without an audio server
  * @param {import('./ffmpeg_reference').ReferenceReport} reference
  * @param {number} allowanceMs for the first frame, where circumstances differ
  * @returns {Result}
  */
-function judge(media, ours, heard, reference, allowanceMs) {
-  const figures = figuresOf(ours, heard);
+function judge(media, ours, audible, reference, allowanceMs) {
+  const figures = figuresOf(ours, audible);
   const reasons = [
     ...failures(ours),
     ...(ours.crash || ours.error ? [] : videoReasons(media, figures, ours, reference)),
@@ -74,8 +74,8 @@ function failures(ours) {
   return [];
 }
 
-/** What is told of our player. */
-function figuresOf(ours, heard) {
+/** Figures of our player. */
+function figuresOf(ours, audible) {
   if (ours.crash) return {};
   const begin = ours.firstFrameMs ?? ours.startedMs;
   const settled = (ours.statistics ?? []).filter(({ ms }) => ms >= begin + 1900);
@@ -92,7 +92,7 @@ function figuresOf(ours, heard) {
     shown: last && `${last.videoWidth}x${last.videoHeight}`,
     ...ours.frames,
   };
-  if (heard) figures.heard = heard;
+  if (audible) figures.audible = audible;
   return figures;
 }
 
@@ -104,13 +104,13 @@ function videoReasons({ video }, figures, ours, reference) {
   if (!video.fps.some((wanted) => near(figures.renderFps, wanted, LIMITS.rate))) {
     reasons.push(`${figures.renderFps} instead of ${video.fps.join(' or ')} frames/s`);
   }
-  const wanted = Math.min(video.fps[0], 1000 / INTERVAL);
+  const wanted = Math.min(video.fps[0], 1000 / POLL_INTERVAL);
   if (figures.deliveredFps < wanted * (1 - LIMITS.deliveredRate)) {
     reasons.push(`${figures.deliveredFps} of ${round(wanted)} frames/s reach JavaScript`);
   }
   const { width, height } = shownSize(video);
   const padded = `${Math.ceil(width / 8) * 8}x${height}`;
-  if (figures.shown !== `${width}x${height}`) reasons.push(`statistics say ${figures.shown}`);
+  if (figures.shown !== `${width}x${height}`) reasons.push(`the statistics have ${figures.shown}`);
   if (`${figures.width}x${figures.height}` !== padded) {
     reasons.push(`frames of ${figures.width}x${figures.height} instead of ${padded}`);
   }
@@ -134,20 +134,20 @@ function contentReasons(video, figures) {
 
 function audioReasons({ audio }, figures, reference) {
   if (!audio || reference.audioSamples === 0) return [];
-  const { heard } = figures;
+  const { audible } = figures;
   const reasons = [];
   if (!(figures.audioKbps > 0)) reasons.push('no audio in the statistics');
-  if (!heard) return reasons;
-  if (heard.firstMs === undefined) return [...reasons, 'no audio is audible'];
-  if (heard.silenceMs > LIMITS.silenceMs) {
-    reasons.push(`torn audio: ${heard.silenceMs} ms silent in ${heard.gaps} gaps`);
+  if (!audible) return reasons;
+  if (audible.firstMs === undefined) return [...reasons, 'no audio is audible'];
+  if (audible.silenceMs > LIMITS.silenceMs) {
+    reasons.push(`torn audio: ${audible.silenceMs} ms silent in ${audible.gaps} gaps`);
   }
   const wanted = audio.channels === 1 ? [TONES[0], TONES[0]] : TONES;
   const wrong = wanted.some(
-    (hertz, side) => Math.abs(heard.pitch[side] - hertz) > hertz * LIMITS.pitch,
+    (hertz, side) => Math.abs(audible.pitch[side] - hertz) > hertz * LIMITS.pitch,
   );
   if (wrong)
-    reasons.push(`tones of ${heard.pitch.join(' and ')} Hz instead of ${wanted.join(' and ')}`);
+    reasons.push(`tones of ${audible.pitch.join(' and ')} Hz instead of ${wanted.join(' and ')}`);
   return reasons;
 }
 

@@ -30,7 +30,7 @@ async function warmUp(live, clip) {
   player.setRemoteAudioVolume(0);
   const drawn = new Promise((resolve) => {
     player.on('onFirstRemoteVideoFrameDrawn', resolve);
-    player.on('onPlayError', resolve); // the stream itself will show what is wrong
+    player.on('onPlayError', resolve); // the row itself will fail as well
   });
   player.startPlay(clip).catch(() => {});
   await Promise.race([drawn, sleep(10_000)]);
@@ -41,8 +41,8 @@ async function play(live, { url, seconds, timeoutSeconds, media }) {
   const player = live.createPlayer({});
   const check = new FrameCheck(media);
   const report = { frameTimes: [], statistics: [], ended: false };
-  const begun = performance.now();
-  const now = () => Math.round(performance.now() - begun);
+  const startTime = performance.now();
+  const now = () => Math.round(performance.now() - startTime);
   report.startedAt = Date.now();
 
   await new Promise((resolve) => {
@@ -72,7 +72,7 @@ async function play(live, { url, seconds, timeoutSeconds, media }) {
       report.ended = true;
       resolve();
     });
-    player.startPlay(url).catch(() => {}); // the events tell
+    player.startPlay(url).catch(() => {}); // a failure also comes as an event
   });
   report.endMs = now();
   report.frames = check.summary();

@@ -73,9 +73,9 @@ function introduction() {
   return [
     '# Compatibility',
     NOTICE,
-    `What the players play of what other programs send. Each row was played for some seconds by a
+    `Streams of other programs that the players play. Each row was played for some seconds by a
 player and, beside it, by a reference: ffmpeg, and where that is too old for the codec, FFmpeg 8.
-[building.md](building.md#interoperability) tells how to run it.`,
+How to run it: [building.md](building.md#interoperability).`,
     `A row plays when each stream that the reference decodes is delivered: frames in the right
 number (within ${LIMITS.rate * 100} %), order, size and colour; audio with the right tones in both
 channels and at most ${LIMITS.silenceMs} ms of silence; the first frame within

@@ -1,6 +1,6 @@
 'use strict';
 
-// The picture of all clips: four quarters of different colours, across them a dark band in which a
+// The frames of all clips: four quarters of different colours, across them a dark band in which a
 // white bar moves by one eightieth of the width with each frame. Quarters show whether colours and
 // orientation are right, the bar whether frames follow each other in order.
 

@@ -39,7 +39,7 @@ function decodes(report, media) {
  * Plays a stream with the reference: Debian's ffmpeg, and where that lacks something and FFmpeg 8
  * is there, FFmpeg 8.
  *
- * @param {() => Promise<{url: string, input?: string[]}>} open gives the address, anew for each
+ * @param {() => Promise<{url: string, input?: string[]}>} open gives the address, called once for each player
  * @param {import('./media').Media} media
  * @param {object} options as for playWithFfmpeg, and:
  * @param {boolean} options.hasFfmpeg8

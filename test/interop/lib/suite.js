@@ -10,13 +10,13 @@ const { judge } = require('./judge');
 const { readMedia } = require('./media');
 const { openOurPlayer } = require('./our_player');
 const { playWithReference } = require('./reference');
-const { hasSoundSystem, startSoundSystem } = require('./sound');
+const { hasAudioServer, startAudioServer } = require('./audio_monitor');
 
 const SECONDS = 4; // of each stream: one to settle, three to be counted
 const TIMEOUT_SECONDS = 20;
 
 /**
- * What rows share: the sound system, a certificate, the reference's start-up time.
+ * Shared by all rows: the audio server, a certificate, the reference's start-up time.
  *
  * @param {object} options
  * @param {number} options.jobs how many rows are played at a time
@@ -25,9 +25,9 @@ const TIMEOUT_SECONDS = 20;
  */
 async function openSuite({ jobs, peers, allowanceMs = 0 }) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-'));
-  const sound = (await hasSoundSystem()) ? await startSoundSystem(jobs) : undefined;
+  const audioServer = (await hasAudioServer()) ? await startAudioServer(jobs) : undefined;
   const shared = {
-    ...{ peers, sound, allowanceMs },
+    ...{ peers, audioServer, allowanceMs },
     identity: await makeCertificate(folder),
     startupMs: await measureStartup(),
     warmUpClip: await clipOf(readMedia('h264 + aac')),
@@ -42,7 +42,7 @@ async function openSuite({ jobs, peers, allowanceMs = 0 }) {
       return result;
     },
     async close() {
-      await sound?.stop();
+      await audioServer?.stop();
       fs.rmSync(folder, { recursive: true, force: true });
     },
   };
@@ -50,7 +50,7 @@ async function openSuite({ jobs, peers, allowanceMs = 0 }) {
 
 /** @returns {Promise<import('./judge').Result>} never rejects */
 async function runRow(row, shared) {
-  const begun = performance.now();
+  const startedAt = performance.now();
   const atEnd = [];
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-row-'));
   const { file } = shared.identity;
@@ -74,13 +74,13 @@ async function runRow(row, shared) {
   }
   for (const action of atEnd) await action();
   fs.rmSync(folder, { recursive: true, force: true });
-  return { ...result, seconds: Math.round((performance.now() - begun) / 100) / 10 };
+  return { ...result, seconds: Math.round((performance.now() - startedAt) / 100) / 10 };
 }
 
 async function playRow(row, shared, context) {
   const media = readMedia(row.media);
   await clipOf(media);
-  const environment = shared.sound?.environment(shared.slot) ?? {};
+  const environment = shared.audioServer?.environment(shared.slot) ?? {};
   const [player, source] = await Promise.all([
     openOurPlayer(environment, shared.warmUpClip, shared.identity.file),
     row.route.start(media, context),
@@ -98,20 +98,27 @@ async function playRow(row, shared, context) {
     hasFfmpeg8: shared.peers.has('node-av'),
     newest: (row.route.needs ?? []).includes('node-av'),
   };
-  const { ours, heard, reference } = await playBoth(player, order, source, media, options, shared);
+  const { ours, audible, reference } = await playBoth(
+    player,
+    order,
+    source,
+    media,
+    options,
+    shared,
+  );
   const allowanceMs = (source.allowanceMs ?? 0) + shared.allowanceMs;
-  return judge(media, ours, heard, reference, allowanceMs);
+  return judge(media, ours, audible, reference, allowanceMs);
 }
 
 /** Both begin at the same time, unless the source serves one player at a time. */
 async function playBoth(player, order, source, media, options, shared) {
   const startReference = () => {
-    let begun;
+    let onStart;
     const started = new Promise((resolve) => {
-      begun = resolve;
+      onStart = resolve;
     });
     const reopen = source.again ?? (async () => source);
-    const report = playWithReference(reopen, media, { ...options, onStart: begun });
+    const report = playWithReference(reopen, media, { ...options, onStart });
     return { started: Promise.race([started, report]), report };
   };
   let reference;
@@ -120,11 +127,11 @@ async function playBoth(player, order, source, media, options, shared) {
     await reference.started;
   }
   const ours = await player.play(order);
-  const recorder = shared.sound?.recorder(shared.slot);
-  const heard = recorder?.heard(ours.startedAt, ours.startedAt + ours.endMs);
-  shared.sound?.check();
+  const recorder = shared.audioServer?.recorder(shared.slot);
+  const audible = recorder?.between(ours.startedAt, ours.startedAt + ours.endMs);
+  shared.audioServer?.check();
   reference ??= startReference();
-  return { ours, heard, reference: await reference.report };
+  return { ours, audible, reference: await reference.report };
 }
 
 module.exports = { openSuite };

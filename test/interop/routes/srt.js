@@ -49,7 +49,7 @@ const gstreamerListening =
     return { url: `${url}${parameters}` };
   };
 
-/** ffmpeg sends datagrams, srt-live-transmit hands them to one player at a time. */
+/** ffmpeg sends datagrams, srt-live-transmit relays them to one player at a time. */
 async function viaLiveTransmit(media, context) {
   const probe = dgram.createSocket('udp4');
   await new Promise((resolve) => probe.bind(0, '127.0.0.1', resolve));
@@ -65,7 +65,7 @@ async function viaLiveTransmit(media, context) {
   const sender = await sendWithFfmpeg(media, 'mpegts', `udp://127.0.0.1:${udp}?${PACKETS}`);
   context.atEnd(() => sender.stop());
   const url = `srt://127.0.0.1:${port}`;
-  // Where in a group of pictures a player comes is chance: up to a second.
+  // A player joins anywhere in a group of pictures, which lasts a second.
   return { url, again: async () => ({ url }), allowanceMs: 1000 };
 }
 

@@ -1,7 +1,7 @@
 'use strict';
 
-// What players play, heard where it comes out: a PulseAudio daemon without devices, an output of
-// its own for each player, and what goes through each output recorded.
+// Monitors the audio that players play: a PulseAudio daemon without devices, with a null sink for
+// each player, and a recorder on the monitor of each sink.
 
 const fs = require('node:fs');
 const os = require('node:os');
@@ -17,9 +17,9 @@ const PIECE = (RATE * PIECE_MS) / 1000;
 const AUDIBLE = 300; // of 32767; the clips' tones have 8192
 const KEPT_SECONDS = 60;
 
-/** @param {number} outputs how many players play at a time */
-async function startSoundSystem(outputs) {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-sound-'));
+/** @param {number} outputs the number of players that play at a time */
+async function startAudioServer(outputs) {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-audio-'));
   const socket = path.join(folder, 'socket');
   const names = Array.from({ length: outputs }, (_, index) => `out${index}`);
   const sinks = names.map((name) => `module-null-sink sink_name=${name} rate=${RATE}`);
@@ -37,7 +37,7 @@ async function startSoundSystem(outputs) {
     ended = reason;
   });
   while (!fs.existsSync(socket)) {
-    if (ended) throw new Error(`no sound system: ${ended}`);
+    if (ended) throw new Error(`no audio server: ${ended}`);
     await sleep(20);
   }
   const recorders = names.map((name) => startRecorder(name, env));
@@ -46,9 +46,9 @@ async function startSoundSystem(outputs) {
   return {
     /** @throws {Error} when the daemon has ended */
     check() {
-      if (ended) throw new Error(`the sound system: ${ended}`);
+      if (ended) throw new Error(`the audio server: ${ended}`);
     },
-    /** For the environment of the player that uses that output. */
+    /** For the environment of the player that uses that sink. */
     environment: (index) => ({ ...env, PULSE_SINK: names[index] }),
     /** @returns {Recorder} */
     recorder: (index) => recorders[index],
@@ -61,7 +61,7 @@ async function startSoundSystem(outputs) {
 }
 
 /**
- * @typedef {object} Heard
+ * @typedef {object} AudibleAudio
  * @property {number} [firstMs] from `from` until something was audible
  * @property {number} silenceMs how much of the time after that was silent
  * @property {number} gaps how many breaks that silence is made of
@@ -97,9 +97,9 @@ function startRecorder(name, env) {
   });
   return {
     ready,
-    /** What came out between two times of the wall clock. @returns {Heard} */
-    heard: (from, to) =>
-      judge(
+    /** What was played between two times of the wall clock. @returns {AudibleAudio} */
+    between: (from, to) =>
+      analyse(
         pieces.filter(({ at }) => at >= from && at < to),
         from,
       ),
@@ -107,8 +107,8 @@ function startRecorder(name, env) {
   };
 }
 
-/** @returns {Heard} */
-function judge(pieces, from) {
+/** @returns {AudibleAudio} */
+function analyse(pieces, from) {
   const audible = pieces.map(({ data }) => peak(data) > AUDIBLE);
   const first = audible.indexOf(true);
   if (first < 0) return { silenceMs: 0, gaps: 0, pitch: [0, 0] };
@@ -149,11 +149,11 @@ function pitch(pieces, channel) {
 }
 
 /** Whether PulseAudio can be started here. */
-async function hasSoundSystem() {
+async function hasAudioServer() {
   return runChild('pulseaudio', ['--version'], { deadlineSeconds: 10 }).then(
     () => true,
     () => false,
   );
 }
 
-module.exports = { hasSoundSystem, startSoundSystem };
+module.exports = { hasAudioServer, startAudioServer };
