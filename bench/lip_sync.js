@@ -20,7 +20,7 @@ const { measureSync } = require('./lib/av_sync');
 const { calibrateRecorder } = require('./lib/calibration');
 const { printTable } = require('./lib/numbers');
 const { plotLanes } = require('./lib/plot');
-const { startSoundServer } = require('./lib/sound_server');
+const { startSoundServer } = require('../test/e2e/support/sound_server');
 
 const B_FRAMES = '+b'; // a protocol's variant with frames that the decoder reorders
 const PROTOCOLS = [

@@ -46,17 +46,28 @@ function beeps(seconds) {
   return sound;
 }
 
+/** @returns {Buffer} of 16-bit samples: a tone without an end */
+function tone(seconds, hertz) {
+  const sound = Buffer.alloc(seconds * CLIP.rate * 2);
+  for (let i = 0; i < seconds * CLIP.rate; i += 1) {
+    const value = LEVEL * Math.sin((2 * Math.PI * hertz * i) / CLIP.rate);
+    sound.writeInt16LE(Math.round(value * 32767), 2 * i);
+  }
+  return sound;
+}
+
 /**
  * Writes an MP4 file of H.264 and AAC whose every second begins with a white flash and a beep.
  *
  * @param {string} file
  * @param {number} seconds
- * @param {{bFrames?: boolean}} [options]
+ * @param {{bFrames?: boolean, hertz?: number}} [options] with `hertz`, a steady tone instead of
+ *   the beeps
  */
-async function writeClip(file, seconds, { bFrames = false } = {}) {
+async function writeClip(file, seconds, { bFrames = false, hertz } = {}) {
   const { width, height, fps, rate } = CLIP;
   const sound = `${file}.s16`;
-  fs.writeFileSync(sound, beeps(seconds));
+  fs.writeFileSync(sound, hertz ? tone(seconds, hertz) : beeps(seconds));
   const codec = bFrames ? ['-preset', 'veryfast', '-bf', '3'] : ['-tune', 'zerolatency'];
   const child = spawn(
     'ffmpeg',

@@ -4,7 +4,7 @@ const path = require('node:path');
 const { buildFolder } = require('../../tools/lib/project');
 const { startChild } = require('../../tools/rtmp/child');
 const { onLines } = require('../../tools/rtmp/output');
-const { startRecorder } = require('./audio_recorder');
+const { startRecorder } = require('../../test/e2e/support/audio_recorder');
 
 const LOWEST = JSON.stringify({ latency: { preset: 'lowest' } });
 const native = (name) => path.join(buildFolder('release'), 'bench', name);
@@ -26,7 +26,7 @@ const PLAYERS = {
  * @property {number} code its number in the clip, -1 when it has none
  * @property {number} luma mean, without the code
  *
- * @param {Awaited<ReturnType<import('./sound_server').startSoundServer>>} sound
+ * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} sound
  * @param {string} name of PLAYERS
  * @param {string} url
  */

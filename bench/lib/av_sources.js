@@ -103,9 +103,9 @@ async function sendSrt({ clip, pace, clients }) {
   };
 }
 
-async function sendRtsp({ clip, transport }) {
+async function sendRtsp({ clip, pace, transport }) {
   const program = path.join(buildFolder('release'), 'bench/rtsp_file_server');
-  const server = startChild(program, [clip, transport]);
+  const server = startChild(program, [clip, transport, String(pace)]);
   const [port] = await once(server.process.stdout, 'data');
   return {
     url: () => `rtsp://127.0.0.1:${Number(port)}/clip`,

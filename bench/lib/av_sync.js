@@ -4,12 +4,13 @@ const { BEEP_SECONDS, CLIP, PITCHES } = require('./av_clip');
 
 const FRAME_MS = 1000 / CLIP.fps;
 const BRIGHT = 128;
+const TAIL_SECONDS = 1.5; // a flash that late may have its beep beyond the recording's end
 
 /**
  * Beeps of a recording: when each was heard, and which second of the clip it belongs to, modulo
  * the number of pitches.
  *
- * @param {import('./audio_recorder').Recording} recording
+ * @param {import('../../test/e2e/support/audio_recorder').Recording} recording
  * @returns {{ms: number, pitch: number}[]}
  */
 function findBeeps({ samples, rate, startMs }) {
@@ -84,7 +85,7 @@ function slope(xs, ys) {
  *
  * @param {object} observed
  * @param {import('./av_players').Frame[]} observed.frames
- * @param {import('./audio_recorder').Recording} observed.recording
+ * @param {import('../../test/e2e/support/audio_recorder').Recording} observed.recording
  * @param {object} options
  * @param {number} options.recorderOffsetMs of the recorder, subtracted
  * @param {number} options.settleSeconds left out of the figures after the first flash
@@ -101,10 +102,12 @@ function measureSync({ frames, recording }, { recorderOffsetMs, settleSeconds })
     if (Math.abs(offset) < 500 * PITCHES.length) points.push({ second, ms: flashMs, offset });
   }
   const from = Math.min(...flashes.values()) + settleSeconds * 1000;
-  const used = points.filter(({ ms }) => ms >= from);
-  const settled = frames.filter(({ ms }) => ms >= from);
+  const to = recording.startMs + (recording.samples.length / recording.rate - TAIL_SECONDS) * 1000;
+  const isMeasured = (ms) => ms >= from && ms <= to;
+  const used = points.filter(({ ms }) => isMeasured(ms));
+  const settled = frames.filter(({ ms }) => isMeasured(ms));
   const seconds = (settled.at(-1)?.ms - settled[0]?.ms) / 1000 || 0;
-  const seen = [...flashes.values()].filter((ms) => ms >= from).length;
+  const seen = [...flashes.values()].filter(isMeasured).length;
   const figures = {
     points,
     frames: settled.length,

@@ -5,7 +5,7 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { buildFolder } = require('../../tools/lib/project');
 const { startChild } = require('../../tools/rtmp/child');
 const { onLines } = require('../../tools/rtmp/output');
-const { startRecorder } = require('./audio_recorder');
+const { startRecorder } = require('../../test/e2e/support/audio_recorder');
 const { findBeeps, spread } = require('./av_sync');
 
 const SECONDS = 10;
@@ -13,7 +13,7 @@ const SECONDS = 10;
 /**
  * What the recorder adds to the time at which the sound server itself says that a beep is heard.
  *
- * @param {Awaited<ReturnType<import('./sound_server').startSoundServer>>} sound
+ * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} sound
  * @returns {Promise<{mean: number, deviation: number, min: number, max: number}>} ms
  */
 async function calibrateRecorder(sound) {

@@ -2,15 +2,32 @@
 // paced by its time stamps. Prints its port; the file is rtsp://127.0.0.1:<port>/clip. Runs until
 // it is ended.
 //
-// Usage: rtsp_file_server FILE udp|tcp
+// Usage: rtsp_file_server FILE udp|tcp [PACE], where PACE is the server's clock against the true
+// one
 
 #include <gst/rtsp-server/rtsp-server.h>
 
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "frame_report.h"
+
+namespace {
+
+// The system's clock, running faster or slower.
+GstClock* makeClock(double pace) {
+  constexpr guint64 kParts = 1'000'000;
+  auto* clock = GST_CLOCK(g_object_new(GST_TYPE_SYSTEM_CLOCK, "name", "paced", nullptr));
+  const GstClockTime now = gst_clock_get_internal_time(clock);
+  gst_clock_set_calibration(clock, now, now, static_cast<guint64>(std::llround(pace * kParts)),
+                            kParts);
+  return clock;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   if (argc < 3) return 2;
@@ -28,6 +45,8 @@ int main(int argc, char** argv) {
   gst_rtsp_media_factory_set_launch(factory, launch.c_str());
   gst_rtsp_media_factory_set_protocols(factory,
                                        tcp ? GST_RTSP_LOWER_TRANS_TCP : GST_RTSP_LOWER_TRANS_UDP);
+  GstClock* clock = makeClock(argc > 3 ? std::atof(argv[3]) : 1);
+  gst_rtsp_media_factory_set_clock(factory, clock);
   GstRTSPMountPoints* mounts = gst_rtsp_server_get_mount_points(server);
   gst_rtsp_mount_points_add_factory(mounts, "/clip", factory);  // takes the factory
   g_object_unref(mounts);
@@ -47,5 +66,6 @@ int main(int argc, char** argv) {
   g_thread_join(serving);
   g_main_loop_unref(loop);
   g_object_unref(server);
+  gst_object_unref(clock);
   return 0;
 }

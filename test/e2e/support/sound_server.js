@@ -4,7 +4,7 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
-const { runChild, startChild } = require('../../tools/rtmp/child');
+const { runChild, startChild } = require('../../../tools/rtmp/child');
 
 /**
  * A PulseAudio of the benchmark's own, without a sound card. Programs reach it through the

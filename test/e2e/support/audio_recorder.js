@@ -1,6 +1,6 @@
 'use strict';
 
-const { startChild } = require('../../tools/rtmp/child');
+const { startChild } = require('../../../tools/rtmp/child');
 
 const RATE = 48_000;
 const LATENCY_MS = 10;
