@@ -102,7 +102,9 @@ async function main() {
         console.error(rows.at(-1).join('  '));
       }
     }
-    console.log(`A tone of ${HERTZ} Hz; the sender's clock runs ${pace} times as fast as the true one.`);
+    console.log(
+      `A tone of ${HERTZ} Hz; the sender's clock runs ${pace} times as fast as the true one.`,
+    );
     printTable(rows);
     if (values.json) {
       fs.writeFileSync(values.json, JSON.stringify({ seconds, pace, results }, null, 1));

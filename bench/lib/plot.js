@@ -11,11 +11,11 @@ const GAP = 14;
 const BOTTOM = 40;
 const COLOURS = ['#1f77b4', '#2ca02c', '#ff7f0e', '#7f7f7f', '#9467bd', '#d62728'];
 
-const escape = (text) =>
+const escapeXml = (text) =>
   text.replace(/[&<>]/g, (sign) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;' })[sign]);
 
 const text = (x, y, content, attributes = '') =>
-  `<text x="${x}" y="${y}" ${attributes}>${escape(content)}</text>`;
+  `<text x="${x}" y="${y}" ${attributes}>${escapeXml(content)}</text>`;
 
 /**
  * @param {object} plot

@@ -7,9 +7,9 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { runChild, startChild } = require('../../../tools/rtmp/child');
 
 /**
- * A PulseAudio of the benchmark's own, without a sound card. Programs reach it through the
- * environment that `environment` gives, each with an output of its own that goes nowhere but can be
- * recorded.
+ * A PulseAudio of the caller's own, without a sound card. Programs reach it through the environment
+ * that `environment` gives, each with an output of its own that goes nowhere but can be recorded;
+ * one without a choice plays to "default_output".
  */
 async function startSoundServer() {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'sound-'));
@@ -19,7 +19,7 @@ async function startSoundServer() {
     ...[`HOME=${folder}`, `XDG_RUNTIME_DIR=${folder}`, 'pulseaudio', '-n', '--daemonize=no'],
     ...['--exit-idle-time=-1', '--use-pid-file=no', '--disallow-exit', '--log-level=error'],
     ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${socket}`],
-    ...['-L', 'module-null-sink sink_name=unused rate=48000'],
+    ...['-L', 'module-null-sink sink_name=default_output rate=48000'],
   ]);
   let ended;
   child.ended.then((reason) => {
@@ -31,11 +31,20 @@ async function startSoundServer() {
   }
 
   return {
+    /** For PULSE_SERVER. */
+    address: server,
+
     /** Adds an output. @param {string} name one word */
     addOutput: (name) =>
       runChild(
         'pactl',
-        [`--server=${server}`, 'load-module', 'module-null-sink', `sink_name=${name}`, 'rate=48000'],
+        [
+          `--server=${server}`,
+          'load-module',
+          'module-null-sink',
+          `sink_name=${name}`,
+          'rate=48000',
+        ],
         { deadlineSeconds: 10 },
       ),
 
