@@ -18,6 +18,7 @@ const { PLAYERS, startObservedPlayer } = require('./lib/av_players');
 const { SOURCES } = require('./lib/av_sources');
 const { measureSync } = require('./lib/av_sync');
 const { calibrateRecorder } = require('./lib/calibration');
+const { watchMachine } = require('./lib/machine_load');
 const { printTable } = require('./lib/numbers');
 const { plotLanes } = require('./lib/plot');
 const { startSoundServer } = require('../test/e2e/support/sound_server');
@@ -75,7 +76,7 @@ function tableRow(protocol, load, name, result) {
 
 const HEAD = [
   ...['protocol', 'player', 'A-V ms', 'sd', 'min', 'max', 'drift/min', 'frames/s', 'sd interval'],
-  ...['lost flashes', 'lost beeps', 'load', 'error'],
+  ...['lost flashes', 'lost beeps', 'load, late', 'error'],
 ];
 
 async function main() {
@@ -100,9 +101,10 @@ async function main() {
     const rows = [HEAD];
     const results = {};
     for (const protocol of values.protocols.split(',')) {
+      const machine = watchMachine();
       const options = { clips, sound, names, seconds, settleSeconds, offset: calibration.mean };
       results[protocol] = await measureProtocol(protocol, options);
-      const load = number(os.loadavg()[0]);
+      const load = machine.stop();
       for (const name of names) {
         rows.push(tableRow(protocol, load, name, results[protocol][name]));
         console.error(rows.at(-1).join('  '));

@@ -18,6 +18,7 @@ const { examineTone } = require('../test/e2e/support/tone');
 const { CLIP, writeClip } = require('./lib/av_clip');
 const { startObservedPlayer } = require('./lib/av_players');
 const { SOURCES } = require('./lib/av_sources');
+const { watchMachine } = require('./lib/machine_load');
 const { printTable, quantile } = require('./lib/numbers');
 
 const HERTZ = 440;
@@ -92,11 +93,12 @@ async function main() {
     await writeClip(clip, Math.ceil((seconds + SETTLE_SECONDS + START_SECONDS) * pace), {
       hertz: HERTZ,
     });
-    const rows = [[...HEAD, 'load', 'error']];
+    const rows = [[...HEAD, 'load, late', 'error']];
     const results = {};
     for (const protocol of values.protocols.split(',')) {
+      const machine = watchMachine();
       results[protocol] = await measureProtocol(protocol, { clip, sound, names, seconds, pace });
-      const load = number(os.loadavg()[0]);
+      const load = machine.stop();
       for (const name of names) {
         rows.push(tableRow(protocol, load, name, results[protocol][name]));
         console.error(rows.at(-1).join('  '));
