@@ -55,7 +55,7 @@ function report({ steps = Array.from({ length: 40 }, (_, step) => step), frame, 
 const AUDIBLE = { firstMs: 80, silenceMs: 0, gaps: 0, pitch: [440, 660] };
 
 function reasonsOf(ours, { audible = AUDIBLE, words = 'h264 + aac', reference = REFERENCE } = {}) {
-  return judge(readMedia(words), ours, audible, reference, 0);
+  return judge(readMedia(words), ours, audible, reference);
 }
 
 describe('a row', () => {

@@ -65,7 +65,7 @@ async function startAudioServer(outputs) {
  * @property {number} [firstMs] from `from` until something was audible
  * @property {number} silenceMs how much of the time after that was silent
  * @property {number} gaps how many breaks that silence is made of
- * @property {number[]} pitch Hz, left and right, in the last two seconds
+ * @property {number[]} pitch Hz, left and right, of the last two audible seconds
  */
 
 function startRecorder(name, env) {
@@ -113,7 +113,7 @@ function analyse(pieces, from) {
   const first = audible.indexOf(true);
   if (first < 0) return { silenceMs: 0, gaps: 0, pitch: [0, 0] };
   const after = audible.slice(first, audible.lastIndexOf(true) + 1);
-  const tail = pieces.slice(Math.max(first, pieces.length - 2000 / PIECE_MS));
+  const tail = pieces.filter((_piece, index) => audible[index]).slice(-2000 / PIECE_MS);
   return {
     firstMs: pieces[first].at - from,
     silenceMs: (pieces.length - first - after.filter(Boolean).length) * PIECE_MS,

@@ -30,6 +30,10 @@ const round = (value, digits = 1) => Number(value.toFixed(digits));
  * @property {string[]} remarks what the result leaves out
  * @property {object} ours figures
  * @property {object} reference figures
+ *
+ * @typedef {object} Allowance on top of LIMITS
+ * @property {number} [firstFrameMs]
+ * @property {number} [silenceMs]
  */
 
 /**
@@ -37,19 +41,20 @@ const round = (value, digits = 1) => Number(value.toFixed(digits));
  * @param {object} ours an OurReport
  * @param {import('./audio_monitor').AudibleAudio} [audible] absent without an audio server
  * @param {import('./ffmpeg_reference').ReferenceReport} reference
- * @param {number} allowanceMs for the first frame, where circumstances differ
+ * @param {Allowance} allowance where circumstances differ
  * @returns {Result}
  */
-function judge(media, ours, audible, reference, allowanceMs) {
+function judge(media, ours, audible, reference, allowance = {}) {
   const figures = figuresOf(ours, audible);
   const reasons = [
     ...failures(ours),
     ...(ours.crash || ours.error ? [] : videoReasons(media, figures, ours, reference)),
-    ...(ours.crash || ours.error ? [] : audioReasons(media, figures, reference)),
+    ...(ours.crash || ours.error ? [] : audioReasons(media, figures, reference, allowance)),
   ];
   const first = figures.firstMs;
   const peer = reference.firstFrameMs ?? reference.firstAudioMs;
-  const limit = Math.max(LIMITS.firstFrameFactor * peer, LIMITS.firstFrameMs) + allowanceMs;
+  const limit =
+    Math.max(LIMITS.firstFrameFactor * peer, LIMITS.firstFrameMs) + (allowance.firstFrameMs ?? 0);
   if (first > limit) reasons.push(`first frame after ${first} ms, reference ${peer} ms`);
   const played = reference.videoFrames + reference.audioSamples > 0;
   const result = played ? (reasons.length > 0 ? 'failed' : 'ok') : 'no reference';
@@ -132,14 +137,14 @@ function contentReasons(video, figures) {
   return reasons;
 }
 
-function audioReasons({ audio }, figures, reference) {
+function audioReasons({ audio }, figures, reference, allowance) {
   if (!audio || reference.audioSamples === 0) return [];
   const { audible } = figures;
   const reasons = [];
   if (!(figures.audioKbps > 0)) reasons.push('no audio in the statistics');
   if (!audible) return reasons;
   if (audible.firstMs === undefined) return [...reasons, 'no audio is audible'];
-  if (audible.silenceMs > LIMITS.silenceMs) {
+  if (audible.silenceMs > LIMITS.silenceMs + (allowance.silenceMs ?? 0)) {
     reasons.push(`torn audio: ${audible.silenceMs} ms silent in ${audible.gaps} gaps`);
   }
   const wanted = audio.channels === 1 ? [TONES[0], TONES[0]] : TONES;

@@ -21,13 +21,13 @@ const TIMEOUT_SECONDS = 20;
  * @param {object} options
  * @param {number} options.jobs how many rows are played at a time
  * @param {Set<string>} options.peers the optional peers that are there
- * @param {number} [options.allowanceMs] that the first frame may be later, on a busy machine
+ * @param {import('./judge').Allowance} [options.allowance] for a busy machine
  */
-async function openSuite({ jobs, peers, allowanceMs = 0 }) {
+async function openSuite({ jobs, peers, allowance = {} }) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-'));
   const audioServer = (await hasAudioServer()) ? await startAudioServer(jobs) : undefined;
   const shared = {
-    ...{ peers, audioServer, allowanceMs },
+    ...{ peers, audioServer, allowance },
     identity: await makeCertificate(folder),
     startupMs: await measureStartup(),
     warmUpClip: await clipOf(readMedia('h264 + aac')),
@@ -106,8 +106,9 @@ async function playRow(row, shared, context) {
     options,
     shared,
   );
-  const allowanceMs = (source.allowanceMs ?? 0) + shared.allowanceMs;
-  return judge(media, ours, audible, reference, allowanceMs);
+  const { firstFrameMs = 0, silenceMs } = shared.allowance;
+  const allowance = { firstFrameMs: firstFrameMs + (source.allowanceMs ?? 0), silenceMs };
+  return judge(media, ours, audible, reference, allowance);
 }
 
 /** Both begin at the same time, unless the source serves one player at a time. */
