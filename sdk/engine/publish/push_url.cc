@@ -1,20 +1,17 @@
 #include "publish/push_url.h"
 
 #include <fmt/format.h>
-#include <glib.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <iterator>
-#include <memory>
 #include <string_view>
+
+#include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
 namespace {
-
-constexpr int kRtmpPort = 1935;
-constexpr int kRtmpsPort = 443;
 
 constexpr std::string_view kExpiryParameters[] = {"expires", "expire", "exp", "deadline"};
 // As seconds this would be the year 5138.
@@ -47,9 +44,10 @@ std::optional<PushUrl::Time> expiryOf(std::string_view query) {
   return std::nullopt;
 }
 
-struct UriRelease {
-  void operator()(GUri* uri) const { g_uri_unref(uri); }
-};
+std::string_view queryOf(std::string_view name) {
+  const auto mark = name.find('?');
+  return mark == name.npos ? std::string_view() : name.substr(mark + 1);
+}
 
 }  // namespace
 
@@ -62,43 +60,15 @@ std::optional<PushUrl> parsePushUrl(const char* text, std::string& reason) {
     reason = "the URL is empty";
     return std::nullopt;
   }
-  GError* failure = nullptr;
-  // ENCODED: parts keep their percent signs, so that nothing is refused for an odd stream key.
-  const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
-      text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), &failure));
-  if (!uri) {
-    const std::unique_ptr<GError, decltype(&g_error_free)> owned(failure, &g_error_free);
-    reason = owned->message;
-    return std::nullopt;
-  }
-  const std::string scheme = g_uri_get_scheme(uri.get());
-  if (scheme != "rtmp" && scheme != "rtmps") {
-    reason = fmt::format("the scheme is {}, not rtmp or rtmps", scheme);
-    return std::nullopt;
-  }
+  const auto target = parseRtmpUrl(text, reason);
+  if (!target) return std::nullopt;
   PushUrl url;
   url.text = text;
-  if (const char* host = g_uri_get_host(uri.get())) url.host = host;
-  if (url.host.empty()) {
-    reason = "the host is missing";
-    return std::nullopt;
-  }
-  const int port = g_uri_get_port(uri.get());
-  url.port = port > 0 ? port : scheme == "rtmp" ? kRtmpPort : kRtmpsPort;
-
-  if (const char* query = g_uri_get_query(uri.get())) url.expiry = expiryOf(query);
-
-  const std::string path = g_uri_get_path(uri.get());
-  const std::size_t lastSlash = path.rfind('/');
-  if (lastSlash == std::string::npos || lastSlash < 2) {
-    reason = "the application name is missing: rtmp://host/application/stream";
-    return std::nullopt;
-  }
-  url.application = path.substr(1, lastSlash - 1);
-  if (lastSlash + 1 == path.size()) {
-    reason = "the stream name is missing: rtmp://host/application/stream";
-    return std::nullopt;
-  }
+  url.host = target->host;
+  url.port = target->port;
+  url.application = target->application.substr(0, target->application.find('?'));
+  url.expiry = expiryOf(queryOf(target->stream));
+  if (!url.expiry) url.expiry = expiryOf(queryOf(target->application));
   return url;
 }
 

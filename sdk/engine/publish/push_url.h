@@ -17,15 +17,15 @@ struct PushUrl {
   std::string text;  // as given; may end in a secret stream key
   std::string host;
   int port = 0;
-  std::string application;
+  std::string application;     // without its query
   std::optional<Time> expiry;  // until when its authentication is good, where it says so
 
   // For log lines: everything but the stream name and its parameters, which are often secret.
   std::string forLog() const;
 };
 
-// Accepts rtmp://host[:port]/application[/more]/stream[?parameters] and the same with rtmps.
-// Without a value, `reason` says what is wrong.
+// Accepts what parseRtmpUrl() does (see rtmp/rtmp_url.h). Without a value, `reason` says what is
+// wrong.
 //
 // The first of the parameters "expires", "expire", "exp" and "deadline" whose value is a whole
 // number of seconds since 1970 (or of milliseconds, from 10^11 on) is the expiry.

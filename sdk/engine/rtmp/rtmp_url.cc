@@ -78,8 +78,12 @@ std::optional<RtmpUrl> parseRtmpUrl(const std::string& address, std::string& rea
   // The protocol knows no fragments: the sign is part of a stream key.
   if (const char* text = g_uri_get_fragment(uri.get())) query += fmt::format("#{}", text);
   splitPath(url, g_uri_get_path(uri.get()), query);
-  if (url.application.empty() || url.stream.empty()) {
-    reason = "the application or the stream is missing: rtmp://host/application/stream";
+  if (url.application.empty()) {
+    reason = "the application name is missing: rtmp://host/application/stream";
+    return std::nullopt;
+  }
+  if (url.stream.empty() || url.stream.front() == '?') {
+    reason = "the stream name is missing: rtmp://host/application/stream";
     return std::nullopt;
   }
   const bool needsBrackets = url.host.find(':') != url.host.npos;

@@ -55,6 +55,7 @@ TEST(PushUrl, TakesWhatServersUse) {
   EXPECT_EQ(accepted("rtmp://[::1]:1935/live/s").host, "::1");
   EXPECT_EQ(accepted("rtmp://h/app/instance/s").application, "app/instance");
   EXPECT_EQ(accepted("rtmp://user:word@h/live/s").host, "h");
+  EXPECT_EQ(accepted("rtmp://h/live?token=x/s").application, "live");
   EXPECT_EQ(accepted("rtmp://h/live/k?token=50%zz&x=%20").application, "live");
 }
 
@@ -64,6 +65,7 @@ TEST(PushUrl, KeepsTheStreamNameOutOfTheLog) {
   for (const char* part : {"secret", "token", "word"}) {
     EXPECT_EQ(text.find(part), std::string::npos) << text;
   }
+  EXPECT_EQ(accepted("rtmp://h:1/live?token=t/secret").forLog(), "h:1/live/…");
 }
 
 TEST(PushUrl, RefusesWithTheReason) {

@@ -41,9 +41,9 @@ TEST(RtmpUrl, TakesAnAddressApart) {
 }
 
 TEST(RtmpUrl, RefusesWhatIsNone) {
-  for (const char* text :
-       {"", "x", "http://h/live/s", "rtmp://", "rtmp:///live/s", "rtmp://h", "rtmp://h/",
-        "rtmp://h/s", "rtmp://h/live/", "rtmp://h//s", "rtmp://h/?x/y", "rtmp://h:99999/live/s"}) {
+  for (const char* text : {"", "x", "http://h/live/s", "rtmp://", "rtmp:///live/s", "rtmp://h",
+                           "rtmp://h/", "rtmp://h/s", "rtmp://h/live/", "rtmp://h/live/?x",
+                           "rtmp://h//s", "rtmp://h/?x/y", "rtmp://h:99999/live/s"}) {
     std::string reason;
     EXPECT_FALSE(parseRtmpUrl(text, reason)) << text;
     EXPECT_NE(reason, "") << text;
