@@ -271,7 +271,7 @@ describe('a live mix', GUARD, () => {
     const frame = await live.nextFrame(({ user_id: user }) => user === 'preview');
     assert.equal(frame.width, 640);
     const luma = frame.data_y[120 * (frame.data_y_len / 360) + 130];
-    assert.ok(Math.abs(luma - 210) <= 4, `yellow, not red: ${luma}`);
+    assert.ok(Math.abs(luma - 219) <= 4, `yellow, not red: ${luma}`);
   });
 
   it('ends with null', async () => {

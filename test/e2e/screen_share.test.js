@@ -136,7 +136,7 @@ describe('sharing a screen', GUARD, () => {
     const id = await live.sourceNamed(/third logo/);
     push.startPreview({ view: null, ...SIZE });
     push.startScreenShareByDesktopId(id);
-    const isGreen = (frame) => isScreen(frame) && Math.abs(pixel(frame, 0.02, 0.5)[0] - 145) < 8;
+    const isGreen = (frame) => isScreen(frame) && Math.abs(pixel(frame, 0.02, 0.5)[0] - 173) < 8;
     await live.nextFrame(isGreen);
     const told = live.next('onSDKError', ({ code }) => code === WINDOW_LOST);
     await program.stop();
