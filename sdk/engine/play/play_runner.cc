@@ -183,6 +183,7 @@ void PlayRunner::State::onFeedEnded(GstElement* source, RtmpError error, const s
 
 PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
   pipeline.play();  // the reason of a failure is a message
+  bool filled = false;
   while (const auto message = next(pipeline)) {
     switch (message->kind) {
       case Kind::kError:
@@ -191,8 +192,12 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
         drain();
         return {.kind = PlayOutcome::Kind::kEnded, .message = {}};
       case Kind::kBuffering:
-        gst_element_set_state(pipeline.get(),
-                              message->percent < 100 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
+        // At the start, what has come is presented while the buffer still fills.
+        filled = filled || message->percent == 100;
+        if (filled) {
+          gst_element_set_state(pipeline.get(),
+                                message->percent < 100 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
+        }
         break;
     }
   }
