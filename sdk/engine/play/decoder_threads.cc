@@ -28,6 +28,10 @@ constexpr CoreSpeed kCoreSpeeds[] = {
     {"video/x-h265", 1920.0 * 1088 * 30},
 };
 
+// Up to this rate one thread serves with ease, and more of them only wake each other up: with
+// sixteen players that costs more than it gains.
+constexpr double kSmallRate = 1280.0 * 720 * 30;
+
 double coreSpeed(std::string_view type) {
   const auto* speed = std::find_if(std::begin(kCoreSpeeds), std::end(kCoreSpeeds),
                                    [&](const CoreSpeed& entry) { return entry.type == type; });
@@ -79,10 +83,11 @@ GstPadProbeReturn onEvent(GstPad* pad, GstPadProbeInfo* info, gpointer live) {
 
 DecoderThreads chooseDecoderThreads(const CodedVideo& video, int cores) {
   const int most = std::clamp(cores, 1, kMostThreads);
-  if (!video.live) return {.count = most, .frames = most > 1};
   const double speed = coreSpeed(video.type);
   const double rate = video.framesPerSecond > 0 ? video.framesPerSecond : kUsualFrameRate;
   const double pixels = static_cast<double>(video.width) * video.height * rate;
+  if (pixels > 0 && pixels <= kSmallRate) return {.count = 1, .frames = false};
+  if (!video.live) return {.count = most, .frames = most > 1};
   if (speed <= 0 || pixels <= speed) return {.count = most, .frames = false};
   const int needed = static_cast<int>(std::min(std::ceil(pixels / speed), double{kMostThreads}));
   const int count = std::min(needed, most);

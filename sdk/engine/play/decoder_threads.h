@@ -3,8 +3,8 @@
 //   slices  the parts of one frame at once: no delay; idle where a frame has one part
 //   frames  several frames at once: every thread but the first delays the output by one frame
 //
-// Files and the like are decoded with frame threads, since nobody waits for a frame. Live streams
-// get slice threads while one core is fast enough for their size, and then as few frame threads as
+// Small streams get one thread. Other files and the like are decoded with frame threads, since
+// nobody waits for a frame. Other live streams get slice threads while one core is fast enough for their size, and then as few frame threads as
 // are. Decoders whose threads never delay anything always get several.
 //
 // Thread: chooseDecoderThreads any; tuneDecoderThreads before the decoder gets its caps.

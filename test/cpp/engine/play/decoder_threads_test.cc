@@ -29,13 +29,21 @@ constexpr DecoderThreads frames(int count) {
 }
 
 TEST(DecoderThreads, FilesTakeFrameThreads) {
-  EXPECT_EQ(chooseDecoderThreads({"video/x-h264", 640, 360, 30, false}, 8), frames(4));
+  EXPECT_EQ(chooseDecoderThreads({"video/x-h264", 1920, 1080, 30, false}, 8), frames(4));
+  EXPECT_EQ(chooseDecoderThreads({"video/x-h264", 0, 0, 0, false}, 8), frames(4));
   EXPECT_EQ(chooseDecoderThreads({"video/x-h264", 3840, 2160, 30, false}, 2), frames(2));
   EXPECT_EQ(chooseDecoderThreads({"video/x-h264", 3840, 2160, 30, false}, 1), slices(1));
 }
 
+TEST(DecoderThreads, SmallStreamsTakeOne) {
+  EXPECT_EQ(live("video/x-h264", 640, 360, 30), slices(1));
+  EXPECT_EQ(live("video/x-h264", 1280, 720, 30), slices(1));
+  EXPECT_EQ(live("video/x-vp8", 640, 360, 60), slices(1));
+  EXPECT_EQ(chooseDecoderThreads({"video/x-h264", 640, 360, 25, false}, 8), slices(1));
+}
+
 TEST(DecoderThreads, LiveStreamsThatOneCoreDecodesAreNotDelayed) {
-  EXPECT_EQ(live("video/x-h264", 640, 360, 30), slices(4));
+  EXPECT_EQ(live("video/x-h264", 1280, 720, 60), slices(4));
   EXPECT_EQ(live("video/x-h264", 1920, 1080, 60), slices(4));
   EXPECT_EQ(live("video/x-h264", 2560, 1440, 30), slices(4));
   EXPECT_EQ(live("video/x-h265", 1920, 1080, 30), slices(4));
@@ -58,7 +66,7 @@ TEST(DecoderThreads, AnUnknownRateIsTheUsualOne) {
 
 TEST(DecoderThreads, DecodersWhoseThreadsDoNotDelayTakeSeveral) {
   EXPECT_EQ(live("video/x-vp9", 3840, 2160, 60), slices(4));
-  EXPECT_EQ(live("video/x-vp8", 640, 360, 30, 2), slices(2));
+  EXPECT_EQ(live("video/x-vp8", 1920, 1080, 30, 2), slices(2));
 }
 
 // How many frames FFmpeg's decoder had got when it gave the first one: as many as it has frame
@@ -112,7 +120,7 @@ TEST(DecoderThreads, ADecoderIsSetByItsCaps) {
   const int cores = static_cast<int>(g_get_num_processors());
   EXPECT_EQ(FirstFrame(true, 320).inputs(), 1);
   EXPECT_EQ(FirstFrame(true, 2400).inputs(), std::min(cores, 2));
-  EXPECT_EQ(FirstFrame(false, 320).inputs(), std::min(cores, 4));
+  EXPECT_EQ(FirstFrame(false, 1200).inputs(), std::min(cores, 4));
 }
 
 }  // namespace
