@@ -74,7 +74,7 @@ TEST(FlvParserTest, NeedsNoFileHeader) {
 
 TEST(FlvParserTest, DeliversATagBeforeItsTrailerHasCome) {
   FlvBytes bytes = joined(fileHeader(), videoTag(7, {1}));
-  bytes.resize(bytes.size() - 4);
+  bytes.erase(bytes.end() - 4, bytes.end());
   EXPECT_EQ(parse(bytes).size(), 1u);
 }
 
