@@ -12,8 +12,8 @@ const { openPlayer } = require('./support/player');
 
 const GUARD = { timeout: 90_000 };
 const SIZE = { width: 640, height: 360 };
-// Red as BT.601 has it.
-const RED = [81, 90, 240];
+// Red as BT.709 has it.
+const RED = [63, 102, 240];
 
 // See LumoLiveResult.h.
 const INVALID_ARGUMENT = -2002;

@@ -20,7 +20,7 @@ const { openPlayer } = require('./support/player');
 
 const GUARD = { timeout: 120_000 };
 const RED_SOURCE = { source: 'color=red' };
-const RED = [81, 90, 240]; // as BT.601 has it
+const RED = [63, 102, 240]; // as BT.709 has it
 const LIVE = 1; // LumoLivePlayMode
 const TIMED = 2;
 

@@ -127,9 +127,9 @@ TEST_F(LivePlayerViewTest, WhatTheListenerPaintsIsShown) {
   RecordingPlayerListener::detachFrom(player);
   listener.look = [](LumoLiveVideoSource, LumoLiveVideoRawData& frame) {
     const auto luma = static_cast<size_t>(frame.strideY * frame.height);
-    std::memset(frame.data, 81, luma);
+    std::memset(frame.data, 63, luma);
     const auto chroma = static_cast<size_t>(frame.strideU * ((frame.height + 1) / 2));
-    std::memset(frame.data + luma, 90, chroma);
+    std::memset(frame.data + luma, 102, chroma);
     std::memset(frame.data + luma + chroma, 240, chroma);
     return true;
   };
