@@ -106,7 +106,7 @@ const uint8_t* I420Converter::chromaRow(const ConstPlane& plane, int row, int ro
 }
 
 void I420Converter::reserve(int width) {
-  const auto bytes = static_cast<size_t>(width + 1);
+  const auto bytes = static_cast<size_t>(width) + 1;
   if (bytes <= rowBytes_) return;
   rowBytes_ = bytes;
   bytes_.resize(kScratchRows * rowBytes_);

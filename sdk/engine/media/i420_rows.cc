@@ -113,6 +113,7 @@ NIMBO_INLINE void mixWithLeftBody(const uint8_t* __restrict from, uint8_t* __res
   for (size_t i = 1; i < count; ++i) to[i] = mixed(from[i], from[i - 1]);
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): an attribute cannot stand in parentheses.
 #define NIMBO_ROW_LOOPS(name, attribute)                                                     \
   struct name {                                                                              \
     attribute static void chroma(const ChromaRows& rows, const ColourCoefficients& by,       \
@@ -148,6 +149,8 @@ NIMBO_INLINE void mixWithLeftBody(const uint8_t* __restrict from, uint8_t* __res
     static constexpr RowLoops kLoops{chroma, chromaForScaledLuma, doubleBytes, doubleWords,  \
                                      luma,   scaledLuma,          mixWithRow,  mixWithLeft}; \
   }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 NIMBO_ROW_LOOPS(Portable, );
 #ifdef NIMBO_HAS_AVX2

@@ -64,7 +64,7 @@ void put(GstVideoFrame& frame, guint component, int x, int y, int code) {
 void paintBars(GstVideoFrame& frame, const Source& source) {
   const bool rgb = GST_VIDEO_INFO_IS_RGB(&frame.info);
   for (guint component = 0; component < 3; ++component) {
-    const int bits = GST_VIDEO_FRAME_COMP_DEPTH(&frame, component);
+    const auto bits = static_cast<int>(GST_VIDEO_FRAME_COMP_DEPTH(&frame, component));
     const int columns = GST_VIDEO_FRAME_COMP_WIDTH(&frame, component);
     for (int x = 0; x < columns; ++x) {
       const test::Rgb& colour = kColourBars[barAt(x * source.width / columns, source.width)];
