@@ -54,12 +54,13 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
 // GIO makes these when they are first asked for. Its resolver of proxies is left until then: it may
 // connect to the session bus, and GLib ends a process whose session bus goes away.
 void loadNetworking() {
-  for (const GType type : {G_TYPE_SOCKET, G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS,
-                           G_TYPE_NETWORK_ADDRESS, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION}) {
+  for (const GType type :
+       {G_TYPE_SOCKET, G_TYPE_INET_ADDRESS, G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS,
+        G_TYPE_NETWORK_ADDRESS, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION,
+        g_tls_backend_get_client_connection_type(g_tls_backend_get_default())}) {
     g_type_class_ref(type);
   }
   g_object_unref(g_resolver_get_default());
-  g_tls_backend_get_default();
 }
 
 // Loads an element's plug-in, and all that comes into being with its first element.

@@ -22,7 +22,7 @@ namespace NimboEngine {
 // Limits of one reader, which reads one message. Commands of servers in use stay far below.
 inline constexpr std::size_t kMaxAmfDepth = 16;
 inline constexpr std::size_t kMaxAmfValues = 2048;
-inline constexpr std::size_t kMaxAmfStringBytes = 64 * 1024;
+inline constexpr std::size_t kMaxAmfStringBytes = std::size_t{64} * 1024;
 
 struct AmfProperty;
 

@@ -18,7 +18,7 @@ constexpr std::size_t kExtendedBytes = 4;
 constexpr std::size_t kFieldBytes[] = {11, 7, 3, 0};
 
 // A body's memory is kept for the next message on its chunk stream, up to this size.
-constexpr std::size_t kKeptBodyBytes = 64 * 1024;
+constexpr std::size_t kKeptBodyBytes = std::size_t{64} * 1024;
 
 // The first byte's lower six bits: 0 and 1 announce one or two further bytes of the identifier.
 std::size_t basicHeaderBytes(uint8_t first) {

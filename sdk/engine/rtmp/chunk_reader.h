@@ -27,9 +27,9 @@ namespace NimboEngine {
 class ChunkReader {
  public:
   // A key frame of 4K video at 100 Mbit/s has about 3 MB.
-  static constexpr std::size_t kMaxMessageBytes = 8 * 1024 * 1024;
+  static constexpr std::size_t kMaxMessageBytes = std::size_t{8} * 1024 * 1024;
   // Of messages that are not complete yet, on all chunk streams together.
-  static constexpr std::size_t kMaxPendingBytes = 16 * 1024 * 1024;
+  static constexpr std::size_t kMaxPendingBytes = std::size_t{16} * 1024 * 1024;
   // Servers use fewer than ten.
   static constexpr std::size_t kMaxChunkStreams = 64;
   static constexpr uint32_t kMaxChunkSize = 0xffffff;

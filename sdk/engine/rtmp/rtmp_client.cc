@@ -14,11 +14,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kReadBytes = 64 * 1024;
+constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
 // Reads in a row before anything else gets its turn.
 constexpr int kReadsAtOnce = 8;
 // Queued media are cut into chunks only as far as this: they wait as they are.
-constexpr std::size_t kOutputBytes = 64 * 1024;
+constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
 // The kernel does not report that the last byte was acknowledged.
 constexpr int kFinishPollMs = 10;
 

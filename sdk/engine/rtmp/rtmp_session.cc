@@ -25,7 +25,7 @@ constexpr uint32_t kVideoChunks = 6;
 constexpr uint32_t kChunkSize = 4096;
 
 // Sent bytes are removed from the output's front once they are this many.
-constexpr std::size_t kSentBytesKept = 64 * 1024;
+constexpr std::size_t kSentBytesKept = std::size_t{64} * 1024;
 
 // Of commands that are answered by "_result" or "_error".
 constexpr int kConnect = 1;

@@ -43,7 +43,7 @@ enum LumoLiveErrorCode : int32_t {
   kLumoLiveErrorStreamNotFound = -3201,   // no such file, or the server has no such stream now
   kLumoLiveErrorPlayRejected = -3202,     // the server or the system refuses to hand it out
   kLumoLiveErrorUndecodable = -3203,      // what comes cannot be decoded
-  kLumoLiveErrorServerUntrusted = -3204,  // the server's certificate is not trusted
+  kLumoLiveErrorServerUntrusted = -3204,  // the server's certificate is not trusted; publishing too
   // Sharing a screen (onSDKError); its last picture stays
   kLumoLiveErrorScreenHidden = -3301,   // the window is minimised; its pictures come back with it
   kLumoLiveErrorScreenLost = -3302,     // the window was closed, or the display ended
