@@ -76,6 +76,8 @@ TEST_F(NeededElementsTest, WhatTheSourcesNameIsListed) {
   size_t uses = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(ENGINE_SOURCES)) {
     if (entry.path().extension() != ".cc" || entry.path().filename() == "runtime.cc") continue;
+    // No pipelines there, but words of a protocol, "level" for one, that are elements' names too.
+    if (entry.path().parent_path().filename() == "rtmp") continue;
     ++files;
     for (const std::string& element : elementsIn(contents(entry.path()))) {
       ++uses;
