@@ -165,7 +165,11 @@ TEST_F(RtmpConnectionTest, DrainingDoesNotWaitForAFrozenServer) {
   });
   open(peer.port());
   ASSERT_TRUE(events.waitFor("accepted"));
-  for (int i = 0; i < 100'000; ++i) connection->send(tagOf(9, 0, Bytes(200, 1)));
+  Bytes large(200'000, 0);
+  large[0] = 9;
+  for (int i = 0; i < 100; ++i) {
+    connection->send(GstPtr<GstBuffer>(gst_buffer_new_memdup(large.data(), large.size())));
+  }
   const auto begin = std::chrono::steady_clock::now();
   engine.run([this] { connection->finish(); });
   ASSERT_TRUE(events.waitFor("drained"));

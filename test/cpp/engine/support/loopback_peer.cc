@@ -140,7 +140,7 @@ std::string makeCertificate(const std::string& folder, const std::string& altern
                 "-addext", "subjectAltName=" + alternativeName},
                folder + "/openssl.log")
       .wait();
-  const std::string both = folder + "/both.pem";
+  std::string both = folder + "/both.pem";
   std::ofstream(both) << std::ifstream(certificate).rdbuf() << std::ifstream(key).rdbuf();
   return both;
 }
