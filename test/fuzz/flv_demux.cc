@@ -89,7 +89,7 @@ void demux(const uint8_t* data, std::size_t size, std::size_t step) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-  static const bool started = startGstreamer();
+  static const bool started = startGstreamer() && registerFlvDemuxer();
   require(started, "GStreamer starts");
   if (size == 0) return 0;
   const std::size_t step = std::size_t{data[0]} + 1;

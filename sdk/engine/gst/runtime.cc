@@ -5,7 +5,6 @@
 
 #include <array>
 
-#include "flv/flv_demuxer.h"
 #include "gst/gst_ptr.h"
 #include "log/log.h"
 
@@ -79,7 +78,6 @@ bool start() {
     return false;
   }
   loadNetworking();
-  if (!registerFlvDemuxer()) NIMBO_LOG_ERROR("GStreamer refuses the FLV demuxer");
   for (const auto& [factory, package] : kNeeded) {
     if (!load(factory)) {
       NIMBO_LOG_WARN("GStreamer element {} is missing; Debian package {} brings it", factory,

@@ -251,6 +251,7 @@ constexpr SourceElement kSources[] = {
 
 std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<PlayOutput> output,
                                             Pipeline::Handler handler) {
+  [[maybe_unused]] static const bool registered = registerFlvDemuxer();
   const auto* source =
       std::find_if(std::begin(kSources), std::end(kSources),
                    [&](const auto& entry) { return entry.protocol == url.protocol; });

@@ -21,7 +21,6 @@
 #include "play/play_error.h"
 #include "play/play_pipeline.h"
 #include "play/rtmp_feed.h"
-#include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
 namespace {
@@ -149,25 +148,19 @@ PlayOutcome PlayRunner::State::work() {
 }
 
 std::unique_ptr<RtmpFeed> PlayRunner::State::startFeed(Pipeline& pipeline) {
-  std::string reason;
-  const auto target = parseRtmpUrl(url.text, reason);
-  if (!target) {
-    feedFailure = {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorPlayRejected, reason};
-    return nullptr;
-  }
   // The element outlives the feed's use of it: the feed is gone before this attempt is.
   const std::shared_ptr<GstElement> source(pipeline.element("source").release(), GstRelease());
   return std::make_unique<RtmpFeed>(
-      *target, RtmpFeed::Events{.onAnswered = [this] { output->answered = true; },
-                                .onTag =
-                                    [source](GstPtr<GstBuffer> tag) {
-                                      gst_app_src_push_buffer(GST_APP_SRC(source.get()),
-                                                              tag.release());
-                                    },
-                                .onEnded =
-                                    [this, source](RtmpError error, const std::string& text) {
-                                      onFeedEnded(source.get(), error, text);
-                                    }});
+      url.rtmp, RtmpFeed::Events{.onAnswered = [this] { output->answered = true; },
+                                 .onTag =
+                                     [source](GstPtr<GstBuffer> tag) {
+                                       gst_app_src_push_buffer(GST_APP_SRC(source.get()),
+                                                               tag.release());
+                                     },
+                                 .onEnded =
+                                     [this, source](RtmpError error, const std::string& text) {
+                                       onFeedEnded(source.get(), error, text);
+                                     }});
 }
 
 // What has come is still presented.

@@ -59,6 +59,22 @@ std::optional<PlayUrl> parseFileUri(const char* text, std::string& problem) {
   return std::nullopt;
 }
 
+// RTMP's addresses have rules of their own: parameters may stand in the middle.
+std::optional<PlayUrl> parseRtmp(const char* text, std::string& problem) {
+  const auto target = parseRtmpUrl(text, problem);
+  if (!target) return std::nullopt;
+  const auto withoutQuery = [](const std::string& part) { return part.substr(0, part.find('?')); };
+  PlayUrl url;
+  url.text = text;
+  url.protocol = PlayProtocol::kRtmp;
+  url.host = target->host;
+  url.port = target->port;
+  url.channel = withoutQuery(target->application);
+  url.stream = withoutQuery(target->stream);
+  url.rtmp = *target;
+  return url;
+}
+
 }  // namespace
 
 std::string PlayUrl::forLog() const {
@@ -88,6 +104,7 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem) {
     return std::nullopt;
   }
   if (scheme->protocol == PlayProtocol::kFile) return parseFileUri(text, problem);
+  if (scheme->protocol == PlayProtocol::kRtmp) return parseRtmp(text, problem);
   PlayUrl url;
   url.text = text;
   url.protocol = scheme->protocol;
@@ -99,8 +116,6 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem) {
     problem = "the host is missing";
   } else if (url.port == 0) {
     problem = "the port is missing";
-  } else if (url.protocol == PlayProtocol::kRtmp && (url.channel.empty() || url.stream.empty())) {
-    problem = "the application or the stream is missing: rtmp://host/application/stream";
   } else {
     return url;
   }

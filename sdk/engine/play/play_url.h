@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "rtmp/rtmp_url.h"
+
 namespace NimboEngine {
 
 enum class PlayProtocol { kRtmp, kHttp, kRtsp, kSrt, kFile };
@@ -18,6 +20,7 @@ struct PlayUrl {
   int port = 0;
   std::string channel;  // the path up to its last slash
   std::string stream;   // the rest of the path, without parameters
+  RtmpUrl rtmp;         // of RTMP only
 
   // For log lines: the stream's name and its parameters, which are often secret, are left out.
   std::string forLog() const;

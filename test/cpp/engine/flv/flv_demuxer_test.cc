@@ -22,7 +22,7 @@ GstClockTime at(int64_t ms) {
 
 class FlvDemuxerTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer() && registerFlvDemuxer()); }
 
   void feed(const FlvBytes& bytes) { EXPECT_EQ(rig_.feed(bytes), GST_FLOW_OK); }
 

@@ -119,7 +119,7 @@ void expectAll(const Decoded& decoded, bool video) {
 
 class FlvPlaybackTest : public testing::TestWithParam<const char*> {
  protected:
-  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer() && registerFlvDemuxer()); }
 };
 
 TEST_P(FlvPlaybackTest, PlaysEnhancedFlv) {
@@ -139,7 +139,7 @@ struct LegacyCase {
 
 class FlvLegacyPlaybackTest : public testing::TestWithParam<LegacyCase> {
  protected:
-  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer() && registerFlvDemuxer()); }
 };
 
 TEST_P(FlvLegacyPlaybackTest, Plays) {

@@ -42,6 +42,15 @@ TEST(PlayUrl, FilesArePathsOrFileUrls) {
   EXPECT_EQ(url->stream, "clip one.mp4");
 }
 
+TEST(PlayUrl, ParametersOfRtmpMayStandInTheMiddle) {
+  const auto url = parse("rtmp://h/app?token=x/stream?expires=1");
+  ASSERT_TRUE(url);
+  EXPECT_EQ(url->channel, "app");
+  EXPECT_EQ(url->stream, "stream");
+  EXPECT_EQ(url->rtmp.application, "app?token=x");
+  EXPECT_EQ(url->rtmp.stream, "stream?expires=1");
+}
+
 TEST(PlayUrl, RefusesTheRest) {
   for (const char* text : {static_cast<const char*>(nullptr), "", "stream", "clip.mp4", "ftp://h/s",
                            "rtmp://h", "rtmp://h/app", "rtmp://h/app/", "rtmp:///app/s", "http://",
