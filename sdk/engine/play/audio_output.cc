@@ -16,7 +16,7 @@ namespace {
 
 // The output's own buffer, in the units of its properties. What is handed over for it must be there
 // before it runs dry: with PresentationClock::kAudioLead it has 20 ms to spare.
-constexpr gint64 kDeviceBufferUs = 80'000;
+constexpr gint64 kDeviceBufferUs = 120'000;
 constexpr gint64 kDevicePeriodUs = 20'000;
 // While the output is being opened, audio waits here.
 constexpr int kMostWaitingMs = 300;

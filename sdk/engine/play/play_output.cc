@@ -13,8 +13,8 @@ void PlayOutput::close() {
   presenter_.close();
 }
 
-void PlayOutput::setMode(LumoRtc::LumoLivePlayMode mode) {
-  presenter_.setLive(mode == LumoRtc::kLumoLivePlayModeLive);
+void PlayOutput::setMode(LumoRtc::LumoLivePlayMode mode, bool followsArrival) {
+  presenter_.setLive(followsArrival);
   mode_ = mode;
 }
 

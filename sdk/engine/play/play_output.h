@@ -37,7 +37,9 @@ class PlayOutput {
   PlayOutput(const PlayOutput&) = delete;
   PlayOutput& operator=(const PlayOutput&) = delete;
 
-  void setMode(LumoRtc::LumoLivePlayMode mode);
+  // `followsArrival`: a live stream is presented as it arrives, by the live side of
+  // PresentationClock.
+  void setMode(LumoRtc::LumoLivePlayMode mode, bool followsArrival);
   // kLumoLivePlayModeNone until the pipeline knows what it plays.
   LumoRtc::LumoLivePlayMode mode() const { return mode_; }
 

@@ -72,7 +72,7 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
   void demux(GstElement* typefind, const LiveContainer& container);
   void decode(GstPad* pad);
   void deliver(GstPad* pad);
-  void setLive(bool live);
+  void setMode(bool live, bool followsArrival);
   bool isLive() const { return output_->mode() == kLumoLivePlayModeLive; }
   bool claim(std::array<bool, 2>& claimed, Media media);
   GstElement* add(const char* factory);
@@ -128,10 +128,10 @@ void Wiring::begin() {
     return GstPtr<GstElement>(gst_bin_get_by_name(GST_BIN(pipeline_), name));
   };
   if (protocol_ == PlayProtocol::kFile) {
-    setLive(false);
+    setMode(false, false);
     connect<deliverPad, GstPad*>(element("decoder").get(), "pad-added");
   } else if (protocol_ == PlayProtocol::kRtsp || protocol_ == PlayProtocol::kRtmp) {
-    setLive(true);
+    setMode(true, true);
     connect<decodeStreamPad, GstPad*>(element("streams").get(), "pad-added");
   } else {
     connect<onType, guint, GstCaps*>(element("type").get(), "have-type");
@@ -148,8 +148,8 @@ GstElement* Wiring::add(const char* factory) {
   return element;
 }
 
-void Wiring::setLive(bool live) {
-  output_->setMode(live ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed);
+void Wiring::setMode(bool live, bool followsArrival) {
+  output_->setMode(live ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed, followsArrival);
 }
 
 void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
@@ -157,11 +157,13 @@ void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps, 0));
   gint64 size = 0;
   const bool endless = !gst_element_query_duration(typefind, GST_FORMAT_BYTES, &size) || size <= 0;
-  setLive(endless && type != "application/x-hls");
+  const bool live = endless && type != "application/x-hls";
   const auto* container =
       std::find_if(std::begin(kLiveContainers), std::end(kLiveContainers),
                    [&](const LiveContainer& known) { return type == known.type; });
-  if (isLive() && container != std::end(kLiveContainers)) return demux(typefind, *container);
+  const bool known = container != std::end(kLiveContainers);
+  setMode(live, live && known);
+  if (live && known) return demux(typefind, *container);
   const GstPtr<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
   decode(pad.get());
 }

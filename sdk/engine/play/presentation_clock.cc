@@ -1,7 +1,7 @@
 #include "play/presentation_clock.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <utility>
 
 namespace NimboEngine {
 namespace {
@@ -15,9 +15,10 @@ constexpr Duration kMargin = 15ms;
 constexpr Duration kFirstJitter = 40ms;
 // How fast the clock moves while media are presented: 0.5 %, a twelfth of a semitone.
 constexpr int kSlewDivisor = 200;
-// The jitter is learnt in this time; until then the clock may jump down.
+// The jitter is learnt in this time, from the first media and from the first audio on; until then
+// the clock may jump.
 constexpr Duration kLearning = 1500ms;
-constexpr Duration kJump = 60ms;
+constexpr Duration kJump = 30ms;
 // Lateness below this is left to the slow way.
 constexpr Duration kTolerance = 20ms;
 // A sender that was stopped and does not make up for it is late for good.
@@ -40,7 +41,7 @@ void PresentationClock::setLive(bool live) {
 bool PresentationClock::ready(Media media, Time now, Duration timestamp, bool waited) {
   std::lock_guard lock(mutex_);
   if (media == Media::kAudio) {
-    hasAudio_ = true;
+    if (!std::exchange(hasAudio_, true)) started_ = now;
     lastAudio_ = now;
   }
   return live_ ? readyLive(media, now, timestamp, waited) : readyTimed(media, now, timestamp);
@@ -83,7 +84,7 @@ void PresentationClock::follow(Time now) {
   const Duration step = (now - followed_) / kSlewDivisor;
   const Duration difference = wanted - *offset_;
   followed_ = now;
-  if (now - started_ < kLearning && difference < -kJump) {
+  if (now - started_ < kLearning && std::chrono::abs(difference) > kJump) {
     offset_ = wanted;
   } else {
     *offset_ += std::clamp(difference, -step, step);

@@ -30,9 +30,9 @@ class PresentationClock {
   using Time = TransitEstimator::Time;
   using Duration = TransitEstimator::Duration;
 
-  // How long before it is heard audio is handed to the output: the output's buffer of 80 ms, and
+  // How long before it is heard audio is handed to the output: the output's buffer of 120 ms, and
   // what the way there may take.
-  static constexpr std::chrono::milliseconds kAudioLead{100};
+  static constexpr std::chrono::milliseconds kAudioLead{140};
   // Audio that is handed to the output later than this before its moment cannot be heard in time.
   static constexpr std::chrono::milliseconds kAudioDeadline{30};
 

@@ -15,8 +15,10 @@ constexpr TransitEstimator::Duration kReordering = 1s;
 // What is forgotten of the shortest transit: 1 ms a second. Clocks of computers drift a tenth of
 // that, clocks of senders that are driven by sound cards somewhat more.
 constexpr int kForgetting = 1000;
-// A transit that gets shorter by so much within so short a time is no jitter.
-constexpr TransitEstimator::Duration kBacklog = 50ms;
+// A transit that gets shorter by so much within so short a time is no jitter. MPEG-TS packs up to
+// half a second of audio into one packet, whose first piece has waited for the last.
+constexpr TransitEstimator::Duration kVideoBacklog = 50ms;
+constexpr TransitEstimator::Duration kAudioBacklog = 700ms;
 constexpr TransitEstimator::Duration kBacklogTime = 500ms;
 
 constexpr TransitEstimator::Duration kSlot = 100ms;
@@ -36,7 +38,7 @@ bool TransitEstimator::add(Media media, Time now, Duration timestamp) {
   const Duration before = first ? transit : *shortest_ + (now - updated_) / kForgetting;
   shortest_ = std::min(before, transit);
   updated_ = now;
-  const bool waited = hasFallen(now, before - *shortest_);
+  const bool waited = hasFallen(media, now, before - *shortest_);
   if (waited) {
     for (Stream& each : streams_) each.slots.clear();
   }
@@ -47,14 +49,15 @@ bool TransitEstimator::add(Media media, Time now, Duration timestamp) {
 
 // Whether the shortest transit has fallen by more than jitter. A cache is sent frame by frame, so
 // that its drops have to be added up.
-bool TransitEstimator::hasFallen(Time now, Duration drop) {
-  if (now - fallsSince_ > kBacklogTime) {
-    fallsSince_ = now;
-    fallen_ = 0ns;
+bool TransitEstimator::hasFallen(Media media, Time now, Duration drop) {
+  Stream& stream = of(media);
+  if (now - stream.fallsSince > kBacklogTime) {
+    stream.fallsSince = now;
+    stream.fallen = 0ns;
   }
-  fallen_ += drop;
-  if (fallen_ <= kBacklog) return false;
-  fallen_ = 0ns;
+  stream.fallen += drop;
+  if (stream.fallen <= (media == Media::kVideo ? kVideoBacklog : kAudioBacklog)) return false;
+  stream.fallen = 0ns;
   return true;
 }
 

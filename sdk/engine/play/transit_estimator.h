@@ -53,18 +53,18 @@ class TransitEstimator {
     std::optional<Duration> timestamp;
     Duration step{0};  // between the last two time stamps
     Duration worst{0};
+    Time fallsSince;
+    Duration fallen{0};  // by how much it has made the shortest transit shorter since then
   };
 
   static bool hasJumped(const Stream& stream, Duration timestamp);
-  bool hasFallen(Time now, Duration drop);
+  bool hasFallen(Media media, Time now, Duration drop);
   void remember(Stream& stream, Time now, Duration transit) const;
   const Stream& of(Media media) const { return streams_[static_cast<std::size_t>(media)]; }
   Stream& of(Media media) { return streams_[static_cast<std::size_t>(media)]; }
 
   std::optional<Duration> shortest_;
   Time updated_;
-  Time fallsSince_;
-  Duration fallen_{0};  // by how much the shortest transit has become shorter since then
   std::array<Stream, 2> streams_;
 };
 
