@@ -178,7 +178,8 @@ void Wiring::demux(GstElement* typefind, const LiveContainer& container) {
 }
 
 // Decodes one stream on a thread of its own: a decoder that reorders frames takes several before it
-// gives one, and the demultiplexer must go on meanwhile.
+// gives one, and until then the other stream's sink may wait, since a decodebin that is not
+// complete takes the pipeline back to PAUSED. The demultiplexer must go on meanwhile.
 void Wiring::decodeStream(GstPad* pad) {
   const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
   const auto media = mediaOf(caps.get());
@@ -231,17 +232,14 @@ void Wiring::deliver(GstPad* pad) {
 struct SourceElement {
   PlayProtocol protocol;
   const char* description;
-  const char* address;  // the property of "source" that takes the URL; null: fed from outside
+  const char* address;  // the property that takes the URL; null: fed from outside
 };
 
 // The watch over the playback has its own timeouts, the same for all sources. A file's decoder is
 // there from the beginning: it reads of its own accord, and to start that from the source's thread
 // while the pipeline starts would lock the two up.
 constexpr SourceElement kSources[] = {
-    {PlayProtocol::kRtmp,
-     "appsrc name=source caps=video/x-flv max-bytes=2097152 block=true ! "
-     "nimboflvdemux name=streams",
-     nullptr},
+    {PlayProtocol::kRtmp, "pipeline.( nimboflvdemux name=streams )", nullptr},
     {PlayProtocol::kHttp, "souphttpsrc name=source timeout=0 ! typefind name=type", "location"},
     {PlayProtocol::kSrt, "srtsrc name=source auto-reconnect=false ! typefind name=type", "uri"},
     {PlayProtocol::kFile, "filesrc name=source ! decodebin name=decoder force-sw-decoders=true",
@@ -260,9 +258,11 @@ std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<
   auto pipeline = Pipeline::parse("player", source->description, std::move(handler));
   if (!pipeline) return nullptr;
   const bool rtsp = url.protocol == PlayProtocol::kRtsp;
-  const GstPtr<GstElement> element = pipeline->element(rtsp ? "streams" : "source");
-  if (source->address) g_object_set(element.get(), source->address, url.text.c_str(), nullptr);
-  if (rtsp) configureRtspSource(element.get());
+  if (source->address) {
+    const GstPtr<GstElement> element = pipeline->element(rtsp ? "streams" : "source");
+    g_object_set(element.get(), source->address, url.text.c_str(), nullptr);
+    if (rtsp) configureRtspSource(element.get());
+  }
   std::make_shared<Wiring>(pipeline->get(), url.protocol, std::move(output))->begin();
   return pipeline;
 }

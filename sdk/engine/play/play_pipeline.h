@@ -2,8 +2,7 @@
 // deliver into the output. The first video and the first audio stream are played.
 //
 //   live   rtmp, rtmps, rtsp, srt, and http(s) without a length: everything is decoded as it comes,
-//          and each stream has a thread of its own from the demultiplexer on, so that neither waits
-//          for the other.
+//          each stream on a thread of its own, so that neither waits for the other.
 //   timed  files, HLS, and http(s) with a length: decoded a little ahead of the presentation.
 //
 // Thread: any.
@@ -20,6 +19,8 @@
 
 namespace NimboEngine {
 
+// An RTMP pipeline begins with the FLV demultiplexer, which is fed through a pad that the caller
+// links to it: the element "streams".
 std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<PlayOutput> output,
                                             Pipeline::Handler handler);
 

@@ -1,7 +1,6 @@
 #include "play/play_runner.h"
 
 #include <fmt/format.h>
-#include <gst/app/gstappsrc.h>
 #include <pthread.h>
 
 #include <condition_variable>
@@ -17,6 +16,7 @@
 #include "base/never_destroyed.h"
 #include "gst/runtime.h"
 #include "log/log.h"
+#include "play/flv_input.h"
 #include "play/network_cause.h"
 #include "play/play_error.h"
 #include "play/play_pipeline.h"
@@ -79,7 +79,7 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   std::optional<PipelineMessage> next(Pipeline& pipeline);
   bool mustPoll() const;
   std::unique_ptr<RtmpFeed> startFeed(Pipeline& pipeline);
-  void onFeedEnded(GstElement* source, RtmpError error, const std::string& text);
+  void onFeedEnded(FlvInput& input, RtmpError error, const std::string& text);
   void poll(Pipeline& pipeline);
 };
 
@@ -141,6 +141,7 @@ PlayOutcome PlayRunner::State::work() {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
             fmt::format("missing: {}", missingElements())};
   }
+  pipeline->play();  // the reason of a failure is a message
   if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
   const PlayOutcome outcome = follow(*pipeline);
   if (feed) feed->stop();
@@ -148,34 +149,25 @@ PlayOutcome PlayRunner::State::work() {
 }
 
 std::unique_ptr<RtmpFeed> PlayRunner::State::startFeed(Pipeline& pipeline) {
-  // The element outlives the feed's use of it: the feed is gone before this attempt is.
-  const std::shared_ptr<GstElement> source(pipeline.element("source").release(), GstRelease());
+  auto input = std::make_shared<FlvInput>(pipeline);
   return std::make_unique<RtmpFeed>(
-      url.rtmp, RtmpFeed::Events{.onAnswered = [this] { output->answered = true; },
-                                 .onTag =
-                                     [source](GstPtr<GstBuffer> tag) {
-                                       gst_app_src_push_buffer(GST_APP_SRC(source.get()),
-                                                               tag.release());
-                                     },
-                                 .onEnded =
-                                     [this, source](RtmpError error, const std::string& text) {
-                                       onFeedEnded(source.get(), error, text);
-                                     }});
+      url.rtmp,
+      RtmpFeed::Events{
+          .onAnswered = [this] { output->answered = true; },
+          .onTag = [input](GstPtr<GstBuffer> tag) { input->push(std::move(tag)); },
+          .onEnded = [this, input](RtmpError error,
+                                   const std::string& text) { onFeedEnded(*input, error, text); }});
 }
 
 // What has come is still presented.
-void PlayRunner::State::onFeedEnded(GstElement* source, RtmpError error, const std::string& text) {
-  if (output->meter.counts().decoded() > 0) {
-    gst_app_src_end_of_stream(GST_APP_SRC(source));
-    return;
-  }
+void PlayRunner::State::onFeedEnded(FlvInput& input, RtmpError error, const std::string& text) {
+  if (output->meter.counts().decoded() > 0) return input.end();
   std::lock_guard lock(mutex);
   feedFailure = {PlayOutcome::Kind::kFailed, playErrorCode(error), text};
   changed.notify_all();
 }
 
 PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
-  pipeline.play();  // the reason of a failure is a message
   bool filled = false;
   while (const auto message = next(pipeline)) {
     switch (message->kind) {
