@@ -3,7 +3,8 @@
 // Glass to glass: how old a picture is when JavaScript has it back from the server. A plug-in writes
 // the time into each captured picture (time_code.cc); the picture is encoded, published, played and
 // read. The same stream is decoded by ffmpeg at the same time, told to hold nothing back, and read
-// from its output in the same way. Ends with the ratio of the medians.
+// from its output in the same way. A second player has the preset "lowest", which shows each frame
+// when it is decoded. Ends with the ratios of the medians.
 //
 // Usage: node bench/latency.js [--seconds N]
 
@@ -16,22 +17,20 @@ const { openPlayer } = require('../test/e2e/support/player');
 const { startChild } = require('../tools/rtmp/child');
 const { onPieces } = require('../tools/rtmp/output');
 const { startRtmpServer } = require('../tools/rtmp/rtmp_server');
+const { BITS, readCode } = require('./lib/frame_code');
+const { watchMachine } = require('./lib/machine_load');
 const { printTable, quantile } = require('./lib/numbers');
 
 const WIDTH = 1280;
 const HEIGHT = 720;
 const ROW = 16; // of those that carry the code
-const BITS = 32;
+const SETTLE_SECONDS = 15; // jitter buffers have found their size
+const LOWEST = JSON.stringify({ latency: { preset: 'lowest' } });
 
 /** @param {Buffer} row of luma @returns {number} milliseconds since the code in it was written */
 function ageOf(row) {
-  let code = 0;
-  for (let bit = 0; bit < BITS; bit += 1) {
-    const value = row[Math.floor(((bit + 0.5) * WIDTH) / BITS)];
-    if (value > 80 && value < 170) return Number.NaN; // a picture without a code
-    code = code * 2 + (value >= 170 ? 1 : 0);
-  }
-  return (Number(process.hrtime.bigint() / 1_000_000n) - code) % 2 ** BITS;
+  const now = Number(process.hrtime.bigint() / 1_000_000n);
+  return (now - readCode(row, WIDTH)) % 2 ** BITS; // NaN for a picture without a code
 }
 
 /** Has ffmpeg decode `url`, and hands over one row of each picture. */
@@ -59,23 +58,29 @@ async function main() {
   live.push.startPush(server.url());
   await pushed;
 
-  const player = openPlayer(live);
-  await player.play(server.url());
-  const ages = { player: [], ffmpeg: [] };
+  const players = { default: openPlayer(live) };
+  live.push.setExtraConfig(LOWEST);
+  players.lowest = openPlayer(live);
+  for (const player of Object.values(players)) await player.play(server.url());
+  const ages = { default: [], lowest: [], ffmpeg: [] };
   let measuring = false;
   const note = (name) => (row) => {
     const age = ageOf(row);
     if (measuring && Number.isFinite(age)) ages[name].push(age);
   };
   const peer = startPeer(server.url(), note('ffmpeg'));
+  const names = new Map(Object.entries(players).map(([name, { id }]) => [id, name]));
   live.push.addEventListener('onVideoRenderData', (frames) => {
     for (const { user_id: id, data_y: luma, data_y_len: size } of frames) {
-      if (id === player.id) note('player')(luma.subarray((ROW * size) / HEIGHT));
+      const name = names.get(id);
+      if (name) note(name)(luma.subarray((ROW * size) / HEIGHT));
     }
   });
-  await sleep(4000); // both have settled
+  await sleep(SETTLE_SECONDS * 1000);
   measuring = true;
+  const machine = watchMachine();
   await sleep(Number(values.seconds) * 1000);
+  console.log(`load, lateness of timers: ${machine.stop()}`);
   await peer.stop();
   await server.stop();
 
@@ -87,7 +92,8 @@ async function main() {
   printTable([
     ['capture to JavaScript, 1280x720', 'frames', 'median', '95 %', 'ratio'],
     row('ffmpeg decoding the same stream', ages.ffmpeg),
-    row('a player of this engine', ages.player),
+    row('a player of this engine', ages.default),
+    row('the same, preset "lowest"', ages.lowest),
   ]);
   process.exit();
 }

@@ -1,11 +1,13 @@
 'use strict';
 
 // Sixteen players of one 640x360 stream at 30 frames a second, all frames delivered to JavaScript:
-// how many arrive, and the processor time, against ffmpeg decoding the stream sixteen times to
-// nowhere. Ends with the ratio.
+// how many of each arrive, and the processor time, against ffmpeg decoding the stream sixteen times
+// to nowhere. They take turns. Ends with the ratio, and with --profile with where the time goes
+// (needs perf).
 //
-// Usage: node bench/players.js [--seconds N]
+// Usage: node bench/players.js [--seconds N] [--rounds N] [--profile] [--json FILE]
 
+const fs = require('node:fs');
 const path = require('node:path');
 const { once } = require('node:events');
 const { setTimeout: sleep } = require('node:timers/promises');
@@ -13,7 +15,9 @@ const { parseArgs } = require('node:util');
 const { startChild } = require('../tools/rtmp/child');
 const { startTestPublisher } = require('../tools/rtmp/publisher');
 const { startRtmpServer } = require('../tools/rtmp/rtmp_server');
-const { printTable } = require('./lib/numbers');
+const { watchMachine } = require('./lib/machine_load');
+const { printTable, quantile } = require('./lib/numbers');
+const { profileProcess } = require('./lib/profile');
 const { processorSeconds } = require('./lib/processor_time');
 
 const COUNT = 16;
@@ -26,15 +30,26 @@ async function coresOf(child, seconds) {
   return (processorSeconds(child.process.pid) - used) / ((performance.now() - began) / 1000);
 }
 
-async function measurePlayers(url, seconds) {
+/** Runs the players. `observe` is given their process while all of them play. */
+async function withPlayers(url, seconds, observe) {
   const program = path.join(__dirname, 'lib/play_process.js');
   const child = startChild('node', [program, url, String(seconds + 1)]);
-  const output = child.process.stdout.setEncoding('utf8');
-  await Promise.race([once(output, 'data'), child.ended.then((why) => Promise.reject(why))]);
-  const cores = await coresOf(child, seconds);
-  const [counts] = await once(output, 'data');
-  await child.stop();
-  return { cores, rates: JSON.parse(counts).map((count) => count / (seconds + 1)) };
+  try {
+    const output = child.process.stdout.setEncoding('utf8');
+    await Promise.race([once(output, 'data'), child.ended.then((why) => Promise.reject(why))]);
+    const counted = once(output, 'data');
+    const result = await observe(child);
+    const [text] = await counted;
+    return { result, rates: JSON.parse(text) };
+  } finally {
+    await child.stop();
+  }
+}
+
+async function measurePlayers(url, seconds) {
+  const machine = watchMachine();
+  const { result, rates } = await withPlayers(url, seconds, (child) => coresOf(child, seconds));
+  return { cores: result, rates, load: machine.stop() };
 }
 
 async function measurePeer(url, seconds) {
@@ -49,27 +64,58 @@ async function measurePeer(url, seconds) {
   return cores;
 }
 
+function report(players, peers) {
+  for (const { rates, load } of players) {
+    const mean = rates.reduce((sum, rate) => sum + rate, 0) / rates.length;
+    console.log(
+      `frames a second of each player in JavaScript: ${rates.map((rate) => rate.toFixed(1)).join(' ')}` +
+        `; mean ${mean.toFixed(2)}, least ${Math.min(...rates).toFixed(2)} (load, late: ${load})`,
+    );
+  }
+  const own = quantile(players.map(({ cores }) => cores));
+  const peer = quantile(peers);
+  printTable([
+    [`${COUNT} times 640x360 at 30/s`, 'cores (median)', 'ratio'],
+    ['ffmpeg, decoding only', peer.toFixed(3), '1.00'],
+    ['sixteen players', own.toFixed(3), (own / peer).toFixed(2)],
+  ]);
+}
+
 async function main() {
-  const { values } = parseArgs({ options: { seconds: { type: 'string', default: '10' } } });
+  const { values } = parseArgs({
+    options: {
+      seconds: { type: 'string', default: '10' },
+      rounds: { type: 'string', default: '2' },
+      profile: { type: 'boolean', default: false },
+      json: { type: 'string' },
+    },
+  });
   const seconds = Number(values.seconds);
   const server = await startRtmpServer();
   const publisher = startTestPublisher(server.url());
   try {
     while (!(await server.status()).publishing) await sleep(100);
-    const { cores, rates } = await measurePlayers(server.url(), seconds);
-    const peer = await measurePeer(server.url(), seconds);
-    console.log(
-      `frames a second of each player: ${rates.map((rate) => rate.toFixed(1)).join(' ')}`,
-    );
-    printTable([
-      [`${COUNT} times 640x360 at 30/s`, 'cores', 'ratio'],
-      ['ffmpeg, decoding only', peer.toFixed(3), '1.00'],
-      ['sixteen players', cores.toFixed(3), (cores / peer).toFixed(2)],
-    ]);
+    const players = [];
+    const peers = [];
+    for (let round = 0; round < Number(values.rounds); round += 1) {
+      players.push(await measurePlayers(server.url(), seconds));
+      peers.push(await measurePeer(server.url(), seconds));
+      console.error(`${players.at(-1).cores.toFixed(3)} cores, ffmpeg ${peers.at(-1).toFixed(3)}`);
+    }
+    report(players, peers);
+    if (values.json) fs.writeFileSync(values.json, JSON.stringify({ players, peers }, null, 1));
+    if (values.profile) {
+      const profile = (child) => profileProcess(child.process.pid, seconds);
+      const { result } = await withPlayers(server.url(), seconds, profile);
+      console.log(`\n${result}`);
+    }
   } finally {
     await publisher.stop();
     await server.stop();
   }
 }
 
-main();
+main().catch((error) => {
+  console.error(error);
+  process.exitCode = 1;
+});

@@ -1,13 +1,15 @@
 'use strict';
 
-// Plays one stream in sixteen players at once. After SECONDS it prints, as one JSON array, how many
-// frames of each player reached JavaScript.
+// Plays one stream in sixteen players at once. Prints "playing" when all of them do, and after SECONDS,
+// as one JSON array, how many frames a second of each player reached JavaScript.
 //
 // Usage: node play_process.js URL SECONDS
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { openLivePush } = require('../../test/e2e/support/live_push');
 const { openPlayer } = require('../../test/e2e/support/player');
+
+const SETTLE_SECONDS = 2; // the jitter buffers find their size
 
 async function main(url, seconds) {
   const live = openLivePush();
@@ -18,8 +20,12 @@ async function main(url, seconds) {
     for (const { user_id: id } of delivered) frames.set(id, frames.get(id) + 1);
   });
   process.stdout.write('playing\n');
-  await sleep(seconds * 1000);
-  process.stdout.write(`${JSON.stringify([...frames.values()])}\n`);
+  await sleep(SETTLE_SECONDS * 1000);
+  for (const id of frames.keys()) frames.set(id, 0);
+  const began = performance.now();
+  await sleep((seconds - SETTLE_SECONDS) * 1000);
+  const passed = (performance.now() - began) / 1000;
+  process.stdout.write(`${JSON.stringify([...frames.values()].map((count) => count / passed))}\n`);
 }
 
 main(process.argv[2], Number(process.argv[3]));

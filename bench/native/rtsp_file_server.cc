@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
   const bool tcp = std::string_view(argv[2]) == "tcp";
   GstRTSPServer* server = gst_rtsp_server_new();
   gst_rtsp_server_set_address(server, "127.0.0.1");
-  gst_rtsp_server_set_service(server, "0");  // any free port
+  gst_rtsp_server_set_service(server, argc > 4 ? argv[4] : "0");  // 0: any free port
   GstRTSPMediaFactory* factory = gst_rtsp_media_factory_new();
   const std::string launch = std::string("( filesrc location=") + argv[1] +
                              " ! qtdemux name=d d. ! queue ! h264parse ! "
