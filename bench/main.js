@@ -15,7 +15,10 @@ const BENCHMARKS = {
   publish_cost: ['node', 'bench/publish_cost.js'],
   latency: ['node', 'bench/latency.js'],
   players: ['node', 'bench/players.js'],
+  lip_sync: ['node', 'bench/lip_sync.js', '--plot', 'docs/images/lip-sync.svg'],
+  tone: ['node', 'bench/tone.js'],
 };
+const DEADLINE_SECONDS = 1800;
 
 async function main(names) {
   const unknown = names.find((name) => !(name in BENCHMARKS));
@@ -24,7 +27,7 @@ async function main(names) {
   for (const name of names.length > 0 ? names : Object.keys(BENCHMARKS)) {
     const [command, ...args] = BENCHMARKS[name];
     console.log(`\n=== ${name}\n`);
-    const { ok, reason } = await run(command, args, { deadlineSeconds: 600 });
+    const { ok, reason } = await run(command, args, { deadlineSeconds: DEADLINE_SECONDS });
     if (!ok) console.error(`${name}: ${reason}`);
     failed += ok ? 0 : 1;
   }
