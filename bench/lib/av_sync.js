@@ -4,6 +4,7 @@ const { BEEP_SECONDS, CLIP, PITCHES } = require('./av_clip');
 
 const FRAME_MS = 1000 / CLIP.fps;
 const BRIGHT = 128;
+const PITCH_TOLERANCE = 0.08;
 const TAIL_SECONDS = 1.5; // a flash that late may have its beep beyond the recording's end
 
 /**
@@ -24,8 +25,8 @@ function findBeeps({ samples, rate, startMs }) {
     if (Math.abs(samples[i]) < peak * 0.3) continue;
     if (i - lastLoud >= quiet && i + length < samples.length) {
       const hertz = pitchOf(samples.subarray(i, i + length), rate);
-      const pitch = nearest(PITCHES, hertz);
-      beeps.push({ ms: startMs + (i / rate) * 1000, pitch });
+      const pitch = PITCHES.findIndex((value) => Math.abs(hertz / value - 1) < PITCH_TOLERANCE);
+      if (pitch >= 0) beeps.push({ ms: startMs + (i / rate) * 1000, pitch }); // else it is torn
     }
     lastLoud = i;
   }
@@ -39,11 +40,6 @@ function pitchOf(samples, rate) {
     if (samples[i - 1] < 0 && samples[i] >= 0) rises.push(i);
   }
   return ((rises.length - 1) * rate) / (rises.at(-1) - rises[0]);
-}
-
-function nearest(list, wanted) {
-  const distances = list.map((value) => Math.abs(value - wanted));
-  return distances.indexOf(Math.min(...distances));
 }
 
 /**

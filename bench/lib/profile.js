@@ -5,6 +5,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { runChild } = require('../../tools/rtmp/child');
 
+// Title: perf's key, and how many lines are shown.
 const SORTS = {
   'by thread': ['comm', 14],
   'by library': ['dso', 14],
@@ -31,13 +32,25 @@ async function profileProcess(pid, seconds) {
     for (const [title, [key, lines]] of Object.entries(SORTS)) {
       const layout = ['--stdio', '--no-children', '--sort', key, '-i', file];
       const text = String(await runChild('perf', ['report', '-q', ...layout], deadline));
-      const rows = text.split('\n').filter((line) => /^\s*\d/.test(line));
-      tables.push([`${title}:`, ...rows.slice(0, lines)].join('\n'));
+      tables.push([`${title}:`, ...merged(text).slice(0, lines)].join('\n'));
     }
     return tables.join('\n\n');
   } finally {
     fs.rmSync(folder, { recursive: true, force: true });
   }
+}
+
+/** perf's rows, those that differ in a number only as one: threads of a kind are numbered. */
+function merged(text) {
+  const shares = new Map();
+  for (const line of text.split('\n')) {
+    const [, percent, rest] = line.match(/^\s*([\d.]+)%\s+(.*?)(?:\s+-\s+-)?\s*$/) ?? [];
+    if (!percent) continue;
+    const name = /0x/.test(rest) ? rest : rest.replace(/(?<=[a-z])\d+/g, 'N');
+    shares.set(name, (shares.get(name) ?? 0) + Number(percent));
+  }
+  const sorted = [...shares].sort(([, a], [, b]) => b - a);
+  return sorted.map(([name, share]) => `${share.toFixed(1).padStart(6)} %  ${name}`);
 }
 
 module.exports = { profileProcess };
