@@ -15,7 +15,7 @@ const BENCHMARKS = {
   publish_cost: ['node', 'bench/publish_cost.js'],
   latency: ['node', 'bench/latency.js'],
   players: ['node', 'bench/players.js'],
-  lip_sync: ['node', 'bench/lip_sync.js', '--plot', 'docs/images/lip-sync.svg'],
+  lip_sync: ['node', 'bench/lip_sync.js'],
   tone: ['node', 'bench/tone.js'],
 };
 const DEADLINE_SECONDS = 1800;
