@@ -56,7 +56,7 @@ async function main() {
     print(row, result, count, runnable.length);
     if (json) fs.writeFileSync(json, JSON.stringify(results, null, 1));
   };
-  const suite = await openSuite({ jobs, peers });
+  const suite = await openSuite({ peers });
   const waiting = [...runnable];
   const work = async () => {
     for (let row = waiting.shift(); row; row = waiting.shift()) onResult(row, await suite.run(row));
@@ -64,7 +64,7 @@ async function main() {
   // Ctrl-C ends the run in order, after the rows that are under way; twice, at once.
   process.once('SIGINT', () => waiting.splice(0));
   await Promise.all(Array.from({ length: jobs }, work));
-  await suite.close();
+  suite.close();
   if (values['update-docs']) {
     const before = fs.existsSync(PAGE) ? fs.readFileSync(PAGE, 'utf8') : '';
     fs.writeFileSync(PAGE, writePage(readRows(), results, before));

@@ -18,7 +18,7 @@ const ALLOWANCE = { firstFrameMs: 300, silenceMs: 60 };
 describe('playing what others send', { timeout: 240_000, concurrency: JOBS }, () => {
   let suite;
   before(async () => {
-    suite = await openSuite({ jobs: JOBS, peers: peersThere(), allowance: ALLOWANCE });
+    suite = await openSuite({ peers: peersThere(), allowance: ALLOWANCE });
   });
   after(() => suite.close());
 

@@ -1,7 +1,7 @@
 'use strict';
 
-// Monitors the audio that players play: a PulseAudio daemon without devices, with a null sink for
-// each player, and a recorder on the monitor of each sink.
+// Monitors the audio that a player plays: a PulseAudio daemon without devices, with a null sink and
+// a recorder on its monitor.
 
 const fs = require('node:fs');
 const os = require('node:os');
@@ -16,44 +16,51 @@ const PIECE_MS = 10;
 const PIECE = (RATE * PIECE_MS) / 1000;
 const AUDIBLE = 300; // of 32767; the clips' tones have 8192
 const KEPT_SECONDS = 60;
+const SINK = 'out';
 
-/** @param {number} outputs the number of players that play at a time */
-async function startAudioServer(outputs) {
+/**
+ * An audio server for one player. A server of its own: PulseAudio may abort when a client of it is
+ * killed.
+ *
+ * @returns {Promise<{env: NodeJS.ProcessEnv, between: Function, stop: () => Promise<void>}>} `env`
+ *   is for the player's environment
+ */
+async function startAudioServer() {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-audio-'));
   const socket = path.join(folder, 'socket');
-  const names = Array.from({ length: outputs }, (_, index) => `out${index}`);
-  const sinks = names.map((name) => `module-null-sink sink_name=${name} rate=${RATE}`);
   const daemon = startChild('env', [
     ...[`HOME=${folder}`, `XDG_RUNTIME_DIR=${folder}`, 'pulseaudio', '-n', '--daemonize=no'],
     ...['--exit-idle-time=-1', '--use-pid-file=no', '--disallow-exit', '--log-level=error'],
     // On a busy machine the kernel ends real-time threads that use too much.
-    ...['--realtime=no', '--high-priority=no'],
+    ...['--realtime=no', '--high-priority=no', '--disable-shm=yes'],
     ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${socket}`],
-    ...sinks.flatMap((sink) => ['-L', sink]),
+    ...['-L', `module-null-sink sink_name=${SINK} rate=${RATE}`],
   ]);
-  const env = { PULSE_SERVER: `unix:${socket}` };
+  daemon.process.stdout.resume();
   let ended;
   daemon.ended.then((reason) => {
     ended = reason;
   });
-  while (!fs.existsSync(socket)) {
-    if (ended) throw new Error(`no audio server: ${ended}`);
-    await sleep(20);
-  }
-  const recorders = names.map((name) => startRecorder(name, env));
-  await Promise.all(recorders.map((recorder) => recorder.ready));
-
+  const check = () => {
+    if (ended) throw new Error(`the audio server: ${ended}`);
+  };
+  for (; !fs.existsSync(socket); await sleep(20)) check();
+  const env = { PULSE_SERVER: `unix:${socket}` };
+  const recorder = await startRecorder(env);
   return {
-    /** @throws {Error} when the daemon has ended */
-    check() {
-      if (ended) throw new Error(`the audio server: ${ended}`);
+    env,
+    /**
+     * What was played between two times of the wall clock.
+     *
+     * @returns {AudibleAudio}
+     * @throws {Error} when the server has ended
+     */
+    between(from, to) {
+      check();
+      return recorder.between(from, to);
     },
-    /** For the environment of the player that uses that sink. */
-    environment: (index) => ({ ...env, PULSE_SINK: names[index] }),
-    /** @returns {Recorder} */
-    recorder: (index) => recorders[index],
     async stop() {
-      for (const recorder of recorders) await recorder.stop();
+      await recorder.stop();
       await daemon.stop();
       fs.rmSync(folder, { recursive: true, force: true });
     },
@@ -68,12 +75,12 @@ async function startAudioServer(outputs) {
  * @property {number[]} pitch Hz, left and right, of the last two audible seconds
  */
 
-function startRecorder(name, env) {
+async function startRecorder(env) {
   const format = ['--format=s16le', `--rate=${RATE}`, `--channels=${CHANNELS}`];
   const variables = Object.entries(env).map(([key, value]) => `${key}=${value}`);
   const child = startChild('env', [
     ...variables,
-    ...['parec', `--device=${name}.monitor`, ...format, '--latency-msec=20'],
+    ...['parec', `--device=${SINK}.monitor`, ...format, '--latency-msec=20'],
   ]);
   const pieces = [];
   let rest = Buffer.alloc(0);
@@ -95,9 +102,8 @@ function startRecorder(name, env) {
     rest = rest.subarray(count * bytes);
     pieces.splice(0, Math.max(0, pieces.length - (KEPT_SECONDS * 1000) / PIECE_MS));
   });
+  await Promise.race([ready, child.ended]);
   return {
-    ready,
-    /** What was played between two times of the wall clock. @returns {AudibleAudio} */
     between: (from, to) =>
       analyse(
         pieces.filter(({ at }) => at >= from && at < to),

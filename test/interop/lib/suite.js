@@ -16,33 +16,25 @@ const SECONDS = 4; // of each stream: one to settle, three to be counted
 const TIMEOUT_SECONDS = 20;
 
 /**
- * Shared by all rows: the audio server, a certificate, the reference's start-up time.
+ * Shared by all rows: a certificate, the reference's start-up time.
  *
  * @param {object} options
- * @param {number} options.jobs how many rows are played at a time
  * @param {Set<string>} options.peers the optional peers that are there
  * @param {import('./judge').Allowance} [options.allowance] for a busy machine
  */
-async function openSuite({ jobs, peers, allowance = {} }) {
+async function openSuite({ peers, allowance = {} }) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'interop-'));
-  const audioServer = (await hasAudioServer()) ? await startAudioServer(jobs) : undefined;
   const shared = {
-    ...{ peers, audioServer, allowance },
+    ...{ peers, allowance },
+    hasAudioServer: await hasAudioServer(),
     identity: await makeCertificate(folder),
     startupMs: await measureStartup(),
     warmUpClip: await clipOf(readMedia('h264 + aac')),
   };
-  const freeSlots = Array.from({ length: jobs }, (_, slot) => slot);
   return {
-    /** Plays one row; `jobs` of them may be under way. Never rejects. */
-    async run(row) {
-      const slot = freeSlots.pop();
-      const result = await runRow(row, { ...shared, slot });
-      freeSlots.push(slot);
-      return result;
-    },
-    async close() {
-      await audioServer?.stop();
+    /** Plays one row; some may be under way at a time. Never rejects. */
+    run: (row) => runRow(row, shared),
+    close() {
       fs.rmSync(folder, { recursive: true, force: true });
     },
   };
@@ -80,9 +72,10 @@ async function runRow(row, shared) {
 async function playRow(row, shared, context) {
   const media = readMedia(row.media);
   await clipOf(media);
-  const environment = shared.audioServer?.environment(shared.slot) ?? {};
+  const audioServer = shared.hasAudioServer ? await startAudioServer() : undefined;
+  context.atEnd(() => audioServer?.stop());
   const [player, source] = await Promise.all([
-    openOurPlayer(environment, shared.warmUpClip, shared.identity.file),
+    openOurPlayer(audioServer?.env ?? {}, shared.warmUpClip, shared.identity.file),
     row.route.start(media, context),
   ]);
   context.atEnd(() => player.stop());
@@ -98,21 +91,18 @@ async function playRow(row, shared, context) {
     hasFfmpeg8: shared.peers.has('node-av'),
     newest: (row.route.needs ?? []).includes('node-av'),
   };
-  const { ours, audible, reference } = await playBoth(
-    player,
-    order,
-    source,
-    media,
-    options,
-    shared,
-  );
+  const play = async () => {
+    const ours = await player.play(order);
+    return { ours, audible: audioServer?.between(ours.startedAt, ours.startedAt + ours.endMs) };
+  };
+  const { ours, audible, reference } = await playBoth(play, source, media, options);
   const { firstFrameMs = 0, silenceMs } = shared.allowance;
   const allowance = { firstFrameMs: firstFrameMs + (source.allowanceMs ?? 0), silenceMs };
   return judge(media, ours, audible, reference, allowance);
 }
 
 /** Both begin at the same time, unless the source serves one player at a time. */
-async function playBoth(player, order, source, media, options, shared) {
+async function playBoth(play, source, media, options) {
   const startReference = () => {
     let onStart;
     const started = new Promise((resolve) => {
@@ -127,12 +117,9 @@ async function playBoth(player, order, source, media, options, shared) {
     reference = startReference();
     await reference.started;
   }
-  const ours = await player.play(order);
-  const recorder = shared.audioServer?.recorder(shared.slot);
-  const audible = recorder?.between(ours.startedAt, ours.startedAt + ours.endMs);
-  shared.audioServer?.check();
+  const played = await play();
   reference ??= startReference();
-  return { ours, audible, reference: await reference.report };
+  return { ...played, reference: await reference.report };
 }
 
 module.exports = { openSuite };
