@@ -31,7 +31,8 @@ const VIDEO_ENCODERS = {
   av1: ['libsvtav1', '-preset', '12', '-crf', '40'],
   mpeg2: ['mpeg2video', '-b:v', '1500k'],
   mpeg4: ['mpeg4', '-q:v', '4'],
-  mjpeg: ['mjpeg', '-q:v', '5'],
+  // RTP leaves the usual Huffman tables out.
+  mjpeg: ['mjpeg', '-q:v', '5', '-huffman', 'default'],
   theora: ['libtheora', '-q:v', '7'],
 };
 

@@ -90,6 +90,7 @@ function readMedia(words) {
   const audioCodec = list.find((word) => AUDIO_CODECS.includes(word));
   if (videoCodec) media.video = { codec: videoCodec, ...VIDEO_DEFAULTS, fps: [30] };
   if (audioCodec) media.audio = { codec: audioCodec, rate: 48_000, channels: 2 };
+  if (videoCodec === 'mjpeg') media.video.pixels = 'yuvj420p';
   for (const word of list) {
     if (word === videoCodec || word === audioCodec) continue;
     const [pattern, apply] = WORDS.find(([each]) => each.test(word)) ?? [];

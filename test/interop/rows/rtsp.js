@@ -19,7 +19,7 @@ const table = [
     'vp9 + opus',
     'h264 + mp3',
     'h264 + pcmu 8k mono',
-    'mjpeg',
+    'mjpeg 320x176',
   ],
   ['RTSP, UDP', 'vlc', 'h264 + aac', 'h264 b-frames + aac video-first', 'aac 44.1k', 'h264 + mp3'],
   [
