@@ -10,9 +10,12 @@ const LIMITS = {
   deliveredRate: 0.2, // JavaScript takes the newest frame every 33 ms
   silenceMs: 60,
   pitch: 0.02,
-  colour: 30, // Y, U and V; either matrix is near enough
+  colour: 10, // Y, U and V
   combing: 400,
 };
+
+// All frames are delivered in this form, whatever was sent.
+const DELIVERED_MATRIX = 'bt709';
 
 const TONES = [440, 660];
 const POLL_INTERVAL = 33; // ms between two polls for frames
@@ -57,7 +60,7 @@ function judge(media, ours, audible, reference, allowance = {}) {
     Math.max(LIMITS.firstFrameFactor * peer, LIMITS.firstFrameMs) + (allowance.firstFrameMs ?? 0);
   if (first > limit) reasons.push(`first frame after ${first} ms, reference ${peer} ms`);
   const played = reference.videoFrames + reference.audioSamples > 0;
-  const result = played ? (reasons.length > 0 ? 'failed' : 'ok') : 'no reference';
+  const result = played || ours.crash ? (reasons.length > 0 ? 'failed' : 'ok') : 'no reference';
   return { result, reasons, remarks: remarks(media, reference), ours: figures, reference };
 }
 
@@ -125,7 +128,7 @@ function videoReasons({ video }, figures, ours, reference) {
 
 function contentReasons(video, figures) {
   const reasons = [];
-  const wanted = shownQuarters(video.rotation).map((rgb) => toYuv(rgb, 'smpte170m'));
+  const wanted = shownQuarters(video.rotation).map((rgb) => toYuv(rgb, DELIVERED_MATRIX));
   const off = figures.quarters.map((quarter, index) =>
     Math.max(...quarter.map((value, plane) => Math.abs(value - wanted[index][plane]))),
   );
