@@ -2,8 +2,10 @@
 
 // Plays streams of other programs and reports which of them play.
 //
-// Usage: node test/interop/main.js [--only REGEX] [--quick] [--jobs N] [--json FILE]
-//                                  [--update-docs] [--list]
+// Usage: node test/interop/main.js [--only REGEX] [--quick] [--list] [--jobs N] [--retries N]
+//                                  [--json FILE] [--update-docs]
+//   --retries N  plays a row that fails up to N times more, which the result then says: for a
+//                machine that does other things as well
 
 const fs = require('node:fs');
 const { parseArgs } = require('node:util');
@@ -18,6 +20,7 @@ function readArguments() {
       only: { type: 'string', default: '' },
       quick: { type: 'boolean' },
       jobs: { type: 'string', default: '2' },
+      retries: { type: 'string', default: '0' },
       json: { type: 'string' },
       list: { type: 'boolean' },
       'update-docs': { type: 'boolean' },
@@ -26,7 +29,19 @@ function readArguments() {
   const pattern = new RegExp(values.only);
   const rows = readRows().filter((row) => pattern.test(row.name) && (!values.quick || row.quick));
   if (rows.length === 0) throw new Error('no such row');
-  return { ...values, rows, jobs: Number(values.jobs) };
+  return { ...values, rows, jobs: Number(values.jobs), retries: Number(values.retries) };
+}
+
+/** Plays a row until it does not fail, or often enough. */
+async function runOften(suite, row, retries) {
+  const first = await suite.run(row);
+  let result = first;
+  for (let attempt = 2; result.result === 'failed' && attempt <= retries + 1; attempt += 1) {
+    result = await suite.run(row);
+    if (result.result === 'failed') continue;
+    result.remarks.push(`attempt ${attempt}, the first: ${first.reasons.join('; ')}`);
+  }
+  return result;
 }
 
 const figure = (value, unit) => (value === undefined ? '-' : `${value} ${unit}`);
@@ -41,7 +56,7 @@ function print({ name }, { result, reasons, remarks, ours, reference, seconds },
 }
 
 async function main() {
-  const { rows, jobs, json, list, ...values } = readArguments();
+  const { rows, jobs, retries, json, list, ...values } = readArguments();
   if (list) {
     for (const { name } of rows) console.log(name);
     return;
@@ -59,7 +74,8 @@ async function main() {
   const suite = await openSuite({ peers });
   const waiting = [...runnable];
   const work = async () => {
-    for (let row = waiting.shift(); row; row = waiting.shift()) onResult(row, await suite.run(row));
+    for (let row = waiting.shift(); row; row = waiting.shift())
+      onResult(row, await runOften(suite, row, retries));
   };
   // Ctrl-C ends the run in order, after the rows that are under way; twice, at once.
   process.once('SIGINT', () => waiting.splice(0));
