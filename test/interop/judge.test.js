@@ -52,7 +52,7 @@ function report({ steps = Array.from({ length: 40 }, (_, step) => step), frame, 
   };
 }
 
-const AUDIBLE = { firstMs: 80, silenceMs: 0, gaps: 0, pitch: [440, 660] };
+const AUDIBLE = { firstMs: 80, silenceMs: 0, gaps: [], pitch: [440, 660] };
 
 function reasonsOf(ours, { audible = AUDIBLE, words = 'h264 + aac', reference = REFERENCE } = {}) {
   return judge(readMedia(words), ours, audible, reference);
@@ -99,10 +99,13 @@ describe('a row', () => {
   });
 
   const broken = {
-    'torn audio': [{ ...AUDIBLE, silenceMs: 200, gaps: 4 }, /200 ms silent in 4 gaps/],
+    'torn audio': [
+      { ...AUDIBLE, silenceMs: 200, gaps: [1100, 2500] },
+      /200 ms silent, gaps at 1.1, 2.5 s/,
+    ],
     'audio at a wrong rate': [{ ...AUDIBLE, pitch: [404, 606] }, /tones of 404 and 606 Hz/],
     'swapped channels': [{ ...AUDIBLE, pitch: [660, 440] }, /tones of 660 and 440 Hz/],
-    silence: [{ silenceMs: 0, gaps: 0, pitch: [0, 0] }, /no audio is audible/],
+    silence: [{ silenceMs: 0, gaps: [], pitch: [0, 0] }, /no audio is audible/],
   };
   for (const [name, [audible, pattern]] of Object.entries(broken)) {
     it(`fails with ${name}`, () => {

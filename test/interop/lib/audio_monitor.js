@@ -71,7 +71,7 @@ async function startAudioServer() {
  * @typedef {object} AudibleAudio
  * @property {number} [firstMs] from `from` until something was audible
  * @property {number} silenceMs how much of the time after that was silent
- * @property {number} gaps how many breaks that silence is made of
+ * @property {number[]} gaps when each break of the audio began, in milliseconds since `from`
  * @property {number[]} pitch Hz, left and right, of the last two audible seconds
  */
 
@@ -117,13 +117,15 @@ async function startRecorder(env) {
 function analyse(pieces, from) {
   const audible = pieces.map(({ data }) => peak(data) > AUDIBLE);
   const first = audible.indexOf(true);
-  if (first < 0) return { silenceMs: 0, gaps: 0, pitch: [0, 0] };
+  if (first < 0) return { silenceMs: 0, gaps: [], pitch: [0, 0] };
   const after = audible.slice(first, audible.lastIndexOf(true) + 1);
   const tail = pieces.filter((_piece, index) => audible[index]).slice(-2000 / PIECE_MS);
   return {
     firstMs: pieces[first].at - from,
     silenceMs: (pieces.length - first - after.filter(Boolean).length) * PIECE_MS,
-    gaps: after.filter((value, index) => !value && after[index - 1]).length,
+    gaps: after.flatMap((value, index) => {
+      return !value && after[index - 1] ? [pieces[first + index].at - from] : [];
+    }),
     pitch: [0, 1].map((channel) => pitch(tail, channel)),
   };
 }

@@ -147,8 +147,9 @@ function audioReasons({ audio }, figures, reference, allowance) {
   if (!(figures.audioKbps > 0)) reasons.push('no audio in the statistics');
   if (!audible) return reasons;
   if (audible.firstMs === undefined) return [...reasons, 'no audio is audible'];
+  const gapTimes = `${audible.gaps.map((ms) => round(ms / 1000)).join(', ') || 'the end'}`;
   if (audible.silenceMs > LIMITS.silenceMs + (allowance.silenceMs ?? 0)) {
-    reasons.push(`torn audio: ${audible.silenceMs} ms silent in ${audible.gaps} gaps`);
+    reasons.push(`torn audio: ${audible.silenceMs} ms silent, gaps at ${gapTimes} s`);
   }
   const wanted = audio.channels === 1 ? [TONES[0], TONES[0]] : TONES;
   const wrong = wanted.some(

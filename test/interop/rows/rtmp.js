@@ -38,7 +38,7 @@ const table = [
     'h264 + aac',
     'h264 b-frames + aac video-first',
     'h264 60fps + aac mono',
-    'h264 + mp3',
+    'h264 + mp3 44.1k',
   ],
   ['rtmp', 'FFmpeg 8, nginx', 'h264 b-frames + aac video-first', 'hevc + aac'],
   [
