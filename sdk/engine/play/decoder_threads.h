@@ -4,8 +4,9 @@
 //   frames  several frames at once: every thread but the first delays the output by one frame
 //
 // Small streams get one thread. Other files and the like are decoded with frame threads, since
-// nobody waits for a frame. Other live streams get slice threads while one core is fast enough for their size, and then as few frame threads as
-// are. Decoders whose threads never delay anything always get several.
+// nobody waits for a frame. Other live streams get slice threads while one core is fast enough for
+// their size, and then as few frame threads as are. Decoders whose threads never delay anything
+// always get several.
 //
 // Thread: chooseDecoderThreads any; tuneDecoderThreads before the decoder gets its caps.
 // Ownership: tuneDecoderThreads leaves a probe on the decoder's sink pad, which lives as long.

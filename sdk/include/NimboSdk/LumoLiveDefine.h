@@ -211,9 +211,9 @@ struct LumoLiveUserVolumeInfo {
 //
 // Captured or played, each frame has one form: BT.709 matrix, limited range (luma 16 to 235, chroma
 // 16 to 240), BT.709 primaries and transfer, chroma sited left (level with the left luma sample of
-// each pair, between the two rows), square pixels, progressive. Sources that differ are converted by
-// matrix, range and siting. Primaries and transfer are not converted: BT.601 differs too little to
-// see, and BT.2020 with PQ or HLG looks pale.
+// each pair, between the two rows), square pixels, progressive. Sources that differ are converted
+// by matrix, range and siting. Primaries and transfer are not converted: BT.601 differs too little
+// to see, and BT.2020 with PQ or HLG looks pale.
 //
 // A played frame whose width is no multiple of 8 comes padded to the next one: its last column is
 // repeated, and `width` counts the padding. A captured frame is as wide as was asked for.
