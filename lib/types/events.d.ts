@@ -179,9 +179,9 @@ export interface EventMap {
   onReceivedRemoteVideoSample: [sample: never];
   /**
    * New raw pictures of one owner, the camera's before the screen's; sometimes none. A thread looks
-   * for them every 33 ms; of pictures that came in between only the newest arrives. So a stream of
-   * 30 a second loses some where they come unevenly, as from a network: 24 to 30 arrive. Frames are
-   * delivered from the first registration of this event on.
+   * for them every 33 ms; of pictures that came in between only the newest arrives. Players
+   * hand out their frames evenly, so nearly all of a stream of 30 a second arrive; a busy machine
+   * loses some. Frames are delivered from the first registration of this event on.
    */
   onVideoRenderData: [frames: VideoFrame[]];
   /** The add-on's own error: -101, a method was called with arguments of wrong number or type. */
