@@ -143,7 +143,7 @@ PlayOutcome PlayRunner::State::work() {
   }
   pipeline->play();  // the reason of a failure is a message
   if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
-  const PlayOutcome outcome = follow(*pipeline);
+  PlayOutcome outcome = follow(*pipeline);
   if (feed) feed->stop();
   return outcome;
 }

@@ -13,16 +13,16 @@ using Clock = std::chrono::steady_clock;
 
 // What may be decoded ahead. Live media are all decoded as they come, up to this memory; the rest
 // waits undecoded.
-constexpr gsize kMostVideoBytes = 64 * 1024 * 1024;
+constexpr gsize kMostVideoBytes = gsize{64} * 1024 * 1024;
 constexpr std::size_t kMostTimedFrames = 12;
 constexpr std::size_t kMostFrames = 120;
 // Frames that are due as soon as they are decoded are left out only when the receiver is too slow.
 constexpr std::size_t kMostImmediateFrames = 8;
-constexpr gsize kMostAudioBytes = 48'000 * 4 * 3;  // 3 s
+constexpr gsize kMostAudioBytes = gsize{48'000} * 4 * 3;  // 3 s
 // Audio is handed over so much earlier where the thread is awake anyway: a wake-up costs more than
 // the piece.
 constexpr auto kAudioEarly = 25ms;
-constexpr gsize kMostTimedAudioBytes = 48'000 * 4 / 2;  // 0.5 s
+constexpr gsize kMostTimedAudioBytes = gsize{48'000} * 4 / 2;  // 0.5 s
 
 }  // namespace
 
