@@ -1,8 +1,9 @@
 'use strict';
 
 // Runs the whole test suite: lint, C++ tests, JavaScript tests with the scripted SDK, end-to-end
-// tests with the default SDK, the quick rows of the interoperability suite. Every stage runs whatever the ones before came to. The last line is
-// `N passed, N failed` for all together; the exit code is 0 when nothing failed.
+// tests with the default SDK, the quick rows of the interoperability suite. Every stage runs
+// whatever the ones before came to. The last line is `N passed, N failed` for all together; the
+// exit code is 0 when nothing failed.
 //
 // Usage: node tools/test.js [--sanitizer asan|tsan] [--only lint|cpp|js|e2e|interop]... [--cpp PATTERN]
 //                           [FILE...]
