@@ -27,6 +27,9 @@ void PlayOutput::deliverVideo(GstPtr<GstSample> sample, GstClockTime timestamp) 
 
 void PlayOutput::deliverAudio(GstBuffer* buffer, GstClockTime timestamp) {
   meter.addSound();
+  // PCM passes no decoder in front of which it is counted.
+  if (!audioWasRaw_) audioWasRaw_ = meter.counts().audioBytes == 0;
+  if (*audioWasRaw_) meter.addEncoded(Media::kAudio, gst_buffer_get_size(buffer));
   presenter_.pushAudio(share(buffer), std::chrono::nanoseconds(timestamp));
 }
 

@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 
 #include "NimboSdk/LumoLiveDefine.h"
 #include "media/frame_normalizer.h"
@@ -65,6 +66,7 @@ class PlayOutput {
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
 
   FrameNormalizer normalizer_{FrameNormalizer::Use::kWrite};  // used by deliverVideo only
+  std::optional<bool> audioWasRaw_;                           // used by deliverAudio only
 
   Presenter presenter_;  // ends first: it calls the handlers
 };
