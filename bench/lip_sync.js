@@ -49,12 +49,14 @@ async function measureProtocol(protocol, { clips, sound, names, seconds, settleS
     const players = await Promise.all(
       names.map((name, index) => startObservedPlayer(sound, name, source.url(index))),
     );
+    const machine = watchMachine();
     await sleep((seconds + settleSeconds) * 1000 + 2000);
+    const load = machine.stop();
     const results = {};
     for (const [index, name] of names.entries()) {
       const observed = await players[index].stop();
       const options = { recorderOffsetMs: offset, settleSeconds };
-      results[name] = { ...measureSync(observed, options), errors: observed.errors };
+      results[name] = { ...measureSync(observed, options), load, errors: observed.errors };
     }
     return results;
   } finally {
@@ -64,13 +66,13 @@ async function measureProtocol(protocol, { clips, sound, names, seconds, settleS
 
 const number = (value, digits = 1) => (Number.isFinite(value) ? value.toFixed(digits) : '-');
 
-function tableRow(protocol, load, name, result) {
+function tableRow(protocol, name, result) {
   const { offset = {}, driftPerMinute, fps, intervalDeviation } = result;
   return [
     ...[protocol, name, number(offset.mean), number(offset.deviation)],
     ...[number(offset.min), number(offset.max), number(driftPerMinute), number(fps, 2)],
     ...[number(intervalDeviation), result.missingFlashes, result.missingBeeps],
-    ...[load, result.errors[0]?.split('\n')[0].slice(0, 40) ?? ''],
+    ...[result.load, result.errors[0]?.split('\n')[0].slice(0, 40) ?? ''],
   ];
 }
 
@@ -101,12 +103,10 @@ async function main() {
     const rows = [HEAD];
     const results = {};
     for (const protocol of values.protocols.split(',')) {
-      const machine = watchMachine();
       const options = { clips, sound, names, seconds, settleSeconds, offset: calibration.mean };
       results[protocol] = await measureProtocol(protocol, options);
-      const load = machine.stop();
       for (const name of names) {
-        rows.push(tableRow(protocol, load, name, results[protocol][name]));
+        rows.push(tableRow(protocol, name, results[protocol][name]));
         console.error(rows.at(-1).join('  '));
       }
     }

@@ -53,11 +53,13 @@ async function measureProtocol(protocol, { clip, sound, names, seconds, pace }) 
     const players = await Promise.all(
       names.map((name, index) => startObservedPlayer(sound, name, source.url(index))),
     );
+    const machine = watchMachine();
     await sleep((seconds + SETTLE_SECONDS) * 1000 + 1500);
+    const load = machine.stop();
     const results = {};
     for (const [index, name] of names.entries()) {
       const { frames, recording, errors } = await players[index].stop();
-      results[name] = { errors, latencyChange: latencyChange(frames, pace) };
+      results[name] = { errors, load, latencyChange: latencyChange(frames, pace) };
       try {
         Object.assign(results[name], examineTone(recording, { settleSeconds: SETTLE_SECONDS }));
       } catch (error) {
@@ -72,11 +74,11 @@ async function measureProtocol(protocol, { clip, sound, names, seconds, pace }) 
 
 const number = (value) => (Number.isFinite(value) ? value.toFixed(1) : '-');
 
-function tableRow(protocol, load, name, result) {
+function tableRow(protocol, name, result) {
   return [
     ...[protocol, name, number(result.seconds), result.gaps?.length ?? '-'],
     ...[number(result.silenceMs), result.jumps?.length ?? '-', number(result.latencyChange)],
-    ...[load, result.errors[0]?.split('\n')[0].slice(0, 40) ?? ''],
+    ...[result.load, result.errors[0]?.split('\n')[0].slice(0, 40) ?? ''],
   ];
 }
 
@@ -96,11 +98,9 @@ async function main() {
     const rows = [[...HEAD, 'load, late', 'error']];
     const results = {};
     for (const protocol of values.protocols.split(',')) {
-      const machine = watchMachine();
       results[protocol] = await measureProtocol(protocol, { clip, sound, names, seconds, pace });
-      const load = machine.stop();
       for (const name of names) {
-        rows.push(tableRow(protocol, load, name, results[protocol][name]));
+        rows.push(tableRow(protocol, name, results[protocol][name]));
         console.error(rows.at(-1).join('  '));
       }
     }
