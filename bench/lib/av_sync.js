@@ -18,13 +18,13 @@ function findBeeps({ samples, rate, startMs }) {
   const peak = samples.reduce((most, value) => Math.max(most, Math.abs(value)), 0);
   if (peak < 0.05) return [];
   const quiet = Math.round(rate * 0.2);
-  const length = Math.round(rate * BEEP_SECONDS);
+  const length = Math.round(rate * BEEP_SECONDS); // around its ends, what a codec makes of silence
   const beeps = [];
   let lastLoud = -quiet;
   for (let i = 0; i < samples.length; i += 1) {
     if (Math.abs(samples[i]) < peak * 0.3) continue;
     if (i - lastLoud >= quiet && i + length < samples.length) {
-      const hertz = pitchOf(samples.subarray(i, i + length), rate);
+      const hertz = pitchOf(samples.subarray(i + length * 0.15, i + length * 0.75), rate);
       const pitch = PITCHES.findIndex((value) => Math.abs(hertz / value - 1) < PITCH_TOLERANCE);
       if (pitch >= 0) beeps.push({ ms: startMs + (i / rate) * 1000, pitch }); // else it is torn
     }

@@ -17,6 +17,8 @@ async function startSoundServer() {
   const server = `unix:${socket}`;
   const child = startChild('env', [
     ...[`HOME=${folder}`, `XDG_RUNTIME_DIR=${folder}`, 'pulseaudio', '-n', '--daemonize=no'],
+    // With real-time priority it would be killed for a busy machine's stalls.
+    ...['--realtime=no', '--high-priority=no'],
     ...['--exit-idle-time=-1', '--use-pid-file=no', '--disallow-exit', '--log-level=error'],
     ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${socket}`],
     ...['-L', 'module-null-sink sink_name=default_output rate=48000'],
