@@ -80,7 +80,8 @@ How to run it: [building.md](building.md#interoperability).`,
 number (within ${LIMITS.rate * 100} %), order, size and colour; audio with the right tones in both
 channels and at most ${LIMITS.silenceMs} ms of silence; the first frame within
 ${LIMITS.firstFrameMs} ms, or ${LIMITS.firstFrameFactor} times the reference's time. Neither time
-includes loading libraries. "no reference": the reference does not play it either.`,
+includes loading libraries. "no reference": the reference does not play it either.
+"attempt 2": the row failed at first, for the reason that follows.`,
     `Media: frames are 320x180, 30 a second, progressive, with a key frame a second, audio is 48 kHz
 in stereo, unless a row says otherwise. "video-first" streams begin with one frame and then
 alternate, "late" ones come a second later.`,
