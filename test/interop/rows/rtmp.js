@@ -78,7 +78,7 @@ const table = [
   [
     'rtmp',
     'ffmpeg listening',
-    'h264 + aac video-first',
+    '* h264 + aac video-first',
     'h264 b-frames gop2s + aac video-first',
     'h264 + aac audio-first 44.1k mono',
     'h264 b-frames',

@@ -14,7 +14,7 @@ const table = [
     'aac',
     'h264 25fps + aac 44.1k mono',
     'h264 vfr + aac',
-    'h264 tff + mp2',
+    '* h264 tff + mp2',
     'h264 180x320 b-frames + aac',
     'h264 10bit + aac',
     'h264 + mp3',
