@@ -44,8 +44,8 @@ struct Beeper {
   }
 };
 
-// When the sample that is written next will be heard: the server's time of playing is asked for
-// anew, so that nothing is extrapolated.
+// When the sample that is written next will be heard. The server is asked for its time of playing
+// each time, so that nothing is extrapolated.
 void onTimingUpdate(pa_stream* stream, int ok, void* data) {
   const auto& beeper = *static_cast<Beeper*>(data);
   pa_usec_t latency = 0;
