@@ -30,7 +30,7 @@ const LOWEST = JSON.stringify({ latency: { preset: 'lowest' } });
 /** @param {Buffer} row of luma @returns {number} milliseconds since the code in it was written */
 function ageOf(row) {
   const now = Number(process.hrtime.bigint() / 1_000_000n);
-  return (now - readCode(row, WIDTH)) % 2 ** BITS; // NaN for a picture without a code
+  return (now - readCode(row, WIDTH)) % 2 ** BITS; // NaN for a frame without a code
 }
 
 /** Has ffmpeg decode `url`, and hands over one row of each picture. */

@@ -9,7 +9,7 @@
 
 namespace NimboEngine {
 
-// The shape of captured pictures, which have the form of media/frame_form.h.
+// The shape of captured frames, which have the form of media/frame_form.h.
 struct VideoFormat {
   int width = 0;
   int height = 0;
