@@ -44,6 +44,12 @@ bool isPlanar420(const GstVideoInfo& info) {
          GST_VIDEO_INFO_FORMAT(&info) == GST_VIDEO_FORMAT_YV12;
 }
 
+// GStreamer replaces the siting too when caps of standard definition say nothing of the colours.
+GstVideoChromaSite namedSiting(GstCaps* caps) {
+  const gchar* name = gst_structure_get_string(gst_caps_get_structure(caps, 0), "chroma-site");
+  return name ? gst_video_chroma_site_from_string(name) : GST_VIDEO_CHROMA_SITE_UNKNOWN;
+}
+
 void fillUnknown(GstVideoInfo& info) {
   GstVideoInfo defaults;
   gst_video_info_set_format(&defaults, GST_VIDEO_INFO_FORMAT(&info), static_cast<guint>(info.width),
@@ -148,6 +154,7 @@ bool FrameNormalizer::adopt(GstCaps* caps) {
   usable_ = caps && gst_video_info_from_caps(&info, caps);
   caps_.reset(caps ? gst_caps_ref(caps) : nullptr);
   if (usable_) {
+    info.chroma_site = namedSiting(caps);
     fillUnknown(info);
     source_ = info;
     usable_ = prepare();

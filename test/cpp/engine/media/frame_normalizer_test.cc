@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -329,6 +331,29 @@ TEST_F(FrameNormalizerTest, ColoursThatTheCapsDoNotDescribeAreGuessedBySize) {
     for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(codes[i], red[i], 1) << height;
     gst_buffer_unmap(frame->buffer.get(), &map);
   }
+}
+
+TEST_F(FrameNormalizerTest, TheSitingIsKeptWhereCapsSayNothingOfTheColours) {
+  const auto differentCodes = [](const char* siting) {
+    const GstPtr<GstCaps> caps(
+        gst_caps_from_string("video/x-raw,format=I420,width=64,height=2,framerate=30/1"));
+    if (siting) gst_caps_set_simple(caps.get(), "chroma-site", G_TYPE_STRING, siting, nullptr);
+    std::array<uint8_t, 128 + 64> pixels{};
+    std::fill_n(&pixels[128 + 16], 16, uint8_t{200});  // the right half of U
+    GstPtr<GstBuffer> buffer(gst_buffer_new_memdup(pixels.data(), pixels.size()));
+    const auto frame = FrameNormalizer(Use::kWrite).normalize(std::move(buffer), caps.get());
+    std::set<int> codes;
+    for (int x = 0; x < 64; ++x) {
+      GstMapInfo map;
+      if (!frame || !gst_buffer_map(frame->buffer.get(), &map, GST_MAP_READ)) break;
+      codes.insert(codesAt(map.data, frame->info, x, 0)[1]);
+      gst_buffer_unmap(frame->buffer.get(), &map);
+    }
+    return codes.size();
+  };
+  EXPECT_EQ(differentCodes("mpeg2"), 2U) << "the edge stays sharp";
+  EXPECT_EQ(differentCodes("jpeg"), 3U) << "chroma moves by half a column";
+  EXPECT_EQ(differentCodes(nullptr), 2U) << "as left, like most video";
 }
 
 TEST_F(FrameNormalizerTest, WhatIsNoFrameIsLeftOut) {
