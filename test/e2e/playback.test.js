@@ -5,6 +5,7 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { after, afterEach, before, describe, it } = require('node:test');
+const { runChild } = require('../../tools/rtmp/child');
 const { startTestPublisher, writeTestFile } = require('../../tools/rtmp/publisher');
 const { freePort, startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { openLivePush, pixel } = require('./support/live_push');
@@ -126,6 +127,20 @@ describe('playing', GUARD, () => {
       const seconds = Number(process.hrtime.bigint() - began) / 1e9;
       assert.ok(seconds > 2.5, `${seconds} s`);
     }
+  });
+
+  it('a file that says that it lies on its side is shown upright', async () => {
+    const lying = path.join(folder, 'lying.mp4');
+    const turned = path.join(folder, 'turned.mp4');
+    await writeTestFile(lying, 1, { ...SIZE, source: 'rgbtestsrc' });
+    const copy = ['-c', 'copy', '-metadata:s:v:0', 'rotate=90', turned];
+    await runChild('ffmpeg', ['-v', 'error', '-i', lying, ...copy], { deadlineSeconds: 60 });
+    player = openPlayer(live);
+    const frame = await player.play(turned);
+    assert.deepEqual([frame.width, frame.height], [SIZE.height, SIZE.width]);
+    // ffmpeg turns the other way round: red, on top, goes left.
+    assert.ok(pixel(frame, 0.1, 0.5)[2] > 160, 'red is left');
+    assert.ok(pixel(frame, 0.9, 0.5)[1] > 160, 'blue is right');
   });
 
   it('what cannot be is refused at once', async () => {

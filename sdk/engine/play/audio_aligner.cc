@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "gst/gst_ptr.h"
+
 namespace NimboEngine {
 namespace {
 
@@ -12,8 +14,10 @@ using Duration = AudioAligner::Duration;
 constexpr auto kChannels = static_cast<std::size_t>(kPlayedAudio.channels);
 // Beyond this, resampling would take too long to make up for it.
 constexpr Duration kJump = 30ms;
-// A difference is made up for in this time, unless that would need more than the most correction.
-constexpr int kCorrectionSeconds = 4;
+// A difference is made up for with this time constant, unless that would need more than the most
+// correction. Audio lags by as much as the presentation clock moves in that time; rounded time
+// stamps vary the pitch by less than a cent.
+constexpr auto kTimeConstant = 1s;
 constexpr int kMostCorrection = kPlayedAudio.rate / 200;
 // The resampler is told ratios with this as its input rate, since it loses its phase, which clicks,
 // when a change gives the two rates another common divisor. A prime has none, and the output rate
@@ -29,13 +33,24 @@ std::size_t framesIn(Duration length) {
   return static_cast<std::size_t>(length.count() * kPlayedAudio.rate / 1'000'000'000);
 }
 
+// Linear interpolation of the filter leaves distortion 76 dB below a tone, cubic 83 dB, which is
+// half as costly again.
+GstAudioResampler* newResampler(int correction) {
+  constexpr auto kMethod = GST_AUDIO_RESAMPLER_METHOD_KAISER;
+  const GstPtr<GstStructure> options(gst_structure_new(
+      "options", GST_AUDIO_RESAMPLER_OPT_FILTER_INTERPOLATION,
+      GST_TYPE_AUDIO_RESAMPLER_FILTER_INTERPOLATION,
+      GST_AUDIO_RESAMPLER_FILTER_INTERPOLATION_LINEAR, nullptr));
+  gst_audio_resampler_options_set_quality(kMethod, GST_AUDIO_RESAMPLER_QUALITY_DEFAULT, kPrimeRate,
+                                          kPrimeRate + correction, options.get());
+  return gst_audio_resampler_new(kMethod, GST_AUDIO_RESAMPLER_FLAG_VARIABLE_RATE,
+                                 GST_AUDIO_FORMAT_S16, kPlayedAudio.channels, kPrimeRate,
+                                 kPrimeRate + correction, options.get());
+}
+
 }  // namespace
 
-AudioAligner::AudioAligner()
-    : resampler_(gst_audio_resampler_new(GST_AUDIO_RESAMPLER_METHOD_KAISER,
-                                         GST_AUDIO_RESAMPLER_FLAG_VARIABLE_RATE,
-                                         GST_AUDIO_FORMAT_S16, kPlayedAudio.channels, kPrimeRate,
-                                         kPrimeRate + correction_, nullptr)) {}
+AudioAligner::AudioAligner() : resampler_(newResampler(correction_)) {}
 
 AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time moment) {
   if (!next_) restart(moment);
@@ -70,7 +85,7 @@ void AudioAligner::restart(Time moment) {
 }
 
 void AudioAligner::setCorrection(Duration ahead) {
-  const auto wanted = ahead.count() * kPlayedAudio.rate / 1'000'000'000 / kCorrectionSeconds;
+  const auto wanted = ahead * kPlayedAudio.rate / Duration(kTimeConstant);
   int correction = static_cast<int>(std::clamp<int64_t>(wanted, -kMostCorrection, kMostCorrection));
   if (correction == 0) correction = ahead < 0ns ? -1 : 1;
   if (std::exchange(correction_, correction) == correction) return;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <gst/app/gstappsink.h>
 #include <gst/audio/audio.h>
+#include <gst/base/gstbasetransform.h>
 #include <gst/video/video.h>
 
 #include <string_view>
@@ -23,7 +24,8 @@ constexpr char kSink[] = "appsink name=sink sync=false async=false enable-last-s
 // Every element passes frames through untouched that are progressive and upright. What deinterlace
 // does not read is converted before it.
 std::string videoBranch() {
-  return fmt::format("videoconvert ! deinterlace ! videoflip video-direction=auto ! {}", kSink);
+  return fmt::format("videoconvert ! deinterlace ! videoflip name=turner video-direction=auto ! {}",
+                     kSink);
 }
 
 std::string audioBranch() {
@@ -79,6 +81,26 @@ GstPadProbeReturn onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
   return GST_PAD_PROBE_HANDLED;
 }
 
+// The turner copies even frames that are upright; so it passes frames through until tags ask for it.
+GstPadProbeReturn onTags(GstPad*, GstPadProbeInfo* info, gpointer turner) {
+  GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
+  if (GST_EVENT_TYPE(event) != GST_EVENT_TAG) return GST_PAD_PROBE_OK;
+  GstTagList* tags = nullptr;
+  gst_event_parse_tag(event, &tags);
+  const gchar* orientation = nullptr;
+  if (gst_tag_list_peek_string_index(tags, GST_TAG_IMAGE_ORIENTATION, 0, &orientation)) {
+    const bool upright = std::string_view(orientation) == "rotate-0";
+    gst_base_transform_set_passthrough(GST_BASE_TRANSFORM(turner), upright);
+  }
+  return GST_PAD_PROBE_OK;
+}
+
+void passThroughWhileUpright(GstElement* turner) {
+  gst_base_transform_set_passthrough(GST_BASE_TRANSFORM(turner), TRUE);
+  const GstPtr<GstPad> pad(gst_element_get_static_pad(turner, "sink"));
+  gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &onTags, turner, nullptr);
+}
+
 template <Media media>
 GstPadProbeReturn onEncoded(GstPad*, GstPadProbeInfo* info, gpointer data) {
   acceptHandover(data);
@@ -112,6 +134,8 @@ GstElement* makeOutputBranch(Media media, const SharedOutput& output) {
   if (video) {
     const GstPtr<GstPad> pad(gst_element_get_static_pad(sink.get(), "sink"));
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, &onQuery, nullptr, nullptr);
+    const GstPtr<GstElement> turner(gst_bin_get_by_name(GST_BIN(bin), "turner"));
+    passThroughWhileUpright(turner.get());
   }
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, keep(output), &letGo);
   return bin;

@@ -73,7 +73,7 @@ void Presenter::push(Media media, Item item) {
   if (closed_) return;
   queue.bytes += gst_buffer_get_size(item.buffer.get());
   queue.items.push_back(std::move(item));
-  if (queue.items.size() == 1 || jumped) changed_.notify_one();
+  if (jumped || (queue.items.size() == 1 && moment(media) < wakesAt_)) changed_.notify_one();
 }
 
 bool Presenter::isFull(Media media) const {
@@ -93,13 +93,13 @@ void Presenter::loop() {
     const Time now = Clock::now();
     dropLate(now);
     const auto media = next();
+    wakesAt_ = media ? moment(*media) : Time::max();
     if (!media) {
       changed_.wait(lock);
       continue;
     }
-    const Time when = moment(*media);
-    if (when > now + (*media == Media::kAudio ? kAudioEarly : 0ms)) {
-      changed_.wait_until(lock, when);
+    if (wakesAt_ > now + (*media == Media::kAudio ? kAudioEarly : 0ms)) {
+      changed_.wait_until(lock, wakesAt_);
       continue;
     }
     Item item = take(*media);

@@ -102,6 +102,7 @@ class Presenter {
   bool closed_ = false;
   bool presenting_ = false;
   bool shownFirst_ = false;
+  Time wakesAt_ = Time::max();  // when the presenter's thread looks again of its own accord
   Duration videoError_{0};
   Duration audioError_{0};
   Time end_;  // of what was presented
