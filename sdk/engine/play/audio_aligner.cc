@@ -14,6 +14,9 @@ using Duration = AudioAligner::Duration;
 constexpr auto kChannels = static_cast<std::size_t>(kPlayedAudio.channels);
 // Beyond this, resampling would take too long to make up for it.
 constexpr Duration kJump = 30ms;
+// In the beginning little has been heard that a jump could break, and the moments settle.
+constexpr Duration kSettlingJump = 5ms;
+constexpr Duration kSettling = 2s;
 // A difference is made up for with this time constant, unless that would need more than the most
 // correction. Audio lags by as much as the presentation clock moves in that time; rounded time
 // stamps vary the pitch by less than a cent.
@@ -37,10 +40,10 @@ std::size_t framesIn(Duration length) {
 // half as costly again.
 GstAudioResampler* newResampler(int correction) {
   constexpr auto kMethod = GST_AUDIO_RESAMPLER_METHOD_KAISER;
-  const GstPtr<GstStructure> options(gst_structure_new(
-      "options", GST_AUDIO_RESAMPLER_OPT_FILTER_INTERPOLATION,
-      GST_TYPE_AUDIO_RESAMPLER_FILTER_INTERPOLATION,
-      GST_AUDIO_RESAMPLER_FILTER_INTERPOLATION_LINEAR, nullptr));
+  const GstPtr<GstStructure> options(
+      gst_structure_new("options", GST_AUDIO_RESAMPLER_OPT_FILTER_INTERPOLATION,
+                        GST_TYPE_AUDIO_RESAMPLER_FILTER_INTERPOLATION,
+                        GST_AUDIO_RESAMPLER_FILTER_INTERPOLATION_LINEAR, nullptr));
   gst_audio_resampler_options_set_quality(kMethod, GST_AUDIO_RESAMPLER_QUALITY_DEFAULT, kPrimeRate,
                                           kPrimeRate + correction, options.get());
   return gst_audio_resampler_new(kMethod, GST_AUDIO_RESAMPLER_FLAG_VARIABLE_RATE,
@@ -57,11 +60,12 @@ AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time m
   // The resampler keeps some samples until it has seen what follows them.
   const Time expected =
       *next_ + (begins_ ? 0ns : lengthOf(gst_audio_resampler_get_max_latency(resampler_.get())));
+  const Duration jump = heard_ < kSettling ? kSettlingJump : kJump;
   Duration ahead = moment - expected;
-  if (ahead > kJump) {
+  if (ahead > jump) {
     restart(moment);
     ahead = 0ns;
-  } else if (ahead < -kJump) {
+  } else if (ahead < -jump) {
     const std::size_t surplus = std::min(framesIn(-ahead), samples.size() / kChannels);
     samples = samples.subspan(surplus * kChannels);
     error_ = -ahead;
@@ -74,7 +78,9 @@ AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time m
   resample(samples);
   if (std::exchange(begins_, false)) fadeIn();
   const Time start = *next_;
-  *next_ += lengthOf(out_.size() / kChannels);
+  const Duration length = lengthOf(out_.size() / kChannels);
+  *next_ += length;
+  heard_ += length;
   return {out_, start};
 }
 

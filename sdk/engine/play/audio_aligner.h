@@ -1,6 +1,7 @@
 // Makes one unbroken stream of audio out of decoded pieces that each have a moment at which they
 // are to be heard: where the moments drift against the number of samples, it resamples by 0.5 % at
-// most; where they jump, it leaves a gap or drops samples, without a click.
+// most; where they jump, it leaves a gap or drops samples, without a click. Within the first two
+// seconds a smaller difference is a jump.
 //
 // Thread: one at a time.
 // Ownership: owns the resampler; hands out memory of its own, valid until the next call.
@@ -60,6 +61,7 @@ class AudioAligner {
   std::vector<int16_t> out_;
   std::optional<Time> next_;  // of the next sample
   Duration error_{0};
+  Duration heard_{0};  // all of it together
   bool begins_ = true;
 };
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "play/output_clock.h"
 #include "play/presentation_clock.h"
 
 namespace NimboEngine {
@@ -18,32 +19,14 @@ namespace {
 // before it runs dry: with PresentationClock::kAudioLead it has 20 ms to spare.
 constexpr gint64 kDeviceBufferUs = 120'000;
 constexpr gint64 kDevicePeriodUs = 20'000;
+// The sink closes gaps up to this. Only those that come of rounding are to be closed.
+constexpr gint64 kAlignmentNs = 1'000'000;
 // While the output is being opened, audio waits here.
 constexpr int kMostWaitingMs = 300;
 constexpr int kMostWaitingBytes = kPlayedAudio.rate * kMostWaitingMs / 1000 *
                                   kPlayedAudio.channels * static_cast<int>(sizeof(int16_t));
 
 }  // namespace
-
-// How much the output's clock is ahead of the system's, from readings that are uneven. A sound card
-// drifts; an output that stands still for a while, as some do when they begin, jumps.
-class OutputClock {
- public:
-  std::chrono::nanoseconds ahead(std::chrono::nanoseconds reading) {
-    const auto difference = reading - ahead_;
-    jumped_ = std::chrono::abs(difference) > kJump ? jumped_ + 1 : 0;
-    ahead_ = jumped_ >= kConfirmed ? reading : ahead_ + difference / kSmoothing;
-    return ahead_;
-  }
-
- private:
-  static constexpr std::chrono::milliseconds kJump{30};
-  static constexpr int kConfirmed = 3;
-  static constexpr int kSmoothing = 64;
-
-  std::chrono::nanoseconds ahead_{0};
-  int jumped_ = 0;
-};
 
 // The way into the pipeline, which comes and goes on another thread. The sink is not synchronised
 // to the pipeline's clock by its own means, which correct a drift by jumps and take long to follow
@@ -65,8 +48,9 @@ class AudioOutput::Input {
     if (!source_) return;
     const GstClockTime base = gst_element_get_base_time(source_.get());
     if (base == 0) return;  // it does not run yet
+    if (const auto output = reading(); output && clock_.add(*output)) aligner_.emplace();
     const AudioAligner::Piece fitted =
-        aligner_->align(piece.samples, piece.moment + clock_.ahead(reading()));
+        aligner_->align(piece.samples, piece.moment + clock_.ahead());
     const auto moment = static_cast<GstClockTime>(fitted.moment.time_since_epoch().count());
     if (moment < base || fitted.samples.empty()) return;
     GstBuffer* buffer = gst_buffer_new_memdup(fitted.samples.data(), fitted.samples.size_bytes());
@@ -76,11 +60,11 @@ class AudioOutput::Input {
 
  private:
   // The sink calibrates its clock to the pipeline's when it begins, and not later.
-  std::chrono::nanoseconds reading() const {
+  std::optional<std::chrono::nanoseconds> reading() const {
     GstClock* output = GST_AUDIO_BASE_SINK(sink_.get())->provided_clock;
     GstClockTime calibrated = 0;
     gst_clock_get_calibration(output, nullptr, &calibrated, nullptr, nullptr);
-    if (calibrated == 0) return std::chrono::nanoseconds(0);
+    if (calibrated == 0) return std::nullopt;
     const GstPtr<GstClock> system(gst_system_clock_obtain());
     return std::chrono::nanoseconds(
         GST_CLOCK_DIFF(gst_clock_get_time(system.get()), gst_clock_get_time(output)));
@@ -107,9 +91,10 @@ class AudioOutput::Sink final : public Source {
                     "caps=audio/x-raw,format={},rate={},channels={},layout=interleaved ! "
                     "audioconvert ! audioresample ! "
                     "pulsesink name=sink async=false provide-clock=false slave-method=none "
+                    "alignment-threshold={} discont-wait=0 "
                     "client-name=nimbo buffer-time={} latency-time={}",
                     kMostWaitingBytes, GST_AUDIO_NE(S16), kPlayedAudio.rate, kPlayedAudio.channels,
-                    kDeviceBufferUs, kDevicePeriodUs),
+                    kAlignmentNs, kDeviceBufferUs, kDevicePeriodUs),
         std::move(handler));
     if (pipeline) {
       // Moments are those at which audio is heard: the output's latency is in them already.

@@ -15,8 +15,8 @@ constexpr Duration kMargin = 15ms;
 constexpr Duration kFirstJitter = 40ms;
 // How fast the clock moves while media are presented: 0.5 %, a twelfth of a semitone.
 constexpr int kSlewDivisor = 200;
-// The jitter is learnt in this time, from the first media and from the first audio on; until then
-// the clock may jump.
+// The jitter is learnt in this time, from the first media and from the first audio on. Until then
+// the clock may jump, and at the end it does, however little, so that it need not move for seconds.
 constexpr Duration kLearning = 1500ms;
 constexpr Duration kJump = 30ms;
 // Lateness below this is left to the slow way.
@@ -41,7 +41,7 @@ void PresentationClock::setLive(bool live) {
 bool PresentationClock::ready(Media media, Time now, Duration timestamp, bool waited) {
   std::lock_guard lock(mutex_);
   if (media == Media::kAudio) {
-    if (!std::exchange(hasAudio_, true)) started_ = now;
+    if (!std::exchange(hasAudio_, true)) learnsUntil_ = now + kLearning;
     lastAudio_ = now;
   }
   return live_ ? readyLive(media, now, timestamp, waited) : readyTimed(media, now, timestamp);
@@ -58,7 +58,7 @@ bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, boo
     follow(now);
     return false;
   }
-  if (!offset_) started_ = now;
+  if (!offset_) learnsUntil_ = now + kLearning;
   offset_ = transit_.shortest() + wantedDepth();
   followed_ = now;
   outage_.reset();
@@ -84,8 +84,10 @@ void PresentationClock::follow(Time now) {
   const Duration step = (now - followed_) / kSlewDivisor;
   const Duration difference = wanted - *offset_;
   followed_ = now;
-  if (now - started_ < kLearning && std::chrono::abs(difference) > kJump) {
+  const bool learnt = learnsUntil_ && now >= *learnsUntil_;
+  if (learnt || (learnsUntil_ && std::chrono::abs(difference) > kJump)) {
     offset_ = wanted;
+    if (learnt) learnsUntil_.reset();
   } else {
     *offset_ += std::clamp(difference, -step, step);
   }

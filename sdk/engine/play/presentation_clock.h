@@ -71,7 +71,7 @@ class PresentationClock {
   Time lastAudio_;  // when audio was ready last
   TransitEstimator transit_;
   std::optional<Duration> offset_;  // moment less time stamp
-  Time started_;
+  std::optional<Time> learnsUntil_;
   Time followed_;
   std::optional<Time> outage_;  // since when everything has come later than the settings allow
 };

@@ -118,6 +118,20 @@ TEST_F(AudioAlignerTest, AJumpBackDropsWhatOverlaps) {
   EXPECT_EQ(piece.moment, end) << "what is handed out never overlaps";
 }
 
+TEST_F(AudioAlignerTest, SmallDifferencesAreJumpsOnlyInTheBeginning) {
+  const auto putAtPlus = [this](Duration late) {
+    return put(kStart + lengthOf(static_cast<std::size_t>(frame) * 2) + late);
+  };
+  for (int i = 0; i < 10; ++i) putAtPlus(0ms);
+  putAtPlus(20ms);
+  EXPECT_EQ(aligner.error(), 0ms);
+  while (frame < 3 * kPlayedAudio.rate) putAtPlus(20ms);
+  putAtPlus(0ms);
+  EXPECT_NEAR(static_cast<double>(aligner.error().count()) / 1e6, 20, 1);
+  for (int i = 0; i < 470; ++i) putAtPlus(0ms);  // 10 s
+  EXPECT_LT(std::chrono::abs(aligner.error()), 1ms);
+}
+
 TEST_F(AudioAlignerTest, AnEmptyPieceIsHarmless) {
   EXPECT_TRUE(aligner.align({}, kStart).samples.empty());
   EXPECT_EQ(put(kStart).moment, kStart);

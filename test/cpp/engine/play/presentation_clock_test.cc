@@ -76,6 +76,14 @@ TEST_F(PresentationClockTest, FollowsSlowlyEnoughForAudioToBeResampled) {
   }
 }
 
+TEST_F(PresentationClockTest, StandsStillOnceTheJitterHasBeenLearnt) {
+  play(0ms, 600ms, 0ms, 0ms);
+  play(600ms, 1600ms, 0ms, 25ms);
+  const double learnt = presented(1600ms);
+  play(1600ms, 8s, 0ms, 25ms);
+  EXPECT_NEAR(presented(8s), learnt, 1);
+}
+
 TEST_F(PresentationClockTest, AudioThatIsLateIsWaitedForAtOnce) {
   play(0ms, 10s, 0ms, 0ms);
   const double before = presented(10s);

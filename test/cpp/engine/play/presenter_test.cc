@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <future>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "gst/runtime.h"
@@ -77,7 +78,7 @@ TEST_F(PresenterTest, TheFirstFrameIsShownAtOnceAndTheOthersWhenTheyAreDue) {
     EXPECT_EQ(frames[i].size, i + 1);
     EXPECT_GE(frames[i].time - start, 130ms + i * 20ms) << "none is early";
   }
-  EXPECT_TRUE(wait([&] { return presenter.isDrained(); }));
+  while (!presenter.isDrained()) std::this_thread::yield();  // nothing tells that it is
 }
 
 TEST_F(PresenterTest, AudioIsHandedOverAheadOfItsMoment) {
