@@ -18,10 +18,10 @@ constexpr Duration kJump = 30ms;
 constexpr Duration kSettlingJump = 5ms;
 constexpr Duration kSettling = 2s;
 // A difference is made up for with this time constant, unless that would need more than the most
-// correction. Audio lags by as much as the presentation clock moves in that time; rounded time
-// stamps vary the pitch by less than a cent.
+// correction. Rounded time stamps vary the pitch by less than a cent.
 constexpr auto kTimeConstant = 1s;
 constexpr int kMostCorrection = kPlayedAudio.rate / 200;
+constexpr Duration kMostDrift = Duration(kTimeConstant) / 200;
 // The resampler is told ratios with this as its input rate, since it loses its phase, which clicks,
 // when a change gives the two rates another common divisor. A prime has none, and the output rate
 // is never the same.
@@ -74,7 +74,7 @@ AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time m
     ahead = 0ns;
   }
   error_ = -ahead;
-  setCorrection(ahead);
+  setCorrection(ahead + drift(ahead, samples.size() / kChannels));
   resample(samples);
   if (std::exchange(begins_, false)) fadeIn();
   const Time start = *next_;
@@ -88,6 +88,16 @@ void AudioAligner::restart(Time moment) {
   gst_audio_resampler_reset(resampler_.get());
   next_ = moment;
   begins_ = true;
+}
+
+// What has to be added to a difference so that none remains where the moments go on drifting. It is
+// learnt while the correction suffices, as fast as does not overshoot.
+Duration AudioAligner::drift(Duration ahead, std::size_t frames) {
+  if (std::chrono::abs(ahead) <= kMostDrift) {
+    drift_ += Duration(ahead.count() * lengthOf(frames) / Duration(4 * kTimeConstant));
+    drift_ = std::clamp(drift_, -kMostDrift, kMostDrift);
+  }
+  return drift_;
 }
 
 void AudioAligner::setCorrection(Duration ahead) {

@@ -53,6 +53,7 @@ class AudioAligner {
 
   void restart(Time moment);
   void resample(std::span<const int16_t> samples);
+  Duration drift(Duration ahead, std::size_t frames);
   void setCorrection(Duration ahead);
   void fadeIn();
 
@@ -61,6 +62,7 @@ class AudioAligner {
   std::vector<int16_t> out_;
   std::optional<Time> next_;  // of the next sample
   Duration error_{0};
+  Duration drift_{0};
   Duration heard_{0};  // all of it together
   bool begins_ = true;
 };

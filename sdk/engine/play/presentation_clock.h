@@ -3,7 +3,7 @@
 //
 //   live   moment = time stamp + shortest transit + depth. The depth covers the jitter of either
 //          stream between the bounds of the settings, and for audio the lead that the output needs.
-//          It follows by at most 5 ms a second, which audio takes by resampling; it jumps where
+//          It follows by at most 4 ms a second, which audio takes by resampling; it jumps where
 //          data were late or were found to have waited, since there the audio is torn anyway.
 //   timed  moment = time stamp + a constant, chosen when the first media are ready, and later only
 //          moved when the data do not come in time.

@@ -92,7 +92,7 @@ TEST_F(AudioAlignerTest, FollowsMomentsThatDrift) {
                             lengthOf(static_cast<std::size_t>(frame) * 2) * rate);
       put(moment);
     }
-    EXPECT_LE(std::chrono::abs(aligner.error()), 12ms) << rate;
+    EXPECT_LE(std::chrono::abs(aligner.error()), 1ms) << rate;
     EXPECT_LE(largestStep(), kToneStep) << rate;
     const double made = static_cast<double>(heard.size()) / 2;
     EXPECT_NEAR(made / frame, rate, 0.0005);
