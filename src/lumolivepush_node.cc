@@ -22,8 +22,9 @@ void Initialize(v8::Local<v8::Object> exports, v8::Local<v8::Value> /*module*/,
   }
   if (!LumoLivePushJSWrapper::Init(exports)) return;
   const auto name = TypeConverterUtils::CreateStringParam(isolate, "createLivePush");
-  const auto function =
-      v8::FunctionTemplate::New(isolate, CreateLivePush)->GetFunction(context).ToLocalChecked();
+  v8::Local<v8::Function> function;
+  const auto factory = v8::FunctionTemplate::New(isolate, CreateLivePush);
+  if (!factory->GetFunction(context).ToLocal(&function)) return;  // it throws
   function->SetName(name);
   [[maybe_unused]] const auto set = exports->Set(context, name, function);  // or it throws
 }

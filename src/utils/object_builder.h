@@ -20,10 +20,9 @@ class ObjectBuilder {
       : isolate_(isolate), object_(v8::Object::New(isolate)) {}
 
   ObjectBuilder& Set(const char* key, v8::Local<v8::Value> value) {
-    object_
-        ->CreateDataProperty(isolate_->GetCurrentContext(),
-                             TypeConverterUtils::CreateStringParam(isolate_, key), value)
-        .Check();
+    // Nothing, for a script that is being stopped, leaves the key out: nobody will look.
+    [[maybe_unused]] const auto set = object_->CreateDataProperty(
+        isolate_->GetCurrentContext(), TypeConverterUtils::CreateStringParam(isolate_, key), value);
     return *this;
   }
   ObjectBuilder& Set(const char* key, const char* text) {
@@ -49,5 +48,12 @@ class ObjectBuilder {
   v8::Isolate* isolate_;
   v8::Local<v8::Object> object_;
 };
+
+// The same for an element of an array.
+inline void SetElement(v8::Isolate* isolate, v8::Local<v8::Array> array, uint32_t index,
+                       v8::Local<v8::Value> value) {
+  [[maybe_unused]] const auto set =
+      array->CreateDataProperty(isolate->GetCurrentContext(), index, value);
+}
 
 }  // namespace LumoLivePushElectronSDK

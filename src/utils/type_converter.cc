@@ -3,9 +3,22 @@
 #include <node_buffer.h>
 
 #include <cstring>
+#include <string_view>
 
 namespace LumoLivePushElectronSDK {
 namespace {
+
+// A string takes no more bytes of UTF-8 than this, whatever its characters.
+constexpr std::size_t kLongestText = v8::String::kMaxLength;
+// Of ASCII: any other character could make V8 store the whole text with two bytes each.
+constexpr std::string_view kEllipsis = "...";
+
+// At most `length` bytes of a longer `text`, without the beginning of a character.
+std::string_view CutAtCharacter(std::string_view text, std::size_t length) {
+  const auto continues = [&](std::size_t at) { return (text[at] & 0xc0) == 0x80; };
+  while (length > 0 && continues(length)) --length;
+  return text.substr(0, length);
+}
 
 // The property's value, or undefined when the key is missing or reading it throws. Every
 // converter answers undefined with its fallback, so the two cases need no telling apart.
@@ -103,7 +116,16 @@ char* TypeConverterUtils::GetCharValue(v8::Isolate* /*isolate*/, v8::Local<v8::V
 
 v8::Local<v8::String> TypeConverterUtils::CreateStringParam(v8::Isolate* isolate,
                                                             const char* text) {
-  return v8::String::NewFromUtf8(isolate, text ? text : "").ToLocalChecked();
+  const std::string_view whole = text ? text : "";
+  const auto create = [isolate](std::string_view part) {
+    // Fails only for more bytes than V8's longest string, which none of the callers below has.
+    return v8::String::NewFromUtf8(isolate, part.data(), v8::NewStringType::kNormal,
+                                   static_cast<int>(part.size()))
+        .ToLocalChecked();
+  };
+  if (whole.size() <= kLongestText) return create(whole);
+  return create(
+      std::string(CutAtCharacter(whole, kLongestText - kEllipsis.size())).append(kEllipsis));
 }
 
 v8::Local<v8::Number> TypeConverterUtils::CreateIntParam(v8::Isolate* isolate, const int& value) {

@@ -5,7 +5,7 @@
 //
 // Thread: the JavaScript thread, inside a handle scope.
 // Ownership: a result handle belongs to the caller's handle scope.
-// Failure: only what V8 itself makes fatal, such as a string longer than V8's maximum.
+// Failure: only what V8 itself makes fatal, such as memory that cannot be had.
 
 #pragma once
 
@@ -55,7 +55,8 @@ class TypeConverterUtils {
 
   // ---- Creating values.
 
-  // From UTF-8 up to the terminating zero; null gives "".
+  // From UTF-8 up to the terminating zero; null gives "". A text of more bytes than V8's longest
+  // string has characters is cut before that limit, between two characters, and ends with "...".
   static v8::Local<v8::String> CreateStringParam(v8::Isolate* isolate, const char* text);
   static v8::Local<v8::Number> CreateIntParam(v8::Isolate* isolate, const int& value);
   static v8::Local<v8::Integer> CreateInt32Param(v8::Isolate* isolate, const int& value);

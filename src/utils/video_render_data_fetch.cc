@@ -37,6 +37,7 @@ FrameTargets TargetsOf(const FrameBuffers& buffers) {
 v8::Local<v8::Object> FrameObject(v8::Isolate* isolate, std::size_t source, const std::string& uid,
                                   const I420Layout& layout, v8::Local<v8::ArrayBuffer> bytes) {
   const auto plane = [&](std::size_t offset, std::size_t length) {
+    // Fails only while a script is being stopped; events come when no script runs.
     return node::Buffer::New(isolate, bytes, offset, length).ToLocalChecked();
   };
   const std::size_t u_offset = layout.y_length;
@@ -72,7 +73,7 @@ int VideoRenderDataManager::FetchVideoRenderDataByUid(std::string& uid, v8::Loca
   for (std::size_t i = 0; i < kFrameSlots; ++i) {
     if (!(*fresh)[i]) continue;
     const auto object = FrameObject(isolate, i, uid, *(*fresh)[i], buffers[i]);
-    out->CreateDataProperty(isolate->GetCurrentContext(), index++, object).Check();
+    SetElement(isolate, out, index++, object);
   }
   return 0;
 }

@@ -45,28 +45,34 @@ bool LumoLivePushJSWrapper::Init(v8::Local<v8::Object> exports) {
     classTemplate->PrototypeTemplate()->Set(name, function);
   }
 
-  const auto function = classTemplate->GetFunction(context).ToLocalChecked();
+  v8::Local<v8::Function> function;
+  if (!classTemplate->GetFunction(context).ToLocal(&function)) return false;  // it throws
   constructor.Reset(isolate, function);  // a second registration wins
   sContext.Reset(isolate, context);
   return exports->Set(context, className, function).FromMaybe(false);
 }
 
+// Answers a new wrapper, or throws what its construction throws: a stack overflow, say.
+void LumoLivePushJSWrapper::Construct(const Arguments& args, std::span<v8::Local<v8::Value>> argv) {
+  auto* isolate = args.GetIsolate();
+  v8::Local<v8::Object> instance;
+  if (constructor.Get(isolate)
+          ->NewInstance(isolate->GetCurrentContext(), static_cast<int>(argv.size()), argv.data())
+          .ToLocal(&instance)) {
+    args.GetReturnValue().Set(instance);
+  }
+}
+
 void LumoLivePushJSWrapper::CreateLivePush(const Arguments& args) {
   auto* isolate = args.GetIsolate();
   v8::Local<v8::Value> argv[] = {v8::True(isolate)};
-  args.GetReturnValue().Set(constructor.Get(isolate)
-                                ->NewInstance(isolate->GetCurrentContext(), 1, argv)
-                                .ToLocalChecked());
+  Construct(args, argv);
 }
 
 void LumoLivePushJSWrapper::New(const Arguments& args) {
   if (args.NewTarget()->IsUndefined()) {
-    auto* isolate = args.GetIsolate();
     v8::Local<v8::Value> argv[] = {args[0], args[1]};  // undefined where absent
-    args.GetReturnValue().Set(constructor.Get(isolate)
-                                  ->NewInstance(isolate->GetCurrentContext(), 2, argv)
-                                  .ToLocalChecked());
-    return;
+    return Construct(args, argv);
   }
   const bool autoCreatePusher = !args[0]->IsBoolean() || args[0]->IsTrue();
   auto* wrapper = new LumoLivePushJSWrapper(autoCreatePusher);  // deleted with its JS object

@@ -12,6 +12,7 @@
 
 #include <map>
 #include <mutex>
+#include <span>
 #include <string>
 
 #include "NimboSdk/LumoLivePlayer.h"
@@ -130,6 +131,7 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   ~LumoLivePushJSWrapper() override;
 
   static void New(const Arguments& args);
+  static void Construct(const Arguments& args, std::span<v8::Local<v8::Value>> argv);
   static void OnCollected(const v8::WeakCallbackInfo<LumoLivePushJSWrapper>& info);
   void EnsureListener();
 

@@ -54,11 +54,8 @@ inline void SetResult(const Arguments&, Undefined) {}
 // every entry: the list is the SDK's and may shrink.
 template <typename List, typename EntryAt>
 v8::Local<v8::Array> ArrayOfCounted(v8::Isolate* isolate, List& list, EntryAt entryAt) {
-  const auto context = isolate->GetCurrentContext();
   const auto array = v8::Array::New(isolate, static_cast<int>(list.getCount()));
-  for (uint32_t i = 0; i < list.getCount(); ++i) {
-    array->CreateDataProperty(context, i, entryAt(i)).Check();
-  }
+  for (uint32_t i = 0; i < list.getCount(); ++i) SetElement(isolate, array, i, entryAt(i));
   return array;
 }
 

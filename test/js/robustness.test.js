@@ -5,8 +5,7 @@
  * support/hostile_values.js for what these do. Nothing may be thrown but the TypeError for `new`
  * and for wrong receivers, every answer must be of a documented type, and the process must live.
  *
- * Two things are left out because they are documented to end the process: null and undefined in
- * "mixStreams", and texts longer than the engine's longest.
+ * Left out are null and undefined in "mixStreams", which are documented to end the process.
  *
  * The seed is another one in every run, and stands in the tests' names. LUMO_SEED=… makes the same
  * calls again. LUMO_TEST_SCALE makes fewer of them.

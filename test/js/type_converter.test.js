@@ -141,6 +141,16 @@ describe('creating values', () => {
     assert.equal(converter.CreateStringParam(null), '');
   });
 
+  it('CreateStringParam cuts what is longer than the longest string', () => {
+    const { MAX_STRING_LENGTH } = require('node:buffer').constants;
+    const longest = 'x'.repeat(MAX_STRING_LENGTH);
+    assert.ok(converter.CreateStringParam(longest) === longest, 'the longest is kept whole');
+    // Two bytes each, and an odd limit: the cut would fall into a character.
+    const cut = converter.CreateStringParam('ü'.repeat(MAX_STRING_LENGTH / 2 + 1));
+    assert.equal(cut.length, (MAX_STRING_LENGTH - 4) / 2 + 3);
+    assert.equal(cut.slice(-5), 'üü...');
+  });
+
   it('CreateIntParam and CreateInt32Param keep any int', () => {
     for (const value of [0, -1, 2147483647, -2147483648]) {
       assert.equal(converter.CreateIntParam(value), value);

@@ -22,7 +22,7 @@ v8::Local<v8::Object> ElementAt(v8::Isolate* isolate, v8::Local<v8::Array> eleme
   const v8::TryCatch swallow(isolate);
   v8::Local<v8::Value> element;
   if (!elements->Get(context, index).ToLocal(&element)) return v8::Object::New(isolate);
-  // Fatal for null and undefined, as every failed checked conversion is.
+  // Deliberate: fatal for null and undefined, the only values that are no object and become none.
   return element->ToObject(context).ToLocalChecked();
 }
 

@@ -177,7 +177,7 @@ void LumoLivePushJSWrapper::GetPlugins(const Arguments& args) {
   const auto plugins = v8::Array::New(isolate);
   for (uint32_t i = 0; i < ids.size(); ++i) {
     const auto entry = ObjectBuilder(isolate).Set("id", ids[i]).object();
-    plugins->CreateDataProperty(isolate->GetCurrentContext(), i, entry).Check();
+    SetElement(isolate, plugins, i, entry);
   }
   SetResult(args, plugins.As<v8::Object>());
 }
