@@ -1,93 +1,78 @@
 #include "capture/image_file.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
-#include <gst/app/gstappsink.h>
-#include <gst/app/gstappsrc.h>
+#include <png.h>
+#include <sys/stat.h>
+#include <turbojpeg.h>
+#include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <span>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
 #include <utility>
 #include <vector>
-
-#include "capture/image_header.h"
-#include "gst/pipeline.h"
 
 namespace NimboEngine {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Bytes = std::span<const uint8_t>;
 
 constexpr uint64_t kMostBytes = 32'000'000;
 constexpr uint64_t kMostPixels = 40'000'000;
-constexpr std::chrono::seconds kPatience{10};
-constexpr GstClockTime kLook = 50 * GST_MSECOND;  // how often it is asked whether to go on
 
-// Only what is a file: reading from a pipe or a device may never end.
+constexpr std::array<uint8_t, 8> kPngSignature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+constexpr std::array<uint8_t, 2> kJpegSignature{0xff, 0xd8};
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) close(number_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return number_; }
+
+ private:
+  const int number_;
+};
+
+// Only a regular file: opening or reading a pipe or a device may never end.
 std::vector<uint8_t> read(const std::string& file, std::string& problem) {
-  std::error_code error;
-  const auto status = std::filesystem::status(file, error);
-  const uint64_t size = is_regular_file(status) ? std::filesystem::file_size(file, error) : 0;
-  if (!exists(status)) {
-    problem = "there is no such file";
-  } else if (!is_regular_file(status)) {
+  const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (descriptor.get() < 0) {
+    problem = errno == ENOENT ? "there is no such file" : "it cannot be read";
+  } else if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     problem = "it is no file";
-  } else if (size > kMostBytes) {
-    problem = fmt::format("it has {} bytes; {} are allowed", size, kMostBytes);
+  } else if (static_cast<uint64_t>(status.st_size) > kMostBytes) {
+    problem = fmt::format("it has {} bytes; {} are allowed", status.st_size, kMostBytes);
+  } else if (status.st_size == 0) {
+    problem = "it is empty";
   }
   if (!problem.empty()) return {};
-  std::vector<uint8_t> bytes(size);
-  std::ifstream stream(file, std::ios::binary);
-  stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
-  if (stream) return bytes;
-  problem = "it cannot be read";
-  return {};
+  std::vector<uint8_t> bytes(static_cast<size_t>(status.st_size));
+  for (size_t at = 0; at < bytes.size();) {
+    const ssize_t count = ::read(descriptor.get(), bytes.data() + at, bytes.size() - at);
+    if (count <= 0) {
+      problem = "it cannot be read";
+      return {};
+    }
+    at += static_cast<size_t>(count);
+  }
+  return bytes;
 }
 
-bool isAcceptable(std::span<const uint8_t> bytes, const std::optional<ImageHeader>& header,
-                  std::string& problem) {
-  if (!header) {
-    problem = bytes.empty() ? "it is empty" : "it is neither PNG nor JPEG";
-  } else if (uint64_t{header->width} * header->height > kMostPixels) {
-    problem = fmt::format("it has {}x{} pixels; {} are allowed", header->width, header->height,
-                          kMostPixels);
-  }
-  return problem.empty();
+template <size_t Length>
+bool beginsWith(Bytes file, const std::array<uint8_t, Length>& signature) {
+  return file.size() >= Length && std::equal(signature.begin(), signature.end(), file.begin());
 }
 
-// Runs to its end: a decoder of GStreamer's that is interrupted loses its picture.
-GstPtr<GstSample> decode(std::span<const uint8_t> bytes, ImageKind kind, std::string& problem) {
-  std::atomic<bool> failed{false};
-  const auto pipeline = Pipeline::parse(
-      "image",
-      fmt::format("appsrc name=file ! {} ! videoconvertscale ! video/x-raw,format=RGBA ! "
-                  "appsink name=picture sync=false",
-                  kind == ImageKind::kPng ? "pngdec" : "jpegdec"),
-      [&failed](const PipelineMessage& message) {
-        if (message.kind == PipelineMessage::Kind::kError) failed = true;
-      });
-  if (!pipeline || !pipeline->play()) {
-    problem = "its decoder cannot be started";
-    return nullptr;
-  }
-  const GstPtr<GstElement> source = pipeline->element("file");
-  const GstPtr<GstElement> sink = pipeline->element("picture");
-  // Both calls take what they are given.
-  gst_app_src_push_buffer(GST_APP_SRC(source.get()),
-                          gst_buffer_new_memdup(bytes.data(), bytes.size()));
-  gst_app_src_end_of_stream(GST_APP_SRC(source.get()));
-  const auto end = Clock::now() + kPatience;
-  while (!failed && Clock::now() < end) {
-    GstPtr<GstSample> sample(gst_app_sink_try_pull_sample(GST_APP_SINK(sink.get()), kLook));
-    if (sample) return sample;
-    if (gst_app_sink_is_eos(GST_APP_SINK(sink.get()))) break;
-  }
-  problem = "it cannot be decoded";
-  return nullptr;
+std::string undecodable(const char* reason) {
+  return fmt::format("it cannot be decoded: {}", reason);
 }
 
 // What is transparent takes on the black behind it.
@@ -103,25 +88,90 @@ void flatten(uint8_t* pixel, size_t bytes) {
   }
 }
 
+// An image of that size around pixels that `fill` writes; it answers whether it could.
+template <class Fill>
+DecodedImage makeImage(uint64_t width, uint64_t height, std::string& problem, Fill fill) {
+  if (width * height > kMostPixels) {
+    problem = fmt::format("it has {}x{} pixels; {} are allowed", width, height, kMostPixels);
+    return {};
+  }
+  // Not GStreamer's own memory: where there is none, it ends the process.
+  const size_t bytes = width * height * 4;
+  std::unique_ptr<uint8_t, decltype(&std::free)> pixels(static_cast<uint8_t*>(std::malloc(bytes)),
+                                                        &std::free);
+  if (!pixels) {
+    problem = "there is no memory for its pixels";
+    return {};
+  }
+  if (!fill(pixels.get())) return {};
+  flatten(pixels.get(), bytes);
+  DecodedImage image;
+  gst_video_info_set_format(&image.info, GST_VIDEO_FORMAT_RGBA, static_cast<guint>(width),
+                            static_cast<guint>(height));
+  uint8_t* const owned = pixels.release();
+  image.pixels.reset(
+      gst_buffer_new_wrapped_full(GstMemoryFlags{}, owned, bytes, 0, bytes, owned, &std::free));
+  return image;
+}
+
+DecodedImage decodePng(Bytes file, std::string& problem) {
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  const std::unique_ptr<png_image, decltype(&png_image_free)> release(&png, &png_image_free);
+  if (!png_image_begin_read_from_memory(&png, file.data(), file.size())) {
+    problem = undecodable(png.message);
+    return {};
+  }
+  png.format = PNG_FORMAT_RGBA;
+  return makeImage(png.width, png.height, problem, [&](uint8_t* pixels) {
+    if (png_image_finish_read(&png, nullptr, pixels, 0, nullptr)) return true;
+    problem = undecodable(png.message);
+    return false;
+  });
+}
+
+DecodedImage decodeJpeg(Bytes file, std::string& problem) {
+  const std::unique_ptr<void, decltype(&tjDestroy)> jpeg(tjInitDecompress(), &tjDestroy);
+  if (!jpeg) {
+    problem = "its decoder cannot be started";
+    return {};
+  }
+  int width = 0;
+  int height = 0;
+  int subsampling = 0;
+  int colours = 0;
+  const auto size = static_cast<unsigned long>(file.size());
+  if (tjDecompressHeader3(jpeg.get(), file.data(), size, &width, &height, &subsampling, &colours) !=
+      0) {
+    problem = undecodable(tjGetErrorStr2(jpeg.get()));
+    return {};
+  }
+  return makeImage(static_cast<uint64_t>(width), static_cast<uint64_t>(height), problem,
+                   [&](uint8_t* pixels) {
+                     const int result = tjDecompress2(jpeg.get(), file.data(), size, pixels, width,
+                                                      0, height, TJPF_RGBA, TJFLAG_LIMITSCANS);
+                     // A warning leaves an image with a flaw, as a file has that was not written to
+                     // its end.
+                     if (result == 0 || tjGetErrorCode(jpeg.get()) == TJERR_WARNING) return true;
+                     problem = undecodable(tjGetErrorStr2(jpeg.get()));
+                     return false;
+                   });
+}
+
 }  // namespace
+
+DecodedImage decodeImage(Bytes file, std::string& problem) {
+  problem.clear();
+  if (beginsWith(file, kPngSignature)) return decodePng(file, problem);
+  if (beginsWith(file, kJpegSignature)) return decodeJpeg(file, problem);
+  problem = "it is neither PNG nor JPEG";
+  return {};
+}
 
 DecodedImage decodeImageFile(const std::string& file, std::string& problem) {
   problem.clear();
   const std::vector<uint8_t> bytes = read(file, problem);
-  if (!problem.empty()) return {};
-  const auto header = readImageHeader(bytes);
-  if (!isAcceptable(bytes, header, problem)) return {};
-  const GstPtr<GstSample> sample = decode(bytes, header->kind, problem);
-  DecodedImage image;
-  if (!sample || !gst_video_info_from_caps(&image.info, gst_sample_get_caps(sample.get()))) {
-    return {};
-  }
-  image.pixels.reset(gst_buffer_copy_deep(gst_sample_get_buffer(sample.get())));
-  GstMapInfo map;
-  if (!gst_buffer_map(image.pixels.get(), &map, GST_MAP_READWRITE)) return {};
-  flatten(map.data, map.size);
-  gst_buffer_unmap(image.pixels.get(), &map);
-  return image;
+  return problem.empty() ? decodeImage(bytes, problem) : DecodedImage{};
 }
 
 }  // namespace NimboEngine

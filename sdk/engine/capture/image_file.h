@@ -1,7 +1,9 @@
-// Reads a PNG or JPEG file within bounds: of 32 MB and 40 million pixels at most, and no longer
-// than a few seconds. What the file says of its size is checked before anything is decoded.
+// Decodes PNG and JPEG within bounds: files of 32 MB and 40 million pixels at most, and of a file
+// with several images the first. Its size is known before anything is decoded, and the libraries
+// are given the memory for exactly that: 4 bytes a pixel, besides which a progressive JPEG takes up
+// to 6 bytes a pixel while it is decoded.
 //
-// Thread: any.
+// Thread: any. Takes as long as the decoding: up to a second at 40 million pixels.
 // Ownership: the pixels are the caller's.
 // Failure: no pixels, and the reason in `problem`. GStreamer must have been started.
 
@@ -9,6 +11,8 @@
 
 #include <gst/video/video.h>
 
+#include <cstdint>
+#include <span>
 #include <string>
 
 #include "gst/gst_ptr.h"
@@ -19,6 +23,8 @@ struct DecodedImage {
   GstPtr<GstBuffer> pixels;  // four bytes each, without transparency: black shines through
   GstVideoInfo info{};
 };
+
+DecodedImage decodeImage(std::span<const uint8_t> file, std::string& problem);
 
 DecodedImage decodeImageFile(const std::string& file, std::string& problem);
 

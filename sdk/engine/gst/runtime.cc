@@ -28,7 +28,6 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"flvdemux", "gstreamer1.0-plugins-good"},
     {"flvmux", "gstreamer1.0-plugins-good"},
     {"jpegdec", "gstreamer1.0-plugins-good"},
-    {"pngdec", "gstreamer1.0-plugins-good"},
     {"qtdemux", "gstreamer1.0-plugins-good"},
     {"rtph264depay", "gstreamer1.0-plugins-good"},
     {"rtpjitterbuffer", "gstreamer1.0-plugins-good"},

@@ -2,17 +2,22 @@
 
 #include "capture/still_image.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <png.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 #include "capture/frame_pool.h"
 #include "capture/image_file.h"
 #include "gst/pipeline.h"
 #include "gst/runtime.h"
 #include "support/event_log.h"
+#include "support/process_usage.h"
 
 namespace NimboEngine::test {
 namespace {
@@ -87,6 +92,28 @@ class StillImageTest : public testing::Test {
     gst_video_frame_unmap(&frame);
   }
 
+  // A PNG file of one bit a pixel.
+  static std::string blackPng(png_uint_32 width, png_uint_32 height) {
+    std::string bytes;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_set_write_fn(
+        png, &bytes,
+        [](png_structp writer, png_bytep data, png_size_t size) {
+          static_cast<std::string*>(png_get_io_ptr(writer))
+              ->append(reinterpret_cast<const char*>(data), size);
+        },
+        nullptr);
+    png_set_IHDR(png, info, width, height, 1, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    const std::vector<png_byte> row(width / 8 + 1, 0);
+    for (png_uint_32 y = 0; y < height; ++y) png_write_row(png, row.data());
+    png_write_end(png, info);
+    png_destroy_write_struct(&png, &info);
+    return bytes;
+  }
+
   static std::string problemOf(const std::string& path) {
     std::string problem;
     const DecodedImage image = decodeImageFile(path, problem);
@@ -141,16 +168,44 @@ TEST_F(StillImageTest, EachReasonIsTold) {
   EXPECT_EQ(problemOf(file("text.png")), "it is neither PNG nor JPEG");
   const std::string whole = makeImage("whole.png", "pngenc", 320, 240);
   std::filesystem::resize_file(whole, 60);
-  EXPECT_EQ(problemOf(whole), "it cannot be decoded");
+  EXPECT_THAT(problemOf(whole), testing::StartsWith("it cannot be decoded: "));
 }
 
 TEST_F(StillImageTest, WhatIsTooLargeIsNotEvenDecoded) {
   using namespace std::string_literals;
-  write("bomb.png", "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\xff\xff\0\0\xff\xff"s);
-  EXPECT_EQ(problemOf(file("bomb.png")), "it has 65535x65535 pixels; 40000000 are allowed");
+  write("bomb.png", blackPng(20'000, 20'000));
+  EXPECT_EQ(problemOf(file("bomb.png")), "it has 20000x20000 pixels; 40000000 are allowed");
+  const std::string bomb =
+      "\xff\xd8\xff\xc0\0\x0b\x08\x9c\x40\x9c\x40\x01\x01\x11\0"s
+      "\xff\xda\0\x08\x01\x01\0\0\x3f\0"s;
+  write("bomb.jpg", bomb);
+  EXPECT_EQ(problemOf(file("bomb.jpg")), "it has 40000x40000 pixels; 40000000 are allowed");
   write("long.png", "");
   std::filesystem::resize_file(file("long.png"), 32'000'001);
   EXPECT_EQ(problemOf(file("long.png")), "it has 32000001 bytes; 32000000 are allowed");
+}
+
+TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
+  const std::string first = makeImage("first.png", "pngenc", 160, 120);
+  std::ofstream(first, std::ios::binary | std::ios::app) << blackPng(20'000, 20'000);
+  const std::string photo = makeImage("first.jpg", "jpegenc", 160, 120);
+  const std::string large = makeImage("large.jpg", "jpegenc", 6000, 6000);
+  std::ofstream(photo, std::ios::binary | std::ios::app) << std::ifstream(large).rdbuf();
+  for (const std::string& path : {first, photo}) {
+    resetPeakMemory();
+    const ptrdiff_t before = peakMemoryKiB();
+    std::string problem;
+    const DecodedImage image = decodeImageFile(path, problem);
+    ASSERT_TRUE(image.pixels) << problem;
+    EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&image.info), 160);
+    EXPECT_EQ(GST_VIDEO_INFO_HEIGHT(&image.info), 120);
+    EXPECT_LT(peakMemoryKiB() - before, 16 * 1024) << path;
+  }
+}
+
+TEST_F(StillImageTest, APipeIsRefusedAtOnce) {
+  ASSERT_EQ(mkfifo(file("pipe.png").c_str(), 0600), 0);
+  EXPECT_EQ(problemOf(file("pipe.png")), "it is no file");
 }
 
 TEST_F(StillImageTest, ItsEndIsNotWaitedFor) {

@@ -3,7 +3,9 @@
 #include <malloc.h>
 
 #include <filesystem>
+#include <fstream>
 #include <iterator>
+#include <string>
 
 namespace NimboEngine::test {
 namespace {
@@ -18,6 +20,21 @@ ProcessUsage processUsage() {
   const struct mallinfo2 heap = mallinfo2();
   return {entries("/proc/self/task"), entries("/proc/self/fd"),
           static_cast<std::ptrdiff_t>(heap.uordblks + heap.hblkhd) / 1024};
+}
+
+void resetPeakMemory() {
+  std::ofstream("/proc/self/clear_refs") << '5';
+}
+
+std::ptrdiff_t peakMemoryKiB() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word != "VmHWM:") continue;
+    std::ptrdiff_t peak = 0;
+    status >> peak;
+    return peak;
+  }
+  return 0;
 }
 
 }  // namespace NimboEngine::test

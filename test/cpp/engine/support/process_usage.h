@@ -14,4 +14,8 @@ struct ProcessUsage {
 
 ProcessUsage processUsage();
 
+// The most memory that was resident since it was last reset.
+void resetPeakMemory();
+std::ptrdiff_t peakMemoryKiB();
+
 }  // namespace NimboEngine::test
