@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "base/never_destroyed.h"
-#include "base/trust.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 #include "play/play_runner.h"
@@ -62,10 +61,7 @@ LivePlayer::LivePlayer(const Settings& settings)
       session_(std::make_shared<PlayerSession>(
           playersThread(), settings.latency, listeners_, remote_.stream(),
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
-  playersThread().post([trusted = settings.trustedCertificates] {
-    preparePlayers();
-    trustCertificates(trusted);
-  });
+  playersThread().post(preparePlayers);
 }
 
 LivePlayer::~LivePlayer() {
@@ -158,7 +154,7 @@ namespace LumoRtc {
 LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
   std::string problem;
   const auto settings = NimboEngine::parseSettings(extraConfig, problem);
-  if (!settings) {
+  if (!settings || !NimboEngine::applySettings(*settings, problem)) {
     NIMBO_LOG_ERROR("no player: the settings cannot be used: {}", problem);
     return nullptr;
   }

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <utility>
 
-#include "base/trust.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -18,7 +17,6 @@ LivePusher::LivePusher(const Settings& settings)
       engine_("nimbo-engine") {
   engine_.post([this] {
     startGstreamer();
-    trustCertificates(settings_.trustedCertificates);
     prepareDevices();
     session_ = std::make_unique<LiveSession>(
         engine_, settings_, devices_, listeners_,

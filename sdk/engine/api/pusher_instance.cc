@@ -40,13 +40,13 @@ using NimboEngine::theInstance;
 LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
   std::string problem;
   const auto settings = NimboEngine::parseSettings(extraConfig, problem);
-  if (!settings) {
-    NIMBO_LOG_ERROR("no pusher: the settings cannot be used: {}", problem);
-    return nullptr;
-  }
   std::lock_guard lock(theInstance().mutex);
   if (theInstance().pusher) {
     NIMBO_LOG_ERROR("no pusher: there is one already");
+    return nullptr;
+  }
+  if (!settings || !NimboEngine::applySettings(*settings, problem)) {
+    NIMBO_LOG_ERROR("no pusher: the settings cannot be used: {}", problem);
     return nullptr;
   }
   NimboEngine::stopAtExit();

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "base/trust.h"
+#include "gst/runtime.h"
 #include "log/log.h"
 
 namespace NimboEngine {
@@ -164,6 +166,17 @@ std::optional<Settings> parseSettings(const char* text, std::string& problem) {
   }
   if (!problem.empty()) return std::nullopt;
   return settings;
+}
+
+bool applySettings(const Settings& settings, std::string& problem) {
+  if (settings.trustedCertificates.empty()) return true;
+  startGstreamer();
+  const std::string reason = trustCertificates(settings.trustedCertificates);
+  if (!reason.empty()) {
+    problem = fmt::format("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
+                          settings.trustedCertificates, reason);
+  }
+  return reason.empty();
 }
 
 }  // namespace NimboEngine

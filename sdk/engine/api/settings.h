@@ -25,4 +25,8 @@ struct Settings {
 // Without a value, `problem` says what is wrong and names the key. A null text counts as empty.
 std::optional<Settings> parseSettings(const char* text, std::string& problem);
 
+// Puts into effect what holds for the whole process: TLS trust. False when it cannot be, and then
+// nothing changes. Starts GStreamer where it is needed for that, which may take 0.15 s.
+bool applySettings(const Settings& settings, std::string& problem);
+
 }  // namespace NimboEngine

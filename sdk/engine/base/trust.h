@@ -1,8 +1,9 @@
-// Which servers are trusted on encrypted connections. Without a word from here, those whose
-// certificates the system's authorities have signed.
+// TLS trust: the certificate authorities whose servers are trusted on encrypted connections, in the
+// whole process. At first the system's.
 //
-// Thread: any.
-// Failure: logged; what was trusted before stays so.
+// Thread: any; GStreamer must have been started (see gst/runtime.h), since this makes types of
+//   GIO's.
+// Failure: a reason, and what was trusted before stays so.
 
 #pragma once
 
@@ -10,8 +11,8 @@
 
 namespace NimboEngine {
 
-// From now on, in the whole process, `file`'s authorities (PEM) are the trusted ones. An empty name
-// changes nothing.
-void trustCertificates(const std::string& file);
+// From now on `file`'s authorities (PEM) are the trusted ones. An empty name changes nothing.
+// Returns an empty text, or why they cannot be used.
+std::string trustCertificates(const std::string& file);
 
 }  // namespace NimboEngine

@@ -1,12 +1,22 @@
 #include "api/settings.h"
 
 #include <fmt/format.h>
+#include <gio/gio.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "NimboSdk/LumoLivePlayer.h"
+#include "NimboSdk/LumoLivePusher.h"
 #include "log/log.h"
+#include "support/loopback_peer.h"
 
 namespace NimboEngine {
 namespace {
+
+namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
 
@@ -150,6 +160,56 @@ TEST(Settings, BadJsonIsRefusedWithItsPlace) {
   EXPECT_NE(problemWith("{\"sendTimeoutMs\": 1e999}").find("1e999"), std::string::npos);
   EXPECT_EQ(problemWith("[]"), "the text is a JSON array, not an object");
   EXPECT_EQ(problemWith("\"camera\""), "the text is a JSON string, not an object");
+}
+
+class TrustSettings : public testing::Test {
+ protected:
+  TrustSettings() {
+    std::string name = fs::temp_directory_path() / "trust-XXXXXX";
+    folder = mkdtemp(name.data());
+  }
+  ~TrustSettings() override { fs::remove_all(folder); }
+
+  static std::string problemOf(const fs::path& file) {
+    std::string problem;
+    Settings settings;
+    settings.trustedCertificates = file;
+    const bool applied = applySettings(settings, problem);
+    EXPECT_EQ(applied, problem.empty());
+    return problem;
+  }
+
+  fs::path folder;
+};
+
+TEST_F(TrustSettings, AFileWithoutUsableCertificatesIsRefused) {
+  std::ofstream(folder / "empty.pem");
+  std::ofstream(folder / "text.pem") << "no certificate, but some text";
+  std::ofstream(folder / "broken.pem")
+      << "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n";
+  ASSERT_EQ(mkfifo((folder / "pipe.pem").c_str(), 0600), 0);
+  GTlsDatabase* const before = g_tls_backend_get_default_database(g_tls_backend_get_default());
+  for (const char* name : {"missing.pem", "empty.pem", "text.pem", "broken.pem", "pipe.pem", "."}) {
+    const std::string start = fmt::format(
+        "\"trustedCertificates\" is \"{}\", which cannot be used: ", (folder / name).string());
+    const std::string problem = problemOf(folder / name);
+    EXPECT_TRUE(problem.starts_with(start) && problem.size() > start.size()) << problem;
+    const std::string settings =
+        fmt::format(R"({{"trustedCertificates": "{}"}})", (folder / name).string());
+    EXPECT_EQ(LumoRtc::LumoLivePlayer::Create(settings.c_str()), nullptr);
+    EXPECT_EQ(LumoRtc::LumoLivePusher::Create(settings.c_str()), nullptr);
+  }
+  GTlsDatabase* const after = g_tls_backend_get_default_database(g_tls_backend_get_default());
+  EXPECT_EQ(after, before);
+  g_object_unref(before);
+  g_object_unref(after);
+}
+
+TEST_F(TrustSettings, ACertificateIsTaken) {
+  const std::string file = test::makeCertificate(folder, "IP:127.0.0.1");
+  EXPECT_EQ(problemOf(file), "");
+  EXPECT_EQ(problemOf(fs::relative(file)), "");
+  EXPECT_EQ(problemOf(""), "");
 }
 
 }  // namespace

@@ -455,7 +455,7 @@ TEST_F(RtmpClientTest, UntrustedCertificates) {
       {otherHost.file().c_str(), otherHost.file().c_str(), "another host"},
   };
   for (const Case& each : cases) {
-    trustCertificates(each.trust);
+    ASSERT_EQ(trustCertificates(each.trust), "");
     const LoopbackPeer peer([](PeerStream& stream) { stream.receiveAll(); }, each.presented);
     events.clear();
     connect(RtmpRole::kPublish, peer.port(), 10s, "rtmps");
@@ -468,7 +468,7 @@ TEST_F(RtmpClientTest, UntrustedCertificates) {
 
 TEST_F(RtmpClientTest, PublishesOverTls) {
   const Certificate certificate("IP:127.0.0.1");
-  trustCertificates(certificate.file());
+  ASSERT_EQ(trustCertificates(certificate.file()), "");
   RtmpTranscript transcript;
   std::promise<void> begin;
   auto begun = begin.get_future().share();
@@ -500,7 +500,7 @@ TEST_F(RtmpClientTest, PublishesOverTls) {
 
 TEST_F(RtmpClientTest, PlaysOverTls) {
   const Certificate certificate("IP:127.0.0.1");
-  trustCertificates(certificate.file());
+  ASSERT_EQ(trustCertificates(certificate.file()), "");
   const LoopbackPeer peer(
       [](PeerStream& stream) {
         RtmpScript script;
@@ -519,7 +519,7 @@ TEST_F(RtmpClientTest, PlaysOverTls) {
 
 TEST_F(RtmpClientTest, TlsThatIsNone) {
   const Certificate certificate("IP:127.0.0.1");
-  trustCertificates(certificate.file());
+  ASSERT_EQ(trustCertificates(certificate.file()), "");
   const LoopbackPeer garbage([](PeerStream& s) {
     s.send(Bytes(10'000, 'G'));
     s.receiveAll();
