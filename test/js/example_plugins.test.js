@@ -61,7 +61,7 @@ describe('the example plug-ins of the npm package', () => {
     shipped = path.join(folder, 'node_modules', 'lumolivepush-electron-sdk');
     const [{ files }] = JSON.parse(run('npm', 'pack', '--dry-run', '--json', '--ignore-scripts'));
     for (const { path: file } of files) {
-      if (!file.startsWith('examples/') && file !== HEADER) continue;
+      if (!/^(cmake|examples)\//.test(file) && file !== HEADER) continue;
       fs.mkdirSync(path.join(shipped, path.dirname(file)), { recursive: true });
       fs.copyFileSync(path.join(root, file), path.join(shipped, file));
     }

@@ -3,6 +3,9 @@
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release) # pixels are many
 endif()
+if(PROJECT_IS_TOP_LEVEL) # else whoever includes it has done so
+  include(${LUMO_PACKAGE_DIR}/cmake/Hardening.cmake)
+endif()
 
 # add_video_plugin(<name> <source>...)
 # The library <name>.so in the build folder.
