@@ -2,6 +2,7 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
+const { startupSnapshot } = require('node:v8');
 const { isMainThread } = require('node:worker_threads');
 const { AddonLoadError } = require('./addon_load_error');
 const { binaryTarget } = require('./binary_target');
@@ -14,6 +15,7 @@ const PLATFORMS = ['linux', 'darwin'];
  * @property {string} addon the add-on's file
  * @property {string} sdk the file of the SDK beside it
  * @property {string} message what the runtime said; empty when it was not asked
+ * @property {string} [code] the runtime's own code for it
  */
 
 const root = path.join(__dirname, '..');
@@ -32,6 +34,11 @@ function targetOf(file) {
   } catch {
     return undefined;
   }
+}
+
+/** Whether Node's permission model, where it is on, lets a file be read. */
+function mayRead(file) {
+  return process.permission?.has('fs.read', file) ?? true;
 }
 
 /** The library of another machine among the two, described; undefined when there is none. */
@@ -65,6 +72,32 @@ const CAUSES = [
     code: 'UNSUPPORTED_PLATFORM',
     reason: () => !PLATFORMS.includes(process.platform) && `there is no build for ${here}.`,
     remedy: `Use one of these platforms: ${PLATFORMS.join(', ')}.`,
+  },
+  {
+    code: 'BUILDING_SNAPSHOT',
+    reason: () =>
+      startupSnapshot?.isBuildingSnapshot() &&
+      'a startup snapshot is being built, which cannot hold native code.',
+    remedy: 'Require it when the application has started from the snapshot.',
+  },
+  {
+    code: 'PERMISSION_DENIED',
+    reason: ({ addon, sdk }) => {
+      const denied = [addon, sdk].find((file) => !mayRead(file));
+      return denied && `Node's permission model does not let ${denied} be read.`;
+    },
+    remedy: `Start Node with --allow-addons and --allow-fs-read=${root}/*.`,
+  },
+  {
+    code: 'ADDONS_DISABLED',
+    reason: ({ code }) =>
+      code === 'ERR_DLOPEN_DISABLED' &&
+      (process.permission
+        ? "Node's permission model forbids native add-ons."
+        : 'Node was told by --no-addons to load no native add-ons.'),
+    remedy: process.permission
+      ? 'Start Node with --allow-addons.'
+      : 'Start Node without --no-addons; NODE_OPTIONS may hold it too.',
   },
   {
     code: 'INSIDE_ARCHIVE',
@@ -132,7 +165,7 @@ const CAUSES = [
  * @returns {AddonLoadError}
  */
 function explainLoadFailure(addon, sdk, cause) {
-  const failure = { addon, sdk, message: cause?.message ?? '' };
+  const failure = { addon, sdk, message: cause?.message ?? '', code: cause?.code };
   for (const { code, reason, remedy } of CAUSES) {
     const text = reason(failure);
     if (text) return new AddonLoadError({ code, reason: text, remedy, cause });

@@ -21,6 +21,9 @@ export const loadError: AddonLoadError | undefined;
  * What stands in the way of the native add-on.
  *
  * - `UNSUPPORTED_PLATFORM`: there is no build for this operating system.
+ * - `BUILDING_SNAPSHOT`: a startup snapshot is being built.
+ * - `PERMISSION_DENIED`: Node's permission model does not let its files be read.
+ * - `ADDONS_DISABLED`: the permission model, or `--no-addons`, forbids native add-ons.
  * - `INSIDE_ARCHIVE`: the add-on was packed into an asar archive.
  * - `NO_BUILD`: the add-on was not built.
  * - `WORKER_THREAD`: it works in the main thread only.
@@ -33,6 +36,9 @@ export const loadError: AddonLoadError | undefined;
  */
 export type AddonLoadErrorCode =
   | 'UNSUPPORTED_PLATFORM'
+  | 'BUILDING_SNAPSHOT'
+  | 'PERMISSION_DENIED'
+  | 'ADDONS_DISABLED'
   | 'INSIDE_ARCHIVE'
   | 'NO_BUILD'
   | 'WORKER_THREAD'

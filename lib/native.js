@@ -18,8 +18,8 @@ const sdkDirectory = unpackedPath(
 function load() {
   const file = path.join(sdkDirectory, 'lumolivepush_electron_sdk.node');
   const sdk = path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk');
-  if (!fs.existsSync(file)) return { loadError: explainLoadFailure(file, sdk) };
   try {
+    if (!fs.existsSync(file)) return { loadError: explainLoadFailure(file, sdk) };
     return { addon: require(file) };
   } catch (error) {
     return { loadError: explainLoadFailure(file, sdk, error) };

@@ -11,6 +11,10 @@ const { scriptedDirectory } = require('./support/build_directory');
 const LIB = path.resolve(__dirname, '../../lib/index.js');
 const ADDON = 'lumolivepush_electron_sdk.node';
 const SDK = 'NimboSdk.framework/NimboSdk';
+// Named "experimental" until Node 23.
+const permission = ['--permission', '--experimental-permission'].find((flag) =>
+  process.allowedNodeEnvironmentFlags.has(flag),
+);
 const notLinux = process.platform !== 'linux' && 'ELF files are needed';
 
 const temporary = fs.mkdtempSync(path.join(os.tmpdir(), 'lumo-loader-'));
@@ -64,7 +68,7 @@ function machO() {
  * Runs `code` in a process of its own, with the package as `lumo` and `describe(error)` at hand.
  * @returns {any} what `code` returned
  */
-function inProcess(folder, code, { before = '' } = {}) {
+function inProcess(folder, code, { before = '', flags = [] } = {}) {
   const script = `
     ${before}
     const describe = ({ name, code, message, remedy, cause }) =>
@@ -75,7 +79,7 @@ function inProcess(folder, code, { before = '' } = {}) {
       require('node:fs').writeSync(1, JSON.stringify(value));
       process.exit(0);
     });`;
-  const { status, stdout, stderr } = spawnSync(process.execPath, ['-e', script], {
+  const { status, stdout, stderr } = spawnSync(process.execPath, [...flags, '-e', script], {
     env: { ...process.env, LUMO_BUILD_DIR: folder },
     encoding: 'utf8',
   });
@@ -217,6 +221,41 @@ describe('the loader', () => {
     assert.equal(code, 'LOAD_FAILED');
     assert.ok(cause.length > 0);
     assert.ok(message.includes(cause));
+  });
+
+  it('tells how to start Node where it may load no add-ons', () => {
+    const { code, message } = failureOf(scriptedDirectory, { flags: ['--no-addons'] });
+    assert.equal(code, 'ADDONS_DISABLED');
+    assert.match(message, /--no-addons/);
+  });
+
+  it('tells how to start Node with its permission model', { skip: !permission && 'none' }, () => {
+    const all = failureOf(scriptedDirectory, { flags: [permission, '--allow-fs-read=*'] });
+    assert.equal(all.code, 'ADDONS_DISABLED');
+    assert.match(all.message, /--allow-addons/);
+    const flags = [permission, '--allow-addons', `--allow-fs-read=${path.dirname(LIB)}/*`];
+    const some = failureOf(makeBuild('unreadable', { [ADDON]: same, [SDK]: same }), { flags });
+    assert.equal(some.code, 'PERMISSION_DENIED');
+    assert.match(some.message, /--allow-fs-read/);
+  });
+
+  it('explains that a startup snapshot cannot hold it', () => {
+    const script = path.join(temporary, 'snapshot.js');
+    fs.writeFileSync(
+      script,
+      `const { loadError } = require('node:module').createRequire(__filename)(${JSON.stringify(LIB)});
+       require('node:fs').writeSync(1, JSON.stringify([loadError.code, loadError.message]));`,
+    );
+    const blob = path.join(temporary, 'snapshot.blob');
+    const { stdout, stderr } = spawnSync(
+      process.execPath,
+      ['--snapshot-blob', blob, '--build-snapshot', script],
+      { env: { ...process.env, LUMO_BUILD_DIR: scriptedDirectory }, encoding: 'utf8' },
+    );
+    assert.notEqual(stdout, '', stderr);
+    const [code, message] = JSON.parse(stdout);
+    assert.equal(code, 'BUILDING_SNAPSHOT');
+    assert.match(message, /snapshot/);
   });
 
   it('explains that it works on the main thread only', () => {

@@ -57,7 +57,7 @@ describe('a listener that throws', () => {
 });
 
 describe('the end of the process', () => {
-  it('does not come by itself while a listener exists', () => {
+  it('does not come by itself once a method has obtained the pusher', () => {
     const { error } = runScript('', { timeout: 2000, killSignal: 'SIGKILL' });
     assert.equal(error.code, 'ETIMEDOUT');
   });
