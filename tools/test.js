@@ -1,17 +1,16 @@
 'use strict';
 
 // Runs the whole test suite: lint, C++ tests, JavaScript tests with the scripted SDK, end-to-end
-// tests with the default SDK, the quick rows of the interoperability suite. Every stage runs
-// whatever the ones before came to. The last line is `N passed, N failed` for all together; the
+// tests with the default SDK, the quick rows of the interoperability suite and of the hostile servers.
+// Every stage runs whatever the ones before came to. The last line is `N passed, N failed` for all together; the
 // exit code is 0 when nothing failed.
 //
-// Usage: node tools/test.js [--sanitizer asan|tsan] [--only lint|cpp|js|e2e|interop]... [--cpp PATTERN]
-//                           [FILE...]
-//   --sanitizer KIND  test build/KIND instead of build/release; lint is left out, and interop,
-//                     whose outcome depends on time
-//   --only STAGE      run this stage only (repeatable)
+// Usage: node tools/test.js [--sanitizer asan|tsan] [--only STAGE]... [--cpp PATTERN] [FILE...]
+//   --sanitizer KIND  test build/KIND instead of build/release; lint is left out, and interop and
+//                     hostile, whose outcomes depend on time and memory
+//   --only STAGE      run lint, cpp, js, e2e, interop or hostile only (repeatable)
 //   --cpp PATTERN     run only the C++ tests whose names match this regular expression
-//   FILE              run only these JavaScript, end-to-end and interop test files
+//   FILE              run only these JavaScript, end-to-end, interop and hostile test files
 
 const path = require('node:path');
 const { parseArgs } = require('node:util');
@@ -22,9 +21,9 @@ const { countReports, sanitizerEnvironment } = require('./lib/sanitizers');
 const { runStages } = require('./lib/tally');
 const { lint } = require('./lint');
 
-const names = ['lint', 'cpp', 'js', 'e2e', 'interop'];
-const nodeStages = ['js', 'e2e', 'interop'];
-const notSanitized = ['lint', 'interop'];
+const names = ['lint', 'cpp', 'js', 'e2e', 'interop', 'hostile'];
+const nodeStages = ['js', 'e2e', 'interop', 'hostile'];
+const notSanitized = ['lint', 'interop', 'hostile'];
 
 function readArguments() {
   const { values, positionals } = parseArgs({
@@ -50,7 +49,7 @@ function readArguments() {
 
 function stageOf(file) {
   const name = nodeStages.find((stage) => isTestOf(stage, file));
-  if (!name) throw new Error(`${file}: no test file of test/js, test/e2e or test/interop`);
+  if (!name) throw new Error(`${file}: no test file of test/${nodeStages.join(', test/')}`);
   return name;
 }
 
@@ -77,6 +76,7 @@ async function main() {
     js: { name: 'JavaScript tests', run: runNode('js') },
     e2e: { name: 'end-to-end tests', run: runNode('e2e') },
     interop: { name: 'interoperability', run: runNode('interop') },
+    hostile: { name: 'hostile servers', run: runNode('hostile') },
   };
   const selected = names.filter((name) => only.includes(name)).map((name) => stages[name]);
   return runStages(sanitizer ? selected.map((stage) => checked(stage, sanitizer)) : selected);
