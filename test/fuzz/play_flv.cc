@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string address = "http://127.0.0.1:" + std::to_string(server->port()) + "/live/s.flv";
   const auto url = parsePlayUrl(address.c_str(), problem);
   auto output = std::make_shared<PlayOutput>(
-      LatencySettings{}, PlayOutput::Handlers{.onFrame = readFrame, .onAudio = readAudio});
+      PlaySettings{}, PlayOutput::Handlers{.onFrame = readFrame, .onAudio = readAudio});
   std::promise<void> over;
   PlayRunner runner(*url, output, [&over](const PlayOutcome&) { over.set_value(); });
   auto ended = over.get_future();

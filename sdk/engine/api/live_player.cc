@@ -59,7 +59,7 @@ LivePlayer::LivePlayer(const Settings& settings)
       listeners_(std::make_shared<PlayerListeners>(this)),
       remote_(static_cast<LumoLivePlayer*>(this)),
       session_(std::make_shared<PlayerSession>(
-          playersThread(), settings.latency, listeners_, remote_.stream(),
+          playersThread(), settings.play, listeners_, remote_.stream(),
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
   playersThread().post(preparePlayers);
 }

@@ -12,12 +12,12 @@ namespace NimboEngine {
 
 using namespace LumoRtc;
 
-PlayerSession::PlayerSession(EngineThread& engine, const LatencySettings& latency,
+PlayerSession::PlayerSession(EngineThread& engine, const PlaySettings& settings,
                              std::shared_ptr<PlayerListeners> listeners,
                              std::shared_ptr<RemoteStream> remote,
                              std::function<void(uint32_t)> onPlayOver)
     : engine_(engine),
-      latency_(latency),
+      settings_(settings),
       listeners_(std::move(listeners)),
       remote_(std::move(remote)),
       onPlayOver_(std::move(onPlayOver)),
@@ -98,7 +98,7 @@ void PlayerSession::begin(const PlayRequest& request) {
   output_ = std::make_unique<AudioOutput>();
   openView();
   playback_ =
-      std::make_unique<Playback>(engine_, request.url, latency_, handlers(), events(request.url));
+      std::make_unique<Playback>(engine_, request.url, settings_, handlers(), events(request.url));
 }
 
 PlayOutput::Handlers PlayerSession::handlers() {

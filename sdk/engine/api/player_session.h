@@ -36,7 +36,7 @@ class PlayerSession {
  public:
   // What plays goes to `remote` too. `onPlayOver(number)` comes before the events of a playback
   // that ended without having been stopped.
-  PlayerSession(EngineThread& engine, const LatencySettings& latency,
+  PlayerSession(EngineThread& engine, const PlaySettings& settings,
                 std::shared_ptr<PlayerListeners> listeners, std::shared_ptr<RemoteStream> remote,
                 std::function<void(uint32_t)> onPlayOver);
   ~PlayerSession();
@@ -70,7 +70,7 @@ class PlayerSession {
   void showLoudness();
 
   EngineThread& engine_;
-  const LatencySettings latency_;
+  const PlaySettings settings_;
   const std::shared_ptr<PlayerListeners> listeners_;
   const std::shared_ptr<RemoteStream> remote_;
   const std::function<void(uint32_t)> onPlayOver_;

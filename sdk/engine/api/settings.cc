@@ -46,9 +46,17 @@ constexpr NumberSetting kNumberSettings[] = {
     {"reconnect.maxDelayMs", 0, 600'000,
      [](Settings& s, int64_t value) { s.network.reconnect.maxDelay = milliseconds(value); }},
     {"latency.minMs", 0, 10'000,
-     [](Settings& s, int64_t value) { s.latency.minimum = milliseconds(value); }},
+     [](Settings& s, int64_t value) { s.play.latency.minimum = milliseconds(value); }},
     {"latency.maxMs", 0, 10'000,
-     [](Settings& s, int64_t value) { s.latency.maximum = milliseconds(value); }},
+     [](Settings& s, int64_t value) { s.play.latency.maximum = milliseconds(value); }},
+    {"limits.maxFramePixels", 65'536, 268'435'456,
+     [](Settings& s, int64_t value) {
+       s.play.limits.maxFramePixels = static_cast<uint64_t>(value);
+     }},
+    {"limits.maxQueuedBytes", 1'048'576, 1'073'741'824,
+     [](Settings& s, int64_t value) {
+       s.play.limits.maxQueuedBytes = static_cast<uint64_t>(value);
+     }},
     {"sendTimeoutMs", 500, 5000,
      [](Settings& s, int64_t value) { s.network.sendTimeout = milliseconds(value); }},
 };
@@ -65,11 +73,11 @@ struct ChoiceSetting {
 
 constexpr ChoiceSetting kChoiceSettings[] = {
     {"latency.preset",
-     {{{"default", [](Settings& s) { s.latency.lowest = false; }},
-       {"lowest", [](Settings& s) { s.latency.lowest = true; }}}}},
+     {{{"default", [](Settings& s) { s.play.latency.lowest = false; }},
+       {"lowest", [](Settings& s) { s.play.latency.lowest = true; }}}}},
 };
 
-constexpr const char* kObjectSettings[] = {"reconnect", "latency"};
+constexpr const char* kObjectSettings[] = {"reconnect", "latency", "limits"};
 
 template <class Table>
 const auto* entryOf(const Table& table, const std::string& key) {
@@ -158,11 +166,13 @@ std::optional<Settings> parseSettings(const char* text, std::string& problem) {
   }
   problem = readObject("", object, settings);
   if (!object.contains("/latency/maxMs"_json_pointer)) {
-    settings.latency.maximum = std::max(settings.latency.maximum, settings.latency.minimum);
+    settings.play.latency.maximum =
+        std::max(settings.play.latency.maximum, settings.play.latency.minimum);
   }
-  if (problem.empty() && settings.latency.minimum > settings.latency.maximum) {
-    problem = fmt::format("\"latency.minMs\" is {}, more than \"latency.maxMs\", which is {}",
-                          settings.latency.minimum.count(), settings.latency.maximum.count());
+  if (problem.empty() && settings.play.latency.minimum > settings.play.latency.maximum) {
+    problem =
+        fmt::format("\"latency.minMs\" is {}, more than \"latency.maxMs\", which is {}",
+                    settings.play.latency.minimum.count(), settings.play.latency.maximum.count());
   }
   if (!problem.empty()) return std::nullopt;
   return settings;

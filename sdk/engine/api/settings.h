@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "play/latency_settings.h"
+#include "play/play_settings.h"
 #include "publish/network_settings.h"
 
 namespace NimboEngine {
@@ -18,7 +18,7 @@ struct Settings {
   std::string camera;
   std::string microphone;
   NetworkSettings network;
-  LatencySettings latency;
+  PlaySettings play;
   std::string trustedCertificates;
 };
 

@@ -12,6 +12,7 @@
 #include "base/handover.h"
 #include "log/log.h"
 #include "play/decoder_threads.h"
+#include "play/media_guard.h"
 
 namespace NimboEngine {
 namespace {
@@ -145,7 +146,8 @@ void tuneDecoder(GstElement* element, const SharedOutput& output) {
   const gchar* klass = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
   const std::string_view kind = klass ? klass : "";
   if (!kind.starts_with("Codec/Decoder/")) return;
-  const bool video = kind.find("Video") != kind.npos;
+  const bool video = kind.find("Video") != kind.npos || kind.find("Image") != kind.npos;
+  guardDecoder(element, output);
   if (video) {
     tuneDecoderThreads(element, output->mode() == LumoRtc::kLumoLivePlayModeLive);
     // A stream that is joined between two key frames, or that lost packets, shows nothing rather

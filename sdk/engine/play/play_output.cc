@@ -3,9 +3,11 @@
 #include <utility>
 
 namespace NimboEngine {
-PlayOutput::PlayOutput(const LatencySettings& latency, Handlers handlers)
-    : handlers_(std::move(handlers)),
-      presenter_(latency, {.onFrame = handlers_.onFrame, .onAudio = handlers_.onAudio}) {}
+PlayOutput::PlayOutput(const PlaySettings& settings, Handlers handlers)
+    : arrival(settings.limits.maxQueuedBytes),
+      limits_(settings.limits),
+      handlers_(std::move(handlers)),
+      presenter_(settings.latency, {.onFrame = handlers_.onFrame, .onAudio = handlers_.onAudio}) {}
 
 PlayOutput::~PlayOutput() = default;
 

@@ -19,7 +19,9 @@
 
 #include "NimboSdk/LumoLiveDefine.h"
 #include "media/frame_normalizer.h"
+#include "play/arrival_limit.h"
 #include "play/play_meter.h"
+#include "play/play_settings.h"
 #include "play/presenter.h"
 
 namespace NimboEngine {
@@ -33,7 +35,7 @@ class PlayOutput {
     std::function<void(const AudioAligner::Piece&)> onAudio;
   };
 
-  PlayOutput(const LatencySettings& latency, Handlers handlers);
+  PlayOutput(const PlaySettings& settings, Handlers handlers);
   ~PlayOutput();
   PlayOutput(const PlayOutput&) = delete;
   PlayOutput& operator=(const PlayOutput&) = delete;
@@ -55,13 +57,17 @@ class PlayOutput {
   PlayCounts counts() const;
   std::chrono::milliseconds takeWorstDelay(Presenter::Time now);
 
+  const PlayLimits& limits() const { return limits_; }
+
   void close();
 
   // Whether a server has said anything.
   std::atomic<bool> answered{false};
   PlayMeter meter;
+  ArrivalLimit arrival;
 
  private:
+  const PlayLimits limits_;
   const Handlers handlers_;
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
 

@@ -13,6 +13,7 @@
 #include "base/handover.h"
 #include "flv/flv_demuxer.h"
 #include "log/log.h"
+#include "play/media_guard.h"
 #include "play/output_branch.h"
 #include "play/rtsp_source.h"
 
@@ -37,9 +38,6 @@ constexpr LiveContainer kLiveContainers[] = {
     // each stream by itself; without it they are the sender's.
     {"video/mpegts", "tsdemux", "ignore-pcr"},
 };
-
-// What may wait undecoded in front of a live stream's decoder.
-constexpr guint kMostQueuedBytes = 32 * 1024 * 1024;
 
 // Whether a pad has video or audio, raw, encoded or in RTP packets; none for anything else.
 std::optional<Media> mediaOf(const GstCaps* caps) {
@@ -68,7 +66,7 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
 
  private:
   void onType(GstElement* typefind, const GstCaps* caps);
-  void onElement(GstElement* element) { tuneDecoder(element, output_); }
+  void onElement(GstElement* element);
   void demux(GstElement* typefind, const LiveContainer& container);
   void decode(GstPad* pad);
   void deliver(GstPad* pad);
@@ -127,6 +125,11 @@ void Wiring::begin() {
   const auto element = [this](const char* name) {
     return GstPtr<GstElement>(gst_bin_get_by_name(GST_BIN(pipeline_), name));
   };
+  if (const auto source = element("source")) this->onElement(source.get());
+  if (protocol_ == PlayProtocol::kRtmp) {
+    const GstPtr<GstPad> input(gst_element_get_static_pad(element("streams").get(), "sink"));
+    guardArrival(input.get(), output_);
+  }
   if (protocol_ == PlayProtocol::kFile) {
     setMode(false, false);
     connect<deliverPad, GstPad*>(element("decoder").get(), "pad-added");
@@ -136,6 +139,17 @@ void Wiring::begin() {
   } else {
     connect<onType, guint, GstCaps*>(element("type").get(), "have-type");
   }
+}
+
+void Wiring::onElement(GstElement* element) {
+  tuneDecoder(element, output_);
+  // The segments of HLS have sources of their own. RTP is counted where the streams come out.
+  const gchar* kind = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
+  if (!kind || protocol_ == PlayProtocol::kRtsp || !std::string_view(kind).starts_with("Source")) {
+    return;
+  }
+  const GstPtr<GstPad> pad(gst_element_get_static_pad(element, "src"));
+  if (pad) guardArrival(pad.get(), output_);
 }
 
 GstElement* Wiring::add(const char* factory) {
@@ -186,8 +200,10 @@ void Wiring::decodeStream(GstPad* pad) {
   if (!media || !claim(decoded_, *media)) return;
   GstElement* queue = add("queue");
   if (!queue) return;
-  g_object_set(queue, "max-size-buffers", 0, "max-size-time", guint64{0}, "max-size-bytes",
-               kMostQueuedBytes, nullptr);
+  const auto most = static_cast<guint>(output_->limits().maxQueuedBytes / decoded_.size());
+  g_object_set(queue, "max-size-buffers", 0, "max-size-time", guint64{0}, "max-size-bytes", most,
+               nullptr);
+  if (protocol_ == PlayProtocol::kRtsp) guardArrival(pad, output_);
   const GstPtr<GstPad> source(gst_element_get_static_pad(queue, "src"));
   const GstPtr<GstPad> sink(gst_element_get_static_pad(queue, "sink"));
   decode(source.get());

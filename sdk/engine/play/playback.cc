@@ -46,11 +46,11 @@ const char* textOf(LumoLiveErrorCode code) {
 
 }  // namespace
 
-Playback::Playback(EngineThread& engine, PlayUrl url, const LatencySettings& latency,
+Playback::Playback(EngineThread& engine, PlayUrl url, const PlaySettings& settings,
                    PlayOutput::Handlers handlers, Events events)
     : engine_(engine),
       url_(std::move(url)),
-      latency_(latency),
+      settings_(settings),
       handlers_(std::move(handlers)),
       events_(std::move(events)),
       lastReport_(Clock::now()),
@@ -66,7 +66,7 @@ Playback::~Playback() {
 
 void Playback::open() {
   if (stopping_) return;
-  output_ = std::make_shared<PlayOutput>(latency_, watchedHandlers());
+  output_ = std::make_shared<PlayOutput>(settings_, watchedHandlers());
   watch_.emplace(Clock::now(), silenceOf(url_));
   lastCounts_ = {};
   lastCounts_.shown = events_.shown();

@@ -40,7 +40,7 @@ class Playback {
     std::function<uint64_t()> shown;
   };
 
-  Playback(EngineThread& engine, PlayUrl url, const LatencySettings& latency,
+  Playback(EngineThread& engine, PlayUrl url, const PlaySettings& settings,
            PlayOutput::Handlers handlers, Events events);
   ~Playback();
   Playback(const Playback&) = delete;
@@ -69,7 +69,7 @@ class Playback {
 
   EngineThread& engine_;
   const PlayUrl url_;
-  const LatencySettings latency_;
+  const PlaySettings settings_;
   const PlayOutput::Handlers handlers_;
   const Events events_;
 

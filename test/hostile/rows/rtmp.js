@@ -80,6 +80,14 @@ const pendingMessages = (count, length, piece) =>
     ]),
   );
 
+const IN_STREAM = { chunkStream: 4, stream: 1 };
+// Baseline profile, 64x64 pixels.
+const AVC_CONFIGURATION = Buffer.from(
+  '0142c00affe100176742c00ad90426c044000003000400000300c83c48992001000568cb83cb20',
+  'hex',
+);
+const AAC_CONFIGURATION = Buffer.from([0x11, 0x90]); // low complexity, 48 kHz, stereo
+
 const flvTag = (type, timestamp, body) =>
   Buffer.concat([
     Buffer.from([type]),
@@ -337,7 +345,7 @@ const ACCEPTED = [
       return peer.flood(message(TYPE.aggregate, parts));
     }),
     push: {},
-    play: { code: PLAY.undecodable, withinMs: 25_000 },
+    play: { code: PLAY.notFound, ...TEN_SECONDS },
   },
   {
     name: 'time stamps that wrap',
@@ -354,12 +362,23 @@ const ACCEPTED = [
     play: { holdMs: 5000 },
   },
   {
-    name: 'broken FLV inside',
+    name: 'broken H.264 and AAC',
     serve: afterAcceptance(async (peer) => {
-      for (;;) {
-        const type = Math.random() < 0.5 ? TYPE.audio : TYPE.video;
-        await peer.write(message(type, crypto.randomBytes(500), { chunkStream: 4, stream: 1 }));
-        await sleep(2);
+      // Headers of a key frame and of AAC, and what they announce; the media are noise.
+      const media = [
+        [TYPE.video, Buffer.from([0x17, 0, 0, 0, 0]), AVC_CONFIGURATION],
+        [TYPE.audio, Buffer.from([0xaf, 0]), AAC_CONFIGURATION],
+      ];
+      for (const [type, head, configuration] of media) {
+        await peer.write(message(type, Buffer.concat([head, configuration]), IN_STREAM));
+      }
+      for (let timestamp = 0; ; timestamp += 40) {
+        for (const [type, head] of media) {
+          head[1] = 1;
+          const body = Buffer.concat([head, crypto.randomBytes(500)]);
+          await peer.write(message(type, body, { ...IN_STREAM, timestamp }));
+        }
+        await sleep(40);
       }
     }),
     push: {},

@@ -4,6 +4,7 @@ const { fork } = require('node:child_process');
 const { EventEmitter, once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
 
 const WARM_UP_MS = 30_000;
 // Beyond it an action counts as one that never ends.
@@ -31,6 +32,17 @@ function usageOf(pid) {
 
 /** Lets the kernel's record of the most memory that a process had begin anew. */
 const resetPeak = (pid) => fs.writeFileSync(`/proc/${pid}/clear_refs`, '5');
+
+/** Waits until no more threads of the warm-up end. */
+async function settle(pid) {
+  let threads = 0;
+  for (let level = 0; level < 5; level += 1) {
+    await sleep(100);
+    const now = usageOf(pid).threads;
+    if (now !== threads) level = 0;
+    threads = now;
+  }
+}
 
 /**
  * Starts the application of one case and waits until it is warm.
@@ -114,6 +126,7 @@ async function startClient({ role, settings, clip }) {
     await client.kill();
     throw new Error(`the application did not start: ${output}`);
   }
+  await settle(child.pid);
   return client;
 }
 

@@ -79,17 +79,21 @@ process.on('disconnect', () => process.exit(1));
 
 // Has everything loaded that pushing or playing loads, so that only what a server causes is
 // measured. Nobody listens on port 1.
+const REFUSED = {
+  push: ['rtmp://127.0.0.1:1/live/stream'],
+  play: ['rtmp://127.0.0.1:1/live/stream', 'http://127.0.0.1:1/s', 'rtsp://127.0.0.1:1/s'],
+};
+
 async function warmUp() {
   if (role === 'play') {
     await player.play(clip);
     await player.stop();
   }
-  const failed = live.next(ERRORS[role]);
-  actions.start({ url: 'rtmp://127.0.0.1:1/live/stream' });
-  await failed;
-  await new Promise((resolve) => {
-    setTimeout(resolve, 300);
-  });
+  for (const url of REFUSED[role]) {
+    const failed = live.next(ERRORS[role]);
+    actions.start({ url });
+    await failed;
+  }
   globalThis.gc?.();
   relayEvents();
   process.send({ done: 'warm' });

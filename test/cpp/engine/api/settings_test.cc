@@ -38,6 +38,8 @@ TEST(Settings, EmptyAndNullTextsMeanDefaults) {
     EXPECT_EQ(settings->network.reconnect.firstDelay, 500ms);
     EXPECT_EQ(settings->network.reconnect.maxDelay, 10s);
     EXPECT_EQ(settings->network.sendTimeout, 4s);
+    EXPECT_EQ(settings->play.limits.maxFramePixels, 4096u * 2304);
+    EXPECT_EQ(settings->play.limits.maxQueuedBytes, 12u * 1024 * 1024);
   }
 }
 
@@ -71,12 +73,22 @@ TEST(Settings, ReadsTheLatency) {
   const auto settings =
       parseSettings(R"({"latency": {"minMs": 50, "maxMs": 300, "preset": "lowest"}})", problem);
   ASSERT_TRUE(settings) << problem;
-  EXPECT_EQ(settings->latency.minimum, 50ms);
-  EXPECT_EQ(settings->latency.maximum, 300ms);
-  EXPECT_TRUE(settings->latency.lowest);
-  EXPECT_FALSE(parseSettings(R"({"latency": {"preset": "default"}})", problem)->latency.lowest);
-  EXPECT_EQ(parseSettings(R"({"latency": {"minMs": 2000}})", problem)->latency.maximum, 2s)
+  EXPECT_EQ(settings->play.latency.minimum, 50ms);
+  EXPECT_EQ(settings->play.latency.maximum, 300ms);
+  EXPECT_TRUE(settings->play.latency.lowest);
+  EXPECT_FALSE(
+      parseSettings(R"({"latency": {"preset": "default"}})", problem)->play.latency.lowest);
+  EXPECT_EQ(parseSettings(R"({"latency": {"minMs": 2000}})", problem)->play.latency.maximum, 2s)
       << "a larger minimum lifts the default maximum";
+}
+
+TEST(Settings, ReadsTheLimits) {
+  std::string problem;
+  const auto settings = parseSettings(
+      R"({"limits": {"maxFramePixels": 100000, "maxQueuedBytes": 2000000}})", problem);
+  ASSERT_TRUE(settings) << problem;
+  EXPECT_EQ(settings->play.limits.maxFramePixels, 100'000u);
+  EXPECT_EQ(settings->play.limits.maxQueuedBytes, 2'000'000u);
 }
 
 TEST(Settings, RefusesALatencyThatCannotBe) {
@@ -101,6 +113,8 @@ constexpr NumberKey kNumberKeys[] = {
     {R"({"reconnect": {"maxAttempts": )", "reconnect.maxAttempts", "}}", 0, 1000},
     {R"({"reconnect": {"firstDelayMs": )", "reconnect.firstDelayMs", "}}", 0, 600'000},
     {R"({"reconnect": {"maxDelayMs": )", "reconnect.maxDelayMs", "}}", 0, 600'000},
+    {R"({"limits": {"maxFramePixels": )", "limits.maxFramePixels", "}}", 65'536, 268'435'456},
+    {R"({"limits": {"maxQueuedBytes": )", "limits.maxQueuedBytes", "}}", 1'048'576, 1'073'741'824},
     {R"({"sendTimeoutMs": )", "sendTimeoutMs", "}", 500, 5000},
 };
 

@@ -1,0 +1,26 @@
+// Counts what arrives for a playback until something of it can be decoded.
+//
+// Thread: any.
+// Failure: add() answers false once too much has come.
+
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace NimboEngine {
+
+class ArrivalLimit {
+ public:
+  explicit ArrivalLimit(uint64_t mostBytes) : most_(mostBytes) {}
+
+  bool add(uint64_t bytes) { return (waiting_ += bytes) <= most_; }
+
+  void onDecodable() { waiting_ = 0; }
+
+ private:
+  const uint64_t most_;
+  std::atomic<uint64_t> waiting_{0};
+};
+
+}  // namespace NimboEngine
