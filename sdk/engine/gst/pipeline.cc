@@ -116,6 +116,10 @@ GstBusSyncReply Pipeline::onBusMessage(GstBus*, GstMessage* message, gpointer da
       relay.deliver(buffering);
       break;
     }
+    case GST_MESSAGE_PROGRESS:
+      relay.deliver(
+          {.kind = PipelineMessage::Kind::kProgress, .element = {}, .text = {}, .debug = {}});
+      break;
     default:
       break;
   }

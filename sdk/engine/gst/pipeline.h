@@ -20,7 +20,8 @@ namespace NimboEngine {
 
 // What became of a pipeline. The first error ends it: later ones are only logged.
 struct PipelineMessage {
-  enum class Kind { kError, kEndOfStream, kBuffering };
+  // kProgress: an element begins something, on the thread that posts it.
+  enum class Kind { kError, kEndOfStream, kBuffering, kProgress };
 
   Kind kind = Kind::kError;
   std::string element;  // name of the element that failed

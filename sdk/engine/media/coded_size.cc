@@ -128,14 +128,13 @@ std::optional<CodedSize> largestWithLengths(bool hevc, std::size_t lengthBytes, 
 std::optional<CodedSize> largestWithStartCodes(bool hevc, Bytes data) {
   constexpr std::array<uint8_t, 3> kStartCode = {0, 0, 1};
   std::optional<CodedSize> largest;
-  auto found = std::ranges::search(data, kStartCode);
-  while (!found.empty()) {
-    const Bytes unit(found.end(), data.end());
+  while (true) {
+    const auto found = std::search(data.begin(), data.end(), kStartCode.begin(), kStartCode.end());
+    if (found == data.end()) return largest;
     // A unit's end does not matter: what is read stands at its beginning.
-    largest = larger(largest, sizeInUnit(hevc, unit));
-    found = std::ranges::search(unit, kStartCode);
+    data = Bytes(found + kStartCode.size(), data.end());
+    largest = larger(largest, sizeInUnit(hevc, data));
   }
-  return largest;
 }
 
 // In `count` units of a configuration, each behind its length. Takes them away from `bytes`.

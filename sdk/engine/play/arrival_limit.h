@@ -14,13 +14,19 @@ class ArrivalLimit {
  public:
   explicit ArrivalLimit(uint64_t mostBytes) : most_(mostBytes) {}
 
-  bool add(uint64_t bytes) { return (waiting_ += bytes) <= most_; }
+  bool add(uint64_t bytes) {
+    total_ += bytes;
+    return (waiting_ += bytes) <= most_;
+  }
 
   void onDecodable() { waiting_ = 0; }
+
+  uint64_t total() const { return total_; }
 
  private:
   const uint64_t most_;
   std::atomic<uint64_t> waiting_{0};
+  std::atomic<uint64_t> total_{0};
 };
 
 }  // namespace NimboEngine

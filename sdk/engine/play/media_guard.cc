@@ -17,7 +17,8 @@ namespace {
 
 using SharedOutput = std::shared_ptr<PlayOutput>;
 
-// Posted by the pipeline itself: while decodebin tries out a decoder, it keeps its errors to itself.
+// Posted by the pipeline itself: while decodebin tries out a decoder, it keeps its errors to
+// itself.
 void refuse(GstPad* pad, const std::string& text) {
   GstPtr<GstObject> top(GST_OBJECT(gst_object_ref(pad)));
   while (GstObject* parent = gst_object_get_parent(top.get())) top.reset(parent);

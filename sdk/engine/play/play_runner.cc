@@ -21,6 +21,7 @@
 #include "play/play_error.h"
 #include "play/play_pipeline.h"
 #include "play/rtmp_feed.h"
+#include "play/source_sockets.h"
 
 namespace NimboEngine {
 namespace {
@@ -30,6 +31,13 @@ using Kind = PipelineMessage::Kind;
 // How often the source is asked for what it does not tell by itself.
 constexpr std::chrono::milliseconds kPollInterval{250};
 constexpr std::chrono::milliseconds kDrainInterval{20};
+
+// RTSP says goodbye to its server. A source that waits for the server for longer, or that reads
+// what has no end, is cut off.
+constexpr std::chrono::milliseconds kGoodbye{150};
+// What an RTSP server may say before its first packet. A description has a few kilobytes.
+constexpr uint64_t kMaxReplyBytes = uint64_t{1024} * 1024;
+constexpr std::chrono::milliseconds kReplyPollInterval{20};
 
 LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error) {
   switch (error) {
@@ -67,8 +75,12 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   std::mutex mutex;
   std::condition_variable changed;
   std::deque<PipelineMessage> messages;
-  std::optional<PlayOutcome> feedFailure;
+  std::optional<PlayOutcome> sourceFailure;
   bool stopping = false;
+
+  std::shared_ptr<SourceSockets> sockets;  // of RTSP
+  uint64_t repliedBytes = 0;               // through them, when media last came out of the source
+  uint64_t arrived = 0;                    // media that had come out then
 
   void run();
   void requestStop();
@@ -77,10 +89,13 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   void drain();
   PlayOutcome failure(const PipelineMessage& error);
   std::optional<PipelineMessage> next(Pipeline& pipeline);
+  std::chrono::milliseconds pollInterval() const;
   bool mustPoll() const;
   std::unique_ptr<RtmpFeed> startFeed(Pipeline& pipeline);
   void onFeedEnded(FlvInput& input, RtmpError error, const std::string& text);
   void poll(Pipeline& pipeline);
+  void checkReplies();
+  void fail(const std::string& text);
 };
 
 // All that run.
@@ -131,11 +146,22 @@ void PlayRunner::State::requestStop() {
 
 PlayOutcome PlayRunner::State::work() {
   auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
+    if (message.kind == Kind::kProgress) {
+      if (self->sockets) self->sockets->adoptThread();
+      return;
+    }
     std::lock_guard lock(self->mutex);
     self->messages.push_back(message);
     self->changed.notify_all();
   };
+  if (url.protocol == PlayProtocol::kRtsp) {
+    sockets =
+        std::make_shared<SourceSockets>([weak = weak_from_this()](const std::string& refusal) {
+          if (const auto self = weak.lock()) self->fail(refusal);
+        });
+  }
   std::unique_ptr<RtmpFeed> feed;  // ends after the pipeline, into which its thread may be pushing
+  std::optional<DelayedCut> cut;   // ends after the pipeline, too, which it helps to end
   const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, output, onMessage);
   if (!pipeline) {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
@@ -145,6 +171,7 @@ PlayOutcome PlayRunner::State::work() {
   if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
   PlayOutcome outcome = follow(*pipeline);
   if (feed) feed->stop();
+  if (sockets) cut.emplace(sockets, kGoodbye);
   return outcome;
 }
 
@@ -163,7 +190,7 @@ std::unique_ptr<RtmpFeed> PlayRunner::State::startFeed(Pipeline& pipeline) {
 void PlayRunner::State::onFeedEnded(FlvInput& input, RtmpError error, const std::string& text) {
   if (output->meter.counts().decoded() > 0) return input.end();
   std::lock_guard lock(mutex);
-  feedFailure = {PlayOutcome::Kind::kFailed, playErrorCode(error), text};
+  sourceFailure = {PlayOutcome::Kind::kFailed, playErrorCode(error), text};
   changed.notify_all();
 }
 
@@ -176,6 +203,8 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
       case Kind::kEndOfStream:
         drain();
         return {.kind = PlayOutcome::Kind::kEnded, .message = {}};
+      case Kind::kProgress:
+        break;
       case Kind::kBuffering:
         // At the start, what has come is presented while the buffer still fills.
         filled = filled || message->percent == 100;
@@ -187,7 +216,7 @@ PlayOutcome PlayRunner::State::follow(Pipeline& pipeline) {
     }
   }
   std::lock_guard lock(mutex);
-  return stopping ? PlayOutcome() : feedFailure.value_or(PlayOutcome());
+  return stopping ? PlayOutcome() : sourceFailure.value_or(PlayOutcome());
 }
 
 // Waits until all that was decoded has been presented, or somebody asks to stop.
@@ -216,14 +245,14 @@ PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
 // The next message; none when asked to stop, or when the feed has failed.
 std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
   std::unique_lock lock(mutex);
-  const auto woken = [this] { return stopping || feedFailure || !messages.empty(); };
-  while (mustPoll() && !changed.wait_for(lock, kPollInterval, woken)) {
+  const auto woken = [this] { return stopping || sourceFailure || !messages.empty(); };
+  while (mustPoll() && !changed.wait_for(lock, pollInterval(), woken)) {
     lock.unlock();
     poll(pipeline);
     lock.lock();
   }
   changed.wait(lock, woken);
-  if (stopping || feedFailure) return std::nullopt;
+  if (stopping || sourceFailure) return std::nullopt;
   PipelineMessage message = std::move(messages.front());
   messages.pop_front();
   return message;
@@ -233,7 +262,32 @@ bool PlayRunner::State::mustPoll() const {
   return url.protocol == PlayProtocol::kRtsp || url.protocol == PlayProtocol::kSrt;
 }
 
+std::chrono::milliseconds PlayRunner::State::pollInterval() const {
+  return sockets && arrived == 0 ? kReplyPollInterval : kPollInterval;
+}
+
+void PlayRunner::State::fail(const std::string& text) {
+  std::lock_guard lock(mutex);
+  sourceFailure = {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorPlayRejected, text};
+  changed.notify_all();
+}
+
+// A reply that is never complete stays in the source, which has no limit of its own.
+void PlayRunner::State::checkReplies() {
+  const uint64_t received = sockets->receivedBytes();
+  const uint64_t now = output->arrival.total();
+  if (now != arrived || received < repliedBytes) {
+    arrived = now;
+    repliedBytes = received;
+  }
+  const uint64_t most = arrived == 0 ? kMaxReplyBytes : output->limits().maxQueuedBytes;
+  if (received - repliedBytes > most) {
+    fail(fmt::format("more than {} bytes came from the server, and no media", most));
+  }
+}
+
 void PlayRunner::State::poll(Pipeline& pipeline) {
+  if (sockets) checkReplies();
   output->meter.setPackets(countPackets(pipeline, url.protocol));
 }
 

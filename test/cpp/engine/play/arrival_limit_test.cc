@@ -18,6 +18,7 @@ TEST(ArrivalLimit, CountsAnewWheneverSomethingCanBeDecoded) {
     EXPECT_TRUE(limit.add(90));
     limit.onDecodable();
   }
+  EXPECT_EQ(limit.total(), 900u);
 }
 
 }  // namespace
