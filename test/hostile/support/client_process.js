@@ -81,7 +81,12 @@ process.on('disconnect', () => process.exit(1));
 // measured. Nobody listens on port 1.
 const REFUSED = {
   push: ['rtmp://127.0.0.1:1/live/stream'],
-  play: ['rtmp://127.0.0.1:1/live/stream', 'http://127.0.0.1:1/s', 'rtsp://127.0.0.1:1/s'],
+  play: [
+    'rtmp://127.0.0.1:1/live/stream',
+    'http://127.0.0.1:1/s',
+    'rtsp://127.0.0.1:1/s',
+    'srt://127.0.0.1:1',
+  ],
 };
 
 async function warmUp() {
