@@ -1,5 +1,6 @@
 #include "api/player_listeners.h"
 
+#include "base/redaction.h"
 #include "log/log.h"
 
 namespace NimboEngine {
@@ -17,8 +18,9 @@ void PlayerListeners::info(InfoEvent event) {
 
 void PlayerListeners::error(LumoLiveErrorCode code, const std::string& message) {
   NIMBO_LOG_ERROR("player error {}: {}", static_cast<int>(code), message);
+  const std::string shown = redact(message);
   infoSlot.call([&](LumoLivePlayInfoListener& listener) {
-    listener.onError(player_, static_cast<LumoLivePlayError>(code), message.c_str());
+    listener.onError(player_, static_cast<LumoLivePlayError>(code), shown.c_str());
   });
 }
 

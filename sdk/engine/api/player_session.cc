@@ -1,10 +1,9 @@
 #include "api/player_session.h"
 
-#include <glib.h>
-
 #include <utility>
 
 #include "api/audible_players.h"
+#include "base/interned_texts.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -107,9 +106,9 @@ PlayOutput::Handlers PlayerSession::handlers() {
 }
 
 Playback::Events PlayerSession::events(const PlayUrl& url) {
-  // The texts live as long as the process: receivers may keep the pointers.
-  const char* stream = g_intern_string(url.stream.c_str());
-  const char* channel = g_intern_string(url.channel.c_str());
+  // Receivers may keep the pointers.
+  const char* stream = internText(url.stream);
+  const char* channel = internText(url.channel);
   return {.onStarted =
               [this] {
                 mode_ = playback_->isLive() ? kLumoLivePlayModeLive : kLumoLivePlayModeTimed;

@@ -1,5 +1,6 @@
 #include "api/pusher_listeners.h"
 
+#include "base/redaction.h"
 #include "log/log.h"
 
 namespace NimboEngine {
@@ -22,8 +23,9 @@ void PusherListeners::network(NetworkEvent event) {
 }
 
 void PusherListeners::mixVerdict(bool success, const std::string& reason) {
+  const std::string shown = redact(reason);
   infoSlot.call([&](LumoLivePushInfoListener& listener) {
-    listener.onSetLiveMixTranscodingConfig(pusher_, success, reason.c_str());
+    listener.onSetLiveMixTranscodingConfig(pusher_, success, shown.c_str());
   });
 }
 
@@ -36,15 +38,17 @@ void PusherListeners::volumes(const std::vector<LumoLiveUserVolumeInfo>& records
 
 void PusherListeners::sdkError(LumoLiveErrorCode code, const std::string& message) {
   NIMBO_LOG_ERROR("SDK error {}: {}", static_cast<int>(code), message);
+  const std::string shown = redact(message);
   errorSlot.call([&](LumoLivePushErrorListener& listener) {
-    listener.onSDKError(pusher_, {code, message.c_str()});
+    listener.onSDKError(pusher_, {code, shown.c_str()});
   });
 }
 
 void PusherListeners::systemError(LumoLiveErrorCode code, const std::string& message) {
   NIMBO_LOG_ERROR("system error {}: {}", static_cast<int>(code), message);
+  const std::string shown = redact(message);
   errorSlot.call([&](LumoLivePushErrorListener& listener) {
-    listener.onSystemError(pusher_, {code, message.c_str()});
+    listener.onSystemError(pusher_, {code, shown.c_str()});
   });
 }
 

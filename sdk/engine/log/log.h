@@ -1,11 +1,11 @@
 // The engine's log: one text line each to a rotating file, to standard error, or to both.
 //
-// A line reads "time [level] [tag] [thread] file:line function text"; a text is cut after 200,000
-// bytes. Nothing is written before a directory is set or the console is enabled.
+// What a line shows of a text, and what it never shows: log_line.h. Where files are written, and
+// where never: log_file.h. Nothing is written before a directory is set or the console is enabled.
 //
 // Thread: any, also while the process exits.
 // Ownership: all texts are copied.
-// Failure: a line that cannot be written is lost; writing never throws.
+// Failure: a line that cannot be written is lost.
 
 #pragma once
 
@@ -15,17 +15,12 @@
 #include <string_view>
 
 #include "NimboSdk/LumoRtcExport.h"
+#include "log/log_line.h"
 
 namespace NimboEngine {
 
 // The numbers of LumoRtc::LumoLivePushLogLevel, so that both sides share one scale.
 enum LogLevel : int { kLogTrace, kLogDebug, kLogVerbose, kLogInfo, kLogWarning, kLogError };
-
-struct LogSite {
-  const char* file;
-  const char* function;
-  int line;
-};
 
 // Tag of the engine's own lines.
 inline constexpr char kEngineTag[] = "Nimbo";

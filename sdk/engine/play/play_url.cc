@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "base/redaction.h"
 #include "gst/gst_ptr.h"
 
 namespace NimboEngine {
@@ -79,7 +80,7 @@ std::optional<PlayUrl> parseRtmp(const char* text, std::string& problem) {
 
 std::string PlayUrl::forLog() const {
   if (protocol == PlayProtocol::kFile) return text;
-  return fmt::format("{}:{}/{}/…", host, port, channel);
+  return fmt::format("{}:{}/{}/…", host, port, redactPath(channel));
 }
 
 std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem) {

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "base/redaction.h"
 #include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
@@ -52,7 +53,7 @@ std::string_view queryOf(std::string_view name) {
 }  // namespace
 
 std::string PushUrl::forLog() const {
-  return fmt::format("{}:{}/{}/…", host, port, application);
+  return fmt::format("{}:{}/{}/…", host, port, redactPath(application));
 }
 
 std::optional<PushUrl> parsePushUrl(const char* text, std::string& reason) {

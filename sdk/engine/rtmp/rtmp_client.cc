@@ -7,6 +7,7 @@
 #include <array>
 #include <utility>
 
+#include "base/redaction.h"
 #include "rtmp/tcp_connect.h"
 
 namespace NimboEngine {
@@ -95,7 +96,10 @@ RtmpSession::Events RtmpClient::sessionEvents() {
 }
 
 void RtmpClient::fail(RtmpFailure failure) {
-  if (!failure_) failure_ = std::move(failure);
+  if (failure_) return;
+  // Servers like to name the stream that they refuse.
+  failure.text = redact(failure.text, url_.stream.substr(0, url_.stream.find('?')));
+  failure_ = std::move(failure);
 }
 
 void RtmpClient::run() {

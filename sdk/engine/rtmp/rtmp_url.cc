@@ -19,15 +19,12 @@ struct UriRelease {
 using Uri = std::unique_ptr<GUri, UriRelease>;
 
 Uri parseUri(const std::string& text, std::string& reason) {
-  GError* failure = nullptr;
   // ENCODED: parts keep their percent signs, which belong to the server.
   Uri uri(g_uri_parse(text.c_str(),
                       static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED),
-                      &failure));
-  if (!uri) {
-    reason = failure->message;
-    g_error_free(failure);
-  }
+                      nullptr));
+  // Not GLib's own words: they quote what they take for a port, which may be a password.
+  if (!uri) reason = "the URL cannot be read";
   return uri;
 }
 
