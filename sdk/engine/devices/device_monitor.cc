@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "base/close_on_exec.h"
 #include "base/handover.h"
 #include "base/never_destroyed.h"
 #include "gst/runtime.h"
@@ -73,6 +74,7 @@ void DeviceMonitor::look() {
     replace(nullptr, device.get());
   }
   g_list_free(list);
+  markNewDescriptors();
 }
 
 // Either may be null. In one step, so that a device which changed is never missing.

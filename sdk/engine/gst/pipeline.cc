@@ -3,6 +3,7 @@
 #include <atomic>
 #include <utility>
 
+#include "base/close_on_exec.h"
 #include "base/handover.h"
 #include "base/listener_slot.h"
 #include "log/log.h"
@@ -25,6 +26,14 @@ PipelineMessage describe(GstMessage* message, ParseIssue parse) {
           error->message,
           debug ? debug : "",
           0};
+}
+
+// Elements open their files and sockets on the way to these states.
+void markOpened(GstMessage* message) {
+  GstState before = GST_STATE_NULL;
+  GstState now = GST_STATE_NULL;
+  gst_message_parse_state_changed(message, &before, &now, nullptr);
+  if (now > before && now != GST_STATE_PLAYING) markNewDescriptors();
 }
 
 }  // namespace
@@ -105,6 +114,12 @@ GstBusSyncReply Pipeline::onBusMessage(GstBus*, GstMessage* message, gpointer da
                      warning.debug);
       break;
     }
+    case GST_MESSAGE_STATE_CHANGED:
+      markOpened(message);
+      break;
+    case GST_MESSAGE_STREAM_STATUS:
+      markNewDescriptors();
+      break;
     case GST_MESSAGE_EOS:
       relay.deliver(
           {.kind = PipelineMessage::Kind::kEndOfStream, .element = {}, .text = {}, .debug = {}});

@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "base/close_on_exec.h"
 #include "gst/gst_ptr.h"
 #include "log/log.h"
 
@@ -70,6 +71,7 @@ bool load(const char* factory) {
 // several loads a plug-in that makes a type of GIO's, and another makes an object of that type,
 // GLib's locks wait for each other, and no pipeline starts any more.
 bool start() {
+  noteInheritableDescriptors();
   GError* error = nullptr;
   if (!gst_init_check(nullptr, nullptr, &error)) {
     const GstPtr<GError> owned(error);
@@ -83,6 +85,7 @@ bool start() {
                      package);
     }
   }
+  markNewDescriptors();
   return true;
 }
 

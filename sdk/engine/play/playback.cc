@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/close_on_exec.h"
 #include "log/log.h"
 
 namespace NimboEngine {
@@ -101,6 +102,7 @@ void Playback::close() {
 
 void Playback::onFirstOutput() {
   retry_.recovered();
+  markNewDescriptors();  // downloads keep their elements' messages to themselves
   if (stopping_ || std::exchange(started_, true)) return;
   live_ = output_->mode() == kLumoLivePlayModeLive;
   lastReport_ = Clock::now();

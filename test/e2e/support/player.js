@@ -31,7 +31,7 @@ function openPlayer(live, config = {}) {
     async nextFrame(accept = () => true) {
       const [frame] = await live.next(
         'onVideoRenderData',
-        ([first]) => first.user_id === id && accept(first),
+        ([first]) => first?.user_id === id && accept(first),
       );
       return frame;
     },
