@@ -1,13 +1,17 @@
 #include "api/live_player.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <future>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 
+#include "base/capacity.h"
 #include "base/never_destroyed.h"
 #include "gst/runtime.h"
 #include "log/log.h"
@@ -152,18 +156,28 @@ int LivePlayer::getPlayMode() {
 namespace LumoRtc {
 
 LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
+  const auto refuse = [](const std::string& reason) -> LumoLivePlayer* {
+    NIMBO_LOG_ERROR("no player: {}", reason);
+    return nullptr;
+  };
   std::string problem;
   const auto settings = NimboEngine::parseSettings(extraConfig, problem);
-  if (!settings || !NimboEngine::applySettings(*settings, problem)) {
-    NIMBO_LOG_ERROR("no player: the settings cannot be used: {}", problem);
-    return nullptr;
+  if (!settings) return refuse("the settings cannot be used: " + problem);
+  const std::string missing = NimboEngine::missingCapacity();
+  if (!missing.empty()) return refuse(missing);
+  if (!NimboEngine::applySettings(*settings, problem)) {
+    return refuse("the settings cannot be used: " + problem);
   }
   if (++NimboEngine::playerCount > NimboEngine::kMaxPlayers) {
     --NimboEngine::playerCount;
-    NIMBO_LOG_ERROR("no player: there are {} already", NimboEngine::kMaxPlayers);
-    return nullptr;
+    return refuse(fmt::format("there are {} already", NimboEngine::kMaxPlayers));
   }
-  return new NimboEngine::LivePlayer(*settings);
+  try {
+    return new NimboEngine::LivePlayer(*settings);
+  } catch (const std::system_error& error) {
+    --NimboEngine::playerCount;
+    return refuse(error.what());
+  }
 }
 
 }  // namespace LumoRtc

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "base/capacity.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 
@@ -206,6 +207,9 @@ void LiveSession::refuseMix(const std::string& reason) {
 // ------------------------------------------------------------------------------------- preview
 
 void LiveSession::startPreview(std::optional<uint32_t> window) {
+  if (const std::string missing = missingCapacity(); !missing.empty()) {
+    return listeners_.systemError(kLumoLiveErrorNoCapacity, missing);
+  }
   startCapture();
   preview_ = std::make_unique<Preview>(
       engine_, *capture_, window, parameters_.encoder.audioOnly,
@@ -235,6 +239,11 @@ void LiveSession::startPush(PushRequest request) {
 
 void LiveSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
+  if (const std::string missing = missingCapacity(); !missing.empty()) {
+    onPushOver_(pushNumber_);
+    listeners_.network(&LumoLivePushNetworkListener::onConnectFail);
+    return listeners_.sdkError(kLumoLiveErrorNoCapacity, missing);
+  }
   startCapture();
   publisher_ = std::make_unique<Publisher>(
       engine_, wantedEncoder(), settings_.network,

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "api/audible_players.h"
+#include "base/capacity.h"
 #include "base/interned_texts.h"
 #include "gst/runtime.h"
 #include "log/log.h"
@@ -94,6 +95,10 @@ void PlayerSession::begin(const PlayRequest& request) {
   playNumber_ = request.number;
   toldFirstDrawn_ = false;
   toldFirstSound_ = false;
+  if (const std::string missing = missingCapacity(); !missing.empty()) {
+    onPlayOver_(playNumber_);
+    return listeners_->error(kLumoLiveErrorNoCapacity, missing);
+  }
   output_ = std::make_unique<AudioOutput>();
   openView();
   playback_ =

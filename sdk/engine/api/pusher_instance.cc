@@ -3,9 +3,12 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "api/live_pusher.h"
+#include "base/capacity.h"
 #include "base/never_destroyed.h"
 #include "log/log.h"
 
@@ -38,19 +41,26 @@ namespace LumoRtc {
 using NimboEngine::theInstance;
 
 LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
+  const auto refuse = [](const std::string& reason) -> LumoLivePusher* {
+    NIMBO_LOG_ERROR("no pusher: {}", reason);
+    return nullptr;
+  };
   std::string problem;
   const auto settings = NimboEngine::parseSettings(extraConfig, problem);
+  if (!settings) return refuse("the settings cannot be used: " + problem);
   std::lock_guard lock(theInstance().mutex);
-  if (theInstance().pusher) {
-    NIMBO_LOG_ERROR("no pusher: there is one already");
-    return nullptr;
-  }
-  if (!settings || !NimboEngine::applySettings(*settings, problem)) {
-    NIMBO_LOG_ERROR("no pusher: the settings cannot be used: {}", problem);
-    return nullptr;
+  if (theInstance().pusher) return refuse("there is one already");
+  const std::string missing = NimboEngine::missingCapacity();
+  if (!missing.empty()) return refuse(missing);
+  if (!NimboEngine::applySettings(*settings, problem)) {
+    return refuse("the settings cannot be used: " + problem);
   }
   NimboEngine::stopAtExit();
-  theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
+  try {
+    theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
+  } catch (const std::system_error& error) {
+    return refuse(error.what());
+  }
   return theInstance().pusher.get();
 }
 

@@ -4,8 +4,22 @@
 
 #include <algorithm>
 #include <future>
+#include <system_error>
+
+#include "log/log.h"
 
 namespace NimboEngine {
+namespace {
+
+void attempt(const EngineThread::Task& task) {
+  try {
+    task();
+  } catch (const std::system_error& error) {
+    NIMBO_LOG_ERROR("a request could not be carried out: {}", error.what());
+  }
+}
+
+}  // namespace
 
 EngineThread::EngineThread(const std::string& name) : thread_([this] { loop(); }) {
   pthread_setname_np(thread_.native_handle(), name.substr(0, 15).c_str());
@@ -46,7 +60,7 @@ void EngineThread::run(const Task& task) {
   if (isCurrent()) return task();
   std::promise<void> done;
   const TaskId id = post([&] {
-    task();
+    attempt(task);
     done.set_value();
   });
   if (id != 0) done.get_future().wait();
@@ -69,7 +83,7 @@ void EngineThread::loop() {
     Task task = std::move(first->second);
     tasks_.erase(first);
     lock.unlock();
-    task();
+    attempt(task);
     task = nullptr;
     lock.lock();
   }

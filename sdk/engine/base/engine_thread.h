@@ -4,7 +4,8 @@
 // Thread: post, postAfter, cancel, run and isCurrent may be called from any thread.
 // Ownership: owns the thread. Destruction runs the tasks that are already due, drops delayed ones
 //   and joins; it must not happen on the engine thread itself.
-// Failure: a task must not throw.
+// Failure: the constructor throws std::system_error when no thread can be started. A task may throw
+//   the same for the same reason, which is logged; it must not throw anything else.
 
 #pragma once
 

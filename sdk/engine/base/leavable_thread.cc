@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <system_error>
 #include <utility>
 
 #include "log/log.h"
@@ -13,14 +14,19 @@ LeavableThread::LeavableThread(std::string name, std::function<void()> body)
   // Not a packaged_task: it would run the body inside pthread_once, where ThreadSanitizer is blind.
   std::promise<void> ended;
   ended_ = ended.get_future();
-  thread_ = std::thread([body = std::move(body), ended = std::move(ended)]() mutable {
-    body();
-    ended.set_value();
-  });
-  pthread_setname_np(thread_.native_handle(), name_.c_str());
+  try {
+    thread_ = std::thread([body = std::move(body), ended = std::move(ended)]() mutable {
+      body();
+      ended.set_value();
+    });
+    pthread_setname_np(thread_.native_handle(), name_.c_str());
+  } catch (const std::system_error& error) {
+    NIMBO_LOG_ERROR("thread {} cannot be started: {}", name_, error.what());
+  }
 }
 
 LeavableThread::~LeavableThread() {
+  if (!thread_.joinable()) return;
   if (ended_.wait_for(kPatience) == std::future_status::ready) {
     thread_.join();
     return;

@@ -4,7 +4,8 @@
 // Thread: created and destroyed on any other thread than its own.
 // Ownership: destruction waits kPatience at most; what still runs then is left behind. So `body`
 //   must own or share all that it uses. Telling it to end is the owner's business.
-// Failure: `body` must not throw.
+// Failure: where no thread can be started, `body` is dropped, which is logged: as if it hung.
+//   `body` must not throw.
 
 #pragma once
 

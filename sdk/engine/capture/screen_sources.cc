@@ -133,7 +133,7 @@ std::vector<ScreenSource> askServer() {
 }  // namespace
 
 std::vector<ScreenSource> listScreenSources() {
-  auto found = std::make_shared<std::promise<std::vector<ScreenSource>>>();
+  const auto found = std::make_shared<std::promise<std::vector<ScreenSource>>>();
   std::future<std::vector<ScreenSource>> answer = found->get_future();
   const LeavableThread thread("screen-list", [found] { found->set_value(askServer()); });
   if (answer.wait_for(kPatience) == std::future_status::ready) return answer.get();

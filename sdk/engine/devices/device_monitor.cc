@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <system_error>
 #include <thread>
 
 #include "base/close_on_exec.h"
@@ -28,7 +29,13 @@ DeviceMonitor& DeviceMonitor::instance() {
 
 void DeviceMonitor::warmUp() {
   std::call_once(begun_, [this] {
-    std::thread([this] { start(); }).detach();
+    try {
+      std::thread([this] { start(); }).detach();
+    } catch (const std::system_error& error) {
+      NIMBO_LOG_ERROR("devices cannot be listed: {}", error.what());
+      std::lock_guard lock(mutex_);
+      looked_ = true;
+    }
     // The first look loads plug-ins, which must not happen after the libraries' own destructors.
     std::atexit([] { instance().waitForFirstLook(); });
   });

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -294,9 +295,15 @@ void PlayRunner::State::poll(Pipeline& pipeline) {
 PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutput> output, OverCallback onOver)
     : state_(std::make_shared<State>(std::move(url), std::move(output), std::move(onOver))) {
   if (!Running::instance().add(state_.get())) return;
-  std::thread thread([state = state_] { state->run(); });
-  pthread_setname_np(thread.native_handle(), "nimbo-player");
-  thread.detach();  // nobody waits for it: it may hang in the network
+  try {
+    std::thread thread([state = state_] { state->run(); });
+    pthread_setname_np(thread.native_handle(), "nimbo-player");
+    thread.detach();  // nobody waits for it: it may hang in the network
+  } catch (const std::system_error&) {
+    Running::instance().remove(state_.get());
+    state_->onOver({PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorNoCapacity,
+                    "no thread can be started"});
+  }
 }
 
 void PlayRunner::stopAllForGood() {

@@ -1,5 +1,6 @@
 #include "play/playback.h"
 
+#include <system_error>
 #include <utility>
 
 #include "base/close_on_exec.h"
@@ -67,7 +68,13 @@ Playback::~Playback() {
 
 void Playback::open() {
   if (stopping_) return;
-  output_ = std::make_shared<PlayOutput>(settings_, watchedHandlers());
+  try {
+    output_ = std::make_shared<PlayOutput>(settings_, watchedHandlers());
+  } catch (const std::system_error&) {
+    engine_.post(lifeline_.bind(
+        [this] { onAttemptFailed(kLumoLiveErrorNoCapacity, "no thread can be started"); }));
+    return;
+  }
   watch_.emplace(Clock::now(), silenceOf(url_));
   lastCounts_ = {};
   lastCounts_.shown = events_.shown();
@@ -113,7 +120,7 @@ void Playback::onFirstOutput() {
 
 void Playback::stop() {
   stopping_ = true;
-  output_->close();
+  if (output_) output_->close();
   if (runner_) runner_->requestStop();
   const auto patience = runner_ ? EngineThread::Clock::duration(kStopPatience)
                                 : EngineThread::Clock::duration::zero();

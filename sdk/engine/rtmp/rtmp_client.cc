@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <system_error>
 #include <utility>
 
 #include "base/redaction.h"
@@ -32,14 +33,18 @@ RtmpClient::RtmpClient(RtmpRole role, const RtmpUrl& url, Events events,
       events_(std::move(events)),
       deadline_(Clock::now() + connectTimeout),
       session_(role, url, sessionEvents()),
-      received_(kReadBytes),
-      thread_([this] { run(); }) {
-  pthread_setname_np(thread_.native_handle(), "rtmp");
+      received_(kReadBytes) {
+  try {
+    thread_ = std::thread([this] { run(); });
+    pthread_setname_np(thread_.native_handle(), "rtmp");
+  } catch (const std::system_error&) {
+    if (events_.onEnded) events_.onEnded({RtmpError::kSystem, "no thread can be started"});
+  }
 }
 
 RtmpClient::~RtmpClient() {
   stop();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 // ------------------------------------------------------------------------------ from other threads

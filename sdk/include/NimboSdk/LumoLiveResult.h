@@ -39,6 +39,8 @@ enum LumoLiveErrorCode : int32_t {
   // Capturing (onSDKError): unplugged or failed; the message names it and what is used instead
   kLumoLiveErrorCameraLost = -3105,
   kLumoLiveErrorMicrophoneLost = -3106,
+  // Capturing, publishing (onSystemError, onSDKError) and playing (onError)
+  kLumoLiveErrorNoCapacity = -3107,  // the system gives no more descriptors or threads
   // Playing (onError)
   kLumoLiveErrorStreamNotFound = -3201,   // no such file, or the server has no such stream now
   kLumoLiveErrorPlayRejected = -3202,     // the server or the system refuses to hand it out

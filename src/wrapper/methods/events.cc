@@ -1,5 +1,7 @@
 // addEventListener.
 
+#include <system_error>
+
 #include "wrapper/lumolivelistener_js_wrapper.h"
 #include "wrapper/method_support.h"
 
@@ -19,7 +21,12 @@ void LumoLivePushJSWrapper::AddEventListener(const Arguments& args) {
   v8::Persistent<v8::Object> receiver(isolate, args.This());
   auto* wrapper = Find(args);
   if (wrapper && wrapper->mEventListener) {
-    wrapper->mEventListener->AddEventListener(name, receiver, callback);
+    try {
+      wrapper->mEventListener->AddEventListener(name, receiver, callback);
+    } catch (const std::system_error& error) {
+      // Registered all the same: the next registration of a listener for frames tries again.
+      LogFailure(LUMO_HERE, "no thread for %s: %s", name.c_str(), error.what());
+    }
     SetResult(args, true);
   }
   callback.Reset();

@@ -1,6 +1,7 @@
 #include "support/process_usage.h"
 
 #include <malloc.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -20,6 +21,12 @@ ProcessUsage processUsage() {
   const struct mallinfo2 heap = mallinfo2();
   return {entries("/proc/self/task"), entries("/proc/self/fd"),
           static_cast<std::ptrdiff_t>(heap.uordblks + heap.hblkhd) / 1024};
+}
+
+std::size_t addressSpaceBytes() {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<std::size_t>(getpagesize());
 }
 
 void resetPeakMemory() {

@@ -14,6 +14,8 @@ struct ProcessUsage {
 
 ProcessUsage processUsage();
 
+std::size_t addressSpaceBytes();
+
 // The most memory that was resident since it was last reset.
 void resetPeakMemory();
 std::ptrdiff_t peakMemoryKiB();
