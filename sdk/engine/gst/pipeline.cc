@@ -82,7 +82,14 @@ Pipeline::Pipeline(GstPtr<GstElement> pipeline, std::shared_ptr<Relay> relay)
 
 Pipeline::~Pipeline() {
   relay_->slot.set(nullptr);  // first: errors of the stopping itself concern nobody
-  gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+  // A demultiplexer that has just failed refuses one change of state, and so its pipeline would
+  // stay as it is, with all threads and descriptors. The next one works.
+  constexpr int kMostAttempts = 5;
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    const auto change = gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+    if (change != GST_STATE_CHANGE_FAILURE) return;
+  }
+  NIMBO_LOG_ERROR("pipeline {} cannot be stopped", relay_->name);
 }
 
 bool Pipeline::play() {
