@@ -109,7 +109,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   auto output = std::make_shared<PlayOutput>(
       PlaySettings{}, PlayOutput::Handlers{.onFrame = readFrame, .onAudio = readAudio});
   std::promise<void> over;
-  PlayRunner runner(*url, output, [&over](const PlayOutcome&) { over.set_value(); });
+  PlayRunner runner(*url, SourceSettings{}, output,
+                    [&over](const PlayOutcome&) { over.set_value(); });
   auto ended = over.get_future();
   if (ended.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
     runner.requestStop();

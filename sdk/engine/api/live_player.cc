@@ -59,7 +59,8 @@ EngineThread& playersThread() {
 }  // namespace
 
 LivePlayer::LivePlayer(const Settings& settings)
-    : play_(std::make_shared<std::atomic<uint32_t>>(0)),
+    : sources_(settings.play.sources),
+      play_(std::make_shared<std::atomic<uint32_t>>(0)),
       listeners_(std::make_shared<PlayerListeners>(this)),
       remote_(static_cast<LumoLivePlayer*>(this)),
       session_(std::make_shared<PlayerSession>(
@@ -105,7 +106,7 @@ int LivePlayer::startPlay(const char* url) {
     return kLumoLiveInvalidState;
   }
   std::string problem;
-  std::optional<PlayUrl> target = parsePlayUrl(url, problem);
+  std::optional<PlayUrl> target = parsePlayUrl(url, problem, sources_.srtListener);
   if (!target) {
     NIMBO_LOG_ERROR("cannot play: {}", problem);
     return kLumoLiveInvalidArgument;

@@ -43,6 +43,7 @@ class LivePlayer final : public LumoRtc::LumoLivePlayer {
 
   LumoRtc::LumoLiveResult post(SessionTask task);
 
+  const SourceSettings sources_;
   uint32_t lastPlay_ = 0;
   // The playback that is wanted; the engine clears it when it is over.
   const std::shared_ptr<std::atomic<uint32_t>> play_;

@@ -38,6 +38,10 @@ struct NumberSetting {
   void (*set)(Settings&, int64_t value);
 };
 
+constexpr std::size_t kibibytes(int64_t value) {
+  return static_cast<std::size_t>(value) << 10;
+}
+
 constexpr NumberSetting kNumberSettings[] = {
     {"reconnect.maxAttempts", 0, 1000,
      [](Settings& s, int64_t value) { s.network.reconnect.maxAttempts = static_cast<int>(value); }},
@@ -59,6 +63,23 @@ constexpr NumberSetting kNumberSettings[] = {
      }},
     {"sendTimeoutMs", 500, 5000,
      [](Settings& s, int64_t value) { s.network.sendTimeout = milliseconds(value); }},
+    {"sources.maxPlaylistKiB", 16, 65'536,
+     [](Settings& s, int64_t value) { s.play.sources.playlistBytes = kibibytes(value); }},
+    {"sources.maxHeaderKiB", 4, 1024,
+     [](Settings& s, int64_t value) { s.play.sources.headerBytes = kibibytes(value); }},
+    {"sources.maxTagKiB", 16, 262'144,
+     [](Settings& s, int64_t value) { s.play.sources.tagBytes = kibibytes(value); }},
+};
+
+struct FlagSetting {
+  const char* key;
+  bool SourceSettings::*field;
+};
+
+constexpr FlagSetting kFlagSettings[] = {
+    {"sources.localFromPublic", &SourceSettings::localFromPublic},
+    {"sources.httpFromHttps", &SourceSettings::httpFromHttps},
+    {"sources.srtListener", &SourceSettings::srtListener},
 };
 
 struct Choice {
@@ -77,7 +98,7 @@ constexpr ChoiceSetting kChoiceSettings[] = {
        {"lowest", [](Settings& s) { s.play.latency.lowest = true; }}}}},
 };
 
-constexpr const char* kObjectSettings[] = {"reconnect", "latency", "limits"};
+constexpr const char* kObjectSettings[] = {"reconnect", "latency", "limits", "sources"};
 
 template <class Table>
 const auto* entryOf(const Table& table, const std::string& key) {
@@ -121,6 +142,9 @@ std::string readValue(const std::string& key, const json& value, Settings& setti
                          number->high);
     }
     number->set(settings, static_cast<int64_t>(given));
+  } else if (const FlagSetting* flag = entryOf(kFlagSettings, key)) {
+    if (!value.is_boolean()) return wrongType(key, value, "a boolean");
+    settings.play.sources.*(flag->field) = value.get<bool>();
   } else if (const ChoiceSetting* choice = entryOf(kChoiceSettings, key)) {
     return readChoice(*choice, value, settings);
   } else {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/handover.h"
+#include "gst/demuxers.h"
 #include "log/log.h"
 
 namespace NimboEngine {
@@ -81,6 +82,7 @@ std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::stri
   }
   const GstPtr<GstElement> decoder = pipeline->element("decoder");
   g_object_set(decoder.get(), "uri", uri.get(), nullptr);
+  restrictDemuxers(decoder.get(), false);
   auto decoded = std::make_unique<Decoded>(Decoded{pipeline->get(), outlets_});
   offerHandover(decoded.get());
   g_signal_connect(decoder.get(), "no-more-pads",

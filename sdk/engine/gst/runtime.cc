@@ -33,7 +33,6 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"rtph264depay", "gstreamer1.0-plugins-good"},
     {"rtpjitterbuffer", "gstreamer1.0-plugins-good"},
     {"rtspsrc", "gstreamer1.0-plugins-good"},
-    {"souphttpsrc", "gstreamer1.0-plugins-good"},
     {"v4l2src", "gstreamer1.0-plugins-good"},
     {"videocrop", "gstreamer1.0-plugins-good"},
     {"videoflip", "gstreamer1.0-plugins-good"},

@@ -21,16 +21,8 @@ struct ListRelease {
   void operator()(GList* addresses) const { g_resolver_free_addresses(addresses); }
 };
 
-bool isEncrypted(const PlayUrl& url) {
-  return url.text.starts_with("rtmps:") || url.text.starts_with("https:");
-}
-
 LumoLiveErrorCode codeOf(const GError& error) {
   if (error.domain == G_RESOLVER_ERROR) return kLumoLiveErrorHostNotFound;
-  if (error.domain == G_TLS_ERROR) {
-    return error.code == G_TLS_ERROR_BAD_CERTIFICATE ? kLumoLiveErrorServerUntrusted
-                                                     : kLumoLiveErrorPlayRejected;
-  }
   if (error.domain == G_IO_ERROR && error.code == G_IO_ERROR_CONNECTION_REFUSED) {
     return kLumoLiveErrorConnectRefused;
   }
@@ -40,7 +32,9 @@ LumoLiveErrorCode codeOf(const GError& error) {
 }  // namespace
 
 std::optional<NetworkCause> findNetworkCause(const PlayUrl& url) {
-  if (url.host.empty()) return std::nullopt;
+  if (url.protocol != PlayProtocol::kRtsp && url.protocol != PlayProtocol::kSrt) {
+    return std::nullopt;
+  }
   GError* error = nullptr;
   if (url.protocol == PlayProtocol::kSrt) {  // over UDP only the name can be asked for
     const GObjectPtr<GResolver> resolver(g_resolver_get_default());
@@ -49,7 +43,6 @@ std::optional<NetworkCause> findNetworkCause(const PlayUrl& url) {
   } else {
     const GObjectPtr<GSocketClient> client(g_socket_client_new());
     g_socket_client_set_timeout(client.get(), kNetworkCausePatience.count());
-    g_socket_client_set_tls(client.get(), isEncrypted(url));
     const GObjectPtr<GSocketConnection> connection(g_socket_client_connect_to_host(
         client.get(), url.host.c_str(), static_cast<guint16>(url.port), nullptr, &error));
   }

@@ -1,5 +1,5 @@
-// Why a server cannot be reached, asked of the network itself: several source elements report the
-// same vague error for a name that does not resolve, a closed port and a bad certificate.
+// Why a server of RTSP or SRT cannot be reached, asked of the network itself: their source elements
+// report the same vague error for a name that does not resolve and a closed port.
 //
 // Thread: any; waits for the network, kNetworkCausePatience at most for each step.
 // Failure: none.
@@ -21,7 +21,7 @@ struct NetworkCause {
   std::string message;
 };
 
-// Nothing when the server can be reached, or `url` names no server.
+// Nothing when the server can be reached, and for every other protocol.
 std::optional<NetworkCause> findNetworkCause(const PlayUrl& url);
 
 }  // namespace NimboEngine

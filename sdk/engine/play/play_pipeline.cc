@@ -11,7 +11,9 @@
 #include <utility>
 
 #include "base/handover.h"
+#include "fetch/fetch_source.h"
 #include "flv/flv_demuxer.h"
+#include "gst/demuxers.h"
 #include "log/log.h"
 #include "play/media_guard.h"
 #include "play/output_branch.h"
@@ -68,7 +70,7 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
   void onType(GstElement* typefind, const GstCaps* caps);
   void onElement(GstElement* element);
   void demux(GstElement* typefind, const LiveContainer& container);
-  void decode(GstPad* pad);
+  void decode(GstPad* pad, bool playlist = false);
   void deliver(GstPad* pad);
   void setMode(bool live, bool followsArrival);
   bool isLive() const { return output_->mode() == kLumoLivePlayModeLive; }
@@ -132,6 +134,7 @@ void Wiring::begin() {
   }
   if (protocol_ == PlayProtocol::kFile) {
     setMode(false, false);
+    restrictDemuxers(element("decoder").get(), false);
     connect<deliverPad, GstPad*>(element("decoder").get(), "pad-added");
   } else if (protocol_ == PlayProtocol::kRtsp || protocol_ == PlayProtocol::kRtmp) {
     setMode(true, true);
@@ -179,7 +182,8 @@ void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
   setMode(live, live && known);
   if (live && known) return demux(typefind, *container);
   const GstPtr<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
-  decode(pad.get());
+  // The source has checked a playlist that comes from it.
+  decode(pad.get(), protocol_ == PlayProtocol::kHttp && type == "application/x-hls");
 }
 
 void Wiring::demux(GstElement* typefind, const LiveContainer& container) {
@@ -212,9 +216,10 @@ void Wiring::decodeStream(GstPad* pad) {
 }
 
 // Decodes what comes from `pad`: a container, packets, or one stream.
-void Wiring::decode(GstPad* pad) {
+void Wiring::decode(GstPad* pad, bool playlist) {
   GstElement* decoder = add("decodebin");
   if (!decoder) return;
+  restrictDemuxers(decoder, playlist);
   // Pictures are wanted in plain memory.
   g_object_set(decoder, "force-sw-decoders", TRUE, nullptr);
   if (!isLive() && protocol_ == PlayProtocol::kHttp) {
@@ -248,7 +253,7 @@ void Wiring::deliver(GstPad* pad) {
 struct SourceElement {
   PlayProtocol protocol;
   const char* description;
-  const char* address;  // the property that takes the URL; null: fed from outside
+  const char* address;  // the property that takes the URL; null: it gets none, or a fetch URI
 };
 
 // The watch over the playback has its own timeouts, the same for all sources. A file's decoder is
@@ -256,7 +261,7 @@ struct SourceElement {
 // while the pipeline starts would lock the two up.
 constexpr SourceElement kSources[] = {
     {PlayProtocol::kRtmp, "pipeline.( nimboflvdemux name=streams )", nullptr},
-    {PlayProtocol::kHttp, "souphttpsrc name=source timeout=0 ! typefind name=type", "location"},
+    {PlayProtocol::kHttp, "nimbosrc name=source ! typefind name=type", nullptr},
     {PlayProtocol::kSrt, "srtsrc name=source auto-reconnect=false ! typefind name=type", "uri"},
     {PlayProtocol::kFile, "filesrc name=source ! decodebin name=decoder force-sw-decoders=true",
      "location"},
@@ -265,21 +270,26 @@ constexpr SourceElement kSources[] = {
 
 }  // namespace
 
-std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<PlayOutput> output,
+std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, const std::string& fetchUri,
+                                            std::shared_ptr<PlayOutput> output,
                                             Pipeline::Handler handler) {
-  [[maybe_unused]] static const bool registered = registerFlvDemuxer();
-  const auto* source =
-      std::find_if(std::begin(kSources), std::end(kSources),
-                   [&](const auto& entry) { return entry.protocol == url.protocol; });
+  [[maybe_unused]] static const bool registered = registerFlvDemuxer() && registerFetchSource();
+  const PlayProtocol protocol = fetchUri.empty() ? url.protocol : PlayProtocol::kHttp;
+  const auto* source = std::find_if(std::begin(kSources), std::end(kSources),
+                                    [&](const auto& entry) { return entry.protocol == protocol; });
   auto pipeline = Pipeline::parse("player", source->description, std::move(handler));
   if (!pipeline) return nullptr;
-  const bool rtsp = url.protocol == PlayProtocol::kRtsp;
+  const bool rtsp = protocol == PlayProtocol::kRtsp;
   if (source->address) {
     const GstPtr<GstElement> element = pipeline->element(rtsp ? "streams" : "source");
     g_object_set(element.get(), source->address, url.text.c_str(), nullptr);
     if (rtsp) configureRtspSource(element.get());
   }
-  std::make_shared<Wiring>(pipeline->get(), url.protocol, std::move(output))->begin();
+  if (!fetchUri.empty()) {
+    const GstPtr<GstElement> element = pipeline->element("source");
+    gst_uri_handler_set_uri(GST_URI_HANDLER(element.get()), fetchUri.c_str(), nullptr);
+  }
+  std::make_shared<Wiring>(pipeline->get(), protocol, std::move(output))->begin();
   return pipeline;
 }
 

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "gst/pipeline.h"
 #include "play/play_output.h"
@@ -19,9 +20,13 @@
 
 namespace NimboEngine {
 
+// `fetchUri` is for what the guarded source fetches (see fetch/fetch_uri.h), and empty for all
+// else.
+//
 // An RTMP pipeline begins with the FLV demultiplexer, which is fed through a pad that the caller
 // links to it: the element "streams".
-std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, std::shared_ptr<PlayOutput> output,
+std::unique_ptr<Pipeline> buildPlayPipeline(const PlayUrl& url, const std::string& fetchUri,
+                                            std::shared_ptr<PlayOutput> output,
                                             Pipeline::Handler handler);
 
 }  // namespace NimboEngine

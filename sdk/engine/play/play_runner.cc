@@ -15,6 +15,8 @@
 
 #include "base/listener_slot.h"
 #include "base/never_destroyed.h"
+#include "fetch/fetch_access.h"
+#include "fetch/local_file.h"
 #include "gst/runtime.h"
 #include "log/log.h"
 #include "play/flv_input.h"
@@ -63,12 +65,17 @@ LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error) {
 
 // Shared with the thread and the pipeline's messages, which may outlive the runner.
 struct PlayRunner::State : std::enable_shared_from_this<State> {
-  State(PlayUrl playUrl, std::shared_ptr<PlayOutput> playOutput, OverCallback callback)
-      : url(std::move(playUrl)), output(std::move(playOutput)), onOver(std::move(callback)) {
+  State(PlayUrl playUrl, const SourceSettings& sourceSettings,
+        std::shared_ptr<PlayOutput> playOutput, OverCallback callback)
+      : url(std::move(playUrl)),
+        sources(sourceSettings),
+        output(std::move(playOutput)),
+        onOver(std::move(callback)) {
     listener.set(&onOver);
   }
 
   const PlayUrl url;
+  const SourceSettings sources;
   const std::shared_ptr<PlayOutput> output;
   OverCallback onOver;
   ListenerSlot<OverCallback> listener;
@@ -82,10 +89,12 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   std::shared_ptr<SourceSockets> sockets;  // of RTSP
   uint64_t repliedBytes = 0;               // through them, when media last came out of the source
   uint64_t arrived = 0;                    // media that had come out then
+  std::shared_ptr<FetchAccess> access;     // from the beginning of work() to its end
 
   void run();
   void requestStop();
   PlayOutcome work();
+  std::optional<PlayOutcome> chooseSource(std::string& fetchUri) const;
   PlayOutcome follow(Pipeline& pipeline);
   void drain();
   PlayOutcome failure(const PipelineMessage& error);
@@ -93,6 +102,7 @@ struct PlayRunner::State : std::enable_shared_from_this<State> {
   std::chrono::milliseconds pollInterval() const;
   bool mustPoll() const;
   std::unique_ptr<RtmpFeed> startFeed(Pipeline& pipeline);
+  void onFetchFailed(const FetchFailure& failure);
   void onFeedEnded(FlvInput& input, RtmpError error, const std::string& text);
   void poll(Pipeline& pipeline);
   void checkReplies();
@@ -135,6 +145,7 @@ struct PlayRunner::Running {
 
 void PlayRunner::State::run() {
   const PlayOutcome outcome = work();
+  access.reset();  // it shares this
   listener.call([&](OverCallback& callback) { callback(outcome); });
   Running::instance().remove(this);
 }
@@ -155,6 +166,11 @@ PlayOutcome PlayRunner::State::work() {
     self->messages.push_back(message);
     self->changed.notify_all();
   };
+  access = FetchAccess::open(sources, [self = shared_from_this()](const FetchFailure& failure) {
+    self->onFetchFailed(failure);
+  });
+  std::string fetchUri;
+  if (auto refusal = chooseSource(fetchUri)) return *refusal;
   if (url.protocol == PlayProtocol::kRtsp) {
     sockets =
         std::make_shared<SourceSockets>([weak = weak_from_this()](const std::string& refusal) {
@@ -163,7 +179,7 @@ PlayOutcome PlayRunner::State::work() {
   }
   std::unique_ptr<RtmpFeed> feed;  // ends after the pipeline, into which its thread may be pushing
   std::optional<DelayedCut> cut;   // ends after the pipeline, too, which it helps to end
-  const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, output, onMessage);
+  const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, fetchUri, output, onMessage);
   if (!pipeline) {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
             fmt::format("missing: {}", missingElements())};
@@ -176,6 +192,18 @@ PlayOutcome PlayRunner::State::work() {
   return outcome;
 }
 
+// Sets `fetchUri` for what the guarded source fetches. Answers why nothing is played, if so.
+std::optional<PlayOutcome> PlayRunner::State::chooseSource(std::string& fetchUri) const {
+  if (url.protocol == PlayProtocol::kHttp) fetchUri = access->uriOf(url.text);
+  if (url.protocol != PlayProtocol::kFile) return std::nullopt;
+  const LocalFile file = examineLocalFile(url.text);
+  if (file.failure) {
+    return PlayOutcome{PlayOutcome::Kind::kFailed, file.failure->code, file.failure->text};
+  }
+  if (file.isPlaylist) fetchUri = access->uriOf(url.text);
+  return std::nullopt;
+}
+
 std::unique_ptr<RtmpFeed> PlayRunner::State::startFeed(Pipeline& pipeline) {
   auto input = std::make_shared<FlvInput>(pipeline);
   return std::make_unique<RtmpFeed>(
@@ -185,6 +213,15 @@ std::unique_ptr<RtmpFeed> PlayRunner::State::startFeed(Pipeline& pipeline) {
           .onTag = [input](GstPtr<GstBuffer> tag) { input->push(std::move(tag)); },
           .onEnded = [this, input](RtmpError error,
                                    const std::string& text) { onFeedEnded(*input, error, text); }});
+}
+
+void PlayRunner::State::onFetchFailed(const FetchFailure& failure) {
+  const bool playing = output->meter.counts().decoded() > 0;
+  const auto code =
+      playing && !failure.isFinal ? LumoRtc::kLumoLiveErrorConnectionLost : failure.code;
+  std::lock_guard lock(mutex);
+  if (!sourceFailure) sourceFailure = {PlayOutcome::Kind::kFailed, code, failure.text};
+  changed.notify_all();
 }
 
 // What has come is still presented.
@@ -234,6 +271,10 @@ PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
       NIMBO_LOG_WARN("player: a missing element may be the reason: {}", missing);
     }
   }
+  // The demultiplexer of playlists knows no more than that something could not be fetched.
+  if (const auto last = access->lastFailure()) {
+    return {PlayOutcome::Kind::kFailed, playing ? code : last->code, last->text};
+  }
   // Some elements keep the cause to themselves.
   if (code == LumoRtc::kLumoLiveErrorPlayRejected) {
     if (const auto cause = findNetworkCause(url)) {
@@ -243,7 +284,7 @@ PlayOutcome PlayRunner::State::failure(const PipelineMessage& error) {
   return {PlayOutcome::Kind::kFailed, code, error.text};
 }
 
-// The next message; none when asked to stop, or when the feed has failed.
+// The next message; none when asked to stop, or when the source has failed.
 std::optional<PipelineMessage> PlayRunner::State::next(Pipeline& pipeline) {
   std::unique_lock lock(mutex);
   const auto woken = [this] { return stopping || sourceFailure || !messages.empty(); };
@@ -292,8 +333,10 @@ void PlayRunner::State::poll(Pipeline& pipeline) {
   output->meter.setPackets(countPackets(pipeline, url.protocol));
 }
 
-PlayRunner::PlayRunner(PlayUrl url, std::shared_ptr<PlayOutput> output, OverCallback onOver)
-    : state_(std::make_shared<State>(std::move(url), std::move(output), std::move(onOver))) {
+PlayRunner::PlayRunner(PlayUrl url, const SourceSettings& sources,
+                       std::shared_ptr<PlayOutput> output, OverCallback onOver)
+    : state_(
+          std::make_shared<State>(std::move(url), sources, std::move(output), std::move(onOver))) {
   if (!Running::instance().add(state_.get())) return;
   try {
     std::thread thread([state = state_] { state->run(); });

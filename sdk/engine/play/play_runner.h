@@ -14,6 +14,7 @@
 #include <string>
 
 #include "NimboSdk/LumoLiveResult.h"
+#include "fetch/source_settings.h"
 #include "play/play_output.h"
 #include "play/play_url.h"
 
@@ -31,7 +32,8 @@ class PlayRunner {
  public:
   using OverCallback = std::function<void(const PlayOutcome&)>;
 
-  PlayRunner(PlayUrl url, std::shared_ptr<PlayOutput> output, OverCallback onOver);
+  PlayRunner(PlayUrl url, const SourceSettings& sources, std::shared_ptr<PlayOutput> output,
+             OverCallback onOver);
   ~PlayRunner();
   PlayRunner(const PlayRunner&) = delete;
   PlayRunner& operator=(const PlayRunner&) = delete;

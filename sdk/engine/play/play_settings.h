@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "fetch/source_settings.h"
 #include "play/latency_settings.h"
 
 namespace NimboEngine {
@@ -19,6 +20,7 @@ struct PlayLimits {
 struct PlaySettings {
   LatencySettings latency;
   PlayLimits limits;
+  SourceSettings sources;
 };
 
 }  // namespace NimboEngine

@@ -60,6 +60,15 @@ std::optional<PlayUrl> parseFileUri(const char* text, std::string& problem) {
   return std::nullopt;
 }
 
+// Reads the parameters as GStreamer's source does, which opens a listening socket for the modes
+// "listener" and "rendezvous".
+bool asksToListen(const char* text) {
+  const GstPtr<GstUri> uri(gst_uri_from_string(text));
+  if (!uri) return true;
+  const gchar* mode = gst_uri_get_query_value(uri.get(), "mode");
+  return mode && std::string_view(mode) != "caller";
+}
+
 // RTMP's addresses have rules of their own: parameters may stand in the middle.
 std::optional<PlayUrl> parseRtmp(const char* text, std::string& problem) {
   const auto target = parseRtmpUrl(text, problem);
@@ -83,18 +92,18 @@ std::string PlayUrl::forLog() const {
   return fmt::format("{}:{}/{}/…", host, port, redactPath(channel));
 }
 
-std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem) {
+std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem, bool srtListener) {
   if (!text || !*text) {
     problem = "the URL is empty";
     return std::nullopt;
   }
   if (*text == '/') return fileAt(text);
-  GError* failure = nullptr;
   // ENCODED: parts keep their percent signs, so that nothing is refused for an odd stream name.
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
-      text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), &failure));
+      text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), nullptr));
   if (!uri) {
-    problem = GstPtr<GError>(failure)->message;
+    // Not GLib's own words, which repeat the address.
+    problem = "the URL cannot be read";
     return std::nullopt;
   }
   const std::string name = g_uri_get_scheme(uri.get());
@@ -117,6 +126,8 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem) {
     problem = "the host is missing";
   } else if (url.port == 0) {
     problem = "the port is missing";
+  } else if (scheme->protocol == PlayProtocol::kSrt && !srtListener && asksToListen(text)) {
+    problem = "an srt URL may ask for the mode caller only";
   } else {
     return url;
   }

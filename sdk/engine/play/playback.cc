@@ -79,9 +79,10 @@ void Playback::open() {
   lastCounts_ = {};
   lastCounts_.shown = events_.shown();
   auto over = lifeline_.bind([this](const PlayOutcome& outcome) { onAttemptOver(outcome); });
-  runner_ = std::make_unique<PlayRunner>(url_, output_, [this, over](const PlayOutcome& outcome) {
-    engine_.post([over, outcome]() mutable { over(outcome); });
-  });
+  runner_ = std::make_unique<PlayRunner>(
+      url_, settings_.sources, output_, [this, over](const PlayOutcome& outcome) {
+        engine_.post([over, outcome]() mutable { over(outcome); });
+      });
 }
 
 PlayOutput::Handlers Playback::watchedHandlers() {

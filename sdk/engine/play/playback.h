@@ -19,6 +19,7 @@
 #include "play/network_rating.h"
 #include "play/play_output.h"
 #include "play/play_runner.h"
+#include "play/play_settings.h"
 #include "play/play_url.h"
 #include "play/play_watch.h"
 #include "play/retry_plan.h"

@@ -135,11 +135,14 @@ class Attempts {
 }  // namespace
 
 std::variant<GlibPtr<GSocket>, RtmpFailure> connectTcp(const std::string& host, int port,
-                                                       StopSignal& stop,
-                                                       Clock::time_point deadline) {
+                                                       StopSignal& stop, Clock::time_point deadline,
+                                                       const AddressFilter& filter) {
   auto resolved = resolve(host, stop, deadline);
   if (auto* failure = std::get_if<RtmpFailure>(&resolved)) return *failure;
-  const auto& addresses = std::get<Addresses>(resolved);
+  auto& addresses = std::get<Addresses>(resolved);
+  if (filter) {
+    std::erase_if(addresses, [&](const auto& address) { return !filter(address.get()); });
+  }
 
   Attempts attempts;
   auto next = addresses.begin();

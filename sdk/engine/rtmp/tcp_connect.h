@@ -9,6 +9,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <variant>
 
@@ -18,8 +19,13 @@
 
 namespace NimboEngine {
 
+// Whether a connection to that address may be tried.
+using AddressFilter = std::function<bool(GInetAddress*)>;
+
+// An empty filter lets every address pass. Without an address that may be tried, the host counts as
+// not found.
 std::variant<GlibPtr<GSocket>, RtmpFailure> connectTcp(
     const std::string& host, int port, StopSignal& stop,
-    std::chrono::steady_clock::time_point deadline);
+    std::chrono::steady_clock::time_point deadline, const AddressFilter& filter = {});
 
 }  // namespace NimboEngine

@@ -101,6 +101,28 @@ TEST(Settings, RefusesALatencyThatCannotBe) {
   EXPECT_EQ(problemWith(R"({"latency": 5})"), R"("latency" is a number, not an object)");
 }
 
+TEST(Settings, ReadsWhatAddressesMayName) {
+  std::string problem;
+  const auto none = parseSettings("", problem);
+  ASSERT_TRUE(none);
+  EXPECT_FALSE(none->play.sources.localFromPublic);
+  EXPECT_FALSE(none->play.sources.httpFromHttps);
+  EXPECT_FALSE(none->play.sources.srtListener);
+  const auto settings = parseSettings(
+      R"({"sources": {"localFromPublic": true, "httpFromHttps": true, "srtListener": true,
+                      "maxPlaylistKiB": 100, "maxHeaderKiB": 10, "maxTagKiB": 1000}})",
+      problem);
+  ASSERT_TRUE(settings) << problem;
+  EXPECT_TRUE(settings->play.sources.localFromPublic);
+  EXPECT_TRUE(settings->play.sources.httpFromHttps);
+  EXPECT_TRUE(settings->play.sources.srtListener);
+  EXPECT_EQ(settings->play.sources.playlistBytes, 102'400U);
+  EXPECT_EQ(settings->play.sources.headerBytes, 10'240U);
+  EXPECT_EQ(settings->play.sources.tagBytes, 1'024'000U);
+  EXPECT_EQ(problemWith(R"({"sources": {"localFromPublic": 1}})"),
+            R"("sources.localFromPublic" is a number, not a boolean)");
+}
+
 struct NumberKey {
   const char* before;
   const char* name;
@@ -116,6 +138,9 @@ constexpr NumberKey kNumberKeys[] = {
     {R"({"limits": {"maxFramePixels": )", "limits.maxFramePixels", "}}", 65'536, 268'435'456},
     {R"({"limits": {"maxQueuedBytes": )", "limits.maxQueuedBytes", "}}", 1'048'576, 1'073'741'824},
     {R"({"sendTimeoutMs": )", "sendTimeoutMs", "}", 500, 5000},
+    {R"({"sources": {"maxPlaylistKiB": )", "sources.maxPlaylistKiB", "}}", 16, 65'536},
+    {R"({"sources": {"maxHeaderKiB": )", "sources.maxHeaderKiB", "}}", 4, 1024},
+    {R"({"sources": {"maxTagKiB": )", "sources.maxTagKiB", "}}", 16, 262'144},
 };
 
 TEST(Settings, EachNumberHasItsRange) {

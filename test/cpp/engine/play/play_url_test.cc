@@ -51,10 +51,28 @@ TEST(PlayUrl, ParametersOfRtmpMayStandInTheMiddle) {
   EXPECT_EQ(url->rtmp.stream, "stream?expires=1");
 }
 
+TEST(PlayUrl, SrtCallsUnlessASettingSaysOtherwise) {
+  EXPECT_TRUE(parse("srt://h:9000?mode=caller&latency=200"));
+  for (const char* text : {"srt://h:9000?mode=listener", "srt://h:9000?latency=1&mode=rendezvous",
+                           "srt://h:9000?m%6fde=listener", "srt://h:9000?mode=Listener",
+                           "srt://h:9000?mode=%6cistener"}) {
+    EXPECT_FALSE(parse(text)) << text;
+    std::string problem;
+    EXPECT_TRUE(parsePlayUrl(text, problem, true)) << problem;
+  }
+}
+
+TEST(PlayUrl, AProblemDoesNotRepeatTheAddress) {
+  std::string problem;
+  EXPECT_FALSE(parsePlayUrl("http://user:s3cret@h:port/?s3cret", problem));
+  EXPECT_EQ(problem.find("s3cret"), std::string::npos) << problem;
+}
+
 TEST(PlayUrl, RefusesTheRest) {
-  for (const char* text : {static_cast<const char*>(nullptr), "", "stream", "clip.mp4", "ftp://h/s",
-                           "rtmp://h", "rtmp://h/app", "rtmp://h/app/", "rtmp:///app/s", "http://",
-                           "srt://h", "file://h/clip.mp4", "rtsp:///s"}) {
+  for (const char* text :
+       {static_cast<const char*>(nullptr), "", "stream", "clip.mp4", "ftp://h/s", "rtmp://h",
+        "rtmp://h/app", "rtmp://h/app/", "rtmp:///app/s", "http://", "srt://h", "fd://0",
+        "udp://h:1", "v4l2:///dev/video0", "file://h/clip.mp4", "rtsp:///s"}) {
     EXPECT_FALSE(parse(text)) << (text ? text : "null");
   }
 }

@@ -1,0 +1,28 @@
+// Why something could not be fetched, and what that means for the playback.
+//
+// Thread: plain values.
+
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "NimboSdk/LumoLiveResult.h"
+
+namespace NimboEngine {
+
+struct FetchFailure {
+  LumoRtc::LumoLiveErrorCode code{};
+  // For the application. It has a host and a port at most of any address: no path, no parameters,
+  // no user.
+  std::string text;
+  // Trying again, or something else of the same stream, is of no use: what may not be, what is too
+  // large, and whom nobody trusts.
+  bool isFinal = false;
+};
+
+inline FetchFailure refusedFetch(std::string text) {
+  return {LumoRtc::kLumoLiveErrorPlayRejected, std::move(text), true};
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,66 @@
+// What the source element reads from: one address, fetched and guarded from any position on, and
+// fetched again where a connection breaks in the middle of something of known length.
+//
+// Thread: read() and seek() on one thread at a time; interrupt() and resume() on any.
+// Failure: see read(). The player's FetchAccess is told of each failure first.
+
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "fetch/body_guard.h"
+#include "fetch/fetch.h"
+#include "fetch/fetch_access.h"
+
+namespace NimboEngine {
+
+class FetchStream {
+ public:
+  explicit FetchStream(FetchUri uri);
+
+  // See Fetch::read(); kStopped after interrupt().
+  Fetch::Read read(std::vector<uint8_t>& bytes);
+  const FetchFailure& failure() const { return failure_; }
+
+  // From there on, with the next read().
+  void seek(const ByteRange& range);
+  uint64_t position() const { return position_; }
+
+  // Ends the waiting of read(), until resume().
+  void interrupt();
+  void resume();
+
+  // Known once something was read.
+  std::optional<uint64_t> length() const;
+  bool isSeekable() const;
+
+ private:
+  std::shared_ptr<Fetch> begin();
+  Fetch::Read fail(const FetchFailure& failure);
+  bool mayContinue();
+  Fetch::Read finish(std::vector<uint8_t>& bytes);
+
+  const FetchUri uri_;
+  const std::shared_ptr<FetchAccess> access_;
+
+  mutable std::mutex mutex_;
+  bool interrupted_ = false;
+  std::shared_ptr<Fetch> fetch_;
+  bool known_ = false;  // the next two
+  std::optional<uint64_t> length_;
+  bool seekable_ = true;
+
+  uint64_t position_ = 0;
+  std::optional<uint64_t> end_;
+  std::optional<BodyGuard> guard_;
+  bool ended_ = false;
+  int breaks_ = 0;  // of the connection, since progress was made
+  uint64_t progress_ = 0;
+  FetchFailure failure_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,41 @@
+// An http or https address, taken apart for a request.
+//
+// Thread: any; plain values.
+
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "fetch/source_policy.h"
+
+namespace NimboEngine {
+
+struct HttpUrl {
+  SourceScheme scheme = SourceScheme::kHttp;
+  std::string host;  // in ASCII, without the brackets of IPv6
+  int port = 0;
+  std::string target;    // path and query, with everything escaped that a request needs escaped
+  std::string userInfo;  // "user:password", escaped; empty without a user
+
+  bool isEncrypted() const { return scheme == SourceScheme::kHttps; }
+
+  // "host" or "host:port", as the Host header has it.
+  std::string authority() const;
+
+  // The value of the Authorization header; empty without a user.
+  std::string authorization() const;
+
+  // The whole address, user and password included.
+  std::string text() const;
+};
+
+// Without a value, `problem` says what is wrong; it repeats nothing of the address.
+std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& problem);
+
+// The address that `reference`, found in what `base` is the address of, stands for. Without a
+// value, `problem` says what is wrong: it is none, or it is neither http nor https.
+std::optional<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference,
+                                      std::string& problem);
+
+}  // namespace NimboEngine
