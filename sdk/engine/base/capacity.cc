@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <semaphore>
 #include <system_error>
 #include <thread>
@@ -15,17 +14,17 @@
 namespace NimboEngine {
 namespace {
 
-// Up to what is needed.
-int freeDescriptors() {
-  std::array<int, kNeededDescriptors> opened{};
-  int count = 0;
+// By trying, up to so many: the table of descriptors has holes.
+int freeDescriptors(int most) {
+  std::vector<int> opened;
+  opened.reserve(static_cast<std::size_t>(most));
   const int first = open("/dev/null", O_RDONLY | O_CLOEXEC);
   for (int next = first; next >= 0; next = fcntl(first, F_DUPFD_CLOEXEC, 0)) {
-    opened.at(static_cast<std::size_t>(count++)) = next;
-    if (count == kNeededDescriptors) break;
+    opened.push_back(next);
+    if (static_cast<int>(opened.size()) == most) break;
   }
-  std::for_each_n(opened.begin(), count, close);
-  return count;
+  std::ranges::for_each(opened, close);
+  return static_cast<int>(opened.size());
 }
 
 int freeThreads() {
@@ -44,8 +43,12 @@ int freeThreads() {
 
 }  // namespace
 
+bool areDescriptorsLeft(int count) {
+  return freeDescriptors(count) == count;
+}
+
 std::string missingCapacity() {
-  if (const int count = freeDescriptors(); count < kNeededDescriptors) {
+  if (const int count = freeDescriptors(kNeededDescriptors); count < kNeededDescriptors) {
     return fmt::format("only {} more descriptors can be opened; {} are needed", count,
                        kNeededDescriptors);
   }

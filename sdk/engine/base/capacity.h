@@ -16,6 +16,9 @@ namespace NimboEngine {
 inline constexpr int kNeededDescriptors = 96;
 inline constexpr int kNeededThreads = 16;
 
+// For steps that come later than the start, such as another connection.
+bool areDescriptorsLeft(int count);
+
 // What is missing, as a reason; empty where there is enough.
 std::string missingCapacity();
 

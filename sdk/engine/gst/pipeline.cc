@@ -4,12 +4,16 @@
 #include <utility>
 
 #include "base/close_on_exec.h"
+#include "base/capacity.h"
 #include "base/handover.h"
 #include "base/listener_slot.h"
 #include "log/log.h"
 
 namespace NimboEngine {
 namespace {
+
+// GLib ends the process when it cannot open what a thread waits with.
+constexpr int kDescriptors = 16;
 
 using ParseIssue = void (*)(GstMessage*, GError**, gchar**);
 
@@ -51,6 +55,10 @@ struct Pipeline::Relay {
 
 std::unique_ptr<Pipeline> Pipeline::parse(const std::string& name, const std::string& description,
                                           Handler handler) {
+  if (!areDescriptorsLeft(kDescriptors)) {
+    NIMBO_LOG_ERROR("pipeline {} cannot be built: too few descriptors are left", name);
+    return nullptr;
+  }
   GError* error = nullptr;
   GstElement* parsed =
       gst_parse_launch_full(description.c_str(), nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &error);

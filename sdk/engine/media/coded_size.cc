@@ -21,6 +21,10 @@ bool isConfigured(std::string_view type) {
 // A parameter set's size stands within so many bytes, however many scaling lists come before it.
 constexpr std::size_t kHeadBytes = 1024;
 
+constexpr uint32_t bigEndian(uint8_t high, uint8_t low) {
+  return static_cast<uint32_t>(high) << 8 | low;
+}
+
 // A unit's content without the bytes that keep start codes out of it.
 std::vector<uint8_t> unescaped(Bytes unit) {
   std::vector<uint8_t> content;
@@ -142,7 +146,7 @@ std::optional<CodedSize> largestInList(bool hevc, std::size_t count, Bytes& byte
   constexpr std::size_t kLengthBytes = 2;
   std::optional<CodedSize> largest;
   for (std::size_t i = 0; i < count && bytes.size() >= kLengthBytes; ++i) {
-    const std::size_t length = bytes[0] << 8 | bytes[1];
+    const std::size_t length = bigEndian(bytes[0], bytes[1]);
     bytes = bytes.subspan(kLengthBytes);
     const Bytes unit = bytes.first(std::min(length, bytes.size()));
     largest = larger(largest, sizeInUnit(hevc, unit));
@@ -157,7 +161,8 @@ std::optional<CodedSize> vp8Size(Bytes frame) {
   constexpr uint32_t kSizeMask = 0x3fff;
   if (frame.size() < 10 || (frame[0] & 1) != 0) return std::nullopt;
   if (!std::ranges::equal(frame.subspan(3, 3), kStartCode)) return std::nullopt;
-  return sizeOf((frame[6] | frame[7] << 8) & kSizeMask, (frame[8] | frame[9] << 8) & kSizeMask);
+  return sizeOf(bigEndian(frame[7], frame[6]) & kSizeMask,
+                bigEndian(frame[9], frame[8]) & kSizeMask);
 }
 
 // Flash's H.263. Its common sizes are small.
@@ -233,7 +238,7 @@ std::optional<CodedSize> largestConfiguredSize(std::string_view type,
   constexpr std::size_t kListHeadBytes = 3;
   std::optional<CodedSize> largest;
   for (int i = 0; i < configuration[at] && rest.size() >= kListHeadBytes; ++i) {
-    const std::size_t count = rest[1] << 8 | rest[2];
+    const std::size_t count = bigEndian(rest[1], rest[2]);
     rest = rest.subspan(kListHeadBytes);
     largest = larger(largest, largestInList(true, count, rest));
   }

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/capacity.h"
 #include "base/redaction.h"
 #include "rtmp/tcp_connect.h"
 
@@ -16,6 +17,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// GIO ends the process when it cannot open what its resolver waits with.
+constexpr int kDescriptors = 8;
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
 // Reads in a row before anything else gets its turn.
 constexpr int kReadsAtOnce = 8;
@@ -121,7 +124,9 @@ void RtmpClient::run() {
 }
 
 void RtmpClient::connect() {
-  if (!stop_.isValid()) return fail({RtmpError::kSystem, "no descriptor is left"});
+  if (!stop_.isValid() || !areDescriptorsLeft(kDescriptors)) {
+    return fail({RtmpError::kSystem, "no descriptor is left"});
+  }
   auto connected = connectTcp(url_.host, url_.port, stop_, deadline_);
   if (auto* failure = std::get_if<RtmpFailure>(&connected)) return fail(*failure);
   auto stream = std::make_unique<ByteStream>(std::move(std::get<GlibPtr<GSocket>>(connected)));

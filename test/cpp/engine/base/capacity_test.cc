@@ -14,6 +14,7 @@
 #include "NimboSdk/LumoLiveResult.h"
 #include "base/engine_thread.h"
 #include "base/leavable_thread.h"
+#include "gst/pipeline.h"
 #include "rtmp/rtmp_client.h"
 #include "support/process_usage.h"
 #include "support/recording_player_listener.h"
@@ -80,6 +81,13 @@ TEST(Capacity, MissingDescriptorsAreCounted) {
   EXPECT_TRUE(missing.starts_with("only ") &&
               missing.ends_with("more descriptors can be opened; 96 are needed"))
       << missing;
+}
+
+TEST(Capacity, NoPipelineIsBuiltWithoutDescriptors) {
+  const Limit limit{RLIMIT_NOFILE, static_cast<rlim_t>(test::processUsage().descriptors) + 10};
+  EXPECT_TRUE(areDescriptorsLeft(5));
+  EXPECT_FALSE(areDescriptorsLeft(30));
+  EXPECT_FALSE(Pipeline::parse("none", "fakesrc ! fakesink", [](const PipelineMessage&) {}));
 }
 
 TEST(Capacity, MissingThreadsAreCounted) {
