@@ -251,7 +251,7 @@ bool FrameNormalizer::convertFormat(GstVideoFrame& from, GstVideoFrame& target) 
   target.info.width = visibleWidth_;  // the converter knows nothing of the padding
   gst_video_converter_frame(formatConverter_.get(), &from, &target);
   repeatLastColumn(planes[0], visibleWidth_, source_.height, target_.width);
-  for (const size_t chroma : {1, 2}) {
+  for (const size_t chroma : {size_t{1}, size_t{2}}) {
     repeatLastColumn(planes[chroma], (visibleWidth_ + 1) / 2, (source_.height + 1) / 2,
                      target_.width / 2);
   }

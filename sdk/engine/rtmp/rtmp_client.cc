@@ -31,8 +31,7 @@ constexpr int kFinishPollMs = 10;
 
 RtmpClient::RtmpClient(RtmpRole role, const RtmpUrl& url, Events events,
                        std::chrono::milliseconds connectTimeout)
-    : role_(role),
-      url_(url),
+    : url_(url),
       events_(std::move(events)),
       deadline_(Clock::now() + connectTimeout),
       session_(role, url, sessionEvents()),

@@ -94,7 +94,6 @@ class RtmpClient {
   void fail(RtmpFailure failure);
   void close();
 
-  const RtmpRole role_;
   const RtmpUrl url_;
   const Events events_;
   const std::chrono::steady_clock::time_point deadline_;
