@@ -2,10 +2,11 @@
 
 // Runs the fuzz targets of build/fuzz, one after the other. What they learn stays in
 // build/fuzz/corpus, for the next run; an input that a target does not survive goes to
-// build/fuzz/findings. The exit code is 0 when there was none.
+// build/fuzz/findings. Ends with a table. The exit code is 0 when there was no such input.
 //
-// Usage: node tools/fuzz.js [--seconds N] [TARGET...]
+// Usage: node tools/fuzz.js [--seconds N | --minutes N] [TARGET...]
 //   --seconds N  for how long each target runs, default 20
+//   --minutes N  for how long all of them run together
 
 const fs = require('node:fs');
 const path = require('node:path');
@@ -21,10 +22,13 @@ const PATIENCE_SECONDS = 60;
 
 /** What is particular to single targets. */
 const OPTIONS = {
-  play_flv: ['-max_len=8192', '-timeout=20'], // a whole, if short, stream
+  // A whole, if short, stream.
+  play_flv: ['-max_len=8192', '-timeout=20'],
+  play_media: ['-max_len=8192', '-timeout=20'],
+  play_rtsp: ['-max_len=4096', '-timeout=20'],
 };
 // GStreamer and GLib keep memory of their own.
-const USING_GSTREAMER = ['flv_demux', 'flv_tag', 'play_flv'];
+const USING_GSTREAMER = ['flv_demux', 'flv_tag', 'play_flv', 'play_media', 'play_rtsp'];
 
 const environment = (target) => ({
   ASAN_OPTIONS: `detect_leaks=${USING_GSTREAMER.includes(target) ? 0 : 1}`,
@@ -35,18 +39,29 @@ const environment = (target) => ({
 
 function readArguments() {
   const { values, positionals } = parseArgs({
-    options: { seconds: { type: 'string', default: '20' } },
+    options: { seconds: { type: 'string' }, minutes: { type: 'string' } },
     allowPositionals: true,
   });
-  const seconds = Number(values.seconds);
-  if (!Number.isInteger(seconds) || seconds < 1) {
-    throw new Error(`--seconds ${values.seconds}: expected a whole number from 1 on`);
+  const [unit, text] = values.minutes
+    ? ['minutes', values.minutes]
+    : ['seconds', values.seconds ?? '20'];
+  const number = Number(text);
+  if (!Number.isInteger(number) || number < 1) {
+    throw new Error(`--${unit} ${text}: expected a whole number from 1 on`);
   }
   const known = fs.readdirSync(seeds).sort();
   const unknown = positionals.find((name) => !known.includes(name));
   if (unknown) throw new Error(`${unknown}: expected one of ${known.join(', ')}`);
-  return { seconds, targets: positionals.length > 0 ? positionals : known };
+  const targets = positionals.length > 0 ? positionals : known;
+  const seconds = values.minutes ? Math.ceil((number * 60) / targets.length) : number;
+  return { seconds, targets };
 }
+
+/** @type {string[]} a line of the table for each target that has run */
+const table = [
+  '| target | seconds | inputs | features | kept | result |',
+  '|---|--:|--:|--:|--:|---|',
+];
 
 /** @param {import('./lib/tally').Tally} tally */
 async function fuzz(tally, target, seconds) {
@@ -63,6 +78,10 @@ async function fuzz(tally, target, seconds) {
     { env: environment(target), capture: true, deadlineSeconds: seconds + PATIENCE_SECONDS },
   );
   const inputs = Number(output.match(/stat::number_of_executed_units:\s*(\d+)/)?.[1] ?? 0);
+  const features = output.match(/ft: (\d+)(?![\s\S]*ft: )/)?.[1] ?? '-';
+  const kept = fs.readdirSync(learnt).length;
+  const result = ok ? 'ok' : reason;
+  table.push(`| ${target} | ${seconds} | ${inputs} | ${features} | ${kept} | ${result} |`);
   console.log(`${inputs} inputs`);
   if (!ok) console.log(output.slice(-10_000));
   const hint = `see build/fuzz/findings/${target}; mend it and add the input to the corpus`;
@@ -71,9 +90,11 @@ async function fuzz(tally, target, seconds) {
 
 async function main() {
   const { seconds, targets } = readArguments();
-  return runStages(
+  const ok = await runStages(
     targets.map((target) => ({ name: target, run: (tally) => fuzz(tally, target, seconds) })),
   );
+  console.log(`\n${table.join('\n')}`);
+  return ok;
 }
 
 main().then(

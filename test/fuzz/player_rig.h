@@ -1,0 +1,32 @@
+// Plays an address to its end, as a player does, and reads every byte of what comes out.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace NimboEngine::test {
+
+// A server on loopback that gives each connection to `answer`, one after the other, on a thread
+// that never ends. The handler does not close it.
+class PlayServer {
+ public:
+  explicit PlayServer(std::function<void(int connection)> answer);
+
+  int port() const { return port_; }
+
+ private:
+  int port_ = 0;
+};
+
+// Reads up to an empty line; an empty answer when the peer closes before.
+std::string readRequest(int connection);
+
+// False when the peer has gone.
+bool sendAll(int connection, const std::string& bytes);
+
+// Ends the process when a playback that is asked to stop after `patience` does not.
+void playToItsEnd(const std::string& address, std::chrono::milliseconds patience);
+
+}  // namespace NimboEngine::test
