@@ -130,4 +130,4 @@ async function startClient({ role, settings, clip }) {
   return client;
 }
 
-module.exports = { startClient };
+module.exports = { startClient, usageOf };

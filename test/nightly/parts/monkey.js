@@ -1,0 +1,28 @@
+'use strict';
+
+// Random use of the default SDK, in one process after the other.
+
+const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
+const { runScenario } = require('../support/scenario');
+
+const RUNS = 5;
+const SHARE = 0.25; // of the run's time
+
+async function run({ minutes, seed }, report) {
+  const server = await startRtmpServer();
+  const seconds = Math.max(5, Math.round((minutes * 60 * SHARE) / RUNS));
+  for (let index = 0; index < RUNS; index += 1) {
+    let calls = 0;
+    const args = [server.url(`s${index}`), seed + index, seconds].map(String);
+    const problems = await runScenario('monkey_process.js', args, {
+      deadlineSeconds: seconds + 60,
+      onMessage: (message) => {
+        calls = message.calls;
+      },
+    });
+    report({ what: `seed ${seed + index}`, figures: `${calls} calls in ${seconds} s`, problems });
+  }
+  await server.stop();
+}
+
+module.exports = { run };

@@ -1,0 +1,41 @@
+'use strict';
+
+// Usage: publish_and_play_process.js URL SECONDS [EXTRA], as a child with a message channel
+//   EXTRA  extra configuration, JSON
+//
+// Publishes and plays what it publishes, for so long, and says {errors, frames} at the end, where
+// errors are the codes of all error events. Only a crash, an exception or a hang are failures: on a
+// system that lacks something, errors are right.
+
+const { setTimeout: sleep } = require('node:timers/promises');
+const { openLivePush } = require('../../e2e/support/live_push');
+
+const [url, seconds, extra = '{}'] = process.argv.slice(2);
+const CONFIG = { width: 320, height: 180, frameRate: 15, mTargetVideoBitrate: 300 };
+
+async function main() {
+  const live = openLivePush({ config: CONFIG, extra: JSON.parse(extra) });
+  const { push } = live;
+  let frames = 0;
+  live.next('onVideoRenderData', () => {
+    frames += 1;
+    return false; // it goes on being asked
+  });
+  if (process.env.LOG_FOLDER) push.setLogDirPath(process.env.LOG_FOLDER, 512);
+  push.startPreview({ view: null, width: 320, height: 180 });
+  push.startPush(url);
+  const player = push.initPlayer({});
+  if (player) push.startPlay(player, url);
+  await sleep(Number(seconds) * 1000);
+  const errors = live.events.flatMap(({ name, payload }) =>
+    ['onSDKError', 'onSystemError', 'onPlayError'].includes(name) ? [payload.code] : [],
+  );
+  if (player) push.destroyPlayer(player);
+  live.close();
+  await new Promise((sent) => {
+    process.send({ errors: [...new Set(errors)], frames }, sent);
+  });
+  process.exit(0);
+}
+
+main();
