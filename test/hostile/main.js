@@ -8,7 +8,7 @@
 //   --quick        those that `npm test` runs
 //   --jobs N       so many at a time, default 3
 //   --json FILE    all figures
-//   --update-docs  writes the table into docs/security.md
+//   --update-docs  writes the table into docs/hostile-servers.md
 //
 // Prints the table. The exit code is 1 when a case fails.
 

@@ -267,7 +267,9 @@ const REFUSALS = [
       await rtmp.acceptConnection(peer);
       peer.attack();
     }),
-    ...both(CODE.timeout, PLAY.notFound, TEN_SECONDS),
+    push: timeout.push,
+    // Two clocks of ten seconds: that of the connection and that of the playback.
+    play: { code: [CODE.timeout, PLAY.notFound], ...TEN_SECONDS },
   },
   {
     name: '_error for createStream',
@@ -345,7 +347,8 @@ const ACCEPTED = [
       return peer.flood(message(TYPE.aggregate, parts));
     }),
     push: {},
-    play: { code: PLAY.notFound, ...TEN_SECONDS },
+    // Whichever is exceeded first: the time, or the limit on what cannot be decoded.
+    play: { code: [PLAY.notFound, PLAY.undecodable], ...TEN_SECONDS },
   },
   {
     name: 'time stamps that wrap',
