@@ -81,7 +81,7 @@ bool sendAll(int connection, const std::string& bytes) {
   return true;
 }
 
-void playToItsEnd(const std::string& address, std::chrono::milliseconds patience) {
+void playToItsEnd(const std::string& address, std::chrono::milliseconds timeout) {
   static const bool started = startGstreamer();
   require(started, "GStreamer starts");
   std::string problem;
@@ -93,7 +93,7 @@ void playToItsEnd(const std::string& address, std::chrono::milliseconds patience
   PlayRunner runner(*url, SourceSettings{}, output,
                     [&over](const PlayOutcome&) { over.set_value(); });
   auto ended = over.get_future();
-  if (ended.wait_for(patience) != std::future_status::ready) {
+  if (ended.wait_for(timeout) != std::future_status::ready) {
     // As a player does: what waits to be presented lets the pipeline go.
     output->close();
     runner.requestStop();

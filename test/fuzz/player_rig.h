@@ -26,7 +26,7 @@ std::string readRequest(int connection);
 // False when the peer has gone.
 bool sendAll(int connection, const std::string& bytes);
 
-// Ends the process when a playback that is asked to stop after `patience` does not.
-void playToItsEnd(const std::string& address, std::chrono::milliseconds patience);
+// Ends the process when a playback that is asked to stop after `timeout` does not.
+void playToItsEnd(const std::string& address, std::chrono::milliseconds timeout);
 
 }  // namespace NimboEngine::test
