@@ -25,7 +25,6 @@ struct GstRelease {
   void operator()(GstCaps* caps) const { gst_caps_unref(caps); }
   void operator()(GstMessage* message) const { gst_message_unref(message); }
   void operator()(GstStructure* structure) const { gst_structure_free(structure); }
-  void operator()(GstUri* uri) const { gst_uri_unref(uri); }
   void operator()(GError* error) const { g_error_free(error); }
   void operator()(gchar* text) const { g_free(text); }
 };

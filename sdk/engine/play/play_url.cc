@@ -60,13 +60,26 @@ std::optional<PlayUrl> parseFileUri(const char* text, std::string& problem) {
   return std::nullopt;
 }
 
-// Reads the parameters as GStreamer's source does, which opens a listening socket for the modes
-// "listener" and "rendezvous".
-bool asksToListen(const char* text) {
-  const GstPtr<GstUri> uri(gst_uri_from_string(text));
-  if (!uri) return true;
-  const gchar* mode = gst_uri_get_query_value(uri.get(), "mode");
-  return mode && std::string_view(mode) != "caller";
+// Whether a query has a parameter "mode" of any other value than "caller": GStreamer's source opens
+// a listening socket for "listener" and "rendezvous". Names and values may be escaped. Not by
+// GstUri, which needs GStreamer to be initialised: addresses are checked before that.
+bool asksToListen(const char* query) {
+  std::string_view rest = query ? query : "";
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find('&'), rest.size());
+    const std::string parameter(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    const std::size_t equals = std::min(parameter.find('='), parameter.size());
+    const auto plain = [](const std::string& text) {
+      return GstPtr<gchar>(g_uri_unescape_string(text.c_str(), nullptr));
+    };
+    const auto name = plain(parameter.substr(0, equals));
+    if (!name) return true;
+    if (std::string_view(name.get()) != "mode" || equals == parameter.size()) continue;
+    const auto value = plain(parameter.substr(equals + 1));
+    if (!value || std::string_view(value.get()) != "caller") return true;
+  }
+  return false;
 }
 
 // RTMP's addresses have rules of their own: parameters may stand in the middle.
@@ -126,7 +139,8 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem, bool
     problem = "the host is missing";
   } else if (url.port == 0) {
     problem = "the port is missing";
-  } else if (scheme->protocol == PlayProtocol::kSrt && !srtListener && asksToListen(text)) {
+  } else if (scheme->protocol == PlayProtocol::kSrt && !srtListener &&
+             asksToListen(g_uri_get_query(uri.get()))) {
     problem = "an srt URL may ask for the mode caller only";
   } else {
     return url;
