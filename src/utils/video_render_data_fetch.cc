@@ -13,8 +13,8 @@ constexpr int kUnknownUser = -101;
 
 using FrameBuffers = std::array<v8::Local<v8::ArrayBuffer>, kFrameSlots>;
 
-// One buffer for each fresh frame, of any content: unlike V8's, Node's are not filled with zeros. May
-// collect garbage, and so must run without any lock.
+// One buffer for each fresh frame, of any content: unlike V8's, Node's are not filled with zeros.
+// May collect garbage, and so must run without any lock.
 FrameBuffers AllocateBuffers(v8::Isolate* isolate, const FreshFrames& fresh) {
   FrameBuffers buffers;
   for (std::size_t i = 0; i < kFrameSlots; ++i) {

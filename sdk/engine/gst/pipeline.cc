@@ -3,8 +3,8 @@
 #include <atomic>
 #include <utility>
 
-#include "base/close_on_exec.h"
 #include "base/capacity.h"
+#include "base/close_on_exec.h"
 #include "base/handover.h"
 #include "base/listener_slot.h"
 #include "log/log.h"

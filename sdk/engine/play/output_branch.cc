@@ -82,7 +82,8 @@ GstPadProbeReturn onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
   return GST_PAD_PROBE_HANDLED;
 }
 
-// The turner copies even frames that are upright; so it passes frames through until tags ask for it.
+// The turner copies even frames that are upright; so it passes frames through until tags ask for
+// it.
 GstPadProbeReturn onTags(GstPad*, GstPadProbeInfo* info, gpointer turner) {
   GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
   if (GST_EVENT_TYPE(event) != GST_EVENT_TAG) return GST_PAD_PROBE_OK;
