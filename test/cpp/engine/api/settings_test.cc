@@ -222,7 +222,7 @@ class TrustSettings : public testing::Test {
 };
 
 TEST_F(TrustSettings, AFileWithoutUsableCertificatesIsRefused) {
-  std::ofstream(folder / "empty.pem");
+  std::ofstream(folder / "empty.pem") << "";
   std::ofstream(folder / "text.pem") << "no certificate, but some text";
   std::ofstream(folder / "broken.pem")
       << "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n";
