@@ -247,7 +247,7 @@ describe('a live mix', GUARD, () => {
     const many = Array.from({ length: 17 }, () => place('', 0, 0, 10, 10));
     for (const [mixStreams, code, reason] of [
       [[place('nobody', 0, 0, 10, 10)], -2005, /"nobody": no player/],
-      [[place(server.url('nothing'), 0, 0, 10, 10)], -2005, /nothing": no player/],
+      [[place(server.url('nothing'), 0, 0, 10, 10)], -2005, /live\/…": no player/],
       [[place('', 0, 0, 0, 10)], -2002, /its size is 0x10/],
       [[place('', 0, 0, 10, -1)], -2002, /its size is 10x-1/],
       [[place('', 0, 0, 10, 10), place('local', 0, 0, 10, 10)], -2002, /placed twice/],
