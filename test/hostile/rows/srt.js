@@ -9,7 +9,7 @@ const { startChild } = require('../../../tools/rtmp/child');
 const { freePort } = require('../../../tools/rtmp/rtmp_server');
 
 const CODE = { timeout: -3003, rejected: -3202, notFound: -3201, undecodable: -3203 };
-// SRT's own patience.
+// SRT's own time-out.
 const timeout = { play: { code: CODE.timeout, withinMs: 3500 } };
 
 // What SRT itself would wait for without end.

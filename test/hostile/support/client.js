@@ -111,9 +111,9 @@ async function startClient({ role, settings, clip }) {
       child.send({ do: 'exit' });
       if (!(await exiting)) return Infinity;
       const began = performance.now();
-      const patience = setTimeout(() => child.kill('SIGKILL'), ACTION_MS);
+      const timer = setTimeout(() => child.kill('SIGKILL'), ACTION_MS);
       const { code, at } = await ended;
-      clearTimeout(patience);
+      clearTimeout(timer);
       return code === 0 ? at - began : Infinity;
     },
 
