@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "NimboSdk/LumoLiveResult.h"
+#include "rtmp/rtmp_error.h"
 
 namespace NimboEngine {
 
@@ -20,6 +21,9 @@ struct FetchFailure {
   // large, and whom nobody trusts.
   bool isFinal = false;
 };
+
+// What it means for a playback that a connection, or RTMP's stream, could not be had.
+LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error);
 
 inline FetchFailure refusedFetch(std::string text) {
   return {LumoRtc::kLumoLiveErrorPlayRejected, std::move(text), true};

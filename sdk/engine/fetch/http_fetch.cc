@@ -26,24 +26,8 @@ constexpr int kNotFound = 404;
 constexpr int kGone = 410;
 constexpr int kRangeNotSatisfiable = 416;
 
-LumoLiveErrorCode codeOf(RtmpError error) {
-  switch (error) {
-    case RtmpError::kHostNotFound:
-      return kLumoLiveErrorHostNotFound;
-    case RtmpError::kRefused:
-      return kLumoLiveErrorConnectRefused;
-    case RtmpError::kUnreachable:
-    case RtmpError::kTimeout:
-      return kLumoLiveErrorConnectTimeout;
-    case RtmpError::kTlsUntrusted:
-      return kLumoLiveErrorServerUntrusted;
-    default:
-      return kLumoLiveErrorPlayRejected;
-  }
-}
-
 FetchFailure failureOf(const RtmpFailure& failure) {
-  return {codeOf(failure.error), failure.text, failure.error == RtmpError::kTlsUntrusted};
+  return {playErrorCode(failure.error), failure.text, failure.error == RtmpError::kTlsUntrusted};
 }
 
 Reach reachOfAddress(GInetAddress* address) {

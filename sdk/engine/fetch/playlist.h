@@ -1,6 +1,6 @@
 // Checks an HLS playlist before the demultiplexer gets it, and rewrites each address that it names.
 //
-// What is passed on is written anew, line by line, from what was understood: tags, and the
+// What is passed on is written again, line by line, from what was understood: tags, and the
 // addresses in the form that the caller gives them. Comments, and tags with addresses that the
 // demultiplexer has no use for, are left out. So the demultiplexer, which opens whatever address it
 // reads, cannot read one that was not checked.

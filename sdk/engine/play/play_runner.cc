@@ -35,31 +35,12 @@ using Kind = PipelineMessage::Kind;
 constexpr std::chrono::milliseconds kPollInterval{250};
 constexpr std::chrono::milliseconds kDrainInterval{20};
 
-// RTSP says goodbye to its server. A source that waits for the server for longer, or that reads
+// RTSP tells its server that it ends. A source that waits for the server for longer, or that reads
 // what has no end, is cut off.
-constexpr std::chrono::milliseconds kGoodbye{150};
+constexpr std::chrono::milliseconds kTeardownTime{150};
 // What an RTSP server may say before its first packet. A description has a few kilobytes.
 constexpr uint64_t kMaxReplyBytes = uint64_t{1024} * 1024;
 constexpr std::chrono::milliseconds kReplyPollInterval{20};
-
-LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error) {
-  switch (error) {
-    case RtmpError::kHostNotFound:
-      return LumoRtc::kLumoLiveErrorHostNotFound;
-    case RtmpError::kRefused:
-      return LumoRtc::kLumoLiveErrorConnectRefused;
-    case RtmpError::kUnreachable:
-    case RtmpError::kTimeout:
-      return LumoRtc::kLumoLiveErrorConnectTimeout;
-    case RtmpError::kTlsUntrusted:
-      return LumoRtc::kLumoLiveErrorServerUntrusted;
-    case RtmpError::kStreamNotFound:
-    case RtmpError::kStreamEnded:
-      return LumoRtc::kLumoLiveErrorStreamNotFound;
-    default:
-      return LumoRtc::kLumoLiveErrorPlayRejected;
-  }
-}
 
 }  // namespace
 
@@ -188,7 +169,7 @@ PlayOutcome PlayRunner::State::work() {
   if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
   PlayOutcome outcome = follow(*pipeline);
   if (feed) feed->stop();
-  if (sockets) cut.emplace(sockets, kGoodbye);
+  if (sockets) cut.emplace(sockets, kTeardownTime);
   return outcome;
 }
 

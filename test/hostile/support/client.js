@@ -30,7 +30,7 @@ function usageOf(pid) {
   };
 }
 
-/** Lets the kernel's record of the most memory that a process had begin anew. */
+/** Lets the kernel's record of the most memory that a process had begin again. */
 const resetPeak = (pid) => fs.writeFileSync(`/proc/${pid}/clear_refs`, '5');
 
 /** Waits until no more threads of the warm-up end. */

@@ -46,7 +46,7 @@ TEST(OutputClockTest, AnOutputThatStoodStillHasJumped) {
   EXPECT_TRUE(clock.add(-1504ms));
   EXPECT_EQ(clock.ahead(), -1504ms);
   clock.add(-1500ms);
-  EXPECT_EQ(clock.ahead(), -1502ms) << "it is averaged anew";
+  EXPECT_EQ(clock.ahead(), -1502ms) << "the mean begins again";
 }
 
 }  // namespace
