@@ -341,7 +341,8 @@ TEST_F(FrameNormalizerTest, TheSitingIsKeptWhereCapsSayNothingOfTheColours) {
     std::array<uint8_t, 128 + 64> pixels{};
     std::fill_n(&pixels[128 + 16], 16, uint8_t{200});  // the right half of U
     GstPtr<GstBuffer> buffer(gst_buffer_new_memdup(pixels.data(), pixels.size()));
-    const auto frame = FrameNormalizer(Use::kWrite).normalize(std::move(buffer), caps.get());
+    FrameNormalizer normalizer(Use::kWrite);
+    const auto frame = normalizer.normalize(std::move(buffer), caps.get());
     std::set<int> codes;
     for (int x = 0; x < 64; ++x) {
       GstMapInfo map;
