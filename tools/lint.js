@@ -6,11 +6,12 @@
 // Usage: node tools/lint.js
 
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
+const { allowedIncludes, graphDefects, includeGraph } = require('./lib/include_graph');
 const { buildFolder, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 
-/** @param {import('./lib/tally').Tally} tally each of the four checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the five checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -22,6 +23,9 @@ async function lint(tally) {
   const options = ['--error-on-warnings', `--colors=${colours}`];
   const biome = await run('node_modules/.bin/biome', ['ci', ...options]);
   count(tally, biome.ok, 'Biome: see above; npm run format mends the formatting');
+
+  const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
+  count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
 
   const release = buildFolder('release');
   const compiled = compileCommands(release);

@@ -7,7 +7,7 @@ const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { probeStream, savePicture } = require('../../tools/rtmp/witness');
 const { FrameCount } = require('./frame_count');
 const { Guests } = require('./guests');
-const { LiveSession } = require('./live_session');
+const { PusherSession } = require('./live_session');
 const { savePreview } = require('./picture');
 
 const PREVIEW_FILE = path.resolve('first-stream-preview.png');
@@ -43,7 +43,7 @@ async function firstStream({ seconds, input, plugins, mix }, progress, interrupt
     report.sources = await chooseSources(input);
     server = await startRtmpServer();
     progress.say(`RTMP server at ${server.url()}`);
-    session = new LiveSession(report.sources, plugins);
+    session = new PusherSession(report.sources, plugins);
     report.events = session.events;
     if (input === 'camera') report.sources = session.requireDevices();
     session.on('event', (event) => progress.event(event));

@@ -26,7 +26,7 @@ class Guests {
   /**
    * Plays them and puts them into the lower corners of the picture.
    *
-   * @param {import('./live_session').LiveSession} session
+   * @param {import('./live_session').PusherSession} session
    */
   async join(session) {
     const failed = new Promise((_resolve, reject) => {

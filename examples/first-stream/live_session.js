@@ -19,7 +19,7 @@ const MILESTONES = [
  * once more as 'event' (the record), failures as 'failure' (a text), and each frame that is played
  * as 'played'.
  */
-class LiveSession extends EventEmitter {
+class PusherSession extends EventEmitter {
   /** @type {{name: string, seconds: number, payload?: object}[]} seconds since `start` */
   events = [];
   /** @type {number[]} when each captured frame arrived in JavaScript, by `performance.now()` */
@@ -159,4 +159,4 @@ class LiveSession extends EventEmitter {
   }
 }
 
-module.exports = { LiveSession, PICTURE };
+module.exports = { PusherSession, PICTURE };

@@ -3,7 +3,7 @@
 const { once } = require('node:events');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
-const { LiveSession } = require('./live_session');
+const { PusherSession } = require('./live_session');
 const { savePreview } = require('./picture');
 const { figureText } = require('./report');
 
@@ -33,7 +33,7 @@ async function playStream({ play, seconds }, progress, interruption) {
   let session;
   let newest;
   try {
-    session = new LiveSession({}, []);
+    session = new PusherSession({}, []);
     report.events = session.events;
     session.on('event', (event) => progress.event(event));
     session.on('failure', (text) => report.problems.push(text));

@@ -25,7 +25,7 @@ class Progress {
   /**
    * Tells once a second how the stream does.
    *
-   * @param {import('./live_session').LiveSession} session
+   * @param {import('./live_session').PusherSession} session
    * @param {{status: () => Promise<{bytesIn: number}>}} server
    * @param {import('./frame_count').FrameCount} count
    * @returns {NodeJS.Timeout} to be cleared at the end

@@ -12,7 +12,7 @@
 
 #include "fuzz.h"
 #include "gst/runtime.h"
-#include "play/play_runner.h"
+#include "play/play_attempt.h"
 
 namespace NimboEngine::test {
 namespace {
@@ -87,11 +87,11 @@ void playToItsEnd(const std::string& address, std::chrono::milliseconds timeout)
   std::string problem;
   const auto url = parsePlayUrl(address.c_str(), problem);
   require(url.has_value(), "the address can be played");
-  auto output = std::make_shared<PlayOutput>(
-      PlaySettings{}, PlayOutput::Handlers{.onFrame = readFrame, .onAudio = readAudio});
+  auto output = std::make_shared<DecodedMediaSink>(
+      PlaySettings{}, DecodedMediaSink::Handlers{.onFrame = readFrame, .onAudio = readAudio});
   std::promise<void> over;
-  PlayRunner runner(*url, SourceSettings{}, output,
-                    [&over](const PlayOutcome&) { over.set_value(); });
+  PlayAttempt runner(*url, SourceSettings{}, output,
+                     [&over](const PlayOutcome&) { over.set_value(); });
   auto ended = over.get_future();
   if (ended.wait_for(timeout) != std::future_status::ready) {
     // As a player does: what waits to be presented lets the pipeline go.

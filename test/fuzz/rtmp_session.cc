@@ -58,7 +58,7 @@ class Conversation {
                                 "a message is within its limit");
                       },
                   .onEnded =
-                      [this](const RtmpFailure& failure) {
+                      [this](const ConnectionFailure& failure) {
                         require(!ended_, "it ends once");
                         require(!failure.text.empty(), "an end has a reason");
                         ended_ = true;

@@ -26,7 +26,7 @@ void addAudiblePlayer(AudiblePlayer player) {
   thePlayers().players.push_back(std::move(player));
 }
 
-void removeAudiblePlayer(const std::shared_ptr<SoundMeter>& meter) {
+void removeAudiblePlayer(const std::shared_ptr<LevelMeter>& meter) {
   std::lock_guard lock(thePlayers().mutex);
   std::erase_if(thePlayers().players,
                 [&](const AudiblePlayer& player) { return player.meter == meter; });

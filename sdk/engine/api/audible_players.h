@@ -11,20 +11,20 @@
 #include <vector>
 
 #include "NimboSdk/LumoLiveDefine.h"
-#include "volume/sound_meter.h"
+#include "audio/level_meter.h"
 
 namespace NimboEngine {
 
 struct AudiblePlayer {
   LumoRtc::LumoLivePlayer* player = nullptr;
-  std::shared_ptr<SoundMeter> meter;
+  std::shared_ptr<LevelMeter> meter;
   // Have the player's own listener told, as far as it still plays by then.
   std::function<void(const LumoRtc::LumoLiveUserVolumeInfo&)> tellVolume;
   std::function<void()> tellActiveSpeaker;
 };
 
 void addAudiblePlayer(AudiblePlayer player);
-void removeAudiblePlayer(const std::shared_ptr<SoundMeter>& meter);
+void removeAudiblePlayer(const std::shared_ptr<LevelMeter>& meter);
 
 // In the order in which they began to play.
 std::vector<AudiblePlayer> audiblePlayers();

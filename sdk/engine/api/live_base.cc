@@ -1,7 +1,7 @@
 #include "NimboSdk/LumoLiveBase.h"
 
 #include "NimboSdk/LumoLiveResult.h"
-#include "log/log.h"
+#include "base/log.h"
 
 namespace LumoRtc {
 

@@ -12,10 +12,10 @@
 #include <utility>
 
 #include "base/capacity.h"
+#include "base/log.h"
 #include "base/never_destroyed.h"
 #include "gst/runtime.h"
-#include "log/log.h"
-#include "play/play_runner.h"
+#include "play/play_attempt.h"
 
 namespace NimboEngine {
 
@@ -34,7 +34,7 @@ EngineThread& playersThread();
 // GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
 void stopAtExit() {
   constexpr std::chrono::seconds kPatience{3};
-  PlayRunner::stopAllForGood();
+  PlayAttempt::stopAllForGood();
   const auto idle = std::make_shared<std::promise<void>>();
   playersThread().post([idle] { idle->set_value(); });
   idle->get_future().wait_for(kPatience);

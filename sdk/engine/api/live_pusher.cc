@@ -3,8 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/log.h"
 #include "gst/runtime.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 
@@ -18,7 +18,7 @@ LivePusher::LivePusher(const Settings& settings)
   engine_.post([this] {
     startGstreamer();
     prepareDevices();
-    session_ = std::make_unique<LiveSession>(
+    session_ = std::make_unique<PusherSession>(
         engine_, settings_, devices_, listeners_,
         [this](uint32_t number) { push_.compare_exchange_strong(number, 0); });
   });
@@ -56,7 +56,7 @@ int LivePusher::init(LumoLivePushConfig config) {
   }
   initialized_ = true;
   parameters_ = parameters;
-  return submit([parameters](LiveSession& session) { session.configure(parameters); });
+  return submit([parameters](PusherSession& session) { session.configure(parameters); });
 }
 
 // ----------------------------------------------------------------------------------- listeners
@@ -88,7 +88,7 @@ int LivePusher::startPreview(void* view, uint32_t, uint32_t) {
   std::optional<uint32_t> window;
   if (view) std::memcpy(&window.emplace(), view, sizeof *window);
   const LumoLiveResult result =
-      submit([window](LiveSession& session) { session.startPreview(window); });
+      submit([window](PusherSession& session) { session.startPreview(window); });
   previewing_ = result == kLumoLiveOk;
   return result;
 }
@@ -103,7 +103,7 @@ int LivePusher::stopPreview() {
     NIMBO_LOG_ERROR("no preview runs");
     return kLumoLiveInvalidState;
   }
-  return submit([](LiveSession& session) { session.stopPreview(); });
+  return submit([](PusherSession& session) { session.stopPreview(); });
 }
 
 int LivePusher::startPush(const char* url) {
@@ -120,7 +120,7 @@ int LivePusher::startPush(const char* url) {
   const uint32_t number = ++lastPush_;
   push_ = number;
   const LumoLiveResult result = submit([request = PushRequest{number, std::move(*target)}](
-                                           LiveSession& session) { session.startPush(request); });
+                                           PusherSession& session) { session.startPush(request); });
   if (result != kLumoLiveOk) push_ = 0;
   return result;
 }
@@ -134,25 +134,25 @@ int LivePusher::stopPush() {
     NIMBO_LOG_ERROR("no push runs");
     return kLumoLiveInvalidState;
   }
-  return submit([](LiveSession& session) { session.stopPush(); });
+  return submit([](PusherSession& session) { session.stopPush(); });
 }
 
 // ---------------------------------------------------------------------------- camera and muting
 
 int LivePusher::startCamera() {
-  return submit([](LiveSession& session) { session.setCameraRunning(true); });
+  return submit([](PusherSession& session) { session.setCameraRunning(true); });
 }
 
 int LivePusher::stopCamera() {
-  return submit([](LiveSession& session) { session.setCameraRunning(false); });
+  return submit([](PusherSession& session) { session.setCameraRunning(false); });
 }
 
 int LivePusher::setMute(bool mute, uint32_t) {
-  return submit([mute](LiveSession& session) { session.setMuted(mute); });
+  return submit([mute](PusherSession& session) { session.setMuted(mute); });
 }
 
 int LivePusher::muteLocalCamera(bool mute) {
-  return submit([mute](LiveSession& session) { session.setCameraMuted(mute); });
+  return submit([mute](PusherSession& session) { session.setCameraMuted(mute); });
 }
 
 // ------------------------------------------------------------------------------------- encoder
@@ -166,7 +166,7 @@ LumoLiveResult LivePusher::change(
     NIMBO_LOG_ERROR("the change is refused: {}", problem);
     return result;
   }
-  return submit([parameters = parameters_](LiveSession& session) {
+  return submit([parameters = parameters_](PusherSession& session) {
     session.changeEncoder(parameters.encoder);
   });
 }

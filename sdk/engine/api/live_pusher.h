@@ -17,8 +17,8 @@
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
 #include "api/device_list.h"
-#include "api/live_session.h"
 #include "api/pusher_listeners.h"
+#include "api/pusher_session.h"
 #include "api/settings.h"
 #include "base/engine_thread.h"
 
@@ -78,7 +78,7 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   uint32_t getCurrentScreenShareSourceId() override;
 
  private:
-  using SessionTask = std::function<void(LiveSession&)>;
+  using SessionTask = std::function<void(PusherSession&)>;
 
   // Hands `task` to the engine thread, or answers why not.
   LumoRtc::LumoLiveResult submit(SessionTask task);
@@ -105,7 +105,7 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   LumoRtc::LumoLiveScreenShareEncoderConfig screenConfig_{};
 
   PusherListeners listeners_;
-  std::unique_ptr<LiveSession> session_;  // made, used and destroyed on the engine thread
+  std::unique_ptr<PusherSession> session_;  // made, used and destroyed on the engine thread
   EngineThread engine_;
 };
 

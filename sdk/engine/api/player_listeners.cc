@@ -1,7 +1,7 @@
 #include "api/player_listeners.h"
 
+#include "base/log.h"
 #include "base/redaction.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 

@@ -5,8 +5,8 @@
 #include "api/audible_players.h"
 #include "base/capacity.h"
 #include "base/interned_texts.h"
+#include "base/log.h"
 #include "gst/runtime.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 
@@ -21,9 +21,9 @@ PlayerSession::PlayerSession(EngineThread& engine, const PlaySettings& settings,
       listeners_(std::move(listeners)),
       remote_(std::move(remote)),
       onPlayOver_(std::move(onPlayOver)),
-      firstDrawn_(lifeline_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
-      firstSound_(lifeline_.bind([this] { openOutput(); })),
-      meter_(std::make_shared<SoundMeter>()) {}
+      firstDrawn_(ownerGuard_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
+      firstSound_(ownerGuard_.bind([this] { openOutput(); })),
+      meter_(std::make_shared<LevelMeter>()) {}
 
 PlayerSession::~PlayerSession() {
   removeAudiblePlayer(meter_);
@@ -48,7 +48,7 @@ void PlayerSession::openView() {
   closeView();
   if (!window_) return;
   waitsForView_ = true;
-  auto lost = lifeline_.bind(
+  auto lost = ownerGuard_.bind(
       [this](const std::string& message) { listeners_->error(kLumoLiveErrorViewLost, message); });
   view_ = std::make_unique<X11View>(
       *window_,
@@ -105,7 +105,7 @@ void PlayerSession::begin(const PlayRequest& request) {
       std::make_unique<Playback>(engine_, request.url, settings_, handlers(), events(request.url));
 }
 
-PlayOutput::Handlers PlayerSession::handlers() {
+DecodedMediaSink::Handlers PlayerSession::handlers() {
   return {.onFrame = [this](GstBuffer* buffer, const GstVideoInfo& info) { onFrame(buffer, info); },
           .onAudio = [this](const AudioAligner::Piece& piece) { onAudio(piece); }};
 }
@@ -160,10 +160,10 @@ void PlayerSession::openOutput() {
 
 // From now on this player has its record in volume reports.
 void PlayerSession::showLoudness() {
-  auto tellVolume = lifeline_.bind([this](const LumoLiveUserVolumeInfo& record) {
+  auto tellVolume = ownerGuard_.bind([this](const LumoLiveUserVolumeInfo& record) {
     if (playback_) listeners_->volume(record);
   });
-  auto tellActiveSpeaker = lifeline_.bind([this] {
+  auto tellActiveSpeaker = ownerGuard_.bind([this] {
     if (playback_) listeners_->activeSpeaker();
   });
   addAudiblePlayer({.player = listeners_->player(),

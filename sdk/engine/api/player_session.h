@@ -14,15 +14,15 @@
 #include <optional>
 
 #include "api/player_listeners.h"
+#include "audio/audio_gain.h"
+#include "audio/level_meter.h"
 #include "base/engine_thread.h"
-#include "base/lifeline.h"
-#include "capture/consumer_list.h"
-#include "mix/remote_stream.h"
+#include "base/weak_owner_guard.h"
+#include "media/consumer_list.h"
+#include "platform/x11/x11_view.h"
 #include "play/audio_output.h"
 #include "play/playback.h"
-#include "play/sound_gain.h"
-#include "render/x11_view.h"
-#include "volume/sound_meter.h"
+#include "players/remote_stream.h"
 
 namespace NimboEngine {
 
@@ -57,7 +57,7 @@ class PlayerSession {
 
  private:
   void begin(const PlayRequest& request);
-  PlayOutput::Handlers handlers();
+  DecodedMediaSink::Handlers handlers();
   Playback::Events events(const PlayUrl& url);
   void onAudio(const AudioAligner::Piece& piece);
   void onFrame(GstBuffer* buffer, const GstVideoInfo& info);
@@ -74,7 +74,7 @@ class PlayerSession {
   const std::shared_ptr<PlayerListeners> listeners_;
   const std::shared_ptr<RemoteStream> remote_;
   const std::function<void(uint32_t)> onPlayOver_;
-  const Lifeline lifeline_;
+  const WeakOwnerGuard ownerGuard_;
   // Bound to this object's life.
   const std::function<void(uint32_t)> firstDrawn_;
   const EngineThread::Task firstSound_;
@@ -84,8 +84,8 @@ class PlayerSession {
   std::atomic<uint32_t> playNumber_{0};
   std::optional<PlayRequest> nextPlay_;
 
-  SoundGain gain_;
-  const std::shared_ptr<SoundMeter> meter_;  // of the sound as it is heard
+  AudioGain gain_;
+  const std::shared_ptr<LevelMeter> meter_;  // of the sound as it is heard
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
   std::atomic<uint64_t> shown_{0};
   std::atomic<bool> waitsForView_{false};

@@ -10,7 +10,7 @@ Preview::Preview(EngineThread& engine, CaptureSession& capture, std::optional<ui
       capture_(capture),
       audioOnly_(audioOnly),
       events_(std::move(events)),
-      started_(lifeline_.bind(events_.onStarted)) {
+      started_(ownerGuard_.bind(events_.onStarted)) {
   if (window && !audioOnly) openView(*window);
   capture_.addConsumer(this);
 }
@@ -22,7 +22,7 @@ Preview::~Preview() {
 
 void Preview::openView(uint32_t window) {
   waitsForView_ = true;
-  auto lost = lifeline_.bind(events_.onViewLost);
+  auto lost = ownerGuard_.bind(events_.onViewLost);
   view_ = std::make_unique<X11View>(
       window, ViewEvents{.onFirstDrawn = [this] { tellStarted(); },
                          .onLost =

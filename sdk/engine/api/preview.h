@@ -15,9 +15,9 @@
 #include <string>
 
 #include "base/engine_thread.h"
-#include "base/lifeline.h"
+#include "base/weak_owner_guard.h"
 #include "capture/capture_session.h"
-#include "render/x11_view.h"
+#include "platform/x11/x11_view.h"
 
 namespace NimboEngine {
 
@@ -45,7 +45,7 @@ class Preview final : private FrameConsumer {
   CaptureSession& capture_;
   const bool audioOnly_;  // sound is what to wait for, since no picture will come
   const Events events_;
-  const Lifeline lifeline_;
+  const WeakOwnerGuard ownerGuard_;
   const EngineThread::Task started_;
   std::atomic<bool> waitsForView_{false};
   std::atomic<bool> told_{false};

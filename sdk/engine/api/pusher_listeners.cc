@@ -1,7 +1,7 @@
 #include "api/pusher_listeners.h"
 
+#include "base/log.h"
 #include "base/redaction.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 
@@ -52,10 +52,9 @@ void PusherListeners::systemError(LumoLiveErrorCode code, const std::string& mes
   });
 }
 
-void PusherListeners::capturedFrame(PictureOrigin origin, uint8_t* pixels,
-                                    const GstVideoInfo& info) {
+void PusherListeners::capturedFrame(FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info) {
   const LumoLiveVideoSource source =
-      origin == PictureOrigin::kScreen ? kLumoLiveVideoSourceScreen : kLumoLiveVideoSourceCamera;
+      origin == FrameOrigin::kScreen ? kLumoLiveVideoSourceScreen : kLumoLiveVideoSourceCamera;
   frameSlot.call([&](LumoLiveVideoFrameListener& listener) {
     LumoLiveVideoRawData frame{.data = pixels,
                                .strideY = GST_VIDEO_INFO_PLANE_STRIDE(&info, 0),

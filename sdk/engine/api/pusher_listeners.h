@@ -15,7 +15,7 @@
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
 #include "base/listener_slot.h"
-#include "capture/frame_consumer.h"
+#include "media/frame_consumer.h"
 
 namespace NimboEngine {
 
@@ -38,7 +38,7 @@ class PusherListeners {
   void systemError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
 
   // `pixels` is one contiguous I420 picture, which the listener may change.
-  void capturedFrame(PictureOrigin origin, uint8_t* pixels, const GstVideoInfo& info);
+  void capturedFrame(FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info);
 
   ListenerSlot<LumoRtc::LumoLivePushErrorListener> errorSlot;
   ListenerSlot<LumoRtc::LumoLivePushInfoListener> infoSlot;

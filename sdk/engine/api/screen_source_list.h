@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "NimboSdk/LumoLivePusher.h"
-#include "capture/screen_sources.h"
+#include "capture/screen/screen_sources.h"
 
 namespace NimboEngine {
 

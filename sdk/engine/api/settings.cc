@@ -9,9 +9,9 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "base/trust.h"
+#include "base/log.h"
 #include "gst/runtime.h"
-#include "log/log.h"
+#include "net/certificate_authorities.h"
 
 namespace NimboEngine {
 namespace {

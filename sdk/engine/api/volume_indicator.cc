@@ -43,7 +43,7 @@ void VolumeIndicator::onAudioChunk(GstBuffer* buffer, const AudioFormat& format,
 
 void VolumeIndicator::schedule() {
   running_->timer =
-      engine_.postAfter(running_->due - Clock::now(), lifeline_.bind([this] { tick(); }));
+      engine_.postAfter(running_->due - Clock::now(), ownerGuard_.bind([this] { tick(); }));
 }
 
 void VolumeIndicator::tick() {
@@ -56,7 +56,7 @@ void VolumeIndicator::tick() {
 }
 
 void VolumeIndicator::report(const std::vector<AudiblePlayer>& players) {
-  const std::vector<UserSound> users = takeReadings(players);
+  const std::vector<UserLevel> users = takeReadings(players);
   const std::vector<LumoLiveUserVolumeInfo> records = running_->records.make(users);
   listeners_.volumes(records);
   for (std::size_t i = 0; i < players.size(); ++i) players[i].tellVolume(records[i + 1]);
@@ -65,10 +65,10 @@ void VolumeIndicator::report(const std::vector<AudiblePlayer>& players) {
   }
 }
 
-std::vector<UserSound> VolumeIndicator::takeReadings(const std::vector<AudiblePlayer>& players) {
+std::vector<UserLevel> VolumeIndicator::takeReadings(const std::vector<AudiblePlayer>& players) {
   const auto now = Clock::now();
-  const SoundReading local = local_.take(now);
-  std::vector<UserSound> users{{.player = nullptr, .reading = muted_ ? SoundReading{} : local}};
+  const LevelReading local = local_.take(now);
+  std::vector<UserLevel> users{{.player = nullptr, .reading = muted_ ? LevelReading{} : local}};
   for (const AudiblePlayer& player : players) {
     users.push_back({.player = player.player, .reading = player.meter->take(now)});
   }

@@ -18,12 +18,12 @@
 
 #include "api/audible_players.h"
 #include "api/pusher_listeners.h"
+#include "audio/level_meter.h"
+#include "audio/speaker_choice.h"
+#include "audio/volume_records.h"
 #include "base/engine_thread.h"
-#include "base/lifeline.h"
-#include "capture/frame_consumer.h"
-#include "volume/sound_meter.h"
-#include "volume/speaker_choice.h"
-#include "volume/volume_records.h"
+#include "base/weak_owner_guard.h"
+#include "media/frame_consumer.h"
 
 namespace NimboEngine {
 
@@ -71,17 +71,17 @@ class VolumeIndicator final : public FrameConsumer {
   void schedule();
   void tick();
   void report(const std::vector<AudiblePlayer>& players);
-  std::vector<UserSound> takeReadings(const std::vector<AudiblePlayer>& players);
+  std::vector<UserLevel> takeReadings(const std::vector<AudiblePlayer>& players);
   void tellActiveSpeaker(LumoRtc::LumoLivePlayer* speaker,
                          const std::vector<AudiblePlayer>& players);
   void listenForVoice(bool on, const std::vector<AudiblePlayer>& players);
 
   EngineThread& engine_;
   PusherListeners& listeners_;
-  SoundMeter local_;
+  LevelMeter local_;
   bool muted_ = false;
   std::optional<Running> running_;
-  Lifeline lifeline_;
+  WeakOwnerGuard ownerGuard_;
 };
 
 }  // namespace NimboEngine

@@ -6,7 +6,7 @@
 #include <future>
 #include <system_error>
 
-#include "log/log.h"
+#include "base/log.h"
 
 namespace NimboEngine {
 namespace {

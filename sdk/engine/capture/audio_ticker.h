@@ -11,9 +11,9 @@
 #include <memory>
 #include <mutex>
 
-#include "capture/consumer_list.h"
-#include "capture/sample_fifo.h"
 #include "capture/ticker.h"
+#include "media/consumer_list.h"
+#include "media/sample_fifo.h"
 
 namespace NimboEngine {
 

@@ -6,8 +6,8 @@
 
 #pragma once
 
-#include "capture/frame_consumer.h"
 #include "gst/gst_ptr.h"
+#include "media/frame_consumer.h"
 
 namespace NimboEngine {
 

@@ -125,7 +125,7 @@ void CaptureSession::shareScreen(uint32_t id, ScreenCapture::TroubleCallback onT
 void CaptureSession::stopScreen() {
   std::lock_guard lock(mutex_);
   if (!screen_) return;
-  video_->choice().setOccasion(Occasion::kScreenPaused, false);
+  video_->choice().showPlaceholder(Placeholder::kScreenPaused, false);
   showCamera();
   screen_.reset();
 }
@@ -134,36 +134,36 @@ void CaptureSession::setScreenPaused(bool paused) {
   std::lock_guard lock(mutex_);
   if (!screen_) return;
   screen_->setPaused(paused);
-  video_->choice().setOccasion(Occasion::kScreenPaused, paused);
+  video_->choice().showPlaceholder(Placeholder::kScreenPaused, paused);
 }
 
 // Where its pictures are to go.
-std::shared_ptr<PictureMailbox> CaptureSession::showScreen() {
-  auto pictures = std::make_shared<PictureMailbox>();
-  video_->choice().setSource({pictures, wanted_, PictureOrigin::kScreen});
+std::shared_ptr<FrameMailbox> CaptureSession::showScreen() {
+  auto pictures = std::make_shared<FrameMailbox>();
+  video_->choice().setSource({pictures, wanted_, FrameOrigin::kScreen});
   return pictures;
 }
 
 void CaptureSession::showCamera() {
-  video_->choice().setSource({pictures_, settings_.video, PictureOrigin::kCamera});
+  video_->choice().setSource({pictures_, settings_.video, FrameOrigin::kCamera});
 }
 
 // ------------------------------------------------------------------------------------- images
 
 void CaptureSession::setNetworkPoor(bool poor) {
-  if (video_) video_->choice().setOccasion(Occasion::kNetworkPoor, poor);
+  if (video_) video_->choice().showPlaceholder(Placeholder::kNetworkPoor, poor);
 }
 
 void CaptureSession::loadImages() {
-  const auto load = [this](Occasion occasion, const std::string& file) {
+  const auto load = [this](Placeholder occasion, const std::string& file) {
     if (file.empty()) return;
-    const auto picture = std::make_shared<PictureMailbox>();
+    const auto picture = std::make_shared<FrameMailbox>();
     video_->choice().setImage(occasion, {picture, wanted_});
     images_.at(static_cast<size_t>(occasion)) =
         std::make_unique<StillImage>(file, wanted_, picture);
   };
-  load(Occasion::kNetworkPoor, settings_.networkPoorImage);
-  load(Occasion::kScreenPaused, settings_.pauseImage);
+  load(Placeholder::kNetworkPoor, settings_.networkPoorImage);
+  load(Placeholder::kScreenPaused, settings_.pauseImage);
 }
 
 // ------------------------------------------------------------------------------------- camera
@@ -175,9 +175,9 @@ bool CaptureSession::isFileSound() const {
 // A file's sound is always taken along, so that choosing it does not begin the film anew.
 void CaptureSession::openCamera() {
   if (!video_ && !isFileSound()) return;
-  SourceOutlets outlets{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
+  SourceOutputs outlets{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
   if (video_) {
-    pictures_ = std::make_shared<PictureMailbox>();
+    pictures_ = std::make_shared<FrameMailbox>();
     outlets.pictures = pictures_;
     if (!screen_) showCamera();
   }
@@ -205,7 +205,7 @@ void CaptureSession::closeCamera() {
 
 void CaptureSession::openMicrophone() {
   sound_ = makeFifo(settings_.audio);
-  const SourceOutlets outlets{settings_.video, false, nullptr, settings_.audio, sound_};
+  const SourceOutputs outlets{settings_.video, false, nullptr, settings_.audio, sound_};
   audio_.setSource(sound_);
   microphoneOpened_ = Clock::now();
   microphone_ = std::make_unique<SourceRunner>(

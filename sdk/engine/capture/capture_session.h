@@ -21,11 +21,13 @@
 
 #include "capture/audio_ticker.h"
 #include "capture/media_sink.h"
-#include "capture/screen_capture.h"
-#include "capture/source_runner.h"
+#include "capture/screen/screen_capture.h"
 #include "capture/still_image.h"
 #include "capture/video_ticker.h"
 #include "devices/devices.h"
+#include "gst/source_runner.h"
+#include "media/frame_mailbox.h"
+#include "media/sample_fifo.h"
 
 namespace NimboEngine {
 
@@ -87,7 +89,7 @@ class CaptureSession {
   // is opened again; a file gives what it has.
   void setFormat(const VideoFormat& format);
 
-  // Shows a screen (capture/screen_sources.h) instead of the camera, which goes on unseen.
+  // Shows a screen (capture/screen/screen_sources.h) instead of the camera, which goes on unseen.
   // `onTrouble` as ScreenCapture calls it. Not when only sound is captured.
   void shareScreen(uint32_t id, ScreenCapture::TroubleCallback onTrouble);
   void stopScreen();
@@ -99,7 +101,7 @@ class CaptureSession {
 
  private:
   bool isFileSound() const;
-  std::shared_ptr<PictureMailbox> showScreen();
+  std::shared_ptr<FrameMailbox> showScreen();
   void showCamera();
   void loadImages();
   void openCamera();
@@ -113,7 +115,7 @@ class CaptureSession {
   std::unique_ptr<VideoTicker> video_;  // null when only sound is captured
   AudioTicker audio_;
   std::mutex mutex_;
-  std::shared_ptr<PictureMailbox> pictures_;
+  std::shared_ptr<FrameMailbox> pictures_;
   bool cameraWanted_ = true;
   int cameraFps_ = 0;  // with which it was opened
   std::chrono::steady_clock::time_point cameraOpened_;
@@ -123,7 +125,7 @@ class CaptureSession {
   std::chrono::steady_clock::time_point microphoneOpened_;
   std::unique_ptr<SourceRunner> microphone_;
   std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown
-  std::array<std::unique_ptr<StillImage>, kOccasions> images_;
+  std::array<std::unique_ptr<StillImage>, kPlaceholders> images_;
 };
 
 }  // namespace NimboEngine

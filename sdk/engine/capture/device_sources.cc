@@ -21,7 +21,7 @@ void setIfKnown(GstElement* element, const char* property, gboolean value) {
 // A pipeline of the device's own element in front of `description`, whose first element must be
 // called kEntry.
 std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::string& description,
-                                              const SourceOutlets& outlets,
+                                              const SourceOutputs& outlets,
                                               Pipeline::Handler handler, std::string& problem) {
   const GstPtr<gchar> name(gst_device_get_display_name(device));
   auto pipeline = Pipeline::parse(name.get(), description, std::move(handler));
@@ -45,7 +45,7 @@ std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::stri
 
 }  // namespace
 
-CameraSource::CameraSource(std::string id, SourceOutlets outlets)
+CameraSource::CameraSource(std::string id, SourceOutputs outlets)
     : id_(std::move(id)), outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::string& problem) {
@@ -61,7 +61,7 @@ std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::st
       gst_structure_has_name(gst_caps_get_structure(chosen.get(), 0), "image/jpeg");
   const std::string description =
       fmt::format("capsfilter name={} caps=\"{}\" ! {}videoconvert ! deinterlace ! {}", kEntry,
-                  caps.get(), compressed ? "jpegdec ! " : "", pictureEnd(outlets_, Pace::kLive));
+                  caps.get(), compressed ? "jpegdec ! " : "", videoBranch(outlets_, Timing::kLive));
   return buildDevicePipeline(device.get(), description, outlets_, std::move(handler), problem);
 }
 
@@ -69,7 +69,7 @@ int64_t CameraSource::progress() const {
   return static_cast<int64_t>(outlets_.pictures->count());
 }
 
-MicrophoneSource::MicrophoneSource(std::string id, SourceOutlets outlets)
+MicrophoneSource::MicrophoneSource(std::string id, SourceOutputs outlets)
     : id_(std::move(id)), outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std::string& problem) {
@@ -79,7 +79,7 @@ std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std
     return nullptr;
   }
   const std::string description =
-      fmt::format("queue name={} ! {}", kEntry, soundEnd(outlets_, Pace::kLive));
+      fmt::format("queue name={} ! {}", kEntry, audioBranch(outlets_, Timing::kLive));
   return buildDevicePipeline(device.get(), description, outlets_, std::move(handler), problem);
 }
 

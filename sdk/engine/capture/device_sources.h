@@ -10,30 +10,30 @@
 #include <string>
 
 #include "capture/media_sink.h"
-#include "capture/source.h"
+#include "gst/source.h"
 
 namespace NimboEngine {
 
 class CameraSource : public Source {
  public:
-  CameraSource(std::string id, SourceOutlets outlets);
+  CameraSource(std::string id, SourceOutputs outlets);
   std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
   int64_t progress() const override;
 
  private:
   const std::string id_;
-  const SourceOutlets outlets_;
+  const SourceOutputs outlets_;
 };
 
 class MicrophoneSource : public Source {
  public:
-  MicrophoneSource(std::string id, SourceOutlets outlets);
+  MicrophoneSource(std::string id, SourceOutputs outlets);
   std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
   int64_t progress() const override;
 
  private:
   const std::string id_;
-  const SourceOutlets outlets_;
+  const SourceOutputs outlets_;
 };
 
 }  // namespace NimboEngine

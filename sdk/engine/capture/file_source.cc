@@ -5,16 +5,16 @@
 #include <string_view>
 #include <utility>
 
-#include "base/handover.h"
+#include "base/log.h"
+#include "base/tsan_annotations.h"
 #include "gst/demuxers.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 
 // Takes the decoder's streams as they are found: the first picture and the first sound.
 struct FileSource::Decoded {
   GstElement* pipeline;  // owns the decoder, which owns this
-  SourceOutlets outlets;
+  SourceOutputs outlets;
   bool hasPicture = false;
   bool hasSound = false;
 
@@ -30,7 +30,7 @@ constexpr char kPictureStart[] =
 constexpr char kSoundStart[] = "queue ! ";
 
 bool attach(GstElement* pipeline, GstPad* pad, const std::string& description,
-            const SourceOutlets& outlets) {
+            const SourceOutputs& outlets) {
   GError* error = nullptr;
   GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &error);
   if (!bin) {
@@ -52,9 +52,10 @@ void FileSource::Decoded::take(GstPad* pad) {
   if (gst_caps_is_empty(caps.get()) || gst_caps_is_any(caps.get())) return;
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps.get(), 0));
   if (type.starts_with("video/") && outlets.pictures && !hasPicture) {
-    hasPicture = attach(pipeline, pad, kPictureStart + pictureEnd(outlets, Pace::kTimed), outlets);
+    hasPicture =
+        attach(pipeline, pad, kPictureStart + videoBranch(outlets, Timing::kTimed), outlets);
   } else if (type.starts_with("audio/") && outlets.sound && !hasSound) {
-    hasSound = attach(pipeline, pad, kSoundStart + soundEnd(outlets, Pace::kTimed), outlets);
+    hasSound = attach(pipeline, pad, kSoundStart + audioBranch(outlets, Timing::kTimed), outlets);
   }
 }
 
@@ -63,7 +64,7 @@ void FileSource::Decoded::finish(GstElement* decoder) const {
   GST_ELEMENT_ERROR(decoder, STREAM, WRONG_TYPE, ("the file has no picture"), (nullptr));
 }
 
-FileSource::FileSource(std::string path, SourceOutlets outlets)
+FileSource::FileSource(std::string path, SourceOutputs outlets)
     : path_(std::move(path)), outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::string& problem) {
@@ -84,22 +85,22 @@ std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::stri
   g_object_set(decoder.get(), "uri", uri.get(), nullptr);
   restrictDemuxers(decoder.get(), false);
   auto decoded = std::make_unique<Decoded>(Decoded{pipeline->get(), outlets_});
-  offerHandover(decoded.get());
+  tsanRelease(decoded.get());
   g_signal_connect(decoder.get(), "no-more-pads",
                    G_CALLBACK(+[](GstElement* element, gpointer data) {
-                     acceptHandover(data);
+                     tsanAcquire(data);
                      static_cast<Decoded*>(data)->finish(element);
                    }),
                    decoded.get());
   g_signal_connect_data(
       decoder.get(), "pad-added", G_CALLBACK(+[](GstElement*, GstPad* pad, gpointer data) {
-        acceptHandover(data);
+        tsanAcquire(data);
         static_cast<Decoded*>(data)->take(pad);
-        offerHandover(data);
+        tsanRelease(data);
       }),
       decoded.release(),
       [](gpointer data, GClosure*) {
-        acceptHandover(data);
+        tsanAcquire(data);
         std::unique_ptr<Decoded>(static_cast<Decoded*>(data)).reset();
       },
       GConnectFlags{});

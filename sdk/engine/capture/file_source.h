@@ -11,14 +11,14 @@
 #include <string>
 
 #include "capture/media_sink.h"
-#include "capture/source.h"
+#include "gst/source.h"
 
 namespace NimboEngine {
 
 class FileSource : public Source {
  public:
   // `path` is absolute or relative to the process's working directory.
-  FileSource(std::string path, SourceOutlets outlets);
+  FileSource(std::string path, SourceOutputs outlets);
 
   std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
   bool rewind(Pipeline& pipeline) override;
@@ -28,7 +28,7 @@ class FileSource : public Source {
   struct Decoded;
 
   const std::string path_;
-  const SourceOutlets outlets_;
+  const SourceOutputs outlets_;
 };
 
 }  // namespace NimboEngine

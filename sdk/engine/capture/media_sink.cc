@@ -6,11 +6,11 @@
 
 #include <utility>
 
-#include "base/handover.h"
-#include "capture/frame_pool.h"
+#include "base/tsan_annotations.h"
+#include "media/frame_converter.h"
 #include "media/frame_form.h"
 #include "media/frame_normalizer.h"
-#include "render/picture_converter.h"
+#include "media/frame_pool.h"
 
 namespace NimboEngine {
 namespace {
@@ -19,19 +19,19 @@ constexpr char kPictureSink[] = "pictures";
 constexpr char kSoundSink[] = "sound";
 
 // Live sinks do not preroll: a source that gives nothing must not hold the pipeline back.
-const char* sinkProperties(Pace pace) {
-  return pace == Pace::kLive ? "sync=false async=false" : "sync=true";
+const char* sinkProperties(Timing pace) {
+  return pace == Timing::kLive ? "sync=false async=false" : "sync=true";
 }
 
 // The state of one sink's callbacks.
 struct FrameDelivery {
-  FrameDelivery(std::shared_ptr<PictureMailbox> frames, const VideoFormat& format)
+  FrameDelivery(std::shared_ptr<FrameMailbox> frames, const VideoFormat& format)
       : mailbox(std::move(frames)), pool(format) {}
 
-  const std::shared_ptr<PictureMailbox> mailbox;
+  const std::shared_ptr<FrameMailbox> mailbox;
   FramePool pool;
   FrameNormalizer normalizer{FrameNormalizer::Use::kRead};
-  PictureConverter fitter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
+  FrameConverter fitter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
 
   // Converted before it is fitted, so that borders have the form's black.
   void deliver(GstPtr<GstSample> sample) {
@@ -67,16 +67,16 @@ void connect(GstElement* bin, const char* name, std::unique_ptr<Delivery> delive
   if (!sink) return;
   GstAppSinkCallbacks callbacks{};
   callbacks.new_sample = [](GstAppSink* appsink, gpointer data) {
-    acceptHandover(data);
+    tsanAcquire(data);
     GstPtr<GstSample> sample(gst_app_sink_pull_sample(appsink));
     if (sample) static_cast<Delivery*>(data)->deliver(std::move(sample));
-    offerHandover(data);
+    tsanRelease(data);
     return GST_FLOW_OK;
   };
-  offerHandover(delivery.get());
+  tsanRelease(delivery.get());
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, delivery.release(),
                              [](gpointer data) {
-                               acceptHandover(data);
+                               tsanAcquire(data);
                                std::unique_ptr<Delivery>(static_cast<Delivery*>(data)).reset();
                              });
 }
@@ -88,7 +88,7 @@ std::string pictureCaps(const VideoFormat& format) {
                      format.height);
 }
 
-std::string pictureEnd(const SourceOutlets& outlets, Pace pace) {
+std::string videoBranch(const SourceOutputs& outlets, Timing pace) {
   return fmt::format(
       "{}video/x-raw,interlace-mode=progressive ! "
       "appsink name={} {} max-buffers=1 drop=true enable-last-sample=false",
@@ -96,7 +96,7 @@ std::string pictureEnd(const SourceOutlets& outlets, Pace pace) {
       sinkProperties(pace));
 }
 
-std::string soundEnd(const SourceOutlets& outlets, Pace pace) {
+std::string audioBranch(const SourceOutputs& outlets, Timing pace) {
   return fmt::format(
       "audioconvert ! audioresample ! "
       "audio/x-raw,format={},rate={},channels={},layout=interleaved ! "
@@ -105,7 +105,7 @@ std::string soundEnd(const SourceOutlets& outlets, Pace pace) {
       sinkProperties(pace));
 }
 
-void connectEnds(GstElement* bin, const SourceOutlets& outlets) {
+void connectEnds(GstElement* bin, const SourceOutputs& outlets) {
   if (outlets.pictures) {
     connect(bin, kPictureSink, std::make_unique<FrameDelivery>(outlets.pictures, outlets.video));
   }

@@ -9,32 +9,32 @@
 #include <memory>
 #include <string>
 
-#include "capture/frame_consumer.h"
-#include "capture/picture_mailbox.h"
-#include "capture/sample_fifo.h"
+#include "media/frame_consumer.h"
+#include "media/frame_mailbox.h"
+#include "media/sample_fifo.h"
 
 namespace NimboEngine {
 
 // What a source is to deliver, and where. A null place: not wanted.
-struct SourceOutlets {
+struct SourceOutputs {
   VideoFormat video;
   bool mirror = false;  // left and right exchanged
-  std::shared_ptr<PictureMailbox> pictures;
+  std::shared_ptr<FrameMailbox> pictures;
   AudioFormat audio;
   std::shared_ptr<SampleFifo> sound;
 };
 
 // How media are timed: a live source's go on as they come, a file's wait for their time.
-enum class Pace { kLive, kTimed };
+enum class Timing { kLive, kTimed };
 
-// Launch descriptions. pictureEnd() takes progressive frames of any format and size. They arrive in
-// the form of media/frame_form.h, fitted into the wanted size with black borders where the shapes
-// differ; pictureCaps() are for sources that can have form and size at once.
+// Launch descriptions. videoBranch() takes progressive frames of any format and size. They arrive
+// in the form of media/frame_form.h, fitted into the wanted size with black borders where the
+// shapes differ; pictureCaps() are for sources that can have form and size at once.
 std::string pictureCaps(const VideoFormat& format);
-std::string pictureEnd(const SourceOutlets& outlets, Pace pace);
-std::string soundEnd(const SourceOutlets& outlets, Pace pace);
+std::string videoBranch(const SourceOutputs& outlets, Timing pace);
+std::string audioBranch(const SourceOutputs& outlets, Timing pace);
 
 // Connects the ends that `bin` contains with the outlets.
-void connectEnds(GstElement* bin, const SourceOutlets& outlets);
+void connectEnds(GstElement* bin, const SourceOutputs& outlets);
 
 }  // namespace NimboEngine

@@ -9,7 +9,7 @@
 
 namespace NimboEngine {
 
-std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outlets) {
+std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutputs outlets) {
   if (const auto path = cameraFile(camera)) {
     return std::make_unique<FileSource>(*path, std::move(outlets));
   }
@@ -17,7 +17,7 @@ std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outl
   return std::make_unique<CameraSource>(camera, std::move(outlets));
 }
 
-std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutlets outlets) {
+std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutputs outlets) {
   if (const auto path = cameraFile(microphone)) {
     return std::make_unique<FileSource>(*path, std::move(outlets));
   }

@@ -10,13 +10,13 @@
 #include <string>
 
 #include "capture/media_sink.h"
-#include "capture/source.h"
+#include "gst/source.h"
 
 namespace NimboEngine {
 
-std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutlets outlets);
+std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutputs outlets);
 
 // "file:<path>" is the sound of that file.
-std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutlets outlets);
+std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutputs outlets);
 
 }  // namespace NimboEngine

@@ -4,10 +4,10 @@
 
 #include <utility>
 
-#include "capture/frame_pool.h"
+#include "base/log.h"
 #include "capture/image_file.h"
-#include "log/log.h"
-#include "render/picture_converter.h"
+#include "media/frame_converter.h"
+#include "media/frame_pool.h"
 
 namespace NimboEngine {
 namespace {
@@ -17,7 +17,7 @@ constexpr uint8_t kDarkGrey = 60;
 GstPtr<GstBuffer> fitted(const DecodedImage& image, const VideoFormat& format) {
   FramePool pool(format);
   GstPtr<GstBuffer> picture = pool.acquire();
-  PictureConverter converter(ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_CUBIC);
+  FrameConverter converter(ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_CUBIC);
   if (!picture || !converter.convert(image.pixels.get(), image.info, picture.get(), pool.info())) {
     return nullptr;
   }
@@ -34,7 +34,7 @@ GstPtr<GstBuffer> plain(const VideoFormat& format) {
   return picture;
 }
 
-void load(const std::string& file, const VideoFormat& format, PictureMailbox& pictures,
+void load(const std::string& file, const VideoFormat& format, FrameMailbox& pictures,
           const std::atomic<bool>& stopping) {
   std::string problem = "there is no memory for it";
   const DecodedImage image = decodeImageFile(file, problem);
@@ -51,7 +51,7 @@ void load(const std::string& file, const VideoFormat& format, PictureMailbox& pi
 }  // namespace
 
 StillImage::StillImage(std::string file, const VideoFormat& format,
-                       std::shared_ptr<PictureMailbox> pictures)
+                       std::shared_ptr<FrameMailbox> pictures)
     : stopping_(std::make_shared<std::atomic<bool>>(false)),
       thread_("image",
               [stopping = stopping_, file = std::move(file), format,

@@ -16,22 +16,22 @@
 #include <memory>
 #include <string>
 
-#include "base/leavable_thread.h"
-#include "capture/frame_consumer.h"
-#include "capture/picture_mailbox.h"
+#include "base/detachable_thread.h"
+#include "media/frame_consumer.h"
+#include "media/frame_mailbox.h"
 
 namespace NimboEngine {
 
 class StillImage {
  public:
-  StillImage(std::string file, const VideoFormat& format, std::shared_ptr<PictureMailbox> pictures);
+  StillImage(std::string file, const VideoFormat& format, std::shared_ptr<FrameMailbox> pictures);
   ~StillImage();
   StillImage(const StillImage&) = delete;
   StillImage& operator=(const StillImage&) = delete;
 
  private:
   const std::shared_ptr<std::atomic<bool>> stopping_;
-  LeavableThread thread_;
+  DetachableThread thread_;
 };
 
 }  // namespace NimboEngine

@@ -10,7 +10,7 @@ namespace NimboEngine {
 namespace {
 
 std::unique_ptr<Pipeline> buildTestPipeline(const char* name, const std::string& description,
-                                            const SourceOutlets& outlets, Pipeline::Handler handler,
+                                            const SourceOutputs& outlets, Pipeline::Handler handler,
                                             std::string& problem) {
   auto pipeline = Pipeline::parse(name, description, std::move(handler));
   if (!pipeline) {
@@ -31,25 +31,25 @@ const char* runningClock() {
 
 }  // namespace
 
-TestPatternSource::TestPatternSource(SourceOutlets outlets) : outlets_(std::move(outlets)) {}
+TestPatternSource::TestPatternSource(SourceOutputs outlets) : outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> TestPatternSource::build(Pipeline::Handler handler,
                                                    std::string& problem) {
   const std::string description =
       fmt::format("videotestsrc is-live=true pattern=smpte ! {},framerate={}/1 ! {}{}",
                   pictureCaps(outlets_.video), outlets_.video.fps, runningClock(),
-                  pictureEnd(outlets_, Pace::kLive));
+                  videoBranch(outlets_, Timing::kLive));
   return buildTestPipeline("test pattern", description, outlets_, std::move(handler), problem);
 }
 
-TestToneSource::TestToneSource(SourceOutlets outlets) : outlets_(std::move(outlets)) {}
+TestToneSource::TestToneSource(SourceOutputs outlets) : outlets_(std::move(outlets)) {}
 
 std::unique_ptr<Pipeline> TestToneSource::build(Pipeline::Handler handler, std::string& problem) {
   const int chunk = outlets_.audio.rate / 100;
   const std::string description = fmt::format(
       "audiotestsrc is-live=true wave=sine freq=440 volume=0.2 samplesperbuffer={} ! "
       "audio/x-raw,rate={} ! {}",
-      chunk, outlets_.audio.rate, soundEnd(outlets_, Pace::kLive));
+      chunk, outlets_.audio.rate, audioBranch(outlets_, Timing::kLive));
   return buildTestPipeline("test tone", description, outlets_, std::move(handler), problem);
 }
 

@@ -8,28 +8,28 @@
 #include <string>
 
 #include "capture/media_sink.h"
-#include "capture/source.h"
+#include "gst/source.h"
 
 namespace NimboEngine {
 
 // SMPTE colour bars with the time since the start.
 class TestPatternSource : public Source {
  public:
-  explicit TestPatternSource(SourceOutlets outlets);
+  explicit TestPatternSource(SourceOutputs outlets);
   std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
 
  private:
-  const SourceOutlets outlets_;
+  const SourceOutputs outlets_;
 };
 
 // A sine of 440 Hz at a fifth of full scale.
 class TestToneSource : public Source {
  public:
-  explicit TestToneSource(SourceOutlets outlets);
+  explicit TestToneSource(SourceOutputs outlets);
   std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
 
  private:
-  const SourceOutlets outlets_;
+  const SourceOutputs outlets_;
 };
 
 }  // namespace NimboEngine

@@ -35,12 +35,12 @@ void Ticker::loop() {
   const GstPtr<GstClock> clock(gst_system_clock_obtain());
   std::unique_lock lock(mutex_);
   uint32_t rate = rate_;
-  TickGrid grid(gst_clock_get_time(clock.get()), rate);
+  TickSchedule grid(gst_clock_get_time(clock.get()), rate);
   uint64_t next = 0;
   while (!stopping_) {
     if (rate != rate_) {
       rate = rate_;
-      grid = TickGrid(grid.time(next), rate);
+      grid = TickSchedule(grid.time(next), rate);
       next = 0;
     }
     const GstClockTime now = gst_clock_get_time(clock.get());

@@ -15,7 +15,7 @@
 #include <mutex>
 #include <thread>
 
-#include "capture/tick_grid.h"
+#include "capture/tick_schedule.h"
 
 namespace NimboEngine {
 

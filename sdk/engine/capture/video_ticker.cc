@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "log/log.h"
+#include "base/log.h"
 
 namespace NimboEngine {
 namespace {
@@ -28,7 +28,7 @@ void VideoTicker::tick(GstClockTime time) {
     return;
   }
   // The callback has had what is captured; it does not see what takes its place.
-  if (const ShownPicture image = choice_.standIn(); image.buffer) {
+  if (const ShownFrame image = choice_.placeholder(); image.buffer) {
     frame.reset(gst_buffer_copy(image.buffer.get()));  // the pixels are shared
     info = tightInfo(image.format);
   }
@@ -38,7 +38,7 @@ void VideoTicker::tick(GstClockTime time) {
 
 // The picture of this tick, with its layout; null when there is no memory.
 GstPtr<GstBuffer> VideoTicker::capture(GstVideoInfo& info) {
-  const ShownPicture shown = choice_.captured();
+  const ShownFrame shown = choice_.captured();
   if (shown.format.width != format_.width || shown.format.height != format_.height) {
     format_ = shown.format;
     pool_ = std::make_unique<FramePool>(format_);
@@ -48,7 +48,7 @@ GstPtr<GstBuffer> VideoTicker::capture(GstVideoInfo& info) {
   return frame && draw(frame.get(), shown) ? std::move(frame) : nullptr;
 }
 
-bool VideoTicker::draw(GstBuffer* frame, const ShownPicture& shown) {
+bool VideoTicker::draw(GstBuffer* frame, const ShownFrame& shown) {
   const GstVideoInfo& info = pool_->info();
   GstVideoFrame target;
   if (!gst_video_frame_map(&target, &info, frame, GST_MAP_WRITE)) return false;

@@ -1,5 +1,5 @@
 // The rhythm of the picture: at every tick of the frame rate one frame goes through the frame
-// callback to the consumers, whatever the source does. PictureChoice tells what it shows; an image
+// callback to the consumers, whatever the source does. FrameChoice tells what it shows; an image
 // that stands in for what is captured goes to the consumers alone.
 //
 // Thread: the setters on any thread; callback and consumers are called on the tick thread.
@@ -12,10 +12,10 @@
 #include <functional>
 #include <memory>
 
-#include "capture/consumer_list.h"
-#include "capture/frame_pool.h"
-#include "capture/picture_choice.h"
+#include "capture/frame_choice.h"
 #include "capture/ticker.h"
+#include "media/consumer_list.h"
+#include "media/frame_pool.h"
 
 namespace NimboEngine {
 
@@ -23,24 +23,24 @@ namespace NimboEngine {
 // captured; `pixels` is one contiguous I420 picture laid out as `info` says, and may be changed in
 // place during the call.
 using FrameCallback =
-    std::function<void(PictureOrigin origin, uint8_t* pixels, const GstVideoInfo& info)>;
+    std::function<void(FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info)>;
 
 class VideoTicker {
  public:
   VideoTicker(const VideoFormat& format, FrameCallback onFrame, ConsumerList& consumers);
 
-  PictureChoice& choice() { return choice_; }
+  FrameChoice& choice() { return choice_; }
 
   void setRate(int fps) { ticker_.setRate(static_cast<uint32_t>(fps)); }
 
  private:
   void tick(GstClockTime time);
   GstPtr<GstBuffer> capture(GstVideoInfo& info);
-  bool draw(GstBuffer* frame, const ShownPicture& shown);
+  bool draw(GstBuffer* frame, const ShownFrame& shown);
 
   const FrameCallback onFrame_;
   ConsumerList& consumers_;
-  PictureChoice choice_;
+  FrameChoice choice_;
   VideoFormat format_;  // of the pool; tick thread only, as the pool is
   std::unique_ptr<FramePool> pool_;
   Ticker ticker_;  // last: its thread uses everything above

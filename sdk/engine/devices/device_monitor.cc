@@ -6,11 +6,11 @@
 #include <system_error>
 #include <thread>
 
-#include "base/close_on_exec.h"
-#include "base/handover.h"
+#include "base/log.h"
 #include "base/never_destroyed.h"
+#include "base/tsan_annotations.h"
 #include "gst/runtime.h"
-#include "log/log.h"
+#include "platform/close_on_exec.h"
 
 namespace NimboEngine {
 namespace {
@@ -70,7 +70,7 @@ void DeviceMonitor::look() {
     gst_device_monitor_add_filter(monitor_.get(), wanted, nullptr);
   }
   const GstPtr<GstBus> bus(gst_device_monitor_get_bus(monitor_.get()));
-  offerHandover(this);
+  tsanRelease(this);
   gst_bus_set_sync_handler(bus.get(), &DeviceMonitor::onMessage, this, nullptr);
   if (!gst_device_monitor_start(monitor_.get())) {
     NIMBO_LOG_INFO("no service lists devices here");
@@ -102,7 +102,7 @@ void DeviceMonitor::replace(GstDevice* removed, GstDevice* added) {
 }
 
 GstBusSyncReply DeviceMonitor::onMessage(GstBus*, GstMessage* message, gpointer self) {
-  acceptHandover(self);
+  tsanAcquire(self);
   auto& monitor = *static_cast<DeviceMonitor*>(self);
   GstDevice* device = nullptr;
   GstDevice* replaced = nullptr;

@@ -2,19 +2,19 @@
 
 namespace NimboEngine {
 
-LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error) {
+LumoRtc::LumoLiveErrorCode playErrorCode(ConnectionError error) {
   switch (error) {
-    case RtmpError::kHostNotFound:
+    case ConnectionError::kHostNotFound:
       return LumoRtc::kLumoLiveErrorHostNotFound;
-    case RtmpError::kRefused:
+    case ConnectionError::kRefused:
       return LumoRtc::kLumoLiveErrorConnectRefused;
-    case RtmpError::kUnreachable:
-    case RtmpError::kTimeout:
+    case ConnectionError::kUnreachable:
+    case ConnectionError::kTimeout:
       return LumoRtc::kLumoLiveErrorConnectTimeout;
-    case RtmpError::kTlsUntrusted:
+    case ConnectionError::kTlsUntrusted:
       return LumoRtc::kLumoLiveErrorServerUntrusted;
-    case RtmpError::kStreamNotFound:
-    case RtmpError::kStreamEnded:
+    case ConnectionError::kStreamNotFound:
+    case ConnectionError::kStreamEnded:
       return LumoRtc::kLumoLiveErrorStreamNotFound;
     default:
       return LumoRtc::kLumoLiveErrorPlayRejected;

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "NimboSdk/LumoLiveResult.h"
-#include "rtmp/rtmp_error.h"
+#include "net/connection_error.h"
 
 namespace NimboEngine {
 
@@ -23,7 +23,7 @@ struct FetchFailure {
 };
 
 // What it means for a playback that a connection, or RTMP's stream, could not be had.
-LumoRtc::LumoLiveErrorCode playErrorCode(RtmpError error);
+LumoRtc::LumoLiveErrorCode playErrorCode(ConnectionError error);
 
 inline FetchFailure refusedFetch(std::string text) {
   return {LumoRtc::kLumoLiveErrorPlayRejected, std::move(text), true};

@@ -9,7 +9,7 @@
 #include <utility>
 #include <variant>
 
-#include "rtmp/tcp_connect.h"
+#include "net/tcp_connect.h"
 
 namespace NimboEngine {
 namespace {
@@ -26,8 +26,9 @@ constexpr int kNotFound = 404;
 constexpr int kGone = 410;
 constexpr int kRangeNotSatisfiable = 416;
 
-FetchFailure failureOf(const RtmpFailure& failure) {
-  return {playErrorCode(failure.error), failure.text, failure.error == RtmpError::kTlsUntrusted};
+FetchFailure failureOf(const ConnectionFailure& failure) {
+  return {playErrorCode(failure.error), failure.text,
+          failure.error == ConnectionError::kTlsUntrusted};
 }
 
 Reach reachOfAddress(GInetAddress* address) {
@@ -88,7 +89,7 @@ std::optional<FetchFailure> HttpFetch::connect(const HttpUrl& url, const MaybeOr
     refused = refused || !allowed;
     return allowed;
   });
-  if (const auto* failure = std::get_if<RtmpFailure>(&connected)) {
+  if (const auto* failure = std::get_if<ConnectionFailure>(&connected)) {
     if (!refused) return failureOf(*failure);
     return refusedFetch(fmt::format(
         "a server at a public address may not name {}, which is at a local address", url.host));
@@ -197,7 +198,7 @@ bool HttpFetch::receive(std::vector<uint8_t>& body) {
         break;
       case ByteStream::Result::kFailed:
         failure_ = failureOf(stream_->failure());
-        if (stream_->failure().error != RtmpError::kClosedByPeer) return false;
+        if (stream_->failure().error != ConnectionError::kClosedByPeer) return false;
         status_ = response_->end();
         return status_ == Status::kComplete;
     }

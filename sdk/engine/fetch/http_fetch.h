@@ -19,8 +19,8 @@
 #include "fetch/fetch_uri.h"
 #include "fetch/http_response.h"
 #include "fetch/http_url.h"
-#include "rtmp/byte_stream.h"
-#include "rtmp/stop_signal.h"
+#include "net/byte_stream.h"
+#include "net/stop_signal.h"
 
 namespace NimboEngine {
 

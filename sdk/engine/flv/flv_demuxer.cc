@@ -8,12 +8,12 @@
 #include <span>
 #include <string>
 
+#include "base/log.h"
 #include "flv/flv_media.h"
 #include "flv/flv_parser.h"
 #include "flv/flv_stream.h"
 #include "flv/flv_timeline.h"
 #include "gst/gst_ptr.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/log.h"
 #include "flv/flv_caps.h"
-#include "log/log.h"
 
 namespace NimboEngine {
 namespace {

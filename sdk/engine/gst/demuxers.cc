@@ -4,7 +4,7 @@
 #include <memory>
 #include <string_view>
 
-#include "base/handover.h"
+#include "base/tsan_annotations.h"
 
 namespace NimboEngine {
 namespace {
@@ -39,11 +39,11 @@ int onSelect(GstElement*, GstPad*, GstCaps*, GstElementFactory* factory, gpointe
 
 void restrictDemuxers(GstElement* decoder, bool playlist) {
   auto permission = std::make_unique<Permission>(playlist);
-  offerHandover(permission.get());
+  tsanRelease(permission.get());
   g_signal_connect_data(
       decoder, "autoplug-select", G_CALLBACK(onSelect), permission.release(),
       [](gpointer data, GClosure*) {
-        acceptHandover(data);
+        tsanAcquire(data);
         delete static_cast<Permission*>(data);
       },
       GConnectFlags{});

@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "base/capacity.h"
-#include "base/close_on_exec.h"
-#include "base/handover.h"
 #include "base/listener_slot.h"
-#include "log/log.h"
+#include "base/log.h"
+#include "base/tsan_annotations.h"
+#include "platform/close_on_exec.h"
 
 namespace NimboEngine {
 namespace {
@@ -81,9 +81,9 @@ Pipeline::Pipeline(GstPtr<GstElement> pipeline, std::shared_ptr<Relay> relay)
   gst_pipeline_use_clock(GST_PIPELINE(pipeline_.get()), clock.get());
   const GstPtr<GstBus> bus(gst_element_get_bus(pipeline_.get()));
   auto shared = std::make_unique<std::shared_ptr<Relay>>(relay_);
-  offerHandover(shared.get());
+  tsanRelease(shared.get());
   gst_bus_set_sync_handler(bus.get(), &Pipeline::onBusMessage, shared.release(), [](gpointer data) {
-    acceptHandover(data);
+    tsanAcquire(data);
     std::unique_ptr<std::shared_ptr<Relay>>(static_cast<std::shared_ptr<Relay>*>(data)).reset();
   });
 }
@@ -113,7 +113,7 @@ GstPtr<GstElement> Pipeline::element(const char* name) const {
 }
 
 GstBusSyncReply Pipeline::onBusMessage(GstBus*, GstMessage* message, gpointer data) {
-  acceptHandover(data);
+  tsanAcquire(data);
   Relay& relay = **static_cast<std::shared_ptr<Relay>*>(data);
   switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ERROR: {
@@ -153,7 +153,7 @@ GstBusSyncReply Pipeline::onBusMessage(GstBus*, GstMessage* message, gpointer da
     default:
       break;
   }
-  offerHandover(data);
+  tsanRelease(data);
   gst_message_unref(message);  // nobody reads the bus: what a handler drops it must free
   return GST_BUS_DROP;
 }

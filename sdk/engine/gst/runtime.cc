@@ -5,9 +5,9 @@
 
 #include <array>
 
-#include "base/close_on_exec.h"
+#include "base/log.h"
 #include "gst/gst_ptr.h"
-#include "log/log.h"
+#include "platform/close_on_exec.h"
 
 namespace NimboEngine {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "log/log.h"
+#include "base/log.h"
 #include "media/frame_form.h"
 
 namespace NimboEngine {

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "log/log.h"
+#include "base/log.h"
 #include "mix/remote_players.h"
 
 namespace NimboEngine {

@@ -10,10 +10,10 @@
 #include <mutex>
 #include <optional>
 
-#include "capture/frame_consumer.h"
+#include "media/frame_consumer.h"
+#include "mix/audio_mix.h"
 #include "mix/mix_layout.h"
-#include "mix/mix_picture.h"
-#include "mix/mix_sound.h"
+#include "mix/video_mix.h"
 
 namespace NimboEngine {
 
@@ -36,8 +36,8 @@ class LiveMixer final : public FrameConsumer {
   std::mutex pictureMutex_;
   std::mutex soundMutex_;
   std::optional<MixLayout> layout_;
-  MixPicture picture_;
-  MixSound sound_;
+  VideoMix picture_;
+  AudioMix sound_;
 };
 
 }  // namespace NimboEngine

@@ -14,7 +14,7 @@
 
 #include "NimboSdk/LumoLiveDefine.h"
 #include "NimboSdk/LumoLiveResult.h"
-#include "render/view_layout.h"
+#include "media/view_layout.h"
 
 namespace NimboEngine {
 

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "mix/mix_layout.h"
-#include "mix/remote_stream.h"
+#include "players/remote_stream.h"
 
 namespace NimboEngine {
 

@@ -11,8 +11,8 @@
 #include <memory>
 #include <optional>
 
-#include "capture/source_runner.h"
-#include "play/audio_aligner.h"
+#include "gst/source_runner.h"
+#include "media/audio_aligner.h"
 
 namespace NimboEngine {
 

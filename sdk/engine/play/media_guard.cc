@@ -8,14 +8,14 @@
 #include <string_view>
 #include <utility>
 
-#include "base/handover.h"
+#include "base/tsan_annotations.h"
 #include "gst/gst_ptr.h"
 #include "media/coded_size.h"
 
 namespace NimboEngine {
 namespace {
 
-using SharedOutput = std::shared_ptr<PlayOutput>;
+using SharedOutput = std::shared_ptr<DecodedMediaSink>;
 
 // Posted by the pipeline itself: while decodebin tries out a decoder, it keeps its errors to
 // itself.
@@ -89,7 +89,7 @@ bool DecoderGuard::acceptsBuffer(GstPad* pad, GstBuffer* buffer) {
 }
 
 GstPadProbeReturn onDecoderInput(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
-  acceptHandover(data);
+  tsanAcquire(data);
   auto& guard = *static_cast<DecoderGuard*>(data);
   if (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) {
     guard.output->arrival.onDecodable();
@@ -101,7 +101,7 @@ GstPadProbeReturn onDecoderInput(GstPad* pad, GstPadProbeInfo* info, gpointer da
     guard.refused = guard.refused || !guard.acceptsCaps(pad, caps);
   }
   const bool refused = guard.refused;
-  offerHandover(data);
+  tsanRelease(data);
   return refused ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
@@ -109,12 +109,12 @@ GstPadProbeReturn onDecoderInput(GstPad* pad, GstPadProbeInfo* info, gpointer da
 GstPadProbeReturn onDecoderOutput(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
   GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
   if (GST_EVENT_TYPE(event) != GST_EVENT_CAPS) return GST_PAD_PROBE_OK;
-  acceptHandover(data);
+  tsanAcquire(data);
   auto& guard = *static_cast<DecoderGuard*>(data);
   GstCaps* caps = nullptr;
   gst_event_parse_caps(event, &caps);
   const bool accepted = guard.acceptsCaps(pad, caps);
-  offerHandover(data);
+  tsanRelease(data);
   return accepted ? GST_PAD_PROBE_OK : GST_PAD_PROBE_DROP;
 }
 
@@ -123,20 +123,20 @@ void addDecoderProbe(GstElement* decoder, const char* name, GstPadProbeType kind
   const GstPtr<GstPad> pad(gst_element_get_static_pad(decoder, name));
   if (!pad) return;
   auto guard = std::make_unique<DecoderGuard>(output);
-  offerHandover(guard.get());
+  tsanRelease(guard.get());
   gst_pad_add_probe(pad.get(), kinds, callback, guard.release(), [](gpointer data) {
-    acceptHandover(data);
+    tsanAcquire(data);
     std::unique_ptr<DecoderGuard>(static_cast<DecoderGuard*>(data)).reset();
   });
 }
 
 // Data that are pulled are not counted: whoever pulls takes what it can use.
 GstPadProbeReturn onArrival(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
-  acceptHandover(data);
-  PlayOutput& output = **static_cast<SharedOutput*>(data);
+  tsanAcquire(data);
+  DecodedMediaSink& output = **static_cast<SharedOutput*>(data);
   const bool within = output.arrival.add(gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info)));
   const uint64_t most = output.limits().maxQueuedBytes;
-  offerHandover(data);
+  tsanRelease(data);
   if (within) return GST_PAD_PROBE_OK;
   refuse(pad, fmt::format("{} bytes came and nothing of them can be decoded "
                           "(limits.maxQueuedBytes)",
@@ -155,11 +155,11 @@ void guardDecoder(GstElement* decoder, const SharedOutput& output) {
 
 void guardArrival(GstPad* pad, const SharedOutput& output) {
   auto kept = std::make_unique<SharedOutput>(output);
-  offerHandover(kept.get());
+  tsanRelease(kept.get());
   constexpr auto kPushed =
       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_PUSH);
   gst_pad_add_probe(pad, kPushed, &onArrival, kept.release(), [](gpointer data) {
-    acceptHandover(data);
+    tsanAcquire(data);
     std::unique_ptr<SharedOutput>(static_cast<SharedOutput*>(data)).reset();
   });
 }

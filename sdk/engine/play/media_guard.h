@@ -14,14 +14,14 @@
 
 #include <memory>
 
-#include "play/play_output.h"
+#include "play/decoded_media_sink.h"
 
 namespace NimboEngine {
 
 // For each decoder.
-void guardDecoder(GstElement* decoder, const std::shared_ptr<PlayOutput>& output);
+void guardDecoder(GstElement* decoder, const std::shared_ptr<DecodedMediaSink>& output);
 
 // For each pad that data from outside come through.
-void guardArrival(GstPad* pad, const std::shared_ptr<PlayOutput>& output);
+void guardArrival(GstPad* pad, const std::shared_ptr<DecodedMediaSink>& output);
 
 }  // namespace NimboEngine

@@ -9,15 +9,15 @@
 #include <string_view>
 #include <utility>
 
-#include "base/handover.h"
-#include "log/log.h"
+#include "base/log.h"
+#include "base/tsan_annotations.h"
 #include "play/decoder_threads.h"
 #include "play/media_guard.h"
 
 namespace NimboEngine {
 namespace {
 
-using SharedOutput = std::shared_ptr<PlayOutput>;
+using SharedOutput = std::shared_ptr<DecodedMediaSink>;
 
 // Nothing waits for a clock in the pipeline, and no branch for the other: the output presents.
 constexpr char kSink[] = "appsink name=sink sync=false async=false enable-last-sample=false";
@@ -39,12 +39,12 @@ std::string audioBranch() {
 // What a callback keeps of the output, and how it lets go of them.
 gpointer keep(const SharedOutput& output) {
   auto kept = std::make_unique<SharedOutput>(output);
-  offerHandover(kept.get());
+  tsanRelease(kept.get());
   return kept.release();
 }
 
 void letGo(gpointer data) {
-  acceptHandover(data);
+  tsanAcquire(data);
   std::unique_ptr<SharedOutput>(static_cast<SharedOutput*>(data)).reset();
 }
 
@@ -58,9 +58,9 @@ GstClockTime runningTime(GstSample* sample) {
 }
 
 GstFlowReturn onSample(GstAppSink* sink, gpointer data, bool video) {
-  acceptHandover(data);
+  tsanAcquire(data);
   GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
-  PlayOutput& output = **static_cast<SharedOutput*>(data);
+  DecodedMediaSink& output = **static_cast<SharedOutput*>(data);
   if (sample) {
     const GstClockTime time = runningTime(sample.get());
     if (video) {
@@ -69,7 +69,7 @@ GstFlowReturn onSample(GstAppSink* sink, gpointer data, bool video) {
       output.deliverAudio(gst_sample_get_buffer(sample.get()), time);
     }
   }
-  offerHandover(data);
+  tsanRelease(data);
   return GST_FLOW_OK;
 }
 
@@ -105,10 +105,10 @@ void passThroughWhileUpright(GstElement* turner) {
 
 template <Media media>
 GstPadProbeReturn onEncoded(GstPad*, GstPadProbeInfo* info, gpointer data) {
-  acceptHandover(data);
+  tsanAcquire(data);
   GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
   (*static_cast<SharedOutput*>(data))->meter.addEncoded(media, gst_buffer_get_size(buffer));
-  offerHandover(data);
+  tsanRelease(data);
   return GST_PAD_PROBE_OK;
 }
 

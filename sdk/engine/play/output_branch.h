@@ -8,15 +8,15 @@
 
 #include <memory>
 
-#include "play/play_output.h"
+#include "play/decoded_media_sink.h"
 
 namespace NimboEngine {
 
 // A branch for raw video or audio, floating, with a pad "sink". Null when it cannot be built; the
 // reason is logged.
-GstElement* makeOutputBranch(Media media, const std::shared_ptr<PlayOutput>& output);
+GstElement* makeOutputBranch(Media media, const std::shared_ptr<DecodedMediaSink>& output);
 
 // Prepares a decoder that has just been made; other elements are left as they are.
-void tuneDecoder(GstElement* element, const std::shared_ptr<PlayOutput>& output);
+void tuneDecoder(GstElement* element, const std::shared_ptr<DecodedMediaSink>& output);
 
 }  // namespace NimboEngine

@@ -3,8 +3,8 @@
 #include <system_error>
 #include <utility>
 
-#include "base/close_on_exec.h"
-#include "log/log.h"
+#include "base/log.h"
+#include "platform/close_on_exec.h"
 
 namespace NimboEngine {
 namespace {
@@ -49,7 +49,7 @@ const char* textOf(LumoLiveErrorCode code) {
 }  // namespace
 
 Playback::Playback(EngineThread& engine, PlayUrl url, const PlaySettings& settings,
-                   PlayOutput::Handlers handlers, Events events)
+                   DecodedMediaSink::Handlers handlers, Events events)
     : engine_(engine),
       url_(std::move(url)),
       settings_(settings),
@@ -69,24 +69,24 @@ Playback::~Playback() {
 void Playback::open() {
   if (stopping_) return;
   try {
-    output_ = std::make_shared<PlayOutput>(settings_, watchedHandlers());
+    output_ = std::make_shared<DecodedMediaSink>(settings_, watchedHandlers());
   } catch (const std::system_error&) {
-    engine_.post(lifeline_.bind(
+    engine_.post(ownerGuard_.bind(
         [this] { onAttemptFailed(kLumoLiveErrorNoCapacity, "no thread can be started"); }));
     return;
   }
   watch_.emplace(Clock::now(), silenceOf(url_));
   lastCounts_ = {};
   lastCounts_.shown = events_.shown();
-  auto over = lifeline_.bind([this](const PlayOutcome& outcome) { onAttemptOver(outcome); });
-  runner_ = std::make_unique<PlayRunner>(
+  auto over = ownerGuard_.bind([this](const PlayOutcome& outcome) { onAttemptOver(outcome); });
+  runner_ = std::make_unique<PlayAttempt>(
       url_, settings_.sources, output_, [this, over](const PlayOutcome& outcome) {
         engine_.post([over, outcome]() mutable { over(outcome); });
       });
 }
 
-PlayOutput::Handlers Playback::watchedHandlers() {
-  auto first = lifeline_.bind([this] { onFirstOutput(); });
+DecodedMediaSink::Handlers Playback::watchedHandlers() {
+  auto first = ownerGuard_.bind([this] { onFirstOutput(); });
   auto told = std::make_shared<std::atomic<bool>>(false);
   const auto tell = [this, first, told] {
     if (!told->load(std::memory_order_relaxed) && !told->exchange(true)) engine_.post(first);
@@ -125,7 +125,7 @@ void Playback::stop() {
   if (runner_) runner_->requestStop();
   const auto patience = runner_ ? EngineThread::Clock::duration(kStopPatience)
                                 : EngineThread::Clock::duration::zero();
-  engine_.postAfter(patience, lifeline_.bind([this] { over({}); }));
+  engine_.postAfter(patience, ownerGuard_.bind([this] { over({}); }));
 }
 
 void Playback::onAttemptOver(const PlayOutcome& outcome) {
@@ -147,7 +147,7 @@ void Playback::onAttemptFailed(LumoLiveErrorCode code, const std::string& messag
     if (const auto pause = retry_.nextPause(Clock::now())) {
       NIMBO_LOG_WARN("player: lost {} ({}); trying again", url_.forLog(), message);
       events_.onLost();
-      engine_.postAfter(*pause, lifeline_.bind([this] { open(); }));
+      engine_.postAfter(*pause, ownerGuard_.bind([this] { open(); }));
       return;
     }
     code = kLumoLiveErrorConnectionLost;  // whatever the last attempt failed for
@@ -170,7 +170,7 @@ void Playback::tick() {
   }
   if (over_) return;
   if (started_ && now - lastReport_ >= kSecond) reportSecond(now);
-  engine_.postAfter(kTick, lifeline_.bind([this] { tick(); }));
+  engine_.postAfter(kTick, ownerGuard_.bind([this] { tick(); }));
 }
 
 void Playback::reportSecond(Clock::time_point now) {

@@ -1,4 +1,4 @@
-// One playback, from the request to its end: attempts to play (see PlayRunner), the watch over
+// One playback, from the request to its end: attempts to play (see PlayAttempt), the watch over
 // them, new attempts when a live stream is lost, and the figures of every second.
 //
 // Thread: created, stopped and destroyed on the engine thread, where the events are raised too; the
@@ -15,14 +15,14 @@
 #include <string>
 
 #include "base/engine_thread.h"
-#include "base/lifeline.h"
+#include "base/weak_owner_guard.h"
+#include "play/decoded_media_sink.h"
 #include "play/network_rating.h"
-#include "play/play_output.h"
-#include "play/play_runner.h"
+#include "play/play_attempt.h"
 #include "play/play_settings.h"
 #include "play/play_url.h"
-#include "play/play_watch.h"
 #include "play/retry_plan.h"
+#include "play/stall_detector.h"
 
 namespace NimboEngine {
 
@@ -42,7 +42,7 @@ class Playback {
   };
 
   Playback(EngineThread& engine, PlayUrl url, const PlaySettings& settings,
-           PlayOutput::Handlers handlers, Events events);
+           DecodedMediaSink::Handlers handlers, Events events);
   ~Playback();
   Playback(const Playback&) = delete;
   Playback& operator=(const Playback&) = delete;
@@ -56,7 +56,7 @@ class Playback {
  private:
   using Clock = EngineThread::Clock;
 
-  PlayOutput::Handlers watchedHandlers();
+  DecodedMediaSink::Handlers watchedHandlers();
   void open();
   void close();
   void onFirstOutput();
@@ -71,7 +71,7 @@ class Playback {
   EngineThread& engine_;
   const PlayUrl url_;
   const PlaySettings settings_;
-  const PlayOutput::Handlers handlers_;
+  const DecodedMediaSink::Handlers handlers_;
   const Events events_;
 
   bool started_ = false;
@@ -80,14 +80,14 @@ class Playback {
   bool over_ = false;
   RetryPlan retry_;
   NetworkRating rating_;
-  std::optional<PlayWatch> watch_;
+  std::optional<StallDetector> watch_;
   Clock::time_point lastReport_;
   Clock::time_point lastLog_;
   PlayCounts lastCounts_;
 
-  std::shared_ptr<PlayOutput> output_;
-  std::unique_ptr<PlayRunner> runner_;
-  Lifeline lifeline_;
+  std::shared_ptr<DecodedMediaSink> output_;
+  std::unique_ptr<PlayAttempt> runner_;
+  WeakOwnerGuard ownerGuard_;
 };
 
 }  // namespace NimboEngine

@@ -19,8 +19,8 @@
 #include <mutex>
 #include <optional>
 
+#include "media/media.h"
 #include "play/latency_settings.h"
-#include "play/media.h"
 #include "play/transit_estimator.h"
 
 namespace NimboEngine {

@@ -24,7 +24,7 @@
 #include <thread>
 
 #include "gst/gst_ptr.h"
-#include "play/audio_aligner.h"
+#include "media/audio_aligner.h"
 #include "play/presentation_clock.h"
 
 namespace NimboEngine {

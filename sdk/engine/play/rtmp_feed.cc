@@ -53,7 +53,7 @@ RtmpFeed::RtmpFeed(const RtmpUrl& url, Events events)
                .onStarted = {},
                .onMedia = [this](const RtmpMessage& message) { onMedia(message); },
                .onEnded =
-                   [this](const RtmpFailure& failure) {
+                   [this](const ConnectionFailure& failure) {
                      if (events_.onEnded) events_.onEnded(failure.error, failure.text);
                    },
                .onFinished = {}}) {}

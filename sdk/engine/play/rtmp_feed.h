@@ -24,7 +24,7 @@ class RtmpFeed {
     // The server accepted the connection.
     std::function<void()> onAnswered;
     std::function<void(GstPtr<GstBuffer>)> onTag;
-    std::function<void(RtmpError, const std::string& text)> onEnded;
+    std::function<void(ConnectionError, const std::string& text)> onEnded;
   };
 
   // Begins to connect.

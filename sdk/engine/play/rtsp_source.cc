@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "base/handover.h"
+#include "base/tsan_annotations.h"
 #include "gst/gst_ptr.h"
 #include "play/rtp_alignment.h"
 
@@ -56,16 +56,16 @@ struct StreamProbe {
 template <auto use, class... Arguments>
 void connect(gpointer object, const char* signal, const SharedAligner& aligner) {
   auto shared = std::make_unique<SharedAligner>(aligner);
-  offerHandover(shared.get());
+  tsanRelease(shared.get());
   const auto callback = +[](gpointer emitter, Arguments... arguments, gpointer data) {
-    acceptHandover(data);
+    tsanAcquire(data);
     use(*static_cast<SharedAligner*>(data), emitter, arguments...);
-    offerHandover(data);
+    tsanRelease(data);
   };
   g_signal_connect_data(
       object, signal, G_CALLBACK(callback), shared.release(),
       [](gpointer data, GClosure*) {
-        acceptHandover(data);
+        tsanAcquire(data);
         std::unique_ptr<SharedAligner>(static_cast<SharedAligner*>(data)).reset();
       },
       GConnectFlags{});
@@ -105,13 +105,13 @@ void moveLoss(const StreamProbe& probe, GstPadProbeInfo* info) {
 
 GstPadProbeReturn onData(GstPad*, GstPadProbeInfo* info, gpointer data) {
   auto& probe = *static_cast<StreamProbe*>(data);
-  acceptHandover(data);
+  tsanAcquire(data);
   if (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) {
     moveBuffer(probe, info);
   } else {
     moveLoss(probe, info);
   }
-  offerHandover(data);
+  tsanRelease(data);
   return GST_PAD_PROBE_OK;
 }
 
@@ -144,12 +144,12 @@ void Aligner::addStream(GstPad* pad) {
     }
   }
   auto probe = std::make_unique<StreamProbe>(alignment_, number);
-  offerHandover(probe.get());
+  tsanRelease(probe.get());
   gst_pad_add_probe(
       pad,
       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
       onData, probe.release(), [](gpointer data) {
-        acceptHandover(data);
+        tsanAcquire(data);
         std::unique_ptr<StreamProbe>(static_cast<StreamProbe*>(data)).reset();
       });
 }

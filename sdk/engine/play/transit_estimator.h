@@ -16,7 +16,7 @@
 #include <optional>
 #include <vector>
 
-#include "play/media.h"
+#include "media/media.h"
 
 namespace NimboEngine {
 

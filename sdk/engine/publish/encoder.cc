@@ -6,9 +6,9 @@
 
 #include <utility>
 
-#include "base/handover.h"
+#include "base/log.h"
+#include "base/tsan_annotations.h"
 #include "gst/runtime.h"
-#include "log/log.h"
 #include "media/frame_form.h"
 
 namespace NimboEngine {
@@ -59,7 +59,7 @@ Encoder::Encoder(const EncoderSettings& settings, Events events)
 
 Encoder::~Encoder() {
   pipeline_.reset();
-  acceptHandover(this);
+  tsanAcquire(this);
 }
 
 std::string Encoder::videoBranch() const {
@@ -93,14 +93,14 @@ bool Encoder::start() {
 
   GstAppSinkCallbacks callbacks{};
   callbacks.new_sample = [](GstAppSink* sink, gpointer self) {
-    acceptHandover(self);
+    tsanAcquire(self);
     const GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
     if (sample)
       static_cast<Encoder*>(self)->events_.onTag(share(gst_sample_get_buffer(sample.get())));
-    offerHandover(self);
+    tsanRelease(self);
     return GST_FLOW_OK;
   };
-  offerHandover(this);
+  tsanRelease(this);
   const GstPtr<GstElement> sink = pipeline_->element("flv");
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, this, nullptr);
 

@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "capture/frame_consumer.h"
+#include "media/frame_consumer.h"
 #include "publish/bitrate_control.h"
 
 namespace NimboEngine {

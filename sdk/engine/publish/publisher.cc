@@ -5,7 +5,7 @@
 #include <random>
 #include <utility>
 
-#include "log/log.h"
+#include "base/log.h"
 
 namespace NimboEngine {
 namespace {
@@ -28,7 +28,7 @@ Publisher::Publisher(EngineThread& engine, const EncoderSettings& encoder,
     : engine_(engine),
       events_(std::move(events)),
       state_(network.reconnect, randomSource()),
-      link_(network.sendTimeout, &LinkWatch::Clock::now),
+      link_(network.sendTimeout, &LinkMonitor::Clock::now),
       bitrate_(bitrateLimits(encoder), &BitrateControl::Clock::now),
       format_(encoder.video),
       outlet_(encoder.audioOnly, outletEvents()),
@@ -40,29 +40,29 @@ Publisher::~Publisher() {
 
 // ---------------------------------------------------------------------------- events of the parts
 
-FlvOutlet::Events Publisher::outletEvents() {
-  auto firstFrame = lifeline_.bind([this] {
+FlvOutput::Events Publisher::outletEvents() {
+  auto firstFrame = ownerGuard_.bind([this] {
     if (phase() == PushPhase::kPublishing && !std::exchange(toldFirstFrame_, true)) {
       events_.onFirstFrame();
     }
   });
   // Nothing is told any more when the push is over, or about to be, by then.
-  auto news = lifeline_.bind([this](NetworkNews which) {
+  auto news = ownerGuard_.bind([this](NetworkEvent which) {
     if (phase() == PushPhase::kPublishing || phase() == PushPhase::kResuming) {
       events_.onNews(which);
     }
   });
-  auto tell = [this, news](NetworkNews which) {
+  auto tell = [this, news](NetworkEvent which) {
     engine_.post([news, which]() mutable { news(which); });
   };
   return {.onFirstFrame = [this, firstFrame] { engine_.post(firstFrame); },
-          .onMetadataSent = [tell] { tell(NetworkNews::kSendMessage); },
+          .onMetadataSent = [tell] { tell(NetworkEvent::kSendMessage); },
           .onKeyFrameNeeded = [this] { encoder_.requestKeyFrame(); },
-          .onFramesDropped = [tell] { tell(NetworkNews::kPacketsLost); }};
+          .onFramesDropped = [tell] { tell(NetworkEvent::kPacketsLost); }};
 }
 
 Encoder::Events Publisher::encoderEvents() {
-  auto failed = lifeline_.bind([this](const std::string& message) {
+  auto failed = ownerGuard_.bind([this](const std::string& message) {
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, message);
   });
   return {.onTag = [this](GstPtr<GstBuffer> tag) { outlet_.deliver(std::move(tag)); },
@@ -80,7 +80,7 @@ void Publisher::start(const PushUrl& url) {
   url_ = url;
   apply(PushInput::kStart);
   if (encoder_.start()) return connect();
-  engine_.post(lifeline_.bind([this] {
+  engine_.post(ownerGuard_.bind([this] {
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, "the encoder cannot be started");
   }));
 }
@@ -127,7 +127,8 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
     case PushPhase::kWaiting:
       closeConnection();
       NIMBO_LOG_INFO("connecting again in {} ms", step.retryAfter->count());
-      engine_.postAfter(*step.retryAfter, lifeline_.bind([this] { apply(PushInput::kRetryDue); }));
+      engine_.postAfter(*step.retryAfter,
+                        ownerGuard_.bind([this] { apply(PushInput::kRetryDue); }));
       return;
     case PushPhase::kReconnecting:
       return connect();
@@ -177,18 +178,18 @@ void Publisher::watchLink(const Connection* connection) {
   bitrate_.look(sample.waiting);
   for (const LinkEvent event : link_.look(sample)) onLinkEvent(event);
   applyBitrate();
-  engine_.postAfter(kLookInterval, lifeline_.bind([this, connection] { watchLink(connection); }));
+  engine_.postAfter(kLookInterval, ownerGuard_.bind([this, connection] { watchLink(connection); }));
 }
 
 void Publisher::onLinkEvent(LinkEvent event) {
   switch (event) {
     case LinkEvent::kPoor:
-      return events_.onNews(NetworkNews::kNetworkPoor);
+      return events_.onNews(NetworkEvent::kNetworkPoor);
     case LinkEvent::kRecovered:
-      return events_.onNews(NetworkNews::kNetworkRecovery);
+      return events_.onNews(NetworkEvent::kNetworkRecovery);
     case LinkEvent::kSendTimeout:
       bitrate_.onSendTimeout();
-      return events_.onNews(NetworkNews::kSendDataTimeout);
+      return events_.onNews(NetworkEvent::kSendDataTimeout);
     case LinkEvent::kDead:
       return apply(PushInput::kFailed, kLumoLiveErrorConnectionLost,
                    "the server takes no data any more");
@@ -202,13 +203,13 @@ void Publisher::applyBitrate() {
 }
 
 void Publisher::tellOverdue() {
-  if (!std::exchange(toldOverdue_, true)) events_.onNews(NetworkNews::kAuthenticationOverdue);
+  if (!std::exchange(toldOverdue_, true)) events_.onNews(NetworkEvent::kAuthenticationOverdue);
 }
 
 void Publisher::finishConnection() {
   if (connection_) return connection_->finish();
   // The encoder could not be started, so there never was a connection.
-  engine_.post(lifeline_.bind([this] { apply(PushInput::kDrained); }));
+  engine_.post(ownerGuard_.bind([this] { apply(PushInput::kDrained); }));
 }
 
 void Publisher::closeConnection() {

@@ -16,13 +16,13 @@
 
 #include "NimboSdk/LumoLiveResult.h"
 #include "base/engine_thread.h"
-#include "base/lifeline.h"
-#include "capture/frame_consumer.h"
+#include "base/weak_owner_guard.h"
+#include "media/frame_consumer.h"
 #include "publish/bitrate_control.h"
 #include "publish/connection.h"
 #include "publish/encoder.h"
-#include "publish/flv_outlet.h"
-#include "publish/link_watch.h"
+#include "publish/flv_output.h"
+#include "publish/link_monitor.h"
 #include "publish/network_settings.h"
 #include "publish/push_state.h"
 #include "publish/push_url.h"
@@ -37,7 +37,7 @@ struct PushOutcome {
 };
 
 // What else a push tells of its network. Each is named after the listener's operation.
-enum class NetworkNews {
+enum class NetworkEvent {
   kNetworkPoor,
   kNetworkRecovery,
   kSendDataTimeout,
@@ -52,7 +52,7 @@ class Publisher final : public FrameConsumer {
     std::function<void(const PushOutcome&)> onReport;
     // The first key frame went out after the server had accepted; once for a push.
     std::function<void()> onFirstFrame;
-    std::function<void(NetworkNews)> onNews;
+    std::function<void(NetworkEvent)> onNews;
   };
 
   Publisher(EngineThread& engine, const EncoderSettings& encoder, const NetworkSettings& network,
@@ -72,7 +72,7 @@ class Publisher final : public FrameConsumer {
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
 
  private:
-  FlvOutlet::Events outletEvents();
+  FlvOutput::Events outletEvents();
   Encoder::Events encoderEvents();
   void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
   void entered(PushPhase before, const PushState::Step& step);
@@ -88,16 +88,16 @@ class Publisher final : public FrameConsumer {
 
   EngineThread& engine_;
   const Events events_;
-  const Lifeline lifeline_;
+  const WeakOwnerGuard ownerGuard_;
   PushState state_;
-  LinkWatch link_;
+  LinkMonitor link_;
   BitrateControl bitrate_;
   VideoFormat format_;
   PushUrl url_;
   bool toldFirstFrame_ = false;
   bool toldOverdue_ = false;
   std::unique_ptr<Connection> connection_;
-  FlvOutlet outlet_;
+  FlvOutput outlet_;
   int appliedKbps_ = 0;
   Encoder encoder_;  // ends first: its threads use the outlet
 };

@@ -32,32 +32,32 @@ GstPtr<GstBuffer> withKeepMetadata(GstBuffer* tag, std::size_t offset, std::size
 
 }  // namespace
 
-LumoLiveErrorCode publishErrorCode(RtmpError error) {
+LumoLiveErrorCode publishErrorCode(ConnectionError error) {
   switch (error) {
-    case RtmpError::kHostNotFound:
+    case ConnectionError::kHostNotFound:
       return kLumoLiveErrorHostNotFound;
-    case RtmpError::kRefused:
+    case ConnectionError::kRefused:
       return kLumoLiveErrorConnectRefused;
-    case RtmpError::kUnreachable:
-    case RtmpError::kTimeout:
+    case ConnectionError::kUnreachable:
+    case ConnectionError::kTimeout:
       return kLumoLiveErrorConnectTimeout;
-    case RtmpError::kTlsUntrusted:
+    case ConnectionError::kTlsUntrusted:
       return kLumoLiveErrorServerUntrusted;
-    case RtmpError::kNameInUse:
+    case ConnectionError::kNameInUse:
       return kLumoLiveErrorStreamNameInUse;
-    case RtmpError::kPublishDenied:
-    case RtmpError::kAuthenticationNeeded:
+    case ConnectionError::kPublishDenied:
+    case ConnectionError::kAuthenticationNeeded:
       return kLumoLiveErrorPublishDenied;
-    case RtmpError::kTlsFailed:
-    case RtmpError::kClosedByPeer:  // it answered, and closes: its way of refusing
-    case RtmpError::kSystem:
-    case RtmpError::kProtocolViolation:
-    case RtmpError::kLimitExceeded:
-    case RtmpError::kConnectRejected:
-    case RtmpError::kPublishRejected:
-    case RtmpError::kPlayDenied:
-    case RtmpError::kStreamNotFound:
-    case RtmpError::kStreamEnded:
+    case ConnectionError::kTlsFailed:
+    case ConnectionError::kClosedByPeer:  // it answered, and closes: its way of refusing
+    case ConnectionError::kSystem:
+    case ConnectionError::kProtocolViolation:
+    case ConnectionError::kLimitExceeded:
+    case ConnectionError::kConnectRejected:
+    case ConnectionError::kPublishRejected:
+    case ConnectionError::kPlayDenied:
+    case ConnectionError::kStreamNotFound:
+    case ConnectionError::kStreamEnded:
       break;
   }
   return kLumoLiveErrorPublishRejected;
@@ -74,30 +74,30 @@ void RtmpConnection::open() {
   const auto target = parseRtmpUrl(url_.text, reason);
   if (!target) return fail(kLumoLiveErrorPublishRejected, reason);
   // From the connection's thread, whose client is gone before this object is.
-  auto started = lifeline_.bind([this] { onStarted(); });
-  auto ended = lifeline_.bind([this](const RtmpFailure& failure) { onEnded(failure); });
-  auto finished = lifeline_.bind([this] { drained(); });
+  auto started = ownerGuard_.bind([this] { onStarted(); });
+  auto ended = ownerGuard_.bind([this](const ConnectionFailure& failure) { onEnded(failure); });
+  auto finished = ownerGuard_.bind([this] { drained(); });
   client_ = std::make_unique<RtmpClient>(
       RtmpRole::kPublish, *target,
       RtmpClient::Events{.onConnected = {},
                          .onStarted = [this, started] { engine_.post(started); },
                          .onMedia = {},
                          .onEnded =
-                             [this, ended](const RtmpFailure& failure) {
+                             [this, ended](const ConnectionFailure& failure) {
                                engine_.post([ended, failure]() mutable { ended(failure); });
                              },
                          .onFinished = [this, finished] { engine_.post(finished); }});
 }
 
 void RtmpConnection::onStarted() {
-  engine_.postAfter(kSettleTime, lifeline_.bind([this] {
+  engine_.postAfter(kSettleTime, ownerGuard_.bind([this] {
     if (state_ != State::kConnecting) return;
     state_ = State::kAccepted;
     events_.onAccepted();
   }));
 }
 
-void RtmpConnection::onEnded(const RtmpFailure& failure) {
+void RtmpConnection::onEnded(const ConnectionFailure& failure) {
   if (state_ == State::kFinishing) return drained();
   const bool accepted = state_ == State::kAccepted;
   fail(accepted ? kLumoLiveErrorConnectionLost : publishErrorCode(failure.error), failure.text);
@@ -131,14 +131,14 @@ void RtmpConnection::finish() {
   if (drains) client_->finish();
   engine_.postAfter(
       drains ? EngineThread::Clock::duration(kDrainTimeout) : EngineThread::Clock::duration::zero(),
-      lifeline_.bind([this] { drained(); }));
+      ownerGuard_.bind([this] { drained(); }));
 }
 
 void RtmpConnection::fail(LumoLiveErrorCode code, const std::string& message) {
   if (state_ == State::kOver) return;
   state_ = State::kOver;
   // From a task of its own: the receiver may destroy this object.
-  engine_.post(lifeline_.bind([this, code, message] { events_.onFailed(code, message); }));
+  engine_.post(ownerGuard_.bind([this, code, message] { events_.onFailed(code, message); }));
 }
 
 void RtmpConnection::drained() {

@@ -5,14 +5,14 @@
 #include <memory>
 #include <optional>
 
-#include "base/lifeline.h"
+#include "base/weak_owner_guard.h"
 #include "publish/connection.h"
 #include "rtmp/rtmp_client.h"
 
 namespace NimboEngine {
 
 // The code of a failure before the server accepted the stream.
-LumoRtc::LumoLiveErrorCode publishErrorCode(RtmpError error);
+LumoRtc::LumoLiveErrorCode publishErrorCode(ConnectionError error);
 
 class RtmpConnection final : public Connection {
  public:
@@ -29,7 +29,7 @@ class RtmpConnection final : public Connection {
   enum class State { kNew, kConnecting, kAccepted, kFinishing, kOver };
 
   void onStarted();
-  void onEnded(const RtmpFailure& failure);
+  void onEnded(const ConnectionFailure& failure);
   void fail(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void drained();
 
@@ -39,7 +39,7 @@ class RtmpConnection final : public Connection {
 
   State state_ = State::kNew;
   std::unique_ptr<RtmpClient> client_;
-  Lifeline lifeline_;
+  WeakOwnerGuard ownerGuard_;
 };
 
 }  // namespace NimboEngine

@@ -43,14 +43,14 @@ int formatOf(uint8_t first) {
 
 }  // namespace
 
-std::optional<RtmpFailure> ChunkReader::read(std::span<const uint8_t> bytes,
-                                             const Handler& handler) {
+std::optional<ConnectionFailure> ChunkReader::read(std::span<const uint8_t> bytes,
+                                                   const Handler& handler) {
   if (!ended_ && !consume(bytes, handler)) ended_ = true;
   return failure_;
 }
 
-bool ChunkReader::fail(RtmpError error, std::string text) {
-  failure_ = RtmpFailure{error, std::move(text)};
+bool ChunkReader::fail(ConnectionError error, std::string text) {
+  failure_ = ConnectionFailure{error, std::move(text)};
   return false;
 }
 
@@ -120,12 +120,13 @@ ChunkReader::ChunkStream* ChunkReader::select(uint32_t id, int format) {
   if (known != streams_.end()) return &known->second;
   // Some senders begin with format 1, which only leaves the message stream open.
   if (format > 1) {
-    fail(RtmpError::kProtocolViolation,
+    fail(ConnectionError::kProtocolViolation,
          fmt::format("chunk stream {} begins with an abbreviated header", id));
     return nullptr;
   }
   if (streams_.size() == kMaxChunkStreams) {
-    fail(RtmpError::kLimitExceeded, fmt::format("more than {} chunk streams", kMaxChunkStreams));
+    fail(ConnectionError::kLimitExceeded,
+         fmt::format("more than {} chunk streams", kMaxChunkStreams));
     return nullptr;
   }
   return &streams_[id];
@@ -157,7 +158,7 @@ bool ChunkReader::beginMessage(ChunkStream& stream, int format, const uint8_t* f
   }
   if (format == 0) stream.stream = readLittleU32(fields + 7);
   if (stream.length > kMaxMessageBytes) {
-    return fail(RtmpError::kLimitExceeded,
+    return fail(ConnectionError::kLimitExceeded,
                 fmt::format("a message of {} bytes; at most {} are taken", stream.length,
                             kMaxMessageBytes));
   }
@@ -175,7 +176,7 @@ bool ChunkReader::consumePayload(std::span<const uint8_t>& bytes, const Handler&
   chunkLeft_ -= count;
   pending_ += count;
   if (pending_ > kMaxPendingBytes) {
-    return fail(RtmpError::kLimitExceeded,
+    return fail(ConnectionError::kLimitExceeded,
                 fmt::format("more than {} bytes of unfinished messages", kMaxPendingBytes));
   }
   if (chunkLeft_ > 0) return true;
@@ -197,10 +198,11 @@ bool ChunkReader::complete(ChunkStream& stream, const Handler& handler) {
 }
 
 bool ChunkReader::setChunkSize(std::span<const uint8_t> body) {
-  if (body.size() < 4) return fail(RtmpError::kProtocolViolation, "a chunk size without a value");
+  if (body.size() < 4)
+    return fail(ConnectionError::kProtocolViolation, "a chunk size without a value");
   const uint32_t size = readU32(body.data());
   if (size == 0 || size > INT32_MAX) {
-    return fail(RtmpError::kProtocolViolation, fmt::format("a chunk size of {}", size));
+    return fail(ConnectionError::kProtocolViolation, fmt::format("a chunk size of {}", size));
   }
   // Larger ones make no difference: no message is longer.
   chunkSize_ = std::min(size, kMaxChunkSize);
@@ -209,7 +211,7 @@ bool ChunkReader::setChunkSize(std::span<const uint8_t> body) {
 
 bool ChunkReader::abort(std::span<const uint8_t> body) {
   if (body.size() < 4) {
-    return fail(RtmpError::kProtocolViolation, "an abort message without a chunk stream");
+    return fail(ConnectionError::kProtocolViolation, "an abort message without a chunk stream");
   }
   const auto aborted = streams_.find(readU32(body.data()));
   if (aborted != streams_.end()) discard(aborted->second);

@@ -19,8 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "net/connection_error.h"
 #include "rtmp/message.h"
-#include "rtmp/rtmp_error.h"
 
 namespace NimboEngine {
 
@@ -38,7 +38,7 @@ class ChunkReader {
   using Handler = std::function<bool(const RtmpMessage&)>;
 
   // The handler is called during the call, once for each message that became complete.
-  std::optional<RtmpFailure> read(std::span<const uint8_t> bytes, const Handler& handler);
+  std::optional<ConnectionFailure> read(std::span<const uint8_t> bytes, const Handler& handler);
 
   std::size_t pendingBytes() const { return pending_; }
   uint32_t chunkSize() const { return chunkSize_; }
@@ -68,7 +68,7 @@ class ChunkReader {
   bool setChunkSize(std::span<const uint8_t> body);
   bool abort(std::span<const uint8_t> body);
   void discard(ChunkStream& stream);
-  bool fail(RtmpError error, std::string text);
+  bool fail(ConnectionError error, std::string text);
 
   std::map<uint32_t, ChunkStream> streams_;
   ChunkStream* current_ = nullptr;  // of the chunk whose payload is read; null within a header
@@ -80,7 +80,7 @@ class ChunkReader {
   uint32_t chunkSize_ = 128;
   std::size_t pending_ = 0;
   bool ended_ = false;
-  std::optional<RtmpFailure> failure_;
+  std::optional<ConnectionFailure> failure_;
 };
 
 }  // namespace NimboEngine

@@ -27,12 +27,12 @@ void Handshake::begin(std::vector<uint8_t>& out) {
 
 // The server sends its version, its own part, then what it claims to have received. The last is not
 // compared: servers in use send something else.
-std::optional<RtmpFailure> Handshake::receive(std::span<const uint8_t>& bytes,
-                                              std::vector<uint8_t>& out) {
+std::optional<ConnectionFailure> Handshake::receive(std::span<const uint8_t>& bytes,
+                                                    std::vector<uint8_t>& out) {
   if (received_ == 0 && !bytes.empty()) {
     if (bytes[0] < kVersion || bytes[0] > kLastVersion) {
-      return RtmpFailure{RtmpError::kProtocolViolation,
-                         fmt::format("the server does not speak RTMP: version {}", bytes[0])};
+      return ConnectionFailure{ConnectionError::kProtocolViolation,
+                               fmt::format("the server does not speak RTMP: version {}", bytes[0])};
     }
     bytes = bytes.subspan(1);
     received_ = 1;

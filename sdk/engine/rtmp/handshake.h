@@ -12,7 +12,7 @@
 #include <span>
 #include <vector>
 
-#include "rtmp/rtmp_error.h"
+#include "net/connection_error.h"
 
 namespace NimboEngine {
 
@@ -26,7 +26,8 @@ class Handshake {
 
   // Takes from `bytes` what belongs to the handshake, in any pieces, and appends the answer to
   // `out` when it is due.
-  std::optional<RtmpFailure> receive(std::span<const uint8_t>& bytes, std::vector<uint8_t>& out);
+  std::optional<ConnectionFailure> receive(std::span<const uint8_t>& bytes,
+                                           std::vector<uint8_t>& out);
 
   bool isComplete() const { return received_ == 1 + 2 * kPartBytes; }
 

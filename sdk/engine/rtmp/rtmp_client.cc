@@ -10,7 +10,7 @@
 
 #include "base/capacity.h"
 #include "base/redaction.h"
-#include "rtmp/tcp_connect.h"
+#include "net/tcp_connect.h"
 
 namespace NimboEngine {
 namespace {
@@ -40,7 +40,7 @@ RtmpClient::RtmpClient(RtmpRole role, const RtmpUrl& url, Events events,
     thread_ = std::thread([this] { run(); });
     pthread_setname_np(thread_.native_handle(), "rtmp");
   } catch (const std::system_error&) {
-    if (events_.onEnded) events_.onEnded({RtmpError::kSystem, "no thread can be started"});
+    if (events_.onEnded) events_.onEnded({ConnectionError::kSystem, "no thread can be started"});
   }
 }
 
@@ -99,10 +99,10 @@ RtmpSession::Events RtmpClient::sessionEvents() {
               [this](const RtmpMessage& message) {
                 if (events_.onMedia && !stop_.isStopped()) events_.onMedia(message);
               },
-          .onEnded = [this](const RtmpFailure& failure) { fail(failure); }};
+          .onEnded = [this](const ConnectionFailure& failure) { fail(failure); }};
 }
 
-void RtmpClient::fail(RtmpFailure failure) {
+void RtmpClient::fail(ConnectionFailure failure) {
   if (failure_) return;
   // Servers like to name the stream that they refuse.
   failure.text = redact(failure.text, url_.stream.substr(0, url_.stream.find('?')));
@@ -124,10 +124,10 @@ void RtmpClient::run() {
 
 void RtmpClient::connect() {
   if (!stop_.isValid() || !areDescriptorsLeft(kDescriptors)) {
-    return fail({RtmpError::kSystem, "no descriptor is left"});
+    return fail({ConnectionError::kSystem, "no descriptor is left"});
   }
   auto connected = connectTcp(url_.host, url_.port, stop_, deadline_);
-  if (auto* failure = std::get_if<RtmpFailure>(&connected)) return fail(*failure);
+  if (auto* failure = std::get_if<ConnectionFailure>(&connected)) return fail(*failure);
   auto stream = std::make_unique<ByteStream>(std::move(std::get<GlibPtr<GSocket>>(connected)));
   ByteStream* const opened = stream.get();
   {
@@ -148,7 +148,7 @@ void RtmpClient::converse() {
     if (isFinished()) return;
     waitForWork();
     if (session_.awaitsServer() && Clock::now() >= deadline_) {
-      return fail({RtmpError::kTimeout, "the server does not answer"});
+      return fail({ConnectionError::kTimeout, "the server does not answer"});
     }
   }
 }
@@ -198,7 +198,7 @@ void RtmpClient::sendOutput() {
 }
 
 void RtmpClient::receiveInput() {
-  const RtmpFailure sendFailure = stream_->failure();
+  const ConnectionFailure sendFailure = stream_->failure();
   for (int i = 0; readable_ && i < kReadsAtOnce && !failure_ && !stop_.isStopped(); ++i) {
     std::size_t count = 0;
     switch (stream_->read(received_, count)) {

@@ -25,12 +25,12 @@
 #include <vector>
 
 #include "gst/gst_ptr.h"
-#include "rtmp/byte_stream.h"
+#include "net/byte_stream.h"
+#include "net/connection_error.h"
+#include "net/stop_signal.h"
 #include "rtmp/message.h"
-#include "rtmp/rtmp_error.h"
 #include "rtmp/rtmp_session.h"
 #include "rtmp/rtmp_url.h"
-#include "rtmp/stop_signal.h"
 
 namespace NimboEngine {
 
@@ -43,7 +43,7 @@ class RtmpClient {
     std::function<void()> onConnected;  // the server accepted the connection
     std::function<void()> onStarted;    // and the stream
     std::function<void(const RtmpMessage&)> onMedia;
-    std::function<void(const RtmpFailure&)> onEnded;
+    std::function<void(const ConnectionFailure&)> onEnded;
     std::function<void()> onFinished;  // finish() has completed
   };
 
@@ -91,7 +91,7 @@ class RtmpClient {
   bool isFinished() const;
   void waitForWork();
   int pollTimeout() const;
-  void fail(RtmpFailure failure);
+  void fail(ConnectionFailure failure);
   void close();
 
   const RtmpUrl url_;
@@ -106,7 +106,7 @@ class RtmpClient {
   bool readable_ = true;
   bool sendFailed_ = false;
   bool streamEnded_ = false;  // all media and the end of the stream were handed to the session
-  std::optional<RtmpFailure> failure_;
+  std::optional<ConnectionFailure> failure_;
 
   mutable std::mutex mutex_;
   std::unique_ptr<ByteStream> stream_;  // from the connection on to its end

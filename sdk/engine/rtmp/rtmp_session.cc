@@ -90,7 +90,7 @@ void RtmpSession::start() {
   Handshake::begin(out_);
 }
 
-void RtmpSession::end(RtmpError error, std::string text) {
+void RtmpSession::end(ConnectionError error, std::string text) {
   if (std::exchange(state_, State::kEnded) == State::kEnded) return;
   events_.onEnded({error, std::move(text)});
 }
@@ -111,17 +111,17 @@ void RtmpSession::receive(std::span<const uint8_t> bytes) {
   if (failure) end(failure->error, failure->text);
 }
 
-void RtmpSession::onPeerClosed(const RtmpFailure& failure) {
-  if (failure.error != RtmpError::kClosedByPeer) return end(failure.error, failure.text);
+void RtmpSession::onPeerClosed(const ConnectionFailure& failure) {
+  if (failure.error != ConnectionError::kClosedByPeer) return end(failure.error, failure.text);
   const bool publishes = role_ == RtmpRole::kPublish;
   switch (state_) {
     case State::kConnecting:
     case State::kCreatingStream:
-      return end(RtmpError::kConnectRejected,
+      return end(ConnectionError::kConnectRejected,
                  fmt::format("the server closed the connection instead of accepting \"{}\"",
                              url_.application));
     case State::kStarting:
-      return end(publishes ? RtmpError::kPublishDenied : RtmpError::kPlayDenied,
+      return end(publishes ? ConnectionError::kPublishDenied : ConnectionError::kPlayDenied,
                  fmt::format("the server closed the connection instead of letting the stream be {}",
                              publishes ? "published" : "played"));
     case State::kHandshake:
@@ -160,7 +160,7 @@ bool RtmpSession::onMessage(const RtmpMessage& message) {
     case RtmpType::kAggregate: {
       const bool whole =
           splitAggregate(message, [this](const RtmpMessage& part) { onMediaMessage(part); });
-      if (!whole) end(RtmpError::kProtocolViolation, "a broken aggregate message");
+      if (!whole) end(ConnectionError::kProtocolViolation, "a broken aggregate message");
       break;
     }
     default:
@@ -206,7 +206,7 @@ void RtmpSession::onCommand(std::span<const uint8_t> body) {
   AmfReader reader(body);
   const auto name = reader.read();
   if (!name || name->type != AmfValue::Type::kString) {
-    return end(RtmpError::kProtocolViolation, "a command without a name");
+    return end(ConnectionError::kProtocolViolation, "a command without a name");
   }
   // Some servers leave out the transaction where it has no meaning, or what follows it.
   const double id = reader.read().value_or(AmfValue()).number;
@@ -217,7 +217,7 @@ void RtmpSession::onCommand(std::span<const uint8_t> body) {
     arguments.push_back(std::move(*argument));
   }
   if (exceedsLimit(reader.error())) {
-    return end(RtmpError::kLimitExceeded,
+    return end(ConnectionError::kLimitExceeded,
                "a command that is nested too deeply, or has too many or too long values");
   }
   // Compared as a number: the peer may send one that no integer can hold.
@@ -225,7 +225,8 @@ void RtmpSession::onCommand(std::span<const uint8_t> body) {
   if (name->string == "_result") return onResult(known, arguments);
   if (name->string == "_error") return onRefused(known, arguments);
   if (name->string == "onStatus") return onStatus(arguments);
-  if (name->string == "close") return end(RtmpError::kClosedByPeer, "the server ended the session");
+  if (name->string == "close")
+    return end(ConnectionError::kClosedByPeer, "the server ended the session");
   // Everything else ("onBWDone", "onFCPublish", ...) needs no answer.
 }
 
@@ -260,7 +261,7 @@ void RtmpSession::onStreamCreated(const std::vector<AmfValue>& arguments) {
   // NaN fails the comparison as well.
   if (id == arguments.end() || !(id->number >= 0 && id->number <= UINT32_MAX) ||
       id->number != std::floor(id->number)) {
-    return end(RtmpError::kProtocolViolation, "the created stream has no valid identifier");
+    return end(ConnectionError::kProtocolViolation, "the created stream has no valid identifier");
   }
   stream_ = static_cast<uint32_t>(id->number);
   state_ = State::kStarting;
@@ -288,25 +289,25 @@ void RtmpSession::onRefused(int transaction, const std::vector<AmfValue>& argume
   if (transaction == kConnect) {
     return onConnectRefused(info ? info->textOf("code") : std::string_view(), info);
   }
-  if (transaction == kCreateStream) return end(RtmpError::kConnectRejected, wordsOf(info));
+  if (transaction == kCreateStream) return end(ConnectionError::kConnectRejected, wordsOf(info));
   if (transaction != kStart) return;  // what is not needed by all servers
   const std::string_view code = info ? info->textOf("code") : std::string_view();
   const auto byCode = role_ == RtmpRole::kPublish ? publishErrorOf(code) : playErrorOf(code);
-  end(byCode.value_or(role_ == RtmpRole::kPublish ? RtmpError::kPublishDenied
-                                                  : RtmpError::kPlayDenied),
+  end(byCode.value_or(role_ == RtmpRole::kPublish ? ConnectionError::kPublishDenied
+                                                  : ConnectionError::kPlayDenied),
       wordsOf(info));
 }
 
 void RtmpSession::onConnectRefused(std::string_view code, const AmfValue* info) {
   const std::string words = wordsOf(info);
-  if (asksForAuthentication(words)) return end(RtmpError::kAuthenticationNeeded, words);
+  if (asksForAuthentication(words)) return end(ConnectionError::kAuthenticationNeeded, words);
   const AmfValue* extra = info ? info->find("ex") : nullptr;
   const AmfValue* redirect = extra ? extra->find("redirect") : nullptr;
   if (redirect) {
-    return end(RtmpError::kConnectRejected,
+    return end(ConnectionError::kConnectRejected,
                fmt::format("the server redirects to {}, which is not followed", redirect->string));
   }
-  end(RtmpError::kConnectRejected, code.empty() && info ? "connect: " + words : words);
+  end(ConnectionError::kConnectRejected, code.empty() && info ? "connect: " + words : words);
 }
 
 // ------------------------------------------------------------------------------------------ status
@@ -319,14 +320,16 @@ void RtmpSession::onStatus(const std::vector<AmfValue>& arguments) {
   if (code == "NetConnection.Connect.Rejected" || code == "NetConnection.Connect.InvalidApp") {
     return onConnectRefused(code, status);
   }
-  if (code == "NetConnection.Connect.Closed") return end(RtmpError::kClosedByPeer, wordsOf(status));
+  if (code == "NetConnection.Connect.Closed")
+    return end(ConnectionError::kClosedByPeer, wordsOf(status));
   const bool starts =
       code == (role_ == RtmpRole::kPublish ? "NetStream.Publish.Start" : "NetStream.Play.Start");
   if (starts) return started();
   const auto byCode = role_ == RtmpRole::kPublish ? publishErrorOf(code) : playErrorOf(code);
   if (byCode) return end(*byCode, wordsOf(status));
   if (level != "error") return;
-  end(role_ == RtmpRole::kPublish ? RtmpError::kPublishRejected : RtmpError::kPlayDenied,
+  end(role_ == RtmpRole::kPublish ? ConnectionError::kPublishRejected
+                                  : ConnectionError::kPlayDenied,
       wordsOf(status));
 }
 

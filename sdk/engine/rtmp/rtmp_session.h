@@ -26,12 +26,12 @@
 #include <string_view>
 #include <vector>
 
+#include "net/connection_error.h"
 #include "rtmp/amf.h"
 #include "rtmp/chunk_reader.h"
 #include "rtmp/chunk_writer.h"
 #include "rtmp/handshake.h"
 #include "rtmp/message.h"
-#include "rtmp/rtmp_error.h"
 #include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
@@ -50,7 +50,7 @@ class RtmpSession {
     std::function<void()> onStarted;
     // Playing: audio, video, or data whose type is kData always.
     std::function<void(const RtmpMessage&)> onMedia;
-    std::function<void(const RtmpFailure&)> onEnded;
+    std::function<void(const ConnectionFailure&)> onEnded;
   };
 
   RtmpSession(RtmpRole role, RtmpUrl url, Events events);
@@ -60,7 +60,7 @@ class RtmpSession {
 
   // The connection has ended. Where the server owed an answer, that is its answer: many refuse
   // without a word.
-  void onPeerClosed(const RtmpFailure& failure);
+  void onPeerClosed(const ConnectionFailure& failure);
 
   // Publishing: audio, video or data, of `size` bytes which `copy` supplies. To be called after
   // onStarted only.
@@ -88,7 +88,7 @@ class RtmpSession {
  private:
   enum class State { kHandshake, kConnecting, kCreatingStream, kStarting, kStarted, kEnded };
 
-  void end(RtmpError error, std::string text);
+  void end(ConnectionError error, std::string text);
   void onHandshakeComplete();
   bool onMessage(const RtmpMessage& message);
   void onUserControl(std::span<const uint8_t> body);

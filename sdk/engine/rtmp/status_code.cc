@@ -9,30 +9,30 @@ namespace {
 
 struct Meaning {
   std::string_view code;
-  RtmpError error;
+  ConnectionError error;
 };
 
 constexpr Meaning kPublish[] = {
-    {"NetStream.Publish.BadName", RtmpError::kNameInUse},
-    {"NetStream.Publish.Denied", RtmpError::kPublishDenied},
-    {"NetStream.Publish.Unauthorized", RtmpError::kPublishDenied},
-    {"NetStream.Authenticate.UsherToken", RtmpError::kPublishDenied},
-    {"NetStream.Publish.Rejected", RtmpError::kPublishRejected},
-    {"NetStream.Publish.Failed", RtmpError::kPublishRejected},
+    {"NetStream.Publish.BadName", ConnectionError::kNameInUse},
+    {"NetStream.Publish.Denied", ConnectionError::kPublishDenied},
+    {"NetStream.Publish.Unauthorized", ConnectionError::kPublishDenied},
+    {"NetStream.Authenticate.UsherToken", ConnectionError::kPublishDenied},
+    {"NetStream.Publish.Rejected", ConnectionError::kPublishRejected},
+    {"NetStream.Publish.Failed", ConnectionError::kPublishRejected},
 };
 
 constexpr Meaning kPlay[] = {
-    {"NetStream.Play.StreamNotFound", RtmpError::kStreamNotFound},
-    {"NetStream.Play.FileNotFound", RtmpError::kStreamNotFound},
-    {"NetStream.Play.UnpublishNotify", RtmpError::kStreamEnded},
-    {"NetStream.Play.Stop", RtmpError::kStreamEnded},
-    {"NetStream.Play.Complete", RtmpError::kStreamEnded},
-    {"NetStream.Play.Failed", RtmpError::kPlayDenied},
-    {"NetStream.Play.Denied", RtmpError::kPlayDenied},
-    {"NetStream.Play.Unauthorized", RtmpError::kPlayDenied},
+    {"NetStream.Play.StreamNotFound", ConnectionError::kStreamNotFound},
+    {"NetStream.Play.FileNotFound", ConnectionError::kStreamNotFound},
+    {"NetStream.Play.UnpublishNotify", ConnectionError::kStreamEnded},
+    {"NetStream.Play.Stop", ConnectionError::kStreamEnded},
+    {"NetStream.Play.Complete", ConnectionError::kStreamEnded},
+    {"NetStream.Play.Failed", ConnectionError::kPlayDenied},
+    {"NetStream.Play.Denied", ConnectionError::kPlayDenied},
+    {"NetStream.Play.Unauthorized", ConnectionError::kPlayDenied},
 };
 
-std::optional<RtmpError> find(std::span<const Meaning> meanings, std::string_view code) {
+std::optional<ConnectionError> find(std::span<const Meaning> meanings, std::string_view code) {
   const auto found = std::ranges::find(meanings, code, &Meaning::code);
   if (found == meanings.end()) return std::nullopt;
   return found->error;
@@ -40,11 +40,11 @@ std::optional<RtmpError> find(std::span<const Meaning> meanings, std::string_vie
 
 }  // namespace
 
-std::optional<RtmpError> publishErrorOf(std::string_view code) {
+std::optional<ConnectionError> publishErrorOf(std::string_view code) {
   return find(kPublish, code);
 }
 
-std::optional<RtmpError> playErrorOf(std::string_view code) {
+std::optional<ConnectionError> playErrorOf(std::string_view code) {
   return find(kPlay, code);
 }
 

@@ -10,7 +10,7 @@
 
 #include "NimboSdk/LumoLivePlayer.h"
 #include "NimboSdk/LumoLivePusher.h"
-#include "log/log.h"
+#include "base/log.h"
 #include "support/loopback_peer.h"
 
 namespace NimboEngine {

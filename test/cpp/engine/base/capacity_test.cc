@@ -12,8 +12,8 @@
 
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
+#include "base/detachable_thread.h"
 #include "base/engine_thread.h"
-#include "base/leavable_thread.h"
 #include "gst/pipeline.h"
 #include "rtmp/rtmp_client.h"
 #include "support/process_usage.h"
@@ -99,13 +99,13 @@ TEST(Capacity, WithoutAThreadNothingAborts) {
   const NoThreads limit;
   EXPECT_THROW(EngineThread("none"), std::system_error);
   {
-    const LeavableThread thread("none", [] { FAIL() << "it runs"; });
+    const DetachableThread thread("none", [] { FAIL() << "it runs"; });
   }
   RtmpUrl url;
   url.host = "127.0.0.1";
-  std::optional<RtmpFailure> failure;
+  std::optional<ConnectionFailure> failure;
   RtmpClient::Events events;
-  events.onEnded = [&failure](const RtmpFailure& ended) { failure = ended; };
+  events.onEnded = [&failure](const ConnectionFailure& ended) { failure = ended; };
   const RtmpClient client(RtmpRole::kPlay, url, events, std::chrono::seconds(1));
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->text, "no thread can be started");

@@ -15,8 +15,8 @@
 #include <mutex>
 #include <vector>
 
-#include "capture/frame_consumer.h"
 #include "devices/devices.h"
+#include "media/frame_consumer.h"
 
 namespace NimboEngine::test {
 

@@ -123,7 +123,7 @@ TEST_F(CaptureSessionTest, AnImageGoesToTheConsumersAndNotThroughTheCallback) {
   settings.networkPoorImage = "/missing.png";  // so it is grey
   const auto isGrey = [](const Picture& picture) { return picture.at(0.07, 0.5)[0] == 60; };
   std::atomic<bool> greyWasCaptured{false};
-  open(settings, [&](PictureOrigin, uint8_t* pixels, const GstVideoInfo&) {
+  open(settings, [&](FrameOrigin, uint8_t* pixels, const GstVideoInfo&) {
     if (pixels[0] == 60) greyWasCaptured = true;
     ++calls_;
   });
@@ -174,7 +174,7 @@ TEST_F(CaptureSessionTest, TheToneHas440HertzAndModerateLevel) {
 
 TEST_F(CaptureSessionTest, TheCallbackChangesWhatConsumersSee) {
   open(testSettings({641, 361, 30}),
-       [this](PictureOrigin, uint8_t* pixels, const GstVideoInfo& info) {
+       [this](FrameOrigin, uint8_t* pixels, const GstVideoInfo& info) {
          pixels[0] = 77;
          pixels[GST_VIDEO_INFO_SIZE(&info) - 1] = 78;
          ++calls_;
@@ -211,7 +211,7 @@ TEST_F(CaptureSessionTest, AStoppedCameraStandsStillAndComesBack) {
 }
 
 TEST_F(CaptureSessionTest, TheFrameCallbackSeesEachStillPictureAfresh) {
-  open(testSettings(), [](PictureOrigin, uint8_t* pixels, const GstVideoInfo&) {
+  open(testSettings(), [](FrameOrigin, uint8_t* pixels, const GstVideoInfo&) {
     pixels[0] = static_cast<uint8_t>(pixels[0] / 2);
   });
   ASSERT_TRUE(probe_.waitForPicture(isPattern));
@@ -234,7 +234,7 @@ TEST_F(CaptureSessionTest, MutedSoundIsSilentAndComesBack) {
 TEST_F(CaptureSessionTest, AudioOnlyHasNoPictures) {
   CaptureSettings settings = testSettings();
   settings.audioOnly = true;
-  open(settings, [](PictureOrigin, uint8_t*, const GstVideoInfo&) {
+  open(settings, [](FrameOrigin, uint8_t*, const GstVideoInfo&) {
     ADD_FAILURE() << "a frame without video";
   });
   EXPECT_TRUE(probe_.waitForSound([](const Sound& sound) { return !sound.isSilent(); }));

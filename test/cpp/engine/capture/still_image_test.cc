@@ -12,10 +12,10 @@
 #include <thread>
 #include <vector>
 
-#include "capture/frame_pool.h"
 #include "capture/image_file.h"
 #include "gst/pipeline.h"
 #include "gst/runtime.h"
+#include "media/frame_pool.h"
 #include "support/event_log.h"
 #include "support/process_usage.h"
 
@@ -68,7 +68,7 @@ class StillImageTest : public testing::Test {
   }
 
   void show(const std::string& path, const VideoFormat& format = kFormat) {
-    pictures_ = std::make_shared<PictureMailbox>();
+    pictures_ = std::make_shared<FrameMailbox>();
     const StillImage image(path, format, pictures_);
     for (const auto end = std::chrono::steady_clock::now() + 30s; !pictures_->latest();) {
       ASSERT_LT(std::chrono::steady_clock::now(), end);
@@ -122,7 +122,7 @@ class StillImageTest : public testing::Test {
   }
 
   const std::filesystem::path folder_;
-  std::shared_ptr<PictureMailbox> pictures_;
+  std::shared_ptr<FrameMailbox> pictures_;
 };
 
 TEST_F(StillImageTest, FillsThePictureThatHasItsShape) {
@@ -210,7 +210,7 @@ TEST_F(StillImageTest, APipeIsRefusedAtOnce) {
 
 TEST_F(StillImageTest, ItsEndIsNotWaitedFor) {
   const std::string path = makeImage("large.png", "pngenc", 4000, 3000);
-  const auto pictures = std::make_shared<PictureMailbox>();
+  const auto pictures = std::make_shared<FrameMailbox>();
   const auto begin = std::chrono::steady_clock::now();
   { const StillImage image(path, kFormat, pictures); }
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);

@@ -43,7 +43,7 @@ void pause(int ms) {
 
 TEST_F(TickerTest, TicksStandOnTheGridOfTheirNumbers) {
   const std::vector<Call> calls = record(100, 1000, 50);
-  const TickGrid grid(calls[0].time, 100);
+  const TickSchedule grid(calls[0].time, 100);
   for (size_t i = 0; i < calls.size(); ++i) {
     EXPECT_EQ(calls[i].number, i);
     EXPECT_EQ(calls[i].time, grid.time(i));
@@ -66,8 +66,8 @@ TEST_F(TickerTest, AnotherRateStartsAGridAtTheNextTick) {
   }
   size_t turn = 1;
   while (calls[turn].number != 0) ++turn;
-  EXPECT_EQ(calls[turn].time, TickGrid(calls[0].time, 100).time(turn)) << "where it was due";
-  const TickGrid grid(calls[turn].time, 200);
+  EXPECT_EQ(calls[turn].time, TickSchedule(calls[0].time, 100).time(turn)) << "where it was due";
+  const TickSchedule grid(calls[turn].time, 200);
   for (size_t i = turn; i < calls.size(); ++i) {
     EXPECT_EQ(calls[i].number, i - turn);
     EXPECT_EQ(calls[i].time, grid.time(i - turn));
@@ -77,7 +77,7 @@ TEST_F(TickerTest, AnotherRateStartsAGridAtTheNextTick) {
 TEST_F(TickerTest, AnOverdueTickIsLeftOutWithoutAllowance) {
   const std::vector<Call> calls = record(100, 0, 5, [] { pause(55); });
   EXPECT_GE(calls[1].number, 5U);
-  const TickGrid grid(calls[0].time, 100);
+  const TickSchedule grid(calls[0].time, 100);
   for (const Call& call : calls) EXPECT_EQ(call.time, grid.time(call.number));
 }
 

@@ -41,7 +41,7 @@ class RtmpFeedTest : public testing::Test {
                                received.notify_one();
                              },
                          .onEnded =
-                             [this](RtmpError error, const std::string&) {
+                             [this](ConnectionError error, const std::string&) {
                                ended = error;
                                events.add("ended");
                              }});
@@ -50,7 +50,7 @@ class RtmpFeedTest : public testing::Test {
   EventLog events;
   std::vector<Bytes> tags;
   std::atomic<std::size_t> received = 0;  // as many as there are tags
-  std::optional<RtmpError> ended;
+  std::optional<ConnectionError> ended;
   std::unique_ptr<RtmpFeed> feed;
 };
 
@@ -68,7 +68,7 @@ TEST_F(RtmpFeedTest, HandsOnFlv) {
   });
   begin(peer.port());
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(ended, RtmpError::kStreamEnded);
+  EXPECT_EQ(ended, ConnectionError::kStreamEnded);
   EXPECT_EQ(events.all(), (std::vector<std::string>{"answered", "ended"}));
   ASSERT_EQ(tags.size(), 4u);
   EXPECT_EQ(tags[0], (Bytes{'F', 'L', 'V', 1, 5, 0, 0, 0, 9, 0, 0, 0, 0}));
@@ -86,7 +86,7 @@ TEST_F(RtmpFeedTest, AMissingStreamIsAnError) {
   });
   begin(peer.port());
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(ended, RtmpError::kStreamNotFound);
+  EXPECT_EQ(ended, ConnectionError::kStreamNotFound);
   EXPECT_TRUE(tags.empty());
 }
 

@@ -29,8 +29,8 @@ constexpr const char* kReportNames[] = {
     "none",          "started",          "connect failed",  "reconnecting",
     "reconnected",   "reconnect failed", "connection lost", "stopped",
     "encoder failed"};
-constexpr const char* kNewsNames[] = {"poor",         "recovery",     "send timeout",
-                                      "packets lost", "send message", "overdue"};
+constexpr const char* kNetworkEventNames[] = {"poor",         "recovery",     "send timeout",
+                                              "packets lost", "send message", "overdue"};
 
 class PublisherTest : public testing::Test {
  protected:
@@ -48,15 +48,16 @@ class PublisherTest : public testing::Test {
     engine_.run([&] {
       publisher_ = std::make_unique<Publisher>(
           engine_, settings, network,
-          Publisher::Events{
-              .onReport =
-                  [this](const PushOutcome& outcome) {
-                    code = outcome.code;
-                    events.add(kReportNames[static_cast<int>(outcome.report)]);
-                  },
-              .onFirstFrame = [this] { events.add("first frame"); },
-              .onNews =
-                  [this](NetworkNews news) { events.add(kNewsNames[static_cast<int>(news)]); }});
+          Publisher::Events{.onReport =
+                                [this](const PushOutcome& outcome) {
+                                  code = outcome.code;
+                                  events.add(kReportNames[static_cast<int>(outcome.report)]);
+                                },
+                            .onFirstFrame = [this] { events.add("first frame"); },
+                            .onNews =
+                                [this](NetworkEvent news) {
+                                  events.add(kNetworkEventNames[static_cast<int>(news)]);
+                                }});
       publisher_->start(*target);
     });
     feeder_.emplace(*publisher_, settings.video, settings.audio);

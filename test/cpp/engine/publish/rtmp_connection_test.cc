@@ -27,23 +27,23 @@ using test::RtmpTranscript;
 
 TEST(PublishErrorCode, OfEachFailure) {
   struct Case {
-    RtmpError error;
+    ConnectionError error;
     LumoLiveErrorCode code;
   };
   const Case cases[] = {
-      {RtmpError::kHostNotFound, kLumoLiveErrorHostNotFound},
-      {RtmpError::kRefused, kLumoLiveErrorConnectRefused},
-      {RtmpError::kUnreachable, kLumoLiveErrorConnectTimeout},
-      {RtmpError::kTimeout, kLumoLiveErrorConnectTimeout},
-      {RtmpError::kTlsUntrusted, kLumoLiveErrorServerUntrusted},
-      {RtmpError::kTlsFailed, kLumoLiveErrorPublishRejected},
-      {RtmpError::kClosedByPeer, kLumoLiveErrorPublishRejected},
-      {RtmpError::kProtocolViolation, kLumoLiveErrorPublishRejected},
-      {RtmpError::kConnectRejected, kLumoLiveErrorPublishRejected},
-      {RtmpError::kAuthenticationNeeded, kLumoLiveErrorPublishDenied},
-      {RtmpError::kPublishDenied, kLumoLiveErrorPublishDenied},
-      {RtmpError::kPublishRejected, kLumoLiveErrorPublishRejected},
-      {RtmpError::kNameInUse, kLumoLiveErrorStreamNameInUse},
+      {ConnectionError::kHostNotFound, kLumoLiveErrorHostNotFound},
+      {ConnectionError::kRefused, kLumoLiveErrorConnectRefused},
+      {ConnectionError::kUnreachable, kLumoLiveErrorConnectTimeout},
+      {ConnectionError::kTimeout, kLumoLiveErrorConnectTimeout},
+      {ConnectionError::kTlsUntrusted, kLumoLiveErrorServerUntrusted},
+      {ConnectionError::kTlsFailed, kLumoLiveErrorPublishRejected},
+      {ConnectionError::kClosedByPeer, kLumoLiveErrorPublishRejected},
+      {ConnectionError::kProtocolViolation, kLumoLiveErrorPublishRejected},
+      {ConnectionError::kConnectRejected, kLumoLiveErrorPublishRejected},
+      {ConnectionError::kAuthenticationNeeded, kLumoLiveErrorPublishDenied},
+      {ConnectionError::kPublishDenied, kLumoLiveErrorPublishDenied},
+      {ConnectionError::kPublishRejected, kLumoLiveErrorPublishRejected},
+      {ConnectionError::kNameInUse, kLumoLiveErrorStreamNameInUse},
   };
   for (const Case& each : cases) {
     EXPECT_EQ(publishErrorCode(each.error), each.code) << nameOf(each.error);

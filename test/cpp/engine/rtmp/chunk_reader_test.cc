@@ -37,10 +37,10 @@ class Reading {
 
   ChunkReader reader;
   std::vector<Seen> messages;
-  std::optional<RtmpFailure> failure;
+  std::optional<ConnectionFailure> failure;
 };
 
-std::optional<RtmpError> errorOf(const Bytes& bytes) {
+std::optional<ConnectionError> errorOf(const Bytes& bytes) {
   const Reading reading(bytes);
   if (!reading.failure) return std::nullopt;
   EXPECT_NE(reading.failure->text, "");
@@ -187,17 +187,18 @@ TEST(ChunkReader, RefusesWhatCannotBe) {
   struct Case {
     const char* name;
     Bytes bytes;
-    RtmpError error;
+    ConnectionError error;
   };
   const Case cases[] = {
-      {"chunk size 0", chunkSize(0), RtmpError::kProtocolViolation},
-      {"chunk size -1", chunkSize(0xffffffff), RtmpError::kProtocolViolation},
-      {"chunk size -2^31", chunkSize(0x80000000), RtmpError::kProtocolViolation},
-      {"a chunk size without a value", full(0, 2, 1, 0, {0, 1}), RtmpError::kProtocolViolation},
-      {"an abort without a value", full(0, 0, 2, 0, {}), RtmpError::kProtocolViolation},
-      {"format 2 first", {0x84, 0, 0, 1, 9}, RtmpError::kProtocolViolation},
-      {"format 3 first", {0xc4, 9}, RtmpError::kProtocolViolation},
-      {"a message of 16 MB", full(0, 0xffffff, 9, 1, {}), RtmpError::kLimitExceeded},
+      {"chunk size 0", chunkSize(0), ConnectionError::kProtocolViolation},
+      {"chunk size -1", chunkSize(0xffffffff), ConnectionError::kProtocolViolation},
+      {"chunk size -2^31", chunkSize(0x80000000), ConnectionError::kProtocolViolation},
+      {"a chunk size without a value", full(0, 2, 1, 0, {0, 1}),
+       ConnectionError::kProtocolViolation},
+      {"an abort without a value", full(0, 0, 2, 0, {}), ConnectionError::kProtocolViolation},
+      {"format 2 first", {0x84, 0, 0, 1, 9}, ConnectionError::kProtocolViolation},
+      {"format 3 first", {0xc4, 9}, ConnectionError::kProtocolViolation},
+      {"a message of 16 MB", full(0, 0xffffff, 9, 1, {}), ConnectionError::kLimitExceeded},
   };
   for (const Case& each : cases) EXPECT_EQ(errorOf(each.bytes), each.error) << each.name;
 }
@@ -212,7 +213,7 @@ TEST(ChunkReader, ManyChunkStreamsWithPendingMessages) {
   }
   const Reading reading(bytes);
   ASSERT_TRUE(reading.failure);
-  EXPECT_EQ(reading.failure->error, RtmpError::kLimitExceeded);
+  EXPECT_EQ(reading.failure->error, ConnectionError::kLimitExceeded);
   EXPECT_EQ(reading.reader.pendingBytes(), ChunkReader::kMaxChunkStreams * 128);
 }
 
@@ -220,14 +221,14 @@ TEST(ChunkReader, UnfinishedMessagesAreLimitedTogether) {
   ChunkReader reader;
   const auto ignore = [](const RtmpMessage&) { return true; };
   ASSERT_FALSE(reader.read(chunkSize(ChunkReader::kMaxMessageBytes - 1), ignore));
-  std::optional<RtmpFailure> failure;
+  std::optional<ConnectionFailure> failure;
   const Bytes payload(ChunkReader::kMaxMessageBytes - 1, 1);
   for (uint8_t chunks = 4; chunks < 8 && !failure; ++chunks) {
     // All but the last byte, in one chunk.
     failure = reader.read(full(0, ChunkReader::kMaxMessageBytes, 9, 1, payload, chunks), ignore);
   }
   ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->error, RtmpError::kLimitExceeded);
+  EXPECT_EQ(failure->error, ConnectionError::kLimitExceeded);
   EXPECT_EQ(failure->text.find("more than 16777216 bytes"), 0u) << failure->text;
 }
 

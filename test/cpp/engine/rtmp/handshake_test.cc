@@ -47,7 +47,7 @@ TEST(Handshake, Versions) {
     const auto failure = Handshake().receive(rest, out);
     EXPECT_EQ(failure.has_value(), version < 3 || version > 31) << version;
     if (failure) {
-      EXPECT_EQ(failure->error, RtmpError::kProtocolViolation);
+      EXPECT_EQ(failure->error, ConnectionError::kProtocolViolation);
     }
   }
 }

@@ -12,8 +12,8 @@
 #include <optional>
 #include <set>
 
-#include "base/trust.h"
 #include "gst/runtime.h"
+#include "net/certificate_authorities.h"
 #include "rtmp/rtmp_url.h"
 #include "support/event_log.h"
 #include "support/loopback_peer.h"
@@ -74,7 +74,7 @@ class RtmpClientTest : public testing::Test {
                                  events.add("media");
                                },
                            .onEnded =
-                               [this](const RtmpFailure& failure) {
+                               [this](const ConnectionFailure& failure) {
                                  ended = failure;
                                  events.add("ended");
                                },
@@ -83,13 +83,14 @@ class RtmpClientTest : public testing::Test {
   }
 
   // How a connection to a server that does `talk` ends.
-  RtmpFailure failureWith(const LoopbackPeer::Talk& talk, std::chrono::milliseconds timeout = 10s,
-                          RtmpRole role = RtmpRole::kPublish) {
+  ConnectionFailure failureWith(const LoopbackPeer::Talk& talk,
+                                std::chrono::milliseconds timeout = 10s,
+                                RtmpRole role = RtmpRole::kPublish) {
     const LoopbackPeer peer(talk);
     connect(role, peer.port(), timeout);
     EXPECT_TRUE(events.waitFor("ended"));
     destroy();
-    return ended.value_or(RtmpFailure{});
+    return ended.value_or(ConnectionFailure{});
   }
 
   // How long it takes.
@@ -107,7 +108,7 @@ class RtmpClientTest : public testing::Test {
 
   std::function<void(const RtmpMessage&)> onMedia;
   EventLog events;
-  std::optional<RtmpFailure> ended;
+  std::optional<ConnectionFailure> ended;
   std::unique_ptr<RtmpClient> client;  // ends first: its thread uses the rest
 };
 
@@ -179,7 +180,7 @@ TEST_F(RtmpClientTest, PlaysABurstAndThenTheEnd) {
   connect(RtmpRole::kPlay, peer.port());
   ASSERT_TRUE(events.waitFor("ended"));
   EXPECT_EQ(events.count("media"), kFrames);
-  EXPECT_EQ(ended->error, RtmpError::kStreamEnded);
+  EXPECT_EQ(ended->error, ConnectionError::kStreamEnded);
 }
 
 // The server's writing stops when the handler does, and goes on with it.
@@ -209,9 +210,9 @@ TEST_F(RtmpClientTest, ABlockedHandlerStopsTheServer) {
 TEST_F(RtmpClientTest, FailuresOfTheWay) {
   connect(RtmpRole::kPublish, test::freePort());
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(ended->error, RtmpError::kRefused);
+  EXPECT_EQ(ended->error, ConnectionError::kRefused);
   std::string reason;
-  RtmpFailure failure;
+  ConnectionFailure failure;
   {
     std::promise<void> done;
     const RtmpClient unknown(RtmpRole::kPlay,
@@ -220,64 +221,64 @@ TEST_F(RtmpClientTest, FailuresOfTheWay) {
                               .onStarted = {},
                               .onMedia = {},
                               .onEnded =
-                                  [&](const RtmpFailure& why) {
+                                  [&](const ConnectionFailure& why) {
                                     failure = why;
                                     done.set_value();
                                   },
                               .onFinished = {}});
     done.get_future().wait();
   }
-  EXPECT_EQ(failure.error, RtmpError::kHostNotFound);
+  EXPECT_EQ(failure.error, ConnectionError::kHostNotFound);
 }
 
 TEST_F(RtmpClientTest, HostilePeers) {
   struct Case {
     const char* name;
     LoopbackPeer::Talk talk;
-    RtmpError error;
+    ConnectionError error;
   };
   const Case cases[] = {
-      {"silent", [](PeerStream& s) { s.receiveAll(); }, RtmpError::kTimeout},
+      {"silent", [](PeerStream& s) { s.receiveAll(); }, ConnectionError::kTimeout},
       {"half a handshake",
        [](PeerStream& s) {
          const Bytes all = RtmpScript::handshake();
          s.send(std::span(all).first(1000));
          s.receiveAll();
        },
-       RtmpError::kTimeout},
+       ConnectionError::kTimeout},
       {"silent behind the handshake",
        [](PeerStream& s) {
          s.send(RtmpScript::handshake());
          s.receiveAll();
        },
-       RtmpError::kTimeout},
+       ConnectionError::kTimeout},
       {"connected, then silent",
        [](PeerStream& s) {
          s.send(joined({RtmpScript::handshake(), RtmpScript().connectAccepted()}));
          s.receiveAll();
        },
-       RtmpError::kTimeout},
-      {"closed at once", [](PeerStream&) {}, RtmpError::kClosedByPeer},
+       ConnectionError::kTimeout},
+      {"closed at once", [](PeerStream&) {}, ConnectionError::kClosedByPeer},
       {"reset",
        [](PeerStream& s) {
          s.receive(100);
          s.resetOnClose();
        },
-       RtmpError::kClosedByPeer},
+       ConnectionError::kClosedByPeer},
       {"garbage", [](PeerStream& s) { s.send(Bytes(1'000'000, 'G')); },
-       RtmpError::kProtocolViolation},
+       ConnectionError::kProtocolViolation},
       {"garbage behind the handshake",
        [](PeerStream& s) {
          s.send(joined({RtmpScript::handshake(), Bytes(1'000'000, 0x9c)}));
        },
-       RtmpError::kProtocolViolation},
+       ConnectionError::kProtocolViolation},
       {"refused, and kept open",
        [](PeerStream& s) {
          s.send(joined({RtmpScript::handshake(),
                         RtmpScript().refused(1, "NetConnection.Connect.Rejected", "no")}));
          s.receiveAll();
        },
-       RtmpError::kConnectRejected},
+       ConnectionError::kConnectRejected},
       {"accepted, then reset",
        [](PeerStream& s) {
          accept(s, kPublishStart);
@@ -286,12 +287,12 @@ TEST_F(RtmpClientTest, HostilePeers) {
          while (!transcript.find("publish")) transcript.read(s.receiveSome());
          s.resetOnClose();
        },
-       RtmpError::kClosedByPeer},
+       ConnectionError::kClosedByPeer},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.name);
     events.clear();
-    const RtmpFailure failure = failureWith(each.talk, 300ms);
+    const ConnectionFailure failure = failureWith(each.talk, 300ms);
     EXPECT_EQ(nameOf(failure.error), nameOf(each.error));
     EXPECT_NE(failure.text, "");
   }
@@ -461,7 +462,7 @@ TEST_F(RtmpClientTest, UntrustedCertificates) {
     connect(RtmpRole::kPublish, peer.port(), 10s, "rtmps");
     ASSERT_TRUE(events.waitFor("ended"));
     destroy();
-    EXPECT_EQ(nameOf(ended->error), nameOf(RtmpError::kTlsUntrusted));
+    EXPECT_EQ(nameOf(ended->error), nameOf(ConnectionError::kTlsUntrusted));
     EXPECT_NE(ended->text.find(each.text), std::string::npos) << ended->text;
   }
 }
@@ -526,13 +527,13 @@ TEST_F(RtmpClientTest, TlsThatIsNone) {
   });
   connect(RtmpRole::kPlay, garbage.port(), 10s, "rtmps");
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(nameOf(ended->error), nameOf(RtmpError::kTlsFailed));
+  EXPECT_EQ(nameOf(ended->error), nameOf(ConnectionError::kTlsFailed));
   destroy();
   events.clear();
   const LoopbackPeer silent([](PeerStream& s) { s.receiveAll(); });
   connect(RtmpRole::kPlay, silent.port(), 300ms, "rtmps");
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(nameOf(ended->error), nameOf(RtmpError::kTimeout)) << ended->text;
+  EXPECT_EQ(nameOf(ended->error), nameOf(ConnectionError::kTimeout)) << ended->text;
   connect(RtmpRole::kPlay, silent.port(), 10s, "rtmps");
   EXPECT_LT(destroy(), 1s) << "in the middle of TLS's handshake";
 }

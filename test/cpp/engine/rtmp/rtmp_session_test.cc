@@ -41,7 +41,7 @@ class RtmpSessionTest : public testing::Test {
                   media.push_back({m.type, m.timestamp, Bytes(m.body.begin(), m.body.end())});
                 },
             .onEnded =
-                [this](const RtmpFailure& failure) {
+                [this](const ConnectionFailure& failure) {
                   EXPECT_FALSE(ended) << "once only";
                   ended = failure;
                 }});
@@ -71,12 +71,13 @@ class RtmpSessionTest : public testing::Test {
     session->consumeOutput(output.size());
   }
 
-  std::optional<RtmpError> error() const {
+  std::optional<ConnectionError> error() const {
     return ended ? std::optional(ended->error) : std::nullopt;
   }
 
   // What becomes of a session that is served `bytes` behind what `before` says.
-  std::optional<RtmpError> errorAfter(RtmpRole role, const Bytes& before, const Bytes& bytes) {
+  std::optional<ConnectionError> errorAfter(RtmpRole role, const Bytes& before,
+                                            const Bytes& bytes) {
     ended.reset();
     client = {};
     begin(role);
@@ -95,7 +96,7 @@ class RtmpSessionTest : public testing::Test {
   int timesConnected = 0;
   int started = 0;
   std::vector<Media> media;
-  std::optional<RtmpFailure> ended;
+  std::optional<ConnectionFailure> ended;
 };
 
 TEST_F(RtmpSessionTest, Publishes) {
@@ -192,7 +193,7 @@ TEST_F(RtmpSessionTest, AggregatesAreTakenApart) {
   EXPECT_EQ(media,
             (std::vector<Media>{{RtmpType::kAudio, 500, {0xa}}, {RtmpType::kVideo, 520, {0xb}}}));
   serve(script.message(RtmpType::kAggregate, Bytes(20, 0xff), 500));
-  EXPECT_EQ(error(), RtmpError::kProtocolViolation);
+  EXPECT_EQ(error(), ConnectionError::kProtocolViolation);
 }
 
 TEST_F(RtmpSessionTest, CommandsMayComeAsAmf3) {
@@ -230,16 +231,16 @@ TEST_F(RtmpSessionTest, RefusalsOfConnect) {
   struct Case {
     const char* code;
     const char* description;
-    RtmpError error;
+    ConnectionError error;
   };
   const Case cases[] = {
-      {"NetConnection.Connect.Rejected", "no", RtmpError::kConnectRejected},
-      {"NetConnection.Connect.InvalidApp", "", RtmpError::kConnectRejected},
-      {"", "", RtmpError::kConnectRejected},
+      {"NetConnection.Connect.Rejected", "no", ConnectionError::kConnectRejected},
+      {"NetConnection.Connect.InvalidApp", "", ConnectionError::kConnectRejected},
+      {"", "", ConnectionError::kConnectRejected},
       {"NetConnection.Connect.Rejected", "[ code=403 need auth; authmod=adobe ]",
-       RtmpError::kAuthenticationNeeded},
+       ConnectionError::kAuthenticationNeeded},
       {"NetConnection.Connect.Rejected", "[ authmod=llnw ] : ?reason=needauth&user=u",
-       RtmpError::kAuthenticationNeeded},
+       ConnectionError::kAuthenticationNeeded},
   };
   for (const Case& each : cases) {
     EXPECT_EQ(errorAfter(RtmpRole::kPublish, RtmpScript::handshake(),
@@ -248,11 +249,11 @@ TEST_F(RtmpSessionTest, RefusalsOfConnect) {
         << each.description;
     EXPECT_EQ(errorAfter(RtmpRole::kPlay, RtmpScript::handshake(),
                          script.status("NetConnection.Connect.Rejected", "error")),
-              RtmpError::kConnectRejected);
+              ConnectionError::kConnectRejected);
   }
   EXPECT_EQ(errorAfter(RtmpRole::kPlay, RtmpScript::handshake(),
                        script.values([](AmfWriter& amf) { amf.string("_error").number(1); })),
-            RtmpError::kConnectRejected);
+            ConnectionError::kConnectRejected);
 }
 
 TEST_F(RtmpSessionTest, RedirectsAreNotFollowed) {
@@ -263,7 +264,7 @@ TEST_F(RtmpSessionTest, RedirectsAreNotFollowed) {
     amf.name("redirect").string("rtmp://other/app").endObject().endObject();
   });
   EXPECT_EQ(errorAfter(RtmpRole::kPublish, RtmpScript::handshake(), redirect),
-            RtmpError::kConnectRejected);
+            ConnectionError::kConnectRejected);
   EXPECT_NE(ended->text.find("rtmp://other/app"), std::string::npos) << ended->text;
 }
 
@@ -272,25 +273,25 @@ TEST_F(RtmpSessionTest, RefusalsOfTheStream) {
     RtmpRole role;
     const char* code;
     const char* level;
-    std::optional<RtmpError> error;
+    std::optional<ConnectionError> error;
   };
   const auto publish = RtmpRole::kPublish;
   const auto play = RtmpRole::kPlay;
   const Case cases[] = {
-      {publish, "NetStream.Publish.BadName", "error", RtmpError::kNameInUse},
-      {publish, "NetStream.Publish.Denied", "error", RtmpError::kPublishDenied},
-      {publish, "NetStream.Publish.Unauthorized", "error", RtmpError::kPublishDenied},
-      {publish, "NetStream.Publish.Rejected", "error", RtmpError::kPublishRejected},
-      {publish, "Whatever.Else", "error", RtmpError::kPublishRejected},
+      {publish, "NetStream.Publish.BadName", "error", ConnectionError::kNameInUse},
+      {publish, "NetStream.Publish.Denied", "error", ConnectionError::kPublishDenied},
+      {publish, "NetStream.Publish.Unauthorized", "error", ConnectionError::kPublishDenied},
+      {publish, "NetStream.Publish.Rejected", "error", ConnectionError::kPublishRejected},
+      {publish, "Whatever.Else", "error", ConnectionError::kPublishRejected},
       {publish, "NetStream.Publish.Idle", "status", std::nullopt},
       {publish, "NetStream.Play.Stop", "status", std::nullopt},
-      {publish, "NetConnection.Connect.Closed", "status", RtmpError::kClosedByPeer},
-      {play, "NetStream.Play.StreamNotFound", "error", RtmpError::kStreamNotFound},
-      {play, "NetStream.Play.Failed", "error", RtmpError::kPlayDenied},
-      {play, "NetStream.Play.UnpublishNotify", "status", RtmpError::kStreamEnded},
-      {play, "NetStream.Play.Stop", "status", RtmpError::kStreamEnded},
-      {play, "NetStream.Play.Complete", "status", RtmpError::kStreamEnded},
-      {play, "Whatever.Else", "error", RtmpError::kPlayDenied},
+      {publish, "NetConnection.Connect.Closed", "status", ConnectionError::kClosedByPeer},
+      {play, "NetStream.Play.StreamNotFound", "error", ConnectionError::kStreamNotFound},
+      {play, "NetStream.Play.Failed", "error", ConnectionError::kPlayDenied},
+      {play, "NetStream.Play.UnpublishNotify", "status", ConnectionError::kStreamEnded},
+      {play, "NetStream.Play.Stop", "status", ConnectionError::kStreamEnded},
+      {play, "NetStream.Play.Complete", "status", ConnectionError::kStreamEnded},
+      {play, "Whatever.Else", "error", ConnectionError::kPlayDenied},
       {play, "NetStream.Play.Reset", "status", std::nullopt},
       {play, "NetStream.Publish.BadName", "status", std::nullopt},
   };
@@ -307,16 +308,16 @@ TEST_F(RtmpSessionTest, RefusalsInPlaceOfAnAnswer) {
   const Bytes connected = joined({RtmpScript::handshake(), script.connectAccepted()});
   const Bytes created = joined({connected, script.streamCreated()});
   EXPECT_EQ(errorAfter(RtmpRole::kPublish, connected, script.refused(4, "")),
-            RtmpError::kConnectRejected);
+            ConnectionError::kConnectRejected);
   EXPECT_EQ(errorAfter(RtmpRole::kPublish, created, script.refused(5, "NetStream.Failed")),
-            RtmpError::kPublishDenied);
+            ConnectionError::kPublishDenied);
   EXPECT_EQ(errorAfter(RtmpRole::kPublish, created, script.refused(5, "NetStream.Publish.BadName")),
-            RtmpError::kNameInUse);
+            ConnectionError::kNameInUse);
   EXPECT_EQ(errorAfter(RtmpRole::kPlay, created, script.refused(5, "NetStream.Failed")),
-            RtmpError::kPlayDenied);
+            ConnectionError::kPlayDenied);
   EXPECT_EQ(errorAfter(RtmpRole::kPlay, created,
                        script.values([](AmfWriter& amf) { amf.string("close").number(0); })),
-            RtmpError::kClosedByPeer);
+            ConnectionError::kClosedByPeer);
 }
 
 TEST_F(RtmpSessionTest, ARecordingMayEndAsData) {
@@ -327,7 +328,7 @@ TEST_F(RtmpSessionTest, ARecordingMayEndAsData) {
         amf.name("code").string("NetStream.Play.Complete").endObject();
       },
       RtmpType::kData));
-  EXPECT_EQ(error(), RtmpError::kStreamEnded);
+  EXPECT_EQ(error(), ConnectionError::kStreamEnded);
 }
 
 TEST_F(RtmpSessionTest, ClosingMeansWhatWasOwed) {
@@ -337,25 +338,25 @@ TEST_F(RtmpSessionTest, ClosingMeansWhatWasOwed) {
   struct Case {
     RtmpRole role;
     Bytes before;
-    RtmpError error;
+    ConnectionError error;
   };
   const Case cases[] = {
-      {RtmpRole::kPublish, {}, RtmpError::kClosedByPeer},
-      {RtmpRole::kPublish, handshake, RtmpError::kConnectRejected},
-      {RtmpRole::kPublish, connected, RtmpError::kConnectRejected},
-      {RtmpRole::kPublish, created, RtmpError::kPublishDenied},
-      {RtmpRole::kPlay, created, RtmpError::kPlayDenied},
+      {RtmpRole::kPublish, {}, ConnectionError::kClosedByPeer},
+      {RtmpRole::kPublish, handshake, ConnectionError::kConnectRejected},
+      {RtmpRole::kPublish, connected, ConnectionError::kConnectRejected},
+      {RtmpRole::kPublish, created, ConnectionError::kPublishDenied},
+      {RtmpRole::kPlay, created, ConnectionError::kPlayDenied},
       {RtmpRole::kPublish, joined({created, script.status("NetStream.Publish.Start")}),
-       RtmpError::kClosedByPeer},
+       ConnectionError::kClosedByPeer},
   };
   for (const Case& each : cases) {
     errorAfter(each.role, each.before, {});
-    session->onPeerClosed({RtmpError::kClosedByPeer, "closed"});
+    session->onPeerClosed({ConnectionError::kClosedByPeer, "closed"});
     EXPECT_EQ(error(), each.error);
   }
   errorAfter(RtmpRole::kPublish, created, {});
-  session->onPeerClosed({RtmpError::kTimeout, "no answer"});
-  EXPECT_EQ(error(), RtmpError::kTimeout) << "another failure stays what it is";
+  session->onPeerClosed({ConnectionError::kTimeout, "no answer"});
+  EXPECT_EQ(error(), ConnectionError::kTimeout) << "another failure stays what it is";
 }
 
 TEST_F(RtmpSessionTest, BrokenConversations) {
@@ -370,26 +371,28 @@ TEST_F(RtmpSessionTest, BrokenConversations) {
     const char* name;
     Bytes before;
     Bytes bytes;
-    std::optional<RtmpError> error;
+    std::optional<ConnectionError> error;
   };
   const Case cases[] = {
-      {"no RTMP", {}, {'H', 'T', 'T', 'P'}, RtmpError::kProtocolViolation},
+      {"no RTMP", {}, {'H', 'T', 'T', 'P'}, ConnectionError::kProtocolViolation},
       {"zeros in place of chunks", handshake, Bytes(1000, 0), std::nullopt},
-      {"no command name", handshake, command({0, 0, 0}), RtmpError::kProtocolViolation},
-      {"an empty command", handshake, command({}), RtmpError::kProtocolViolation},
-      {"a name that is no text", handshake, command({5}), RtmpError::kProtocolViolation},
+      {"no command name", handshake, command({0, 0, 0}), ConnectionError::kProtocolViolation},
+      {"an empty command", handshake, command({}), ConnectionError::kProtocolViolation},
+      {"a name that is no text", handshake, command({5}), ConnectionError::kProtocolViolation},
       {"a deep command", handshake, command(joined({{2, 0, 1, 'x'}, deep})),
-       RtmpError::kLimitExceeded},
+       ConnectionError::kLimitExceeded},
       {"endless values", handshake, command(joined({{2, 0, 1, 'x'}, Bytes(5000, 5)})),
-       RtmpError::kLimitExceeded},
+       ConnectionError::kLimitExceeded},
       {"a stream NaN", connected, script.streamCreated(std::nan("")),
-       RtmpError::kProtocolViolation},
-      {"a stream below zero", connected, script.streamCreated(-1), RtmpError::kProtocolViolation},
-      {"a stream of 1e300", connected, script.streamCreated(1e300), RtmpError::kProtocolViolation},
-      {"half a stream", connected, script.streamCreated(0.5), RtmpError::kProtocolViolation},
+       ConnectionError::kProtocolViolation},
+      {"a stream below zero", connected, script.streamCreated(-1),
+       ConnectionError::kProtocolViolation},
+      {"a stream of 1e300", connected, script.streamCreated(1e300),
+       ConnectionError::kProtocolViolation},
+      {"half a stream", connected, script.streamCreated(0.5), ConnectionError::kProtocolViolation},
       {"a stream that is a text", connected,
        script.values([](AmfWriter& amf) { amf.string("_result").number(4).null().string("1"); }),
-       RtmpError::kProtocolViolation},
+       ConnectionError::kProtocolViolation},
       {"connect without a stream", handshake, script.connectAccepted(), std::nullopt},
       {"an acknowledgement of everything", connected,
        script.number(RtmpType::kAcknowledgement, UINT32_MAX), std::nullopt},
@@ -457,9 +460,9 @@ TEST_F(RtmpSessionTest, NothingIsReceivedOnceItHasEnded) {
   beginStarted(RtmpRole::kPlay);
   serve(joined(
       {script.status("NetStream.Play.Stop"), script.message(RtmpType::kVideo, Bytes(4, 4))}));
-  EXPECT_EQ(error(), RtmpError::kStreamEnded);
+  EXPECT_EQ(error(), ConnectionError::kStreamEnded);
   serve(script.message(RtmpType::kVideo, Bytes(4, 4)));
-  session->onPeerClosed({RtmpError::kClosedByPeer, ""});
+  session->onPeerClosed({ConnectionError::kClosedByPeer, ""});
   EXPECT_TRUE(media.empty());
 }
 

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <thread>
 
-#include "capture/frame_consumer.h"
+#include "media/frame_consumer.h"
 
 namespace NimboEngine::test {
 

@@ -10,7 +10,7 @@
 #include <array>
 
 #include "gst/gst_ptr.h"
-#include "render/view_layout.h"
+#include "media/view_layout.h"
 
 namespace NimboEngine::test {
 

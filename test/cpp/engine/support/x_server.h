@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "render/view_layout.h"
+#include "media/view_layout.h"
 #include "support/child_process.h"
 
 namespace NimboEngine::test {

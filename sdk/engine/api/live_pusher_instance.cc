@@ -1,0 +1,73 @@
+// The process's one pusher.
+
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "api/live_pusher.h"
+#include "base/capacity.h"
+#include "base/log.h"
+#include "base/never_destroyed.h"
+
+namespace NimboEngine {
+namespace {
+
+// Never destroyed: a pusher that outlived stopAtExit() must not go in the middle of the process's
+// other destructors.
+struct Instance {
+  std::mutex mutex;
+  std::unique_ptr<LivePusher> pusher;
+};
+
+Instance& theInstance() {
+  static NeverDestroyed<Instance> instance;
+  return *instance;
+}
+
+// A process that ends while it streams stops streaming first: GStreamer loads plug-ins as it needs
+// them, and one that is loaded after the libraries' own destructors have run aborts the process.
+void stopAtExit() {
+  [[maybe_unused]] static const int registered = std::atexit(LumoRtc::LumoLivePusher::destroy);
+}
+
+}  // namespace
+}  // namespace NimboEngine
+
+namespace LumoRtc {
+
+using NimboEngine::theInstance;
+
+LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
+  const auto refuse = [](const std::string& reason) -> LumoLivePusher* {
+    NIMBO_LOG_ERROR("no pusher: {}", reason);
+    return nullptr;
+  };
+  std::string problem;
+  const auto settings = NimboEngine::parseSettings(extraConfig, problem);
+  if (!settings) return refuse("the settings cannot be used: " + problem);
+  std::lock_guard lock(theInstance().mutex);
+  if (theInstance().pusher) return refuse("there is one already");
+  const std::string missing = NimboEngine::missingCapacity();
+  if (!missing.empty()) return refuse(missing);
+  if (!NimboEngine::applySettings(*settings, problem)) {
+    return refuse("the settings cannot be used: " + problem);
+  }
+  NimboEngine::stopAtExit();
+  try {
+    theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
+  } catch (const std::system_error& error) {
+    return refuse(error.what());
+  }
+  return theInstance().pusher.get();
+}
+
+void LumoLivePusher::destroy() {
+  // Under the lock: a new pusher must not open the devices before the old one has released them.
+  std::lock_guard lock(theInstance().mutex);
+  theInstance().pusher.reset();
+}
+
+}  // namespace LumoRtc

@@ -1,0 +1,29 @@
+// Mixing the local stream with those that players play.
+
+#include <optional>
+#include <string>
+
+#include "api/live_pusher.h"
+#include "base/log.h"
+#include "mix/remote_players.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig* config) {
+  if (!config || !initialized_) {
+    return submit([](PusherSession& session) { session.setMix(std::nullopt); });
+  }
+  MixLayout layout;
+  std::string problem;
+  const LumoLiveResult result = makeMixLayout(*config, findMixUser, layout, problem);
+  if (result != kLumoLiveOk) {
+    NIMBO_LOG_ERROR("the mix is refused: {}", problem);
+    post([problem](PusherSession& session) { session.refuseMix(problem); });
+    return result;
+  }
+  return submit([layout](PusherSession& session) { session.setMix(layout); });
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,111 @@
+// Sharing a screen or window instead of the camera.
+
+#include <algorithm>
+#include <string>
+
+#include "api/live_pusher.h"
+#include "api/push_parameters.h"
+#include "api/screen_source_list.h"
+#include "base/log.h"
+#include "capture/screen/screen_sources.h"
+
+namespace NimboEngine {
+namespace {
+
+using namespace LumoRtc;
+
+constexpr uint32_t kDefaultFps = 15;
+
+// The fields mean what they mean for a push, and have the same limits; a frame rate of 0 is the
+// default.
+LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
+                                 EncoderSettings& encoder, std::string& problem) {
+  LumoLivePushConfig push;
+  push.mResolution = config.mResolution;
+  push.width = static_cast<uint32_t>(config.width);
+  push.height = static_cast<uint32_t>(config.height);
+  push.frameRate = config.frameRate == 0 ? kDefaultFps : config.frameRate;
+  push.mTargetVideoBitrate = config.bitrate;
+  push.mVideoEncodeGop = config.mVideoEncodeGop;
+  PushParameters parameters;
+  const LumoLiveResult result = makePushParameters(push, parameters, problem);
+  encoder = parameters.encoder;
+  return result;
+}
+
+bool canBeShared(uint32_t id) {
+  const auto sources = listScreenSources();
+  return std::any_of(sources.begin(), sources.end(),
+                     [id](const ScreenSource& source) { return source.id == id; });
+}
+
+}  // namespace
+
+LumoLiveScreenSourceList* LivePusher::getScreenShareSourceInfo() {
+  return ScreenSourceList::make(listScreenSources());
+}
+
+int LivePusher::startScreenShareByDesktopId(uint32_t sourceId) {
+  if (initialized_ && parameters_.encoder.audioOnly) {
+    NIMBO_LOG_ERROR("no screen can be shared: only sound is captured");
+    return kLumoLiveInvalidState;
+  }
+  if (initialized_ && !canBeShared(sourceId)) {
+    NIMBO_LOG_ERROR("there is no screen or window {:#x}", sourceId);
+    return kLumoLiveNotFound;
+  }
+  const LumoLiveResult result =
+      submit([sourceId](PusherSession& session) { session.shareScreen(sourceId); });
+  if (result == kLumoLiveOk) sharedScreen_ = sourceId;
+  return result;
+}
+
+int LivePusher::switchScreenToCamera() {
+  return submitWhileSharing([](PusherSession& session) { session.stopScreen(); }, 0);
+}
+
+int LivePusher::pauseScreenShare() {
+  return submitWhileSharing([](PusherSession& session) { session.setScreenPaused(true); },
+                            sharedScreen_);
+}
+
+int LivePusher::resumeScreenShare() {
+  return submitWhileSharing([](PusherSession& session) { session.setScreenPaused(false); },
+                            sharedScreen_);
+}
+
+LumoLiveResult LivePusher::submitWhileSharing(SessionTask task, uint32_t sharedAfterwards) {
+  if (initialized_ && sharedScreen_ == 0) {
+    NIMBO_LOG_ERROR("no screen is shared");
+    return kLumoLiveInvalidState;
+  }
+  sharedScreen_ = sharedAfterwards;
+  return submit(std::move(task));
+}
+
+uint32_t LivePusher::getCurrentScreenShareSourceId() {
+  return sharedScreen_;
+}
+
+int LivePusher::setScreenShareEncoderConfiguration(const LumoLiveScreenShareEncoderConfig* config) {
+  if (!config) {
+    NIMBO_LOG_ERROR("there is no configuration");
+    return kLumoLiveInvalidArgument;
+  }
+  EncoderSettings encoder;
+  std::string problem;
+  const LumoLiveResult result = makeScreenEncoder(*config, encoder, problem);
+  if (result != kLumoLiveOk) {
+    NIMBO_LOG_ERROR("the screen's configuration is refused: {}", problem);
+    return result;
+  }
+  screenConfig_ = *config;
+  post([encoder](PusherSession& session) { session.setScreenEncoder(encoder); });
+  return kLumoLiveOk;
+}
+
+LumoLiveScreenShareEncoderConfig LivePusher::getScreenShareEncoderConfiguration() {
+  return screenConfig_;
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,346 @@
+#include "api/pusher_session.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "base/capacity.h"
+#include "base/log.h"
+#include "gst/runtime.h"
+
+namespace NimboEngine {
+
+using namespace LumoRtc;
+
+namespace {
+
+PusherListeners::NetworkEvent networkEvent(NetworkEvent news) {
+  using Network = LumoLivePushNetworkListener;
+  switch (news) {
+    case NetworkEvent::kNetworkPoor:
+      return &Network::onNetworkPoor;
+    case NetworkEvent::kNetworkRecovery:
+      return &Network::onNetworkRecovery;
+    case NetworkEvent::kSendDataTimeout:
+      return &Network::onSendDataTimeout;
+    case NetworkEvent::kPacketsLost:
+      return &Network::onPacketsLost;
+    case NetworkEvent::kSendMessage:
+      return &Network::onSendMessage;
+    case NetworkEvent::kAuthenticationOverdue:
+      break;
+  }
+  return &Network::onPushURLAuthenticationOverdue;
+}
+
+LumoLiveErrorCode errorOf(ScreenError trouble) {
+  switch (trouble) {
+    case ScreenError::kHidden:
+      return kLumoLiveErrorScreenHidden;
+    case ScreenError::kRefused:
+      return kLumoLiveErrorScreenRefused;
+    case ScreenError::kLost:
+      break;
+  }
+  return kLumoLiveErrorScreenLost;
+}
+
+}  // namespace
+
+PusherSession::PusherSession(EngineThread& engine, Settings settings, DeviceSelection& devices,
+                             PusherListeners& listeners, std::function<void(uint32_t)> onPushOver)
+    : engine_(engine),
+      settings_(std::move(settings)),
+      devices_(devices),
+      listeners_(listeners),
+      onPushOver_(std::move(onPushOver)),
+      volume_(engine_, listeners_) {
+  watchDevices();
+}
+
+PusherSession::~PusherSession() {
+  if (mixer_) capture_->removeConsumer(mixer_.get());
+}
+
+void PusherSession::configure(const PushParameters& parameters) {
+  // The last push may still be saying goodbye with the old parameters: it is cut short.
+  if (publisher_) {
+    takePublisher().reset();  // at once: it must not report its end a second time
+    stopCaptureIfUnused();
+    listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+  }
+  parameters_ = parameters;
+}
+
+void PusherSession::changeEncoder(const EncoderSettings& settings) {
+  parameters_.encoder = settings;
+  applyEncoder();
+}
+
+// The camera keeps the size with which the capture was started; the encoder scales.
+void PusherSession::applyEncoder() {
+  const EncoderSettings encoder = wantedEncoder();
+  if (capture_) capture_->setFormat(encoder.video);
+  if (mixer_) mixer_->setFormat(encoder.video);
+  if (publisher_) publisher_->change(encoder);
+}
+
+// ------------------------------------------------------------------------------------- capture
+
+void PusherSession::startCapture() {
+  if (capture_) return;
+  devices_.beginCapture();
+  const DeviceSelection::Sources sources = devices_.sources();
+  const EncoderSettings& encoder = parameters_.encoder;
+  const CaptureSettings settings{.video = encoder.video,
+                                 .audio = encoder.audio,
+                                 .audioOnly = encoder.audioOnly,
+                                 .mirror = parameters_.mirror,
+                                 .camera = sources.camera,
+                                 .microphone = sources.microphone,
+                                 .pauseImage = parameters_.pauseImage,
+                                 .networkPoorImage = parameters_.networkPoorImage};
+  auto failed =
+      ownerGuard_.bind([this](DeviceKind kind, const std::string& id, const std::string& message) {
+        sourceFailed(kind, id, message);
+      });
+  capture_ = std::make_unique<CaptureSession>(
+      settings,
+      [this](FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info) {
+        listeners_.capturedFrame(origin, pixels, info);
+      },
+      [this, failed](DeviceKind kind, const std::string& id, const std::string& message) {
+        engine_.post([failed, kind, id, message]() mutable { failed(kind, id, message); });
+      });
+  capture_->setMuted(muted_);
+  capture_->addConsumer(&volume_);
+  capture_->setCameraMuted(cameraMuted_);
+  if (!cameraRunning_) capture_->setCameraRunning(false);
+  watchOpening();
+  if (screen_) captureScreen();
+  capture_->setFormat(wantedEncoder().video);
+}
+
+void PusherSession::stopCaptureIfUnused() {
+  if (preview_ || publisher_ || nextPush_) return;
+  capture_.reset();
+  devices_.endCapture();
+}
+
+void PusherSession::setMuted(bool muted) {
+  muted_ = muted;
+  volume_.setMuted(muted);
+  if (capture_) capture_->setMuted(muted);
+}
+
+void PusherSession::setCameraMuted(bool muted) {
+  cameraMuted_ = muted;
+  if (capture_) capture_->setCameraMuted(muted);
+}
+
+void PusherSession::setCameraRunning(bool running) {
+  if (cameraRunning_ == running) return;
+  cameraRunning_ = running;
+  if (!capture_) return;
+  capture_->setCameraRunning(running);
+  watchOpening();
+}
+
+// -------------------------------------------------------------------------------------- screen
+
+void PusherSession::shareScreen(uint32_t id) {
+  screen_ = id;
+  screenPaused_ = false;
+  if (capture_) captureScreen();
+  applyEncoder();
+}
+
+void PusherSession::stopScreen() {
+  screen_.reset();
+  if (capture_) capture_->stopScreen();
+  applyEncoder();
+}
+
+void PusherSession::setScreenPaused(bool paused) {
+  screenPaused_ = paused;
+  if (capture_) capture_->setScreenPaused(paused);
+}
+
+void PusherSession::setScreenEncoder(const EncoderSettings& encoder) {
+  screenEncoder_ = encoder;
+  applyEncoder();
+}
+
+void PusherSession::captureScreen() {
+  auto troubled = ownerGuard_.bind([this](ScreenError trouble, const std::string& message) {
+    listeners_.sdkError(errorOf(trouble), message);
+  });
+  capture_->shareScreen(
+      *screen_, [this, troubled](ScreenError trouble, const std::string& message) {
+        engine_.post([troubled, trouble, message]() mutable { troubled(trouble, message); });
+      });
+  capture_->setScreenPaused(screenPaused_);
+}
+
+EncoderSettings PusherSession::wantedEncoder() const {
+  EncoderSettings encoder = parameters_.encoder;
+  if (screen_ && screenEncoder_) {
+    encoder.video = screenEncoder_->video;
+    encoder.videoKbps = screenEncoder_->videoKbps;
+    encoder.gopSeconds = screenEncoder_->gopSeconds;
+  }
+  return encoder;
+}
+
+// ----------------------------------------------------------------------------------------- mix
+
+void PusherSession::setMix(std::optional<MixLayout> layout) {
+  mix_ = std::move(layout);
+  if (mixer_) mixer_->setLayout(mix_);
+  listeners_.mixVerdict(true, "");
+}
+
+void PusherSession::refuseMix(const std::string& reason) {
+  listeners_.mixVerdict(false, reason);
+}
+
+// ------------------------------------------------------------------------------------- preview
+
+void PusherSession::startPreview(std::optional<uint32_t> window) {
+  if (const std::string missing = missingCapacity(); !missing.empty()) {
+    return listeners_.systemError(kLumoLiveErrorNoCapacity, missing);
+  }
+  startCapture();
+  preview_ = std::make_unique<Preview>(
+      engine_, *capture_, window, parameters_.encoder.audioOnly,
+      Preview::Events{
+          .onStarted = [this] { listeners_.info(&LumoLivePushInfoListener::onPreviewStarted); },
+          .onViewLost =
+              [this](const std::string& message) {
+                listeners_.systemError(kLumoLiveErrorViewLost, message);
+              }});
+}
+
+void PusherSession::stopPreview() {
+  preview_.reset();
+  stopCaptureIfUnused();
+  listeners_.info(&LumoLivePushInfoListener::onPreviewStopped);
+}
+
+// ---------------------------------------------------------------------------------------- push
+
+void PusherSession::startPush(PushRequest request) {
+  if (publisher_) {
+    nextPush_ = std::move(request);
+  } else {
+    beginPush(request);
+  }
+}
+
+void PusherSession::beginPush(const PushRequest& request) {
+  pushNumber_ = request.number;
+  if (const std::string missing = missingCapacity(); !missing.empty()) {
+    onPushOver_(pushNumber_);
+    listeners_.network(&LumoLivePushNetworkListener::onConnectFail);
+    return listeners_.sdkError(kLumoLiveErrorNoCapacity, missing);
+  }
+  startCapture();
+  publisher_ = std::make_unique<Publisher>(
+      engine_, wantedEncoder(), settings_.network,
+      Publisher::Events{
+          .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
+          .onFirstFrame =
+              [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
+          .onNews = [this](NetworkEvent news) { onNetworkEvent(news); }});
+  publisher_->start(request.url);
+  mixer_ = std::make_unique<LiveMixer>(*publisher_, wantedEncoder().video);
+  mixer_->setLayout(mix_);
+  capture_->addConsumer(mixer_.get());
+}
+
+void PusherSession::onNetworkEvent(NetworkEvent news) {
+  if (news == NetworkEvent::kNetworkPoor) capture_->setNetworkPoor(true);
+  if (news == NetworkEvent::kNetworkRecovery) capture_->setNetworkPoor(false);
+  listeners_.network(networkEvent(news));
+}
+
+void PusherSession::stopPush() {
+  if (nextPush_) {  // it has not begun yet
+    nextPush_.reset();
+    listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+  } else if (publisher_) {
+    publisher_->stop();
+  } else {  // it ended by itself just before: the stop is answered all the same
+    listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+  }
+}
+
+void PusherSession::onPushReport(const PushOutcome& outcome) {
+  if (endsPush(outcome.report)) {
+    // Destroyed later, since it is what called.
+    engine_.post([ended = std::shared_ptr<Publisher>(takePublisher())] {});
+    stopCaptureIfUnused();
+    if (outcome.report != PushReport::kStopped) onPushOver_(pushNumber_);
+  }
+  tell(outcome);
+  if (!nextPush_ || publisher_) return;
+  const PushRequest next = std::move(*nextPush_);
+  nextPush_.reset();
+  beginPush(next);
+}
+
+void PusherSession::tell(const PushOutcome& outcome) {
+  using Network = LumoLivePushNetworkListener;
+  switch (outcome.report) {
+    case PushReport::kNone:
+      break;
+    case PushReport::kStarted:
+      listeners_.info(&LumoLivePushInfoListener::onPushStarted);
+      break;
+    case PushReport::kConnectFailed:
+      listeners_.network(&Network::onConnectFail);
+      listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kReconnecting:
+      listeners_.network(&Network::onConnectionLost);
+      listeners_.network(&Network::onReconnectStart);
+      break;
+    case PushReport::kReconnected:
+      listeners_.network(&Network::onReconnectSucceed);
+      break;
+    case PushReport::kReconnectFailed:
+      listeners_.network(&Network::onReconnectFail);
+      listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kConnectionLost:
+      listeners_.network(&Network::onConnectionLost);
+      listeners_.sdkError(outcome.code, outcome.message);
+      break;
+    case PushReport::kStopped:
+      listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+      break;
+    case PushReport::kEncoderFailed:
+      reportMissingElements();
+      listeners_.sdkError(outcome.code, outcome.message);
+      listeners_.info(&LumoLivePushInfoListener::onPushStopped);
+      break;
+  }
+}
+
+std::unique_ptr<Publisher> PusherSession::takePublisher() {
+  capture_->removeConsumer(mixer_.get());
+  capture_->setNetworkPoor(false);
+  mixer_.reset();
+  return std::move(publisher_);
+}
+
+void PusherSession::reportMissingElements() {
+  for (const NeededElement& needed : neededElements()) {
+    if (haveElement(needed.factory)) continue;
+    listeners_.systemError(
+        kLumoLiveErrorComponentMissing,
+        fmt::format("{} is missing; the package {} brings it", needed.factory, needed.package));
+  }
+}
+
+}  // namespace NimboEngine

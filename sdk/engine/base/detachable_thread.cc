@@ -1,0 +1,38 @@
+#include "base/detachable_thread.h"
+
+#include <pthread.h>
+
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+
+namespace NimboEngine {
+
+DetachableThread::DetachableThread(std::string name, std::function<void()> body)
+    : name_(std::move(name)) {
+  // Not a packaged_task: it would run the body inside pthread_once, where ThreadSanitizer is blind.
+  std::promise<void> ended;
+  ended_ = ended.get_future();
+  try {
+    thread_ = std::thread([body = std::move(body), ended = std::move(ended)]() mutable {
+      body();
+      ended.set_value();
+    });
+    pthread_setname_np(thread_.native_handle(), name_.c_str());
+  } catch (const std::system_error& error) {
+    NIMBO_LOG_ERROR("thread {} cannot be started: {}", name_, error.what());
+  }
+}
+
+DetachableThread::~DetachableThread() {
+  if (!thread_.joinable()) return;
+  if (ended_.wait_for(kPatience) == std::future_status::ready) {
+    thread_.join();
+    return;
+  }
+  NIMBO_LOG_WARN("thread {} does not end in time and is left behind", name_);
+  thread_.detach();
+}
+
+}  // namespace NimboEngine

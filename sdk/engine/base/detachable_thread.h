@@ -1,0 +1,36 @@
+// A thread for work that may hang in somebody else's code (a device's driver, a display server):
+// its end is waited for, but not for ever.
+//
+// Thread: created and destroyed on any other thread than its own.
+// Ownership: destruction waits kPatience at most; what still runs then is left behind. So `body`
+//   must own or share all that it uses. Telling it to end is the owner's business.
+// Failure: where no thread can be started, `body` is dropped, which is logged: as if it hung.
+//   `body` must not throw.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <string>
+#include <thread>
+
+namespace NimboEngine {
+
+class DetachableThread {
+ public:
+  static constexpr std::chrono::milliseconds kPatience{150};
+
+  // `name` is what the operating system shows, at most 15 characters.
+  DetachableThread(std::string name, std::function<void()> body);
+  ~DetachableThread();
+  DetachableThread(const DetachableThread&) = delete;
+  DetachableThread& operator=(const DetachableThread&) = delete;
+
+ private:
+  const std::string name_;
+  std::future<void> ended_;
+  std::thread thread_;
+};
+
+}  // namespace NimboEngine

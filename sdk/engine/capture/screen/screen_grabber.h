@@ -1,0 +1,59 @@
+// Takes pictures of one monitor or window, over a connection to the X server of its own.
+//
+// A window is taken without what covers it where the server can do that (the Composite extension);
+// elsewhere the picture is what the screen shows in its place, and the part of a window that is
+// outside the screen is left out.
+//
+// Thread, ownership, failure: as ScreenReader says.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "capture/screen/screen_cursor.h"
+#include "capture/screen/screen_image.h"
+#include "capture/screen/screen_reader.h"
+#include "media/view_layout.h"
+#include "platform/x11/x_display.h"
+
+namespace NimboEngine {
+
+class ScreenGrabber final : public ScreenReader {
+ public:
+  // `id` as in capture/screen/screen_sources.h.
+  explicit ScreenGrabber(uint32_t id);
+
+  Outcome grab() override;
+  GstPtr<GstBuffer> picture(GstVideoInfo& info) override;
+  const ScreenImage& image() const { return *image_; }
+
+ private:
+  // Where the pixels are to be had.
+  struct Place {
+    xcb_drawable_t drawable;
+    Rect part;  // of the drawable
+    Rect area;  // of the desktop
+  };
+
+  xcb_connection_t* connection() const { return display_.connection.get(); }
+  bool keepContents();
+  Outcome locate(Place& place);
+  Outcome locateMonitor(Place& place);
+  Outcome locateWindow(Place& place);
+  Outcome fetch(const Place& place);
+
+  const uint32_t id_;
+  const XDisplay display_;
+  const bool contentsAreKept_;  // the window's, while it is covered or outside the screen
+  const xcb_pixmap_t pixmap_;   // its name for that
+  ScreenCursor cursor_;
+  std::unique_ptr<ScreenImage> image_;
+  std::unique_ptr<ScreenImage> previous_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,44 @@
+// The monitors of a desktop, and how they are numbered among the things that can be shared.
+//
+// A window's identifier is its own on the X server, which never sets one of the upper three bits. A
+// monitor's is kMonitorBit and the server's number for the monitor's name, which stays the same
+// while the server lives, whichever other monitors come and go. kMonitorBit alone is the whole
+// desktop, for a server that knows no monitors. kPortalSource is what the user chooses in the
+// desktop's own dialogue, without an X server.
+//
+// Thread: that of the connection.
+// Failure: a server that does not answer gives the whole desktop.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "media/view_layout.h"
+#include "platform/x11/x_display.h"
+
+namespace NimboEngine {
+
+inline constexpr uint32_t kMonitorBit = 0x4000'0000;
+inline constexpr uint32_t kPortalSource = 0x2000'0000;
+
+inline bool isMonitor(uint32_t id) {
+  return (id & kMonitorBit) != 0;
+}
+
+struct Monitor {
+  uint32_t id = kMonitorBit;
+  Rect area;  // on the root window
+};
+
+// Never empty.
+std::vector<Monitor> listMonitors(const XDisplay& display);
+
+// For people.
+std::string monitorName(const XDisplay& display, const Monitor& monitor);
+
+}  // namespace NimboEngine

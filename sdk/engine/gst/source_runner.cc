@@ -1,0 +1,192 @@
+#include "gst/source_runner.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "base/listener_slot.h"
+#include "base/log.h"
+
+namespace NimboEngine {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Kind = PipelineMessage::Kind;
+
+// A source that gives nothing for so long counts as gone. Some cameras take seconds to begin.
+constexpr std::chrono::seconds kSilence{5};
+
+// One that has given nothing at all for so long is started anew, once: a camera that PipeWire hands
+// over from one user to the next sometimes stays dumb.
+constexpr std::chrono::seconds kBeginning{2};
+
+// Media that end at once must not be repeated without a pause.
+constexpr std::chrono::milliseconds kShortestRound{100};
+
+// How often is looked whether a source has begun that has a predecessor.
+constexpr std::chrono::milliseconds kHandoverPace{20};
+
+}  // namespace
+
+// Shared with the thread and the pipeline's messages, which may outlive the runner.
+struct SourceRunner::State : std::enable_shared_from_this<State> {
+  State(std::string sourceName, MakeSource makeSource, FailureCallback callback,
+        Predecessor runsBefore)
+      : name(std::move(sourceName)),
+        make(std::move(makeSource)),
+        onFailure(std::move(callback)),
+        predecessor(std::move(runsBefore)) {
+    listener.set(&onFailure);
+  }
+
+  const std::string name;
+  const MakeSource make;
+  FailureCallback onFailure;
+  ListenerSlot<FailureCallback> listener;
+
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<PipelineMessage> messages;
+  bool stopping = false;
+  bool mayStartAnew = true;  // on the runner's thread, as the next
+  bool startAnew = false;
+  Predecessor predecessor;
+
+  void run();
+  std::string work();
+  std::string follow(Source& source, Pipeline& pipeline);
+  bool restart(Pipeline& pipeline);
+  std::string whyNotStarted();
+  void handOver();
+  void endPredecessor();
+  std::optional<PipelineMessage> next(const Source& source, bool& silent);
+  bool waitUntil(Clock::time_point time);
+};
+
+void SourceRunner::State::run() {
+  const std::string problem = work();
+  endPredecessor();
+  if (!problem.empty()) {
+    NIMBO_LOG_WARN("source {}: {}", name, problem);
+    listener.call([&](FailureCallback& callback) { callback(problem); });
+  }
+}
+
+// Returns why the source ended; empty when it was asked to.
+std::string SourceRunner::State::work() {
+  std::string problem;
+  const std::unique_ptr<Source> source = make(problem);
+  if (!source) return problem;
+  auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
+    if (message.kind == Kind::kBuffering) return;
+    std::lock_guard lock(self->mutex);
+    self->messages.push_back(message);
+    self->changed.notify_all();
+  };
+  for (;;) {
+    const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, problem);
+    if (!pipeline) return problem;
+    problem = follow(*source, *pipeline);
+    if (!problem.empty() || !startAnew) return problem;
+    startAnew = false;
+    mayStartAnew = false;
+  }
+}
+
+std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
+  auto roundBegan = Clock::now();
+  bool running = pipeline.play();
+  if (running) handOver();
+  while (running) {
+    bool silent = false;
+    const auto message = next(source, silent);
+    if (silent && !startAnew) return "it gives nothing";
+    if (!message) return {};
+    if (message->kind == Kind::kError) return message->text;
+    if (!waitUntil(roundBegan + kShortestRound)) return {};
+    roundBegan = Clock::now();
+    running = source.rewind(pipeline) || restart(pipeline);
+  }
+  return whyNotStarted();
+}
+
+bool SourceRunner::State::restart(Pipeline& pipeline) {
+  gst_element_set_state(pipeline.get(), GST_STATE_READY);
+  return pipeline.play();
+}
+
+std::string SourceRunner::State::whyNotStarted() {
+  std::lock_guard lock(mutex);
+  const auto error = std::find_if(messages.begin(), messages.end(),
+                                  [](const auto& message) { return message.kind == Kind::kError; });
+  return error == messages.end() ? "it cannot be started" : error->text;
+}
+
+void SourceRunner::State::handOver() {
+  {
+    std::unique_lock lock(mutex);
+    if (!predecessor.runner) return;
+    const auto giveUp = Clock::now() + kSilence;
+    while (!stopping && messages.empty() && !predecessor.begun() && Clock::now() < giveUp) {
+      changed.wait_for(lock, kHandoverPace);
+    }
+  }
+  endPredecessor();
+}
+
+void SourceRunner::State::endPredecessor() {
+  std::unique_ptr<SourceRunner> ended;  // not under the lock: it may take its time
+  std::lock_guard lock(mutex);
+  ended.swap(predecessor.runner);
+}
+
+// The next message; none when asked to stop or, with `silent` set, when the source fell silent.
+std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, bool& silent) {
+  std::unique_lock lock(mutex);
+  const auto woken = [this] { return stopping || !messages.empty(); };
+  for (;;) {
+    const int64_t before = source.progress();
+    const bool isBeginning = mayStartAnew && before == 0;
+    if (before < 0) {
+      changed.wait(lock, woken);
+    } else if (!changed.wait_for(lock, isBeginning ? kBeginning : kSilence, woken)) {
+      silent = source.progress() == before;
+      startAnew = silent && isBeginning;
+      if (silent) return std::nullopt;
+      continue;
+    }
+    if (stopping) return std::nullopt;
+    PipelineMessage message = std::move(messages.front());
+    messages.pop_front();
+    return message;
+  }
+}
+
+// False when asked to stop before `time`.
+bool SourceRunner::State::waitUntil(Clock::time_point time) {
+  std::unique_lock lock(mutex);
+  return !changed.wait_until(lock, time, [this] { return stopping; });
+}
+
+SourceRunner::SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
+                           Predecessor predecessor)
+    : state_(std::make_shared<State>(std::move(name), std::move(make), std::move(onFailure),
+                                     std::move(predecessor))),
+      thread_("source", [state = state_] { state->run(); }) {}
+
+SourceRunner::~SourceRunner() {
+  requestStop();
+}
+
+void SourceRunner::requestStop() {
+  state_->listener.set(nullptr);
+  std::lock_guard lock(state_->mutex);
+  if (state_->predecessor.runner) state_->predecessor.runner->requestStop();
+  state_->stopping = true;
+  state_->changed.notify_all();
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,50 @@
+// Runs one source on a thread of its own, from building its pipeline to taking it down: opening a
+// device may take long, or for ever.
+//
+// Thread: any. `onFailure` is called on the runner's thread, at most once, and never after
+//   requestStop() has returned; it must not destroy the runner.
+// Ownership: owns the source. A pipeline that hangs in its device's driver is left to its thread,
+//   which frees everything should it ever come back.
+// Failure: a source that cannot be built, fails or stays silent is reported and ends.
+
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/detachable_thread.h"
+#include "gst/source.h"
+
+namespace NimboEngine {
+
+class SourceRunner {
+ public:
+  using MakeSource = std::function<std::unique_ptr<Source>(std::string& problem)>;
+  using FailureCallback = std::function<void(const std::string& message)>;
+
+  // A source that runs on until its successor has `begun`, or has ended without.
+  struct Predecessor {
+    std::unique_ptr<SourceRunner> runner;
+    std::function<bool()> begun;
+  };
+
+  // `name` appears in log lines. `make` is called on the runner's thread; it answers null, with
+  // the reason in `problem`, when there is no such source.
+  SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
+               Predecessor predecessor = {});
+  ~SourceRunner();
+  SourceRunner(const SourceRunner&) = delete;
+  SourceRunner& operator=(const SourceRunner&) = delete;
+
+  // Begins to stop. Several runners are stopped at once by asking all before destroying any.
+  void requestStop();
+
+ private:
+  struct State;
+
+  std::shared_ptr<State> state_;
+  DetachableThread thread_;
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,40 @@
+#include "net/certificate_authorities.h"
+
+#include <gio/gio.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace NimboEngine {
+namespace {
+
+// Whether there is a certificate in it: a database of a file without one is made all the same.
+bool holdsCertificate(const std::string& file, GError** error) {
+  GList* list = g_tls_certificate_list_new_from_file(file.c_str(), error);
+  const bool found = list != nullptr;
+  g_list_free_full(list, g_object_unref);
+  return found;
+}
+
+}  // namespace
+
+std::string trustCertificates(const std::string& file) {
+  if (file.empty()) return {};
+  std::error_code missing;
+  // Reading a pipe may never end.
+  if (!std::filesystem::is_regular_file(file, missing)) return "there is no such file";
+  const std::string path = std::filesystem::absolute(file, missing);
+  GError* error = nullptr;
+  GTlsDatabase* database =
+      holdsCertificate(path, &error) ? g_tls_file_database_new(path.c_str(), &error) : nullptr;
+  if (!database) {
+    std::string problem = error ? error->message : "there is no certificate in it";
+    g_clear_error(&error);
+    return problem;
+  }
+  g_tls_backend_set_default_database(g_tls_backend_get_default(), database);
+  g_object_unref(database);
+  return {};
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,31 @@
+// Opens a TCP connection to a host by name, trying its addresses of both families side by side: the
+// next one begins when the last has had a quarter of a second or has failed.
+//
+// Thread: any; blocks until it is connected, refused, stopped or past the deadline.
+// Ownership: the socket is the caller's. It is non-blocking and is not inherited by child
+//   processes.
+// Failure: of several addresses the last error counts. After a stop the failure means nothing.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <variant>
+
+#include "base/glib_ptr.h"
+#include "net/connection_error.h"
+#include "net/stop_signal.h"
+
+namespace NimboEngine {
+
+// Whether a connection to that address may be tried.
+using AddressFilter = std::function<bool(GInetAddress*)>;
+
+// An empty filter lets every address pass. Without an address that may be tried, the host counts as
+// not found.
+std::variant<GlibPtr<GSocket>, ConnectionFailure> connectTcp(
+    const std::string& host, int port, StopSignal& stop,
+    std::chrono::steady_clock::time_point deadline, const AddressFilter& filter = {});
+
+}  // namespace NimboEngine

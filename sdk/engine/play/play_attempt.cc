@@ -1,0 +1,347 @@
+#include "play/play_attempt.h"
+
+#include <fmt/format.h>
+#include <pthread.h>
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "base/listener_slot.h"
+#include "base/log.h"
+#include "base/never_destroyed.h"
+#include "fetch/fetch_access.h"
+#include "fetch/local_file.h"
+#include "gst/runtime.h"
+#include "play/flv_input.h"
+#include "play/network_cause.h"
+#include "play/pipeline_builder.h"
+#include "play/play_error.h"
+#include "play/rtmp_feed.h"
+#include "play/source_sockets.h"
+
+namespace NimboEngine {
+namespace {
+
+using Kind = PipelineMessage::Kind;
+
+// How often the source is asked for what it does not tell by itself.
+constexpr std::chrono::milliseconds kPollInterval{250};
+constexpr std::chrono::milliseconds kDrainInterval{20};
+
+// RTSP tells its server that it ends. A source that waits for the server for longer, or that reads
+// what has no end, is cut off.
+constexpr std::chrono::milliseconds kTeardownTime{150};
+// What an RTSP server may say before its first packet. A description has a few kilobytes.
+constexpr uint64_t kMaxReplyBytes = uint64_t{1024} * 1024;
+constexpr std::chrono::milliseconds kReplyPollInterval{20};
+
+}  // namespace
+
+// Shared with the thread and the pipeline's messages, which may outlive the runner.
+struct PlayAttempt::State : std::enable_shared_from_this<State> {
+  State(PlayUrl playUrl, const SourceSettings& sourceSettings,
+        std::shared_ptr<DecodedMediaSink> playOutput, OverCallback callback)
+      : url(std::move(playUrl)),
+        sources(sourceSettings),
+        output(std::move(playOutput)),
+        onOver(std::move(callback)) {
+    listener.set(&onOver);
+  }
+
+  const PlayUrl url;
+  const SourceSettings sources;
+  const std::shared_ptr<DecodedMediaSink> output;
+  OverCallback onOver;
+  ListenerSlot<OverCallback> listener;
+
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<PipelineMessage> messages;
+  std::optional<PlayOutcome> sourceFailure;
+  bool stopping = false;
+
+  std::shared_ptr<SourceSockets> sockets;  // of RTSP
+  uint64_t repliedBytes = 0;               // through them, when media last came out of the source
+  uint64_t arrived = 0;                    // media that had come out then
+  std::shared_ptr<FetchAccess> access;     // from the beginning of work() to its end
+
+  void run();
+  void requestStop();
+  PlayOutcome work();
+  std::optional<PlayOutcome> chooseSource(std::string& fetchUri) const;
+  PlayOutcome follow(Pipeline& pipeline);
+  void drain();
+  PlayOutcome failure(const PipelineMessage& error);
+  std::optional<PipelineMessage> next(Pipeline& pipeline);
+  std::chrono::milliseconds pollInterval() const;
+  bool mustPoll() const;
+  std::unique_ptr<RtmpFeed> startFeed(Pipeline& pipeline);
+  void onFetchFailed(const FetchFailure& failure);
+  void onFeedEnded(FlvInput& input, ConnectionError error, const std::string& text);
+  void poll(Pipeline& pipeline);
+  void checkReplies();
+  void fail(const std::string& text);
+};
+
+// All that run.
+struct PlayAttempt::Running {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::set<State*> states;
+  bool stoppedForGood = false;
+
+  static Running& instance() {
+    static NeverDestroyed<Running> running;
+    return *running;
+  }
+
+  // Whether it may run.
+  bool add(State* state) {
+    std::lock_guard lock(mutex);
+    return !stoppedForGood && states.insert(state).second;
+  }
+
+  void remove(State* state) {
+    std::lock_guard lock(mutex);
+    states.erase(state);
+    changed.notify_all();
+  }
+
+  // What hangs in the network is left behind.
+  void stopAll() {
+    constexpr std::chrono::milliseconds kPatience{500};
+    std::unique_lock lock(mutex);
+    stoppedForGood = true;
+    for (State* state : states) state->requestStop();
+    changed.wait_for(lock, kPatience, [this] { return states.empty(); });
+  }
+};
+
+void PlayAttempt::State::run() {
+  const PlayOutcome outcome = work();
+  access.reset();  // it shares this
+  listener.call([&](OverCallback& callback) { callback(outcome); });
+  Running::instance().remove(this);
+}
+
+void PlayAttempt::State::requestStop() {
+  std::lock_guard lock(mutex);
+  stopping = true;
+  changed.notify_all();
+}
+
+PlayOutcome PlayAttempt::State::work() {
+  auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
+    if (message.kind == Kind::kProgress) {
+      if (self->sockets) self->sockets->adoptThread();
+      return;
+    }
+    std::lock_guard lock(self->mutex);
+    self->messages.push_back(message);
+    self->changed.notify_all();
+  };
+  access = FetchAccess::open(sources, [self = shared_from_this()](const FetchFailure& failure) {
+    self->onFetchFailed(failure);
+  });
+  std::string fetchUri;
+  if (auto refusal = chooseSource(fetchUri)) return *refusal;
+  if (url.protocol == PlayProtocol::kRtsp) {
+    sockets =
+        std::make_shared<SourceSockets>([weak = weak_from_this()](const std::string& refusal) {
+          if (const auto self = weak.lock()) self->fail(refusal);
+        });
+  }
+  std::unique_ptr<RtmpFeed> feed;  // ends after the pipeline, into which its thread may be pushing
+  std::optional<DelayedCut> cut;   // ends after the pipeline, too, which it helps to end
+  const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, fetchUri, output, onMessage);
+  if (!pipeline) {
+    return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
+            fmt::format("missing: {}", missingElements())};
+  }
+  pipeline->play();  // the reason of a failure is a message
+  if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
+  PlayOutcome outcome = follow(*pipeline);
+  if (feed) feed->stop();
+  if (sockets) cut.emplace(sockets, kTeardownTime);
+  return outcome;
+}
+
+// Sets `fetchUri` for what the guarded source fetches. Answers why nothing is played, if so.
+std::optional<PlayOutcome> PlayAttempt::State::chooseSource(std::string& fetchUri) const {
+  if (url.protocol == PlayProtocol::kHttp) fetchUri = access->uriOf(url.text);
+  if (url.protocol != PlayProtocol::kFile) return std::nullopt;
+  const LocalFile file = examineLocalFile(url.text);
+  if (file.failure) {
+    return PlayOutcome{PlayOutcome::Kind::kFailed, file.failure->code, file.failure->text};
+  }
+  if (file.isPlaylist) fetchUri = access->uriOf(url.text);
+  return std::nullopt;
+}
+
+std::unique_ptr<RtmpFeed> PlayAttempt::State::startFeed(Pipeline& pipeline) {
+  auto input = std::make_shared<FlvInput>(pipeline);
+  return std::make_unique<RtmpFeed>(
+      url.rtmp,
+      RtmpFeed::Events{
+          .onAnswered = [this] { output->answered = true; },
+          .onTag = [input](GstPtr<GstBuffer> tag) { input->push(std::move(tag)); },
+          .onEnded = [this, input](ConnectionError error,
+                                   const std::string& text) { onFeedEnded(*input, error, text); }});
+}
+
+void PlayAttempt::State::onFetchFailed(const FetchFailure& failure) {
+  const bool playing = output->meter.counts().decoded() > 0;
+  const auto code =
+      playing && !failure.isFinal ? LumoRtc::kLumoLiveErrorConnectionLost : failure.code;
+  std::lock_guard lock(mutex);
+  if (!sourceFailure) sourceFailure = {PlayOutcome::Kind::kFailed, code, failure.text};
+  changed.notify_all();
+}
+
+// What has come is still presented.
+void PlayAttempt::State::onFeedEnded(FlvInput& input, ConnectionError error,
+                                     const std::string& text) {
+  if (output->meter.counts().decoded() > 0) return input.end();
+  std::lock_guard lock(mutex);
+  sourceFailure = {PlayOutcome::Kind::kFailed, playErrorCode(error), text};
+  changed.notify_all();
+}
+
+PlayOutcome PlayAttempt::State::follow(Pipeline& pipeline) {
+  bool filled = false;
+  while (const auto message = next(pipeline)) {
+    switch (message->kind) {
+      case Kind::kError:
+        return failure(*message);
+      case Kind::kEndOfStream:
+        drain();
+        return {.kind = PlayOutcome::Kind::kEnded, .message = {}};
+      case Kind::kProgress:
+        break;
+      case Kind::kBuffering:
+        // At the start, what has come is presented while the buffer still fills.
+        filled = filled || message->percent == 100;
+        if (filled) {
+          gst_element_set_state(pipeline.get(),
+                                message->percent < 100 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
+        }
+        break;
+    }
+  }
+  std::lock_guard lock(mutex);
+  return stopping ? PlayOutcome() : sourceFailure.value_or(PlayOutcome());
+}
+
+// Waits until all that was decoded has been presented, or somebody asks to stop.
+void PlayAttempt::State::drain() {
+  std::unique_lock lock(mutex);
+  while (!stopping && !output->isDrained()) changed.wait_for(lock, kDrainInterval);
+}
+
+PlayOutcome PlayAttempt::State::failure(const PipelineMessage& error) {
+  const bool playing = output->meter.counts().decoded() > 0;
+  const auto code = classifyPlayError(error, playing);
+  if (code == LumoRtc::kLumoLiveErrorUndecodable) {
+    if (const std::string missing = missingElements(); !missing.empty()) {
+      NIMBO_LOG_WARN("player: a missing element may be the reason: {}", missing);
+    }
+  }
+  // The demultiplexer of playlists knows no more than that something could not be fetched.
+  if (const auto last = access->lastFailure()) {
+    return {PlayOutcome::Kind::kFailed, playing ? code : last->code, last->text};
+  }
+  // Some elements keep the cause to themselves.
+  if (code == LumoRtc::kLumoLiveErrorPlayRejected) {
+    if (const auto cause = findNetworkCause(url)) {
+      return {PlayOutcome::Kind::kFailed, cause->code, cause->message};
+    }
+  }
+  return {PlayOutcome::Kind::kFailed, code, error.text};
+}
+
+// The next message; none when asked to stop, or when the source has failed.
+std::optional<PipelineMessage> PlayAttempt::State::next(Pipeline& pipeline) {
+  std::unique_lock lock(mutex);
+  const auto woken = [this] { return stopping || sourceFailure || !messages.empty(); };
+  while (mustPoll() && !changed.wait_for(lock, pollInterval(), woken)) {
+    lock.unlock();
+    poll(pipeline);
+    lock.lock();
+  }
+  changed.wait(lock, woken);
+  if (stopping || sourceFailure) return std::nullopt;
+  PipelineMessage message = std::move(messages.front());
+  messages.pop_front();
+  return message;
+}
+
+bool PlayAttempt::State::mustPoll() const {
+  return url.protocol == PlayProtocol::kRtsp || url.protocol == PlayProtocol::kSrt;
+}
+
+std::chrono::milliseconds PlayAttempt::State::pollInterval() const {
+  return sockets && arrived == 0 ? kReplyPollInterval : kPollInterval;
+}
+
+void PlayAttempt::State::fail(const std::string& text) {
+  std::lock_guard lock(mutex);
+  sourceFailure = {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorPlayRejected, text};
+  changed.notify_all();
+}
+
+// A reply that is never complete stays in the source, which has no limit of its own.
+void PlayAttempt::State::checkReplies() {
+  const uint64_t received = sockets->receivedBytes();
+  const uint64_t now = output->arrival.total();
+  if (now != arrived || received < repliedBytes) {
+    arrived = now;
+    repliedBytes = received;
+  }
+  const uint64_t most = arrived == 0 ? kMaxReplyBytes : output->limits().maxQueuedBytes;
+  if (received - repliedBytes > most) {
+    fail(fmt::format("more than {} bytes came from the server, and no media", most));
+  }
+}
+
+void PlayAttempt::State::poll(Pipeline& pipeline) {
+  if (sockets) checkReplies();
+  output->meter.setPackets(countPackets(pipeline, url.protocol));
+}
+
+PlayAttempt::PlayAttempt(PlayUrl url, const SourceSettings& sources,
+                         std::shared_ptr<DecodedMediaSink> output, OverCallback onOver)
+    : state_(
+          std::make_shared<State>(std::move(url), sources, std::move(output), std::move(onOver))) {
+  if (!Running::instance().add(state_.get())) return;
+  try {
+    std::thread thread([state = state_] { state->run(); });
+    pthread_setname_np(thread.native_handle(), "nimbo-player");
+    thread.detach();  // nobody waits for it: it may hang in the network
+  } catch (const std::system_error&) {
+    Running::instance().remove(state_.get());
+    state_->onOver({PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorNoCapacity,
+                    "no thread can be started"});
+  }
+}
+
+void PlayAttempt::stopAllForGood() {
+  Running::instance().stopAll();
+}
+
+PlayAttempt::~PlayAttempt() {
+  state_->listener.set(nullptr);
+  requestStop();
+}
+
+void PlayAttempt::requestStop() {
+  state_->requestStop();
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,55 @@
+// What flows through one playback, counted where it passes and read once a second.
+//
+// Thread: any.
+// Failure: none.
+
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+
+#include "NimboSdk/LumoLiveDefine.h"
+#include "play/packet_counts.h"
+#include "play/presenter.h"
+
+namespace NimboEngine {
+
+// Totals since the playback began.
+struct PlayCounts {
+  uint64_t videoBytes = 0;  // encoded
+  uint64_t audioBytes = 0;  // encoded
+  uint64_t pictures = 0;    // decoded
+  uint64_t shown = 0;       // given to the application and, where there is a window, drawn
+  uint64_t sounds = 0;      // decoded pieces
+  int width = 0;            // of the last picture
+  int height = 0;
+  StreamPackets packets{};
+  Presenter::Counts presented{};
+
+  // Whether anything has arrived or been decoded, and how much: grows while the stream flows.
+  uint64_t arrived() const { return videoBytes + audioBytes + decoded(); }
+  uint64_t decoded() const { return pictures + sounds; }
+};
+
+class PlayStatistics {
+ public:
+  void addEncoded(Media media, std::size_t bytes);
+  void addPicture(int width, int height);
+  void addSound();
+  void setPackets(const StreamPackets& packets);
+
+  PlayCounts counts() const;
+
+ private:
+  mutable std::mutex mutex_;
+  PlayCounts counts_;
+};
+
+// The figures of the time between two readings; its texts stay empty.
+LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,
+                                                   const PlayCounts& after,
+                                                   std::chrono::milliseconds time);
+
+}  // namespace NimboEngine

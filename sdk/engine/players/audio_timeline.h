@@ -1,0 +1,39 @@
+// The last second of one stream's audio, by the moments at which it is heard.
+//
+// Thread: any.
+// Ownership: copies samples in and out.
+// Failure: none; what is not there is silence.
+
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "media/media.h"
+
+namespace NimboEngine {
+
+class AudioTimeline {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  // Interleaved samples as kPlayedAudio says, heard from `moment` on. Moments ascend.
+  void put(std::span<const int16_t> samples, Time moment);
+
+  // Fills `out` with what is heard from `moment` on.
+  void read(Time moment, std::span<int16_t> out) const;
+
+  void clear();
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<int16_t> ring_;
+  int64_t end_ = 0;   // the frame number behind the last one, counted from the clock's origin
+  int64_t held_ = 0;  // frames before `end_` that are there
+};
+
+}  // namespace NimboEngine

@@ -1,0 +1,53 @@
+// What one player plays, for whoever mixes it: the newest video frame, and the audio of this
+// moment.
+//
+// Thread: any; frames on one thread at a time, audio on one.
+// Ownership: shared between the player that fills it and the mixes that read it. Keeps a reference
+//   to one frame, which nobody writes to.
+// Failure: none.
+
+#pragma once
+
+#include <gst/video/video.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <span>
+
+#include "gst/gst_ptr.h"
+#include "media/audio_aligner.h"
+#include "players/audio_timeline.h"
+
+namespace NimboEngine {
+
+class RemoteStream {
+ public:
+  struct Picture {
+    GstPtr<GstBuffer> buffer;
+    GstVideoInfo info;
+  };
+
+  // The player's side: I420 frames at their moment of presentation, audio ahead of it.
+  void putPicture(GstBuffer* picture, const GstVideoInfo& info);
+  void putAudio(const AudioAligner::Piece& piece) { audio_.put(piece.samples, piece.moment); }
+
+  // Nothing plays any more: no picture, silence.
+  void clear();
+
+  // None before the first picture.
+  std::optional<Picture> picture() const;
+
+  // Fills `out` with what is heard from `moment` on, silence where nothing is.
+  void audioAt(AudioTimeline::Time moment, std::span<int16_t> out) const {
+    audio_.read(moment, out);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::optional<Picture> picture_;
+  AudioTimeline audio_;
+};
+
+}  // namespace NimboEngine

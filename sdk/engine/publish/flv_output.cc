@@ -1,0 +1,97 @@
+#include "publish/flv_output.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.h"
+#include "publish/connection.h"
+
+namespace NimboEngine {
+namespace {
+
+bool isHeader(FlvTag kind) {
+  return kind == FlvTag::kMetadata || kind == FlvTag::kVideoHeader || kind == FlvTag::kAudioHeader;
+}
+
+}  // namespace
+
+FlvOutput::FlvOutput(bool audioOnly, Events events)
+    : events_(std::move(events)), gate_(audioOnly) {}
+
+void FlvOutput::attach(Connection* connection) {
+  std::lock_guard lock(mutex_);
+  connection_ = connection;
+  ledger_ = {};
+  payload_ = 0;
+  acknowledgedBefore_ = connection->acknowledged();
+  firstFrame_.reset();
+  gate_.open();
+}
+
+void FlvOutput::detach() {
+  std::lock_guard lock(mutex_);
+  connection_ = nullptr;
+  gate_.close();
+}
+
+void FlvOutput::deliver(GstPtr<GstBuffer> tag) {
+  const FlvTag kind = classifyFlvTag(tag.get());
+  std::unique_lock lock(mutex_);
+  if (isHeader(kind)) headers_[kind] = share(tag.get());
+  if (kind == FlvTag::kVideoHeader) videoHeaderChanged_ = true;
+  if (!connection_) return;
+  const FrameGate::Verdict verdict = gate_.decide(kind, waiting());
+  // The muxer gives the new codec header first and the metadata that belong to it then: both wait
+  // for the key frame behind them.
+  const bool newFormat = kind == FlvTag::kVideoKeyFrame && verdict.send && videoHeaderChanged_;
+  if (verdict.first || newFormat) {
+    sendHeader(FlvTag::kMetadata, flvTimestamp(tag.get()));
+    sendHeader(FlvTag::kVideoHeader, flvTimestamp(tag.get()));
+    videoHeaderChanged_ = false;
+  }
+  if (verdict.first) sendHeader(FlvTag::kAudioHeader, flvTimestamp(tag.get()));
+  if (verdict.send) send(std::move(tag));
+  if (verdict.first) firstFrame_ = acknowledgedBefore_ + payload_;
+  if (verdict.needsKeyFrame) {
+    NIMBO_LOG_WARN("the network is too slow: {} frames left out so far", gate_.dropped());
+  }
+  lock.unlock();
+  if (verdict.first || newFormat) events_.onMetadataSent();
+  if (verdict.first) events_.onFirstFrame();
+  if (verdict.beginsToDrop) events_.onFramesDropped();
+  if (verdict.needsKeyFrame) events_.onKeyFrameNeeded();
+}
+
+LinkSample FlvOutput::look() {
+  std::lock_guard lock(mutex_);
+  if (!connection_) return {};
+  return {.waiting = waiting(),
+          .empty = connection_->backlog() == 0,
+          .taken = connection_->acknowledged()};
+}
+
+bool FlvOutput::hasTakenFirstFrame() {
+  std::lock_guard lock(mutex_);
+  return connection_ && firstFrame_ && connection_->acknowledged() >= *firstFrame_;
+}
+
+std::chrono::milliseconds FlvOutput::waiting() {
+  return ledger_.playingTime(connection_->backlog());
+}
+
+void FlvOutput::send(GstPtr<GstBuffer> tag) {
+  const gsize size = gst_buffer_get_size(tag.get());
+  // Headers repeated to a connection carry the time of the frame behind them, so all is in order.
+  ledger_.add(size, flvTimestamp(tag.get()));
+  // The framing of the file format stays here; that of the protocol, which takes its place, counts
+  // for nothing: so the sum is never more than what went out.
+  payload_ += size - std::min<gsize>(size, kFlvTagFraming);
+  connection_->send(std::move(tag));
+}
+
+void FlvOutput::sendHeader(FlvTag kind, uint32_t timestamp) {
+  const auto header = headers_.find(kind);
+  if (header != headers_.end()) send(withFlvTimestamp(header->second.get(), timestamp));
+}
+
+}  // namespace NimboEngine

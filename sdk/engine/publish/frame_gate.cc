@@ -1,0 +1,68 @@
+#include "publish/frame_gate.h"
+
+namespace NimboEngine {
+namespace {
+
+// What a viewer falls behind at most before pictures are skipped.
+constexpr std::chrono::milliseconds kLimit{2000};
+
+bool isFrame(FlvTag tag) {
+  return tag == FlvTag::kVideoKeyFrame || tag == FlvTag::kVideoFrame || tag == FlvTag::kAudioFrame;
+}
+
+}  // namespace
+
+FrameGate::FrameGate(bool audioOnly) : audioOnly_(audioOnly) {}
+
+void FrameGate::open() {
+  state_ = State::kWaiting;
+  started_ = false;
+}
+
+void FrameGate::close() {
+  state_ = State::kClosed;
+}
+
+bool FrameGate::startsStream(FlvTag tag) const {
+  return tag == (audioOnly_ ? FlvTag::kAudioFrame : FlvTag::kVideoKeyFrame);
+}
+
+FrameGate::Verdict FrameGate::decide(FlvTag tag, std::chrono::milliseconds waiting) {
+  if (!isFrame(tag)) return {};
+  switch (state_) {
+    case State::kClosed:
+      return {};
+    case State::kWaiting: {
+      if (!startsStream(tag)) {
+        if (started_) ++dropped_;
+        return {};
+      }
+      state_ = State::kFlowing;
+      const bool first = !started_;
+      started_ = true;
+      return {.send = true, .first = first};
+    }
+    case State::kFlowing:
+      return flow(waiting);
+    case State::kCatchingUp:
+      return catchUp(waiting);
+  }
+  return {};
+}
+
+FrameGate::Verdict FrameGate::flow(std::chrono::milliseconds waiting) {
+  // Headers pass even then: without them nothing that follows could be decoded.
+  if (waiting <= kLimit) return {.send = true};
+  state_ = State::kCatchingUp;
+  ++dropped_;
+  return {.beginsToDrop = true};
+}
+
+FrameGate::Verdict FrameGate::catchUp(std::chrono::milliseconds waiting) {
+  ++dropped_;
+  if (waiting > kLimit / 4) return {};
+  state_ = State::kWaiting;
+  return {.needsKeyFrame = !audioOnly_};
+}
+
+}  // namespace NimboEngine

@@ -1,0 +1,65 @@
+#include "publish/link_monitor.h"
+
+#include <utility>
+
+namespace NimboEngine {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kPoorWaiting = 1000ms;
+constexpr auto kPoorTime = 500ms;
+constexpr auto kGoodWaiting = 300ms;
+constexpr auto kGoodTime = 2000ms;
+
+}  // namespace
+
+LinkMonitor::LinkMonitor(std::chrono::milliseconds sendTimeout, Now now)
+    : sendTimeout_(sendTimeout), now_(std::move(now)) {}
+
+void LinkMonitor::restart() {
+  changing_.reset();
+  progress_.reset();
+  timedOut_ = false;
+}
+
+std::vector<LinkEvent> LinkMonitor::look(const LinkSample& sample) {
+  std::vector<LinkEvent> events;
+  if (changesSide(sample)) {
+    poor_ = !poor_;
+    events.push_back(poor_ ? LinkEvent::kPoor : LinkEvent::kRecovered);
+  }
+  const Clock::duration stalled = stalledFor(sample);
+  if (stalled < sendTimeout_) {
+    timedOut_ = false;
+  } else if (!std::exchange(timedOut_, true)) {
+    events.push_back(LinkEvent::kSendTimeout);
+  }
+  if (stalled >= 2 * sendTimeout_) events.push_back(LinkEvent::kDead);
+  return events;
+}
+
+bool LinkMonitor::changesSide(const LinkSample& sample) {
+  return poor_ ? hasHeld(sample.waiting <= kGoodWaiting, kGoodTime)
+               : hasHeld(sample.waiting >= kPoorWaiting, kPoorTime);
+}
+
+// Whether `condition` has been true for `time` by now; if so, counting starts again.
+bool LinkMonitor::hasHeld(bool condition, Clock::duration time) {
+  if (!condition) {
+    changing_.reset();
+    return false;
+  }
+  if (!changing_) changing_ = now_();
+  if (now_() - *changing_ < time) return false;
+  changing_.reset();
+  return true;
+}
+
+LinkMonitor::Clock::duration LinkMonitor::stalledFor(const LinkSample& sample) {
+  if (!progress_ || sample.empty || sample.taken != taken_) progress_ = now_();
+  taken_ = sample.taken;
+  return now_() - *progress_;
+}
+
+}  // namespace NimboEngine

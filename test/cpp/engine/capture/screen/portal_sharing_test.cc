@@ -1,0 +1,152 @@
+// Sharing through the desktop's portal: the portal is played by the test, what it hands out is a
+// real stream of a PipeWire of the test's own.
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <sstream>
+#include <thread>
+
+#include "capture/screen/screen_capture.h"
+#include "capture/screen/screen_monitors.h"
+#include "gst/pipeline.h"
+#include "gst/runtime.h"
+#include "support/event_log.h"
+#include "support/fake_portal.h"
+#include "support/session_bus.h"
+
+namespace NimboEngine::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr VideoFormat kFormat{320, 240, 30};
+
+// What a portal hands out: a connection to PipeWire.
+int connectTo(const std::string& socketFile) {
+  const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, socketFile.c_str(), sizeof address.sun_path - 1);
+  EXPECT_EQ(connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  return descriptor;
+}
+
+class PortalSharingTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  void share() {
+    pictures_ = std::make_shared<FrameMailbox>();
+    capture_ = std::make_unique<ScreenCapture>(
+        kPortalSource, kFormat, pictures_, [this](ScreenError trouble, const std::string& message) {
+          problems_.add(message);
+          troubles_.add(trouble == ScreenError::kRefused ? "refused" : "lost");
+        });
+  }
+
+  template <class Condition>
+  static bool eventually(Condition&& condition) {
+    for (int i = 0; i < 6000; ++i) {
+      if (condition()) return true;
+      std::this_thread::sleep_for(10ms);
+    }
+    return false;
+  }
+
+  const SessionBus bus_;
+  EventLog troubles_;
+  EventLog problems_;
+  std::shared_ptr<FrameMailbox> pictures_;
+  std::unique_ptr<ScreenCapture> capture_;
+};
+
+// A screen of one colour, as a desktop's PipeWire offers it.
+class OfferedScreen {
+ public:
+  explicit OfferedScreen(const SessionBus& bus)
+      : pipewire_({"pipewire"}), socket_(bus.folder() / "pipewire-0") {
+    waitForFile(socket_);
+    manager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"});
+    stream_ = Pipeline::parse(
+        "offered screen",
+        "videotestsrc is-live=true pattern=red ! "
+        "video/x-raw,format=BGRx,width=640,height=360,framerate=15/1 ! pipewiresink mode=provide "
+        "stream-properties=\"p,media.class=Video/Source,node.name=offered_screen\"",
+        [](const PipelineMessage&) {});
+    EXPECT_TRUE(stream_ && stream_->play());
+  }
+
+  int connection() const { return connectTo(socket_); }
+
+  // Its number in PipeWire; 0 as long as it has none.
+  uint32_t node() const {
+    std::istringstream nodes(outputOf({"pw-cli", "ls", "Node"}));
+    uint32_t id = 0;
+    for (std::string line; std::getline(nodes, line);) {
+      std::sscanf(line.c_str(), " id %u,", &id);
+      if (line.find("offered_screen") != std::string::npos) return id;
+    }
+    return 0;
+  }
+
+ private:
+  const ChildProcess pipewire_;
+  const std::string socket_;
+  std::unique_ptr<ChildProcess> manager_;
+  std::unique_ptr<Pipeline> stream_;
+};
+
+bool isRed(GstBuffer* picture) {
+  GstMapInfo map;
+  if (!picture || !gst_buffer_map(picture, &map, GST_MAP_READ)) return false;
+  // The stream is wider than the picture: black above, red in the middle.
+  const int above = map.data[10 * kFormat.width + 160];
+  const int middle = map.data[120 * kFormat.width + 160];
+  gst_buffer_unmap(picture, &map);
+  return std::abs(above - 16) < 4 && std::abs(middle - 63) < 4;
+}
+
+TEST_F(PortalSharingTest, TheStreamsPicturesArriveUntilTheDesktopEndsIt) {
+  const OfferedScreen screen(bus_);
+  uint32_t node = 0;
+  ASSERT_TRUE(eventually([&] { return (node = screen.node()) != 0; }));
+  FakePortal desktop({.node = node, .openRemote = [&] { return screen.connection(); }});
+  share();
+  ASSERT_TRUE(
+      eventually([&] { return isRed(pictures_->latest().get()) || !troubles_.all().empty(); }));
+  ASSERT_TRUE(troubles_.all().empty()) << problems_.all().at(0);
+  desktop.endSession();
+  EXPECT_TRUE(troubles_.waitFor("lost"));
+  EXPECT_TRUE(isRed(pictures_->latest().get())) << "the last picture stays";
+}
+
+TEST_F(PortalSharingTest, ARefusalIsTold) {
+  FakePortal desktop({.start = 1});
+  share();
+  EXPECT_TRUE(troubles_.waitFor("refused"));
+  EXPECT_FALSE(pictures_->latest());
+}
+
+TEST_F(PortalSharingTest, APortalThatFailsIsALoss) {
+  FakePortal desktop({.start = 2});
+  share();
+  EXPECT_TRUE(troubles_.waitFor("lost"));
+}
+
+TEST_F(PortalSharingTest, AnEndDoesNotWaitForTheUser) {
+  FakePortal desktop({.start = FakePortal::kSilent});
+  share();
+  ASSERT_TRUE(desktop.calls.waitFor("Start"));
+  const auto begin = std::chrono::steady_clock::now();
+  capture_.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+  EXPECT_TRUE(desktop.calls.waitFor("gone"));
+  EXPECT_TRUE(troubles_.all().empty());
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

@@ -1,0 +1,355 @@
+// Pictures of monitors and windows, on a display server of the test's own with windows of known
+// colours.
+
+#include "capture/screen/screen_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "capture/screen/screen_grabber.h"
+#include "capture/screen/screen_sources.h"
+#include "gst/runtime.h"
+#include "media/frame_pool.h"
+#include "support/event_log.h"
+#include "support/process_usage.h"
+#include "support/x_server.h"
+
+namespace NimboEngine::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr VideoFormat kFormat{320, 240, 30};
+
+// As X has colours, and as ITU-R BT.709 codes them.
+struct Colour {
+  uint32_t rgb;
+  std::array<int, 3> yuv;
+};
+constexpr Colour kBlack{0x000000, {16, 128, 128}};
+constexpr Colour kRed{0xff0000, {63, 102, 240}};
+constexpr Colour kGreen{0x00ff00, {173, 42, 26}};
+constexpr Colour kBlue{0x0000ff, {32, 240, 118}};
+
+class ScreenCaptureTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  void capture(uint32_t id, int fps = 30) {
+    pictures_ = std::make_shared<FrameMailbox>();
+    capture_ = std::make_unique<ScreenCapture>(
+        id, VideoFormat{kFormat.width, kFormat.height, fps}, pictures_,
+        [this](ScreenError trouble, const std::string& message) {
+          EXPECT_FALSE(message.empty());
+          troubles_.add(trouble == ScreenError::kHidden ? "hidden" : "lost");
+        });
+  }
+
+  // Whether the newest picture has that colour at a place given in parts of its size.
+  bool shows(double x, double y, const Colour& colour) const {
+    const GstPtr<GstBuffer> picture = pictures_->latest();
+    const GstVideoInfo info = pictureInfo(kFormat);
+    GstVideoFrame frame;
+    if (!picture || !gst_video_frame_map(&frame, &info, picture.get(), GST_MAP_READ)) return false;
+    bool same = true;
+    for (int plane = 0; plane < 3; ++plane) {
+      const auto column = static_cast<ptrdiff_t>(x * GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane));
+      const auto row = static_cast<ptrdiff_t>(y * GST_VIDEO_FRAME_COMP_HEIGHT(&frame, plane));
+      const auto* data = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
+      const int seen = data[row * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane) + column];
+      same = same && std::abs(seen - colour.yuv[static_cast<size_t>(plane)]) <= 3;
+    }
+    gst_video_frame_unmap(&frame);
+    return same;
+  }
+
+  template <class Condition>
+  static bool eventually(Condition&& condition) {
+    for (const auto end = Clock::now() + 30s; Clock::now() < end;) {
+      if (condition()) return true;
+      std::this_thread::sleep_for(5ms);
+    }
+    return false;
+  }
+
+  bool comesToShow(double x, double y, const Colour& colour) const {
+    return eventually([&] { return shows(x, y, colour); });
+  }
+
+  // Until so many pictures more have come of a window that changes its colour all the time.
+  bool goesOn(XWindow& window, uint64_t count) const {
+    const uint64_t before = pictures_->count();
+    uint32_t colour = 0;
+    return eventually([&] {
+      window.setColour(++colour);
+      return pictures_->count() >= before + count;
+    });
+  }
+
+  EventLog troubles_;
+  std::shared_ptr<FrameMailbox> pictures_;
+  std::unique_ptr<ScreenCapture> capture_;
+};
+
+TEST_F(ScreenCaptureTest, AMonitorShowsEachWindowInItsPlace) {
+  const XServer server;
+  const XWindow left({.place = {0, 0, 200, 150}, .colour = kRed.rgb});
+  const XWindow right({.place = {600, 450, 200, 150}, .colour = kBlue.rgb});
+  capture(listScreenSources().at(0).id);
+  ASSERT_TRUE(comesToShow(0.24, 0.24, kRed)) << "the last of it, to the right and below";
+  EXPECT_TRUE(shows(0.26, 0.24, kBlack));
+  EXPECT_TRUE(shows(0.24, 0.26, kBlack));
+  EXPECT_TRUE(shows(0.76, 0.76, kBlue));
+  EXPECT_TRUE(shows(0.74, 0.76, kBlack));
+  const XWindow above({.place = {600, 450, 200, 150}, .colour = kGreen.rgb});
+  EXPECT_TRUE(comesToShow(0.76, 0.76, kGreen)) << "what covers is shown";
+}
+
+TEST_F(ScreenCaptureTest, TheWholeDesktopWithoutMonitors) {
+  const XServer server({"-extension", "RANDR"});
+  const XWindow window({.place = {600, 450, 200, 150}, .colour = kBlue.rgb});
+  capture(listScreenSources().at(0).id);
+  EXPECT_TRUE(comesToShow(0.9, 0.9, kBlue));
+  EXPECT_TRUE(shows(0.5, 0.5, kBlack));
+}
+
+TEST_F(ScreenCaptureTest, AWindowIsShownWholeWithBorders) {
+  for (const std::vector<std::string>& without :
+       {std::vector<std::string>{}, {"-extension", "MIT-SHM"}, {"-extension", "Composite"}}) {
+    const XServer server(without);
+    const XWindow window({.place = {20, 30, 400, 200}, .colour = kRed.rgb});
+    const XWindow half({.place = {200, 0, 200, 200}, .colour = kBlue.rgb, .parent = window.id()});
+    capture(window.id());
+    ASSERT_TRUE(comesToShow(0.48, 0.5, kRed));
+    EXPECT_TRUE(shows(0.02, 0.18, kRed)) << "160 of 240 rows";
+    EXPECT_TRUE(shows(0.52, 0.5, kBlue));
+    EXPECT_TRUE(shows(0.98, 0.82, kBlue));
+    EXPECT_TRUE(shows(0.5, 0.15, kBlack));
+    EXPECT_TRUE(shows(0.5, 0.85, kBlack));
+    capture_.reset();
+  }
+}
+
+TEST_F(ScreenCaptureTest, SharedMemoryIsUsedWhereItCanBe) {
+  for (const bool possible : {true, false}) {
+    const XServer server(possible ? std::vector<std::string>{}
+                                  : std::vector<std::string>{"-extension", "MIT-SHM"});
+    const XWindow window({.colour = kRed.rgb});
+    ScreenGrabber grabber(window.id());
+    ASSERT_EQ(grabber.grab(), ScreenGrabber::Outcome::kPicture);
+    EXPECT_EQ(grabber.image().isShared(), possible);
+    EXPECT_EQ(grabber.image().size(), (Size{100, 100}));
+  }
+}
+
+TEST_F(ScreenCaptureTest, WhatDoesNotChangeIsNotAPictureAgain) {
+  using Outcome = ScreenGrabber::Outcome;
+  for (const std::vector<std::string>& without :
+       {std::vector<std::string>{}, {"-extension", "MIT-SHM"}}) {
+    const XServer server(without);
+    XWindow window({.colour = kRed.rgb});
+    ScreenGrabber grabber(window.id());
+    EXPECT_EQ(grabber.grab(), Outcome::kPicture);
+    EXPECT_EQ(grabber.grab(), Outcome::kSame);
+    EXPECT_EQ(grabber.grab(), Outcome::kSame);
+    window.setColour(kBlue.rgb);
+    EXPECT_EQ(grabber.grab(), Outcome::kPicture);
+    EXPECT_EQ(grabber.grab(), Outcome::kSame);
+    window.resize({50, 50});
+    EXPECT_EQ(grabber.grab(), Outcome::kPicture);
+    window.showPointer({0xffff, 0xffff, 0});
+    EXPECT_EQ(grabber.grab(), Outcome::kPicture) << "the pointer counts";
+    EXPECT_EQ(grabber.grab(), Outcome::kSame);
+  }
+}
+
+TEST_F(ScreenCaptureTest, ACoveredWindowShowsItself) {
+  const XServer server;
+  const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  const XWindow above({.place = {0, 0, 800, 600}, .colour = kGreen.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  EXPECT_TRUE(shows(0.02, 0.02, kRed));
+  EXPECT_TRUE(shows(0.98, 0.98, kRed));
+}
+
+TEST_F(ScreenCaptureTest, AWindowPartlyOutsideTheScreen) {
+  const XWindowOptions options{.place = {640, 480, 320, 240}, .colour = kRed.rgb};
+  {
+    const XServer server;
+    const XWindow window(options);
+    const XWindow corner(
+        {.place = {160, 120, 160, 120}, .colour = kBlue.rgb, .parent = window.id()});
+    capture(window.id());
+    ASSERT_TRUE(comesToShow(0.98, 0.98, kBlue)) << "whole";
+    EXPECT_TRUE(shows(0.02, 0.02, kRed));
+    capture_.reset();
+  }
+  const XServer server({"-extension", "Composite"});
+  const XWindow window(options);
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed)) << "what is to be seen of it: 160 by 120";
+  EXPECT_TRUE(shows(0.98, 0.98, kRed));
+  EXPECT_EQ(troubles_.count("lost"), 0);
+}
+
+TEST_F(ScreenCaptureTest, AResizedWindowIsFollowed) {
+  const XServer server;
+  XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.02, kRed));
+  window.resize({320, 120});
+  EXPECT_TRUE(comesToShow(0.5, 0.02, kBlack));
+  EXPECT_TRUE(shows(0.5, 0.5, kRed));
+  window.resize({100, 240});
+  EXPECT_TRUE(comesToShow(0.02, 0.5, kBlack));
+  for (int i = 1; i <= 40; ++i) window.resize({8 * i, 6 * i});
+  window.setColour(kGreen.rgb);
+  EXPECT_TRUE(comesToShow(0.02, 0.02, kGreen));
+  EXPECT_TRUE(troubles_.all().empty());
+}
+
+TEST_F(ScreenCaptureTest, AMinimisedWindowStandsStillAndComesBack) {
+  const XServer server;
+  XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  for (const int times : {1, 2}) {
+    window.unmap();
+    ASSERT_TRUE(troubles_.waitFor("hidden", times));
+    EXPECT_TRUE(shows(0.5, 0.5, kRed));
+    window.setColour(kGreen.rgb);
+    window.map();
+    EXPECT_TRUE(comesToShow(0.5, 0.5, kGreen));
+    window.setColour(kRed.rgb);
+    EXPECT_TRUE(comesToShow(0.5, 0.5, kRed));
+  }
+  EXPECT_EQ(troubles_.count("hidden"), 2) << "once each time";
+  EXPECT_EQ(troubles_.count("lost"), 0);
+}
+
+TEST_F(ScreenCaptureTest, AClosedWindowIsLostAndItsLastPictureStays) {
+  const XServer server;
+  XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  window.destroy();
+  ASSERT_TRUE(troubles_.waitFor("lost"));
+  EXPECT_TRUE(shows(0.5, 0.5, kRed));
+  EXPECT_EQ(troubles_.count("lost"), 1);
+}
+
+TEST_F(ScreenCaptureTest, AKilledServerIsNoticed) {
+  XServer server;
+  const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  server.kill();
+  ASSERT_TRUE(troubles_.waitFor("lost"));
+  EXPECT_TRUE(shows(0.5, 0.5, kRed));
+}
+
+TEST_F(ScreenCaptureTest, AFrozenServerDoesNotHoldTheEnd) {
+  const XServer server;
+  const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  server.signal(SIGSTOP);
+  const auto begin = Clock::now();
+  capture_.reset();
+  EXPECT_LT(Clock::now() - begin, 1s);
+  server.signal(SIGCONT);
+  EXPECT_TRUE(troubles_.all().empty());
+}
+
+TEST_F(ScreenCaptureTest, NothingThereIsLostAtOnce) {
+  capture(1);  // no $DISPLAY
+  EXPECT_TRUE(troubles_.waitFor("lost"));
+  const XServer server;
+  capture(0x7fffff);
+  EXPECT_TRUE(troubles_.waitFor("lost", 2));
+  capture(0x4fffffff);
+  EXPECT_TRUE(troubles_.waitFor("lost", 3));
+  EXPECT_EQ(pictures_->count(), 0U);
+}
+
+TEST_F(ScreenCaptureTest, ThePointerIsDrawn) {
+  const XServer server;
+  XWindow window({.place = {100, 100, 320, 240}, .colour = kRed.rgb});
+  window.showPointer({0, 0, 0xffff});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kBlue));
+  EXPECT_TRUE(shows(0.5 - 12.0 / 320, 0.5, kRed)) << "8 pixels to each side";
+  EXPECT_TRUE(shows(0.5, 0.5 + 12.0 / 240, kRed));
+  capture(listScreenSources().at(0).id);
+  EXPECT_TRUE(comesToShow(260.0 / 800, 220.0 / 600, kBlue));
+}
+
+TEST_F(ScreenCaptureTest, PausedItStandsStill) {
+  const XServer server;
+  XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  capture_->setPaused(true);
+  const uint64_t count = pictures_->count();
+  window.setColour(kGreen.rgb);
+  std::this_thread::sleep_for(200ms);  // time in which six pictures would come
+  EXPECT_EQ(pictures_->count(), count);
+  EXPECT_TRUE(shows(0.5, 0.5, kRed));
+  capture_->setPaused(false);
+  EXPECT_TRUE(comesToShow(0.5, 0.5, kGreen));
+}
+
+TEST_F(ScreenCaptureTest, TheRateIsKept) {
+  const XServer server;
+  XWindow window({.colour = kRed.rgb});
+  capture(window.id(), 10);
+  ASSERT_TRUE(goesOn(window, 1));
+  auto begin = Clock::now();
+  EXPECT_TRUE(goesOn(window, 10));
+  EXPECT_GE(Clock::now() - begin, 880ms);
+  capture_->setFormat({kFormat.width, kFormat.height, 20}, pictures_);
+  ASSERT_TRUE(goesOn(window, 1));
+  begin = Clock::now();
+  EXPECT_TRUE(goesOn(window, 10));
+  EXPECT_GE(Clock::now() - begin, 430ms);
+}
+
+TEST_F(ScreenCaptureTest, AnotherFormatShowsThePresentPictureToo) {
+  const XServer server;
+  const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  capture(window.id());
+  ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+  const auto before = pictures_;
+  pictures_ = std::make_shared<FrameMailbox>();
+  capture_->setFormat({160, 120, 30}, pictures_);
+  ASSERT_TRUE(eventually([this] { return pictures_->latest() != nullptr; }));
+  const GstPtr<GstBuffer> picture = pictures_->latest();
+  const GstVideoMeta* layout = gst_buffer_get_video_meta(picture.get());
+  EXPECT_EQ(layout->width, 160U);
+  EXPECT_EQ(layout->height, 120U);
+  EXPECT_TRUE(before->latest()) << "who still looks there sees the old one";
+}
+
+TEST_F(ScreenCaptureTest, ThirtyCapturesLeaveNothingBehind) {
+  const XServer server;
+  const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
+  const auto cycle = [&] {
+    capture(window.id());
+    ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
+    capture_.reset();
+  };
+  cycle();
+  const ProcessUsage before = processUsage();
+  for (int i = 0; i < 30; ++i) cycle();
+  const ProcessUsage after = processUsage();
+  EXPECT_EQ(after.threads, before.threads);
+  EXPECT_EQ(after.descriptors, before.descriptors);
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

@@ -1,0 +1,138 @@
+// The conversation with the desktop's portal, which is played by the test.
+
+#include "capture/screen/screen_portal.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "capture/screen/screen_monitors.h"
+#include "capture/screen/screen_sources.h"
+#include "support/fake_portal.h"
+#include "support/session_bus.h"
+
+namespace NimboEngine::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Answer = ScreenPortal::Answer;
+using Answers = FakePortal::Answers;
+using Calls = std::vector<std::string>;
+
+int openSomething() {
+  return dup(STDERR_FILENO);
+}
+
+class ScreenPortalTest : public testing::Test {
+ protected:
+  // Of one portal, with little patience where that is not the point.
+  Answer ask(const ScreenPortal::Patience& patience = {.portal = 20'000ms, .user = 20'000ms}) {
+    portal_ = std::make_unique<ScreenPortal>(cancelled_.get(), patience);
+    problem_.clear();
+    const Answer answer = portal_->ask(problem_);
+    EXPECT_EQ(problem_.empty(), answer == Answer::kShared);
+    return answer;
+  }
+
+  const SessionBus bus_;
+  const GlibPtr<GCancellable> cancelled_{g_cancellable_new()};
+  std::unique_ptr<ScreenPortal> portal_;
+  std::string problem_;
+};
+
+TEST_F(ScreenPortalTest, SharesWhatTheUserChose) {
+  FakePortal desktop({.openRemote = openSomething});
+  ASSERT_EQ(ask(), Answer::kShared) << problem_;
+  EXPECT_EQ(portal_->node(), 42U);
+  EXPECT_GE(portal_->remote(), 0);
+  EXPECT_TRUE(portal_->isShared());
+  EXPECT_EQ(desktop.calls.all(), (Calls{"CreateSession", "SelectSources types=3 cursor_mode=2",
+                                        "Start", "OpenPipeWireRemote"}));
+  portal_.reset();
+  EXPECT_TRUE(desktop.calls.waitFor("gone")) << "so the desktop ends the session";
+}
+
+TEST_F(ScreenPortalTest, AsksForNoPointerThatThePortalCannotShow) {
+  FakePortal desktop({.cursorModes = 1, .openRemote = openSomething});
+  ASSERT_EQ(ask(), Answer::kShared) << problem_;
+  EXPECT_EQ(desktop.calls.all().at(1), "SelectSources types=3");
+}
+
+TEST_F(ScreenPortalTest, NoticesThatTheUserEndsTheSharing) {
+  FakePortal desktop({.openRemote = openSomething});
+  ASSERT_EQ(ask(), Answer::kShared) << problem_;
+  desktop.endSession();
+  for (int i = 0; i < 6000 && portal_->isShared(); ++i) std::this_thread::sleep_for(5ms);
+  EXPECT_FALSE(portal_->isShared());
+}
+
+TEST_F(ScreenPortalTest, ARefusalIsTheUsers) {
+  for (const Answers& answers : {Answers{.start = 1}, Answers{.selectSources = 1}}) {
+    FakePortal desktop(answers);
+    EXPECT_EQ(ask(), Answer::kRefused);
+    EXPECT_EQ(problem_, "the user does not want to share the screen");
+  }
+}
+
+TEST_F(ScreenPortalTest, EveryStepMayFail) {
+  const auto problemWith = [this](const Answers& answers) {
+    FakePortal desktop(answers);
+    EXPECT_EQ(ask(), Answer::kFailed);
+    return problem_;
+  };
+  EXPECT_EQ(problemWith({.createSession = 2}), "the portal refuses CreateSession");
+  EXPECT_EQ(problemWith({.selectSources = 2}), "the portal refuses SelectSources");
+  EXPECT_EQ(problemWith({.start = 2}), "the portal refuses Start");
+  EXPECT_EQ(problemWith({.hasStream = false}), "the portal names no stream");
+  EXPECT_NE(problemWith({.start = FakePortal::kRefuses}).find("not today"), std::string::npos);
+  EXPECT_NE(problemWith({}).find("the portal does not open PipeWire: "), std::string::npos);
+}
+
+TEST_F(ScreenPortalTest, SilenceEnds) {
+  {
+    FakePortal desktop({.createSession = FakePortal::kSilent});
+    EXPECT_EQ(ask({.portal = 300ms, .user = 20'000ms}), Answer::kFailed);
+    EXPECT_EQ(problem_, "the portal does not answer CreateSession");
+  }
+  FakePortal desktop({.start = FakePortal::kSilent});
+  EXPECT_EQ(ask({.portal = 20'000ms, .user = 300ms}), Answer::kFailed);
+  EXPECT_EQ(problem_, "the portal does not answer Start");
+}
+
+TEST_F(ScreenPortalTest, AnotherThreadEndsTheWaitForTheUser) {
+  FakePortal desktop({.start = FakePortal::kSilent});
+  std::thread impatient([&] {
+    desktop.calls.waitFor("Start");
+    g_cancellable_cancel(cancelled_.get());
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(ask({}), Answer::kFailed);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+  impatient.join();
+  portal_.reset();
+  EXPECT_TRUE(desktop.calls.waitFor("gone")) << "so the desktop takes its chooser away";
+}
+
+TEST_F(ScreenPortalTest, WithoutAPortalOrABusNothingIsListed) {
+  EXPECT_FALSE(ScreenPortal::isThere());
+  EXPECT_TRUE(listScreenSources().empty());
+  EXPECT_EQ(ask(), Answer::kFailed);
+  const Environment none("DBUS_SESSION_BUS_ADDRESS", "unix:path=/missing");
+  EXPECT_FALSE(ScreenPortal::isThere());
+  EXPECT_EQ(ask(), Answer::kFailed);
+}
+
+TEST_F(ScreenPortalTest, ItIsListedInAWaylandSessionOnly) {
+  FakePortal desktop({});
+  const auto sources = listScreenSources();
+  ASSERT_EQ(sources.size(), 1U);
+  EXPECT_EQ(sources[0].id, kPortalSource);
+  EXPECT_EQ(sources[0].name, "Choose a screen or window\u2026");
+  EXPECT_TRUE(desktop.calls.all().empty()) << "nobody is asked";
+  const Environment none("WAYLAND_DISPLAY", nullptr);
+  EXPECT_TRUE(listScreenSources().empty());
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

@@ -1,0 +1,169 @@
+// A shared screen in the camera's place, seen by the session's consumers.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+
+#include "capture/capture_probe.h"
+#include "capture/capture_session.h"
+#include "devices/devices.h"
+#include "gst/runtime.h"
+#include "support/event_log.h"
+#include "support/x_server.h"
+
+namespace NimboEngine::test {
+namespace {
+
+constexpr uint32_t kRed = 0xff0000;
+
+bool isPattern(const Picture& picture) {
+  return picture.at(0.07, 0.5)[0] > 200;
+}
+
+bool isRed(const Picture& picture) {
+  return std::abs(picture.at(0.07, 0.5)[0] - 63) < 4 && picture.at(0.07, 0.5)[2] > 235;
+}
+
+class ScreenSharingSessionTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  ScreenSharingSessionTest() {
+    CaptureSettings settings;
+    settings.video = {320, 240, 30};
+    settings.mirror = true;
+    settings.camera = kTestDevice;
+    settings.microphone = kTestDevice;
+    session_ = std::make_unique<CaptureSession>(
+        settings,
+        [this](FrameOrigin origin, uint8_t* pixels, const GstVideoInfo&) {
+          // Red has a luma of 63; nothing in the pattern's corner has.
+          const bool red = std::abs(pixels[0] - 63) < 4;
+          if (red != (origin == FrameOrigin::kScreen)) ++mislabelled_;
+        },
+        [this](DeviceKind kind, const std::string&, const std::string&) {
+          events_.add(kindName(kind));
+        });
+    session_->addConsumer(&probe_);
+  }
+  ~ScreenSharingSessionTest() override { session_->removeConsumer(&probe_); }
+
+  void share(const XWindow& window) {
+    session_->shareScreen(window.id(), [this](ScreenError trouble, const std::string&) {
+      events_.add(trouble == ScreenError::kHidden ? "hidden" : "lost");
+    });
+  }
+
+  const XServer server_;
+  XWindow window_{{.place = {0, 0, 320, 240}, .colour = kRed}};
+  EventLog events_;
+  std::atomic<int> mislabelled_{0};
+  CaptureProbe probe_;
+  std::unique_ptr<CaptureSession> session_;
+};
+
+// Mirrored, the pattern begins with blue; its first bar stands at the right.
+bool isMirroredPattern(const Picture& picture) {
+  return picture.at(0.93, 0.5)[0] > 200;
+}
+
+TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndGivesItBackWithoutAGap) {
+  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(isRed(picture));
+  session_->stopScreen();
+  const std::vector<Picture> afterwards = probe_.pictures(5);
+  EXPECT_TRUE(isMirroredPattern(afterwards.back()));
+  EXPECT_FALSE(isPattern(afterwards.back())) << "mirrored still";
+  session_->stopScreen();  // once is enough
+  EXPECT_EQ(mislabelled_, 0) << "each frame's source is told rightly";
+  EXPECT_TRUE(events_.all().empty());
+}
+
+TEST_F(ScreenSharingSessionTest, TheScreenIsNotMirrored) {
+  const XWindow left({.place = {0, 0, 160, 240}, .colour = 0xffffff, .parent = window_.id()});
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return std::abs(picture.at(0.9, 0.1)[0] - 63) < 3; }));
+  EXPECT_EQ(probe_.pictures(1).at(0).at(0.1, 0.1)[0], 235);
+}
+
+TEST_F(ScreenSharingSessionTest, AMutedCameraDoesNotHideTheScreenAndIsNeverSeen) {
+  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  session_->setCameraMuted(true);
+  ASSERT_TRUE(probe_.waitForPicture(&Picture::isBlack));
+  window_.unmap();
+  share(window_);
+  ASSERT_TRUE(events_.waitFor("hidden"));
+  for (const Picture& picture : probe_.pictures(5)) {
+    EXPECT_TRUE(picture.isBlack()) << "what was seen last is still the camera";
+  }
+  window_.map();
+  EXPECT_TRUE(probe_.waitForPicture(isRed));
+  session_->stopScreen();
+  EXPECT_TRUE(probe_.waitForPicture(&Picture::isBlack));
+}
+
+TEST_F(ScreenSharingSessionTest, TheCameraMayStopAndStartUnseen) {
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  session_->setCameraRunning(false);
+  session_->setCameraRunning(true);
+  for (const Picture& picture : probe_.pictures(10)) EXPECT_TRUE(isRed(picture));
+  session_->stopScreen();
+  EXPECT_TRUE(probe_.waitForPicture(isMirroredPattern));
+}
+
+TEST_F(ScreenSharingSessionTest, AClosedWindowLeavesItsPictureUntilAnotherIsShared) {
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  window_.destroy();
+  ASSERT_TRUE(events_.waitFor("lost"));
+  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(isRed(picture));
+  const XWindow another({.place = {0, 0, 320, 240}, .colour = 0xffffff});
+  share(another);
+  EXPECT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return picture.at(0.07, 0.07)[0] == 235; }));
+}
+
+bool hasSize(const Picture& picture, int width, int height) {
+  return picture.info.width == width && picture.info.height == height;
+}
+
+TEST_F(ScreenSharingSessionTest, TheScreenTakesOnAnotherSizeAndTheCameraKeepsItsOwn) {
+  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  session_->setFormat({640, 480, 30});
+  ASSERT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return hasSize(picture, 640, 480) && isRed(picture); }));
+  session_->setScreenPaused(true);
+  session_->setFormat({160, 120, 30});
+  for (const Picture& picture : probe_.pictures(5)) {
+    EXPECT_TRUE(isRed(picture)) << "paused, what was seen last stands in its old size";
+  }
+  session_->setScreenPaused(false);
+  ASSERT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return hasSize(picture, 160, 120) && isRed(picture); }));
+  session_->stopScreen();
+  ASSERT_TRUE(probe_.waitForPicture([](const Picture& picture) {
+    return hasSize(picture, 320, 240) && isMirroredPattern(picture);
+  }));
+  EXPECT_EQ(mislabelled_, 0);
+}
+
+TEST_F(ScreenSharingSessionTest, PausedThePictureStands) {
+  share(window_);
+  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  session_->setScreenPaused(true);
+  window_.setColour(0xffffff);
+  for (const Picture& picture : probe_.pictures(10)) EXPECT_TRUE(isRed(picture));
+  session_->setScreenPaused(false);
+  EXPECT_TRUE(probe_.waitForPicture(
+      [](const Picture& picture) { return picture.at(0.07, 0.07)[0] == 235; }));
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

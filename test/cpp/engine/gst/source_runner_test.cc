@@ -1,0 +1,206 @@
+#include "gst/source_runner.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <memory>
+#include <utility>
+
+#include "gst/runtime.h"
+#include "support/event_log.h"
+
+namespace NimboEngine::test {
+namespace {
+
+class SourceRunnerTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
+
+  SourceRunner::FailureCallback collect() {
+    return [this](const std::string& message) { failures_.add(message); };
+  }
+
+  EventLog failures_;
+};
+
+// A source from a description; `build` may wait first.
+class FakeSource : public Source {
+ public:
+  explicit FakeSource(std::string description, std::shared_future<void> gate = {})
+      : description_(std::move(description)), gate_(std::move(gate)) {}
+
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string&) override {
+    if (gate_.valid()) gate_.wait();
+    return Pipeline::parse("fake", description_, std::move(handler));
+  }
+
+ private:
+  const std::string description_;
+  const std::shared_future<void> gate_;
+};
+
+TEST_F(SourceRunnerTest, TellsWhyThereIsNoSource) {
+  const SourceRunner runner(
+      "x",
+      [](std::string& problem) -> std::unique_ptr<Source> {
+        problem = "no such thing";
+        return nullptr;
+      },
+      collect());
+  EXPECT_TRUE(failures_.waitFor("no such thing"));
+}
+
+TEST_F(SourceRunnerTest, TellsOfAnErrorWhileRunningOnce) {
+  const SourceRunner runner(
+      "x",
+      [](std::string&) {
+        return std::make_unique<FakeSource>("videotestsrc ! identity error-after=3 ! fakesink");
+      },
+      collect());
+  EXPECT_TRUE(failures_.waitFor("Failed after iterations as requested."));
+  EXPECT_EQ(failures_.all().size(), 1U);
+}
+
+TEST_F(SourceRunnerTest, StartsAnewWhatCannotRewind) {
+  struct Rounds : FakeSource {
+    Rounds(std::string description, EventLog& ends)
+        : FakeSource(std::move(description)), log(ends) {}
+    bool rewind(Pipeline&) override {
+      log.add("end");
+      return false;
+    }
+    EventLog& log;
+  };
+  EventLog ends;
+  const SourceRunner runner(
+      "x",
+      [&ends](std::string&) {
+        return std::make_unique<Rounds>("videotestsrc num-buffers=1 ! fakesink", ends);
+      },
+      collect());
+  EXPECT_TRUE(ends.waitFor("end", 3));
+  EXPECT_TRUE(failures_.all().empty());
+}
+
+TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
+  struct Silent : FakeSource {
+    using FakeSource::FakeSource;
+    int64_t progress() const override { return 5; }
+  };
+  const SourceRunner runner(
+      "x",
+      [](std::string&) {
+        return std::make_unique<Silent>("videotestsrc is-live=true ! fakesink async=false");
+      },
+      collect());
+  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+}
+
+TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
+  struct Dumb : FakeSource {
+    explicit Dumb(EventLog& log)
+        : FakeSource("videotestsrc is-live=true ! fakesink async=false"), builds(log) {}
+    std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override {
+      builds.add("build");
+      return FakeSource::build(std::move(handler), problem);
+    }
+    int64_t progress() const override { return 0; }
+    EventLog& builds;
+  };
+  EventLog builds;
+  const SourceRunner runner(
+      "x", [&builds](std::string&) { return std::make_unique<Dumb>(builds); }, collect());
+  EXPECT_TRUE(builds.waitFor("build", 2));
+  EXPECT_TRUE(failures_.all().empty());
+  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+  EXPECT_EQ(builds.count("build"), 2);
+}
+
+// Tells when it has ended.
+struct Mortal : FakeSource {
+  explicit Mortal(EventLog& log)
+      : FakeSource("videotestsrc is-live=true ! fakesink async=false"), ends(log) {}
+  ~Mortal() override { ends.add("end"); }
+  EventLog& ends;
+};
+
+// The predecessor of a source whose beginning is told by `begun`.
+SourceRunner::Predecessor mortal(EventLog& ends, std::function<bool()> begun) {
+  SourceRunner::Predecessor predecessor;
+  predecessor.runner = std::make_unique<SourceRunner>(
+      "mortal", [&ends](std::string&) { return std::make_unique<Mortal>(ends); }, nullptr);
+  predecessor.begun = std::move(begun);
+  return predecessor;
+}
+
+std::unique_ptr<Source> makeQuiet(std::string&) {
+  return std::make_unique<FakeSource>("videotestsrc is-live=true ! fakesink async=false");
+}
+
+TEST_F(SourceRunnerTest, APredecessorRunsUntilItsSuccessorHasBegun) {
+  EventLog ends;
+  EventLog looks;
+  std::atomic<bool> begun{false};
+  const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&] {
+                                 looks.add("look");
+                                 return begun.load();
+                               }));
+  ASSERT_TRUE(looks.waitFor("look", 5));
+  EXPECT_TRUE(ends.all().empty());
+  begun = true;
+  EXPECT_TRUE(ends.waitFor("end"));
+  EXPECT_TRUE(failures_.all().empty());
+}
+
+TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatFails) {
+  EventLog ends;
+  const SourceRunner successor(
+      "x",
+      [](std::string&) {
+        return std::make_unique<FakeSource>("videotestsrc ! identity error-after=1 ! fakesink");
+      },
+      collect(), mortal(ends, [] { return false; }));
+  EXPECT_TRUE(ends.waitFor("end"));
+  EXPECT_TRUE(failures_.waitFor("Failed after iterations as requested."));
+}
+
+TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatIsStoppedBeforeItBegan) {
+  EventLog ends;
+  EventLog looks;
+  {
+    const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&looks] {
+                                   looks.add("look");
+                                   return false;
+                                 }));
+    ASSERT_TRUE(looks.waitFor("look"));
+  }
+  EXPECT_TRUE(ends.waitFor("end"));
+}
+
+TEST_F(SourceRunnerTest, AHangingSourceIsLeftAndNeverHeardOfAgain) {
+  std::promise<void> gate;
+  std::weak_ptr<int> belonging;
+  std::promise<void> freed;
+  {
+    const std::shared_ptr<int> alive(new int(1), [&freed](const int* value) {
+      delete value;
+      freed.set_value();
+    });
+    belonging = alive;
+    const SourceRunner runner(
+        "x",
+        [alive, hung = gate.get_future().share()](std::string&) {
+          return std::make_unique<FakeSource>("identity ! nosuchelement", hung);
+        },
+        collect());
+  }
+  EXPECT_FALSE(belonging.expired()) << "still used by the thread that was left behind";
+  gate.set_value();
+  EXPECT_EQ(freed.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+  EXPECT_TRUE(failures_.all().empty());
+}
+
+}  // namespace
+}  // namespace NimboEngine::test

@@ -1,0 +1,51 @@
+#include "play/stall_detector.h"
+
+#include <gtest/gtest.h>
+
+namespace NimboEngine {
+namespace {
+
+using namespace LumoRtc;
+using namespace std::chrono_literals;
+
+constexpr StallDetector::Time kStart{1h};
+
+TEST(StallDetector, NothingArrives) {
+  for (const bool answered : {false, true}) {
+    StallDetector watch(kStart, 5s);
+    EXPECT_EQ(watch.check(kStart + 9s, {}, answered), std::nullopt);
+    EXPECT_EQ(watch.check(kStart + 10s, {}, answered),
+              answered ? kLumoLiveErrorStreamNotFound : kLumoLiveErrorConnectTimeout);
+  }
+}
+
+TEST(StallDetector, WhatArrivesMustBecomePicturesOrSound) {
+  StallDetector watch(kStart, 5s);
+  PlayCounts counts;
+  for (auto time = 8s; time < 23s; time += 1s) {
+    counts.videoBytes += 1000;
+    EXPECT_EQ(watch.check(kStart + time, counts, true), std::nullopt) << time.count();
+  }
+  counts.videoBytes += 1000;
+  EXPECT_EQ(watch.check(kStart + 23s, counts, true), kLumoLiveErrorUndecodable);
+}
+
+TEST(StallDetector, AStreamThatPlaysMustGoOn) {
+  StallDetector watch(kStart, 5s);
+  PlayCounts counts{.videoBytes = 1000, .pictures = 1};
+  EXPECT_EQ(watch.check(kStart + 1s, counts, true), std::nullopt);
+  counts.audioBytes = 10;  // sound alone will do
+  EXPECT_EQ(watch.check(kStart + 5s, counts, true), std::nullopt);
+  EXPECT_EQ(watch.check(kStart + 9s, counts, true), std::nullopt);
+  EXPECT_EQ(watch.check(kStart + 10s, counts, true), kLumoLiveErrorConnectionLost);
+}
+
+TEST(StallDetector, AFileMayStandStill) {
+  StallDetector watch(kStart, std::nullopt);
+  const PlayCounts counts{.pictures = 1};
+  EXPECT_EQ(watch.check(kStart, counts, false), std::nullopt);
+  EXPECT_EQ(watch.check(kStart + 24h, counts, false), std::nullopt);
+}
+
+}  // namespace
+}  // namespace NimboEngine

@@ -1,0 +1,111 @@
+#include "publish/link_monitor.h"
+
+#include <gtest/gtest.h>
+
+namespace NimboEngine {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kTimeout = 4000ms;
+constexpr auto kStep = 50ms;
+
+class LinkMonitorTest : public testing::Test {
+ protected:
+  // Looks every 50 ms for `time`: media of `waiting` wait, and the server takes them if `flows`.
+  std::vector<LinkEvent> pass(std::chrono::milliseconds time, std::chrono::milliseconds waiting,
+                              bool flows = true) {
+    std::vector<LinkEvent> events;
+    for (auto passed = 0ms; passed < time; passed += kStep) {
+      now_ += kStep;
+      if (flows) ++taken_;
+      const auto more = watch.look({.waiting = waiting, .empty = false, .taken = taken_});
+      events.insert(events.end(), more.begin(), more.end());
+    }
+    return events;
+  }
+
+  using Events = std::vector<LinkEvent>;
+
+  LinkMonitor watch{kTimeout, [this] { return now_; }};
+
+ private:
+  LinkMonitor::Clock::time_point now_{};
+  uint64_t taken_ = 0;
+};
+
+TEST_F(LinkMonitorTest, AGoodLinkIsNotMentioned) {
+  EXPECT_EQ(pass(60s, 999ms), Events{});
+  EXPECT_FALSE(watch.isPoor());
+}
+
+TEST_F(LinkMonitorTest, PoorWhenASecondWaitsForHalfASecond) {
+  EXPECT_EQ(pass(500ms, 1000ms), Events{});
+  EXPECT_EQ(pass(50ms, 1000ms), Events{LinkEvent::kPoor});
+  EXPECT_TRUE(watch.isPoor());
+  EXPECT_EQ(pass(60s, 5000ms), Events{}) << "told once";
+}
+
+TEST_F(LinkMonitorTest, AShortPeakIsNotPoor) {
+  for (int peak = 0; peak < 10; ++peak) {
+    EXPECT_EQ(pass(450ms, 3000ms), Events{});
+    EXPECT_EQ(pass(50ms, 900ms), Events{});
+  }
+}
+
+TEST_F(LinkMonitorTest, RecoveredWhenLittleWaitsForTwoSeconds) {
+  pass(1s, 2000ms);
+  EXPECT_EQ(pass(60s, 301ms), Events{}) << "between the limits nothing changes";
+  EXPECT_EQ(pass(2s, 300ms), Events{});
+  EXPECT_EQ(pass(50ms, 300ms), Events{LinkEvent::kRecovered});
+  EXPECT_FALSE(watch.isPoor());
+  EXPECT_EQ(pass(1s, 2000ms), Events{LinkEvent::kPoor}) << "and all over again";
+}
+
+TEST_F(LinkMonitorTest, AShortLullIsNoRecovery) {
+  pass(1s, 2000ms);
+  for (int lull = 0; lull < 10; ++lull) {
+    EXPECT_EQ(pass(1950ms, 0ms), Events{});
+    EXPECT_EQ(pass(50ms, 400ms), Events{});
+  }
+}
+
+TEST_F(LinkMonitorTest, NoProgressIsATimeoutAndThenDeath) {
+  pass(1s, 0ms);
+  EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kSendTimeout});
+  EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kDead});
+}
+
+TEST_F(LinkMonitorTest, ProgressEndsATimeout) {
+  pass(1s, 0ms);
+  pass(4s, 200ms, false);
+  EXPECT_EQ(pass(50ms, 200ms, true), Events{});
+  EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kSendTimeout}) << "told again";
+}
+
+TEST_F(LinkMonitorTest, NothingToSendIsNoStall) {
+  for (int look = 0; look < 1000; ++look) {
+    EXPECT_EQ(watch.look({.waiting = 0ms, .empty = true, .taken = 7}), Events{});
+    pass(0ms, 0ms);
+  }
+}
+
+TEST_F(LinkMonitorTest, ANewConnectionHasItsOwnTimes) {
+  pass(7950ms, 200ms, false);
+  watch.restart();
+  EXPECT_EQ(pass(4s, 200ms, false), Events{});
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kSendTimeout});
+}
+
+TEST_F(LinkMonitorTest, PoorOutlivesTheConnectionThatWas) {
+  pass(1s, 2000ms);
+  watch.restart();
+  EXPECT_TRUE(watch.isPoor());
+  EXPECT_EQ(pass(2050ms, 0ms), Events{LinkEvent::kRecovered});
+}
+
+}  // namespace
+}  // namespace NimboEngine
