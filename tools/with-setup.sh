@@ -2,8 +2,11 @@
 # Usage: tools/with-setup.sh [--peers FOLDER] [--preset NAME | --no-build] COMMAND...
 #
 # Brings a bare Debian 12 with Node.js to the point where COMMAND can run, then becomes COMMAND:
-# Debian packages (tools/debian-packages.txt), npm packages (package-lock.json), the build of a
-# CMake preset (default: release). What is up to date costs one check and prints nothing.
+# Debian packages, npm packages (package-lock.json), the build of a CMake preset (default: release).
+# What is up to date costs one check and prints nothing.
+#
+# The preset "product" needs the packages of tools/debian-packages.txt only, all else also those of
+# debian-packages-test.txt. It is built in release's folder: each takes over what the other has built.
 #
 # --peers FOLDER: also what its debian-packages.txt and package-lock.json name.
 #
@@ -24,6 +27,10 @@ case ${1-} in
   --preset) preset=${2:?--preset needs a name}; shift 2 ;;
   --no-build) preset=; shift ;;
 esac
+folder=build/${preset/product/release}
+package_lists=(tools/debian-packages.txt)
+[ "$preset" = product ] || package_lists+=(tools/debian-packages-test.txt)
+[ -z "$peers" ] || package_lists+=("$peers/debian-packages.txt")
 [ $# -gt 0 ] || { sed -n '2,/^set/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 1; }
 
 # step TEXT COMMAND...: runs COMMAND, with a line before it and one with the elapsed time after.
@@ -37,7 +44,7 @@ step() {
 
 missing_debian_packages() {
   local wanted installed
-  wanted=$(sed 's/#.*//' tools/debian-packages.txt ${peers:+"$peers/debian-packages.txt"})
+  wanted=$(sed 's/#.*//' "${package_lists[@]}")
   # shellcheck disable=SC2086 # a list of words
   installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null |
     sed -n 's/^installed //p')
@@ -72,7 +79,7 @@ ensure_debian_packages() {
 set-up: this system has no apt-get. Install the counterparts of these Debian packages, then run
 the same command again with LUMO_SYSTEM_PACKAGES=ready in its environment:
 
-$(grep -v '^#' tools/debian-packages.txt | sed '/^$/d; s/^/  /')
+$(sed '/^#/d; /^$/d; s/^/  /' "${package_lists[@]}")
 END
     exit 1
   fi
@@ -99,19 +106,24 @@ ensure_npm_packages() {
 }
 
 # ninja itself sees changed CMake files; the presets and the runtime whose headers the add-on is
-# compiled with are not among them.
+# compiled with are not among them. A folder that was configured for tests serves the product too.
 ensure_configured() {
-  local stamp=$1/.configured-for wanted
+  local stamp=$folder/.configured-for wanted found
   wanted="$(node -p 'process.version + " " + process.execPath') $(cksum <CMakePresets.json)"
-  [ -f "$1/build.ninja" ] && [ "$(cat "$stamp" 2>/dev/null)" = "$wanted" ] && return
-  step "configuring $1" cmake --preset "$preset" -U CMAKE_JS_INC
-  echo "$wanted" >"$stamp"
+  found=$(cat "$stamp" 2>/dev/null || true)
+  [ -f "$folder/build.ninja" ] &&
+    [[ $found = "$preset $wanted" || $preset = product && $found = "release $wanted" ]] && return
+  rm -f "$stamp"
+  step "configuring $folder" cmake --preset "$preset" -U CMAKE_JS_INC
+  echo "$preset $wanted" >"$stamp"
 }
 
 ensure_built() {
-  ensure_configured "build/$preset"
-  ninja -C "build/$preset" -n | grep 'no work to do' >/dev/null ||
-    step "building build/$preset" cmake --build --preset "$preset"
+  local target=all
+  [ "$preset" = product ] && target=product
+  ensure_configured
+  ninja -C "$folder" -n $target | grep 'no work to do' >/dev/null ||
+    step "building $folder" cmake --build --preset "$preset"
 }
 
 [ "${LUMO_SYSTEM_PACKAGES-}" = ready ] || ensure_debian_packages

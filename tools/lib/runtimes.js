@@ -61,7 +61,16 @@ async function buildForRuntime(version) {
   }
   const prefix = await fetchRuntime(version);
   await mustRun('cmake', [
-    ...['-S', root, '-B', build, '-G', 'Ninja', '-DCMAKE_BUILD_TYPE=RelWithDebInfo'],
+    ...[
+      '-S',
+      root,
+      '-B',
+      build,
+      '-G',
+      'Ninja',
+      '-DCMAKE_BUILD_TYPE=RelWithDebInfo',
+      '-DLUMO_TESTS=ON',
+    ],
     `-DCMAKE_JS_INC=${path.join(prefix, 'include', 'node')}`,
   ]);
   await mustRun('cmake', ['--build', build, '--target', 'js_test_modules']);
