@@ -14,25 +14,6 @@ namespace {
 
 using namespace LumoRtc;
 
-constexpr uint32_t kDefaultFps = 15;
-
-// The fields mean what they mean for a push, and have the same limits; a frame rate of 0 is the
-// default.
-LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
-                                 EncoderSettings& encoder, std::string& problem) {
-  LumoLivePushConfig push;
-  push.mResolution = config.mResolution;
-  push.width = static_cast<uint32_t>(config.width);
-  push.height = static_cast<uint32_t>(config.height);
-  push.frameRate = config.frameRate == 0 ? kDefaultFps : config.frameRate;
-  push.mTargetVideoBitrate = config.bitrate;
-  push.mVideoEncodeGop = config.mVideoEncodeGop;
-  PushParameters parameters;
-  const LumoLiveResult result = makePushParameters(push, parameters, problem);
-  encoder = parameters.encoder;
-  return result;
-}
-
 bool canBeShared(uint32_t id) {
   const auto sources = listScreenSources();
   return std::any_of(sources.begin(), sources.end(),

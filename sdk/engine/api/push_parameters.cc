@@ -30,6 +30,7 @@ constexpr int kLowestKbps = 50;
 constexpr int kHighestKbps = 50000;
 constexpr uint32_t kHardwareEncoding = 0;
 constexpr int kDefaultAudioBps = 64000;
+constexpr uint32_t kDefaultScreenFps = 15;
 
 // Collects the first thing that is wrong.
 class Check {
@@ -42,6 +43,8 @@ class Check {
   void rate(const char* field, int64_t value) {
     if (value != kRateNotSet) range(field, value, kLowestKbps, kHighestKbps);
   }
+  void fps(uint32_t value) { range("frameRate", value, 1, 60); }
+  void gop(uint32_t value) { range("mVideoEncodeGop", value, 1, 60); }
   template <class... Arguments>
   void require(bool holds, fmt::format_string<Arguments...> format, Arguments&&... arguments) {
     if (!holds && passed()) problem_ = fmt::format(format, std::forward<Arguments>(arguments)...);
@@ -62,10 +65,11 @@ Size pictureSize(uint32_t resolution, int64_t width, int64_t height, Check& chec
   return {static_cast<int>(width), static_cast<int>(height)};
 }
 
-VideoFormat videoFormat(const LumoLivePushConfig& config, Check& check) {
+template <class Config>
+VideoFormat videoFormat(const Config& config, uint32_t fps, Check& check) {
   const Size size = pictureSize(config.mResolution, config.width, config.height, check);
-  check.range("frameRate", config.frameRate, 1, 60);
-  return {size.width, size.height, static_cast<int>(config.frameRate)};
+  check.fps(fps);
+  return {size.width, size.height, static_cast<int>(fps)};
 }
 
 AudioFormat audioFormat(const LumoLivePushConfig& config, Check& check) {
@@ -88,9 +92,9 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
   }
   PushParameters result;
   EncoderSettings& encoder = result.encoder;
-  encoder.video = videoFormat(config, check);
+  encoder.video = videoFormat(config, config.frameRate, check);
   encoder.audio = audioFormat(config, check);
-  check.range("mVideoEncodeGop", config.mVideoEncodeGop, 1, 60);
+  check.gop(config.mVideoEncodeGop);
   if (config.audioBitRate != kRateNotSet) {
     check.range("audioBitRate", config.audioBitRate, 8000, 320000);
   }
@@ -114,6 +118,20 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
   return kLumoLiveOk;
 }
 
+LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
+                                 EncoderSettings& encoder, std::string& problem) {
+  Check check(problem);
+  const uint32_t fps = config.frameRate == 0 ? kDefaultScreenFps : config.frameRate;
+  const VideoFormat video = videoFormat(config, fps, check);
+  check.rate("bitrate", config.bitrate);
+  check.gop(config.mVideoEncodeGop);
+  if (!check.passed()) return kLumoLiveInvalidArgument;
+  encoder.video = video;
+  encoder.videoKbps = config.bitrate;
+  encoder.gopSeconds = static_cast<int>(config.mVideoEncodeGop);
+  return kLumoLiveOk;
+}
+
 LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
                           PushParameters& parameters, std::string& problem) {
   Check check(problem);
@@ -126,7 +144,7 @@ LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
 
 LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& problem) {
   Check check(problem);
-  check.range("frameRate", fps, 1, 60);
+  check.fps(fps);
   if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.video.fps = static_cast<int>(fps);
   return kLumoLiveOk;

@@ -49,6 +49,12 @@ struct PushParameters {
 LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& config,
                                            PushParameters& parameters, std::string& problem);
 
+// The encoder for a shared screen: size, frame rate, bit rate and key frames of `encoder` are set.
+// The fields have the limits of the table; a frame rate of 0 means 15. Unless the result is
+// kLumoLiveOk, `problem` names the field and `encoder` is unchanged.
+LumoRtc::LumoLiveResult makeScreenEncoder(const LumoRtc::LumoLiveScreenShareEncoderConfig& config,
+                                          EncoderSettings& encoder, std::string& problem);
+
 // The changes that are possible at any time, with the limits of the table. Unless the result is
 // kLumoLiveOk, `problem` tells why and `parameters` is unchanged.
 LumoRtc::LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,

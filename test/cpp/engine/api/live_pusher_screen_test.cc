@@ -4,10 +4,14 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "NimboSdk/LumoLiveBase.h"
 #include "NimboSdk/LumoLivePusher.h"
 #include "NimboSdk/LumoLiveResult.h"
 #include "support/fake_portal.h"
@@ -137,6 +141,32 @@ TEST_F(ScreenOperationsTest, TheEncoderConfigurationIsCheckedAndKept) {
                                             .mVideoEncodeGop = 2};
   EXPECT_EQ(pusher->setScreenShareEncoderConfiguration(&defaults), kLumoLiveOk)
       << "what the add-on sends for an empty object";
+}
+
+TEST_F(ScreenOperationsTest, ARefusedEncoderConfigurationNamesItsOwnFieldAndNumber) {
+  struct BadField {
+    const char* problem;
+    std::function<void(LumoLiveScreenShareEncoderConfig&)> change;
+  };
+  const std::vector<BadField> fields = {
+      {"mResolution is 8, not 0 to 7",
+       [](auto& bad) { bad.width = 0, bad.height = 0, bad.mResolution = 8; }},
+      {"width is -5, not 16 to 4096", [](auto& bad) { bad.width = -5; }},
+      {"height is -2147483648, not 16 to 4096", [](auto& bad) { bad.height = INT32_MIN; }},
+      {"frameRate is 61, not 1 to 60", [](auto& bad) { bad.frameRate = 61; }},
+      {"bitrate is 10, not 50 to 50000", [](auto& bad) { bad.bitrate = 10; }},
+      {"mVideoEncodeGop is 0, not 1 to 60", [](auto& bad) { bad.mVideoEncodeGop = 0; }},
+  };
+  LumoLiveBase::setConsoleEnabled(true);
+  for (const auto& [problem, change] : fields) {
+    LumoLiveScreenShareEncoderConfig bad = kEncoder;
+    change(bad);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(pusher->setScreenShareEncoderConfiguration(&bad), kLumoLiveInvalidArgument);
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find(std::string("refused: ") + problem + "\n"), std::string::npos) << log;
+  }
+  LumoLiveBase::setConsoleEnabled(false);
 }
 
 TEST_F(ScreenOperationsTest, FramesTellTheirSourceBeforeAndAfterTheSwitch) {

@@ -140,6 +140,28 @@ TEST(PushParameters, BadValuesAreRefusedByName) {
   }
 }
 
+TEST(PushParameters, ASharedScreenIsEncodedByItsOwnFields) {
+  EncoderSettings encoder;
+  encoder.audioBps = 4711;
+  std::string problem;
+  LumoLiveScreenShareEncoderConfig config{.mResolution = 5,
+                                          .width = 0,
+                                          .height = 0,
+                                          .frameRate = 0,
+                                          .bitrate = -1,
+                                          .mVideoEncodeGop = 4};
+  EXPECT_EQ(makeScreenEncoder(config, encoder, problem), kLumoLiveOk) << problem;
+  EXPECT_EQ(encoder.video, (VideoFormat{1280, 720, 15}));
+  EXPECT_EQ(encoder.videoKbps, kRateNotSet);
+  EXPECT_EQ(encoder.gopSeconds, 4);
+  EXPECT_EQ(encoder.audioBps, 4711) << "what is not the screen's stays";
+  config.bitrate = 10;
+  config.frameRate = 30;
+  EXPECT_EQ(makeScreenEncoder(config, encoder, problem), kLumoLiveInvalidArgument);
+  EXPECT_EQ(problem, "bitrate is 10, not 50 to 50000");
+  EXPECT_EQ(encoder.video.fps, 15) << "a refusal changes nothing";
+}
+
 TEST(PushParameters, OtherModesAreNotSupported) {
   PushParameters parameters;
   std::string problem;
