@@ -13,7 +13,7 @@
 namespace NimboEngine {
 
 struct FetchFailure {
-  LumoRtc::LumoLiveErrorCode code{};
+  LumoRtc::LumoLiveErrorCode code = LumoRtc::kLumoLiveErrorNone;
   // For the application. It has a host and a port at most of any address: no path, no parameters,
   // no user.
   std::string text;

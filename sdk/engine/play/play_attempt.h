@@ -24,7 +24,7 @@ struct PlayOutcome {
   enum class Kind { kStopped, kEnded, kFailed };
 
   Kind kind = Kind::kStopped;
-  LumoRtc::LumoLiveErrorCode code{};  // of a failure
+  LumoRtc::LumoLiveErrorCode code = LumoRtc::kLumoLiveErrorNone;  // of a failure
   std::string message;
 };
 

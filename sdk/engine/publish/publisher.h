@@ -32,7 +32,7 @@ namespace NimboEngine {
 // What happened to a push. `code` and `message` explain failures.
 struct PushOutcome {
   PushReport report = PushReport::kNone;
-  LumoRtc::LumoLiveErrorCode code{};
+  LumoRtc::LumoLiveErrorCode code = LumoRtc::kLumoLiveErrorNone;
   std::string message;
 };
 

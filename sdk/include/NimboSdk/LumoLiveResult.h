@@ -1,7 +1,7 @@
 // The numbers with which the default SDK answers operations and reports errors.
 //
-// None of them is 0, 1, -100 to -102 or -901: the add-on uses those for its own refusals, so a
-// caller can tell the two apart.
+// No failure is 0, 1, -100 to -102 or -901: the add-on uses those for its own refusals, so a caller
+// can tell the two apart.
 
 #pragma once
 
@@ -22,6 +22,7 @@ enum LumoLiveResult : int32_t {
 // What onSDKError, onSystemError and a player's onError carry. Codes of one cause never change
 // their number.
 enum LumoLiveErrorCode : int32_t {
+  kLumoLiveErrorNone = 0,  // no error; never reported
   // Publishing (onSDKError); the first three and a lost connection in playing too (onError)
   kLumoLiveErrorHostNotFound = -3001,     // the server's name does not resolve
   kLumoLiveErrorConnectRefused = -3002,   // nobody listens at that address

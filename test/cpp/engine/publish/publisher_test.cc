@@ -79,7 +79,8 @@ class PublisherTest : public testing::Test {
       .video = {320, 180, 30}, .audio = {48000, 2}, .videoKbps = 300, .gopSeconds = 1};
   NetworkSettings network{.reconnect = {.maxAttempts = 0}};
   EventLog events;
-  LumoLiveErrorCode code{};  // of the last report; read it after waiting for that
+  LumoLiveErrorCode code =
+      kLumoLiveErrorNone;  // of the last report; read it after waiting for that
 
  private:
   EngineThread engine_{"test-engine"};
