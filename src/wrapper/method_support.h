@@ -119,14 +119,16 @@ void CallPusherWithText(const Arguments& args, CallSite site, Failure failure,
   });
 }
 
-// A method of one option object: `operation(pusher, record)`. `record` comes with the defaults.
+// A method of one option object: `operation(pusher, record)`. `makeRecord` gives the record with
+// its defaults once there is a pusher: without one no constructor of the SDK runs.
 template <typename Failure, typename Record, std::size_t size, typename Operation>
-void CallPusherWithOptions(const Arguments& args, CallSite site, Failure failure,
-                           const OptionTable<Record, size>& table, Operation operation,
-                           Record record = {}) {
+void CallPusherWithOptions(
+    const Arguments& args, CallSite site, Failure failure, const OptionTable<Record, size>& table,
+    Operation operation, Record (*makeRecord)() = [] { return Record{}; }) {
   if (!LumoLivePushJSWrapper::GetPusherInstance(args)) {
     return FailWithoutPusher(args, site, failure);
   }
+  Record record = makeRecord();
   ReadOptions(args.GetIsolate(), args[0], table, record);
   // The object's getters may have destroyed the pusher.
   auto* pusher = LumoLivePushJSWrapper::Find(args)->CurrentPusher();

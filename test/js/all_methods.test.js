@@ -152,6 +152,19 @@ describe('every method', () => {
     );
   });
 
+  it('builds no record of the SDK before there is a pusher', () => {
+    const wrapper = newWrapperWithoutPusher();
+    const layout = { mixStreams: [{ userId: 'anna' }] };
+    sdk.recordStrings();
+    for (const [method, { accepts = [] }] of Object.entries(methods)) {
+      sdk.forget();
+      const args = accepts.map((type) => goodValue(type, wrapper));
+      if (method === 'setLiveMixTranscodingConfig') args[0] = layout;
+      wrapper[method](...args);
+      assert.deepEqual([sdk.strings(), sdk.arrays()], [[], []], method);
+    }
+  });
+
   for (const [method, row] of Object.entries(methods)) {
     const { accepts = [], exactly = false } = row;
 

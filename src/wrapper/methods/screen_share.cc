@@ -17,12 +17,14 @@ constexpr OptionTable<LumoLiveScreenShareEncoderConfig, 6> kEncoderKeys{
     option<&LumoLiveScreenShareEncoderConfig::mVideoEncodeGop>("mVideoEncodeGop"),
 };
 
-constexpr LumoLiveScreenShareEncoderConfig kEncoderDefaults{.mResolution = 3,
-                                                            .width = 0,
-                                                            .height = 0,
-                                                            .frameRate = 0,
-                                                            .bitrate = 512,
-                                                            .mVideoEncodeGop = 2};
+LumoLiveScreenShareEncoderConfig EncoderDefaults() {
+  return {.mResolution = 3,
+          .width = 0,
+          .height = 0,
+          .frameRate = 0,
+          .bitrate = 512,
+          .mVideoEncodeGop = 2};
+}
 
 // Deliberate: every number, unsigned ones too, is handed out as a signed 32-bit integer.
 v8::Local<v8::Object> ToObject(v8::Isolate* isolate,
@@ -60,7 +62,7 @@ void LumoLivePushJSWrapper::SetScreenShareEncoderConfiguration(const Arguments& 
   CallPusherWithOptions(
       args, LUMO_HERE, kFailedLater, kEncoderKeys,
       [](auto& pusher, const auto& o) { return pusher.setScreenShareEncoderConfiguration(&o); },
-      kEncoderDefaults);
+      EncoderDefaults);
 }
 
 void LumoLivePushJSWrapper::GetScreenShareEncoderConfiguration(const Arguments& args) {
