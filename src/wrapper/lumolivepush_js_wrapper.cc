@@ -92,8 +92,7 @@ LumoLivePushJSWrapper::~LumoLivePushJSWrapper() {
   DestroyPusher();
   for (const auto& [id, player] : mPlayers) DestroyPlayer(player);
   mPlayers.clear();
-  delete mEventListener;
-  mEventListener = nullptr;
+  mEventListener.reset();
   for (const auto& [id, object] : mPlugins) UnloadPlugin(object);
   mPlugins.clear();
 }
@@ -138,15 +137,16 @@ LumoRtc::LumoLivePusher* LumoLivePushJSWrapper::GetLivePusher() {
 }
 
 void LumoLivePushJSWrapper::EnsureListener() {
-  if (!mEventListener) mEventListener = new EventListener(mPlugins, mPluginMutex);
+  if (!mEventListener) mEventListener = std::make_unique<EventListener>(mPlugins, mPluginMutex);
 }
 
 void LumoLivePushJSWrapper::AttachListener() {
   if (!mLivePusher || !mEventListener) return;
-  mLivePusher->setPushErrorListener(mEventListener);
-  mLivePusher->setPushInfoListener(mEventListener);
-  mLivePusher->setVideoFrameListener(mEventListener);
-  mLivePusher->setPushNetworkListener(mEventListener);
+  auto* listener = mEventListener.get();
+  mLivePusher->setPushErrorListener(listener);
+  mLivePusher->setPushInfoListener(listener);
+  mLivePusher->setVideoFrameListener(listener);
+  mLivePusher->setPushNetworkListener(listener);
 }
 
 void LumoLivePushJSWrapper::DestroyPusher() {

@@ -11,6 +11,7 @@
 #include <node_object_wrap.h>
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <span>
 #include <string>
@@ -147,7 +148,7 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
 
   // Owned.
   LumoRtc::LumoLivePusher* mLivePusher = nullptr;  // through LumoLivePusher::destroy()
-  EventListener* mEventListener = nullptr;
+  std::unique_ptr<EventListener> mEventListener;
   std::map<std::string, LumoRtc::LumoLivePlayer*> mPlayers;  // key: player ID
   PluginMap mPlugins;                                        // read by the listener as well
   std::mutex mPluginMutex;                                   // guards mPlugins

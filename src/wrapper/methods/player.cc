@@ -67,9 +67,9 @@ void LumoLivePushJSWrapper::InitPlayer(const Arguments& args) {
   // A getter may have destroyed the player; its ID was not out yet, but it can be guessed.
   if (!wrapper->HasPlayer(player)) return SetResult(args, "");
   player->initPlayer(config);
-  if (wrapper->mEventListener) {
-    player->setPlayInfoListener(wrapper->mEventListener);
-    player->setVideoFrameListener(wrapper->mEventListener);
+  if (auto* listener = wrapper->mEventListener.get()) {
+    player->setPlayInfoListener(listener);
+    player->setVideoFrameListener(listener);
   }
   SetResult(args, GET_PLAYER_ID(player));
 }
