@@ -62,6 +62,14 @@ bool VideoFrameStore::TakeFresh(const std::string& user_id, const FreshFrames& e
   return true;
 }
 
+void VideoFrameStore::DropFresh(const std::string& user_id,
+                                const VideoRenderDataObserver* observer) {
+  const std::lock_guard lock(mutex_);
+  const auto found = caches_.find(user_id);
+  if (found == caches_.end() || found->second.observer != observer) return;
+  for (auto& slot : found->second.slots) slot.fresh = false;
+}
+
 void VideoFrameStore::NotifyObservers() {
   const std::lock_guard lock(mutex_);
   for (auto& [key, cache] : caches_) {

@@ -71,6 +71,9 @@ class VideoFrameStore {
   bool TakeFresh(const std::string& user_id, const FreshFrames& expected,
                  const FrameTargets& targets);
 
+  // Clears the fresh flags of a user whose observer this is; does nothing for another one's.
+  void DropFresh(const std::string& user_id, const VideoRenderDataObserver* observer);
+
   // Tells the observer of every user that has fresh frames, in the order of the user IDs.
   void NotifyObservers();
 

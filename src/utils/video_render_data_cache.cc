@@ -57,6 +57,11 @@ int VideoRenderDataManager::CacheVideoRenderData(const std::string& uid,
   return frames_.Store(uid, source, frame, observer);
 }
 
+void VideoRenderDataManager::DropVideoRenderData(const std::string& uid,
+                                                 const VideoRenderDataObserver* observer) {
+  frames_.DropFresh(uid, observer);
+}
+
 void VideoRenderDataManager::ClearObserver(VideoRenderDataObserver* observer) {
   frames_.ClearObserver(observer);
 }

@@ -1,6 +1,6 @@
 // Keeps every user's latest raw frames and paces their delivery: a thread of its own tells the
 // observers of users with unfetched frames, then waits 33 ms, and so on. A user is told again at
-// every pass until its frames have been fetched.
+// every pass until its frames have been fetched or dropped.
 //
 // Thread: any, but FetchVideoRenderDataByUid: the JavaScript thread.
 // Ownership: one instance a process, never destroyed: SDK threads and the pacing thread may use it
@@ -49,6 +49,10 @@ class VideoRenderDataManager {
   // Puts an object for each of the user's unfetched frames into `out`, source 0 first. Returns 0,
   // or -101, with `out` untouched, for a user that never had a frame.
   int FetchVideoRenderDataByUid(std::string& uid, v8::Local<v8::Array>& out);
+
+  // Drops the user's unfetched frames if `observer` is the user's observer, so that it is not told
+  // of them again.
+  void DropVideoRenderData(const std::string& uid, const VideoRenderDataObserver* observer);
 
   // The observer is not called any more once this returns.
   void ClearObserver(VideoRenderDataObserver* observer);

@@ -241,13 +241,15 @@ bool EventListener::onRemoteVideoSample(LumoRtc::LumoLivePlayer* player,
 void EventListener::OnVideoRenderDataNeedUpdate(std::string& uid) {
   mQueue.AsyncCall(
       [this, uid]() mutable {
-        if (!HasEventListener(Event_VideoRenderData)) return;
+        auto* manager = VideoRenderDataManager::GetInstance();
+        // Consumed unseen: otherwise each pass would queue a closure for a frame that is never
+        // fetched, and a later listener would get it however old it is.
+        if (!HasEventListener(Event_VideoRenderData))
+          return manager->DropVideoRenderData(uid, this);
         auto* isolate = v8::Isolate::GetCurrent();
         const v8::HandleScope scope(isolate);
         v8::Local<v8::Array> frames = v8::Array::New(isolate, 0);
-        if (VideoRenderDataManager::GetInstance()->FetchVideoRenderDataByUid(uid, frames) != 0) {
-          return;
-        }
+        if (manager->FetchVideoRenderDataByUid(uid, frames) != 0) return;
         v8::Local<v8::Value> argument = frames;
         DispatchEvent(Event_VideoRenderData, 1, &argument);
       },

@@ -192,6 +192,27 @@ describe('captured frames', () => {
     assert.deepEqual(seen, []);
   });
 
+  it('that arrive while nobody is subscribed are consumed; a later listener gets newer ones', async () => {
+    const [silent, pacing] = [newAttachedWrapper(), newAttachedWrapper()];
+    silent.initPlayer({});
+    const remoteFrame = (fill) =>
+      sdk.fire('onRemoteVideoSample', { source: 0, frame: { width: 8, height: 2, fill } });
+    const passes = collectFrames(pacing);
+    let pass = passes.next();
+    remoteFrame(1);
+    // Player IDs come before "preview", so the closure for the frame above runs before this arrives.
+    capture({ width: 8, height: 2 });
+    await pass;
+    const frames = collectFrames(silent);
+    pass = passes.next();
+    capture({ width: 8, height: 2 });
+    await pass;
+    assert.deepEqual(frames.arrays, []);
+    const arrived = frames.next();
+    remoteFrame(2);
+    assert.equal((await arrived)[0].data_y[0], 2);
+  });
+
   it('go to the wrapper that cached last', async () => {
     const [first, second] = [newAttachedWrapper(), newAttachedWrapper()];
     const [older, newer] = sdk.alive().pushers.slice(-2);

@@ -175,6 +175,28 @@ TEST_F(VideoFrameStoreTest, NotifiesFreshUsersInKeyOrderUntilTaken) {
   EXPECT_EQ(observer_.calls, (std::vector<std::string>{"", "0x1f", "b", "preview"}));
 }
 
+TEST_F(VideoFrameStoreTest, DroppedFramesAreNotToldAgainAndNotTaken) {
+  const OwnedFrame frame(Tight(16, 4));
+  ASSERT_EQ(Store("u", frame), 0);
+  ASSERT_EQ(Store("u", frame, kLumoLiveVideoSourceScreen), 0);
+  store_.DropFresh("u", &observer_);
+  store_.DropFresh("nobody", &observer_);
+  store_.NotifyObservers();
+  EXPECT_TRUE(observer_.calls.empty());
+  EXPECT_EQ(store_.PeekFresh("u").value(), FreshFrames());
+  ASSERT_EQ(Store("u", frame), 0);
+  store_.NotifyObservers();
+  EXPECT_EQ(observer_.calls, std::vector<std::string>{"u"});
+}
+
+TEST_F(VideoFrameStoreTest, AnObserverDropsOnlyFramesOfItsOwn) {
+  const OwnedFrame frame(Tight(16, 4));
+  ASSERT_EQ(Store("u", frame), 0);
+  const RecordingObserver previous;
+  store_.DropFresh("u", &previous);
+  EXPECT_EQ(Take("u")[0], frame.bytes());
+}
+
 TEST_F(VideoFrameStoreTest, LastObserverOfAUserWinsAndMayBeNull) {
   const OwnedFrame frame(Tight(8, 2));
   RecordingObserver later;
