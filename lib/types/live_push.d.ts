@@ -1,6 +1,7 @@
 import type { EventMap } from './events';
 import type {
   Device,
+  ExtraConfig,
   LiveMode,
   LogLevel,
   MixLayout,
@@ -81,8 +82,8 @@ export type PlayerEventMap = Pick<
 export interface LivePushOptions {
   /** The folder that holds NimboSdk.framework. Default: the bundled SDK's. */
   sdkDirectory?: string;
-  /** For setExtraConfig; an object is made JSON. */
-  extraConfig?: string | object;
+  /** For setExtraConfig; an object is made JSON. Another SDK's settings are given as their text. */
+  extraConfig?: string | ExtraConfig;
 }
 
 /**

@@ -18,6 +18,72 @@ export type LiveMode = 0 | 1;
  */
 export type ViewHandle = NodeJS.ArrayBufferView | null;
 
+/**
+ * The default SDK's settings, as JSON for setExtraConfig. Numbers are whole. A value of a wrong type
+ * or out of its range is refused when the pusher or a player is created. `docs/sdk.md` tells more.
+ */
+export interface ExtraConfig {
+  /** "" the first camera, "test" the test pattern, "file:<path>", or an identifier. Default "". */
+  camera?: string;
+  /**
+   * "" a file camera's audio or the default microphone, "test" a tone, "file", "default", or an
+   * identifier. Default "".
+   */
+  microphone?: string;
+  /** What is done when the connection to the server breaks. */
+  reconnect?: ReconnectSettings;
+  /** Milliseconds without progress until "onSendDataTimeout", 500 to 5000. Default 4000. */
+  sendTimeoutMs?: number;
+  /** How long a player holds a live stream back. */
+  latency?: LatencySettings;
+  /** What a player takes from a server or a file. */
+  limits?: LimitSettings;
+  /** What an address that is played may name. */
+  sources?: SourceSettings;
+  /** A PEM file with the trusted certificate authorities; "", the default, for the system's. */
+  trustedCertificates?: string;
+}
+
+export interface ReconnectSettings {
+  /** Attempts to connect again, 0 to 1000; 0: the push ends. Default 20. */
+  maxAttempts?: number;
+  /** Milliseconds before the first attempt, 0 to 600000; doubled each time. Default 500. */
+  firstDelayMs?: number;
+  /** The most that it is doubled to, 0 to 600000. Default 10000. */
+  maxDelayMs?: number;
+}
+
+export interface LatencySettings {
+  /** The smallest jitter buffer in milliseconds, 0 to 10000. Default 20. */
+  minMs?: number;
+  /** The largest in milliseconds, `minMs` to 10000. Default 600. */
+  maxMs?: number;
+  /** "lowest": each frame as soon as it is decoded. Default "default". */
+  preset?: 'default' | 'lowest';
+}
+
+export interface LimitSettings {
+  /** The largest frame, width by height, 65536 to 268435456. Default 9437184 (4096x2304). */
+  maxFramePixels?: number;
+  /** The most bytes that may wait to be decoded, 1048576 to 1073741824. Default 12582912. */
+  maxQueuedBytes?: number;
+}
+
+export interface SourceSettings {
+  /** A server at a public address may name local ones. Default false. */
+  localFromPublic?: boolean;
+  /** An `https` server may name `http` addresses. Default false. */
+  httpFromHttps?: boolean;
+  /** An `srt` address may have the mode `listener` or `rendezvous`. Default false. */
+  srtListener?: boolean;
+  /** The largest HLS playlist, 16 to 65536. Default 2048. */
+  maxPlaylistKiB?: number;
+  /** The largest headers of an HTTP answer, 4 to 1024. Default 64. */
+  maxHeaderKiB?: number;
+  /** The largest ID3 and APE tags in front of media, 16 to 262144. Default 8192. */
+  maxTagKiB?: number;
+}
+
 /** How a pusher captures, encodes and publishes. The limits are those of the default SDK. */
 export interface PushConfig {
   /** Default 0. The default SDK knows 0 only. */

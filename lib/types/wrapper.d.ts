@@ -37,8 +37,7 @@ export class LumoLivePushJSWrapper {
 
   /**
    * Sets the text that the SDK is given when the pusher and when players are created: for the
-   * default SDK a JSON object with "camera", "microphone", "reconnect", "sendTimeoutMs" and
-   * "trustedCertificates". A pusher that exists is not changed.
+   * default SDK an ExtraConfig as JSON. A pusher that exists is not changed.
    * @returns undefined, also when the argument is no string
    */
   setExtraConfig(text: string): undefined;

@@ -126,6 +126,20 @@ describe('the declarations', () => {
   });
 });
 
+describe('the settings', () => {
+  /** The declared keys, those of an object "outer.inner". */
+  const keysOf = (name, outer = '') =>
+    declared[name].members.flatMap(({ name: key, type }) => [
+      outer + key,
+      ...(type in declared ? keysOf(type, `${key}.`) : []),
+    ]);
+
+  it('are declared as they are documented', () => {
+    const rows = firstGroups(chapter('docs/sdk.md', 'Settings'), /^\| `([\w.]+)` \|/gm);
+    assert.deepEqual(keysOf('ExtraConfig').sort(), rows.sort());
+  });
+});
+
 describe('the documents', () => {
   const check = (...options) =>
     spawnSync(

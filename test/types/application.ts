@@ -4,6 +4,7 @@ import {
   AddonLoadError,
   createLivePush,
   type Device,
+  type ExtraConfig,
   isSupported,
   LivePush,
   LivePushError,
@@ -19,6 +20,16 @@ import {
 
 const windowHandle: Buffer = Buffer.alloc(4);
 const config: PushConfig = { mResolution: 5, frameRate: 30, mTargetVideoBitrate: 2500 };
+const settings: ExtraConfig = {
+  camera: 'test',
+  microphone: 'test',
+  reconnect: { maxAttempts: 5, firstDelayMs: 100, maxDelayMs: 1000 },
+  sendTimeoutMs: 2000,
+  latency: { maxMs: 300 },
+  limits: { maxFramePixels: 1920 * 1080, maxQueuedBytes: 2 ** 22 },
+  sources: { localFromPublic: false, httpFromHttps: false, srtListener: true },
+  trustedCertificates: '/etc/authorities.pem',
+};
 const layout: MixLayout = {
   backgroundColor: 0,
   cropMode: 1,
@@ -36,7 +47,7 @@ export function useMethods(): number[] {
   const live: LumoLivePushJSWrapper = createLivePush();
   const detached = new LumoLivePushJSWrapper(false);
   const registered: boolean = live.registPlugin(sdkDirectory);
-  live.setExtraConfig(JSON.stringify({ camera: 'test' }));
+  live.setExtraConfig(JSON.stringify(settings));
   const refused: undefined | 1 = live.initPusher(config);
   const stopped: 0 | 1 = live.stopCamera();
   const codes: number[] = [
@@ -163,7 +174,7 @@ export function listen(live: LumoLivePushJSWrapper): void {
 // ------------------------------------------------------------------------------------- LivePush
 
 export async function publish(url: string, signal: AbortSignal): Promise<void> {
-  await using live = new LivePush({ extraConfig: { camera: 'test' } });
+  await using live = new LivePush({ extraConfig: settings });
   live.on('error', ({ error, event }) => console.log(event, error));
   const unsubscribe = live.on('onNetworkPoor', function poor() {
     this.setTargetVideoBitrate(500);
