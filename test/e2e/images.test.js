@@ -7,12 +7,12 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { after, afterEach, before, describe, it } = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { PNG } = require('pngjs');
 const { createLivePush } = require('../../lib');
 const { runChild, startChild } = require('../../tools/rtmp/child');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { pictureColours } = require('../../tools/rtmp/witness');
+const { createCondition } = require('./support/condition');
 const { openLivePush, pixel } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
 const { openThrottledLink } = require('./support/throttled_link');
@@ -60,8 +60,10 @@ function watchColour(url) {
   const begin = ['-v', 'error', '-nostdin', '-fpsprobesize', '0', '-i', url];
   const { process, stop } = startChild('ffmpeg', [...begin, '-flush_packets', '1', ...one]);
   const colours = [];
+  const arrival = createCondition();
   process.stdout.on('data', (bytes) => {
     for (let at = 0; at + 3 <= bytes.length; at += 3) colours.push([...bytes.subarray(at, at + 3)]);
+    arrival.changed();
   });
   return {
     stop,
@@ -69,7 +71,7 @@ function watchColour(url) {
     /** Until a picture later than those that were waited for has that colour. */
     comesToShow: async (wanted) => {
       for (;;) {
-        while (colours.length === 0) await sleep(20);
+        await arrival.until(() => colours.length > 0);
         if (isNear(colours.shift(), wanted)) return;
       }
     },
@@ -96,12 +98,7 @@ describe('while the screen is paused', GUARD, () => {
   async function pauseWith(name, mPausePushImagePath) {
     live = openLivePush({ config: { ...SIZE, mPausePushImagePath } });
     const { push } = live;
-    let window;
-    while (!window) {
-      await sleep(20);
-      window = push.getScreenShareSourceInfo().find(({ sourceName }) => /red/.test(sourceName));
-    }
-    push.startScreenShareByDesktopId(window.sourceId);
+    push.startScreenShareByDesktopId(await live.sourceNamed(/red/));
     push.startPush(server.url(name));
     await live.nextFrame(isRed);
     await comesToShow(server.url(name), RED, RED, RED);

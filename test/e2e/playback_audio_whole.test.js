@@ -53,7 +53,8 @@ describe('the audio of a live stream is whole', GUARD, () => {
     const recorder = startRecorder(sound.environment('default_output'));
     try {
       await player.play(url);
-      await sleep((SETTLE_SECONDS + SECONDS) * 1000);
+      // Statistics come once a second.
+      for (let i = 0; i < SETTLE_SECONDS + SECONDS; i += 1) await player.next('onPlayerStatistics');
     } finally {
       player.close();
     }

@@ -5,9 +5,9 @@
 
 const assert = require('node:assert/strict');
 const { after, before, describe, it } = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { watchPictures } = require('../../tools/rtmp/witness');
+const { createCondition } = require('./support/condition');
 const { openLivePush } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
 const { watchRates } = require('./support/rates');
@@ -23,6 +23,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
   let pictures;
   let rates;
   const sizes = []; // one after the other
+  const arrival = createCondition();
   before(async () => {
     clip = await makeNoisyClip();
     display = await startDisplay();
@@ -38,7 +39,9 @@ describe("a shared screen's encoder while live", GUARD, () => {
     rates = watchRates(server.url());
     pictures = watchPictures(server.url(), ({ width, height }) => {
       const size = `${width}x${height}`;
-      if (sizes.at(-1) !== size) sizes.push(size);
+      if (sizes.at(-1) === size) return;
+      sizes.push(size);
+      arrival.changed();
     });
     await comesTo('640x360', ({ fps, kbps }) => fps > 25 && kbps > 1000);
   });
@@ -52,7 +55,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
 
   /** Until the players see pictures of that size, and a second of them is as `accept` wants it. */
   async function comesTo(size, accept) {
-    while (sizes.at(-1) !== size) await sleep(20);
+    await arrival.until(() => sizes.at(-1) === size);
     await rates.until(accept);
   }
 

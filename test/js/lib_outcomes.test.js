@@ -276,7 +276,7 @@ describe('mix layouts', () => {
     });
   });
 
-  it('that are refused at once may be turned down once more', async () => {
+  it('that are refused at once may be turned down once more', async (t) => {
     const refused = () => {
       sdk.answer('setLiveMixTranscodingConfig', -2002);
       const promise = live.setLiveMixTranscodingConfig(LAYOUT);
@@ -295,8 +295,14 @@ describe('mix layouts', () => {
     const second = live.setLiveMixTranscodingConfig(LAYOUT);
     await fire('onSetLiveMixTranscodingConfig', { isSuccess: true, message: '' });
     await second;
+    let giveUp;
+    const timers = t.mock.method(globalThis, 'setTimeout', (action) => {
+      giveUp = action;
+      return { unref() {} };
+    });
     await refused();
-    await new Promise((resolve) => setTimeout(resolve, 500));
+    timers.mock.restore();
+    giveUp();
     const third = later(live.setLiveMixTranscodingConfig(LAYOUT));
     await fire('onSetLiveMixTranscodingConfig', { isSuccess: false, message: 'no' });
     assert.equal(await stateOf(third), 'SDK_ERROR');

@@ -1,7 +1,7 @@
 'use strict';
 
-const { setTimeout: sleep } = require('node:timers/promises');
 const { watchFrames } = require('../../../tools/rtmp/witness');
+const { createCondition } = require('./condition');
 
 /**
  * @typedef {object} Rates of the last second, in the stream's own time
@@ -17,10 +17,15 @@ const { watchFrames } = require('../../../tools/rtmp/witness');
  */
 function watchRates(url) {
   const frames = [];
-  const child = watchFrames(url, (seconds, bytes, isKey) => frames.push({ seconds, bytes, isKey }));
+  const arrival = createCondition();
+  const child = watchFrames(url, (seconds, bytes, isKey) => {
+    frames.push({ seconds, bytes, isKey });
+    arrival.changed();
+  });
+  const lastTime = () => frames.at(-1)?.seconds ?? 0;
   /** @returns {Rates} */
   const rates = () => {
-    const end = frames.at(-1)?.seconds ?? 0;
+    const end = lastTime();
     const last = frames.filter(({ seconds }) => seconds > end - 1);
     const bytes = last.reduce((sum, frame) => sum + frame.bytes, 0);
     const [before, key] = frames.filter(({ isKey }) => isKey).slice(-2);
@@ -32,13 +37,11 @@ function watchRates(url) {
   };
   return {
     /** Resolves when the last second is as `accept` wants it. @param {(r: Rates) => boolean} accept */
-    until: async (accept) => {
-      while (!accept(rates())) await sleep(20);
-    },
+    until: (accept) => arrival.until(() => accept(rates())),
     /** Resolves when that many seconds of the stream have come. */
-    passes: async (seconds) => {
-      const begin = frames.at(-1)?.seconds ?? 0;
-      while ((frames.at(-1)?.seconds ?? 0) < begin + seconds) await sleep(20);
+    passes: (seconds) => {
+      const end = lastTime() + seconds;
+      return arrival.until(() => lastTime() >= end);
     },
     /** @returns {number[]} of all frames */
     times: () => frames.map(({ seconds }) => seconds),
