@@ -10,7 +10,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { runCtest } = require('./lib/ctest');
 const { runNodeTests } = require('./lib/node_tests');
-const { buildFolder, sourceFiles } = require('./lib/project');
+const { buildFolder, testFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 
@@ -43,7 +43,6 @@ async function writeReport(tally) {
 
 async function main() {
   forgetCounters();
-  const jsTests = sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/js');
   return runStages([
     { name: 'C++ tests', run: (tally) => runCtest(tally, path.join(folder, 'test/cpp/utils')) },
     {
@@ -52,7 +51,7 @@ async function main() {
     },
     {
       name: 'JavaScript tests',
-      run: (tally) => runNodeTests(tally, jsTests, { buildFolder: folder }),
+      run: (tally) => runNodeTests(tally, testFiles('js'), { buildFolder: folder }),
     },
     { name: 'coverage', run: writeReport },
   ]);

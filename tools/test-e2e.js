@@ -10,11 +10,11 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { interfaceNames } = require('./lib/interface_names');
 const { runNodeTests } = require('./lib/node_tests');
-const { buildFolder, root, sourceFiles } = require('./lib/project');
+const { buildFolder, root, testFiles } = require('./lib/project');
 const { count, runStages } = require('./lib/tally');
 
 const folder = buildFolder('release');
-const files = sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/e2e');
+const files = testFiles('e2e');
 
 /** @returns {Map<string, string>} "file: test" -> outcome of the run before */
 function readOutcomes() {

@@ -5,16 +5,14 @@
 //
 // Usage: node tools/test-runtimes.js [MAJOR...]
 
-const path = require('node:path');
 const { runNodeTests } = require('./lib/node_tests');
-const { sourceFiles } = require('./lib/project');
+const { testFiles } = require('./lib/project');
 const { buildForRuntime, versions } = require('./lib/runtimes');
 const { runStages } = require('./lib/tally');
 
 async function testRuntime(tally, version) {
   const runtime = await buildForRuntime(version);
-  const files = sourceFiles('.test.js').filter((file) => path.dirname(file) === 'test/js');
-  await runNodeTests(tally, files, runtime);
+  await runNodeTests(tally, testFiles('js'), runtime);
 }
 
 async function main() {

@@ -16,7 +16,7 @@ const path = require('node:path');
 const { parseArgs } = require('node:util');
 const { runCtest } = require('./lib/ctest');
 const { runNodeTests } = require('./lib/node_tests');
-const { buildFolder, root, sourceFiles } = require('./lib/project');
+const { buildFolder, root, testFiles } = require('./lib/project');
 const { countReports, sanitizerEnvironment } = require('./lib/sanitizers');
 const { runStages } = require('./lib/tally');
 const { lint } = require('./lint');
@@ -54,7 +54,7 @@ function stageOf(file) {
 }
 
 function isTestOf(stage, file) {
-  return path.dirname(file) === `test/${stage}` && file.endsWith('.test.js');
+  return file.startsWith(`test/${stage}/`) && file.endsWith('.test.js');
 }
 
 async function main() {
@@ -64,7 +64,7 @@ async function main() {
   const runNode = (stage) => (tally) =>
     runNodeTests(
       tally,
-      (files.length > 0 ? files : sourceFiles('.test.js')).filter((file) => isTestOf(stage, file)),
+      files.length > 0 ? files.filter((file) => isTestOf(stage, file)) : testFiles(stage),
       { buildFolder: folder, env: environment.node },
     );
   const stages = {

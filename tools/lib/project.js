@@ -23,9 +23,23 @@ function sourceFiles(...endings) {
     .sort();
 }
 
+/**
+ * The test files of a folder of test/, those of its subfolders too.
+ *
+ * @param {string} suite for example 'js'
+ * @returns {string[]} paths relative to the project's root, sorted
+ * @throws {Error} when there is none: a run without tests must not pass
+ */
+function testFiles(suite) {
+  const files = sourceFiles('.test.js').filter((file) => file.startsWith(`test/${suite}/`));
+  if (files.length === 0) throw new Error(`test/${suite}: no test file`);
+  return files;
+}
+
 module.exports = {
   root,
   sourceFiles,
+  testFiles,
   /** @param {string} preset @returns {string} absolute folder of a CMake preset's build */
   buildFolder: (preset) => path.join(root, 'build', preset),
 };

@@ -1,6 +1,6 @@
 'use strict';
 
-// Hostile calls to the scripted SDK (test/js/support/hostile_process.js), in one process after the
+// Hostile calls to the scripted SDK (test/js/robustness/hostile_process.js), in one process after the
 // other. Each has a seed of its own, which is its first call's number away from the run's: with
 // `--seed` and `--calls` of what is left, a run goes on where another one ended.
 
@@ -11,7 +11,7 @@ const { run: runProgram } = require('../../../tools/lib/run');
 const { root } = require('../../../tools/lib/project');
 const { buildForRuntime, versions } = require('../../../tools/lib/runtimes');
 
-const PROCESS = path.join(root, 'test/js/support/hostile_process.js');
+const PROCESS = path.join(root, 'test/js/robustness/hostile_process.js');
 const CALLS_EACH = 100_000;
 const JOBS = 2;
 const RUNTIMES = 2;
