@@ -16,7 +16,7 @@ namespace {
 using LumoLivePushElectronSDK::CopyI420;
 using LumoLivePushElectronSDK::LayOutI420;
 using LumoLivePushElectronSDK::testing::OwnedFrame;
-using LumoLivePushElectronSDK::testing::ReferencePicture;
+using LumoLivePushElectronSDK::testing::ReferenceFrame;
 using LumoLivePushElectronSDK::testing::Tight;
 
 OwnedFrame FrameOf(const benchmark::State& state) {
@@ -36,7 +36,7 @@ void Repack(benchmark::State& state) {
 
 void PerByte(benchmark::State& state) {
   const OwnedFrame frame = FrameOf(state);
-  while (state.KeepRunning()) benchmark::DoNotOptimize(ReferencePicture(frame));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(ReferenceFrame(frame));
 }
 
 void Memcpy(benchmark::State& state) {

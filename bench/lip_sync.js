@@ -41,13 +41,16 @@ const OPTIONS = {
 };
 
 /** Plays one source in all players at once. @returns {Promise<Record<string, object>>} */
-async function measureProtocol(protocol, { clips, sound, names, seconds, settleSeconds, offset }) {
+async function measureProtocol(
+  protocol,
+  { clips, soundServer, names, seconds, settleSeconds, offset },
+) {
   const kind = protocol.replace(B_FRAMES, '');
   const clip = protocol.endsWith(B_FRAMES) ? clips.reordered : clips.plain;
   const source = await SOURCES[kind]({ clip, pace: 1, clients: names.length });
   try {
     const players = await Promise.all(
-      names.map((name, index) => startObservedPlayer(sound, name, source.url(index))),
+      names.map((name, index) => startObservedPlayer(soundServer, name, source.url(index))),
     );
     const machine = watchMachine();
     await sleep((seconds + settleSeconds) * 1000 + 2000);
@@ -91,11 +94,11 @@ async function main() {
     plain: path.join(folder, 'plain.mp4'),
     reordered: path.join(folder, 'reordered.mp4'),
   };
-  const sound = await startSoundServer();
+  const soundServer = await startSoundServer();
   try {
     await writeClip(clips.plain, seconds + settleSeconds + START_SECONDS);
     await writeClip(clips.reordered, seconds + settleSeconds + START_SECONDS, { bFrames: true });
-    const calibration = await calibrateRecorder(sound);
+    const calibration = await calibrateRecorder(soundServer);
     console.log(
       `The recorder is ${number(calibration.mean)} ms late (sd ${number(calibration.deviation, 2)}` +
         ' ms) against the sound server; subtracted below.\n',
@@ -103,7 +106,14 @@ async function main() {
     const rows = [HEAD];
     const results = {};
     for (const protocol of values.protocols.split(',')) {
-      const options = { clips, sound, names, seconds, settleSeconds, offset: calibration.mean };
+      const options = {
+        clips,
+        soundServer,
+        names,
+        seconds,
+        settleSeconds,
+        offset: calibration.mean,
+      };
       results[protocol] = await measureProtocol(protocol, options);
       for (const name of names) {
         rows.push(tableRow(protocol, name, results[protocol][name]));
@@ -117,7 +127,7 @@ async function main() {
     }
     if (values.plot) fs.writeFileSync(values.plot, plotResults(results, names, seconds));
   } finally {
-    await sound.stop();
+    await soundServer.stop();
     fs.rmSync(folder, { recursive: true });
   }
 }

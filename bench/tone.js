@@ -47,11 +47,11 @@ function latencyChange(frames, pace) {
   return level(last - span, last) - level(first, first + span);
 }
 
-async function measureProtocol(protocol, { clip, sound, names, seconds, pace }) {
+async function measureProtocol(protocol, { clip, soundServer, names, seconds, pace }) {
   const source = await SOURCES[protocol]({ clip, pace, clients: names.length });
   try {
     const players = await Promise.all(
-      names.map((name, index) => startObservedPlayer(sound, name, source.url(index))),
+      names.map((name, index) => startObservedPlayer(soundServer, name, source.url(index))),
     );
     const machine = watchMachine();
     await sleep((seconds + SETTLE_SECONDS) * 1000 + 1500);
@@ -90,7 +90,7 @@ async function main() {
   const names = values.players.split(',');
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'tone-'));
   const clip = path.join(folder, 'tone.mp4');
-  const sound = await startSoundServer();
+  const soundServer = await startSoundServer();
   try {
     await writeClip(clip, Math.ceil((seconds + SETTLE_SECONDS + START_SECONDS) * pace), {
       hertz: HERTZ,
@@ -98,7 +98,13 @@ async function main() {
     const rows = [[...HEAD, 'load, late', 'error']];
     const results = {};
     for (const protocol of values.protocols.split(',')) {
-      results[protocol] = await measureProtocol(protocol, { clip, sound, names, seconds, pace });
+      results[protocol] = await measureProtocol(protocol, {
+        clip,
+        soundServer,
+        names,
+        seconds,
+        pace,
+      });
       for (const name of names) {
         rows.push(tableRow(protocol, name, results[protocol][name]));
         console.error(rows.at(-1).join('  '));
@@ -112,7 +118,7 @@ async function main() {
       fs.writeFileSync(values.json, JSON.stringify({ seconds, pace, results }, null, 1));
     }
   } finally {
-    await sound.stop();
+    await soundServer.stop();
     fs.rmSync(folder, { recursive: true });
   }
 }

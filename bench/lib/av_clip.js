@@ -35,25 +35,25 @@ function drawFrame(target, index) {
 
 /** @returns {Buffer} of 16-bit samples: a beep at the beginning of each second */
 function beeps(seconds) {
-  const sound = Buffer.alloc(seconds * CLIP.rate * 2);
+  const audio = Buffer.alloc(seconds * CLIP.rate * 2);
   for (let second = 0; second < seconds; second += 1) {
     const pitch = PITCHES[second % PITCHES.length];
     for (let i = 0; i < BEEP_SECONDS * CLIP.rate; i += 1) {
       const value = LEVEL * Math.sin((2 * Math.PI * pitch * i) / CLIP.rate);
-      sound.writeInt16LE(Math.round(value * 32767), (second * CLIP.rate + i) * 2);
+      audio.writeInt16LE(Math.round(value * 32767), (second * CLIP.rate + i) * 2);
     }
   }
-  return sound;
+  return audio;
 }
 
 /** @returns {Buffer} of 16-bit samples: a tone without an end */
 function tone(seconds, hertz) {
-  const sound = Buffer.alloc(seconds * CLIP.rate * 2);
+  const audio = Buffer.alloc(seconds * CLIP.rate * 2);
   for (let i = 0; i < seconds * CLIP.rate; i += 1) {
     const value = LEVEL * Math.sin((2 * Math.PI * hertz * i) / CLIP.rate);
-    sound.writeInt16LE(Math.round(value * 32767), 2 * i);
+    audio.writeInt16LE(Math.round(value * 32767), 2 * i);
   }
-  return sound;
+  return audio;
 }
 
 /**
@@ -66,15 +66,15 @@ function tone(seconds, hertz) {
  */
 async function writeClip(file, seconds, { bFrames = false, hertz } = {}) {
   const { width, height, fps, rate } = CLIP;
-  const sound = `${file}.s16`;
-  fs.writeFileSync(sound, hertz ? tone(seconds, hertz) : beeps(seconds));
+  const audio = `${file}.s16`;
+  fs.writeFileSync(audio, hertz ? tone(seconds, hertz) : beeps(seconds));
   const codec = bFrames ? ['-preset', 'veryfast', '-bf', '3'] : ['-tune', 'zerolatency'];
   const child = spawn(
     'ffmpeg',
     [
       ...['-v', 'error', '-y', '-f', 'rawvideo', '-pix_fmt', 'yuv420p', '-s', `${width}x${height}`],
       ...['-r', String(fps), '-i', 'pipe:0', '-f', 's16le', '-ar', String(rate), '-ac', '1'],
-      ...['-i', sound, '-c:v', 'libx264', '-preset', 'veryfast', ...codec, '-g', String(fps)],
+      ...['-i', audio, '-c:v', 'libx264', '-preset', 'veryfast', ...codec, '-g', String(fps)],
       ...['-crf', '18', '-c:a', 'aac', '-b:a', '160k', '-movflags', '+faststart', file],
     ],
     { stdio: ['pipe', 'inherit', 'inherit'] },
@@ -87,7 +87,7 @@ async function writeClip(file, seconds, { bFrames = false, hertz } = {}) {
   }
   child.stdin.end();
   const [code] = await closed;
-  fs.rmSync(sound);
+  fs.rmSync(audio);
   if (code !== 0) throw new Error(`ffmpeg: exit code ${code}`);
 }
 

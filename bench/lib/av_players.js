@@ -26,14 +26,14 @@ const PLAYERS = {
  * @property {number} code its number in the clip, -1 when it has none
  * @property {number} luma mean, without the code
  *
- * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} sound
+ * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} soundServer
  * @param {string} name of PLAYERS
  * @param {string} url
  */
-async function startObservedPlayer(sound, name, url) {
+async function startObservedPlayer(soundServer, name, url) {
   const output = `${name}_${process.hrtime.bigint()}`;
-  await sound.addOutput(output);
-  const environment = sound.environment(output);
+  await soundServer.addOutput(output);
+  const environment = soundServer.environment(output);
   const recorder = startRecorder(environment);
   const player = startChild('env', [...environment, ...PLAYERS[name](url)]);
   const frames = [];

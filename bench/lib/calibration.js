@@ -13,12 +13,12 @@ const SECONDS = 10;
 /**
  * What the recorder adds to the time at which the sound server itself says that a beep is heard.
  *
- * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} sound
+ * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} soundServer
  * @returns {Promise<{mean: number, deviation: number, min: number, max: number}>} ms
  */
-async function calibrateRecorder(sound) {
-  await sound.addOutput('calibration');
-  const environment = sound.environment('calibration');
+async function calibrateRecorder(soundServer) {
+  await soundServer.addOutput('calibration');
+  const environment = soundServer.environment('calibration');
   const recorder = startRecorder(environment);
   const program = path.join(buildFolder('release'), 'bench/beep_at_known_time');
   const source = startChild('env', [...environment, program]);

@@ -36,9 +36,9 @@ struct Beeper {
 
   int16_t next() {
     const auto place = static_cast<double>(written % kRate);
-    const bool sounds = written >= kRate && place < kBeepFrames;
+    const bool isBeep = written >= kRate && place < kBeepFrames;
     ++written;
-    if (!sounds) return 0;
+    if (!isBeep) return 0;
     return static_cast<int16_t>(kLevel *
                                 std::sin(2 * std::numbers::pi * kFrequency * place / kRate));
   }
@@ -51,10 +51,11 @@ void onTimingUpdate(pa_stream* stream, int ok, void* data) {
   pa_usec_t latency = 0;
   int negative = 0;
   if (!ok || pa_stream_get_latency(stream, &latency, &negative) < 0 || negative) return;
-  const int64_t heard = nowNs() + static_cast<int64_t>(latency) * 1000;
+  const int64_t audibleAt = nowNs() + static_cast<int64_t>(latency) * 1000;
   const uint64_t beep = (beeper.written / kRate + 1) * kRate;
   const uint64_t ahead = beep - beeper.written;
-  std::printf("beep %" PRId64 "\n", heard + static_cast<int64_t>(ahead * 1'000'000'000 / kRate));
+  std::printf("beep %" PRId64 "\n",
+              audibleAt + static_cast<int64_t>(ahead * 1'000'000'000 / kRate));
   std::fflush(stdout);
 }
 

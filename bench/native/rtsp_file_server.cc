@@ -18,11 +18,11 @@
 namespace {
 
 // The system's clock, running faster or slower.
-GstClock* makeClock(double pace) {
+GstClock* makeClock(double speed) {
   constexpr guint64 kParts = 1'000'000;
   auto* clock = GST_CLOCK(g_object_new(GST_TYPE_SYSTEM_CLOCK, "name", "paced", nullptr));
   const GstClockTime now = gst_clock_get_internal_time(clock);
-  gst_clock_set_calibration(clock, now, now, static_cast<guint64>(std::llround(pace * kParts)),
+  gst_clock_set_calibration(clock, now, now, static_cast<guint64>(std::llround(speed * kParts)),
                             kParts);
   return clock;
 }

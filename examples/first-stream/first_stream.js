@@ -4,11 +4,11 @@ const { once } = require('node:events');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { probeStream, savePicture } = require('../../tools/rtmp/witness');
+const { probeStream, saveImage } = require('../../tools/rtmp/witness');
 const { FrameCount } = require('./frame_count');
 const { Guests } = require('./guests');
 const { PusherSession } = require('./live_session');
-const { savePreview } = require('./picture');
+const { savePreview } = require('./frame_image');
 
 const PREVIEW_FILE = path.resolve('first-stream-preview.png');
 const REMOTE_FILE = path.resolve('first-stream-remote.png');
@@ -17,12 +17,12 @@ const CONNECT_SECONDS = 10;
 /**
  * @typedef {object} Report
  * @property {boolean} seen whether FFmpeg saw the stream's pictures at the server
- * @property {string[]} problems what went wrong
+ * @property {string[]} errors what went wrong
  * @property {{camera: string, microphone: string}} [sources]
  * @property {{name: string, seconds: number, payload?: object}[]} events seconds since the start
  * @property {import('./frame_count').FrameTotals} [frames]
  * @property {import('../../tools/rtmp/witness').StreamReport} [witness] what FFmpeg measured
- * @property {string[]} pictures the files written
+ * @property {string[]} images the files written
  */
 
 /**
@@ -35,7 +35,7 @@ const CONNECT_SECONDS = 10;
  * @returns {Promise<Report>}
  */
 async function firstStream({ seconds, input, plugins, mix }, progress, interruption) {
-  const report = { seen: false, problems: [], events: [], pictures: [] };
+  const report = { seen: false, errors: [], events: [], images: [] };
   let server;
   let session;
   let guests;
@@ -47,7 +47,7 @@ async function firstStream({ seconds, input, plugins, mix }, progress, interrupt
     report.events = session.events;
     if (input === 'camera') report.sources = session.requireDevices();
     session.on('event', (event) => progress.event(event));
-    session.on('failure', (text) => report.problems.push(text));
+    session.on('failure', (text) => report.errors.push(text));
     if (input === 'screen') progress.say(`sharing "${session.shareScreen()}"`);
     if (mix) {
       guests = new Guests(server);
@@ -55,14 +55,14 @@ async function firstStream({ seconds, input, plugins, mix }, progress, interrupt
     }
     await stream(session, server, { seconds, progress, interruption, report });
   } catch (error) {
-    if (report.problems.length === 0) report.problems.push(error.message);
+    if (report.errors.length === 0) report.errors.push(error.message);
   }
   await session?.stop();
   await guests?.stop();
   await server?.stop();
   if (session?.lastFrame) {
     savePreview(session.lastFrame, PREVIEW_FILE);
-    report.pictures.push(PREVIEW_FILE);
+    report.images.push(PREVIEW_FILE);
   }
   return report;
 }
@@ -108,11 +108,11 @@ async function stream(session, server, { seconds, progress, interruption, report
 async function observe(url, seconds, report) {
   const [witness] = await Promise.all([
     probeStream(url, Math.min(5, seconds - 3)),
-    savePicture(url, REMOTE_FILE),
+    saveImage(url, REMOTE_FILE),
   ]);
   report.witness = witness;
   report.seen = witness.video !== undefined;
-  report.pictures.push(REMOTE_FILE);
+  report.images.push(REMOTE_FILE);
 }
 
 module.exports = { firstStream };

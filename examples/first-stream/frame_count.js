@@ -1,6 +1,6 @@
 'use strict';
 
-const { watchFrames } = require('../../tools/rtmp/witness');
+const { watchPackets } = require('../../tools/rtmp/witness');
 
 /**
  * @typedef {object} FrameTotals
@@ -20,7 +20,7 @@ class FrameCount {
 
   /** @param {string} url */
   constructor(url) {
-    this.#watcher = watchFrames(url, (time) => {
+    this.#watcher = watchPackets(url, (time) => {
       if (this.#captured === 0) this.#firstTime = time;
       this.#captured += 1;
       this.#lastTime = time;

@@ -18,8 +18,8 @@ class Guests {
   /** @param {{url: (stream: string) => string}} server */
   constructor(server) {
     this.#server = server;
-    this.#publishers = STREAMS.map(({ name, ...picture }) =>
-      startTestPublisher(server.url(name), picture),
+    this.#publishers = STREAMS.map(({ name, ...video }) =>
+      startTestPublisher(server.url(name), video),
     );
   }
 

@@ -30,7 +30,7 @@ async function main() {
   const report = await run(options, progress, interruption.signal);
   progress.end();
   console.log(options.json ? JSON.stringify(report, null, 2) : text(report));
-  return report.seen && report.problems.length === 0 ? 0 : 1;
+  return report.seen && report.errors.length === 0 ? 0 : 1;
 }
 
 main().then(

@@ -4,7 +4,7 @@ const { once } = require('node:events');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { PusherSession } = require('./live_session');
-const { savePreview } = require('./picture');
+const { savePreview } = require('./frame_image');
 const { figureText } = require('./report');
 
 const PLAYED_FILE = path.resolve('first-stream-played.png');
@@ -12,11 +12,11 @@ const PLAYED_FILE = path.resolve('first-stream-played.png');
 /**
  * @typedef {object} PlayReport
  * @property {boolean} seen whether frames came
- * @property {string[]} problems what went wrong
+ * @property {string[]} errors what went wrong
  * @property {{name: string, seconds: number, payload?: object}[]} events seconds since the start
  * @property {number} frames how many were delivered
  * @property {object} [figures] the last "onPlayerStatistics"
- * @property {string[]} pictures the files written
+ * @property {string[]} images the files written
  */
 
 /**
@@ -29,14 +29,14 @@ const PLAYED_FILE = path.resolve('first-stream-played.png');
  * @returns {Promise<PlayReport>}
  */
 async function playStream({ play, seconds }, progress, interruption) {
-  const report = { seen: false, problems: [], events: [], frames: 0, pictures: [] };
+  const report = { seen: false, errors: [], events: [], frames: 0, images: [] };
   let session;
   let newest;
   try {
     session = new PusherSession({}, []);
     report.events = session.events;
     session.on('event', (event) => progress.event(event));
-    session.on('failure', (text) => report.problems.push(text));
+    session.on('failure', (text) => report.errors.push(text));
     session.on('onPlayerStatistics', (figures) => {
       report.figures = figures;
       progress.status(`${session.seconds.toFixed(2).padStart(7)} s  ${figureText(figures)}`);
@@ -49,13 +49,13 @@ async function playStream({ play, seconds }, progress, interruption) {
     session.play(play);
     if (!interruption.aborted) await Promise.race([...over, once(interruption, 'abort')]);
   } catch (error) {
-    report.problems.push(error.message);
+    report.errors.push(error.message);
   }
   await session?.stop();
   if (newest) {
     savePreview(newest, PLAYED_FILE);
     report.seen = true;
-    report.pictures.push(PLAYED_FILE);
+    report.images.push(PLAYED_FILE);
   }
   return report;
 }

@@ -6,7 +6,7 @@
  * @param {import('./first_stream').Report} report
  * @returns {string}
  */
-function textReport({ seen, problems, frames, witness, pictures }) {
+function textReport({ seen, errors, frames, witness, images }) {
   const lines = ['', seen ? 'The stream was seen at the server.' : 'The stream was not seen.'];
   if (frames) {
     const rate = frames.delivered / Math.max(frames.seconds, 0.001);
@@ -28,8 +28,8 @@ function textReport({ seen, problems, frames, witness, pictures }) {
         `${audio.bitrate} kbit/s`,
     );
   }
-  for (const file of pictures) lines.push(`  written   ${file}`);
-  for (const problem of problems) lines.push(`  problem   ${problem}`);
+  for (const file of images) lines.push(`  written   ${file}`);
+  for (const error of errors) lines.push(`  error     ${error}`);
   return lines.join('\n');
 }
 
@@ -39,12 +39,12 @@ function textReport({ seen, problems, frames, witness, pictures }) {
  * @param {import('./play_stream').PlayReport} report
  * @returns {string}
  */
-function playReport({ seen, problems, frames, figures, pictures }) {
+function playReport({ seen, errors, frames, figures, images }) {
   const lines = ['', seen ? 'The stream was played.' : 'Nothing was played.'];
   if (seen) lines.push(`  frames    ${frames} delivered to JavaScript`);
   if (figures) lines.push(`  at last   ${figureText(figures)}`);
-  for (const file of pictures) lines.push(`  written   ${file}`);
-  for (const problem of problems) lines.push(`  problem   ${problem}`);
+  for (const file of images) lines.push(`  written   ${file}`);
+  for (const error of errors) lines.push(`  error     ${error}`);
   return lines.join('\n');
 }
 

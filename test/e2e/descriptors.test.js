@@ -79,9 +79,9 @@ describe('descriptors', GUARD, () => {
   }
 
   it('of everything at once are not inherited by a child', async () => {
-    const sound = await startSoundServer();
-    stops.push(() => sound.stop());
-    process.env.PULSE_SERVER = sound.address;
+    const soundServer = await startSoundServer();
+    stops.push(() => soundServer.stop());
+    process.env.PULSE_SERVER = soundServer.address;
     const display = await startDisplay();
     stops.push(() => display.stop());
     const hls = 'live on; hls on; hls_path FILES; hls_fragment 1s;';

@@ -162,11 +162,11 @@ describe('devices', GUARD, () => {
     assert.equal(push.setCurrentAudioCaptureName('Test tone'), 0);
     assert.deepEqual(current(), ['test', 'Test pattern', 'test', 'Test tone']);
     await goLive('default');
-    await Promise.all([witness.sees(WHITE), witness.hears(TEST_TONE)]);
+    await Promise.all([witness.untilColour(WHITE), witness.untilTone(TEST_TONE)]);
     assert.equal(push.setCurrentCameraID(''), 0);
     assert.equal(push.setCurrentAudioCaptureID(''), 0);
     assert.deepEqual(current(), ['red_camera', 'RedCamera', 'desk', 'DeskMicrophone']);
-    await Promise.all([witness.sees(RED), witness.hears(1000)]);
+    await Promise.all([witness.untilColour(RED), witness.untilTone(1000)]);
     await assertUnbroken('default');
   });
 
@@ -178,17 +178,17 @@ describe('devices', GUARD, () => {
     await listed(cameras, 2);
     await listed(microphones, 2);
     await goLive('switch');
-    await Promise.all([witness.sees(WHITE), witness.hears(TEST_TONE)]);
+    await Promise.all([witness.untilColour(WHITE), witness.untilTone(TEST_TONE)]);
 
     assert.equal(push.setCurrentCameraID('red_camera'), 0);
     assert.equal(push.setCurrentAudioCaptureName('DeskMicrophone'), 0);
     assert.deepEqual(current(), ['red_camera', 'RedCamera', 'desk', 'DeskMicrophone']);
-    await Promise.all([witness.sees(RED), witness.hears(1000)]);
+    await Promise.all([witness.untilColour(RED), witness.untilTone(1000)]);
 
     assert.equal(push.setCurrentCameraName('Test pattern'), 0);
     assert.equal(push.setCurrentAudioCaptureID('test'), 0);
     assert.deepEqual(current(), ['test', 'Test pattern', 'test', 'Test tone']);
-    await Promise.all([witness.sees(WHITE), witness.hears(TEST_TONE)]);
+    await Promise.all([witness.untilColour(WHITE), witness.untilTone(TEST_TONE)]);
 
     await assertUnbroken('switch');
     assert.ok(witness.longestSilence() < 0.5, `${witness.longestSilence()} s of silence`);
@@ -204,17 +204,17 @@ describe('devices', GUARD, () => {
     await listed(cameras, 3);
     await listed(microphones, 3);
     await goLive('unplug');
-    await Promise.all([witness.sees(RED), witness.hears(1000)]);
+    await Promise.all([witness.untilColour(RED), witness.untilTone(1000)]);
 
     const cameraLost = live.next('onSDKError');
     await pull(red);
     assertLost(await cameraLost, CAMERA_LOST, 'RedCamera', 'BlueCamera');
-    await witness.sees(BLUE);
+    await witness.untilColour(BLUE);
 
     const microphoneLost = live.next('onSDKError');
     await pull(desk);
     assertLost(await microphoneLost, MICROPHONE_LOST, 'DeskMicrophone', 'SpareMicrophone');
-    await witness.hears(2500);
+    await witness.untilTone(2500);
     assert.deepEqual(current(), ['blue_camera', 'BlueCamera', 'spare', 'SpareMicrophone']);
 
     await plugCamera('red_camera', 'RedCamera', 0xff0000);
@@ -223,10 +223,10 @@ describe('devices', GUARD, () => {
     await listed(microphones, 3);
     assert.deepEqual(current(), ['blue_camera', 'BlueCamera', 'spare', 'SpareMicrophone']);
     assert.equal(live.push.setCurrentCameraID('red_camera'), 0);
-    await witness.sees(RED);
+    await witness.untilColour(RED);
     await pull(blue);
     await listed(cameras, 2);
-    await Promise.all([witness.sees(RED), witness.hears(2500)]);
+    await Promise.all([witness.untilColour(RED), witness.untilTone(2500)]);
     await assertUnbroken('unplug');
     assert.equal(live.names().filter((name) => name === 'onSDKError').length, 2);
   });
@@ -235,10 +235,10 @@ describe('devices', GUARD, () => {
     await plugCamera('red_camera', 'RedCamera', 0xff0000);
     const missing = await firstStream('--input', 'camera', '--seconds', '5');
     assert.equal(missing.seen, false);
-    assert.match(missing.problems.join(), /^No microphone is plugged in\./);
+    assert.match(missing.errors.join(), /^No microphone is plugged in\./);
     await plugMicrophone('desk', 'DeskMicrophone', 1000);
     const report = await firstStream('--input', 'camera', '--seconds', '5');
-    assert.deepEqual(report.problems, []);
+    assert.deepEqual(report.errors, []);
     assert.deepEqual(report.sources, { camera: 'RedCamera', microphone: 'DeskMicrophone' });
     assert.ok(report.seen && report.witness.audio);
   });
@@ -252,7 +252,7 @@ describe('devices', GUARD, () => {
     const lost = live.next('onSDKError');
     assert.equal(live.push.setCurrentCameraID('red_camera'), 0);
     assertLost(await lost, CAMERA_LOST, 'RedCamera', 'Test pattern');
-    await witness.sees(WHITE);
+    await witness.untilColour(WHITE);
     await assertUnbroken('hang');
   });
 
@@ -261,12 +261,12 @@ describe('devices', GUARD, () => {
     live = openLivePush({ extra: { microphone: 'default' } });
     await listed(microphones, 2);
     await goLive('crash');
-    await witness.hears(1000);
+    await witness.untilTone(1000);
     const lost = live.next('onSDKError');
     plugged.length = 0; // nothing can be unplugged any more
     await services.killSound();
     assertLost(await lost, MICROPHONE_LOST, 'DeskMicrophone', 'Test tone');
-    await witness.hears(TEST_TONE);
+    await witness.untilTone(TEST_TONE);
     await assertUnbroken('crash');
   });
 });

@@ -6,7 +6,7 @@
 const assert = require('node:assert/strict');
 const { after, before, describe, it } = require('node:test');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { probeStream, watchPictures } = require('../../tools/rtmp/witness');
+const { probeStream, watchDecodedFrames } = require('../../tools/rtmp/witness');
 const { openLivePush } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
 const { watchRates } = require('./support/rates');
@@ -38,14 +38,14 @@ describe('changing the encoder while live', GUARD, () => {
   it('the size, by code and by width and height', async () => {
     const sizes = [];
     const seen = [];
-    const witness = watchPictures(server.url(), ({ width, height }) => {
+    const witness = watchDecodedFrames(server.url(), ({ width, height }) => {
       const size = `${width}x${height}`;
       if (sizes.at(-1) !== size) sizes.push(size);
       for (const waiter of [...seen]) waiter(size);
     });
-    const sees = (wanted) =>
+    const untilSize = (wanted) =>
       new Promise((resolve) => seen.push((size) => size === wanted && resolve()));
-    await sees('640x360');
+    await untilSize('640x360');
     for (const [change, size] of [
       [{ resolution: 0 }, '320x180'],
       [{ resolution: 0, width: 480, height: 270 }, '480x270'],
@@ -53,7 +53,7 @@ describe('changing the encoder while live', GUARD, () => {
     ]) {
       const described = live.next('onSendMessage');
       assert.equal(live.push.setResolution(change), 0);
-      await sees(size);
+      await untilSize(size);
       await described;
       const { width, height } = await server.status();
       assert.equal(`${width}x${height}`, size, 'the metadata say so too');

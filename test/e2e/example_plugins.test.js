@@ -5,7 +5,7 @@ const path = require('node:path');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { sdkDirectory } = require('../../lib');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { pictureColours } = require('../../tools/rtmp/witness');
+const { frameColours } = require('../../tools/rtmp/witness');
 const { CONFIG, openLivePush, pixel } = require('./support/live_push');
 
 const GUARD = { timeout: 120_000 };
@@ -116,7 +116,7 @@ describe('example plug-ins in a live stream', GUARD, () => {
     await flowing;
     await live.nextFrame(showsPattern);
     // The bars lie in the upper two thirds, the pattern's clock in the uppermost part.
-    const seenBars = async () => (await pictureColours(server.url(), BARS, 6))[2];
+    const seenBars = async () => (await frameColours(server.url(), BARS, 6))[2];
 
     const plain = await seenBars();
     assert.equal(live.push.enablePlugin('mirror', true), 0);

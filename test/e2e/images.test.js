@@ -11,7 +11,7 @@ const { PNG } = require('pngjs');
 const { createLivePush } = require('../../lib');
 const { runChild, startChild } = require('../../tools/rtmp/child');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { pictureColours } = require('../../tools/rtmp/witness');
+const { frameColours } = require('../../tools/rtmp/witness');
 const { createCondition } = require('./support/condition');
 const { openLivePush, pixel } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
@@ -48,7 +48,7 @@ const isNear = (seen, wanted) => seen.every((value, index) => Math.abs(value - w
 /** Until the server's picture has these colours at the top, in the middle and at the bottom. */
 async function comesToShow(url, ...wanted) {
   for (;;) {
-    const rows = await pictureColours(url, 1, 9);
+    const rows = await frameColours(url, 1, 9);
     const seen = [rows[0][0], rows[4][0], rows[8][0]];
     if (seen.every((colour, index) => isNear(colour, wanted[index]))) return;
   }
@@ -155,7 +155,7 @@ describe('while the screen is paused', GUARD, () => {
     const url = await pauseWith('camera', makePng('blue.png', 320, 240, [0, 0, 255, 255]));
     await comesToShow(url, BLUE, BLUE, BLUE);
     assert.equal(live.push.switchScreenToCamera(), 0);
-    for (let seen; !seen || isNear(seen, BLUE); ) [[seen]] = await pictureColours(url, 7, 1);
+    for (let seen; !seen || isNear(seen, BLUE); ) [[seen]] = await frameColours(url, 7, 1);
   });
 });
 

@@ -7,12 +7,12 @@ const assert = require('node:assert/strict');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { startTestPublisher } = require('../../tools/rtmp/publisher');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { watchColours, watchPictures, watchTones } = require('../../tools/rtmp/witness');
+const { watchColours, watchDecodedFrames, watchTones } = require('../../tools/rtmp/witness');
 const { openLivePush } = require('./support/live_push');
 const { openPlayer } = require('./support/player');
 
 const GUARD = { timeout: 180_000 };
-const VERDICT = 'onSetLiveMixTranscodingConfig';
+const MIX_RESULT = 'onSetLiveMixTranscodingConfig';
 
 const FIELD = 20; // pixels
 const [COLUMNS, ROWS] = [640 / FIELD, 360 / FIELD];
@@ -57,7 +57,7 @@ function watch(url) {
 }
 
 /** Resolves when exactly the tones of `users` are heard, for half a second. */
-async function hears(url, ...users) {
+async function untilAudible(url, ...users) {
   const wanted = Object.keys(TONES).map((user) => users.includes(user));
   let child;
   let inARow = 0;
@@ -118,9 +118,9 @@ describe('a live mix', GUARD, () => {
 
   /** Sets a layout, which must be taken. */
   async function mix(layout) {
-    const verdict = live.next(VERDICT);
+    const result = live.next(MIX_RESULT);
     assert.equal(live.push.setLiveMixTranscodingConfig(layout), 0);
-    assert.deepEqual(await verdict, { isSuccess: true, msg: '' });
+    assert.deepEqual(await result, { isSuccess: true, msg: '' });
   }
 
   const mixOf = (...mixStreams) => mix({ backgroundColor: BACKGROUND, mixStreams });
@@ -146,19 +146,19 @@ describe('a live mix', GUARD, () => {
   });
 
   it('with their sound', async () => {
-    await hears(url, 'local', 'red', 'lime');
+    await untilAudible(url, 'local', 'red', 'lime');
     await mixOf(place('local', 0, 0, 320, 180), place(lime.id, 320, 0, 320, 180));
-    await hears(url, 'local', 'lime');
+    await untilAudible(url, 'local', 'lime');
     await mixOf(place(red.id, 0, 0, 320, 180));
-    await hears(url, 'red');
+    await untilAudible(url, 'red');
   });
 
   it('as loud as the players play', async () => {
     await mixOf(place(red.id, 0, 0, 320, 180), place(lime.id, 320, 0, 320, 180));
     live.push.setRemoteAudioVolume(red.id, 0);
-    await hears(url, 'lime');
+    await untilAudible(url, 'lime');
     live.push.setRemoteAudioVolume(red.id, 100);
-    await hears(url, 'red', 'lime');
+    await untilAudible(url, 'red', 'lime');
   });
 
   it('follows each layout at once, also outside of the picture', async () => {
@@ -189,10 +189,10 @@ describe('a live mix', GUARD, () => {
     await witness.shows([60, 60, YELLOW], [400, 60, RED]);
     await red.stop();
     await witness.shows([60, 60, YELLOW], [400, 60, GREY]);
-    await hears(url, 'local');
+    await untilAudible(url, 'local');
     await red.play(server.url('red'));
     await witness.shows([60, 60, YELLOW], [400, 60, RED]);
-    await hears(url, 'local', 'red');
+    await untilAudible(url, 'local', 'red');
   });
 
   it('shows the background where a stream has ended, and the stream again', async () => {
@@ -227,11 +227,11 @@ describe('a live mix', GUARD, () => {
     const sizes = [];
     const described = live.next('onSendMessage');
     const smaller = new Promise((resolve) => {
-      const pictures = watchPictures(url, ({ width, height }) => {
+      const watcher = watchDecodedFrames(url, ({ width, height }) => {
         const size = `${width}x${height}`;
         if (sizes.at(-1) !== size) sizes.push(size);
         if (sizes.length === 1) live.push.setResolution({ width: 320, height: 180 });
-        if (size === '320x180') resolve(pictures.stop());
+        if (size === '320x180') resolve(watcher.stop());
       });
     });
     await Promise.all([described, smaller]);
@@ -253,15 +253,15 @@ describe('a live mix', GUARD, () => {
       [[place('', 0, 0, 10, 10), place('local', 0, 0, 10, 10)], -2002, /placed twice/],
       [many, -2002, /17 streams/],
     ]) {
-      const verdict = live.next(VERDICT);
+      const result = live.next(MIX_RESULT);
       assert.equal(live.push.setLiveMixTranscodingConfig({ mixStreams }), code);
-      const { isSuccess, msg } = await verdict;
+      const { isSuccess, msg } = await result;
       assert.equal(isSuccess, false);
       assert.match(msg, reason);
     }
-    const verdict = live.next(VERDICT);
+    const result = live.next(MIX_RESULT);
     assert.equal(live.push.setLiveMixTranscodingConfig({ cropMode: 3 }), -2002);
-    assert.deepEqual(await verdict, { isSuccess: false, msg: 'the crop mode is 3, not 0 to 2' });
+    assert.deepEqual(await result, { isSuccess: false, msg: 'the crop mode is 3, not 0 to 2' });
     await witness.shows([120, 60, RED], [400, 60, GREY]);
   });
 
@@ -279,7 +279,7 @@ describe('a live mix', GUARD, () => {
     await witness.shows([120, 120, RED]);
     await mix(null);
     await witness.shows([120, 120, YELLOW]);
-    await hears(url, 'local');
+    await untilAudible(url, 'local');
   });
 });
 
@@ -291,10 +291,10 @@ describe('a layout that is set while nothing is published', GUARD, () => {
       live.close();
       await server.stop();
     });
-    const verdict = live.next(VERDICT);
+    const result = live.next(MIX_RESULT);
     const mixStreams = [{ userId: 'local', x: 320, y: 180, width: 320, height: 180, zOrder: 0 }];
     live.push.setLiveMixTranscodingConfig({ backgroundColor: BACKGROUND, mixStreams });
-    assert.equal((await verdict).isSuccess, true);
+    assert.equal((await result).isSuccess, true);
     for (const name of ['first', 'second']) {
       const flowing = live.next('onFirstFramePushed');
       live.push.startPush(server.url(name));

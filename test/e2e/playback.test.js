@@ -53,8 +53,8 @@ describe('playing', GUARD, () => {
   });
 
   /** Publishes a stream and waits until the server has it. */
-  async function publish(name, picture) {
-    publisher = startTestPublisher(server.url(name), { ...SIZE, ...picture });
+  async function publish(name, options) {
+    publisher = startTestPublisher(server.url(name), { ...SIZE, ...options });
     while (!(await server.status(name)).publishing) {
       await new Promise((resolve) => setTimeout(resolve, 20));
     }

@@ -24,20 +24,20 @@ const START_SECONDS = 5; // what the player may take
 describe('the audio of a live stream is whole', GUARD, () => {
   let folder;
   let clip;
-  let sound;
+  let soundServer;
   let live;
   before(async () => {
     folder = fs.mkdtempSync(path.join(os.tmpdir(), 'audio-whole-'));
     clip = path.join(folder, 'tone.mp4');
     await writeTestFile(clip, SECONDS + SETTLE_SECONDS + START_SECONDS, { tone: HERTZ });
-    sound = await startSoundServer();
+    soundServer = await startSoundServer();
     // The audio output reads it when the first player opens it.
-    process.env.PULSE_SERVER = sound.address;
+    process.env.PULSE_SERVER = soundServer.address;
     live = openLivePush();
   });
   after(async () => {
     live.close();
-    await sound.stop();
+    await soundServer.stop();
     fs.rmSync(folder, { recursive: true });
   });
 
@@ -50,7 +50,7 @@ describe('the audio of a live stream is whole', GUARD, () => {
   /** Plays a tone from `url`; it must reach the output without a gap. */
   async function expectWhole(url) {
     const player = openPlayer(live);
-    const recorder = startRecorder(sound.environment('default_output'));
+    const recorder = startRecorder(soundServer.environment('default_output'));
     try {
       await player.play(url);
       // Statistics come once a second.

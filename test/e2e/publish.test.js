@@ -3,7 +3,7 @@
 const assert = require('node:assert/strict');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { pictureColours, probeStream } = require('../../tools/rtmp/witness');
+const { frameColours, probeStream } = require('../../tools/rtmp/witness');
 const { CONFIG, openLivePush, pixel } = require('./support/live_push');
 const { watchStream } = require('./support/stream_witness');
 
@@ -86,11 +86,11 @@ describe('publishing a stream', GUARD, () => {
     assert.equal(live.push.startPushAsync(server.url('mute')), 0);
     await accepted;
     const witness = watchStream(server.url('mute'), { x: 0.07, y: 0.4 });
-    await witness.hears(440);
+    await witness.untilTone(440);
     assert.equal(live.push.setMute({ mute: true, mode: 0 }), 0);
-    await witness.hears(0);
+    await witness.untilTone(0);
     assert.equal(live.push.setMute({ mute: false, mode: 0 }), 0);
-    await witness.hears(440);
+    await witness.untilTone(440);
     await witness.stop();
   });
 
@@ -99,7 +99,7 @@ describe('publishing a stream', GUARD, () => {
     assert.equal(live.push.muteLocalCamera(true), 0);
     await live.nextFrame((frame) => pixel(frame, 0.07, 0.4)[0] < 20);
     await live.next('onVideoRenderData');
-    const [[colour]] = await pictureColours(server.url('black'), 1, 1);
+    const [[colour]] = await frameColours(server.url('black'), 1, 1);
     assert.ok(Math.max(...colour) < 20, `the server has ${colour}`);
     assert.equal(live.push.muteLocalCamera(false), 0);
     await live.nextFrame((frame) => pixel(frame, 0.07, 0.4)[0] > 150);

@@ -9,12 +9,7 @@ const { after, before, describe, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { startTestPublisher } = require('../../tools/rtmp/publisher');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const {
-  pictureColours,
-  probeStream,
-  savePicture,
-  watchFrames,
-} = require('../../tools/rtmp/witness');
+const { frameColours, probeStream, saveImage, watchPackets } = require('../../tools/rtmp/witness');
 
 const GUARD = { timeout: 60_000 };
 
@@ -57,7 +52,7 @@ describe('the RTMP server and the witness', GUARD, () => {
   it('count bytes and players', async () => {
     const first = await server.status();
     assert.deepEqual([first.width, first.height, first.frameRate], [320, 180, 25]);
-    const watcher = watchFrames(server.url(), () => {});
+    const watcher = watchPackets(server.url(), () => {});
     while ((await server.status()).clients < 2) await sleep(20);
     await watcher.stop();
     const second = await server.status();
@@ -71,7 +66,7 @@ describe('the RTMP server and the witness', GUARD, () => {
     const counted = new Promise((resolve) => {
       enough = resolve;
     });
-    const watcher = watchFrames(server.url(), (time) => {
+    const watcher = watchPackets(server.url(), (time) => {
       if (times.push(time) === 30) enough();
     });
     await counted;
@@ -91,7 +86,7 @@ describe('the RTMP server and the witness', GUARD, () => {
       [255, 0, 255],
       [0, 255, 255],
     ];
-    const [colours] = await pictureColours(server.url(), 6, 1);
+    const [colours] = await frameColours(server.url(), 6, 1);
     for (const [column, colour] of colours.entries()) {
       for (const [channel, value] of colour.entries()) {
         const difference = Math.abs(value - expected[column][channel]);
@@ -103,8 +98,8 @@ describe('the RTMP server and the witness', GUARD, () => {
   it('save the picture', async (t) => {
     const file = `${fs.mkdtempSync('/tmp/witness-')}/picture.png`;
     t.after(() => fs.rmSync(file.replace('/picture.png', ''), { recursive: true }));
-    await savePicture(server.url(), file);
-    assert.equal((await pictureColours(file, 2, 1))[0].length, 2);
+    await saveImage(server.url(), file);
+    assert.equal((await frameColours(file, 2, 1))[0].length, 2);
   });
 });
 

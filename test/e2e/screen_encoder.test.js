@@ -6,7 +6,7 @@
 const assert = require('node:assert/strict');
 const { after, before, describe, it } = require('node:test');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { watchPictures } = require('../../tools/rtmp/witness');
+const { watchDecodedFrames } = require('../../tools/rtmp/witness');
 const { createCondition } = require('./support/condition');
 const { openLivePush } = require('./support/live_push');
 const { makeNoisyClip } = require('./support/noisy_clip');
@@ -20,7 +20,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
   let display;
   let server;
   let live;
-  let pictures;
+  let watcher;
   let rates;
   const sizes = []; // one after the other
   const arrival = createCondition();
@@ -37,7 +37,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
     live.push.startPush(server.url());
     await flowing;
     rates = watchRates(server.url());
-    pictures = watchPictures(server.url(), ({ width, height }) => {
+    watcher = watchDecodedFrames(server.url(), ({ width, height }) => {
       const size = `${width}x${height}`;
       if (sizes.at(-1) === size) return;
       sizes.push(size);
@@ -47,7 +47,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
   });
   after(async () => {
     live?.close();
-    await Promise.all([pictures?.stop(), rates?.stop()]);
+    await Promise.all([watcher?.stop(), rates?.stop()]);
     await server?.stop();
     await display?.stop();
     clip?.remove();

@@ -6,7 +6,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { pictureColours, watchFrames } = require('../../tools/rtmp/witness');
+const { frameColours, watchPackets } = require('../../tools/rtmp/witness');
 const { openLivePush, pixel } = require('./support/live_push');
 const { fieldMeans, startDisplay } = require('./support/x_display');
 
@@ -79,7 +79,7 @@ describe('sharing a screen', GUARD, () => {
     push.startPush(server.url('switch'));
     await firstFrame;
     const times = [];
-    const watch = watchFrames(server.url('switch'), (seconds) => times.push(seconds));
+    const watch = watchPackets(server.url('switch'), (seconds) => times.push(seconds));
     const seenSoFar = async (count) => {
       while (times.length < count) await live.next('onVideoRenderData');
     };
@@ -90,12 +90,12 @@ describe('sharing a screen', GUARD, () => {
     const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'screen-share-'));
     const file = path.join(folder, 'screen.png');
     await display.saveScreenshot(file);
-    const expected = (await pictureColours(file, 8, 6)).flat(2);
+    const expected = (await frameColours(file, 8, 6)).flat(2);
     fs.rmSync(folder, { recursive: true });
     // The server hands out the last key frame first, which may show the camera still.
     let seen;
     do {
-      seen = (await pictureColours(server.url('switch'), 8, 6)).flat(2);
+      seen = (await frameColours(server.url('switch'), 8, 6)).flat(2);
     } while (furthest(seen, expected) > 24);
 
     assert.equal(push.switchScreenToCamera(), 0);
@@ -116,17 +116,17 @@ describe('sharing a screen', GUARD, () => {
     const clock = display.open('xclock', ['-digital', '-update', '1', '-title', 'clock']);
     push.startScreenShareByDesktopId(await live.sourceNamed(/clock/));
     push.startPreview({ view: null, ...SIZE });
-    const nextPicture = async () => (await live.nextFrame(isScreen)).data_y;
-    const first = await nextPicture();
-    while ((await nextPicture()).equals(first)); // it runs
+    const nextPixels = async () => (await live.nextFrame(isScreen)).data_y;
+    const first = await nextPixels();
+    while ((await nextPixels()).equals(first)); // it runs
     assert.equal(push.pauseScreenShare(), 0);
     await live.nextFrame(isScreen); // one may have been under way
     await live.nextFrame(isScreen);
-    const still = await nextPicture();
+    const still = await nextPixels();
     const begin = Date.now();
-    while (Date.now() - begin < 2500) assert.ok((await nextPicture()).equals(still));
+    while (Date.now() - begin < 2500) assert.ok((await nextPixels()).equals(still));
     assert.equal(push.resumeScreenShare(), 0);
-    while ((await nextPicture()).equals(still));
+    while ((await nextPixels()).equals(still));
     await clock.stop();
   });
 
@@ -160,7 +160,7 @@ describe('sharing a screen', GUARD, () => {
     const frame = await live.nextFrame(isScreen);
     assert.deepEqual([frame.width, frame.height], [400, 300]);
     const times = [];
-    const watch = watchFrames(server.url('small'), (seconds) => times.push(seconds));
+    const watch = watchPackets(server.url('small'), (seconds) => times.push(seconds));
     while (times.length < 30) await live.next('onVideoRenderData');
     await watch.stop();
     const fps = (times.length - 1) / (times.at(-1) - times[0]);

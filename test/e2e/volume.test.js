@@ -8,7 +8,7 @@ const { after, afterEach, before, describe, it } = require('node:test');
 const { startRtmpServer } = require('../../tools/rtmp/rtmp_server');
 const { openLivePush } = require('./support/live_push');
 const { openPlayer } = require('./support/player');
-const { SOUND, startSoundPublisher, writeSoundFile } = require('./support/sounds');
+const { AUDIO, startAudioPublisher, writeAudioFile } = require('./support/test_audio');
 
 const GUARD = { timeout: 90_000 };
 const INVALID_ARGUMENT = -2002;
@@ -73,10 +73,10 @@ describe('volume reports', GUARD, () => {
     before(async () => {
       folder = fs.mkdtempSync(path.join(os.tmpdir(), 'volume-'));
       file = path.join(folder, 'words.mkv');
-      await writeSoundFile(file, [
-        { filter: SOUND.silence, seconds: 1 },
-        { filter: SOUND.hiss, seconds: QUIET_SECONDS },
-        { filter: SOUND.speech, seconds: 8 },
+      await writeAudioFile(file, [
+        { filter: AUDIO.silence, seconds: 1 },
+        { filter: AUDIO.hiss, seconds: QUIET_SECONDS },
+        { filter: AUDIO.speech, seconds: 8 },
       ]);
     });
     after(() => fs.rmSync(folder, { recursive: true }));
@@ -111,7 +111,7 @@ describe('volume reports', GUARD, () => {
 
   it('a player has a report of its own, and becomes the active speaker', async () => {
     const server = await startRtmpServer();
-    const publisher = startSoundPublisher(server.url('loud'), SOUND.tone(0.8));
+    const publisher = startAudioPublisher(server.url('loud'), AUDIO.tone(0.8));
     try {
       while (!(await server.status('loud')).publishing) {
         await new Promise((resolve) => setTimeout(resolve, 20));

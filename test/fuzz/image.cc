@@ -9,9 +9,9 @@ using NimboEngine::test::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   gst_init(nullptr, nullptr);
-  std::string problem;
-  const auto image = decodeImage({data, size}, problem);
-  require(!image.pixels == !problem.empty(), "either an image or a reason");
+  std::string error;
+  const auto image = decodeImage({data, size}, error);
+  require(!image.pixels == !error.empty(), "either an image or a reason");
   if (!image.pixels) return 0;
   const auto pixels = uint64_t{static_cast<uint32_t>(GST_VIDEO_INFO_WIDTH(&image.info))} *
                       static_cast<uint32_t>(GST_VIDEO_INFO_HEIGHT(&image.info));

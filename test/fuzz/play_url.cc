@@ -10,10 +10,10 @@ using NimboEngine::test::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string text = NimboEngine::test::textOf(data, size);
-  std::string problem;
-  const auto url = parsePlayUrl(text.c_str(), problem);
+  std::string error;
+  const auto url = parsePlayUrl(text.c_str(), error);
   if (!url) {
-    require(!problem.empty(), "a refusal has a reason");
+    require(!error.empty(), "a refusal has a reason");
     return 0;
   }
   require(url->stream.find('/') == std::string::npos, "the stream is the last part of the path");

@@ -10,10 +10,10 @@ using NimboEngine::test::require;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   using std::chrono::milliseconds;
   const std::string text = NimboEngine::test::textOf(data, size);
-  std::string problem;
-  const auto settings = parseSettings(text.c_str(), problem);
+  std::string error;
+  const auto settings = parseSettings(text.c_str(), error);
   if (!settings) {
-    require(!problem.empty(), "a refusal has a reason");
+    require(!error.empty(), "a refusal has a reason");
     return 0;
   }
   const auto& [reconnect, sendTimeout] = settings->network;

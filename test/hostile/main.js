@@ -51,10 +51,10 @@ async function main() {
   const work = async () => {
     for (let next = waiting.shift(); next; next = waiting.shift()) {
       const [index, each] = next;
-      const { problems, figures } = await suite.run(each);
-      results[index] = { name: each.name, problems, figures };
-      console.log(`${problems.length === 0 ? 'ok    ' : 'FAILED'} ${each.name}`);
-      for (const problem of problems) console.log(`         ${problem}`);
+      const { failures, figures } = await suite.run(each);
+      results[index] = { name: each.name, failures, figures };
+      console.log(`${failures.length === 0 ? 'ok    ' : 'FAILED'} ${each.name}`);
+      for (const failure of failures) console.log(`         ${failure}`);
     }
   };
   await Promise.all(Array.from({ length: Number(jobs) }, work));
@@ -64,7 +64,7 @@ async function main() {
   if (values['update-docs']) {
     fs.writeFileSync(PAGE, withTable(fs.readFileSync(PAGE, 'utf8'), tableOf(results)));
   }
-  const failed = results.filter(({ problems }) => problems.length > 0).length;
+  const failed = results.filter(({ failures }) => failures.length > 0).length;
   console.log(`\n${results.length - failed} passed, ${failed} failed`);
   process.exitCode = failed > 0 ? 1 : 0;
 }

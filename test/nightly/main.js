@@ -44,7 +44,7 @@ function readArguments() {
  * @typedef {object} Line
  * @property {string} what
  * @property {string} figures
- * @property {string[]} problems empty: it passed
+ * @property {string[]} failures empty: it passed
  */
 
 async function main() {
@@ -56,16 +56,16 @@ async function main() {
     console.log(`\n=== ${name}`);
     const { run } = require(`./parts/${name}`);
     /** @param {Line} line */
-    const report = ({ what, figures, problems }) => {
-      if (problems.length > 0) failed += 1;
-      const result = problems.length > 0 ? `FAILED: ${problems.join('; ')}` : 'ok';
+    const report = ({ what, figures, failures }) => {
+      if (failures.length > 0) failed += 1;
+      const result = failures.length > 0 ? `FAILED: ${failures.join('; ')}` : 'ok';
       console.log(`${what}: ${figures}: ${result}`);
       table.push(`| ${name} | ${what} | ${figures} | ${result} |`);
     };
     try {
       await run(options, report);
     } catch (error) {
-      report({ what: 'the part itself', figures: '-', problems: [error.message] });
+      report({ what: 'the part itself', figures: '-', failures: [error.message] });
     }
   }
   console.log(`\n${table.join('\n')}\n\n${failed} failed`);

@@ -17,8 +17,8 @@ const { runChild, startChild } = require('./child');
  * @param {Picture} [picture]
  * @returns {string[]}
  */
-function testStream(picture = {}) {
-  const { width = 640, height = 360, frameRate = 30, source = 'testsrc2', tone = 440 } = picture;
+function testStream(options = {}) {
+  const { width = 640, height = 360, frameRate = 30, source = 'testsrc2', tone = 440 } = options;
   const size = `size=${width}x${height}:rate=${frameRate}`;
   const video = `${source}${source.includes('=') ? ':' : '='}${size}`;
   return [
@@ -37,8 +37,8 @@ function testStream(picture = {}) {
  * @param {Picture & {format?: string}} [picture] `format` is that of the stream, default "flv"
  * @returns {import('./child').Child}
  */
-function startTestPublisher(url, { format = 'flv', ...picture } = {}) {
-  return startChild('ffmpeg', [...testStream(picture), '-f', format, url]);
+function startTestPublisher(url, { format = 'flv', ...options } = {}) {
+  return startChild('ffmpeg', [...testStream(options), '-f', format, url]);
 }
 
 /**
@@ -48,9 +48,9 @@ function startTestPublisher(url, { format = 'flv', ...picture } = {}) {
  * @param {number} seconds
  * @param {Picture} [picture]
  */
-async function writeTestFile(file, seconds, picture) {
+async function writeTestFile(file, seconds, options) {
   // As fast as it goes.
-  const stream = testStream(picture).filter((option) => option !== '-re');
+  const stream = testStream(options).filter((option) => option !== '-re');
   const output = ['-t', String(seconds), '-y', file];
   await runChild('ffmpeg', [...stream, ...output], { deadlineSeconds: 60 });
 }

@@ -95,22 +95,22 @@ function bitrate(packets) {
 }
 
 /**
- * Sees every frame of a stream, from the first key frame after now. The first ones come in a
- * burst, after the time that FFmpeg takes to get to know the stream.
+ * Reports every encoded frame of a stream, from the next key frame on. The first ones come in a
+ * burst, after the time that FFmpeg takes to examine the stream.
  *
  * @param {string} url
- * @param {(seconds: number, bytes: number, isKey: boolean) => void} onFrame called for each with
+ * @param {(seconds: number, bytes: number, isKey: boolean) => void} onPacket called for each with
  *   its time in the stream, its size, and whether it is a key frame
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
-function watchFrames(url, onFrame) {
+function watchPackets(url, onPacket) {
   const copy = ['-map', '0:v', '-c', 'copy', '-flush_packets', '1', '-f', 'framecrc', 'pipe:1'];
   const child = startChild('ffmpeg', [...AT_ONCE, '-i', url, ...copy]);
   onLines(child.process.stdout, (line) => {
     // "stream, dts, pts, duration, size, checksum" and, unless it is a key frame, "F=…"; RTMP
     // counts in milliseconds.
     const [, time, , , bytes] = line.split(',').map(Number);
-    if (!line.startsWith('#')) onFrame(time / 1000, bytes, !line.includes('F='));
+    if (!line.startsWith('#')) onPacket(time / 1000, bytes, !line.includes('F='));
   });
   return child;
 }
@@ -119,16 +119,16 @@ function watchFrames(url, onFrame) {
  * Plays a stream and tells of each picture, as a player that stays would see it.
  *
  * @param {string} url
- * @param {(picture: {seconds: number, width: number, height: number}) => void} onPicture
+ * @param {(picture: {seconds: number, width: number, height: number}) => void} onFrame
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
-function watchPictures(url, onPicture) {
+function watchDecodedFrames(url, onFrame) {
   const show = ['-an', '-vf', 'showinfo', '-f', 'null', '-'];
   const child = startChild('ffmpeg', [...AT_ONCE, '-v', 'info', '-i', url, ...show]);
   onLines(child.process.stderr, (line) => {
     const [, seconds, width, height] = line.match(/ pts_time:(\S+) .* s:(\d+)x(\d+) /) ?? [];
     if (seconds !== undefined) {
-      onPicture({ seconds: Number(seconds), width: Number(width), height: Number(height) });
+      onFrame({ seconds: Number(seconds), width: Number(width), height: Number(height) });
     }
   });
   return child;
@@ -141,7 +141,7 @@ function watchPictures(url, onPicture) {
  * @param {string} file
  * @throws {Error} when nothing can be played there
  */
-async function savePicture(url, file) {
+async function saveImage(url, file) {
   const output = ['-frames:v', '1', '-update', '1', '-y', file];
   await runChild('ffmpeg', [...AT_ONCE, '-i', url, '-an', ...output], {
     deadlineSeconds: 20,
@@ -157,7 +157,7 @@ async function savePicture(url, file) {
  * @returns {Promise<number[][][]>} [row][column] -> [red, green, blue], each 0 to 255
  * @throws {Error} when nothing can be played there
  */
-async function pictureColours(source, columns, rows) {
+async function frameColours(source, columns, rows) {
   // Scaled as YUV, few pixels get wrong chroma.
   const scale = `format=rgb24,scale=${columns}:${rows}:flags=area`;
   const raw = ['-frames:v', '1', '-vf', scale, '-f', 'rawvideo', '-pix_fmt', 'rgb24', 'pipe:1'];
@@ -177,15 +177,15 @@ async function pictureColours(source, columns, rows) {
  * @param {string} url
  * @param {number} columns
  * @param {number} rows
- * @param {(colourAt: (column: number, row: number) => number[]) => void} onPicture given a function
+ * @param {(colourAt: (column: number, row: number) => number[]) => void} onFrame given a function
  *   that answers [red, green, blue], each 0 to 255
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
-function watchColours(url, columns, rows, onPicture) {
+function watchColours(url, columns, rows, onFrame) {
   const show = ['-vf', `format=rgb24,scale=${columns}:${rows}:flags=area`, '-pix_fmt', 'rgb24'];
   const raw = ['-an', ...show, '-fps_mode', 'passthrough', '-f', 'rawvideo', 'pipe:1'];
-  return watchPieces(url, raw, 3 * columns * rows, (picture) =>
-    onPicture((column, row) => [...picture.subarray(3 * (row * columns + column))].slice(0, 3)),
+  return watchPieces(url, raw, 3 * columns * rows, (pixels) =>
+    onFrame((column, row) => [...pixels.subarray(3 * (row * columns + column))].slice(0, 3)),
   );
 }
 
@@ -223,6 +223,6 @@ function watchPieces(url, output, bytes, onPiece) {
 }
 
 module.exports = {
-  ...{ AT_ONCE, pictureColours, probeStream, savePicture },
-  ...{ watchColours, watchFrames, watchPictures, watchTones },
+  ...{ AT_ONCE, frameColours, probeStream, saveImage },
+  ...{ watchColours, watchPackets, watchDecodedFrames, watchTones },
 };

@@ -19,8 +19,8 @@ struct AudiblePlayer {
   LumoRtc::LumoLivePlayer* player = nullptr;
   std::shared_ptr<LevelMeter> meter;
   // Have the player's own listener told, as far as it still plays by then.
-  std::function<void(const LumoRtc::LumoLiveUserVolumeInfo&)> tellVolume;
-  std::function<void()> tellActiveSpeaker;
+  std::function<void(const LumoRtc::LumoLiveUserVolumeInfo&)> notifyVolume;
+  std::function<void()> notifyActiveSpeaker;
 };
 
 void addAudiblePlayer(AudiblePlayer player);

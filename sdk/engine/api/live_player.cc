@@ -33,11 +33,11 @@ EngineThread& playersThread();
 // A process that ends while it plays stops playing first, and waits for what is being loaded: a
 // GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
 void stopAtExit() {
-  constexpr std::chrono::seconds kPatience{3};
+  constexpr std::chrono::seconds kTimeout{3};
   PlayAttempt::stopAllForGood();
   const auto idle = std::make_shared<std::promise<void>>();
   playersThread().post([idle] { idle->set_value(); });
-  idle->get_future().wait_for(kPatience);
+  idle->get_future().wait_for(kTimeout);
 }
 
 // Everything that players need; on their thread.
@@ -105,10 +105,10 @@ int LivePlayer::startPlay(const char* url) {
     NIMBO_LOG_ERROR("the player plays already");
     return kLumoLiveInvalidState;
   }
-  std::string problem;
-  std::optional<PlayUrl> target = parsePlayUrl(url, problem, sources_.srtListener);
+  std::string error;
+  std::optional<PlayUrl> target = parsePlayUrl(url, error, sources_.srtListener);
   if (!target) {
-    NIMBO_LOG_ERROR("cannot play: {}", problem);
+    NIMBO_LOG_ERROR("cannot play: {}", error);
     return kLumoLiveInvalidArgument;
   }
   const uint32_t number = ++lastPlay_;
@@ -161,13 +161,13 @@ LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
     NIMBO_LOG_ERROR("no player: {}", reason);
     return nullptr;
   };
-  std::string problem;
-  const auto settings = NimboEngine::parseSettings(extraConfig, problem);
-  if (!settings) return refuse("the settings cannot be used: " + problem);
+  std::string error;
+  const auto settings = NimboEngine::parseSettings(extraConfig, error);
+  if (!settings) return refuse("the settings cannot be used: " + error);
   const std::string missing = NimboEngine::missingCapacity();
   if (!missing.empty()) return refuse(missing);
-  if (!NimboEngine::applySettings(*settings, problem)) {
-    return refuse("the settings cannot be used: " + problem);
+  if (!NimboEngine::applySettings(*settings, error)) {
+    return refuse("the settings cannot be used: " + error);
   }
   if (++NimboEngine::playerCount > NimboEngine::kMaxPlayers) {
     --NimboEngine::playerCount;
@@ -175,9 +175,9 @@ LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
   }
   try {
     return new NimboEngine::LivePlayer(*settings);
-  } catch (const std::system_error& error) {
+  } catch (const std::system_error& exception) {
     --NimboEngine::playerCount;
-    return refuse(error.what());
+    return refuse(exception.what());
   }
 }
 

@@ -48,10 +48,10 @@ int LivePusher::init(LumoLivePushConfig config) {
     return kLumoLiveInvalidState;
   }
   PushParameters parameters;
-  std::string problem;
-  const LumoLiveResult result = makePushParameters(config, parameters, problem);
+  std::string error;
+  const LumoLiveResult result = makePushParameters(config, parameters, error);
   if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the configuration is refused: {}", problem);
+    NIMBO_LOG_ERROR("the configuration is refused: {}", error);
     return result;
   }
   initialized_ = true;
@@ -111,10 +111,10 @@ int LivePusher::startPush(const char* url) {
     NIMBO_LOG_ERROR("a push runs already");
     return kLumoLiveInvalidState;
   }
-  std::string problem;
-  std::optional<PushUrl> target = parsePushUrl(url, problem);
+  std::string error;
+  std::optional<PushUrl> target = parsePushUrl(url, error);
   if (!target) {
-    NIMBO_LOG_ERROR("cannot publish: {}", problem);
+    NIMBO_LOG_ERROR("cannot publish: {}", error);
     return kLumoLiveInvalidArgument;
   }
   const uint32_t number = ++lastPush_;
@@ -160,10 +160,10 @@ int LivePusher::muteLocalCamera(bool mute) {
 LumoLiveResult LivePusher::change(
     const std::function<LumoLiveResult(PushParameters&, std::string&)>& edit) {
   if (!initialized_) return submit({});
-  std::string problem;
-  const LumoLiveResult result = edit(parameters_, problem);
+  std::string error;
+  const LumoLiveResult result = edit(parameters_, error);
   if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the change is refused: {}", problem);
+    NIMBO_LOG_ERROR("the change is refused: {}", error);
     return result;
   }
   return submit([parameters = parameters_](PusherSession& session) {
@@ -172,26 +172,26 @@ LumoLiveResult LivePusher::change(
 }
 
 int LivePusher::setTargetVideoBitrate(int32_t kbps) {
-  return change([kbps](PushParameters& parameters, std::string& problem) {
-    return changeRate(&EncoderSettings::videoKbps, kbps, parameters, problem);
+  return change([kbps](PushParameters& parameters, std::string& error) {
+    return changeRate(&EncoderSettings::videoKbps, kbps, parameters, error);
   });
 }
 
 int LivePusher::setMinVideoBitrate(int32_t kbps) {
-  return change([kbps](PushParameters& parameters, std::string& problem) {
-    return changeRate(&EncoderSettings::minVideoKbps, kbps, parameters, problem);
+  return change([kbps](PushParameters& parameters, std::string& error) {
+    return changeRate(&EncoderSettings::minVideoKbps, kbps, parameters, error);
   });
 }
 
 int LivePusher::setResolution(uint32_t resolution, int32_t width, int32_t height) {
-  return change([=](PushParameters& parameters, std::string& problem) {
-    return changeSize(resolution, width, height, parameters, problem);
+  return change([=](PushParameters& parameters, std::string& error) {
+    return changeSize(resolution, width, height, parameters, error);
   });
 }
 
 int LivePusher::setFps(uint32_t fps) {
-  return change([fps](PushParameters& parameters, std::string& problem) {
-    return changeFps(fps, parameters, problem);
+  return change([fps](PushParameters& parameters, std::string& error) {
+    return changeFps(fps, parameters, error);
   });
 }
 

@@ -45,21 +45,21 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
     NIMBO_LOG_ERROR("no pusher: {}", reason);
     return nullptr;
   };
-  std::string problem;
-  const auto settings = NimboEngine::parseSettings(extraConfig, problem);
-  if (!settings) return refuse("the settings cannot be used: " + problem);
+  std::string error;
+  const auto settings = NimboEngine::parseSettings(extraConfig, error);
+  if (!settings) return refuse("the settings cannot be used: " + error);
   std::lock_guard lock(theInstance().mutex);
   if (theInstance().pusher) return refuse("there is one already");
   const std::string missing = NimboEngine::missingCapacity();
   if (!missing.empty()) return refuse(missing);
-  if (!NimboEngine::applySettings(*settings, problem)) {
-    return refuse("the settings cannot be used: " + problem);
+  if (!NimboEngine::applySettings(*settings, error)) {
+    return refuse("the settings cannot be used: " + error);
   }
   NimboEngine::stopAtExit();
   try {
     theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
-  } catch (const std::system_error& error) {
-    return refuse(error.what());
+  } catch (const std::system_error& exception) {
+    return refuse(exception.what());
   }
   return theInstance().pusher.get();
 }

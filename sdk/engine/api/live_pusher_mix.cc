@@ -16,11 +16,11 @@ int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig* con
     return submit([](PusherSession& session) { session.setMix(std::nullopt); });
   }
   MixLayout layout;
-  std::string problem;
-  const LumoLiveResult result = makeMixLayout(*config, findMixUser, layout, problem);
+  std::string error;
+  const LumoLiveResult result = makeMixLayout(*config, findMixUser, layout, error);
   if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the mix is refused: {}", problem);
-    post([problem](PusherSession& session) { session.refuseMix(problem); });
+    NIMBO_LOG_ERROR("the mix is refused: {}", error);
+    post([error](PusherSession& session) { session.refuseMix(error); });
     return result;
   }
   return submit([layout](PusherSession& session) { session.setMix(layout); });

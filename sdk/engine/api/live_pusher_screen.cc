@@ -74,10 +74,10 @@ int LivePusher::setScreenShareEncoderConfiguration(const LumoLiveScreenShareEnco
     return kLumoLiveInvalidArgument;
   }
   EncoderSettings encoder;
-  std::string problem;
-  const LumoLiveResult result = makeScreenEncoder(*config, encoder, problem);
+  std::string error;
+  const LumoLiveResult result = makeScreenEncoder(*config, encoder, error);
   if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the screen's configuration is refused: {}", problem);
+    NIMBO_LOG_ERROR("the screen's configuration is refused: {}", error);
     return result;
   }
   screenConfig_ = *config;

@@ -48,7 +48,7 @@ void PlayerListeners::activeSpeaker() {
   });
 }
 
-void PlayerListeners::picture(GstBuffer* buffer, const GstVideoInfo& info) {
+void PlayerListeners::videoFrame(GstBuffer* buffer, const GstVideoInfo& info) {
   frameSlot.call([&](LumoLiveVideoFrameListener& listener) {
     GstMapInfo map;
     if (!gst_buffer_map(buffer, &map, GST_MAP_READWRITE)) return false;

@@ -36,7 +36,7 @@ class PlayerListeners {
   void statistics(const LumoRtc::LumoLivePlayerStatsInfo& statistics);
 
   // One contiguous I420 picture, which the listener may change.
-  void picture(GstBuffer* buffer, const GstVideoInfo& info);
+  void videoFrame(GstBuffer* buffer, const GstVideoInfo& info);
 
   ListenerSlot<LumoRtc::LumoLivePlayInfoListener> infoSlot;
   ListenerSlot<LumoRtc::LumoLiveVideoFrameListener> frameSlot;

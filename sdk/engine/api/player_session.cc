@@ -22,7 +22,7 @@ PlayerSession::PlayerSession(EngineThread& engine, const PlaySettings& settings,
       remote_(std::move(remote)),
       onPlayOver_(std::move(onPlayOver)),
       firstDrawn_(ownerGuard_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
-      firstSound_(ownerGuard_.bind([this] { openOutput(); })),
+      firstAudio_(ownerGuard_.bind([this] { openOutput(); })),
       meter_(std::make_shared<LevelMeter>()) {}
 
 PlayerSession::~PlayerSession() {
@@ -52,7 +52,7 @@ void PlayerSession::openView() {
       [this](const std::string& message) { listeners_->error(kLumoLiveErrorViewLost, message); });
   view_ = std::make_unique<X11View>(
       *window_,
-      ViewEvents{.onFirstDrawn = [this] { tellFirstDrawn(); },
+      ViewEvents{.onFirstDrawn = [this] { notifyFirstDrawn(); },
                  .onLost =
                      [this, lost](const std::string& message) {
                        waitsForView_ = false;  // the next picture counts as shown
@@ -70,9 +70,10 @@ void PlayerSession::closeView() {
 }
 
 // Called on the thread that showed it.
-void PlayerSession::tellFirstDrawn() {
-  if (toldFirstDrawn_.load(std::memory_order_relaxed) || toldFirstDrawn_.exchange(true)) return;
-  engine_.post([tell = firstDrawn_, number = playNumber_.load()] { tell(number); });
+void PlayerSession::notifyFirstDrawn() {
+  if (notifiedFirstDrawn_.load(std::memory_order_relaxed) || notifiedFirstDrawn_.exchange(true))
+    return;
+  engine_.post([notify = firstDrawn_, number = playNumber_.load()] { notify(number); });
 }
 
 // By then another playback may have begun.
@@ -93,8 +94,8 @@ void PlayerSession::startPlay(PlayRequest request) {
 
 void PlayerSession::begin(const PlayRequest& request) {
   playNumber_ = request.number;
-  toldFirstDrawn_ = false;
-  toldFirstSound_ = false;
+  notifiedFirstDrawn_ = false;
+  notifiedFirstAudio_ = false;
   if (const std::string missing = missingCapacity(); !missing.empty()) {
     onPlayOver_(playNumber_);
     return listeners_->error(kLumoLiveErrorNoCapacity, missing);
@@ -134,12 +135,12 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
 
 // On the playback's thread.
 void PlayerSession::onFrame(GstBuffer* buffer, const GstVideoInfo& info) {
-  listeners_->picture(buffer, info);
+  listeners_->videoFrame(buffer, info);
   consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(buffer, info, 0); });
-  remote_->putPicture(buffer, info);
+  remote_->putFrame(buffer, info);
   if (waitsForView_) return;
   ++shown_;
-  tellFirstDrawn();
+  notifyFirstDrawn();
 }
 
 // On the playback's thread.
@@ -148,8 +149,8 @@ void PlayerSession::onAudio(const AudioAligner::Piece& piece) {
   meter_->measure(piece.samples.data(), piece.samples.size(), kPlayedAudio);
   output_->push(piece);
   remote_->putAudio(piece);
-  if (!toldFirstSound_.load(std::memory_order_relaxed) && !toldFirstSound_.exchange(true)) {
-    engine_.post(firstSound_);
+  if (!notifiedFirstAudio_.load(std::memory_order_relaxed) && !notifiedFirstAudio_.exchange(true)) {
+    engine_.post(firstAudio_);
   }
 }
 
@@ -160,20 +161,21 @@ void PlayerSession::openOutput() {
 
 // From now on this player has its record in volume reports.
 void PlayerSession::showLoudness() {
-  auto tellVolume = ownerGuard_.bind([this](const LumoLiveUserVolumeInfo& record) {
+  auto notifyVolume = ownerGuard_.bind([this](const LumoLiveUserVolumeInfo& record) {
     if (playback_) listeners_->volume(record);
   });
-  auto tellActiveSpeaker = ownerGuard_.bind([this] {
+  auto notifyActiveSpeaker = ownerGuard_.bind([this] {
     if (playback_) listeners_->activeSpeaker();
   });
-  addAudiblePlayer({.player = listeners_->player(),
-                    .meter = meter_,
-                    .tellVolume =
-                        [&engine = engine_, tellVolume](const LumoLiveUserVolumeInfo& record) {
-                          engine.post([tell = tellVolume, record]() mutable { tell(record); });
-                        },
-                    .tellActiveSpeaker = [&engine = engine_,
-                                          tellActiveSpeaker] { engine.post(tellActiveSpeaker); }});
+  addAudiblePlayer(
+      {.player = listeners_->player(),
+       .meter = meter_,
+       .notifyVolume =
+           [&engine = engine_, notifyVolume](const LumoLiveUserVolumeInfo& record) {
+             engine.post([notify = notifyVolume, record]() mutable { notify(record); });
+           },
+       .notifyActiveSpeaker = [&engine = engine_,
+                               notifyActiveSpeaker] { engine.post(notifyActiveSpeaker); }});
 }
 
 void PlayerSession::stopPlay() {

@@ -64,7 +64,7 @@ class PlayerSession {
   void onOver(const PlayOutcome& outcome);
   void openView();
   void closeView();
-  void tellFirstDrawn();
+  void notifyFirstDrawn();
   void onFirstDrawn(uint32_t playNumber);
   void openOutput();
   void showLoudness();
@@ -77,7 +77,7 @@ class PlayerSession {
   const WeakOwnerGuard ownerGuard_;
   // Bound to this object's life.
   const std::function<void(uint32_t)> firstDrawn_;
-  const EngineThread::Task firstSound_;
+  const EngineThread::Task firstAudio_;
 
   ViewStyle style_;
   std::optional<uint32_t> window_;
@@ -89,8 +89,8 @@ class PlayerSession {
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
   std::atomic<uint64_t> shown_{0};
   std::atomic<bool> waitsForView_{false};
-  std::atomic<bool> toldFirstDrawn_{true};
-  std::atomic<bool> toldFirstSound_{true};
+  std::atomic<bool> notifiedFirstDrawn_{true};
+  std::atomic<bool> notifiedFirstAudio_{true};
   ConsumerList consumers_;
 
   std::unique_ptr<AudioOutput> output_;

@@ -24,7 +24,7 @@ void Preview::openView(uint32_t window) {
   waitsForView_ = true;
   auto lost = ownerGuard_.bind(events_.onViewLost);
   view_ = std::make_unique<X11View>(
-      window, ViewEvents{.onFirstDrawn = [this] { tellStarted(); },
+      window, ViewEvents{.onFirstDrawn = [this] { notifyStarted(); },
                          .onLost =
                              [this, lost](const std::string& message) {
                                waitsForView_ = false;  // the next picture counts as shown
@@ -34,15 +34,15 @@ void Preview::openView(uint32_t window) {
 }
 
 void Preview::onVideoFrame(GstBuffer*, const GstVideoInfo&, GstClockTime) {
-  if (!audioOnly_ && !waitsForView_) tellStarted();
+  if (!audioOnly_ && !waitsForView_) notifyStarted();
 }
 
 void Preview::onAudioChunk(GstBuffer*, const AudioFormat&, GstClockTime) {
-  if (audioOnly_) tellStarted();
+  if (audioOnly_) notifyStarted();
 }
 
-void Preview::tellStarted() {
-  if (!told_.exchange(true)) engine_.post(started_);
+void Preview::notifyStarted() {
+  if (!notified_.exchange(true)) engine_.post(started_);
 }
 
 }  // namespace NimboEngine

@@ -39,7 +39,7 @@ class Preview final : private FrameConsumer {
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
   void openView(uint32_t window);
-  void tellStarted();
+  void notifyStarted();
 
   EngineThread& engine_;
   CaptureSession& capture_;
@@ -48,7 +48,7 @@ class Preview final : private FrameConsumer {
   const WeakOwnerGuard ownerGuard_;
   const EngineThread::Task started_;
   std::atomic<bool> waitsForView_{false};
-  std::atomic<bool> told_{false};
+  std::atomic<bool> notified_{false};
   std::unique_ptr<X11View> view_;  // null without a window
 };
 

@@ -35,7 +35,7 @@ constexpr uint32_t kDefaultScreenFps = 15;
 // Collects the first thing that is wrong.
 class Check {
  public:
-  explicit Check(std::string& problem) : problem_(problem) { problem_.clear(); }
+  explicit Check(std::string& error) : error_(error) { error_.clear(); }
 
   void range(const char* field, int64_t value, int64_t low, int64_t high) {
     require(value >= low && value <= high, "{} is {}, not {} to {}", field, value, low, high);
@@ -47,15 +47,15 @@ class Check {
   void gop(uint32_t value) { range("mVideoEncodeGop", value, 1, 60); }
   template <class... Arguments>
   void require(bool holds, fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-    if (!holds && passed()) problem_ = fmt::format(format, std::forward<Arguments>(arguments)...);
+    if (!holds && passed()) error_ = fmt::format(format, std::forward<Arguments>(arguments)...);
   }
-  bool passed() const { return problem_.empty(); }
+  bool passed() const { return error_.empty(); }
 
  private:
-  std::string& problem_;
+  std::string& error_;
 };
 
-Size pictureSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {
+Size frameSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {
   if (width == 0 && height == 0) {
     check.range("mResolution", resolution, 0, kLadder.size() - 1);
     return kLadder[std::min<std::size_t>(resolution, kLadder.size() - 1)];
@@ -67,7 +67,7 @@ Size pictureSize(uint32_t resolution, int64_t width, int64_t height, Check& chec
 
 template <class Config>
 VideoFormat videoFormat(const Config& config, uint32_t fps, Check& check) {
-  const Size size = pictureSize(config.mResolution, config.width, config.height, check);
+  const Size size = frameSize(config.mResolution, config.width, config.height, check);
   check.fps(fps);
   return {size.width, size.height, static_cast<int>(fps)};
 }
@@ -84,10 +84,10 @@ AudioFormat audioFormat(const LumoLivePushConfig& config, Check& check) {
 }  // namespace
 
 LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParameters& parameters,
-                                  std::string& problem) {
-  Check check(problem);
+                                  std::string& error) {
+  Check check(error);
   if (config.mLivePushMode != kLumoLiveModeBasic) {
-    problem = fmt::format("mLivePushMode is {}; this build knows 0 only", config.mLivePushMode);
+    error = fmt::format("mLivePushMode is {}; this build knows 0 only", config.mLivePushMode);
     return kLumoLiveNotSupported;
   }
   PushParameters result;
@@ -119,8 +119,8 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
 }
 
 LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
-                                 EncoderSettings& encoder, std::string& problem) {
-  Check check(problem);
+                                 EncoderSettings& encoder, std::string& error) {
+  Check check(error);
   const uint32_t fps = config.frameRate == 0 ? kDefaultScreenFps : config.frameRate;
   const VideoFormat video = videoFormat(config, fps, check);
   check.rate("bitrate", config.bitrate);
@@ -133,17 +133,17 @@ LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
 }
 
 LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
-                          PushParameters& parameters, std::string& problem) {
-  Check check(problem);
-  const Size size = pictureSize(resolution, width, height, check);
+                          PushParameters& parameters, std::string& error) {
+  Check check(error);
+  const Size size = frameSize(resolution, width, height, check);
   if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.video.width = size.width;
   parameters.encoder.video.height = size.height;
   return kLumoLiveOk;
 }
 
-LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& problem) {
-  Check check(problem);
+LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& error) {
+  Check check(error);
   check.fps(fps);
   if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.video.fps = static_cast<int>(fps);
@@ -151,8 +151,8 @@ LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& 
 }
 
 LumoLiveResult changeRate(int EncoderSettings::*rate, int32_t kbps, PushParameters& parameters,
-                          std::string& problem) {
-  Check check(problem);
+                          std::string& error) {
+  Check check(error);
   check.range("the bit rate", kbps, kLowestKbps, kHighestKbps);
   if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.*rate = kbps;

@@ -45,9 +45,9 @@ struct PushParameters {
   std::string networkPoorImage;
 };
 
-// Unless the result is kLumoLiveOk, `problem` names the field and `parameters` is unchanged.
+// Unless the result is kLumoLiveOk, `error` names the field and `parameters` is unchanged.
 LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& config,
-                                           PushParameters& parameters, std::string& problem);
+                                           PushParameters& parameters, std::string& error);
 
 // The encoder for a shared screen: size, frame rate, bit rate and key frames of `encoder` are set.
 // The fields have the limits of the table; a frame rate of 0 means 15. Unless the result is
@@ -56,11 +56,11 @@ LumoRtc::LumoLiveResult makeScreenEncoder(const LumoRtc::LumoLiveScreenShareEnco
                                           EncoderSettings& encoder, std::string& problem);
 
 // The changes that are possible at any time, with the limits of the table. Unless the result is
-// kLumoLiveOk, `problem` tells why and `parameters` is unchanged.
+// kLumoLiveOk, `error` tells why and `parameters` is unchanged.
 LumoRtc::LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
-                                   PushParameters& parameters, std::string& problem);
-LumoRtc::LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& problem);
+                                   PushParameters& parameters, std::string& error);
+LumoRtc::LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& error);
 LumoRtc::LumoLiveResult changeRate(int EncoderSettings::*rate, int32_t kbps,
-                                   PushParameters& parameters, std::string& problem);
+                                   PushParameters& parameters, std::string& error);
 
 }  // namespace NimboEngine

@@ -22,7 +22,7 @@ void PusherListeners::network(NetworkEvent event) {
   networkSlot.call([&](LumoLivePushNetworkListener& listener) { (listener.*event)(pusher_); });
 }
 
-void PusherListeners::mixVerdict(bool success, const std::string& reason) {
+void PusherListeners::mixResult(bool success, const std::string& reason) {
   const std::string shown = redact(reason);
   infoSlot.call([&](LumoLivePushInfoListener& listener) {
     listener.onSetLiveMixTranscodingConfig(pusher_, success, shown.c_str());

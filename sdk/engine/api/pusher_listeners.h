@@ -31,7 +31,7 @@ class PusherListeners {
 
   void info(InfoEvent event);
   void network(NetworkEvent event);
-  void mixVerdict(bool success, const std::string& reason);
+  void mixResult(bool success, const std::string& reason);
   // At least one record.
   void volumes(const std::vector<LumoRtc::LumoLiveUserVolumeInfo>& records);
   void sdkError(LumoRtc::LumoLiveErrorCode code, const std::string& message);

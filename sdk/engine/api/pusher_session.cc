@@ -14,9 +14,9 @@ using namespace LumoRtc;
 
 namespace {
 
-PusherListeners::NetworkEvent networkEvent(NetworkEvent news) {
+PusherListeners::NetworkEvent networkEvent(NetworkEvent event) {
   using Network = LumoLivePushNetworkListener;
-  switch (news) {
+  switch (event) {
     case NetworkEvent::kNetworkPoor:
       return &Network::onNetworkPoor;
     case NetworkEvent::kNetworkRecovery:
@@ -33,8 +33,8 @@ PusherListeners::NetworkEvent networkEvent(NetworkEvent news) {
   return &Network::onPushURLAuthenticationOverdue;
 }
 
-LumoLiveErrorCode errorOf(ScreenError trouble) {
-  switch (trouble) {
+LumoLiveErrorCode errorOf(ScreenError error) {
+  switch (error) {
     case ScreenError::kHidden:
       return kLumoLiveErrorScreenHidden;
     case ScreenError::kRefused:
@@ -172,12 +172,12 @@ void PusherSession::setScreenEncoder(const EncoderSettings& encoder) {
 }
 
 void PusherSession::captureScreen() {
-  auto troubled = ownerGuard_.bind([this](ScreenError trouble, const std::string& message) {
-    listeners_.sdkError(errorOf(trouble), message);
+  auto reportError = ownerGuard_.bind([this](ScreenError error, const std::string& message) {
+    listeners_.sdkError(errorOf(error), message);
   });
   capture_->shareScreen(
-      *screen_, [this, troubled](ScreenError trouble, const std::string& message) {
-        engine_.post([troubled, trouble, message]() mutable { troubled(trouble, message); });
+      *screen_, [this, reportError](ScreenError error, const std::string& message) {
+        engine_.post([reportError, error, message]() mutable { reportError(error, message); });
       });
   capture_->setScreenPaused(screenPaused_);
 }
@@ -197,11 +197,11 @@ EncoderSettings PusherSession::wantedEncoder() const {
 void PusherSession::setMix(std::optional<MixLayout> layout) {
   mix_ = std::move(layout);
   if (mixer_) mixer_->setLayout(mix_);
-  listeners_.mixVerdict(true, "");
+  listeners_.mixResult(true, "");
 }
 
 void PusherSession::refuseMix(const std::string& reason) {
-  listeners_.mixVerdict(false, reason);
+  listeners_.mixResult(false, reason);
 }
 
 // ------------------------------------------------------------------------------------- preview
@@ -251,17 +251,17 @@ void PusherSession::beginPush(const PushRequest& request) {
           .onReport = [this](const PushOutcome& outcome) { onPushReport(outcome); },
           .onFirstFrame =
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
-          .onNews = [this](NetworkEvent news) { onNetworkEvent(news); }});
+          .onNetworkEvent = [this](NetworkEvent event) { onNetworkEvent(event); }});
   publisher_->start(request.url);
   mixer_ = std::make_unique<LiveMixer>(*publisher_, wantedEncoder().video);
   mixer_->setLayout(mix_);
   capture_->addConsumer(mixer_.get());
 }
 
-void PusherSession::onNetworkEvent(NetworkEvent news) {
-  if (news == NetworkEvent::kNetworkPoor) capture_->setNetworkPoor(true);
-  if (news == NetworkEvent::kNetworkRecovery) capture_->setNetworkPoor(false);
-  listeners_.network(networkEvent(news));
+void PusherSession::onNetworkEvent(NetworkEvent event) {
+  if (event == NetworkEvent::kNetworkPoor) capture_->setNetworkPoor(true);
+  if (event == NetworkEvent::kNetworkRecovery) capture_->setNetworkPoor(false);
+  listeners_.network(networkEvent(event));
 }
 
 void PusherSession::stopPush() {
@@ -282,14 +282,14 @@ void PusherSession::onPushReport(const PushOutcome& outcome) {
     stopCaptureIfUnused();
     if (outcome.report != PushReport::kStopped) onPushOver_(pushNumber_);
   }
-  tell(outcome);
+  notify(outcome);
   if (!nextPush_ || publisher_) return;
   const PushRequest next = std::move(*nextPush_);
   nextPush_.reset();
   beginPush(next);
 }
 
-void PusherSession::tell(const PushOutcome& outcome) {
+void PusherSession::notify(const PushOutcome& outcome) {
   using Network = LumoLivePushNetworkListener;
   switch (outcome.report) {
     case PushReport::kNone:

@@ -91,10 +91,10 @@ class PusherSession {
                      const std::string& message);
   EncoderSettings wantedEncoder() const;
   void applyEncoder();
-  void onNetworkEvent(NetworkEvent news);
+  void onNetworkEvent(NetworkEvent event);
   void beginPush(const PushRequest& request);
   void onPushReport(const PushOutcome& outcome);
-  void tell(const PushOutcome& outcome);
+  void notify(const PushOutcome& outcome);
   std::unique_ptr<Publisher> takePublisher();
   void reportMissingElements();
 

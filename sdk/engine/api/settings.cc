@@ -159,56 +159,56 @@ std::string readObject(const std::string& prefix, const json& object, Settings& 
     const std::string key = prefix + name;
     const bool nested = std::find(std::begin(kObjectSettings), std::end(kObjectSettings), key) !=
                         std::end(kObjectSettings);
-    std::string problem;
+    std::string error;
     if (!nested) {
-      problem = readValue(key, value, settings);
+      error = readValue(key, value, settings);
     } else if (value.is_object()) {
-      problem = readObject(key + ".", value, settings);
+      error = readObject(key + ".", value, settings);
     } else {
-      problem = wrongType(key, value, "an object");
+      error = wrongType(key, value, "an object");
     }
-    if (!problem.empty()) return problem;
+    if (!error.empty()) return error;
   }
   return {};
 }
 
 }  // namespace
 
-std::optional<Settings> parseSettings(const char* text, std::string& problem) {
+std::optional<Settings> parseSettings(const char* text, std::string& error) {
   Settings settings;
   if (!text || !*text) return settings;
   json object;
   try {
     object = json::parse(text);
-  } catch (const json::exception& error) {  // bad syntax, or a number that is no double
-    problem = error.what();
+  } catch (const json::exception& thrown) {  // bad syntax, or a number that is no double
+    error = thrown.what();
     return std::nullopt;
   }
   if (!object.is_object()) {
-    problem = fmt::format("the text is a JSON {}, not an object", object.type_name());
+    error = fmt::format("the text is a JSON {}, not an object", object.type_name());
     return std::nullopt;
   }
-  problem = readObject("", object, settings);
+  error = readObject("", object, settings);
   if (!object.contains("/latency/maxMs"_json_pointer)) {
     settings.play.latency.maximum =
         std::max(settings.play.latency.maximum, settings.play.latency.minimum);
   }
-  if (problem.empty() && settings.play.latency.minimum > settings.play.latency.maximum) {
-    problem =
+  if (error.empty() && settings.play.latency.minimum > settings.play.latency.maximum) {
+    error =
         fmt::format("\"latency.minMs\" is {}, more than \"latency.maxMs\", which is {}",
                     settings.play.latency.minimum.count(), settings.play.latency.maximum.count());
   }
-  if (!problem.empty()) return std::nullopt;
+  if (!error.empty()) return std::nullopt;
   return settings;
 }
 
-bool applySettings(const Settings& settings, std::string& problem) {
+bool applySettings(const Settings& settings, std::string& error) {
   if (settings.trustedCertificates.empty()) return true;
   startGstreamer();
   const std::string reason = trustCertificates(settings.trustedCertificates);
   if (!reason.empty()) {
-    problem = fmt::format("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
-                          settings.trustedCertificates, reason);
+    error = fmt::format("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
+                        settings.trustedCertificates, reason);
   }
   return reason.empty();
 }

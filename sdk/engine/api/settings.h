@@ -22,11 +22,11 @@ struct Settings {
   std::string trustedCertificates;
 };
 
-// Without a value, `problem` says what is wrong and names the key. A null text counts as empty.
-std::optional<Settings> parseSettings(const char* text, std::string& problem);
+// Without a value, `error` says what is wrong and names the key. A null text counts as empty.
+std::optional<Settings> parseSettings(const char* text, std::string& error);
 
 // Puts into effect what holds for the whole process: TLS trust. False when it cannot be, and then
 // nothing changes. Starts GStreamer where it is needed for that, which may take 0.15 s.
-bool applySettings(const Settings& settings, std::string& problem);
+bool applySettings(const Settings& settings, std::string& error);
 
 }  // namespace NimboEngine

@@ -59,9 +59,9 @@ void VolumeIndicator::report(const std::vector<AudiblePlayer>& players) {
   const std::vector<UserLevel> users = takeReadings(players);
   const std::vector<LumoLiveUserVolumeInfo> records = running_->records.make(users);
   listeners_.volumes(records);
-  for (std::size_t i = 0; i < players.size(); ++i) players[i].tellVolume(records[i + 1]);
+  for (std::size_t i = 0; i < players.size(); ++i) players[i].notifyVolume(records[i + 1]);
   if (const auto speaker = running_->speaker.update(Clock::now(), users)) {
-    tellActiveSpeaker(*speaker, players);
+    notifyActiveSpeaker(*speaker, players);
   }
 }
 
@@ -75,11 +75,11 @@ std::vector<UserLevel> VolumeIndicator::takeReadings(const std::vector<AudiblePl
   return users;
 }
 
-void VolumeIndicator::tellActiveSpeaker(LumoLivePlayer* speaker,
-                                        const std::vector<AudiblePlayer>& players) {
+void VolumeIndicator::notifyActiveSpeaker(LumoLivePlayer* speaker,
+                                          const std::vector<AudiblePlayer>& players) {
   if (!speaker) return listeners_.info(&LumoLivePushInfoListener::onActiveSpeaker);
   for (const AudiblePlayer& player : players) {
-    if (player.player == speaker) player.tellActiveSpeaker();
+    if (player.player == speaker) player.notifyActiveSpeaker();
   }
 }
 

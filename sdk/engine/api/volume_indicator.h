@@ -72,8 +72,8 @@ class VolumeIndicator final : public FrameConsumer {
   void tick();
   void report(const std::vector<AudiblePlayer>& players);
   std::vector<UserLevel> takeReadings(const std::vector<AudiblePlayer>& players);
-  void tellActiveSpeaker(LumoRtc::LumoLivePlayer* speaker,
-                         const std::vector<AudiblePlayer>& players);
+  void notifyActiveSpeaker(LumoRtc::LumoLivePlayer* speaker,
+                           const std::vector<AudiblePlayer>& players);
   void listenForVoice(bool on, const std::vector<AudiblePlayer>& players);
 
   EngineThread& engine_;

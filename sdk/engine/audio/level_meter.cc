@@ -16,7 +16,7 @@ void LevelMeter::measure(const int16_t* samples, std::size_t count, const AudioF
   if (!detector_ || detector_->format() != format) {
     detector_ = std::make_unique<VoiceDetector>(format);
   }
-  if (detector_->hear(samples, count)) voice_ = true;
+  if (detector_->process(samples, count)) voice_ = true;
 }
 
 LevelReading LevelMeter::take(Time now) {
@@ -26,8 +26,8 @@ LevelReading LevelMeter::take(Time now) {
   const int peak = peak_.exchange(kNothing);
   if (peak != kNothing) {
     last_ = std::min(peak, kFullScale);
-    heard_ = now;
-  } else if (now - heard_ >= kMoment) {
+    lastVoice_ = now;
+  } else if (now - lastVoice_ >= kMoment) {
     last_ = 0;
   }
   return {static_cast<double>(last_) / kFullScale, voice_.exchange(false)};

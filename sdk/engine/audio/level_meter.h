@@ -48,7 +48,7 @@ class LevelMeter {
   std::unique_ptr<VoiceDetector> detector_;  // of measure() only
   // Of take() only.
   int last_ = 0;
-  Time heard_;
+  Time lastVoice_;
 };
 
 }  // namespace NimboEngine

@@ -26,9 +26,9 @@ std::optional<LumoLivePlayer*> SpeakerChoice::update(Time now,
   if (present == users.end()) {
     active_.reset();
   } else if (speaks(*present)) {
-    lastHeard_ = now;
+    lastAudible_ = now;
   }
-  const bool taken = active_ && now - lastHeard_ < kPause;
+  const bool taken = active_ && now - lastAudible_ < kPause;
   const UserLevel* loudest = loudestBesideActive(users);
   if (!loudest || (taken && loudest->reading.peak < kClearlyLouder * present->reading.peak)) {
     challenger_.reset();
@@ -39,7 +39,7 @@ std::optional<LumoLivePlayer*> SpeakerChoice::update(Time now,
   }
   if (now - challenger_->since < (taken ? kTakeover : kEntry)) return std::nullopt;
   active_ = loudest->player;
-  lastHeard_ = now;
+  lastAudible_ = now;
   challenger_.reset();
   return active_;
 }

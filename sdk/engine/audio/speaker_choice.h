@@ -45,7 +45,7 @@ class SpeakerChoice {
 
   bool byVoice_;
   std::optional<LumoRtc::LumoLivePlayer*> active_;
-  Time lastHeard_;  // of the active one
+  Time lastAudible_;  // of the active one
   std::optional<Challenger> challenger_;
 };
 

@@ -38,7 +38,7 @@ VoiceDetector::VoiceDetector(const AudioFormat& format)
 
 VoiceDetector::~VoiceDetector() = default;
 
-bool VoiceDetector::hear(const int16_t* samples, std::size_t count) {
+bool VoiceDetector::process(const int16_t* samples, std::size_t count) {
   const auto channels = static_cast<std::size_t>(format_.channels);
   bool spoke = false;
   for (std::size_t i = 0; i + channels <= count; i += channels) {
@@ -48,7 +48,7 @@ bool VoiceDetector::hear(const int16_t* samples, std::size_t count) {
     }
     frame_.push_back(sum / kFullScale / static_cast<float>(channels));
     if (frame_.size() < frameLength_) continue;
-    spoke = hold_.hear(judgeFrame()) || spoke;
+    spoke = hold_.update(judgeFrame()) || spoke;
     frame_.clear();
   }
   return spoke;

@@ -31,7 +31,7 @@ class VoiceDetector {
   const AudioFormat& format() const { return format_; }
 
   // Takes `count` interleaved samples. Whether somebody spoke during them, see VoiceHold.
-  bool hear(const int16_t* samples, std::size_t count);
+  bool process(const int16_t* samples, std::size_t count);
 
  private:
   bool judgeFrame();

@@ -15,7 +15,7 @@ class VoiceHold {
   static constexpr int kHold = 30;
 
   // Takes the verdict on the next 10 ms. Whether somebody speaks.
-  bool hear(bool voice) {
+  bool update(bool voice) {
     inARow_ = voice ? inARow_ + 1 : 0;
     if (inARow_ >= kOnset || (held_ > 0 && voice)) {
       held_ = kHold;

@@ -27,7 +27,7 @@ DetachableThread::DetachableThread(std::string name, std::function<void()> body)
 
 DetachableThread::~DetachableThread() {
   if (!thread_.joinable()) return;
-  if (ended_.wait_for(kPatience) == std::future_status::ready) {
+  if (ended_.wait_for(kTimeout) == std::future_status::ready) {
     thread_.join();
     return;
   }

@@ -57,15 +57,15 @@ void setLogConsole(bool enabled) {
 bool setLogDirectory(const char* directory, int maxMiB) {
   if (!directory || !*directory || maxMiB < 1) return false;
   const std::size_t fileSize = static_cast<std::size_t>(maxMiB) * 1024 * 1024 / LogFile::kFileCount;
-  std::string problem;
+  std::string error;
   {
     std::lock_guard lock(theLog().mutex);  // nobody may write to files that are removed
-    if (auto file = LogFile::open(directory, fileSize, problem)) {
+    if (auto file = LogFile::open(directory, fileSize, error)) {
       theLog().file.swap(file);
       return true;
     }
   }
-  NIMBO_LOG_ERROR("cannot write a log into {}: {}", directory, problem);
+  NIMBO_LOG_ERROR("cannot write a log into {}: {}", directory, error);
   return false;
 }
 

@@ -19,8 +19,8 @@ std::string fileName(int number) {
   return number == 0 ? "nimbo_sdk.log" : fmt::format("nimbo_sdk.{}.log", number);
 }
 
-std::string reasonOf(int error) {
-  return std::generic_category().message(error);
+std::string reasonOf(int code) {
+  return std::generic_category().message(code);
 }
 
 // What is there stays as it is.
@@ -35,16 +35,16 @@ void makeDirectories(const std::string& directory) {
 }  // namespace
 
 std::unique_ptr<LogFile> LogFile::open(const std::string& directory, std::size_t fileSize,
-                                       std::string& problem) {
+                                       std::string& error) {
   makeDirectories(directory);
   const int descriptor = ::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0) {
-    problem = reasonOf(errno);
+    error = reasonOf(errno);
     return nullptr;
   }
   std::unique_ptr<LogFile> file(new LogFile(descriptor, fileSize));
   file->removeTooLarge();
-  return file->openCurrent(problem) ? std::move(file) : nullptr;
+  return file->openCurrent(error) ? std::move(file) : nullptr;
 }
 
 LogFile::~LogFile() {
@@ -52,13 +52,13 @@ LogFile::~LogFile() {
   close(directory_);
 }
 
-bool LogFile::openCurrent(std::string& problem) {
+bool LogFile::openCurrent(std::string& error) {
   // NONBLOCK: a pipe that nobody reads would hold the caller up for good.
   constexpr int kFlags =
       O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   const std::string name = fileName(0);
   const int file = openat(directory_, name.c_str(), kFlags, kFileMode);
-  const int error = errno;
+  const int code = errno;
   struct stat status {};
   if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
       fchmod(file, kFileMode) == 0) {
@@ -67,10 +67,10 @@ bool LogFile::openCurrent(std::string& problem) {
     return true;
   }
   if (file >= 0) {
-    problem = fmt::format("{} is not a regular file of this user's", name);
+    error = fmt::format("{} is not a regular file of this user's", name);
     close(file);
   } else {
-    problem = fmt::format("{}: {}", name, reasonOf(error));
+    error = fmt::format("{}: {}", name, reasonOf(code));
   }
   return false;
 }
@@ -92,16 +92,16 @@ void LogFile::rotate() {
   }
   close(file_);
   file_ = -1;
-  std::string problem;
-  if (!openCurrent(problem) || written_ == 0) return;
+  std::string error;
+  if (!openCurrent(error) || written_ == 0) return;
   // It could not be renamed. The limit holds all the same.
   if (ftruncate(file_, 0) == 0) written_ = 0;
 }
 
 void LogFile::write(std::string_view line) {
   if (file_ >= 0 && written_ > 0 && written_ + line.size() > fileSize_) rotate();
-  std::string problem;
-  if (file_ < 0 && !openCurrent(problem)) return;
+  std::string error;
+  if (file_ < 0 && !openCurrent(error)) return;
   ssize_t count = 0;
   do {
     count = ::write(file_, line.data(), line.size());

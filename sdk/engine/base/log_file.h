@@ -24,7 +24,7 @@ class LogFile {
   // No file grows beyond `fileSize` bytes, unless one line alone is larger; files of an earlier,
   // larger limit are removed.
   static std::unique_ptr<LogFile> open(const std::string& directory, std::size_t fileSize,
-                                       std::string& problem);
+                                       std::string& error);
   ~LogFile();
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
@@ -35,7 +35,7 @@ class LogFile {
  private:
   LogFile(int directory, std::size_t fileSize) : directory_(directory), fileSize_(fileSize) {}
 
-  bool openCurrent(std::string& problem);
+  bool openCurrent(std::string& error);
   void removeTooLarge() const;
   void rotate();
 

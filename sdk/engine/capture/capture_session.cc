@@ -10,13 +10,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // How much sound gathers before a source is heard, and how much may.
-constexpr size_t kCushionMs = 40;
+constexpr size_t kPrebufferMs = 40;
 constexpr size_t kLimitMs = 200;
 
 std::shared_ptr<SampleFifo> makeFifo(const AudioFormat& format) {
   const auto framesPerMs = static_cast<size_t>(format.rate) / 1000;
   return std::make_shared<SampleFifo>(static_cast<size_t>(format.channels),
-                                      kCushionMs * framesPerMs, kLimitMs * framesPerMs);
+                                      kPrebufferMs * framesPerMs, kLimitMs * framesPerMs);
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ CaptureSession::CaptureSession(CaptureSettings settings, FrameCallback onFrame,
   std::lock_guard lock(mutex_);
   if (video_) loadImages();
   openCamera();
-  if (!isFileSound()) openMicrophone();
+  if (!isFileAudio()) openMicrophone();
 }
 
 CaptureSession::~CaptureSession() {
@@ -50,7 +50,7 @@ void CaptureSession::setCameraRunning(bool running) {
   std::lock_guard lock(mutex_);
   if (running == std::exchange(cameraWanted_, running)) return;
   if (running) return openCamera();
-  if (isFileSound()) audio_.setSource(nullptr);
+  if (isFileAudio()) audio_.setSource(nullptr);
   closeCamera();
 }
 
@@ -74,22 +74,22 @@ void CaptureSession::setFormat(const VideoFormat& format) {
 void CaptureSession::setDevices(const std::string& camera, const std::string& microphone) {
   std::lock_guard lock(mutex_);
   const bool isOtherCamera = camera != settings_.camera;
-  const bool isOtherSound = microphone != settings_.microphone;
-  const bool wasFileSound = isFileSound();
+  const bool isOtherMicrophone = microphone != settings_.microphone;
+  const bool wasFileAudio = isFileAudio();
   settings_.camera = camera;
   settings_.microphone = microphone;
   if (isOtherCamera) {
     closeCamera();
     if (cameraWanted_) openCamera();
   }
-  if (!isFileSound()) {
-    if (wasFileSound || isOtherSound) openMicrophone();
+  if (!isFileAudio()) {
+    if (wasFileAudio || isOtherMicrophone) openMicrophone();
     return;
   }
-  if (wasFileSound) return;
+  if (wasFileAudio) return;
   microphone_.reset();
-  if (fileSound_) {
-    audio_.setSource(fileSound_);
+  if (fileSamples_) {
+    audio_.setSource(fileSamples_);
   } else if (cameraWanted_) {
     openCamera();
   }
@@ -97,29 +97,29 @@ void CaptureSession::setDevices(const std::string& camera, const std::string& mi
 
 void CaptureSession::dropMicrophone() {
   std::lock_guard lock(mutex_);
-  if (isFileSound()) return;
+  if (isFileAudio()) return;
   audio_.setSource(nullptr);
   microphone_.reset();
   settings_.microphone.clear();
 }
 
-bool CaptureSession::hasHung(DeviceKind kind, Clock::duration patience) {
+bool CaptureSession::hasHung(DeviceKind kind, Clock::duration timeout) {
   std::lock_guard lock(mutex_);
   const bool isCamera = kind == DeviceKind::kCamera;
   const Clock::time_point opened = isCamera ? cameraOpened_ : microphoneOpened_;
-  const bool isDumb = isCamera ? camera_ && pictures_ && pictures_->count() == 0
-                               : microphone_ && sound_->count() == 0;
-  return isDumb && Clock::now() - opened >= patience;
+  const bool deliversNothing = isCamera ? camera_ && frames_ && frames_->count() == 0
+                                        : microphone_ && samples_->count() == 0;
+  return deliversNothing && Clock::now() - opened >= timeout;
 }
 
 // ------------------------------------------------------------------------------------- screen
 
-void CaptureSession::shareScreen(uint32_t id, ScreenCapture::TroubleCallback onTrouble) {
+void CaptureSession::shareScreen(uint32_t id, ScreenCapture::ErrorCallback onError) {
   std::lock_guard lock(mutex_);
   if (!video_) return;
-  const auto pictures = showScreen();
+  const auto frames = showScreen();
   screen_.reset();  // not two at once
-  screen_ = std::make_unique<ScreenCapture>(id, wanted_, pictures, std::move(onTrouble));
+  screen_ = std::make_unique<ScreenCapture>(id, wanted_, frames, std::move(onError));
 }
 
 void CaptureSession::stopScreen() {
@@ -139,13 +139,13 @@ void CaptureSession::setScreenPaused(bool paused) {
 
 // Where its pictures are to go.
 std::shared_ptr<FrameMailbox> CaptureSession::showScreen() {
-  auto pictures = std::make_shared<FrameMailbox>();
-  video_->choice().setSource({pictures, wanted_, FrameOrigin::kScreen});
-  return pictures;
+  auto frames = std::make_shared<FrameMailbox>();
+  video_->choice().setSource({frames, wanted_, FrameOrigin::kScreen});
+  return frames;
 }
 
 void CaptureSession::showCamera() {
-  video_->choice().setSource({pictures_, settings_.video, FrameOrigin::kCamera});
+  video_->choice().setSource({frames_, settings_.video, FrameOrigin::kCamera});
 }
 
 // ------------------------------------------------------------------------------------- images
@@ -155,12 +155,12 @@ void CaptureSession::setNetworkPoor(bool poor) {
 }
 
 void CaptureSession::loadImages() {
-  const auto load = [this](Placeholder occasion, const std::string& file) {
+  const auto load = [this](Placeholder placeholder, const std::string& file) {
     if (file.empty()) return;
-    const auto picture = std::make_shared<FrameMailbox>();
-    video_->choice().setImage(occasion, {picture, wanted_});
-    images_.at(static_cast<size_t>(occasion)) =
-        std::make_unique<StillImage>(file, wanted_, picture);
+    const auto frame = std::make_shared<FrameMailbox>();
+    video_->choice().setImage(placeholder, {frame, wanted_});
+    images_.at(static_cast<size_t>(placeholder)) =
+        std::make_unique<StillImage>(file, wanted_, frame);
   };
   load(Placeholder::kNetworkPoor, settings_.networkPoorImage);
   load(Placeholder::kScreenPaused, settings_.pauseImage);
@@ -168,29 +168,29 @@ void CaptureSession::loadImages() {
 
 // ------------------------------------------------------------------------------------- camera
 
-bool CaptureSession::isFileSound() const {
+bool CaptureSession::isFileAudio() const {
   return settings_.microphone == settings_.camera && cameraFile(settings_.camera);
 }
 
 // A file's sound is always taken along, so that choosing it does not begin the film anew.
 void CaptureSession::openCamera() {
-  if (!video_ && !isFileSound()) return;
-  SourceOutputs outlets{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
+  if (!video_ && !isFileAudio()) return;
+  SourceOutputs outputs{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
   if (video_) {
-    pictures_ = std::make_shared<FrameMailbox>();
-    outlets.pictures = pictures_;
+    frames_ = std::make_shared<FrameMailbox>();
+    outputs.frames = frames_;
     if (!screen_) showCamera();
   }
   if (cameraFile(settings_.camera)) {
-    fileSound_ = makeFifo(settings_.audio);
-    outlets.sound = fileSound_;
-    if (isFileSound()) audio_.setSource(fileSound_);
+    fileSamples_ = makeFifo(settings_.audio);
+    outputs.samples = fileSamples_;
+    if (isFileAudio()) audio_.setSource(fileSamples_);
   }
   cameraFps_ = settings_.video.fps;
   cameraOpened_ = Clock::now();
   camera_ = std::make_unique<SourceRunner>(
       "camera " + settings_.camera,
-      [id = settings_.camera, outlets](std::string&) { return makeCamera(id, outlets); },
+      [id = settings_.camera, outputs](std::string&) { return makeCamera(id, outputs); },
       [this, id = settings_.camera](const std::string& message) {
         onFailure_(DeviceKind::kCamera, id, message);
       });
@@ -198,24 +198,24 @@ void CaptureSession::openCamera() {
 
 // Its last picture stays.
 void CaptureSession::closeCamera() {
-  if (pictures_) pictures_->freeze();
+  if (frames_) frames_->freeze();
   camera_.reset();
-  fileSound_.reset();
+  fileSamples_.reset();
 }
 
 void CaptureSession::openMicrophone() {
-  sound_ = makeFifo(settings_.audio);
-  const SourceOutputs outlets{settings_.video, false, nullptr, settings_.audio, sound_};
-  audio_.setSource(sound_);
+  samples_ = makeFifo(settings_.audio);
+  const SourceOutputs outputs{settings_.video, false, nullptr, settings_.audio, samples_};
+  audio_.setSource(samples_);
   microphoneOpened_ = Clock::now();
   microphone_ = std::make_unique<SourceRunner>(
       "microphone " + settings_.microphone,
-      [id = settings_.microphone, outlets](std::string&) { return makeMicrophone(id, outlets); },
+      [id = settings_.microphone, outputs](std::string&) { return makeMicrophone(id, outputs); },
       [this, id = settings_.microphone](const std::string& message) {
         onFailure_(DeviceKind::kMicrophone, id, message);
       },
       SourceRunner::Predecessor{std::move(microphone_),
-                                [sound = sound_] { return sound->isReady(); }});
+                                [samples = samples_] { return samples->isReady(); }});
 }
 
 }  // namespace NimboEngine

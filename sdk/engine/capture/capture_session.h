@@ -82,7 +82,7 @@ class CaptureSession {
 
   // Whether the camera or microphone was opened at least so long ago and has given nothing yet. A
   // driver or service that hangs fails without a word.
-  bool hasHung(DeviceKind kind, std::chrono::steady_clock::duration patience);
+  bool hasHung(DeviceKind kind, std::chrono::steady_clock::duration timeout);
 
   // Pictures of another format are wanted from now on. All come at its rate; a screen and images
   // get its size, the camera keeps the size that it began with. A camera that is shown and too slow
@@ -90,8 +90,8 @@ class CaptureSession {
   void setFormat(const VideoFormat& format);
 
   // Shows a screen (capture/screen/screen_sources.h) instead of the camera, which goes on unseen.
-  // `onTrouble` as ScreenCapture calls it. Not when only sound is captured.
-  void shareScreen(uint32_t id, ScreenCapture::TroubleCallback onTrouble);
+  // `onError` as ScreenCapture calls it. Not when only sound is captured.
+  void shareScreen(uint32_t id, ScreenCapture::ErrorCallback onError);
   void stopScreen();
 
   // Does nothing while no screen is shown.
@@ -100,7 +100,7 @@ class CaptureSession {
   void setNetworkPoor(bool poor);
 
  private:
-  bool isFileSound() const;
+  bool isFileAudio() const;
   std::shared_ptr<FrameMailbox> showScreen();
   void showCamera();
   void loadImages();
@@ -115,13 +115,13 @@ class CaptureSession {
   std::unique_ptr<VideoTicker> video_;  // null when only sound is captured
   AudioTicker audio_;
   std::mutex mutex_;
-  std::shared_ptr<FrameMailbox> pictures_;
+  std::shared_ptr<FrameMailbox> frames_;
   bool cameraWanted_ = true;
   int cameraFps_ = 0;  // with which it was opened
   std::chrono::steady_clock::time_point cameraOpened_;
-  std::shared_ptr<SampleFifo> fileSound_;  // of a camera that is a file
+  std::shared_ptr<SampleFifo> fileSamples_;  // of a camera that is a file
   std::unique_ptr<SourceRunner> camera_;
-  std::shared_ptr<SampleFifo> sound_;  // of the microphone
+  std::shared_ptr<SampleFifo> samples_;  // of the microphone
   std::chrono::steady_clock::time_point microphoneOpened_;
   std::unique_ptr<SourceRunner> microphone_;
   std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown

@@ -21,13 +21,13 @@ void setIfKnown(GstElement* element, const char* property, gboolean value) {
 // A pipeline of the device's own element in front of `description`, whose first element must be
 // called kEntry.
 std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::string& description,
-                                              const SourceOutputs& outlets,
-                                              Pipeline::Handler handler, std::string& problem) {
+                                              const SourceOutputs& outputs,
+                                              Pipeline::Handler handler, std::string& error) {
   const GstPtr<gchar> name(gst_device_get_display_name(device));
   auto pipeline = Pipeline::parse(name.get(), description, std::move(handler));
   GstElement* source = pipeline ? gst_device_create_element(device, nullptr) : nullptr;
   if (!source) {
-    problem = fmt::format("{} cannot be opened", name.get());
+    error = fmt::format("{} cannot be opened", name.get());
     return nullptr;
   }
   gst_bin_add(GST_BIN(pipeline->get()), source);
@@ -36,24 +36,24 @@ std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::stri
   setIfKnown(source, "always-copy", TRUE);
   const GstPtr<GstElement> entry = pipeline->element(kEntry);
   if (!gst_element_link(source, entry.get())) {
-    problem = fmt::format("{} offers nothing usable", name.get());
+    error = fmt::format("{} offers nothing usable", name.get());
     return nullptr;
   }
-  connectEnds(pipeline->get(), outlets);
+  connectOutputs(pipeline->get(), outputs);
   return pipeline;
 }
 
 }  // namespace
 
-CameraSource::CameraSource(std::string id, SourceOutputs outlets)
-    : id_(std::move(id)), outlets_(std::move(outlets)) {}
+CameraSource::CameraSource(std::string id, SourceOutputs outputs)
+    : id_(std::move(id)), outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::string& problem) {
+std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::string& error) {
   const GstPtr<GstDevice> device = findPlugged(DeviceKind::kCamera, id_);
   const GstPtr<GstCaps> offered(device ? gst_device_get_caps(device.get()) : nullptr);
-  const GstPtr<GstCaps> chosen = offered ? chooseCameraCaps(*offered, outlets_.video) : nullptr;
+  const GstPtr<GstCaps> chosen = offered ? chooseCameraCaps(*offered, outputs_.video) : nullptr;
   if (!chosen) {
-    problem = fmt::format("camera {} {}", id_, device ? "offers nothing usable" : "is not there");
+    error = fmt::format("camera {} {}", id_, device ? "offers nothing usable" : "is not there");
     return nullptr;
   }
   const GstPtr<gchar> caps(gst_caps_to_string(chosen.get()));
@@ -61,30 +61,30 @@ std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::st
       gst_structure_has_name(gst_caps_get_structure(chosen.get(), 0), "image/jpeg");
   const std::string description =
       fmt::format("capsfilter name={} caps=\"{}\" ! {}videoconvert ! deinterlace ! {}", kEntry,
-                  caps.get(), compressed ? "jpegdec ! " : "", videoBranch(outlets_, Timing::kLive));
-  return buildDevicePipeline(device.get(), description, outlets_, std::move(handler), problem);
+                  caps.get(), compressed ? "jpegdec ! " : "", videoBranch(outputs_, Timing::kLive));
+  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler), error);
 }
 
 int64_t CameraSource::progress() const {
-  return static_cast<int64_t>(outlets_.pictures->count());
+  return static_cast<int64_t>(outputs_.frames->count());
 }
 
-MicrophoneSource::MicrophoneSource(std::string id, SourceOutputs outlets)
-    : id_(std::move(id)), outlets_(std::move(outlets)) {}
+MicrophoneSource::MicrophoneSource(std::string id, SourceOutputs outputs)
+    : id_(std::move(id)), outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std::string& problem) {
+std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std::string& error) {
   const GstPtr<GstDevice> device = findPlugged(DeviceKind::kMicrophone, id_);
   if (!device) {
-    problem = fmt::format("microphone {} is not there", id_);
+    error = fmt::format("microphone {} is not there", id_);
     return nullptr;
   }
   const std::string description =
-      fmt::format("queue name={} ! {}", kEntry, audioBranch(outlets_, Timing::kLive));
-  return buildDevicePipeline(device.get(), description, outlets_, std::move(handler), problem);
+      fmt::format("queue name={} ! {}", kEntry, audioBranch(outputs_, Timing::kLive));
+  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler), error);
 }
 
 int64_t MicrophoneSource::progress() const {
-  return static_cast<int64_t>(outlets_.sound->count());
+  return static_cast<int64_t>(outputs_.samples->count());
 }
 
 }  // namespace NimboEngine

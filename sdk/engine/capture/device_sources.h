@@ -16,24 +16,24 @@ namespace NimboEngine {
 
 class CameraSource : public Source {
  public:
-  CameraSource(std::string id, SourceOutputs outlets);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  CameraSource(std::string id, SourceOutputs outputs);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
   int64_t progress() const override;
 
  private:
   const std::string id_;
-  const SourceOutputs outlets_;
+  const SourceOutputs outputs_;
 };
 
 class MicrophoneSource : public Source {
  public:
-  MicrophoneSource(std::string id, SourceOutputs outlets);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  MicrophoneSource(std::string id, SourceOutputs outputs);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
   int64_t progress() const override;
 
  private:
   const std::string id_;
-  const SourceOutputs outlets_;
+  const SourceOutputs outputs_;
 };
 
 }  // namespace NimboEngine

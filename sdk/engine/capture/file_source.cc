@@ -14,9 +14,9 @@ namespace NimboEngine {
 // Takes the decoder's streams as they are found: the first picture and the first sound.
 struct FileSource::Decoded {
   GstElement* pipeline;  // owns the decoder, which owns this
-  SourceOutputs outlets;
-  bool hasPicture = false;
-  bool hasSound = false;
+  SourceOutputs outputs;
+  bool hasFrame = false;
+  bool hasAudio = false;
 
   void take(GstPad* pad);
   void finish(GstElement* decoder) const;
@@ -25,20 +25,20 @@ struct FileSource::Decoded {
 namespace {
 
 // Each stream is decoded ahead on a thread of its own, up to the queue's limits.
-constexpr char kPictureStart[] =
+constexpr char kVideoStart[] =
     "queue ! videoconvert ! deinterlace ! videoflip video-direction=auto ! ";
-constexpr char kSoundStart[] = "queue ! ";
+constexpr char kAudioStart[] = "queue ! ";
 
 bool attach(GstElement* pipeline, GstPad* pad, const std::string& description,
-            const SourceOutputs& outlets) {
-  GError* error = nullptr;
-  GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &error);
+            const SourceOutputs& outputs) {
+  GError* failure = nullptr;
+  GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &failure);
   if (!bin) {
-    const GstPtr<GError> owned(error);
-    NIMBO_LOG_ERROR("file: cannot build {}: {}", description, error->message);
+    const GstPtr<GError> owned(failure);
+    NIMBO_LOG_ERROR("file: cannot build {}: {}", description, failure->message);
     return false;
   }
-  connectEnds(bin, outlets);
+  connectOutputs(bin, outputs);
   gst_bin_add(GST_BIN(pipeline), bin);
   gst_element_sync_state_with_parent(bin);
   const GstPtr<GstPad> sink(gst_element_get_static_pad(bin, "sink"));
@@ -51,40 +51,39 @@ void FileSource::Decoded::take(GstPad* pad) {
   const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
   if (gst_caps_is_empty(caps.get()) || gst_caps_is_any(caps.get())) return;
   const std::string_view type = gst_structure_get_name(gst_caps_get_structure(caps.get(), 0));
-  if (type.starts_with("video/") && outlets.pictures && !hasPicture) {
-    hasPicture =
-        attach(pipeline, pad, kPictureStart + videoBranch(outlets, Timing::kTimed), outlets);
-  } else if (type.starts_with("audio/") && outlets.sound && !hasSound) {
-    hasSound = attach(pipeline, pad, kSoundStart + audioBranch(outlets, Timing::kTimed), outlets);
+  if (type.starts_with("video/") && outputs.frames && !hasFrame) {
+    hasFrame = attach(pipeline, pad, kVideoStart + videoBranch(outputs, Timing::kTimed), outputs);
+  } else if (type.starts_with("audio/") && outputs.samples && !hasAudio) {
+    hasAudio = attach(pipeline, pad, kAudioStart + audioBranch(outputs, Timing::kTimed), outputs);
   }
 }
 
 void FileSource::Decoded::finish(GstElement* decoder) const {
-  if (hasPicture || !outlets.pictures) return;
+  if (hasFrame || !outputs.frames) return;
   GST_ELEMENT_ERROR(decoder, STREAM, WRONG_TYPE, ("the file has no picture"), (nullptr));
 }
 
-FileSource::FileSource(std::string path, SourceOutputs outlets)
-    : path_(std::move(path)), outlets_(std::move(outlets)) {}
+FileSource::FileSource(std::string path, SourceOutputs outputs)
+    : path_(std::move(path)), outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::string& problem) {
-  GError* error = nullptr;
-  const GstPtr<gchar> uri(gst_filename_to_uri(path_.c_str(), &error));
+std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::string& error) {
+  GError* failure = nullptr;
+  const GstPtr<gchar> uri(gst_filename_to_uri(path_.c_str(), &failure));
   if (!uri) {
-    const GstPtr<GError> owned(error);
-    problem = fmt::format("{}: {}", path_, error->message);
+    const GstPtr<GError> owned(failure);
+    error = fmt::format("{}: {}", path_, failure->message);
     return nullptr;
   }
   auto pipeline =
       Pipeline::parse("file", "pipeline.( uridecodebin name=decoder )", std::move(handler));
   if (!pipeline) {
-    problem = "its pipeline cannot be built";
+    error = "its pipeline cannot be built";
     return nullptr;
   }
   const GstPtr<GstElement> decoder = pipeline->element("decoder");
   g_object_set(decoder.get(), "uri", uri.get(), nullptr);
   restrictDemuxers(decoder.get(), false);
-  auto decoded = std::make_unique<Decoded>(Decoded{pipeline->get(), outlets_});
+  auto decoded = std::make_unique<Decoded>(Decoded{pipeline->get(), outputs_});
   tsanRelease(decoded.get());
   g_signal_connect(decoder.get(), "no-more-pads",
                    G_CALLBACK(+[](GstElement* element, gpointer data) {
@@ -116,7 +115,7 @@ bool FileSource::rewind(Pipeline& pipeline) {
 // Until the first picture: the decoder may lose the error of a broken file. After that a picture
 // may stand as long as the film wants.
 int64_t FileSource::progress() const {
-  return outlets_.pictures && outlets_.pictures->count() == 0 ? 0 : -1;
+  return outputs_.frames && outputs_.frames->count() == 0 ? 0 : -1;
 }
 
 }  // namespace NimboEngine

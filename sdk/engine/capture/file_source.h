@@ -18,9 +18,9 @@ namespace NimboEngine {
 class FileSource : public Source {
  public:
   // `path` is absolute or relative to the process's working directory.
-  FileSource(std::string path, SourceOutputs outlets);
+  FileSource(std::string path, SourceOutputs outputs);
 
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
   bool rewind(Pipeline& pipeline) override;
   int64_t progress() const override;
 
@@ -28,7 +28,7 @@ class FileSource : public Source {
   struct Decoded;
 
   const std::string path_;
-  const SourceOutputs outlets_;
+  const SourceOutputs outputs_;
 };
 
 }  // namespace NimboEngine

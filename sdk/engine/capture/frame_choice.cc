@@ -20,19 +20,19 @@ void FrameChoice::setSource(FrameSource source) {
   captured_.source = std::move(source);
 }
 
-void FrameChoice::setImage(Placeholder occasion, FrameSource image) {
+void FrameChoice::setImage(Placeholder kind, FrameSource image) {
   std::lock_guard lock(mutex_);
-  images_.at(static_cast<size_t>(occasion)).stream.source = std::move(image);
+  images_.at(static_cast<size_t>(kind)).stream.source = std::move(image);
 }
 
-void FrameChoice::showPlaceholder(Placeholder occasion, bool present) {
+void FrameChoice::showPlaceholder(Placeholder kind, bool present) {
   std::lock_guard lock(mutex_);
-  images_.at(static_cast<size_t>(occasion)).isDue = present;
+  images_.at(static_cast<size_t>(kind)).isDue = present;
 }
 
 ShownFrame FrameChoice::captured() {
   std::lock_guard lock(mutex_);
-  captured_.look();
+  captured_.poll();
   ShownFrame shown = copy(captured_.shown);
   if (cameraBlack_ && shown.origin == FrameOrigin::kCamera) shown.buffer.reset();
   return shown;
@@ -41,14 +41,14 @@ ShownFrame FrameChoice::captured() {
 ShownFrame FrameChoice::placeholder() {
   std::lock_guard lock(mutex_);
   for (Image& image : images_) {
-    image.stream.look();
+    image.stream.poll();
     if (image.isDue && image.stream.shown.buffer) return copy(image.stream.shown);
   }
   return {};
 }
 
-void FrameChoice::Stream::look() {
-  GstPtr<GstBuffer> latest = source.pictures ? source.pictures->latest() : nullptr;
+void FrameChoice::Stream::poll() {
+  GstPtr<GstBuffer> latest = source.frames ? source.frames->latest() : nullptr;
   if (latest) shown = {std::move(latest), source.format, source.origin};
 }
 

@@ -29,7 +29,7 @@ namespace NimboEngine {
 
 // Where pictures of one format come from.
 struct FrameSource {
-  std::shared_ptr<const FrameMailbox> pictures;  // null: none come
+  std::shared_ptr<const FrameMailbox> frames;  // null: none come
   VideoFormat format;
   FrameOrigin origin = FrameOrigin::kCamera;
 };
@@ -53,8 +53,8 @@ class FrameChoice {
   void setCameraBlack(bool black) { cameraBlack_ = black; }
 
   // `image` is shown on that occasion, its predecessor until it is there.
-  void setImage(Placeholder occasion, FrameSource image);
-  void showPlaceholder(Placeholder occasion, bool present);
+  void setImage(Placeholder kind, FrameSource image);
+  void showPlaceholder(Placeholder kind, bool present);
 
   ShownFrame captured();
   // Its buffer is null when nothing stands in.
@@ -65,7 +65,7 @@ class FrameChoice {
   struct Stream {
     FrameSource source;
     ShownFrame shown;
-    void look();
+    void poll();
   };
   struct Image {
     Stream stream;

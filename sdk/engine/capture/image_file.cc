@@ -41,24 +41,24 @@ class Descriptor {
 };
 
 // Only a regular file: opening or reading a pipe or a device may never end.
-std::vector<uint8_t> read(const std::string& file, std::string& problem) {
+std::vector<uint8_t> read(const std::string& file, std::string& error) {
   const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (descriptor.get() < 0) {
-    problem = errno == ENOENT ? "there is no such file" : "it cannot be read";
+    error = errno == ENOENT ? "there is no such file" : "it cannot be read";
   } else if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    problem = "it is no file";
+    error = "it is no file";
   } else if (static_cast<uint64_t>(status.st_size) > kMostBytes) {
-    problem = fmt::format("it has {} bytes; {} are allowed", status.st_size, kMostBytes);
+    error = fmt::format("it has {} bytes; {} are allowed", status.st_size, kMostBytes);
   } else if (status.st_size == 0) {
-    problem = "it is empty";
+    error = "it is empty";
   }
-  if (!problem.empty()) return {};
+  if (!error.empty()) return {};
   std::vector<uint8_t> bytes(static_cast<size_t>(status.st_size));
   for (size_t at = 0; at < bytes.size();) {
     const ssize_t count = ::read(descriptor.get(), bytes.data() + at, bytes.size() - at);
     if (count <= 0) {
-      problem = "it cannot be read";
+      error = "it cannot be read";
       return {};
     }
     at += static_cast<size_t>(count);
@@ -90,9 +90,9 @@ void flatten(uint8_t* pixel, size_t bytes) {
 
 // An image of that size around pixels that `fill` writes; it answers whether it could.
 template <class Fill>
-DecodedImage makeImage(uint64_t width, uint64_t height, std::string& problem, Fill fill) {
+DecodedImage makeImage(uint64_t width, uint64_t height, std::string& error, Fill fill) {
   if (width * height > kMostPixels) {
-    problem = fmt::format("it has {}x{} pixels; {} are allowed", width, height, kMostPixels);
+    error = fmt::format("it has {}x{} pixels; {} are allowed", width, height, kMostPixels);
     return {};
   }
   // Not GStreamer's own memory: where there is none, it ends the process.
@@ -100,7 +100,7 @@ DecodedImage makeImage(uint64_t width, uint64_t height, std::string& problem, Fi
   std::unique_ptr<uint8_t, decltype(&std::free)> pixels(static_cast<uint8_t*>(std::malloc(bytes)),
                                                         &std::free);
   if (!pixels) {
-    problem = "there is no memory for its pixels";
+    error = "there is no memory for its pixels";
     return {};
   }
   if (!fill(pixels.get())) return {};
@@ -114,26 +114,26 @@ DecodedImage makeImage(uint64_t width, uint64_t height, std::string& problem, Fi
   return image;
 }
 
-DecodedImage decodePng(Bytes file, std::string& problem) {
+DecodedImage decodePng(Bytes file, std::string& error) {
   png_image png{};
   png.version = PNG_IMAGE_VERSION;
   const std::unique_ptr<png_image, decltype(&png_image_free)> release(&png, &png_image_free);
   if (!png_image_begin_read_from_memory(&png, file.data(), file.size())) {
-    problem = undecodable(png.message);
+    error = undecodable(png.message);
     return {};
   }
   png.format = PNG_FORMAT_RGBA;
-  return makeImage(png.width, png.height, problem, [&](uint8_t* pixels) {
+  return makeImage(png.width, png.height, error, [&](uint8_t* pixels) {
     if (png_image_finish_read(&png, nullptr, pixels, 0, nullptr)) return true;
-    problem = undecodable(png.message);
+    error = undecodable(png.message);
     return false;
   });
 }
 
-DecodedImage decodeJpeg(Bytes file, std::string& problem) {
+DecodedImage decodeJpeg(Bytes file, std::string& error) {
   const std::unique_ptr<void, decltype(&tjDestroy)> jpeg(tjInitDecompress(), &tjDestroy);
   if (!jpeg) {
-    problem = "its decoder cannot be started";
+    error = "its decoder cannot be started";
     return {};
   }
   int width = 0;
@@ -143,35 +143,35 @@ DecodedImage decodeJpeg(Bytes file, std::string& problem) {
   const auto size = static_cast<unsigned long>(file.size());
   if (tjDecompressHeader3(jpeg.get(), file.data(), size, &width, &height, &subsampling, &colours) !=
       0) {
-    problem = undecodable(tjGetErrorStr2(jpeg.get()));
+    error = undecodable(tjGetErrorStr2(jpeg.get()));
     return {};
   }
-  return makeImage(static_cast<uint64_t>(width), static_cast<uint64_t>(height), problem,
+  return makeImage(static_cast<uint64_t>(width), static_cast<uint64_t>(height), error,
                    [&](uint8_t* pixels) {
                      const int result = tjDecompress2(jpeg.get(), file.data(), size, pixels, width,
                                                       0, height, TJPF_RGBA, TJFLAG_LIMITSCANS);
                      // A warning leaves an image with a flaw, as a file has that was not written to
                      // its end.
                      if (result == 0 || tjGetErrorCode(jpeg.get()) == TJERR_WARNING) return true;
-                     problem = undecodable(tjGetErrorStr2(jpeg.get()));
+                     error = undecodable(tjGetErrorStr2(jpeg.get()));
                      return false;
                    });
 }
 
 }  // namespace
 
-DecodedImage decodeImage(Bytes file, std::string& problem) {
-  problem.clear();
-  if (beginsWith(file, kPngSignature)) return decodePng(file, problem);
-  if (beginsWith(file, kJpegSignature)) return decodeJpeg(file, problem);
-  problem = "it is neither PNG nor JPEG";
+DecodedImage decodeImage(Bytes file, std::string& error) {
+  error.clear();
+  if (beginsWith(file, kPngSignature)) return decodePng(file, error);
+  if (beginsWith(file, kJpegSignature)) return decodeJpeg(file, error);
+  error = "it is neither PNG nor JPEG";
   return {};
 }
 
-DecodedImage decodeImageFile(const std::string& file, std::string& problem) {
-  problem.clear();
-  const std::vector<uint8_t> bytes = read(file, problem);
-  return problem.empty() ? decodeImage(bytes, problem) : DecodedImage{};
+DecodedImage decodeImageFile(const std::string& file, std::string& error) {
+  error.clear();
+  const std::vector<uint8_t> bytes = read(file, error);
+  return error.empty() ? decodeImage(bytes, error) : DecodedImage{};
 }
 
 }  // namespace NimboEngine

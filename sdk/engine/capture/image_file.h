@@ -5,7 +5,7 @@
 //
 // Thread: any. Takes as long as the decoding: up to a second at 40 million pixels.
 // Ownership: the pixels are the caller's.
-// Failure: no pixels, and the reason in `problem`. GStreamer must have been started.
+// Failure: no pixels, and the reason in `error`. GStreamer must have been started.
 
 #pragma once
 
@@ -24,8 +24,8 @@ struct DecodedImage {
   GstVideoInfo info{};
 };
 
-DecodedImage decodeImage(std::span<const uint8_t> file, std::string& problem);
+DecodedImage decodeImage(std::span<const uint8_t> file, std::string& error);
 
-DecodedImage decodeImageFile(const std::string& file, std::string& problem);
+DecodedImage decodeImageFile(const std::string& file, std::string& error);
 
 }  // namespace NimboEngine

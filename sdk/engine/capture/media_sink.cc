@@ -15,17 +15,17 @@
 namespace NimboEngine {
 namespace {
 
-constexpr char kPictureSink[] = "pictures";
-constexpr char kSoundSink[] = "sound";
+constexpr char kFrameSink[] = "frames";
+constexpr char kAudioSink[] = "audio";
 
 // Live sinks do not preroll: a source that gives nothing must not hold the pipeline back.
-const char* sinkProperties(Timing pace) {
-  return pace == Timing::kLive ? "sync=false async=false" : "sync=true";
+const char* sinkProperties(Timing timing) {
+  return timing == Timing::kLive ? "sync=false async=false" : "sync=true";
 }
 
 // The state of one sink's callbacks.
-struct FrameDelivery {
-  FrameDelivery(std::shared_ptr<FrameMailbox> frames, const VideoFormat& format)
+struct FrameWriter {
+  FrameWriter(std::shared_ptr<FrameMailbox> frames, const VideoFormat& format)
       : mailbox(std::move(frames)), pool(format) {}
 
   const std::shared_ptr<FrameMailbox> mailbox;
@@ -48,7 +48,7 @@ struct FrameDelivery {
   }
 };
 
-struct AudioDelivery {
+struct AudioWriter {
   std::shared_ptr<SampleFifo> fifo;
   size_t frameBytes;  // bytes of one audio frame
 
@@ -61,58 +61,58 @@ struct AudioDelivery {
   }
 };
 
-template <class Delivery>
-void connect(GstElement* bin, const char* name, std::unique_ptr<Delivery> delivery) {
+template <class Writer>
+void connect(GstElement* bin, const char* name, std::unique_ptr<Writer> writer) {
   const GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(bin), name));
   if (!sink) return;
   GstAppSinkCallbacks callbacks{};
   callbacks.new_sample = [](GstAppSink* appsink, gpointer data) {
     tsanAcquire(data);
     GstPtr<GstSample> sample(gst_app_sink_pull_sample(appsink));
-    if (sample) static_cast<Delivery*>(data)->deliver(std::move(sample));
+    if (sample) static_cast<Writer*>(data)->deliver(std::move(sample));
     tsanRelease(data);
     return GST_FLOW_OK;
   };
-  tsanRelease(delivery.get());
-  gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, delivery.release(),
+  tsanRelease(writer.get());
+  gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, writer.release(),
                              [](gpointer data) {
                                tsanAcquire(data);
-                               std::unique_ptr<Delivery>(static_cast<Delivery*>(data)).reset();
+                               std::unique_ptr<Writer>(static_cast<Writer*>(data)).reset();
                              });
 }
 
 }  // namespace
 
-std::string pictureCaps(const VideoFormat& format) {
+std::string frameCaps(const VideoFormat& format) {
   return fmt::format("video/x-raw,{},width={},height={}", kFrameFormCaps, format.width,
                      format.height);
 }
 
-std::string videoBranch(const SourceOutputs& outlets, Timing pace) {
+std::string videoBranch(const SourceOutputs& outputs, Timing timing) {
   return fmt::format(
       "{}video/x-raw,interlace-mode=progressive ! "
       "appsink name={} {} max-buffers=1 drop=true enable-last-sample=false",
-      outlets.mirror ? "videoconvert ! videoflip video-direction=horiz ! " : "", kPictureSink,
-      sinkProperties(pace));
+      outputs.mirror ? "videoconvert ! videoflip video-direction=horiz ! " : "", kFrameSink,
+      sinkProperties(timing));
 }
 
-std::string audioBranch(const SourceOutputs& outlets, Timing pace) {
+std::string audioBranch(const SourceOutputs& outputs, Timing timing) {
   return fmt::format(
       "audioconvert ! audioresample ! "
       "audio/x-raw,format={},rate={},channels={},layout=interleaved ! "
       "appsink name={} {} enable-last-sample=false",
-      GST_AUDIO_NE(S16), outlets.audio.rate, outlets.audio.channels, kSoundSink,
-      sinkProperties(pace));
+      GST_AUDIO_NE(S16), outputs.audio.rate, outputs.audio.channels, kAudioSink,
+      sinkProperties(timing));
 }
 
-void connectEnds(GstElement* bin, const SourceOutputs& outlets) {
-  if (outlets.pictures) {
-    connect(bin, kPictureSink, std::make_unique<FrameDelivery>(outlets.pictures, outlets.video));
+void connectOutputs(GstElement* bin, const SourceOutputs& outputs) {
+  if (outputs.frames) {
+    connect(bin, kFrameSink, std::make_unique<FrameWriter>(outputs.frames, outputs.video));
   }
-  if (outlets.sound) {
-    const size_t frameBytes = sizeof(int16_t) * static_cast<size_t>(outlets.audio.channels);
-    connect(bin, kSoundSink,
-            std::make_unique<AudioDelivery>(AudioDelivery{outlets.sound, frameBytes}));
+  if (outputs.samples) {
+    const size_t frameBytes = sizeof(int16_t) * static_cast<size_t>(outputs.audio.channels);
+    connect(bin, kAudioSink,
+            std::make_unique<AudioWriter>(AudioWriter{outputs.samples, frameBytes}));
   }
 }
 

@@ -19,9 +19,9 @@ namespace NimboEngine {
 struct SourceOutputs {
   VideoFormat video;
   bool mirror = false;  // left and right exchanged
-  std::shared_ptr<FrameMailbox> pictures;
+  std::shared_ptr<FrameMailbox> frames;
   AudioFormat audio;
-  std::shared_ptr<SampleFifo> sound;
+  std::shared_ptr<SampleFifo> samples;
 };
 
 // How media are timed: a live source's go on as they come, a file's wait for their time.
@@ -29,12 +29,12 @@ enum class Timing { kLive, kTimed };
 
 // Launch descriptions. videoBranch() takes progressive frames of any format and size. They arrive
 // in the form of media/frame_form.h, fitted into the wanted size with black borders where the
-// shapes differ; pictureCaps() are for sources that can have form and size at once.
-std::string pictureCaps(const VideoFormat& format);
-std::string videoBranch(const SourceOutputs& outlets, Timing pace);
-std::string audioBranch(const SourceOutputs& outlets, Timing pace);
+// shapes differ; frameCaps() are for sources that can have form and size at once.
+std::string frameCaps(const VideoFormat& format);
+std::string videoBranch(const SourceOutputs& outputs, Timing timing);
+std::string audioBranch(const SourceOutputs& outputs, Timing timing);
 
 // Connects the ends that `bin` contains with the outlets.
-void connectEnds(GstElement* bin, const SourceOutputs& outlets);
+void connectOutputs(GstElement* bin, const SourceOutputs& outputs);
 
 }  // namespace NimboEngine

@@ -14,9 +14,9 @@
 
 namespace NimboEngine {
 
-std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutputs outlets);
+std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutputs outputs);
 
 // "file:<path>" is the sound of that file.
-std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutputs outlets);
+std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutputs outputs);
 
 }  // namespace NimboEngine

@@ -24,7 +24,7 @@ namespace NimboEngine {
 
 class StillImage {
  public:
-  StillImage(std::string file, const VideoFormat& format, std::shared_ptr<FrameMailbox> pictures);
+  StillImage(std::string file, const VideoFormat& format, std::shared_ptr<FrameMailbox> frames);
   ~StillImage();
   StillImage(const StillImage&) = delete;
   StillImage& operator=(const StillImage&) = delete;

@@ -10,14 +10,14 @@ namespace NimboEngine {
 namespace {
 
 std::unique_ptr<Pipeline> buildTestPipeline(const char* name, const std::string& description,
-                                            const SourceOutputs& outlets, Pipeline::Handler handler,
-                                            std::string& problem) {
+                                            const SourceOutputs& outputs, Pipeline::Handler handler,
+                                            std::string& error) {
   auto pipeline = Pipeline::parse(name, description, std::move(handler));
   if (!pipeline) {
-    problem = "its pipeline cannot be built";
+    error = "its pipeline cannot be built";
     return nullptr;
   }
-  connectEnds(pipeline->get(), outlets);
+  connectOutputs(pipeline->get(), outputs);
   return pipeline;
 }
 
@@ -31,26 +31,25 @@ const char* runningClock() {
 
 }  // namespace
 
-TestPatternSource::TestPatternSource(SourceOutputs outlets) : outlets_(std::move(outlets)) {}
+TestPatternSource::TestPatternSource(SourceOutputs outputs) : outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> TestPatternSource::build(Pipeline::Handler handler,
-                                                   std::string& problem) {
+std::unique_ptr<Pipeline> TestPatternSource::build(Pipeline::Handler handler, std::string& error) {
   const std::string description =
       fmt::format("videotestsrc is-live=true pattern=smpte ! {},framerate={}/1 ! {}{}",
-                  pictureCaps(outlets_.video), outlets_.video.fps, runningClock(),
-                  videoBranch(outlets_, Timing::kLive));
-  return buildTestPipeline("test pattern", description, outlets_, std::move(handler), problem);
+                  frameCaps(outputs_.video), outputs_.video.fps, runningClock(),
+                  videoBranch(outputs_, Timing::kLive));
+  return buildTestPipeline("test pattern", description, outputs_, std::move(handler), error);
 }
 
-TestToneSource::TestToneSource(SourceOutputs outlets) : outlets_(std::move(outlets)) {}
+TestToneSource::TestToneSource(SourceOutputs outputs) : outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> TestToneSource::build(Pipeline::Handler handler, std::string& problem) {
-  const int chunk = outlets_.audio.rate / 100;
+std::unique_ptr<Pipeline> TestToneSource::build(Pipeline::Handler handler, std::string& error) {
+  const int chunk = outputs_.audio.rate / 100;
   const std::string description = fmt::format(
       "audiotestsrc is-live=true wave=sine freq=440 volume=0.2 samplesperbuffer={} ! "
       "audio/x-raw,rate={} ! {}",
-      chunk, outlets_.audio.rate, audioBranch(outlets_, Timing::kLive));
-  return buildTestPipeline("test tone", description, outlets_, std::move(handler), problem);
+      chunk, outputs_.audio.rate, audioBranch(outputs_, Timing::kLive));
+  return buildTestPipeline("test tone", description, outputs_, std::move(handler), error);
 }
 
 }  // namespace NimboEngine

@@ -15,21 +15,21 @@ namespace NimboEngine {
 // SMPTE colour bars with the time since the start.
 class TestPatternSource : public Source {
  public:
-  explicit TestPatternSource(SourceOutputs outlets);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  explicit TestPatternSource(SourceOutputs outputs);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
 
  private:
-  const SourceOutputs outlets_;
+  const SourceOutputs outputs_;
 };
 
 // A sine of 440 Hz at a fifth of full scale.
 class TestToneSource : public Source {
  public:
-  explicit TestToneSource(SourceOutputs outlets);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override;
+  explicit TestToneSource(SourceOutputs outputs);
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
 
  private:
-  const SourceOutputs outlets_;
+  const SourceOutputs outputs_;
 };
 
 }  // namespace NimboEngine

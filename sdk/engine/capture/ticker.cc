@@ -35,22 +35,22 @@ void Ticker::loop() {
   const GstPtr<GstClock> clock(gst_system_clock_obtain());
   std::unique_lock lock(mutex_);
   uint32_t rate = rate_;
-  TickSchedule grid(gst_clock_get_time(clock.get()), rate);
+  TickSchedule schedule(gst_clock_get_time(clock.get()), rate);
   uint64_t next = 0;
   while (!stopping_) {
     if (rate != rate_) {
       rate = rate_;
-      grid = TickSchedule(grid.time(next), rate);
+      schedule = TickSchedule(schedule.time(next), rate);
       next = 0;
     }
     const GstClockTime now = gst_clock_get_time(clock.get());
-    if (now < grid.time(next)) {
-      changed_.wait_for(lock, std::chrono::nanoseconds(grid.time(next) - now));
+    if (now < schedule.time(next)) {
+      changed_.wait_for(lock, std::chrono::nanoseconds(schedule.time(next) - now));
       continue;
     }
-    next = grid.resume(next, now, catchUp_);
+    next = schedule.resume(next, now, catchUp_);
     lock.unlock();
-    tick_(next, grid.time(next));
+    tick_(next, schedule.time(next));
     lock.lock();
     ++next;
   }

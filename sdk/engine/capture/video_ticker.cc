@@ -53,7 +53,7 @@ bool VideoTicker::draw(GstBuffer* frame, const ShownFrame& shown) {
   GstVideoFrame target;
   if (!gst_video_frame_map(&target, &info, frame, GST_MAP_WRITE)) return false;
   auto* pixels = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&target, 0));
-  const GstVideoInfo layout = pictureInfo(shown.format);
+  const GstVideoInfo layout = frameInfo(shown.format);
   GstVideoFrame source;
   if (shown.buffer && gst_video_frame_map(&source, &layout, shown.buffer.get(), GST_MAP_READ)) {
     gst_video_frame_copy(&target, &source);

@@ -34,21 +34,21 @@ void DeviceMonitor::warmUp() {
     } catch (const std::system_error& error) {
       NIMBO_LOG_ERROR("devices cannot be listed: {}", error.what());
       std::lock_guard lock(mutex_);
-      looked_ = true;
+      scanned_ = true;
     }
     // The first look loads plug-ins, which must not happen after the libraries' own destructors.
-    std::atexit([] { instance().waitForFirstLook(); });
+    std::atexit([] { instance().waitForFirstScan(); });
   });
 }
 
-bool DeviceMonitor::waitForFirstLook() {
+bool DeviceMonitor::waitForFirstScan() {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, std::chrono::seconds(1), [this] { return looked_; });
+  return changed_.wait_for(lock, std::chrono::seconds(1), [this] { return scanned_; });
 }
 
 std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
   warmUp();
-  if (!waitForFirstLook()) NIMBO_LOG_WARN("looking for devices takes long; none are known yet");
+  if (!waitForFirstScan()) NIMBO_LOG_WARN("looking for devices takes long; none are known yet");
   std::lock_guard lock(mutex_);
   std::vector<GstPtr<GstDevice>> found;
   for (const GstPtr<GstDevice>& device : devices_) {
@@ -58,13 +58,13 @@ std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
 }
 
 void DeviceMonitor::start() {
-  if (startGstreamer()) look();
+  if (startGstreamer()) scan();
   std::lock_guard lock(mutex_);
-  looked_ = true;
+  scanned_ = true;
   changed_.notify_all();
 }
 
-void DeviceMonitor::look() {
+void DeviceMonitor::scan() {
   monitor_.reset(gst_device_monitor_new());
   for (const char* wanted : {"Video/Source", "Audio/Source"}) {
     gst_device_monitor_add_filter(monitor_.get(), wanted, nullptr);

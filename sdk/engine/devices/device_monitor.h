@@ -35,8 +35,8 @@ class DeviceMonitor {
 
  private:
   void start();
-  void look();
-  bool waitForFirstLook();  // a second at most; whether it has ended
+  void scan();
+  bool waitForFirstScan();  // a second at most; whether it has ended
   void replace(GstDevice* removed, GstDevice* added);
   static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer self);
 
@@ -44,7 +44,7 @@ class DeviceMonitor {
   GstPtr<GstDeviceMonitor> monitor_;
   std::mutex mutex_;
   std::condition_variable changed_;
-  bool looked_ = false;
+  bool scanned_ = false;
   ListenerSlot<RemovalListener> removal_;
   // Kept here, since asking the monitor looks anew, and leaks, where a sound server is missing.
   std::vector<GstPtr<GstDevice>> devices_;

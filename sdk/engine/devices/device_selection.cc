@@ -19,8 +19,8 @@ std::string fileName(const std::string& path) {
 }  // namespace
 
 DeviceSelection::DeviceSelection(const std::string& camera, const std::string& microphone,
-                                 Look look)
-    : look_(std::move(look)),
+                                 Scan scan)
+    : scan_(std::move(scan)),
       camera_{camera, camera, {}, {}},
       microphone_{microphone, microphone, {}, {}} {}
 
@@ -32,7 +32,7 @@ std::vector<Device> DeviceSelection::fixedEntries(DeviceKind kind) const {
   if (const auto path = cameraFile(camera_.configured)) {
     const std::string name = fileName(*path);
     entries.push_back(isCamera ? Device{camera_.configured, name, Transport::kVirtual}
-                               : Device{kFileSound, "Sound of " + name, Transport::kVirtual});
+                               : Device{kFileAudio, "Sound of " + name, Transport::kVirtual});
   }
   entries.push_back({kTestDevice, isCamera ? "Test pattern" : "Test tone", Transport::kVirtual});
   return entries;
@@ -40,7 +40,7 @@ std::vector<Device> DeviceSelection::fixedEntries(DeviceKind kind) const {
 
 std::vector<Device> DeviceSelection::list(DeviceKind kind) const {
   std::vector<Device> devices;
-  for (PluggedDevice& plugged : look_(kind)) devices.push_back(std::move(plugged.device));
+  for (PluggedDevice& plugged : scan_(kind)) devices.push_back(std::move(plugged.device));
   for (Device& device : fixedEntries(kind)) devices.push_back(std::move(device));
   return devices;
 }
@@ -53,7 +53,7 @@ std::optional<Device> DeviceSelection::entry(DeviceKind kind, const std::string&
 
 std::optional<Device> DeviceSelection::firstPlugged(DeviceKind kind,
                                                     const std::set<std::string>& except) const {
-  std::vector<PluggedDevice> devices = look_(kind);
+  std::vector<PluggedDevice> devices = scan_(kind);
   std::erase_if(devices, [&](const auto& plugged) { return except.contains(plugged.device.id); });
   if (devices.empty()) return std::nullopt;
   const auto marked = std::find_if(devices.begin(), devices.end(),
@@ -79,7 +79,7 @@ std::optional<Device> DeviceSelection::resolveMicrophone(const std::string& wish
   if (wish == kDefaultMicrophone) return firstPlugged(kKind, {});
   if (!wish.empty()) return entry(kKind, wish);
   const auto camera = now(DeviceKind::kCamera);
-  if (camera && cameraFile(camera->id)) return entry(kKind, kFileSound);
+  if (camera && cameraFile(camera->id)) return entry(kKind, kFileAudio);
   const auto plugged = firstPlugged(kKind, {});
   return plugged ? plugged : entry(kKind, kTestDevice);
 }
@@ -113,7 +113,7 @@ DeviceSelection::Sources DeviceSelection::sources() const {
     return device ? device->id : slot(kind).wish;
   };
   Sources sources{source(DeviceKind::kCamera), source(DeviceKind::kMicrophone)};
-  if (sources.microphone == kFileSound && cameraFile(camera_.configured)) {
+  if (sources.microphone == kFileAudio && cameraFile(camera_.configured)) {
     sources.microphone = camera_.configured;
   }
   return sources;

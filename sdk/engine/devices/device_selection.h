@@ -28,11 +28,11 @@ namespace NimboEngine {
 
 class DeviceSelection {
  public:
-  using Look = std::function<std::vector<PluggedDevice>(DeviceKind)>;
+  using Scan = std::function<std::vector<PluggedDevice>(DeviceKind)>;
 
   // The settings' identifiers. A file among them is an entry of both lists.
   DeviceSelection(const std::string& camera, const std::string& microphone,
-                  Look look = pluggedDevices);
+                  Scan scan = pluggedDevices);
 
   // All that can be chosen: what is plugged in, the configured file, the test source.
   std::vector<Device> list(DeviceKind kind) const;
@@ -85,7 +85,7 @@ class DeviceSelection {
   std::vector<Device> fixedEntries(DeviceKind kind) const;
   void use(DeviceKind kind, const Device& device);
 
-  const Look look_;
+  const Scan scan_;
   mutable std::mutex mutex_;
   bool capturing_ = false;
   Slot camera_;

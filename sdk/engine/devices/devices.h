@@ -34,7 +34,7 @@ struct Device {
 };
 
 inline constexpr char kTestDevice[] = "test";
-inline constexpr char kFileSound[] = "file";
+inline constexpr char kFileAudio[] = "file";
 inline constexpr char kDefaultMicrophone[] = "default";
 
 // The file's path when `camera` names a file.
@@ -46,7 +46,7 @@ inline std::optional<std::string> cameraFile(const std::string& camera) {
 
 // Whether it is a device that may come and go.
 inline bool isPluggable(const std::string& id) {
-  return id != kTestDevice && id != kFileSound && !cameraFile(id);
+  return id != kTestDevice && id != kFileAudio && !cameraFile(id);
 }
 
 }  // namespace NimboEngine

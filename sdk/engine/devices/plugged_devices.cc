@@ -83,7 +83,7 @@ bool isSame(const Found& one, const Found& other) {
          (!one.path.empty() && one.path == other.path);
 }
 
-std::vector<Found> lookAround(DeviceKind kind) {
+std::vector<Found> scan(DeviceKind kind) {
   std::vector<GstPtr<GstDevice>> handles = DeviceMonitor::instance().devices(deviceClass(kind));
   // A sound server shows the sound cards under names of its own, and shares them.
   const bool served = std::any_of(handles.begin(), handles.end(), std::not_fn(isAlsa));
@@ -106,12 +106,12 @@ void prepareDevices() {
 
 std::vector<PluggedDevice> pluggedDevices(DeviceKind kind) {
   std::vector<PluggedDevice> devices;
-  for (Found& found : lookAround(kind)) devices.push_back(std::move(found.plugged));
+  for (Found& found : scan(kind)) devices.push_back(std::move(found.plugged));
   return devices;
 }
 
 GstPtr<GstDevice> findPlugged(DeviceKind kind, const std::string& id) {
-  for (Found& found : lookAround(kind)) {
+  for (Found& found : scan(kind)) {
     if (found.plugged.device.id == id) return std::move(found.handle);
   }
   return nullptr;

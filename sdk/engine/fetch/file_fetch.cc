@@ -23,8 +23,8 @@ constexpr std::size_t kReadBytes = 65536;
 
 // The path of an open file as the kernel knows it.
 std::string pathOf(int file) {
-  std::error_code error;
-  return std::filesystem::read_symlink(fmt::format("/proc/self/fd/{}", file), error).string();
+  std::error_code code;
+  return std::filesystem::read_symlink(fmt::format("/proc/self/fd/{}", file), code).string();
 }
 
 // The path that `reference` in a playlist of that folder means; empty when it means none.
@@ -85,12 +85,12 @@ Fetch::Read FileFetch::read(std::vector<uint8_t>& bytes) {
 NameAddress FileFetch::nameAddress() const {
   const std::string folder = std::filesystem::path(path_).parent_path().string();
   return [folder, player = uri_.player](const std::string& reference, FetchKind kind,
-                                        std::string& problem) -> std::optional<std::string> {
-    std::error_code error;
+                                        std::string& error) -> std::optional<std::string> {
+    std::error_code code;
     const std::string path =
-        std::filesystem::weakly_canonical(pathIn(folder, reference), error).string();
-    if (error || !path.starts_with(folder.ends_with('/') ? folder : folder + "/")) {
-      problem = "a local playlist may name files of its own folder only";
+        std::filesystem::weakly_canonical(pathIn(folder, reference), code).string();
+    if (code || !path.starts_with(folder.ends_with('/') ? folder : folder + "/")) {
+      error = "a local playlist may name files of its own folder only";
       return std::nullopt;
     }
     return FetchUri{player, kind, Origin{SourceScheme::kFile, Reach::kLocal}, path}.text();

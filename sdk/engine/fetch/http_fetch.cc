@@ -53,8 +53,8 @@ HttpFetch::HttpFetch(FetchUri uri, const SourceSettings& settings)
     : uri_(std::move(uri)), settings_(settings), policy_(settings) {}
 
 std::optional<FetchFailure> HttpFetch::open(const ByteRange& range) {
-  std::string problem;
-  auto url = parseHttpUrl(uri_.address, problem);
+  std::string error;
+  auto url = parseHttpUrl(uri_.address, error);
   MaybeOrigin origin = uri_.origin;
   for (int hops = 0; url && hops <= kMostRedirects; ++hops) {
     if (const auto refusal = policy_.refuseScheme(origin, url->scheme)) {
@@ -63,9 +63,9 @@ std::optional<FetchFailure> HttpFetch::open(const ByteRange& range) {
     if (auto failure = request(*url, origin, range)) return failure;
     if (!isRedirect(response_->head())) return judge(*url, range);
     origin = self_;
-    url = resolveHttpUrl(url->text(), response_->head().location, problem);
+    url = resolveHttpUrl(url->text(), response_->head().location, error);
   }
-  if (!url) return refusedFetch(problem);
+  if (!url) return refusedFetch(error);
   return refusedFetch(fmt::format("more than {} redirects", kMostRedirects));
 }
 
@@ -139,7 +139,7 @@ std::optional<FetchFailure> HttpFetch::awaitHead(const HttpUrl& url) {
     return FetchFailure{failure_.code, fmt::format("{}: {}", url.authority(), failure_.text)};
   }
   if (status_ == Status::kBody || status_ == Status::kComplete) return std::nullopt;
-  return problemOf(status_);
+  return errorOf(status_);
 }
 
 std::optional<FetchFailure> HttpFetch::judge(const HttpUrl& url, const ByteRange& range) {
@@ -180,7 +180,7 @@ Fetch::Read HttpFetch::read(std::vector<uint8_t>& bytes) {
   }
   if (!bytes.empty()) return Read::kData;
   if (status_ == Status::kComplete || left_ == 0U) return Read::kEnd;
-  failure_ = problemOf(status_);
+  failure_ = errorOf(status_);
   return Read::kFailed;
 }
 
@@ -211,7 +211,7 @@ void HttpFetch::wait(short events) const {
   poll(polled, std::size(polled), -1);
 }
 
-FetchFailure HttpFetch::problemOf(HttpResponse::Status status) const {
+FetchFailure HttpFetch::errorOf(HttpResponse::Status status) const {
   if (status == Status::kHeaderLimit) {
     return refusedFetch(fmt::format("the headers of an answer are larger than {} KiB, the limit",
                                     settings_.headerBytes >> 10));
@@ -222,11 +222,11 @@ FetchFailure HttpFetch::problemOf(HttpResponse::Status status) const {
 NameAddress HttpFetch::nameAddress() const {
   return [base = url_.text(), player = uri_.player, origin = self_, policy = policy_](
              const std::string& reference, FetchKind kind,
-             std::string& problem) -> std::optional<std::string> {
-    const auto url = resolveHttpUrl(base, reference, problem);
+             std::string& error) -> std::optional<std::string> {
+    const auto url = resolveHttpUrl(base, reference, error);
     if (!url) return std::nullopt;
     if (const auto refusal = policy.refuseScheme(origin, url->scheme)) {
-      problem = *refusal;
+      error = *refusal;
       return std::nullopt;
     }
     return FetchUri{player, kind, origin, url->text()}.text();

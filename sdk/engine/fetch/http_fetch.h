@@ -48,7 +48,7 @@ class HttpFetch final : public Fetch {
   std::string requestText(const HttpUrl& url, const ByteRange& range) const;
   bool receive(std::vector<uint8_t>& body);
   void wait(short events) const;
-  FetchFailure problemOf(HttpResponse::Status status) const;
+  FetchFailure errorOf(HttpResponse::Status status) const;
 
   const FetchUri uri_;
   const SourceSettings settings_;

@@ -87,26 +87,26 @@ std::string HttpUrl::text() const {
                      userInfo.empty() ? "" : "@", authority(), target);
 }
 
-std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& problem) {
+std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error) {
   if (std::any_of(text.begin(), text.end(), isControl)) {
-    problem = "an address has control characters";
+    error = "an address has control characters";
     return std::nullopt;
   }
   const Uri uri(g_uri_parse(text.c_str(), kFlags, nullptr));
   if (!uri) {
-    problem = "an address cannot be read";
+    error = "an address cannot be read";
     return std::nullopt;
   }
   const std::string_view scheme = g_uri_get_scheme(uri.get());
   if (scheme != "http" && scheme != "https") {
     // A scheme is made of letters, digits and three signs: it can be shown.
-    problem = fmt::format("an address has the scheme {}, not http or https", scheme);
+    error = fmt::format("an address has the scheme {}, not http or https", scheme);
     return std::nullopt;
   }
   HttpUrl url;
   url.scheme = scheme == "https" ? SourceScheme::kHttps : SourceScheme::kHttp;
   if (!setHost(url, uri.get())) {
-    problem = "an address has no host";
+    error = "an address has no host";
     return std::nullopt;
   }
   url.port = g_uri_get_port(uri.get());
@@ -119,14 +119,14 @@ std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& proble
 }
 
 std::optional<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference,
-                                      std::string& problem) {
+                                      std::string& error) {
   const GlibPtr<gchar> absolute(
       g_uri_resolve_relative(base.c_str(), reference.c_str(), kFlags, nullptr));
   if (!absolute) {
-    problem = "an address cannot be read";
+    error = "an address cannot be read";
     return std::nullopt;
   }
-  return parseHttpUrl(absolute.get(), problem);
+  return parseHttpUrl(absolute.get(), error);
 }
 
 }  // namespace NimboEngine

@@ -30,12 +30,12 @@ struct HttpUrl {
   std::string text() const;
 };
 
-// Without a value, `problem` says what is wrong; it repeats nothing of the address.
-std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& problem);
+// Without a value, `error` says what is wrong; it repeats nothing of the address.
+std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error);
 
 // The address that `reference`, found in what `base` is the address of, stands for. Without a
-// value, `problem` says what is wrong: it is none, or it is neither http nor https.
+// value, `error` says what is wrong: it is none, or it is neither http nor https.
 std::optional<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference,
-                                      std::string& problem);
+                                      std::string& error);
 
 }  // namespace NimboEngine

@@ -61,8 +61,8 @@ std::optional<std::vector<Attribute>> attributesIn(std::string_view list) {
 
 class Rewriter {
  public:
-  Rewriter(std::size_t most, const NameAddress& nameAddress, std::string& problem)
-      : most_(most), nameAddress_(nameAddress), problem_(problem) {}
+  Rewriter(std::size_t most, const NameAddress& nameAddress, std::string& error)
+      : most_(most), nameAddress_(nameAddress), error_(error) {}
 
   bool add(std::string_view line) {
     if (line.empty()) return true;
@@ -86,8 +86,8 @@ class Rewriter {
   std::string take() { return std::move(result_); }
 
  private:
-  bool fail(std::string problem) {
-    problem_ = std::move(problem);
+  bool fail(std::string error) {
+    error_ = std::move(error);
     return false;
   }
 
@@ -104,7 +104,7 @@ class Rewriter {
       fail(fmt::format("the playlist has more than {} entries", kMostPlaylistEntries));
       return std::nullopt;
     }
-    auto address = nameAddress_(std::string(reference), kind, problem_);
+    auto address = nameAddress_(std::string(reference), kind, error_);
     // It has to fit between quotation marks, on one line.
     if (address && address->find_first_of("\"\r\n") != address->npos) {
       fail("an address of the playlist has quotation marks");
@@ -142,7 +142,7 @@ class Rewriter {
 
   const std::size_t most_;
   const NameAddress& nameAddress_;
-  std::string& problem_;
+  std::string& error_;
   std::string result_;
   std::size_t entries_ = 0;
   bool nextIsPlaylist_ = false;
@@ -168,14 +168,14 @@ std::optional<bool> beginsPlaylist(std::span<const uint8_t> bytes) {
 }
 
 std::optional<std::string> rewritePlaylist(std::string_view text, std::size_t most,
-                                           const NameAddress& nameAddress, std::string& problem) {
+                                           const NameAddress& nameAddress, std::string& error) {
   if (text.find('\0') != text.npos ||
       !g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
-    problem = "the playlist is no text";
+    error = "the playlist is no text";
     return std::nullopt;
   }
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  Rewriter rewriter(most, nameAddress, problem);
+  Rewriter rewriter(most, nameAddress, error);
   while (!text.empty()) {
     if (!rewriter.add(takeLine(text))) return std::nullopt;
   }

@@ -28,13 +28,13 @@ inline constexpr std::size_t kPlaylistGrowth = 8;
 // Whether that is how a playlist begins. None: too few bytes to tell.
 std::optional<bool> beginsPlaylist(std::span<const uint8_t> bytes);
 
-// The form in which an address of the playlist is passed on; none when it is refused, and `problem`
+// The form in which an address of the playlist is passed on; none when it is refused, and `error`
 // says why.
 using NameAddress = std::function<std::optional<std::string>(const std::string& reference,
-                                                             FetchKind kind, std::string& problem)>;
+                                                             FetchKind kind, std::string& error)>;
 
-// `most` is the size of the result at most. Without a value, `problem` says what is wrong.
+// `most` is the size of the result at most. Without a value, `error` says what is wrong.
 std::optional<std::string> rewritePlaylist(std::string_view text, std::size_t most,
-                                           const NameAddress& nameAddress, std::string& problem);
+                                           const NameAddress& nameAddress, std::string& error);
 
 }  // namespace NimboEngine

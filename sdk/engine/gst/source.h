@@ -19,8 +19,8 @@ class Source {
  public:
   virtual ~Source() = default;
 
-  // Builds the pipeline, not started. Null on failure, with the reason in `problem`.
-  virtual std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) = 0;
+  // Builds the pipeline, not started. Null on failure, with the reason in `error`.
+  virtual std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) = 0;
 
   // Goes back to the beginning when the media have ended. False when the pipeline must be started
   // anew for that.

@@ -27,7 +27,7 @@ constexpr std::chrono::seconds kBeginning{2};
 constexpr std::chrono::milliseconds kShortestRound{100};
 
 // How often is looked whether a source has begun that has a predecessor.
-constexpr std::chrono::milliseconds kHandoverPace{20};
+constexpr std::chrono::milliseconds kSwitchPollInterval{20};
 
 }  // namespace
 
@@ -51,8 +51,8 @@ struct SourceRunner::State : std::enable_shared_from_this<State> {
   std::condition_variable changed;
   std::deque<PipelineMessage> messages;
   bool stopping = false;
-  bool mayStartAnew = true;  // on the runner's thread, as the next
-  bool startAnew = false;
+  bool mayRestart = true;  // on the runner's thread, as the next
+  bool shouldRestart = false;
   Predecessor predecessor;
 
   void run();
@@ -60,26 +60,26 @@ struct SourceRunner::State : std::enable_shared_from_this<State> {
   std::string follow(Source& source, Pipeline& pipeline);
   bool restart(Pipeline& pipeline);
   std::string whyNotStarted();
-  void handOver();
+  void switchOver();
   void endPredecessor();
   std::optional<PipelineMessage> next(const Source& source, bool& silent);
   bool waitUntil(Clock::time_point time);
 };
 
 void SourceRunner::State::run() {
-  const std::string problem = work();
+  const std::string error = work();
   endPredecessor();
-  if (!problem.empty()) {
-    NIMBO_LOG_WARN("source {}: {}", name, problem);
-    listener.call([&](FailureCallback& callback) { callback(problem); });
+  if (!error.empty()) {
+    NIMBO_LOG_WARN("source {}: {}", name, error);
+    listener.call([&](FailureCallback& callback) { callback(error); });
   }
 }
 
 // Returns why the source ended; empty when it was asked to.
 std::string SourceRunner::State::work() {
-  std::string problem;
-  const std::unique_ptr<Source> source = make(problem);
-  if (!source) return problem;
+  std::string error;
+  const std::unique_ptr<Source> source = make(error);
+  if (!source) return error;
   auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
     if (message.kind == Kind::kBuffering) return;
     std::lock_guard lock(self->mutex);
@@ -87,23 +87,23 @@ std::string SourceRunner::State::work() {
     self->changed.notify_all();
   };
   for (;;) {
-    const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, problem);
-    if (!pipeline) return problem;
-    problem = follow(*source, *pipeline);
-    if (!problem.empty() || !startAnew) return problem;
-    startAnew = false;
-    mayStartAnew = false;
+    const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, error);
+    if (!pipeline) return error;
+    error = follow(*source, *pipeline);
+    if (!error.empty() || !shouldRestart) return error;
+    shouldRestart = false;
+    mayRestart = false;
   }
 }
 
 std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
   auto roundBegan = Clock::now();
   bool running = pipeline.play();
-  if (running) handOver();
+  if (running) switchOver();
   while (running) {
     bool silent = false;
     const auto message = next(source, silent);
-    if (silent && !startAnew) return "it gives nothing";
+    if (silent && !shouldRestart) return "it gives nothing";
     if (!message) return {};
     if (message->kind == Kind::kError) return message->text;
     if (!waitUntil(roundBegan + kShortestRound)) return {};
@@ -125,13 +125,13 @@ std::string SourceRunner::State::whyNotStarted() {
   return error == messages.end() ? "it cannot be started" : error->text;
 }
 
-void SourceRunner::State::handOver() {
+void SourceRunner::State::switchOver() {
   {
     std::unique_lock lock(mutex);
     if (!predecessor.runner) return;
     const auto giveUp = Clock::now() + kSilence;
     while (!stopping && messages.empty() && !predecessor.begun() && Clock::now() < giveUp) {
-      changed.wait_for(lock, kHandoverPace);
+      changed.wait_for(lock, kSwitchPollInterval);
     }
   }
   endPredecessor();
@@ -149,12 +149,12 @@ std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, b
   const auto woken = [this] { return stopping || !messages.empty(); };
   for (;;) {
     const int64_t before = source.progress();
-    const bool isBeginning = mayStartAnew && before == 0;
+    const bool isBeginning = mayRestart && before == 0;
     if (before < 0) {
       changed.wait(lock, woken);
     } else if (!changed.wait_for(lock, isBeginning ? kBeginning : kSilence, woken)) {
       silent = source.progress() == before;
-      startAnew = silent && isBeginning;
+      shouldRestart = silent && isBeginning;
       if (silent) return std::nullopt;
       continue;
     }

@@ -20,7 +20,7 @@ namespace NimboEngine {
 
 class SourceRunner {
  public:
-  using MakeSource = std::function<std::unique_ptr<Source>(std::string& problem)>;
+  using MakeSource = std::function<std::unique_ptr<Source>(std::string& error)>;
   using FailureCallback = std::function<void(const std::string& message)>;
 
   // A source that runs on until its successor has `begun`, or has ended without.
@@ -30,7 +30,7 @@ class SourceRunner {
   };
 
   // `name` appears in log lines. `make` is called on the runner's thread; it answers null, with
-  // the reason in `problem`, when there is no such source.
+  // the reason in `error`, when there is no such source.
   SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
                Predecessor predecessor = {});
   ~SourceRunner();

@@ -60,7 +60,7 @@ AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time m
   // The resampler keeps some samples until it has seen what follows them.
   const Time expected =
       *next_ + (begins_ ? 0ns : lengthOf(gst_audio_resampler_get_max_latency(resampler_.get())));
-  const Duration jump = heard_ < kSettling ? kSettlingJump : kJump;
+  const Duration jump = delivered_ < kSettling ? kSettlingJump : kJump;
   Duration ahead = moment - expected;
   if (ahead > jump) {
     restart(moment);
@@ -80,7 +80,7 @@ AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time m
   const Time start = *next_;
   const Duration length = lengthOf(out_.size() / kChannels);
   *next_ += length;
-  heard_ += length;
+  delivered_ += length;
   return {out_, start};
 }
 

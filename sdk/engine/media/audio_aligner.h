@@ -63,7 +63,7 @@ class AudioAligner {
   std::optional<Time> next_;  // of the next sample
   Duration error_{0};
   Duration drift_{0};
-  Duration heard_{0};  // all of it together
+  Duration delivered_{0};  // all of it together
   bool begins_ = true;
 };
 

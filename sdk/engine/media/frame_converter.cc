@@ -62,15 +62,15 @@ bool FrameConverter::run(GstBuffer* source, const GstVideoInfo& sourceInfo, GstB
 
 bool FrameConverter::prepare(const GstVideoInfo& source, const GstVideoInfo& target,
                              const ViewLayout& layout) {
-  GstVideoInfo paced = target;
-  paced.fps_n = source.fps_n;  // a converter refuses to change the rate
-  paced.fps_d = source.fps_d;
+  GstVideoInfo atSourceRate = target;
+  atSourceRate.fps_n = source.fps_n;  // a converter refuses to change the rate
+  atSourceRate.fps_d = source.fps_d;
   if (converter_ && gst_video_info_is_equal(&source, &source_) &&
-      gst_video_info_is_equal(&paced, &target_) && layout == layout_) {
+      gst_video_info_is_equal(&atSourceRate, &target_) && layout == layout_) {
     return true;
   }
   source_ = source;
-  target_ = paced;
+  target_ = atSourceRate;
   layout_ = layout;
   const auto& [from, to] = layout_;
   // The converter takes the configuration.

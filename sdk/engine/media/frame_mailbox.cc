@@ -2,22 +2,22 @@
 
 namespace NimboEngine {
 
-void FrameMailbox::put(GstBuffer* picture) {
-  GstPtr<GstBuffer> replaced = share(picture);  // released after the lock: may return to a pool
+void FrameMailbox::put(GstBuffer* frame) {
+  GstPtr<GstBuffer> replaced = share(frame);  // released after the lock: may return to a pool
   std::lock_guard lock(mutex_);
   if (frozen_) return;
-  picture_.swap(replaced);
+  frame_.swap(replaced);
   ++count_;
 }
 
 GstPtr<GstBuffer> FrameMailbox::latest() const {
   std::lock_guard lock(mutex_);
-  return picture_ ? share(picture_.get()) : nullptr;
+  return frame_ ? share(frame_.get()) : nullptr;
 }
 
 void FrameMailbox::freeze() {
   std::lock_guard lock(mutex_);
-  if (!frozen_ && picture_) picture_.reset(gst_buffer_copy_deep(picture_.get()));
+  if (!frozen_ && frame_) frame_.reset(gst_buffer_copy_deep(frame_.get()));
   frozen_ = true;
 }
 

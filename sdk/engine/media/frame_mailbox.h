@@ -15,8 +15,8 @@ namespace NimboEngine {
 
 class FrameMailbox {
  public:
-  // Replaces the picture; `picture` stays the caller's.
-  void put(GstBuffer* picture);
+  // Replaces the picture; `frame` stays the caller's.
+  void put(GstBuffer* frame);
 
   // Null as long as there was none.
   GstPtr<GstBuffer> latest() const;
@@ -30,7 +30,7 @@ class FrameMailbox {
 
  private:
   mutable std::mutex mutex_;
-  GstPtr<GstBuffer> picture_;
+  GstPtr<GstBuffer> frame_;
   uint64_t count_ = 0;
   bool frozen_ = false;
 };

@@ -19,7 +19,7 @@ void fillPlain(uint8_t* pixels, const GstVideoInfo& info, uint8_t luma) {
   std::memset(pixels + chroma, 128, GST_VIDEO_INFO_SIZE(&info) - chroma);
 }
 
-GstVideoInfo pictureInfo(const VideoFormat& format) {
+GstVideoInfo frameInfo(const VideoFormat& format) {
   GstVideoInfo info = frameInfo(format.width, format.height);
   info.fps_n = format.fps;
   info.fps_d = 1;

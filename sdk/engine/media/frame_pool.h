@@ -13,7 +13,7 @@
 namespace NimboEngine {
 
 // The layout that GStreamer's elements give to captured frames of this format.
-GstVideoInfo pictureInfo(const VideoFormat& format);
+GstVideoInfo frameInfo(const VideoFormat& format);
 
 // The layout of the pool's buffers.
 GstVideoInfo tightInfo(const VideoFormat& format);

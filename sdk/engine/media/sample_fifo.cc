@@ -4,15 +4,15 @@
 
 namespace NimboEngine {
 
-SampleFifo::SampleFifo(size_t channels, size_t cushion, size_t limit)
-    : channels_(channels), cushion_(cushion), limit_(limit) {}
+SampleFifo::SampleFifo(size_t channels, size_t prebuffer, size_t limit)
+    : channels_(channels), prebuffer_(prebuffer), limit_(limit) {}
 
 void SampleFifo::push(const int16_t* samples, size_t frames) {
   std::lock_guard lock(mutex_);
   count_ += frames;
   samples_.insert(samples_.end(), samples, samples + frames * channels_);
   if (samples_.size() > limit_ * channels_) {
-    const auto surplus = static_cast<ptrdiff_t>(samples_.size() - cushion_ * channels_);
+    const auto surplus = static_cast<ptrdiff_t>(samples_.size() - prebuffer_ * channels_);
     samples_.erase(samples_.begin(), samples_.begin() + surplus);
   }
 }
@@ -20,7 +20,7 @@ void SampleFifo::push(const int16_t* samples, size_t frames) {
 size_t SampleFifo::pull(int16_t* out, size_t frames) {
   std::lock_guard lock(mutex_);
   const size_t held = samples_.size() / channels_;
-  if (held >= cushion_) filling_ = false;
+  if (held >= prebuffer_) filling_ = false;
   const size_t taken = filling_ ? 0 : std::min(frames, held);
   if (taken < frames) filling_ = true;
   const auto end = samples_.begin() + static_cast<ptrdiff_t>(taken * channels_);
@@ -31,7 +31,7 @@ size_t SampleFifo::pull(int16_t* out, size_t frames) {
 
 bool SampleFifo::isReady() const {
   std::lock_guard lock(mutex_);
-  return samples_.size() >= (filling_ ? cushion_ : 1) * channels_;
+  return samples_.size() >= (filling_ ? prebuffer_ : 1) * channels_;
 }
 
 uint64_t SampleFifo::count() const {

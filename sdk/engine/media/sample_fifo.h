@@ -21,8 +21,8 @@ namespace NimboEngine {
 
 class SampleFifo {
  public:
-  // `cushion` and `limit` count frames (one sample for each channel).
-  SampleFifo(size_t channels, size_t cushion, size_t limit);
+  // `prebuffer` and `limit` count frames (one sample for each channel).
+  SampleFifo(size_t channels, size_t prebuffer, size_t limit);
 
   // Appends `frames` interleaved frames.
   void push(const int16_t* samples, size_t frames);
@@ -42,7 +42,7 @@ class SampleFifo {
 
  private:
   const size_t channels_;
-  const size_t cushion_;
+  const size_t prebuffer_;
   const size_t limit_;
   mutable std::mutex mutex_;
   std::vector<int16_t> samples_;

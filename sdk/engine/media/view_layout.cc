@@ -46,19 +46,19 @@ bool cut(Span& source, Span& target, int room) {
 
 }  // namespace
 
-ViewLayout layOut(Size picture, Size view, ViewMode mode) {
-  ViewLayout layout{{0, 0, picture.width, picture.height}, {0, 0, view.width, view.height}};
-  if (mode == ViewMode::kFit) layout.target = fitInto(picture, view);
+ViewLayout layOut(Size frame, Size view, ViewMode mode) {
+  ViewLayout layout{{0, 0, frame.width, frame.height}, {0, 0, view.width, view.height}};
+  if (mode == ViewMode::kFit) layout.target = fitInto(frame, view);
   if (mode == ViewMode::kCrop) {
-    layout.source = fitInto(view, picture);
+    layout.source = fitInto(view, frame);
     layout.source.x &= ~1;
     layout.source.y &= ~1;
   }
   return layout;
 }
 
-std::optional<ViewLayout> layOut(Size picture, const Rect& place, Size view, ViewMode mode) {
-  const auto [source, target] = layOut(picture, {place.width, place.height}, mode);
+std::optional<ViewLayout> layOut(Size frame, const Rect& place, Size view, ViewMode mode) {
+  const auto [source, target] = layOut(frame, {place.width, place.height}, mode);
   Span fromX{source.x, source.width};
   Span fromY{source.y, source.height};
   Span toX{place.x + target.x, target.width};

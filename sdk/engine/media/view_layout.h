@@ -46,11 +46,11 @@ struct ViewLayout {
 
 // All sizes in pixels, at least 1. The layout's rectangles are at least 1 by 1 and inside the
 // picture and the view; the source starts at even places, where I420 has its own colour samples.
-ViewLayout layOut(Size picture, Size view, ViewMode mode);
+ViewLayout layOut(Size frame, Size view, ViewMode mode);
 
 // The same for a place that need not lie inside the view: what is outside is cut off. None when
 // nothing is left. The target starts at even places too; where the place does not, one column or
 // row is added. The place's numbers must not be beyond 2^29.
-std::optional<ViewLayout> layOut(Size picture, const Rect& place, Size view, ViewMode mode);
+std::optional<ViewLayout> layOut(Size frame, const Rect& place, Size view, ViewMode mode);
 
 }  // namespace NimboEngine

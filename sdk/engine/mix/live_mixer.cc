@@ -9,57 +9,57 @@
 namespace NimboEngine {
 
 LiveMixer::LiveMixer(FrameConsumer& behind, const VideoFormat& format) : behind_(behind) {
-  picture_.setFormat(format);
+  videoMix_.setFormat(format);
 }
 
 void LiveMixer::setFormat(const VideoFormat& format) {
-  std::lock_guard lock(pictureMutex_);
-  picture_.setFormat(format);
+  std::lock_guard lock(videoMutex_);
+  videoMix_.setFormat(format);
 }
 
 void LiveMixer::setLayout(std::optional<MixLayout> layout) {
-  std::scoped_lock lock(pictureMutex_, soundMutex_);
+  std::scoped_lock lock(videoMutex_, audioMutex_);
   layout_ = std::move(layout);
-  if (layout_) picture_.setLayout(*layout_);
+  if (layout_) videoMix_.setLayout(*layout_);
 }
 
 void LiveMixer::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) {
-  std::lock_guard lock(pictureMutex_);
+  std::lock_guard lock(videoMutex_);
   if (!layout_) return behind_.onVideoFrame(buffer, info, time);
-  std::vector<std::optional<RemoteStream::Picture>> pictures;
+  std::vector<std::optional<RemoteStream::Frame>> frames;
   for (const MixPlace& place : layout_->places) {
     if (place.user.isLocal()) {
-      pictures.emplace_back(RemoteStream::Picture{share(buffer), info});
+      frames.emplace_back(RemoteStream::Frame{share(buffer), info});
     } else {
       const auto stream = streamOf(place.user);
-      pictures.push_back(stream ? stream->picture() : std::nullopt);
+      frames.push_back(stream ? stream->frame() : std::nullopt);
     }
   }
-  const GstPtr<GstBuffer> mixed = picture_.draw(pictures);
+  const GstPtr<GstBuffer> mixed = videoMix_.draw(frames);
   if (!mixed) {
     NIMBO_LOG_ERROR("no memory for a mixed picture");
     return;
   }
   GST_BUFFER_PTS(mixed.get()) = time;
-  behind_.onVideoFrame(mixed.get(), picture_.info(), time);
+  behind_.onVideoFrame(mixed.get(), videoMix_.info(), time);
 }
 
 void LiveMixer::onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) {
-  std::lock_guard lock(soundMutex_);
+  std::lock_guard lock(audioMutex_);
   if (!layout_) return behind_.onAudioChunk(buffer, format, time);
-  bool isLocalHeard = false;
+  bool isLocalAudible = false;
   std::vector<std::shared_ptr<RemoteStream>> streams;
   for (const MixPlace& place : layout_->places) {
-    isLocalHeard = isLocalHeard || place.user.isLocal();
+    isLocalAudible = isLocalAudible || place.user.isLocal();
     if (place.user.isLocal()) continue;
     if (auto stream = streamOf(place.user)) streams.push_back(std::move(stream));
   }
   const std::size_t channels = static_cast<std::size_t>(format.channels);
   std::vector<int16_t> samples(gst_buffer_get_size(buffer) / sizeof(int16_t));
   const gsize bytes = samples.size() * sizeof(int16_t);
-  if (isLocalHeard) gst_buffer_extract(buffer, 0, samples.data(), bytes);
+  if (isLocalAudible) gst_buffer_extract(buffer, 0, samples.data(), bytes);
   const AudioTimeline::Time moment{std::chrono::nanoseconds(time)};
-  sound_.add(streams, format, moment, samples.data(), samples.size() / channels);
+  audioMix_.add(streams, format, moment, samples.data(), samples.size() / channels);
   const GstPtr<GstBuffer> mixed(gst_buffer_new_memdup(samples.data(), bytes));
   GST_BUFFER_PTS(mixed.get()) = time;
   behind_.onAudioChunk(mixed.get(), format, time);

@@ -33,11 +33,11 @@ class LiveMixer final : public FrameConsumer {
  private:
   FrameConsumer& behind_;
   // Each is held while one medium is mixed; the layout changes under both.
-  std::mutex pictureMutex_;
-  std::mutex soundMutex_;
+  std::mutex videoMutex_;
+  std::mutex audioMutex_;
   std::optional<MixLayout> layout_;
-  VideoMix picture_;
-  AudioMix sound_;
+  VideoMix videoMix_;
+  AudioMix audioMix_;
 };
 
 }  // namespace NimboEngine

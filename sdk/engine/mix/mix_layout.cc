@@ -17,7 +17,7 @@ constexpr std::size_t kMostPlaces = 16;
 // The farthest that a place may reach, in either direction: what is computed from it stays exact.
 constexpr int kFarthest = 16384;
 
-std::string problemOf(const Rect& rect) {
+std::string errorOf(const Rect& rect) {
   if (rect.width <= 0 || rect.height <= 0) {
     return fmt::format("its size is {}x{}", rect.width, rect.height);
   }
@@ -29,7 +29,7 @@ std::string problemOf(const Rect& rect) {
   return "";
 }
 
-std::string problemOf(const LumoLiveTranscodingConfig& config) {
+std::string errorOf(const LumoLiveTranscodingConfig& config) {
   if (config.cropMode > static_cast<uint32_t>(ViewMode::kStretch)) {
     return fmt::format("the crop mode is {}, not 0 to 2", config.cropMode);
   }
@@ -40,9 +40,9 @@ std::string problemOf(const LumoLiveTranscodingConfig& config) {
 }  // namespace
 
 LumoLiveResult makeMixLayout(const LumoLiveTranscodingConfig& config, const FindMixUser& findUser,
-                             MixLayout& layout, std::string& problem) {
-  problem = problemOf(config);
-  if (!problem.empty()) return kLumoLiveInvalidArgument;
+                             MixLayout& layout, std::string& error) {
+  error = errorOf(config);
+  if (!error.empty()) return kLumoLiveInvalidArgument;
   std::vector<LumoLiveMixStream> streams = streamsOf(config.mixStreams);
   std::stable_sort(streams.begin(), streams.end(),
                    [](const auto& low, const auto& high) { return low.zOrder < high.zOrder; });
@@ -51,11 +51,11 @@ LumoLiveResult makeMixLayout(const LumoLiveTranscodingConfig& config, const Find
                  {}};
   for (const LumoLiveMixStream& stream : streams) {
     const auto refuse = [&](LumoLiveResult result, const std::string& reason) {
-      problem = fmt::format("user \"{}\": {}", stream.userId.c_str(), reason);
+      error = fmt::format("user \"{}\": {}", stream.userId.c_str(), reason);
       return result;
     };
     const Rect rect{stream.x, stream.y, stream.width, stream.height};
-    if (const std::string wrong = problemOf(rect); !wrong.empty()) {
+    if (const std::string wrong = errorOf(rect); !wrong.empty()) {
       return refuse(kLumoLiveInvalidArgument, wrong);
     }
     const std::optional<MixUser> user = findUser(stream.userId.c_str());

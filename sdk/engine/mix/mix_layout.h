@@ -45,9 +45,9 @@ struct MixLayout {
 using FindMixUser = std::function<std::optional<MixUser>(const std::string& userId)>;
 
 // Checks what is asked for. `layout` is only changed when the answer is kLumoLiveOk; otherwise
-// `problem` says what is wrong.
+// `error` says what is wrong.
 LumoRtc::LumoLiveResult makeMixLayout(const LumoRtc::LumoLiveTranscodingConfig& config,
                                       const FindMixUser& findUser, MixLayout& layout,
-                                      std::string& problem);
+                                      std::string& error);
 
 }  // namespace NimboEngine

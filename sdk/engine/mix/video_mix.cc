@@ -44,15 +44,13 @@ void VideoMix::setLayout(const MixLayout& layout) {
   }
 }
 
-GstPtr<GstBuffer> VideoMix::draw(
-    const std::vector<std::optional<RemoteStream::Picture>>& pictures) {
+GstPtr<GstBuffer> VideoMix::draw(const std::vector<std::optional<RemoteStream::Frame>>& frames) {
   GstPtr<GstBuffer> canvas = pool_->acquire();
   if (!canvas) return nullptr;
   fillBackground(canvas.get());
   for (std::size_t i = 0; i < places_.size(); ++i) {
-    if (!pictures[i]) continue;
-    converters_[i].draw(pictures[i]->buffer.get(), pictures[i]->info, canvas.get(), info(),
-                        places_[i]);
+    if (!frames[i]) continue;
+    converters_[i].draw(frames[i]->buffer.get(), frames[i]->info, canvas.get(), info(), places_[i]);
   }
   return canvas;
 }

@@ -24,9 +24,9 @@ class VideoMix {
   void setFormat(const VideoFormat& format);
   void setLayout(const MixLayout& layout);
 
-  // `pictures` has one for each place of the layout; what is none leaves its place free. A format
+  // `frames` has one for each place of the layout; what is none leaves its place free. A format
   // and a layout must have been set.
-  GstPtr<GstBuffer> draw(const std::vector<std::optional<RemoteStream::Picture>>& pictures);
+  GstPtr<GstBuffer> draw(const std::vector<std::optional<RemoteStream::Frame>>& frames);
 
   // The layout of what is drawn.
   const GstVideoInfo& info() const { return pool_->info(); }

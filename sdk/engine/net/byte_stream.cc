@@ -15,7 +15,7 @@
 namespace NimboEngine {
 namespace {
 
-std::string certificateProblem(GTlsCertificateFlags flags) {
+std::string certificateError(GTlsCertificateFlags flags) {
   struct Reason {
     GTlsCertificateFlags flag;
     const char* text;
@@ -38,8 +38,8 @@ std::string certificateProblem(GTlsCertificateFlags flags) {
 }
 
 gboolean onCertificate(GTlsConnection*, GTlsCertificate*, GTlsCertificateFlags flags,
-                       gpointer problem) {
-  *static_cast<std::string*>(problem) = certificateProblem(flags);
+                       gpointer reason) {
+  *static_cast<std::string*>(reason) = certificateError(flags);
   return FALSE;
 }
 
@@ -67,19 +67,18 @@ std::optional<ConnectionFailure> ByteStream::startTls(
     const GlibPtr<GError> owned(error);
     return ConnectionFailure{ConnectionError::kTlsFailed, error->message};
   }
-  std::string problem;
+  std::string reason;
   const gulong handler =
-      g_signal_connect(tls_.get(), "accept-certificate", G_CALLBACK(onCertificate), &problem);
+      g_signal_connect(tls_.get(), "accept-certificate", G_CALLBACK(onCertificate), &reason);
   AsyncCall call(stop.cancellable(), deadline);
   g_tls_connection_handshake_async(G_TLS_CONNECTION(tls_.get()), G_PRIORITY_DEFAULT,
                                    stop.cancellable(), &AsyncCall::onDone, &call);
   g_tls_connection_handshake_finish(G_TLS_CONNECTION(tls_.get()), call.wait(), &error);
   g_signal_handler_disconnect(tls_.get(), handler);
   const GlibPtr<GError> owned(error);
-  if (!problem.empty()) {
-    return ConnectionFailure{
-        ConnectionError::kTlsUntrusted,
-        fmt::format("the certificate of {} is not trusted: {}", host, problem)};
+  if (!reason.empty()) {
+    return ConnectionFailure{ConnectionError::kTlsUntrusted,
+                             fmt::format("the certificate of {} is not trusted: {}", host, reason)};
   }
   if (call.timedOut()) {
     return ConnectionFailure{ConnectionError::kTimeout,

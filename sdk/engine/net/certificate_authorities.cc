@@ -28,9 +28,9 @@ std::string trustCertificates(const std::string& file) {
   GTlsDatabase* database =
       holdsCertificate(path, &error) ? g_tls_file_database_new(path.c_str(), &error) : nullptr;
   if (!database) {
-    std::string problem = error ? error->message : "there is no certificate in it";
+    std::string reason = error ? error->message : "there is no certificate in it";
     g_clear_error(&error);
-    return problem;
+    return reason;
   }
   g_tls_backend_set_default_database(g_tls_backend_get_default(), database);
   g_object_unref(database);

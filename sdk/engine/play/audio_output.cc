@@ -83,7 +83,7 @@ class AudioOutput::Sink final : public Source {
   explicit Sink(std::shared_ptr<Input> input) : input_(std::move(input)) {}
   ~Sink() override { input_->set(nullptr); }
 
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override {
+  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override {
     auto pipeline = Pipeline::parse(
         "audio output",
         fmt::format("appsrc name=source is-live=true format=time block=false "
@@ -101,7 +101,7 @@ class AudioOutput::Sink final : public Source {
       gst_pipeline_set_latency(GST_PIPELINE(pipeline->get()), 0);
       input_->set(pipeline.get());
     } else {
-      problem = "it cannot be built";
+      error = "it cannot be built";
     }
     return pipeline;
   }

@@ -23,12 +23,12 @@ void DecodedMediaSink::setMode(LumoRtc::LumoLivePlayMode mode, bool followsArriv
 void DecodedMediaSink::deliverVideo(GstPtr<GstSample> sample, GstClockTime timestamp) {
   auto frame = normalizer_.normalize(std::move(sample));
   if (!frame) return;
-  meter.addPicture(frame->visibleWidth, frame->visibleHeight);
+  meter.addFrame(frame->visibleWidth, frame->visibleHeight);
   presenter_.pushVideo(std::move(frame->buffer), frame->info, std::chrono::nanoseconds(timestamp));
 }
 
 void DecodedMediaSink::deliverAudio(GstBuffer* buffer, GstClockTime timestamp) {
-  meter.addSound();
+  meter.addAudio();
   // PCM passes no decoder in front of which it is counted.
   if (!audioWasRaw_) audioWasRaw_ = meter.counts().audioBytes == 0;
   if (*audioWasRaw_) meter.addEncoded(Media::kAudio, gst_buffer_get_size(buffer));

@@ -42,7 +42,7 @@ std::optional<NetworkCause> findNetworkCause(const PlayUrl& url) {
         g_resolver_lookup_by_name(resolver.get(), url.host.c_str(), nullptr, &error));
   } else {
     const GObjectPtr<GSocketClient> client(g_socket_client_new());
-    g_socket_client_set_timeout(client.get(), kNetworkCausePatience.count());
+    g_socket_client_set_timeout(client.get(), kNetworkCauseTimeout.count());
     const GObjectPtr<GSocketConnection> connection(g_socket_client_connect_to_host(
         client.get(), url.host.c_str(), static_cast<guint16>(url.port), nullptr, &error));
   }

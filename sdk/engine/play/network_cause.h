@@ -1,7 +1,7 @@
 // Why a server of RTSP or SRT cannot be reached, asked of the network itself: their source elements
 // report the same vague error for a name that does not resolve and a closed port.
 //
-// Thread: any; waits for the network, kNetworkCausePatience at most for each step.
+// Thread: any; waits for the network, kNetworkCauseTimeout at most for each step.
 // Failure: none.
 
 #pragma once
@@ -14,7 +14,7 @@
 
 namespace NimboEngine {
 
-inline constexpr std::chrono::seconds kNetworkCausePatience{5};
+inline constexpr std::chrono::seconds kNetworkCauseTimeout{5};
 
 struct NetworkCause {
   LumoRtc::LumoLiveErrorCode code;

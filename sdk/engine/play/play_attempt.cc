@@ -116,11 +116,11 @@ struct PlayAttempt::Running {
 
   // What hangs in the network is left behind.
   void stopAll() {
-    constexpr std::chrono::milliseconds kPatience{500};
+    constexpr std::chrono::milliseconds kTimeout{500};
     std::unique_lock lock(mutex);
     stoppedForGood = true;
     for (State* state : states) state->requestStop();
-    changed.wait_for(lock, kPatience, [this] { return states.empty(); });
+    changed.wait_for(lock, kTimeout, [this] { return states.empty(); });
   }
 };
 

@@ -19,16 +19,16 @@ void PlayStatistics::addEncoded(Media media, std::size_t bytes) {
   (media == Media::kVideo ? counts_.videoBytes : counts_.audioBytes) += bytes;
 }
 
-void PlayStatistics::addPicture(int width, int height) {
+void PlayStatistics::addFrame(int width, int height) {
   std::lock_guard lock(mutex_);
-  ++counts_.pictures;
+  ++counts_.frames;
   counts_.width = width;
   counts_.height = height;
 }
 
-void PlayStatistics::addSound() {
+void PlayStatistics::addAudio() {
   std::lock_guard lock(mutex_);
-  ++counts_.sounds;
+  ++counts_.audioChunks;
 }
 
 void PlayStatistics::setPackets(const StreamPackets& packets) {
@@ -48,7 +48,7 @@ LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,
   LumoRtc::LumoLivePlayerStatsInfo stats;
   stats.videoWidth = after.width;
   stats.videoHeight = after.height;
-  stats.decodeFps = perSecond(before.pictures, after.pictures, time);
+  stats.decodeFps = perSecond(before.frames, after.frames, time);
   stats.renderFps = perSecond(before.shown, after.shown, time);
   stats.videoBitrate = perSecond(before.videoBytes, after.videoBytes, time) / kBytesToKbit;
   stats.audioBitrate = perSecond(before.audioBytes, after.audioBytes, time) / kBytesToKbit;

@@ -18,26 +18,26 @@ namespace NimboEngine {
 
 // Totals since the playback began.
 struct PlayCounts {
-  uint64_t videoBytes = 0;  // encoded
-  uint64_t audioBytes = 0;  // encoded
-  uint64_t pictures = 0;    // decoded
-  uint64_t shown = 0;       // given to the application and, where there is a window, drawn
-  uint64_t sounds = 0;      // decoded pieces
-  int width = 0;            // of the last picture
+  uint64_t videoBytes = 0;   // encoded
+  uint64_t audioBytes = 0;   // encoded
+  uint64_t frames = 0;       // decoded
+  uint64_t shown = 0;        // given to the application and, where there is a window, drawn
+  uint64_t audioChunks = 0;  // decoded pieces
+  int width = 0;             // of the last picture
   int height = 0;
   StreamPackets packets{};
   Presenter::Counts presented{};
 
   // Whether anything has arrived or been decoded, and how much: grows while the stream flows.
   uint64_t arrived() const { return videoBytes + audioBytes + decoded(); }
-  uint64_t decoded() const { return pictures + sounds; }
+  uint64_t decoded() const { return frames + audioChunks; }
 };
 
 class PlayStatistics {
  public:
   void addEncoded(Media media, std::size_t bytes);
-  void addPicture(int width, int height);
-  void addSound();
+  void addFrame(int width, int height);
+  void addAudio();
   void setPackets(const StreamPackets& packets);
 
   PlayCounts counts() const;

@@ -45,15 +45,15 @@ PlayUrl fileAt(const std::string& path) {
   return url;
 }
 
-std::optional<PlayUrl> parseFileUri(const char* text, std::string& problem) {
+std::optional<PlayUrl> parseFileUri(const char* text, std::string& error) {
   GError* failure = nullptr;
   gchar* host = nullptr;
   const GstPtr<gchar> path(g_filename_from_uri(text, &host, &failure));
   const GstPtr<gchar> ownedHost(host);
   if (!path) {
-    problem = GstPtr<GError>(failure)->message;
+    error = GstPtr<GError>(failure)->message;
   } else if (host && std::string_view(host) != "localhost") {
-    problem = fmt::format("the file is on another computer, {}", host);
+    error = fmt::format("the file is on another computer, {}", host);
   } else {
     return fileAt(path.get());
   }
@@ -83,8 +83,8 @@ bool asksToListen(const char* query) {
 }
 
 // RTMP's addresses have rules of their own: parameters may stand in the middle.
-std::optional<PlayUrl> parseRtmp(const char* text, std::string& problem) {
-  const auto target = parseRtmpUrl(text, problem);
+std::optional<PlayUrl> parseRtmp(const char* text, std::string& error) {
+  const auto target = parseRtmpUrl(text, error);
   if (!target) return std::nullopt;
   const auto withoutQuery = [](const std::string& part) { return part.substr(0, part.find('?')); };
   PlayUrl url;
@@ -105,9 +105,9 @@ std::string PlayUrl::forLog() const {
   return fmt::format("{}:{}/{}/…", host, port, redactPath(channel));
 }
 
-std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem, bool srtListener) {
+std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool srtListener) {
   if (!text || !*text) {
-    problem = "the URL is empty";
+    error = "the URL is empty";
     return std::nullopt;
   }
   if (*text == '/') return fileAt(text);
@@ -116,18 +116,18 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem, bool
       text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), nullptr));
   if (!uri) {
     // Not GLib's own words, which repeat the address.
-    problem = "the URL cannot be read";
+    error = "the URL cannot be read";
     return std::nullopt;
   }
   const std::string name = g_uri_get_scheme(uri.get());
   const auto* scheme = std::find_if(std::begin(kSchemes), std::end(kSchemes),
                                     [&](const Scheme& known) { return name == known.name; });
   if (scheme == std::end(kSchemes)) {
-    problem = fmt::format("the scheme is {}, not one that can be played", name);
+    error = fmt::format("the scheme is {}, not one that can be played", name);
     return std::nullopt;
   }
-  if (scheme->protocol == PlayProtocol::kFile) return parseFileUri(text, problem);
-  if (scheme->protocol == PlayProtocol::kRtmp) return parseRtmp(text, problem);
+  if (scheme->protocol == PlayProtocol::kFile) return parseFileUri(text, error);
+  if (scheme->protocol == PlayProtocol::kRtmp) return parseRtmp(text, error);
   PlayUrl url;
   url.text = text;
   url.protocol = scheme->protocol;
@@ -136,12 +136,12 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem, bool
   if (url.port == 0) url.port = scheme->port;
   setPath(url, g_uri_get_path(uri.get()));
   if (url.host.empty()) {
-    problem = "the host is missing";
+    error = "the host is missing";
   } else if (url.port == 0) {
-    problem = "the port is missing";
+    error = "the port is missing";
   } else if (scheme->protocol == PlayProtocol::kSrt && !srtListener &&
              asksToListen(g_uri_get_query(uri.get()))) {
-    problem = "an srt URL may ask for the mode caller only";
+    error = "an srt URL may ask for the mode caller only";
   } else {
     return url;
   }

@@ -28,8 +28,7 @@ struct PlayUrl {
 
 // Accepts rtmp, rtmps, http, https, rtsp, srt and file URLs, and absolute paths of files. An srt
 // URL may ask for another mode than to call the server only with `srtListener`. Without a value,
-// `problem` says what is wrong.
-std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& problem,
-                                    bool srtListener = false);
+// `error` says what is wrong.
+std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool srtListener = false);
 
 }  // namespace NimboEngine

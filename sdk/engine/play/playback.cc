@@ -16,7 +16,7 @@ constexpr auto kTick = 250ms;
 constexpr auto kSecond = 1s;
 constexpr auto kLogInterval = 10s;
 // Taking a pipeline down took 130 ms at most, unless it hung.
-constexpr auto kStopPatience = 400ms;
+constexpr auto kStopTimeout = 400ms;
 // How long a stream that plays may stand still. A server may be silent for a while between two
 // segments.
 constexpr auto kLiveSilence = 5s;
@@ -87,18 +87,19 @@ void Playback::open() {
 
 DecodedMediaSink::Handlers Playback::watchedHandlers() {
   auto first = ownerGuard_.bind([this] { onFirstOutput(); });
-  auto told = std::make_shared<std::atomic<bool>>(false);
-  const auto tell = [this, first, told] {
-    if (!told->load(std::memory_order_relaxed) && !told->exchange(true)) engine_.post(first);
+  auto notified = std::make_shared<std::atomic<bool>>(false);
+  const auto notify = [this, first, notified] {
+    if (!notified->load(std::memory_order_relaxed) && !notified->exchange(true))
+      engine_.post(first);
   };
   return {.onFrame =
-              [this, tell](GstBuffer* buffer, const GstVideoInfo& info) {
-                tell();
+              [this, notify](GstBuffer* buffer, const GstVideoInfo& info) {
+                notify();
                 handlers_.onFrame(buffer, info);
               },
           .onAudio =
-              [this, tell](const AudioAligner::Piece& piece) {
-                tell();
+              [this, notify](const AudioAligner::Piece& piece) {
+                notify();
                 handlers_.onAudio(piece);
               }};
 }
@@ -123,9 +124,9 @@ void Playback::stop() {
   stopping_ = true;
   if (output_) output_->close();
   if (runner_) runner_->requestStop();
-  const auto patience = runner_ ? EngineThread::Clock::duration(kStopPatience)
-                                : EngineThread::Clock::duration::zero();
-  engine_.postAfter(patience, ownerGuard_.bind([this] { over({}); }));
+  const auto timeout =
+      runner_ ? EngineThread::Clock::duration(kStopTimeout) : EngineThread::Clock::duration::zero();
+  engine_.postAfter(timeout, ownerGuard_.bind([this] { over({}); }));
 }
 
 void Playback::onAttemptOver(const PlayOutcome& outcome) {

@@ -10,7 +10,7 @@ std::optional<RetryPlan::Duration> RetryPlan::nextPause(Time now) {
     lostSince_ = now;
     pause_ = kFirstPause;
   }
-  if (now - *lostSince_ >= kPatience) return std::nullopt;
+  if (now - *lostSince_ >= kTimeout) return std::nullopt;
   return std::exchange(pause_, std::min(pause_ * 2, kLongestPause));
 }
 

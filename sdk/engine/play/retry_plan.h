@@ -18,7 +18,7 @@ class RetryPlan {
 
   static constexpr Duration kFirstPause{500};
   static constexpr Duration kLongestPause{2000};
-  static constexpr Duration kPatience{10'000};
+  static constexpr Duration kTimeout{10'000};
 
   // The stream is gone, or an attempt to have it back has failed. Returns how long to wait before
   // the next attempt; none when there is to be none.

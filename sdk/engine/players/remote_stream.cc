@@ -4,23 +4,23 @@
 
 namespace NimboEngine {
 
-void RemoteStream::putPicture(GstBuffer* picture, const GstVideoInfo& info) {
-  std::optional<Picture> replaced(Picture{share(picture), info});  // released after the lock
+void RemoteStream::putFrame(GstBuffer* frame, const GstVideoInfo& info) {
+  std::optional<Frame> replaced(Frame{share(frame), info});  // released after the lock
   std::lock_guard lock(mutex_);
-  picture_.swap(replaced);
+  frame_.swap(replaced);
 }
 
 void RemoteStream::clear() {
   audio_.clear();
-  std::optional<Picture> last;
+  std::optional<Frame> last;
   std::lock_guard lock(mutex_);
-  picture_.swap(last);
+  frame_.swap(last);
 }
 
-std::optional<RemoteStream::Picture> RemoteStream::picture() const {
+std::optional<RemoteStream::Frame> RemoteStream::frame() const {
   std::lock_guard lock(mutex_);
-  if (!picture_) return std::nullopt;
-  return Picture{share(picture_->buffer.get()), picture_->info};
+  if (!frame_) return std::nullopt;
+  return Frame{share(frame_->buffer.get()), frame_->info};
 }
 
 }  // namespace NimboEngine

@@ -24,20 +24,20 @@ namespace NimboEngine {
 
 class RemoteStream {
  public:
-  struct Picture {
+  struct Frame {
     GstPtr<GstBuffer> buffer;
     GstVideoInfo info;
   };
 
   // The player's side: I420 frames at their moment of presentation, audio ahead of it.
-  void putPicture(GstBuffer* picture, const GstVideoInfo& info);
+  void putFrame(GstBuffer* frame, const GstVideoInfo& info);
   void putAudio(const AudioAligner::Piece& piece) { audio_.put(piece.samples, piece.moment); }
 
   // Nothing plays any more: no picture, silence.
   void clear();
 
   // None before the first picture.
-  std::optional<Picture> picture() const;
+  std::optional<Frame> frame() const;
 
   // Fills `out` with what is heard from `moment` on, silence where nothing is.
   void audioAt(AudioTimeline::Time moment, std::span<int16_t> out) const {
@@ -46,7 +46,7 @@ class RemoteStream {
 
  private:
   mutable std::mutex mutex_;
-  std::optional<Picture> picture_;
+  std::optional<Frame> frame_;
   AudioTimeline audio_;
 };
 

@@ -31,7 +31,7 @@ void BitrateControl::setLimits(int minimum, int target) {
   change(wasAtTarget || !limits_.controlled ? target : kbps_);
 }
 
-void BitrateControl::look(std::chrono::milliseconds waiting) {
+void BitrateControl::update(std::chrono::milliseconds waiting) {
   if (!limits_.controlled) return;
   const auto now = now_();
   if (waiting > kClear) {

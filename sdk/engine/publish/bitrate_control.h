@@ -40,7 +40,7 @@ class BitrateControl {
   void setLimits(int minimum, int target);
 
   // How much waits, in playing time.
-  void look(std::chrono::milliseconds waiting);
+  void update(std::chrono::milliseconds waiting);
 
   void onSendTimeout();
 

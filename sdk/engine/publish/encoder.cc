@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
+#include <gst/audio/audio.h>
 
 #include <utility>
 
@@ -15,7 +16,7 @@ namespace NimboEngine {
 namespace {
 
 // A quarter of a second at 30 pictures a second: room for a hiccup, little memory.
-constexpr int kQueuedPictures = 8;
+constexpr int kQueuedFrames = 8;
 
 // In pictures, more than there ever are between two key frames: those are asked for by time.
 constexpr int kLongestInterval = 60 * 60;
@@ -24,7 +25,8 @@ std::string audioBranch(const EncoderSettings& settings) {
   return fmt::format(
       "appsrc name=audio is-live=true format=time max-bytes=0 max-time=1000000000 "
       "leaky-type=downstream "
-      "caps=audio/x-raw,format=S16LE,layout=interleaved,rate={},channels={} ! audioconvert ! "
+      "caps=audio/x-raw,format=" GST_AUDIO_NE(S16) ",layout=interleaved,rate={},channels={} ! "
+      "audioconvert ! "
       "avenc_aac bitrate={} ! aacparse ! audio/mpeg,mpegversion=4,stream-format=raw ! mux.audio ",
       settings.audio.rate, settings.audio.channels, settings.audioBps);
 }
@@ -69,7 +71,7 @@ std::string Encoder::videoBranch() const {
       "leaky-type=downstream ! videocrop name=crop ! videoconvertscale add-borders=true ! "
       "capsfilter name=size ! {} ! "
       "h264parse ! video/x-h264,stream-format=avc,alignment=au ! mux.video ",
-      kQueuedPictures, h264_->describe(kbps, kLongestInterval));
+      kQueuedFrames, h264_->describe(kbps, kLongestInterval));
 }
 
 bool Encoder::start() {

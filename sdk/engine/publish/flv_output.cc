@@ -21,7 +21,7 @@ FlvOutput::FlvOutput(bool audioOnly, Events events)
 void FlvOutput::attach(Connection* connection) {
   std::lock_guard lock(mutex_);
   connection_ = connection;
-  ledger_ = {};
+  sendQueue_ = {};
   payload_ = 0;
   acknowledgedBefore_ = connection->acknowledged();
   firstFrame_.reset();
@@ -40,29 +40,29 @@ void FlvOutput::deliver(GstPtr<GstBuffer> tag) {
   if (isHeader(kind)) headers_[kind] = share(tag.get());
   if (kind == FlvTag::kVideoHeader) videoHeaderChanged_ = true;
   if (!connection_) return;
-  const FrameGate::Verdict verdict = gate_.decide(kind, waiting());
+  const FrameGate::Decision decision = gate_.decide(kind, waiting());
   // The muxer gives the new codec header first and the metadata that belong to it then: both wait
   // for the key frame behind them.
-  const bool newFormat = kind == FlvTag::kVideoKeyFrame && verdict.send && videoHeaderChanged_;
-  if (verdict.first || newFormat) {
+  const bool newFormat = kind == FlvTag::kVideoKeyFrame && decision.send && videoHeaderChanged_;
+  if (decision.first || newFormat) {
     sendHeader(FlvTag::kMetadata, flvTimestamp(tag.get()));
     sendHeader(FlvTag::kVideoHeader, flvTimestamp(tag.get()));
     videoHeaderChanged_ = false;
   }
-  if (verdict.first) sendHeader(FlvTag::kAudioHeader, flvTimestamp(tag.get()));
-  if (verdict.send) send(std::move(tag));
-  if (verdict.first) firstFrame_ = acknowledgedBefore_ + payload_;
-  if (verdict.needsKeyFrame) {
+  if (decision.first) sendHeader(FlvTag::kAudioHeader, flvTimestamp(tag.get()));
+  if (decision.send) send(std::move(tag));
+  if (decision.first) firstFrame_ = acknowledgedBefore_ + payload_;
+  if (decision.needsKeyFrame) {
     NIMBO_LOG_WARN("the network is too slow: {} frames left out so far", gate_.dropped());
   }
   lock.unlock();
-  if (verdict.first || newFormat) events_.onMetadataSent();
-  if (verdict.first) events_.onFirstFrame();
-  if (verdict.beginsToDrop) events_.onFramesDropped();
-  if (verdict.needsKeyFrame) events_.onKeyFrameNeeded();
+  if (decision.first || newFormat) events_.onMetadataSent();
+  if (decision.first) events_.onFirstFrame();
+  if (decision.beginsToDrop) events_.onFramesDropped();
+  if (decision.needsKeyFrame) events_.onKeyFrameNeeded();
 }
 
-LinkSample FlvOutput::look() {
+LinkSample FlvOutput::sample() {
   std::lock_guard lock(mutex_);
   if (!connection_) return {};
   return {.waiting = waiting(),
@@ -76,13 +76,13 @@ bool FlvOutput::hasTakenFirstFrame() {
 }
 
 std::chrono::milliseconds FlvOutput::waiting() {
-  return ledger_.playingTime(connection_->backlog());
+  return sendQueue_.playingTime(connection_->backlog());
 }
 
 void FlvOutput::send(GstPtr<GstBuffer> tag) {
   const gsize size = gst_buffer_get_size(tag.get());
   // Headers repeated to a connection carry the time of the frame behind them, so all is in order.
-  ledger_.add(size, flvTimestamp(tag.get()));
+  sendQueue_.add(size, flvTimestamp(tag.get()));
   // The framing of the file format stays here; that of the protocol, which takes its place, counts
   // for nothing: so the sum is never more than what went out.
   payload_ += size - std::min<gsize>(size, kFlvTagFraming);

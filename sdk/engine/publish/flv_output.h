@@ -46,7 +46,7 @@ class FlvOutput {
   void deliver(GstPtr<GstBuffer> tag);
 
   // How the connection does; all zero without one.
-  LinkSample look();
+  LinkSample sample();
 
   // Whether the server has taken the first frame of the connection, and what led to it.
   bool hasTakenFirstFrame();
@@ -60,7 +60,7 @@ class FlvOutput {
   std::mutex mutex_;
   FrameGate gate_;
   Connection* connection_ = nullptr;
-  SendQueueEstimator ledger_;           // of the connection
+  SendQueueEstimator sendQueue_;        // of the connection
   uint64_t payload_ = 0;                // bytes in the tags sent to the connection
   uint64_t acknowledgedBefore_ = 0;     // bytes the server had taken when it was attached
   std::optional<uint64_t> firstFrame_;  // what it must have taken for the first frame to be there

@@ -27,7 +27,7 @@ bool FrameGate::startsStream(FlvTag tag) const {
   return tag == (audioOnly_ ? FlvTag::kAudioFrame : FlvTag::kVideoKeyFrame);
 }
 
-FrameGate::Verdict FrameGate::decide(FlvTag tag, std::chrono::milliseconds waiting) {
+FrameGate::Decision FrameGate::decide(FlvTag tag, std::chrono::milliseconds waiting) {
   if (!isFrame(tag)) return {};
   switch (state_) {
     case State::kClosed:
@@ -50,7 +50,7 @@ FrameGate::Verdict FrameGate::decide(FlvTag tag, std::chrono::milliseconds waiti
   return {};
 }
 
-FrameGate::Verdict FrameGate::flow(std::chrono::milliseconds waiting) {
+FrameGate::Decision FrameGate::flow(std::chrono::milliseconds waiting) {
   // Headers pass even then: without them nothing that follows could be decoded.
   if (waiting <= kLimit) return {.send = true};
   state_ = State::kCatchingUp;
@@ -58,7 +58,7 @@ FrameGate::Verdict FrameGate::flow(std::chrono::milliseconds waiting) {
   return {.beginsToDrop = true};
 }
 
-FrameGate::Verdict FrameGate::catchUp(std::chrono::milliseconds waiting) {
+FrameGate::Decision FrameGate::catchUp(std::chrono::milliseconds waiting) {
   ++dropped_;
   if (waiting > kLimit / 4) return {};
   state_ = State::kWaiting;

@@ -21,7 +21,7 @@ namespace NimboEngine {
 
 class FrameGate {
  public:
-  struct Verdict {
+  struct Decision {
     bool send = false;
     bool first = false;          // the first frame of a connection: headers go before it
     bool needsKeyFrame = false;  // the encoder should make one at once
@@ -35,7 +35,7 @@ class FrameGate {
   void close();
 
   // What to do with `tag` while media of this playing time wait to be sent.
-  Verdict decide(FlvTag tag, std::chrono::milliseconds waiting);
+  Decision decide(FlvTag tag, std::chrono::milliseconds waiting);
 
   // Frames dropped to catch up, in all.
   uint64_t dropped() const { return dropped_; }
@@ -44,8 +44,8 @@ class FrameGate {
   enum class State { kClosed, kWaiting, kFlowing, kCatchingUp };
 
   bool startsStream(FlvTag tag) const;
-  Verdict flow(std::chrono::milliseconds waiting);
-  Verdict catchUp(std::chrono::milliseconds waiting);
+  Decision flow(std::chrono::milliseconds waiting);
+  Decision catchUp(std::chrono::milliseconds waiting);
 
   const bool audioOnly_;
   State state_ = State::kClosed;

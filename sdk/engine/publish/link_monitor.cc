@@ -23,7 +23,7 @@ void LinkMonitor::restart() {
   timedOut_ = false;
 }
 
-std::vector<LinkEvent> LinkMonitor::look(const LinkSample& sample) {
+std::vector<LinkEvent> LinkMonitor::update(const LinkSample& sample) {
   std::vector<LinkEvent> events;
   if (changesSide(sample)) {
     poor_ = !poor_;

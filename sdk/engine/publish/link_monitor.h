@@ -43,7 +43,7 @@ class LinkMonitor {
   void restart();
 
   // What follows from a further look, taken now.
-  std::vector<LinkEvent> look(const LinkSample& sample);
+  std::vector<LinkEvent> update(const LinkSample& sample);
 
   bool isPoor() const { return poor_; }
 

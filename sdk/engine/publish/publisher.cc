@@ -13,7 +13,7 @@ namespace {
 using namespace LumoRtc;
 
 // How often a connection is looked at: often enough to tell soon that a server takes media again.
-constexpr std::chrono::milliseconds kLookInterval{50};
+constexpr std::chrono::milliseconds kPollInterval{50};
 
 RandomSource randomSource() {
   return [generator = std::minstd_rand(std::random_device()())]() mutable {
@@ -31,41 +31,41 @@ Publisher::Publisher(EngineThread& engine, const EncoderSettings& encoder,
       link_(network.sendTimeout, &LinkMonitor::Clock::now),
       bitrate_(bitrateLimits(encoder), &BitrateControl::Clock::now),
       format_(encoder.video),
-      outlet_(encoder.audioOnly, outletEvents()),
+      output_(encoder.audioOnly, outputEvents()),
       encoder_(encoder, encoderEvents()) {}
 
 Publisher::~Publisher() {
-  outlet_.detach();
+  output_.detach();
 }
 
 // ---------------------------------------------------------------------------- events of the parts
 
-FlvOutput::Events Publisher::outletEvents() {
+FlvOutput::Events Publisher::outputEvents() {
   auto firstFrame = ownerGuard_.bind([this] {
-    if (phase() == PushPhase::kPublishing && !std::exchange(toldFirstFrame_, true)) {
+    if (phase() == PushPhase::kPublishing && !std::exchange(notifiedFirstFrame_, true)) {
       events_.onFirstFrame();
     }
   });
   // Nothing is told any more when the push is over, or about to be, by then.
-  auto news = ownerGuard_.bind([this](NetworkEvent which) {
+  auto raise = ownerGuard_.bind([this](NetworkEvent which) {
     if (phase() == PushPhase::kPublishing || phase() == PushPhase::kResuming) {
-      events_.onNews(which);
+      events_.onNetworkEvent(which);
     }
   });
-  auto tell = [this, news](NetworkEvent which) {
-    engine_.post([news, which]() mutable { news(which); });
+  auto notify = [this, raise](NetworkEvent which) {
+    engine_.post([raise, which]() mutable { raise(which); });
   };
   return {.onFirstFrame = [this, firstFrame] { engine_.post(firstFrame); },
-          .onMetadataSent = [tell] { tell(NetworkEvent::kSendMessage); },
+          .onMetadataSent = [notify] { notify(NetworkEvent::kSendMessage); },
           .onKeyFrameNeeded = [this] { encoder_.requestKeyFrame(); },
-          .onFramesDropped = [tell] { tell(NetworkEvent::kPacketsLost); }};
+          .onFramesDropped = [notify] { notify(NetworkEvent::kPacketsLost); }};
 }
 
 Encoder::Events Publisher::encoderEvents() {
   auto failed = ownerGuard_.bind([this](const std::string& message) {
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, message);
   });
-  return {.onTag = [this](GstPtr<GstBuffer> tag) { outlet_.deliver(std::move(tag)); },
+  return {.onTag = [this](GstPtr<GstBuffer> tag) { output_.deliver(std::move(tag)); },
           .onFailed =
               [this, failed](const std::string& message) {
                 engine_.post([failed, message]() mutable { failed(message); });
@@ -111,7 +111,7 @@ void Publisher::apply(PushInput input, LumoLiveErrorCode code, std::string messa
     code = kLumoLiveErrorConnectionLost;
   }
   if (phase() != before) entered(before, step);
-  if (code == kLumoLiveErrorPublishDenied && endsPush(step.report)) tellOverdue();
+  if (code == kLumoLiveErrorPublishDenied && endsPush(step.report)) notifyOverdue();
   if (step.report != PushReport::kNone) events_.onReport({step.report, code, std::move(message)});
 }
 
@@ -135,7 +135,7 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
     case PushPhase::kResuming:
       return beginSending();
     case PushPhase::kStopping:
-      outlet_.detach();
+      output_.detach();
       return finishConnection();
   }
 }
@@ -146,7 +146,7 @@ void Publisher::connect() {
   // Only told: the server decides, and this machine's clock may be wrong.
   const auto now =
       std::chrono::time_point_cast<PushUrl::Time::duration>(std::chrono::system_clock::now());
-  if (url_.expiry && *url_.expiry < now) tellOverdue();
+  if (url_.expiry && *url_.expiry < now) notifyOverdue();
   connection_ = makeConnection(
       engine_, url_,
       {.onAccepted = [this] { apply(PushInput::kAccepted); },
@@ -164,7 +164,7 @@ void Publisher::onConnectionFailed(LumoLiveErrorCode code, const std::string& me
 void Publisher::beginSending() {
   link_.restart();
   bitrate_.onNewConnection();
-  outlet_.attach(connection_.get());
+  output_.attach(connection_.get());
   encoder_.requestKeyFrame();
   watchLink(connection_.get());
 }
@@ -173,23 +173,23 @@ void Publisher::beginSending() {
 void Publisher::watchLink(const Connection* connection) {
   if (connection_.get() != connection) return;
   if (phase() != PushPhase::kPublishing && phase() != PushPhase::kResuming) return;
-  if (outlet_.hasTakenFirstFrame()) apply(PushInput::kMediaTaken);
-  const LinkSample sample = outlet_.look();
-  bitrate_.look(sample.waiting);
-  for (const LinkEvent event : link_.look(sample)) onLinkEvent(event);
+  if (output_.hasTakenFirstFrame()) apply(PushInput::kMediaTaken);
+  const LinkSample sample = output_.sample();
+  bitrate_.update(sample.waiting);
+  for (const LinkEvent event : link_.update(sample)) onLinkEvent(event);
   applyBitrate();
-  engine_.postAfter(kLookInterval, ownerGuard_.bind([this, connection] { watchLink(connection); }));
+  engine_.postAfter(kPollInterval, ownerGuard_.bind([this, connection] { watchLink(connection); }));
 }
 
 void Publisher::onLinkEvent(LinkEvent event) {
   switch (event) {
     case LinkEvent::kPoor:
-      return events_.onNews(NetworkEvent::kNetworkPoor);
+      return events_.onNetworkEvent(NetworkEvent::kNetworkPoor);
     case LinkEvent::kRecovered:
-      return events_.onNews(NetworkEvent::kNetworkRecovery);
+      return events_.onNetworkEvent(NetworkEvent::kNetworkRecovery);
     case LinkEvent::kSendTimeout:
       bitrate_.onSendTimeout();
-      return events_.onNews(NetworkEvent::kSendDataTimeout);
+      return events_.onNetworkEvent(NetworkEvent::kSendDataTimeout);
     case LinkEvent::kDead:
       return apply(PushInput::kFailed, kLumoLiveErrorConnectionLost,
                    "the server takes no data any more");
@@ -202,8 +202,9 @@ void Publisher::applyBitrate() {
   encoder_.setVideoKbps(appliedKbps_);
 }
 
-void Publisher::tellOverdue() {
-  if (!std::exchange(toldOverdue_, true)) events_.onNews(NetworkEvent::kAuthenticationOverdue);
+void Publisher::notifyOverdue() {
+  if (!std::exchange(notifiedOverdue_, true))
+    events_.onNetworkEvent(NetworkEvent::kAuthenticationOverdue);
 }
 
 void Publisher::finishConnection() {
@@ -213,7 +214,7 @@ void Publisher::finishConnection() {
 }
 
 void Publisher::closeConnection() {
-  outlet_.detach();
+  output_.detach();
   // Later, since the connection may be what called.
   engine_.post([closing = std::shared_ptr<Connection>(std::move(connection_))] {});
 }

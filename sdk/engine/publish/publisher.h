@@ -52,7 +52,7 @@ class Publisher final : public FrameConsumer {
     std::function<void(const PushOutcome&)> onReport;
     // The first key frame went out after the server had accepted; once for a push.
     std::function<void()> onFirstFrame;
-    std::function<void(NetworkEvent)> onNews;
+    std::function<void(NetworkEvent)> onNetworkEvent;
   };
 
   Publisher(EngineThread& engine, const EncoderSettings& encoder, const NetworkSettings& network,
@@ -72,7 +72,7 @@ class Publisher final : public FrameConsumer {
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
 
  private:
-  FlvOutput::Events outletEvents();
+  FlvOutput::Events outputEvents();
   Encoder::Events encoderEvents();
   void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
   void entered(PushPhase before, const PushState::Step& step);
@@ -82,7 +82,7 @@ class Publisher final : public FrameConsumer {
   void watchLink(const Connection* connection);
   void onLinkEvent(LinkEvent event);
   void applyBitrate();
-  void tellOverdue();
+  void notifyOverdue();
   void finishConnection();
   void closeConnection();
 
@@ -94,10 +94,10 @@ class Publisher final : public FrameConsumer {
   BitrateControl bitrate_;
   VideoFormat format_;
   PushUrl url_;
-  bool toldFirstFrame_ = false;
-  bool toldOverdue_ = false;
+  bool notifiedFirstFrame_ = false;
+  bool notifiedOverdue_ = false;
   std::unique_ptr<Connection> connection_;
-  FlvOutput outlet_;
+  FlvOutput output_;
   int appliedKbps_ = 0;
   Encoder encoder_;  // ends first: its threads use the outlet
 };

@@ -39,7 +39,7 @@ class ClockOverlayTest : public ::testing::Test {
   void SetUp() override { plugin_.enable(true); }
 
   // Where the picture changed.
-  static Box changed(const Picture& before, const Picture& after) {
+  static Box changed(const Frame& before, const Frame& after) {
     Box box{before.width(0), before.height(0), 0, 0};
     for (int y = 0; y < before.height(0); ++y) {
       for (int x = 0; x < before.width(0); ++x) {
@@ -53,17 +53,17 @@ class ClockOverlayTest : public ::testing::Test {
     return box;
   }
 
-  std::string read(const Picture& picture, const Box& box) const {
-    GreyPicture part{box.right - box.left, box.bottom - box.top, {}};
+  std::string read(const Frame& frame, const Box& box) const {
+    GreyImage part{box.right - box.left, box.bottom - box.top, {}};
     for (int y = box.top; y < box.bottom; ++y) {
-      for (int x = box.left; x < box.right; ++x) part.pixels.push_back(picture.at(0, x, y));
+      for (int x = box.left; x < box.right; ++x) part.pixels.push_back(frame.at(0, x, y));
     }
     return reader_.read(part);
   }
 
   // Puts the overlay on `original` and reads it. On grey the whole box differs from the original.
-  std::string readOn(const Picture& original) {
-    const Picture grey({original.width(0), original.height(0)}, 150, kNoColour);
+  std::string readOn(const Frame& original) {
+    const Frame grey({original.width(0), original.height(0)}, 150, kNoColour);
     return read(plugin_.process(original), changed(grey, plugin_.process(grey)));
   }
 
@@ -80,12 +80,12 @@ class ClockOverlayTest : public ::testing::Test {
   const TextReader reader_;
 };
 
-TEST_F(ClockOverlayTest, ShowsTheTimeOfDayLegiblyOnAnyPicture) {
+TEST_F(ClockOverlayTest, ShowsTheTimeOfDayLegiblyOnAnyFrame) {
   ASSERT_TRUE(plugin_.set(R"({"size": 0.1})"));
   const Shape odd{641, 361, 7, 5, 3};
-  for (const Picture& original :
-       {Picture(kShape, 16, kNoColour), Picture(kShape, 235, kNoColour), Picture(kShape, 255, 0),
-        Picture(kShape, 110, 240), Picture::noise(kShape), Picture::noise(odd)}) {
+  for (const Frame& original :
+       {Frame(kShape, 16, kNoColour), Frame(kShape, 235, kNoColour), Frame(kShape, 255, 0),
+        Frame(kShape, 110, 240), Frame::noise(kShape), Frame::noise(odd)}) {
     const std::time_t start = std::time(nullptr);
     EXPECT_TRUE(isTimeSince(start, readOn(original)));
   }
@@ -93,17 +93,17 @@ TEST_F(ClockOverlayTest, ShowsTheTimeOfDayLegiblyOnAnyPicture) {
 
 TEST_F(ClockOverlayTest, IsLegibleAtItsDefaultSize) {
   const std::time_t start = std::time(nullptr);
-  EXPECT_TRUE(isTimeSince(start, readOn(Picture::noise(kShape))));
+  EXPECT_TRUE(isTimeSince(start, readOn(Frame::noise(kShape))));
 }
 
 TEST_F(ClockOverlayTest, TheClockRuns) {
   const std::time_t start = std::time(nullptr);
-  std::string first = readOn(Picture::noise(kShape));
+  std::string first = readOn(Frame::noise(kShape));
   std::string next = first;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   while (next == first && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    next = readOn(Picture::noise(kShape));
+    next = readOn(Frame::noise(kShape));
   }
   EXPECT_NE(next, first);
   EXPECT_TRUE(isTimeSince(start, next));
@@ -112,13 +112,13 @@ TEST_F(ClockOverlayTest, TheClockRuns) {
 TEST_F(ClockOverlayTest, ShowsTheTextBeforeTheTime) {
   ASSERT_TRUE(plugin_.set(R"({"text": "0123456789"})"));
   const std::time_t start = std::time(nullptr);
-  const std::string text = readOn(Picture(kShape, 128, kNoColour));
+  const std::string text = readOn(Frame(kShape, 128, kNoColour));
   EXPECT_EQ(text.substr(0, 10), "0123456789");
   EXPECT_TRUE(isTimeSince(start, text.substr(10)));
 }
 
 TEST_F(ClockOverlayTest, StandsInTheCornerThatWasChosen) {
-  const Picture original(kShape, 150, kNoColour);
+  const Frame original(kShape, 150, kNoColour);
   for (const auto& [name, atRight, atBottom] :
        {std::tuple("top-left", false, false), std::tuple("top-right", true, false),
         std::tuple("bottom-left", false, true), std::tuple("bottom-right", true, true)}) {
@@ -133,7 +133,7 @@ TEST_F(ClockOverlayTest, StandsInTheCornerThatWasChosen) {
 }
 
 TEST_F(ClockOverlayTest, IsAsLargeAsWanted) {
-  const Picture original(kShape, 16, kNoColour);  // only the letters differ from black
+  const Frame original(kShape, 16, kNoColour);  // only the letters differ from black
   for (const double size : {0.05, 0.1, 0.2}) {
     ASSERT_TRUE(plugin_.set("{\"size\":" + std::to_string(size) + "}"));
     const Box letters = changed(original, plugin_.process(original));
@@ -147,11 +147,11 @@ TEST_F(ClockOverlayTest, ChangesNothingOutsideOfItsBoxAndTakesTheColourOutOfIt) 
   for (const Shape& shape : {kShape, Shape{321, 181, 7, 5, 3}, Shape{320, 181}}) {
     for (const char* corner : {"top-left", "bottom-right"}) {
       ASSERT_TRUE(plugin_.set(std::string(R"({"position": ")") + corner + "\"}"));
-      const Picture grey({shape.width, shape.height}, 150, kNoColour);
+      const Frame grey({shape.width, shape.height}, 150, kNoColour);
       const Box box = changed(grey, plugin_.process(grey));
-      const Picture original = Picture::noise(shape);
-      const Picture actual = plugin_.process(original);
-      Picture restored = actual;
+      const Frame original = Frame::noise(shape);
+      const Frame actual = plugin_.process(original);
+      Frame restored = actual;
       for (int y = box.top; y < box.bottom; ++y) {
         for (int x = box.left; x < box.right; ++x) {
           const int dark = (original.at(0, x, y) + 32) / 3;
@@ -169,7 +169,7 @@ TEST_F(ClockOverlayTest, ChangesNothingOutsideOfItsBoxAndTakesTheColourOutOfIt) 
   }
 }
 
-TEST_F(ClockOverlayTest, FitsIntoAnyPicture) {
+TEST_F(ClockOverlayTest, FitsIntoAnyFrame) {
   for (const char* text :
        {R"({"position": "top-left", "size": 0.5})", R"({"position": "bottom-right", "size": 0.5})",
         R"({"position": "bottom-right", "size": 0.02, "text": "a long line"})"}) {
@@ -177,14 +177,14 @@ TEST_F(ClockOverlayTest, FitsIntoAnyPicture) {
     std::vector<Shape> all = shapes();
     all.insert(all.end(), {{3, 200, 1, 1, 1}, {200, 3, 2, 0, 1}, {33, 33}});
     for (const Shape& shape : all) {
-      const Picture original(shape, 150, 90);
+      const Frame original(shape, 150, 90);
       EXPECT_FALSE(plugin_.process(original) == original) << original;
     }
   }
 }
 
 TEST_F(ClockOverlayTest, ATextThatIsRefusedChangesNothing) {
-  const Picture original(kShape, 150, kNoColour);
+  const Frame original(kShape, 150, kNoColour);
   ASSERT_TRUE(plugin_.set(R"({"position": "top-left", "size": 0.1, "text": "1"})"));
   const Box before = changed(original, plugin_.process(original));
   const std::string tooLong = R"({"text": ")" + std::string(101, 'x') + "\"}";
@@ -203,7 +203,7 @@ TEST_F(ClockOverlayTest, ATextThatIsRefusedChangesNothing) {
 }
 
 TEST_F(ClockOverlayTest, ATextOfAnyAlphabetIsTaken) {
-  const Picture original(kShape, 150, kNoColour);
+  const Frame original(kShape, 150, kNoColour);
   EXPECT_TRUE(plugin_.set(R"({"text": "Grüße, Καλημέρα, \u4e2d"})"));
   EXPECT_FALSE(plugin_.process(original) == original);
   EXPECT_TRUE(plugin_.set("{\"text\": \"" + std::string(100, 'x') + "\"}"));
@@ -211,7 +211,7 @@ TEST_F(ClockOverlayTest, ATextOfAnyAlphabetIsTaken) {
 }
 
 TEST_F(ClockOverlayTest, ParametersMayComeWhileFramesAreProcessed) {
-  const Picture original(kShape, 150, kNoColour);
+  const Frame original(kShape, 150, kNoColour);
   std::atomic<int> frames = 0;
   std::atomic<bool> over = false;
   std::thread capture([&] {

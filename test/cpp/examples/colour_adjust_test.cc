@@ -71,14 +71,14 @@ std::string json(const Adjustment& adjustment) {
 }
 
 // How far the pixels of `actual` are from what they should be, at most, in steps of a byte.
-double worstError(const Picture& original, const Picture& actual, const Adjustment& adjustment) {
+double worstError(const Frame& original, const Frame& actual, const Adjustment& adjustment) {
   double worst = 0;
   for (int y = 0; y < original.height(0); ++y) {
     for (int x = 0; x < original.width(0); ++x) {
-      const auto yuv = [x, y](const Picture& picture) -> Colour {
-        return {static_cast<double>(picture.at(0, x, y)),
-                static_cast<double>(picture.at(1, x / 2, y / 2)),
-                static_cast<double>(picture.at(2, x / 2, y / 2))};
+      const auto yuv = [x, y](const Frame& frame) -> Colour {
+        return {static_cast<double>(frame.at(0, x, y)),
+                static_cast<double>(frame.at(1, x / 2, y / 2)),
+                static_cast<double>(frame.at(2, x / 2, y / 2))};
       };
       const Colour expected = reference(yuv(original), adjustment);
       const Colour seen = yuv(actual);
@@ -89,16 +89,16 @@ double worstError(const Picture& original, const Picture& actual, const Adjustme
 }
 
 // Every Y, and every pair of U and V.
-Picture everyColour() {
-  Picture picture({512, 512}, 0, 0);
+Frame everyColour() {
+  Frame frame({512, 512}, 0, 0);
   for (int y = 0; y < 512; ++y) {
     for (int x = 0; x < 512; ++x) {
-      picture.at(0, x, y) = static_cast<unsigned char>(x);
-      picture.at(1, x / 2, y / 2) = static_cast<unsigned char>(x / 2);
-      picture.at(2, x / 2, y / 2) = static_cast<unsigned char>(y / 2);
+      frame.at(0, x, y) = static_cast<unsigned char>(x);
+      frame.at(1, x / 2, y / 2) = static_cast<unsigned char>(x / 2);
+      frame.at(2, x / 2, y / 2) = static_cast<unsigned char>(y / 2);
     }
   }
-  return picture;
+  return frame;
 }
 
 class ColourAdjustTest : public ::testing::Test {
@@ -113,7 +113,7 @@ TEST_F(ColourAdjustTest, WithoutParametersLeavesEveryColourAsItIs) {
 }
 
 TEST_F(ColourAdjustTest, AdjustsEveryColourToTheNearestByte) {
-  const Picture original = everyColour();
+  const Frame original = everyColour();
   for (const Adjustment& adjustment : std::initializer_list<Adjustment>{
            {.brightness = 0.25},
            {.brightness = -1},
@@ -136,10 +136,10 @@ TEST_F(ColourAdjustTest, ReachesThePixelsOfEveryShapeAndLeavesThePaddingAlone) {
   const Adjustment adjustment{.brightness = 0.1, .saturation = 2};
   ASSERT_TRUE(plugin_.set(json(adjustment)));
   for (const Shape& shape : shapes()) {
-    const Picture original = Picture::noise(shape);
-    const Picture actual = plugin_.process(original);
+    const Frame original = Frame::noise(shape);
+    const Frame actual = plugin_.process(original);
     EXPECT_LT(worstError(original, actual, adjustment), kRounding) << original;
-    Picture restored = actual;
+    Frame restored = actual;
     for (int plane = 0; plane < 3; ++plane) {
       for (int y = 0; y < original.height(plane); ++y) {
         for (int x = 0; x < original.width(plane); ++x) {
@@ -152,10 +152,10 @@ TEST_F(ColourAdjustTest, ReachesThePixelsOfEveryShapeAndLeavesThePaddingAlone) {
 }
 
 TEST_F(ColourAdjustTest, TurnsRedTowardsYellowAndGreen) {
-  Picture red({2, 2}, 81, 90);
+  Frame red({2, 2}, 81, 90);
   red.at(2, 0, 0) = 240;
   ASSERT_TRUE(plugin_.set(R"({"hue": 120})"));
-  const Picture turnedRed = plugin_.process(red);
+  const Frame turnedRed = plugin_.process(red);
   const Colour rgb =
       toRgb({static_cast<double>(turnedRed.at(0, 0, 0)), static_cast<double>(turnedRed.at(1, 0, 0)),
              static_cast<double>(turnedRed.at(2, 0, 0))});
@@ -164,7 +164,7 @@ TEST_F(ColourAdjustTest, TurnsRedTowardsYellowAndGreen) {
 }
 
 TEST_F(ColourAdjustTest, AKeyThatIsLeftOutKeepsItsValue) {
-  const Picture original = Picture::noise({16, 8});
+  const Frame original = Frame::noise({16, 8});
   ASSERT_TRUE(plugin_.set(R"({"brightness": 0.25})"));
   ASSERT_TRUE(plugin_.set(R"({"saturation": 0})"));
   ASSERT_TRUE(plugin_.set("{}"));
@@ -181,9 +181,9 @@ TEST_F(ColourAdjustTest, TakesTheEndsOfEachRange) {
 }
 
 TEST_F(ColourAdjustTest, ATextThatIsRefusedChangesNothing) {
-  const Picture original = Picture::noise({16, 8});
+  const Frame original = Frame::noise({16, 8});
   ASSERT_TRUE(plugin_.set(R"({"brightness": 0.25, "hue": 10})"));
-  const Picture before = plugin_.process(original);
+  const Frame before = plugin_.process(original);
   for (const char* text : {R"({"brightness": 1.001})",
                            R"({"brightness": -1.001})",
                            R"({"contrast": -0.1})",
@@ -212,24 +212,24 @@ TEST_F(ColourAdjustTest, ATextThatIsRefusedChangesNothing) {
 }
 
 TEST_F(ColourAdjustTest, AFrameHasOneAdjustmentWholly) {
-  const Picture original = Picture::noise({64, 48});
+  const Frame original = Frame::noise({64, 48});
   const std::string first = R"({"brightness": 0.2, "saturation": 0})";
   const std::string second = R"({"brightness": -0.2, "saturation": 2})";
   ASSERT_TRUE(plugin_.set(second));
-  const Picture adjustedSecond = plugin_.process(original);
+  const Frame adjustedSecond = plugin_.process(original);
   ASSERT_TRUE(plugin_.set(first));
-  const Picture adjustedFirst = plugin_.process(original);
+  const Frame adjustedFirst = plugin_.process(original);
 
   std::array<std::atomic<int>, 4> seen{};  // untouched, first, second, anything else
   std::atomic<bool> over = false;
   std::thread capture([&] {
     while (!over) {
-      const Picture picture = plugin_.process(original);
-      if (picture == original)
+      const Frame frame = plugin_.process(original);
+      if (frame == original)
         ++seen[0];
-      else if (picture == adjustedFirst)
+      else if (frame == adjustedFirst)
         ++seen[1];
-      else if (picture == adjustedSecond)
+      else if (frame == adjustedSecond)
         ++seen[2];
       else
         ++seen[3];

@@ -15,14 +15,14 @@ class ExamplePluginTest : public ::testing::TestWithParam<const char*> {
   void SetUp() override { plugin_.set(R"({"brightness": 0.5})"); }
 
   LoadedPlugin plugin_{GetParam()};
-  const Picture original_ = Picture::noise(kShape);
+  const Frame original_ = Frame::noise(kShape);
 };
 
 TEST_P(ExamplePluginTest, StartsSwitchedOff) {
   EXPECT_EQ(plugin_.process(original_), original_);
 }
 
-TEST_P(ExamplePluginTest, ChangesPicturesWhileItIsOn) {
+TEST_P(ExamplePluginTest, ChangesFramesWhileItIsOn) {
   for (int i = 0; i < 2; ++i) {
     EXPECT_TRUE(plugin_.enable(true));
     EXPECT_FALSE(plugin_.process(original_) == original_);
@@ -31,11 +31,11 @@ TEST_P(ExamplePluginTest, ChangesPicturesWhileItIsOn) {
   }
 }
 
-TEST_P(ExamplePluginTest, ChangesEveryPictureAnew) {
+TEST_P(ExamplePluginTest, ChangesEveryFrameAnew) {
   plugin_.enable(true);
-  const Picture once = plugin_.process(original_);
-  plugin_.process(Picture::noise({31, 17}, 2));
-  const Picture again = plugin_.process(original_);
+  const Frame once = plugin_.process(original_);
+  plugin_.process(Frame::noise({31, 17}, 2));
+  const Frame again = plugin_.process(original_);
   // The clock may have ticked in between: what it writes stays inside of its box.
   int different = 0;
   for (std::size_t i = 0; i < once.bytes().size(); ++i) {

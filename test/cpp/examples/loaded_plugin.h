@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "picture.h"
+#include "frame.h"
 #include "plugin/IVideoFramePlugin.h"
 
 namespace ExamplePluginTests {
@@ -36,10 +36,10 @@ class LoadedPlugin {
   bool enable(bool on) { return plugin_->enable(on); }
   bool set(const std::string& parameter) { return plugin_->setParameter(parameter.c_str()); }
 
-  Picture process(Picture picture) {
-    auto record = picture.record();
+  Frame process(Frame frame) {
+    auto record = frame.record();
     frames_->processVideoFrame(&record, &record);
-    return picture;
+    return frame;
   }
 
  private:

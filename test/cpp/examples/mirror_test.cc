@@ -14,8 +14,8 @@ class MirrorTest : public ::testing::Test {
 
 TEST_F(MirrorTest, SwapsLeftAndRightInEveryPlaneAndLeavesThePaddingAlone) {
   for (const Shape& shape : shapes()) {
-    const Picture original = Picture::noise(shape);
-    Picture expected = original;
+    const Frame original = Frame::noise(shape);
+    Frame expected = original;
     for (int plane = 0; plane < 3; ++plane) {
       for (int y = 0; y < original.height(plane); ++y) {
         for (int x = 0; x < original.width(plane); ++x) {
@@ -29,7 +29,7 @@ TEST_F(MirrorTest, SwapsLeftAndRightInEveryPlaneAndLeavesThePaddingAlone) {
 
 TEST_F(MirrorTest, TwiceGivesTheOriginal) {
   for (const Shape& shape : shapes()) {
-    const Picture original = Picture::noise(shape);
+    const Frame original = Frame::noise(shape);
     EXPECT_EQ(plugin_.process(plugin_.process(original)), original);
   }
 }

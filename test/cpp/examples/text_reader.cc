@@ -32,9 +32,9 @@ std::string fontFile() {
   return reinterpret_cast<const char*>(file);
 }
 
-bool hasInk(const GreyPicture& picture, int x) {
-  for (int y = 0; y < picture.height; ++y) {
-    if (picture.at(x, y) >= kInk) return true;
+bool hasInk(const GreyImage& image, int x) {
+  for (int y = 0; y < image.height; ++y) {
+    if (image.at(x, y) >= kInk) return true;
   }
   return false;
 }
@@ -54,7 +54,7 @@ TextReader::TextReader() {
   for (const char character : std::string("0123456789:")) {
     if (FT_Load_Char(face, static_cast<FT_ULong>(character), FT_LOAD_RENDER) != 0) continue;
     const FT_Bitmap& bitmap = face->glyph->bitmap;
-    GreyPicture drawn{static_cast<int>(bitmap.width), static_cast<int>(bitmap.rows), {}};
+    GreyImage drawn{static_cast<int>(bitmap.width), static_cast<int>(bitmap.rows), {}};
     for (int y = 0; y < drawn.height; ++y) {
       const unsigned char* row = bitmap.buffer + y * bitmap.pitch;
       drawn.pixels.insert(drawn.pixels.end(), row, row + drawn.width);
@@ -63,12 +63,12 @@ TextReader::TextReader() {
   }
 }
 
-TextReader::Features TextReader::featuresOf(const GreyPicture& picture, int left, int right) {
-  int top = picture.height;
+TextReader::Features TextReader::featuresOf(const GreyImage& image, int left, int right) {
+  int top = image.height;
   int bottom = 0;
-  for (int y = 0; y < picture.height; ++y) {
+  for (int y = 0; y < image.height; ++y) {
     for (int x = left; x < right; ++x) {
-      if (picture.at(x, y) < kInk) continue;
+      if (image.at(x, y) < kInk) continue;
       top = std::min(top, y);
       bottom = y + 1;
     }
@@ -83,7 +83,7 @@ TextReader::Features TextReader::featuresOf(const GreyPicture& picture, int left
       const double x = left + (column + 0.5) * width / (kColumns * kSamples);
       const double y = top + (row + 0.5) * height / (kRows * kSamples);
       const int field = row / kSamples * kColumns + column / kSamples;
-      if (picture.at(static_cast<int>(x), static_cast<int>(y)) < kInk) continue;
+      if (image.at(static_cast<int>(x), static_cast<int>(y)) < kInk) continue;
       features[static_cast<std::size_t>(field)] += 1.0 / (kSamples * kSamples);
     }
   }
@@ -91,13 +91,13 @@ TextReader::Features TextReader::featuresOf(const GreyPicture& picture, int left
   return features;
 }
 
-std::string TextReader::read(const GreyPicture& picture) const {
+std::string TextReader::read(const GreyImage& image) const {
   std::string text;
-  for (int left = 0; left < picture.width; ++left) {
-    if (!hasInk(picture, left)) continue;
+  for (int left = 0; left < image.width; ++left) {
+    if (!hasInk(image, left)) continue;
     int right = left;
-    while (right < picture.width && hasInk(picture, right)) ++right;
-    const Features seen = featuresOf(picture, left, right);
+    while (right < image.width && hasInk(image, right)) ++right;
+    const Features seen = featuresOf(image, left, right);
     char best = '?';
     double least = 30;  // a shape further away than this is none of them
     for (const auto& [character, features] : glyphs_) {

@@ -11,7 +11,7 @@
 namespace ExamplePluginTests {
 
 // Brightness, 0 to 255, row by row.
-struct GreyPicture {
+struct GreyImage {
   int width = 0;
   int height = 0;
   std::vector<unsigned char> pixels;
@@ -25,7 +25,7 @@ class TextReader {
   TextReader();
 
   // One line, bright on dark, without its spaces; '?' for a shape that is no digit and no colon.
-  std::string read(const GreyPicture& picture) const;
+  std::string read(const GreyImage& image) const;
 
  private:
   // How much ink is in each field of a grid over the shape, then the shape's proportions.
@@ -35,7 +35,7 @@ class TextReader {
     Features features;
   };
 
-  static Features featuresOf(const GreyPicture& picture, int left, int right);
+  static Features featuresOf(const GreyImage& image, int left, int right);
 
   std::vector<Glyph> glyphs_;
 };

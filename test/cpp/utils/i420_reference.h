@@ -54,7 +54,7 @@ class OwnedFrame {
   LumoRtc::LumoLiveVideoRawData raw_;
 };
 
-struct StoredPicture {
+struct StoredFrame {
   std::size_t width = 0;
   std::size_t height = 0;
   std::size_t y_length = 0;
@@ -71,7 +71,7 @@ inline void MoveBytes(const std::vector<unsigned char>& source, std::size_t from
   }
 }
 
-inline StoredPicture ReferencePicture(const OwnedFrame& frame) {
+inline StoredFrame ReferenceFrame(const OwnedFrame& frame) {
   const auto& source = frame.bytes();
   const auto width = static_cast<std::size_t>(frame.raw().width);
   const auto height = static_cast<std::size_t>(frame.raw().height);
@@ -88,17 +88,17 @@ inline StoredPicture ReferencePicture(const OwnedFrame& frame) {
   std::size_t left = (wide - width) / 2 + 1;
   if (left % 2 == 1) --left;
 
-  StoredPicture picture{
-      wide, height, wide * height, half_wide * half_height, half_wide * half_height, {}};
-  picture.bytes.assign(picture.y_length + picture.u_length + picture.v_length, 0);
+  StoredFrame stored{wide, height, wide * height, half_wide * half_height, half_wide * half_height,
+                     {}};
+  stored.bytes.assign(stored.y_length + stored.u_length + stored.v_length, 0);
   std::size_t from_y = 0, to_y = left;
-  std::size_t from_u = stride_y * height, to_u = picture.y_length + left / 2;
-  std::size_t from_v = from_u + stride_u * half_height, to_v = to_u + picture.u_length;
+  std::size_t from_u = stride_y * height, to_u = stored.y_length + left / 2;
+  std::size_t from_v = from_u + stride_u * half_height, to_v = to_u + stored.u_length;
   for (std::size_t i = 0; i < half_height; ++i) {
-    MoveBytes(source, from_y, picture.bytes, to_y, width);
-    MoveBytes(source, from_y + stride_y, picture.bytes, to_y + wide, width);
-    MoveBytes(source, from_u, picture.bytes, to_u, (width + 1) / 2);
-    MoveBytes(source, from_v, picture.bytes, to_v, (width + 1) / 2);
+    MoveBytes(source, from_y, stored.bytes, to_y, width);
+    MoveBytes(source, from_y + stride_y, stored.bytes, to_y + wide, width);
+    MoveBytes(source, from_u, stored.bytes, to_u, (width + 1) / 2);
+    MoveBytes(source, from_v, stored.bytes, to_v, (width + 1) / 2);
     from_y += 2 * stride_y;
     to_y += 2 * wide;
     from_u += stride_u;
@@ -106,7 +106,7 @@ inline StoredPicture ReferencePicture(const OwnedFrame& frame) {
     from_v += stride_v;
     to_v += half_wide;
   }
-  return picture;
+  return stored;
 }
 
 }  // namespace LumoLivePushElectronSDK::testing

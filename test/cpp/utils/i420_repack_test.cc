@@ -36,7 +36,7 @@ std::vector<unsigned char> Stored(const OwnedFrame& frame) {
 
 void ExpectAsReference(const FrameShape& shape) {
   const OwnedFrame frame(shape);
-  const auto expected = testing::ReferencePicture(frame);
+  const auto expected = testing::ReferenceFrame(frame);
   const auto layout = LayOutI420(frame.raw());
   ASSERT_TRUE(layout);
   EXPECT_EQ(layout->width, expected.width);

@@ -16,7 +16,7 @@ using LumoRtc::kLumoLiveVideoSourceCamera;
 using LumoRtc::kLumoLiveVideoSourceScreen;
 using testing::FrameShape;
 using testing::OwnedFrame;
-using testing::ReferencePicture;
+using testing::ReferenceFrame;
 using testing::Tight;
 
 class RecordingObserver final : public VideoRenderDataObserver {
@@ -85,7 +85,7 @@ TEST_F(VideoFrameStoreTest, StoresAndRepacks) {
   const auto layout = store_.PeekFresh("odd").value()[0].value();
   EXPECT_EQ(layout.width, 648U);
   EXPECT_EQ(layout.height, 361U);
-  EXPECT_EQ(Take("odd")[0], ReferencePicture(odd).bytes);
+  EXPECT_EQ(Take("odd")[0], ReferenceFrame(odd).bytes);
 }
 
 TEST_F(VideoFrameStoreTest, SourceOneHasTheSecondSlotAndAllOthersTheFirst) {
@@ -123,7 +123,7 @@ TEST_F(VideoFrameStoreTest, NothingOfAnOlderFrameShowsAroundARepackedOne) {
   const OwnedFrame full(Tight(648, 4), 1), centred(Tight(642, 4), 2);
   ASSERT_EQ(Store("u", full), 0);
   ASSERT_EQ(Store("u", centred), 0);
-  EXPECT_EQ(Take("u")[0], ReferencePicture(centred).bytes);
+  EXPECT_EQ(Take("u")[0], ReferenceFrame(centred).bytes);
 }
 
 TEST_F(VideoFrameStoreTest, TakeIsRefusedWhenTheLayoutChangedAfterThePeek) {
@@ -255,8 +255,8 @@ TEST_F(VideoFrameStoreTest, ClearObserverWaitsForTheCallUnderWay) {
 TEST_F(VideoFrameStoreTest, WritersTakersAndNotifiersSideBySide) {
   constexpr int kRounds = 300;
   const OwnedFrame small(Tight(10, 6), 1), large(Tight(34, 8), 2);
-  const auto small_bytes = ReferencePicture(small).bytes;
-  const auto large_bytes = ReferencePicture(large).bytes;
+  const auto small_bytes = ReferenceFrame(small).bytes;
+  const auto large_bytes = ReferenceFrame(large).bytes;
   std::atomic<bool> done = false;
   ASSERT_EQ(Store("u", small), 0);
 

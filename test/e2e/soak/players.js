@@ -52,8 +52,13 @@ function usageOf(pid) {
 }
 
 /** A player's process, its frames and what it uses. */
-function watchPlayer(sound, url) {
-  const child = startChild('env', [...sound.environment('default_output'), 'node', PLAYER, url]);
+function watchPlayer(soundServer, url) {
+  const child = startChild('env', [
+    ...soundServer.environment('default_output'),
+    'node',
+    PLAYER,
+    url,
+  ]);
   const frames = [];
   const errors = [];
   onLines(child.process.stdout, (line) => {
@@ -117,9 +122,9 @@ async function survive(player, disturb) {
   return { gapMs: Math.max(...gaps), fps };
 }
 
-async function soak(protocol, { clip, other, sound, milliseconds }) {
+async function soak(protocol, { clip, other, soundServer, milliseconds }) {
   const source = await LIVE_SOURCES[protocol](clip);
-  const player = watchPlayer(sound, source.url);
+  const player = watchPlayer(soundServer, source.url);
   try {
     const level = await playUndisturbed(player, milliseconds);
     const frozen = await survive(player, async () => {
@@ -179,13 +184,13 @@ async function main() {
   const milliseconds = Number(values.minutes) * 60_000;
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'soak-players-'));
   const clips = { clip: path.join(folder, 'clip.mp4'), other: path.join(folder, 'other.mp4') };
-  const sound = await startSoundServer();
+  const soundServer = await startSoundServer();
   try {
     await writeClip(clips.clip, Math.ceil(milliseconds / 1000) + 120);
     await writeOtherClip(clips.other, 120);
     const protocols = values.protocols.split(',');
     const results = await Promise.all(
-      protocols.map((protocol) => soak(protocol, { ...clips, sound, milliseconds })),
+      protocols.map((protocol) => soak(protocol, { ...clips, soundServer, milliseconds })),
     );
     printTable([HEAD, ...results.map((result, index) => tableRow(protocols[index], result))]);
     if (values.json) {
@@ -194,7 +199,7 @@ async function main() {
     }
     process.exitCode = results.every((result) => result.usage && isGood(result)) ? 0 : 1;
   } finally {
-    await sound.stop();
+    await soundServer.stop();
     fs.rmSync(folder, { recursive: true, force: true });
   }
 }

@@ -9,7 +9,7 @@
 
 const fs = require('node:fs');
 const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
-const { watchFrames } = require('../../../tools/rtmp/witness');
+const { watchPackets } = require('../../../tools/rtmp/witness');
 const { openLivePush } = require('../support/live_push');
 const { killAndRestart } = require('../support/outages');
 
@@ -45,7 +45,7 @@ function growth(usages) {
 async function secondsToPicture(url) {
   const begin = performance.now();
   await new Promise((resolve) => {
-    const witness = watchFrames(url, () => witness.stop().then(resolve));
+    const witness = watchPackets(url, () => witness.stop().then(resolve));
   });
   return (performance.now() - begin) / 1000;
 }

@@ -18,10 +18,10 @@ async function startDeviceServices() {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'devices-'));
   const before = Object.fromEntries(VARIABLES.map((name) => [name, process.env[name]]));
   const bus = path.join(folder, 'messages');
-  const sound = path.join(folder, 'sound');
+  const pulseSocket = path.join(folder, 'sound');
   Object.assign(process.env, {
     HOME: folder,
-    PULSE_SERVER: `unix:${sound}`,
+    PULSE_SERVER: `unix:${pulseSocket}`,
     XDG_RUNTIME_DIR: folder,
   });
   const services = [];
@@ -44,10 +44,10 @@ async function startDeviceServices() {
   const daemon = start(
     ...['pulseaudio', '-n', '--daemonize=no', '--exit-idle-time=-1', '--use-pid-file=no'],
     ...['--disallow-exit', '--log-level=error'],
-    ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${sound}`],
+    ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${pulseSocket}`],
     ...['-L', 'module-null-sink sink_name=loudspeaker rate=48000'],
   );
-  await untilThere(daemon, sound);
+  await untilThere(daemon, pulseSocket);
 
   return {
     /**

@@ -1,6 +1,6 @@
 'use strict';
 
-const { watchFrames } = require('../../../tools/rtmp/witness');
+const { watchPackets } = require('../../../tools/rtmp/witness');
 const { createCondition } = require('./condition');
 
 /**
@@ -18,7 +18,7 @@ const { createCondition } = require('./condition');
 function watchRates(url) {
   const frames = [];
   const arrival = createCondition();
-  const child = watchFrames(url, (seconds, bytes, isKey) => {
+  const child = watchPackets(url, (seconds, bytes, isKey) => {
     frames.push({ seconds, bytes, isKey });
     arrival.changed();
   });

@@ -21,8 +21,8 @@ function watchStream(url, { x, y }) {
   const pitches = [];
   let colour;
   const waiting = new Set();
-  const tell = () => {
-    for (const look of [...waiting]) look();
+  const notify = () => {
+    for (const check of [...waiting]) check();
   };
 
   const play = (...args) => startChild('ffmpeg', [...AT_ONCE, '-i', url, ...args]);
@@ -38,27 +38,27 @@ function watchStream(url, { x, y }) {
     'pipe:1',
   );
   onLines(packets.process.stdout, packetReader(times));
-  const sound = play('-map', '0:a', '-ac', '1', '-ar', String(RATE), '-f', 's16le', 'pipe:1');
-  onPieces(sound.process.stdout, PIECE * SAMPLE_BYTES, (piece) => {
+  const audioPlayer = play('-map', '0:a', '-ac', '1', '-ar', String(RATE), '-f', 's16le', 'pipe:1');
+  onPieces(audioPlayer.process.stdout, PIECE * SAMPLE_BYTES, (piece) => {
     pitches.push(pitch(piece));
-    tell();
+    notify();
   });
   const part = `crop=20:20:iw*${x}-10:ih*${y}-10,format=rgb24,scale=1:1:flags=area`;
-  const picture = play('-map', '0:v', '-vf', part, '-f', 'rawvideo', 'pipe:1');
-  onPieces(picture.process.stdout, COLOUR_BYTES, (bytes) => {
+  const videoPlayer = play('-map', '0:v', '-vf', part, '-f', 'rawvideo', 'pipe:1');
+  onPieces(videoPlayer.process.stdout, COLOUR_BYTES, (bytes) => {
     colour = [...bytes];
-    tell();
+    notify();
   });
 
   const until = (condition) =>
     new Promise((resolve) => {
-      const look = () => {
+      const check = () => {
         if (!condition()) return;
-        waiting.delete(look);
+        waiting.delete(check);
         resolve();
       };
-      waiting.add(look);
-      look();
+      waiting.add(check);
+      check();
     });
 
   return {
@@ -68,22 +68,22 @@ function watchStream(url, { x, y }) {
     pitches,
 
     /** Resolves when the spot has that colour. @param {number[]} wanted red, green and blue */
-    sees: (wanted) =>
+    untilColour: (wanted) =>
       until(() => colour?.every((value, index) => Math.abs(value - wanted[index]) < 40)),
 
     /** Resolves when a tone of that pitch was heard for the last half second. */
-    hears: (hertz) =>
+    untilTone: (hertz) =>
       until(() => {
         const last = pitches.slice(-5);
-        return last.length === 5 && last.every((heard) => Math.abs(heard - hertz) <= 20);
+        return last.length === 5 && last.every((measured) => Math.abs(measured - hertz) <= 20);
       }),
 
     /** @returns {number} seconds: the longest time in which nothing was heard */
     longestSilence() {
       let silence = 0;
       let longest = 0;
-      for (const heard of pitches) {
-        silence = heard === 0 ? silence + 0.1 : 0;
+      for (const measured of pitches) {
+        silence = measured === 0 ? silence + 0.1 : 0;
         longest = Math.max(longest, silence);
       }
       return longest;
@@ -91,9 +91,9 @@ function watchStream(url, { x, y }) {
 
     /** What became of the three players: empty while all of them still play. */
     ended: () =>
-      [packets, sound, picture].filter(({ process }) => process.exitCode !== null).length,
+      [packets, audioPlayer, videoPlayer].filter(({ process }) => process.exitCode !== null).length,
 
-    stop: () => Promise.all([packets.stop(), sound.stop(), picture.stop()]),
+    stop: () => Promise.all([packets.stop(), audioPlayer.stop(), videoPlayer.stop()]),
   };
 }
 

@@ -50,7 +50,7 @@ const ERROR_EVENTS = { push: 'onSDKError', play: 'onPlayError' };
 
 /**
  * @typedef {object} Result
- * @property {string[]} problems empty: all was as expected
+ * @property {string[]} failures empty: all was as expected
  * @property {object} figures
  * @property {number} [figures.code] of the error event
  * @property {number} [figures.errorMs]
@@ -69,7 +69,7 @@ class CaseRun {
     this.clip = clip;
     this.expected = row[role];
     this.figures = {};
-    this.problems = [];
+    this.failures = [];
   }
 
   /** @returns {Promise<Result>} */
@@ -88,11 +88,11 @@ class CaseRun {
       await this.client?.kill();
       await this.server.close();
     }
-    return { problems: this.problems, figures: this.figures };
+    return { failures: this.failures, figures: this.figures };
   }
 
-  check(holds, problem) {
-    if (!holds) this.problems.push(problem);
+  check(holds, message) {
+    if (!holds) this.failures.push(message);
     return holds;
   }
 

@@ -53,8 +53,8 @@ function testQuickRows(title, rows) {
 
     for (const each of casesOf(rows.filter(({ quick }) => quick))) {
       it(each.name, async () => {
-        const { problems } = await suite.run(each);
-        assert.deepEqual(problems, []);
+        const { failures } = await suite.run(each);
+        assert.deepEqual(failures, []);
       });
     }
   });

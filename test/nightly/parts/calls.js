@@ -53,19 +53,19 @@ async function run({ calls, seed }, report) {
   let next = seed;
   for await (const runtime of runtimes()) {
     const end = next + share;
-    const problems = [];
+    const failures = [];
     const began = performance.now();
     const work = async () => {
       while (next < end) {
         const own = next++;
-        const problem = await callAll(runtime, own, each, path.join(folder, String(own)));
-        if (problem) problems.push(problem);
+        const failure = await callAll(runtime, own, each, path.join(folder, String(own)));
+        if (failure) failures.push(failure);
       }
     };
     await Promise.all(Array.from({ length: JOBS }, work));
     const seconds = ((performance.now() - began) / 1000).toFixed(0);
     const figures = `${share * each} in ${seconds} s`;
-    report({ what: `hostile calls, ${runtime.name}`, figures, problems });
+    report({ what: `hostile calls, ${runtime.name}`, figures, failures });
   }
   fs.rmSync(folder, { recursive: true });
 }

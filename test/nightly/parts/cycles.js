@@ -10,7 +10,7 @@ const LIMITS = { mib: 48, descriptors: 2, threads: 2 };
 async function run({ cycles, seed }, report) {
   const server = await startRtmpServer();
   const usages = [];
-  const problems = await runScenario(
+  const failures = await runScenario(
     'cycles_process.js',
     [server.url(), seed, cycles].map(String),
     {
@@ -24,11 +24,11 @@ async function run({ cycles, seed }, report) {
   const figures = Object.keys(LIMITS).map((name) => {
     if (!after) return `${name} -`;
     const growth = after[name] - before[name];
-    if (growth > LIMITS[name]) problems.push(`${growth.toFixed(0)} ${name} more`);
+    if (growth > LIMITS[name]) failures.push(`${growth.toFixed(0)} ${name} more`);
     return `${name} ${before[name].toFixed(0)} to ${after[name].toFixed(0)}`;
   });
-  if (clients > 0) problems.push(`the server still has ${clients} connections`);
-  report({ what: `${cycles} lives`, figures: figures.join(', '), problems });
+  if (clients > 0) failures.push(`the server still has ${clients} connections`);
+  report({ what: `${cycles} lives`, figures: figures.join(', '), failures });
 }
 
 module.exports = { run };

@@ -14,13 +14,13 @@ async function run({ minutes, seed }, report) {
   for (let index = 0; index < RUNS; index += 1) {
     let calls = 0;
     const args = [server.url(`s${index}`), seed + index, seconds].map(String);
-    const problems = await runScenario('monkey_process.js', args, {
+    const failures = await runScenario('monkey_process.js', args, {
       deadlineSeconds: seconds + 60,
       onMessage: (message) => {
         calls = message.calls;
       },
     });
-    report({ what: `seed ${seed + index}`, figures: `${calls} calls in ${seconds} s`, problems });
+    report({ what: `seed ${seed + index}`, figures: `${calls} calls in ${seconds} s`, failures });
   }
   await server.stop();
 }

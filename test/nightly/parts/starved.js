@@ -63,7 +63,7 @@ function casesIn(folder, full) {
 
 async function runCase(server, { what, launcher, env, mayEnd }, report) {
   let said;
-  const problems = await runScenario('publish_and_play_process.js', [server.url(), `${SECONDS}`], {
+  const failures = await runScenario('publish_and_play_process.js', [server.url(), `${SECONDS}`], {
     deadlineSeconds: SECONDS + 20,
     launcher,
     env,
@@ -72,26 +72,26 @@ async function runCase(server, { what, launcher, env, mayEnd }, report) {
     },
   });
   // GLib and Node end a process themselves that has no memory or no descriptors left.
-  const ended = mayEnd && problems.length > 0 && !/SIGKILL|SIGSEGV/.test(problems[0]);
+  const ended = mayEnd && failures.length > 0 && !/SIGKILL|SIGSEGV/.test(failures[0]);
   const figures = said
     ? `${said.frames} frames, errors: ${said.errors.join(', ') || 'none'}`
-    : problems.join('; ');
-  report({ what, figures, problems: ended ? [] : problems });
+    : failures.join('; ');
+  report({ what, figures, failures: ended ? [] : failures });
 }
 
 /** Servers that die while they are used. */
 async function runWithDyingServers(server, report) {
   const display = await startDisplay(); // DISPLAY names it
-  const sound = await startSoundServer();
+  const soundServer = await startSoundServer();
   const env = {
     ...process.env,
     ...Object.fromEntries(
-      sound.environment('default_output').map((entry) => entry.split(/=(.*)/s).slice(0, 2)),
+      soundServer.environment('default_output').map((entry) => entry.split(/=(.*)/s).slice(0, 2)),
     ),
   };
   const running = runCase(server, { what: 'X server and sound server die', env }, report);
   await sleep((SECONDS * 1000) / 2);
-  await Promise.all([display.stop(), sound.stop()]);
+  await Promise.all([display.stop(), soundServer.stop()]);
   await running;
 }
 

@@ -48,7 +48,7 @@ async function run({ minutes, seed }, report) {
   const until = performance.now() + minutes * 60_000 * SHARE;
   const counts = {};
   const usages = [];
-  const problems = [];
+  const failures = [];
   let lastFrame = performance.now();
   let ended = false;
   const url = (to) => `rtmp://127.0.0.1:${to}/live/stream`;
@@ -61,7 +61,7 @@ async function run({ minutes, seed }, report) {
     },
   }).then((found) => {
     ended = true;
-    problems.push(...found);
+    failures.push(...found);
   });
   await sleep(5000);
   while (performance.now() < until && !ended) {
@@ -70,7 +70,7 @@ async function run({ minutes, seed }, report) {
     const well = performance.now();
     while (lastFrame < well && !ended) {
       if (performance.now() - well > BACK_MS) {
-        problems.push(`nothing for ${BACK_MS / 1000} s after ${name}`);
+        failures.push(`nothing for ${BACK_MS / 1000} s after ${name}`);
         break;
       }
       await sleep(100);
@@ -84,10 +84,10 @@ async function run({ minutes, seed }, report) {
   const [before, after] = [usages[5], usages.at(-5)];
   for (const name of after ? Object.keys(LIMITS) : []) {
     const growth = after[name] - before[name];
-    if (growth > LIMITS[name]) problems.push(`${growth.toFixed(0)} ${name} more`);
+    if (growth > LIMITS[name]) failures.push(`${growth.toFixed(0)} ${name} more`);
     figures.push(`${name} ${before[name].toFixed(0)} to ${after[name].toFixed(0)}`);
   }
-  report({ what: `seed ${seed}`, figures: figures.join(', '), problems });
+  report({ what: `seed ${seed}`, figures: figures.join(', '), failures });
 }
 
 module.exports = { run };

@@ -8,16 +8,16 @@
 namespace NimboEngine {
 
 ScreenReader::Outcome PortalReader::open() {
-  std::string problem;
-  const auto answer = portal_.ask(problem);
-  if (answer == ScreenPortal::Answer::kRefused) return ended(Outcome::kRefused, problem);
-  if (answer == ScreenPortal::Answer::kFailed) return ended(Outcome::kGone, problem);
+  std::string error;
+  const auto answer = portal_.ask(error);
+  if (answer == ScreenPortal::Answer::kRefused) return ended(Outcome::kRefused, error);
+  if (answer == ScreenPortal::Answer::kFailed) return ended(Outcome::kGone, error);
   // Copied, since the pictures lie in the desktop's memory, which goes when the sharing ends.
   pipeline_ = Pipeline::parse(
       "portal",
       fmt::format("pipewiresrc fd={} path={} always-copy=true ! videoconvert ! "
                   "video/x-raw,format=BGRx ! "
-                  "appsink name=pictures sync=false async=false max-buffers=1 drop=true",
+                  "appsink name=frames sync=false async=false max-buffers=1 drop=true",
                   portal_.remote(), portal_.node()),
       [this](const PipelineMessage& message) {
         if (message.kind != PipelineMessage::Kind::kBuffering) failed_ = true;
@@ -25,7 +25,7 @@ ScreenReader::Outcome PortalReader::open() {
   if (!pipeline_ || !pipeline_->play()) {
     return ended(Outcome::kGone, "the stream that the desktop offers cannot be opened");
   }
-  sink_ = pipeline_->element("pictures");
+  sink_ = pipeline_->element("frames");
   return Outcome::kNone;
 }
 
@@ -35,10 +35,10 @@ ScreenReader::Outcome PortalReader::grab() {
   GstPtr<GstSample> sample(gst_app_sink_try_pull_sample(GST_APP_SINK(sink_.get()), 0));
   if (!sample) return sample_ ? Outcome::kSame : Outcome::kNone;
   sample_ = std::move(sample);
-  return Outcome::kPicture;
+  return Outcome::kFrame;
 }
 
-GstPtr<GstBuffer> PortalReader::picture(GstVideoInfo& info) {
+GstPtr<GstBuffer> PortalReader::frame(GstVideoInfo& info) {
   if (!gst_video_info_from_caps(&info, gst_sample_get_caps(sample_.get()))) return nullptr;
   return share(gst_sample_get_buffer(sample_.get()));
 }

@@ -20,7 +20,7 @@ class PortalReader final : public ScreenReader {
   explicit PortalReader(GCancellable* cancelled) : portal_(cancelled, {}) {}
 
   Outcome grab() override;
-  GstPtr<GstBuffer> picture(GstVideoInfo& info) override;
+  GstPtr<GstBuffer> frame(GstVideoInfo& info) override;
 
  private:
   Outcome open();

@@ -36,19 +36,19 @@ std::unique_ptr<ScreenReader> makeReader(uint32_t id, GCancellable* cancelled) {
 // Shared with the thread, which may be left behind.
 struct ScreenCapture::State {
   State(uint32_t source, const VideoFormat& wanted, std::shared_ptr<FrameMailbox> mailbox,
-        TroubleCallback callback)
-      : id(source), onTrouble(std::move(callback)), format(wanted), pictures(std::move(mailbox)) {
-    listener.set(&onTrouble);
+        ErrorCallback callback)
+      : id(source), onError(std::move(callback)), format(wanted), frames(std::move(mailbox)) {
+    listener.set(&onError);
   }
 
   const uint32_t id;
-  TroubleCallback onTrouble;
-  ListenerSlot<TroubleCallback> listener;
+  ErrorCallback onError;
+  ListenerSlot<ErrorCallback> listener;
 
   std::mutex mutex;
   std::condition_variable changed;
   VideoFormat format;
-  std::shared_ptr<FrameMailbox> pictures;
+  std::shared_ptr<FrameMailbox> frames;
   bool paused = false;
   bool stopping = false;
   const GlibPtr<GCancellable> cancelled{g_cancellable_new()};  // when stopping
@@ -63,7 +63,7 @@ struct ScreenCapture::State {
   bool isDelivered();
   bool waitForTurn(Clock::time_point& due);
   void deliver(ScreenReader& reader);
-  void report(ScreenError trouble, const std::string& message);
+  void report(ScreenError error, const std::string& message);
 };
 
 void ScreenCapture::State::run() {
@@ -73,13 +73,13 @@ void ScreenCapture::State::run() {
   int misses = 0;
   while (waitForTurn(due)) {
     const Outcome outcome = reader->grab();
-    if (outcome == Outcome::kGone) return report(ScreenError::kLost, reader->problem());
-    if (outcome == Outcome::kRefused) return report(ScreenError::kRefused, reader->problem());
+    if (outcome == Outcome::kGone) return report(ScreenError::kLost, reader->error());
+    if (outcome == Outcome::kRefused) return report(ScreenError::kRefused, reader->error());
     if (outcome == Outcome::kHidden && !hidden) {
       report(ScreenError::kHidden, fmt::format("there is nothing to see of window {:#x}", id));
     }
     hidden = outcome == Outcome::kHidden;
-    if (outcome == Outcome::kPicture || (outcome == Outcome::kSame && !isDelivered())) {
+    if (outcome == Outcome::kFrame || (outcome == Outcome::kSame && !isDelivered())) {
       deliver(*reader);
     }
     misses = outcome == Outcome::kMissed ? misses + 1 : 0;
@@ -101,39 +101,39 @@ bool ScreenCapture::State::waitForTurn(Clock::time_point& due) {
 
 bool ScreenCapture::State::isDelivered() {
   std::lock_guard lock(mutex);
-  return filled == pictures;
+  return filled == frames;
 }
 
 // Not when a pause comes between, or there is no memory: then it is still to be delivered.
 void ScreenCapture::State::deliver(ScreenReader& reader) {
   std::unique_lock lock(mutex);
   const VideoFormat wanted = format;
-  const std::shared_ptr<FrameMailbox> mailbox = pictures;
+  const std::shared_ptr<FrameMailbox> mailbox = frames;
   lock.unlock();
   if (!pool || wanted != poolFormat) pool = std::make_unique<FramePool>(wanted);
   poolFormat = wanted;
   filled.reset();
-  const GstPtr<GstBuffer> picture = pool->acquire();
+  const GstPtr<GstBuffer> frame = pool->acquire();
   GstVideoInfo info;
-  const GstPtr<GstBuffer> pixels = reader.picture(info);
-  if (!picture || !pixels || !converter.convert(pixels.get(), info, picture.get(), pool->info())) {
+  const GstPtr<GstBuffer> pixels = reader.frame(info);
+  if (!frame || !pixels || !converter.convert(pixels.get(), info, frame.get(), pool->info())) {
     NIMBO_LOG_ERROR("no memory for a picture of the screen");
     return;
   }
   lock.lock();
   if (paused || stopping) return;
-  mailbox->put(picture.get());
+  mailbox->put(frame.get());
   filled = mailbox;
 }
 
-void ScreenCapture::State::report(ScreenError trouble, const std::string& message) {
+void ScreenCapture::State::report(ScreenError error, const std::string& message) {
   NIMBO_LOG_WARN("screen sharing: {}", message);
-  listener.call([&](TroubleCallback& callback) { callback(trouble, message); });
+  listener.call([&](ErrorCallback& callback) { callback(error, message); });
 }
 
 ScreenCapture::ScreenCapture(uint32_t id, const VideoFormat& format,
-                             std::shared_ptr<FrameMailbox> pictures, TroubleCallback onTrouble)
-    : state_(std::make_shared<State>(id, format, std::move(pictures), std::move(onTrouble))),
+                             std::shared_ptr<FrameMailbox> frames, ErrorCallback onError)
+    : state_(std::make_shared<State>(id, format, std::move(frames), std::move(onError))),
       thread_("screen", [state = state_] { state->run(); }) {}
 
 ScreenCapture::~ScreenCapture() {
@@ -150,10 +150,10 @@ void ScreenCapture::setPaused(bool paused) {
   state_->changed.notify_all();
 }
 
-void ScreenCapture::setFormat(const VideoFormat& format, std::shared_ptr<FrameMailbox> pictures) {
+void ScreenCapture::setFormat(const VideoFormat& format, std::shared_ptr<FrameMailbox> frames) {
   std::lock_guard lock(state_->mutex);
   state_->format = format;
-  state_->pictures = std::move(pictures);
+  state_->frames = std::move(frames);
 }
 
 }  // namespace NimboEngine

@@ -30,12 +30,12 @@ enum class ScreenError {
 
 class ScreenCapture {
  public:
-  using TroubleCallback = std::function<void(ScreenError, const std::string& message)>;
+  using ErrorCallback = std::function<void(ScreenError, const std::string& message)>;
 
   // `id` as in capture/screen/screen_sources.h; pictures get the size of `format` and are taken at
   // its rate.
-  ScreenCapture(uint32_t id, const VideoFormat& format, std::shared_ptr<FrameMailbox> pictures,
-                TroubleCallback onTrouble);
+  ScreenCapture(uint32_t id, const VideoFormat& format, std::shared_ptr<FrameMailbox> frames,
+                ErrorCallback onError);
   ~ScreenCapture();
   ScreenCapture(const ScreenCapture&) = delete;
   ScreenCapture& operator=(const ScreenCapture&) = delete;
@@ -44,7 +44,7 @@ class ScreenCapture {
   void setPaused(bool paused);
 
   // Pictures of another format from now on, the present one among them, into another mailbox.
-  void setFormat(const VideoFormat& format, std::shared_ptr<FrameMailbox> pictures);
+  void setFormat(const VideoFormat& format, std::shared_ptr<FrameMailbox> frames);
 
  private:
   struct State;

@@ -59,7 +59,7 @@ bool ScreenGrabber::keepContents() {
   return !refused;
 }
 
-GstPtr<GstBuffer> ScreenGrabber::picture(GstVideoInfo& info) {
+GstPtr<GstBuffer> ScreenGrabber::frame(GstVideoInfo& info) {
   return wrapPixels(image_->pixels(), image_->size(), GST_VIDEO_FORMAT_BGRx, info);
 }
 
@@ -69,7 +69,7 @@ ScreenGrabber::Outcome ScreenGrabber::grab() {
   const Outcome found = locate(place);
   if (xcb_connection_has_error(connection()))
     return ended(Outcome::kGone, "the X server has ended");
-  if (found != Outcome::kPicture) return found;
+  if (found != Outcome::kFrame) return found;
   const Outcome fetched = fetch(place);
   while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection())}) {
     // Errors of requests that came too late for the window arrive here.
@@ -92,7 +92,7 @@ ScreenGrabber::Outcome ScreenGrabber::locateMonitor(Place& place) {
     return ended(Outcome::kGone, "the screen's colours have an unknown format");
   }
   place = {display_.screen->root, found->area, found->area};
-  return Outcome::kPicture;
+  return Outcome::kFrame;
 }
 
 ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
@@ -121,11 +121,11 @@ ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
   if (contentsAreKept_) {
     const int border = geometry->border_width;
     place = {pixmap_, {border, border, area.width, area.height}, area};
-    return Outcome::kPicture;
+    return Outcome::kFrame;
   }
   const Rect visible = intersection(area, {0, 0, screen->width, screen->height});
   place = {root, visible, visible};
-  return visible.width > 0 && visible.height > 0 ? Outcome::kPicture : Outcome::kHidden;
+  return visible.width > 0 && visible.height > 0 ? Outcome::kFrame : Outcome::kHidden;
 }
 
 // Asks for picture and pointer at once, so that they belong together.
@@ -145,7 +145,7 @@ ScreenGrabber::Outcome ScreenGrabber::fetch(const Place& place) {
   const bool taken = image_->take();
   cursor_.draw(taken ? image_->pixels() : nullptr, place.area);
   if (!taken) return Outcome::kMissed;
-  return previous_ && previous_->looksLike(*image_) ? Outcome::kSame : Outcome::kPicture;
+  return previous_ && previous_->hasSamePixels(*image_) ? Outcome::kSame : Outcome::kFrame;
 }
 
 }  // namespace NimboEngine

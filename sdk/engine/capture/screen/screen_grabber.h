@@ -29,7 +29,7 @@ class ScreenGrabber final : public ScreenReader {
   explicit ScreenGrabber(uint32_t id);
 
   Outcome grab() override;
-  GstPtr<GstBuffer> picture(GstVideoInfo& info) override;
+  GstPtr<GstBuffer> frame(GstVideoInfo& info) override;
   const ScreenImage& image() const { return *image_; }
 
  private:

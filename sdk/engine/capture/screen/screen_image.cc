@@ -52,7 +52,7 @@ uint8_t* ScreenImage::pixels() const {
   return shared_ ? shared_->data() : xcb_get_image_data(sent_.get());
 }
 
-bool ScreenImage::looksLike(const ScreenImage& other) const {
+bool ScreenImage::hasSamePixels(const ScreenImage& other) const {
   return taken_ && other.taken_ && std::memcmp(pixels(), other.pixels(), bytesOf(size_)) == 0;
 }
 

@@ -34,7 +34,7 @@ class ScreenImage {
   bool isShared() const { return shared_ != nullptr; }
 
   // Whether both were taken, and look the same. They are of one size.
-  bool looksLike(const ScreenImage& other) const;
+  bool hasSamePixels(const ScreenImage& other) const;
 
  private:
   xcb_connection_t* const connection_;

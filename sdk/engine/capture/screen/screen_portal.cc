@@ -18,13 +18,13 @@ constexpr char kPortal[] = "org.freedesktop.portal.Desktop";
 constexpr char kPath[] = "/org/freedesktop/portal/desktop";
 constexpr char kScreenCast[] = "org.freedesktop.portal.ScreenCast";
 constexpr uint32_t kMonitorsAndWindows = 1 | 2;
-constexpr uint32_t kPointerInPicture = 2;
+constexpr uint32_t kPointerInFrame = 2;
 
 // As a request's signal tells them.
 constexpr uint32_t kDone = 0;
 constexpr uint32_t kCancelledByUser = 1;
 
-constexpr auto kLook = 50ms;  // how often a wait looks whether it is cancelled
+constexpr auto kPollInterval = 50ms;  // how often a wait looks whether it is cancelled
 
 // Signals come to the context that was the thread's own when they were subscribed to.
 class ContextOfThread {
@@ -47,34 +47,34 @@ std::string busAddress() {
   return folder ? fmt::format("unix:path={}/bus", folder) : "";
 }
 
-std::string textOf(GError* error) {
-  const GlibPtr<GError> owned(error);
+std::string textOf(GError* failure) {
+  const GlibPtr<GError> owned(failure);
   return owned ? owned->message : "unknown reason";
 }
 
-GlibPtr<GDBusConnection> connectToBus(GCancellable* cancelled, std::string& problem) {
+GlibPtr<GDBusConnection> connectToBus(GCancellable* cancelled, std::string& error) {
   const std::string address = busAddress();
   if (address.empty()) {
-    problem = "there is no session bus";
+    error = "there is no session bus";
     return nullptr;
   }
-  GError* error = nullptr;
+  GError* failure = nullptr;
   GlibPtr<GDBusConnection> connection(g_dbus_connection_new_for_address_sync(
       address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, cancelled, &error));
-  if (!connection) problem = fmt::format("the session bus cannot be reached: {}", textOf(error));
+      nullptr, cancelled, &failure));
+  if (!connection) error = fmt::format("the session bus cannot be reached: {}", textOf(failure));
   return connection;
 }
 
 // A property of the portal that is a number.
 std::optional<uint32_t> property(GDBusConnection* connection, const char* name,
-                                 std::chrono::milliseconds patience, GCancellable* cancelled) {
+                                 std::chrono::milliseconds timeout, GCancellable* cancelled) {
   const GlibPtr<GVariant> reply(g_dbus_connection_call_sync(
       connection, kPortal, kPath, "org.freedesktop.DBus.Properties", "Get",
       g_variant_new("(ss)", kScreenCast, name), G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE,
-      static_cast<gint>(patience.count()), cancelled, nullptr));
+      static_cast<gint>(timeout.count()), cancelled, nullptr));
   if (!reply) return std::nullopt;
   GVariant* boxed = nullptr;
   g_variant_get(reply.get(), "(v)", &boxed);
@@ -106,13 +106,13 @@ guint subscribe(GDBusConnection* connection, const char* interface, const char* 
 }  // namespace
 
 bool ScreenPortal::isThere() {
-  std::string problem;
-  const auto connection = connectToBus(nullptr, problem);
+  std::string error;
+  const auto connection = connectToBus(nullptr, error);
   return connection && property(connection.get(), "version", 1000ms, nullptr);
 }
 
-ScreenPortal::ScreenPortal(GCancellable* cancelled, const Patience& patience)
-    : cancelled_(cancelled), patience_(patience), context_(g_main_context_new()) {}
+ScreenPortal::ScreenPortal(GCancellable* cancelled, const Timeouts& timeouts)
+    : cancelled_(cancelled), timeouts_(timeouts), context_(g_main_context_new()) {}
 
 ScreenPortal::~ScreenPortal() {
   if (remote_ >= 0) close(remote_);
@@ -126,12 +126,12 @@ ScreenPortal::~ScreenPortal() {
   }
 }
 
-ScreenPortal::Answer ScreenPortal::ask(std::string& problem) {
+ScreenPortal::Answer ScreenPortal::ask(std::string& error) {
   const ContextOfThread own(context_.get());
-  if (!connect(problem)) return Answer::kFailed;
+  if (!connect(error)) return Answer::kFailed;
   for (const auto step : {&ScreenPortal::createSession, &ScreenPortal::selectSources,
                           &ScreenPortal::start, &ScreenPortal::openRemote}) {
-    const Answer answer = (this->*step)(problem);
+    const Answer answer = (this->*step)(error);
     if (answer != Answer::kShared) return answer;
   }
   return Answer::kShared;
@@ -144,24 +144,24 @@ bool ScreenPortal::isShared() {
   return !closed_ && !g_dbus_connection_is_closed(connection_.get());
 }
 
-bool ScreenPortal::connect(std::string& problem) {
-  connection_ = connectToBus(cancelled_, problem);
+bool ScreenPortal::connect(std::string& error) {
+  connection_ = connectToBus(cancelled_, error);
   return connection_ != nullptr;
 }
 
 // --------------------------------------------------------------------------------------- the steps
 
-ScreenPortal::Answer ScreenPortal::createSession(std::string& problem) {
+ScreenPortal::Answer ScreenPortal::createSession(std::string& error) {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&options, "{sv}", "session_handle_token", g_variant_new_string("nimbo"));
   Response response;
-  const Answer answer = request("CreateSession", {}, options, patience_.portal, response, problem);
+  const Answer answer = request("CreateSession", {}, options, timeouts_.portal, response, error);
   if (answer != Answer::kShared) return answer;
   const GlibPtr<GVariant> handle(
       g_variant_lookup_value(response.results.get(), "session_handle", nullptr));
   if (!handle || !g_variant_is_object_path(g_variant_get_string(handle.get(), nullptr))) {
-    problem = "the portal names no session";
+    error = "the portal names no session";
     return Answer::kFailed;
   }
   session_ = g_variant_get_string(handle.get(), nullptr);
@@ -171,31 +171,31 @@ ScreenPortal::Answer ScreenPortal::createSession(std::string& problem) {
   return Answer::kShared;
 }
 
-ScreenPortal::Answer ScreenPortal::selectSources(std::string& problem) {
+ScreenPortal::Answer ScreenPortal::selectSources(std::string& error) {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&options, "{sv}", "types", g_variant_new_uint32(kMonitorsAndWindows));
   if (canShowPointer()) {
-    g_variant_builder_add(&options, "{sv}", "cursor_mode", g_variant_new_uint32(kPointerInPicture));
+    g_variant_builder_add(&options, "{sv}", "cursor_mode", g_variant_new_uint32(kPointerInFrame));
   }
   Response response;
   return request("SelectSources", {g_variant_new_object_path(session_.c_str())}, options,
-                 patience_.portal, response, problem);
+                 timeouts_.portal, response, error);
 }
 
 bool ScreenPortal::canShowPointer() {
   const auto modes =
-      property(connection_.get(), "AvailableCursorModes", patience_.portal, cancelled_);
-  return modes && (*modes & kPointerInPicture) != 0;
+      property(connection_.get(), "AvailableCursorModes", timeouts_.portal, cancelled_);
+  return modes && (*modes & kPointerInFrame) != 0;
 }
 
-ScreenPortal::Answer ScreenPortal::start(std::string& problem) {
+ScreenPortal::Answer ScreenPortal::start(std::string& error) {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   Response response;
   const Answer answer =
       request("Start", {g_variant_new_object_path(session_.c_str()), g_variant_new_string("")},
-              options, patience_.user, response, problem);
+              options, timeouts_.user, response, error);
   if (answer != Answer::kShared) return answer;
   GVariantIter* streams = nullptr;
   if (g_variant_lookup(response.results.get(), "streams", "a(ua{sv})", &streams)) {
@@ -203,28 +203,28 @@ ScreenPortal::Answer ScreenPortal::start(std::string& problem) {
     g_variant_iter_free(streams);
     if (any) return Answer::kShared;
   }
-  problem = "the portal names no stream";
+  error = "the portal names no stream";
   return Answer::kFailed;
 }
 
-ScreenPortal::Answer ScreenPortal::openRemote(std::string& problem) {
-  GError* error = nullptr;
+ScreenPortal::Answer ScreenPortal::openRemote(std::string& error) {
+  GError* failure = nullptr;
   GUnixFDList* list = nullptr;
   const GlibPtr<GVariant> reply(g_dbus_connection_call_with_unix_fd_list_sync(
       connection_.get(), kPortal, kPath, kScreenCast, "OpenPipeWireRemote",
       g_variant_new("(oa{sv})", session_.c_str(), nullptr), G_VARIANT_TYPE("(h)"),
-      G_DBUS_CALL_FLAGS_NONE, static_cast<gint>(patience_.portal.count()), nullptr, &list,
-      cancelled_, &error));
+      G_DBUS_CALL_FLAGS_NONE, static_cast<gint>(timeouts_.portal.count()), nullptr, &list,
+      cancelled_, &failure));
   const GlibPtr<GUnixFDList> descriptors(list);
   if (!reply) {
-    problem = fmt::format("the portal does not open PipeWire: {}", textOf(error));
+    error = fmt::format("the portal does not open PipeWire: {}", textOf(failure));
     return Answer::kFailed;
   }
   gint32 index = 0;
   g_variant_get(reply.get(), "(h)", &index);
   remote_ = descriptors ? g_unix_fd_list_get(descriptors.get(), index, nullptr) : -1;
   if (remote_ >= 0) return Answer::kShared;
-  problem = "the portal opens PipeWire without a descriptor";
+  error = "the portal opens PipeWire without a descriptor";
   return Answer::kFailed;
 }
 
@@ -234,8 +234,8 @@ ScreenPortal::Answer ScreenPortal::openRemote(std::string& problem) {
 // kShared: it is done, and `response` holds what came of it.
 ScreenPortal::Answer ScreenPortal::request(const char* method, std::vector<GVariant*> arguments,
                                            GVariantBuilder& options,
-                                           std::chrono::milliseconds patience, Response& response,
-                                           std::string& problem) {
+                                           std::chrono::milliseconds timeout, Response& response,
+                                           std::string& error) {
   const std::string token = fmt::format("nimbo{}", ++requests_);
   g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));
   arguments.push_back(g_variant_builder_end(&options));
@@ -253,42 +253,41 @@ ScreenPortal::Answer ScreenPortal::request(const char* method, std::vector<GVari
                             received.results.reset(results);
                             received.arrived = true;
                           });
-  const bool called =
-      call(method, g_variant_new_tuple(arguments.data(), arguments.size()), problem);
-  const bool answered = called && wait(response, patience);
+  const bool called = call(method, g_variant_new_tuple(arguments.data(), arguments.size()), error);
+  const bool answered = called && wait(response, timeout);
   g_dbus_connection_signal_unsubscribe(connection_.get(), subscription);
   if (!called) return Answer::kFailed;
   if (answered && response.code == kDone) return Answer::kShared;
   if (answered && response.code == kCancelledByUser) {
-    problem = "the user does not want to share the screen";
+    error = "the user does not want to share the screen";
     return Answer::kRefused;
   }
-  problem = fmt::format("the portal {} {}", answered ? "refuses" : "does not answer", method);
+  error = fmt::format("the portal {} {}", answered ? "refuses" : "does not answer", method);
   return Answer::kFailed;
 }
 
-bool ScreenPortal::call(const char* method, GVariant* arguments, std::string& problem) {
-  GError* error = nullptr;
+bool ScreenPortal::call(const char* method, GVariant* arguments, std::string& error) {
+  GError* failure = nullptr;
   const GlibPtr<GVariant> reply(g_dbus_connection_call_sync(
       connection_.get(), kPortal, kPath, kScreenCast, method, arguments, G_VARIANT_TYPE("(o)"),
-      G_DBUS_CALL_FLAGS_NONE, static_cast<gint>(patience_.portal.count()), cancelled_, &error));
-  if (!reply) problem = fmt::format("the portal fails at {}: {}", method, textOf(error));
+      G_DBUS_CALL_FLAGS_NONE, static_cast<gint>(timeouts_.portal.count()), cancelled_, &failure));
+  if (!reply) error = fmt::format("the portal fails at {}: {}", method, textOf(failure));
   return reply != nullptr;
 }
 
 // False when it is cancelled, the bus breaks or the time is over.
-bool ScreenPortal::wait(const Response& response, std::chrono::milliseconds patience) {
-  const auto end = Clock::now() + patience;
-  GSource* look = g_timeout_source_new(kLook.count());
+bool ScreenPortal::wait(const Response& response, std::chrono::milliseconds timeout) {
+  const auto end = Clock::now() + timeout;
+  GSource* poll = g_timeout_source_new(kPollInterval.count());
   g_source_set_callback(
-      look, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-  g_source_attach(look, context_.get());
+      poll, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+  g_source_attach(poll, context_.get());
   while (!response.arrived && Clock::now() < end && !g_cancellable_is_cancelled(cancelled_) &&
          !g_dbus_connection_is_closed(connection_.get())) {
     g_main_context_iteration(context_.get(), TRUE);
   }
-  g_source_destroy(look);
-  g_source_unref(look);
+  g_source_destroy(poll);
+  g_source_unref(poll);
   return response.arrived;
 }
 

@@ -29,7 +29,7 @@ class ScreenPortal {
  public:
   enum class Answer { kShared, kRefused, kFailed };
 
-  struct Patience {
+  struct Timeouts {
     std::chrono::milliseconds portal{5000};
     std::chrono::milliseconds user{180'000};
   };
@@ -37,13 +37,13 @@ class ScreenPortal {
   // Whether there is a session bus with a portal that shares screens; a second at most.
   static bool isThere();
 
-  ScreenPortal(GCancellable* cancelled, const Patience& patience);
+  ScreenPortal(GCancellable* cancelled, const Timeouts& timeouts);
   ~ScreenPortal();
   ScreenPortal(const ScreenPortal&) = delete;
   ScreenPortal& operator=(const ScreenPortal&) = delete;
 
-  // Once; `problem` tells why nothing is shared.
-  Answer ask(std::string& problem);
+  // Once; `error` tells why nothing is shared.
+  Answer ask(std::string& error);
 
   // Of what is shared: where PipeWire is, and the stream there. The descriptor stays the portal's.
   int remote() const { return remote_; }
@@ -60,19 +60,19 @@ class ScreenPortal {
     GlibPtr<GVariant> results;
   };
 
-  bool connect(std::string& problem);
-  Answer createSession(std::string& problem);
-  Answer selectSources(std::string& problem);
-  Answer start(std::string& problem);
-  Answer openRemote(std::string& problem);
+  bool connect(std::string& error);
+  Answer createSession(std::string& error);
+  Answer selectSources(std::string& error);
+  Answer start(std::string& error);
+  Answer openRemote(std::string& error);
   Answer request(const char* method, std::vector<GVariant*> arguments, GVariantBuilder& options,
-                 std::chrono::milliseconds patience, Response& response, std::string& problem);
-  bool call(const char* method, GVariant* arguments, std::string& problem);
-  bool wait(const Response& response, std::chrono::milliseconds patience);
+                 std::chrono::milliseconds timeout, Response& response, std::string& error);
+  bool call(const char* method, GVariant* arguments, std::string& error);
+  bool wait(const Response& response, std::chrono::milliseconds timeout);
   bool canShowPointer();
 
   GCancellable* const cancelled_;
-  const Patience patience_;
+  const Timeouts timeouts_;
   const GlibPtr<GMainContext> context_;
   GlibPtr<GDBusConnection> connection_;
   int requests_ = 0;

@@ -17,7 +17,7 @@ namespace NimboEngine {
 class ScreenReader {
  public:
   enum class Outcome {
-    kPicture,
+    kFrame,
     kSame,     // the last picture again
     kNone,     // nothing has come yet
     kMissed,   // no picture this time: it was about to change its size
@@ -31,19 +31,19 @@ class ScreenReader {
   virtual Outcome grab() = 0;
 
   // The picture, with the mouse pointer in it, and its layout; valid until the next call of grab(),
-  // after one that gave kPicture or kSame.
-  virtual GstPtr<GstBuffer> picture(GstVideoInfo& info) = 0;
+  // after one that gave kFrame or kSame.
+  virtual GstPtr<GstBuffer> frame(GstVideoInfo& info) = 0;
 
-  const std::string& problem() const { return problem_; }
+  const std::string& error() const { return error_; }
 
  protected:
-  Outcome ended(Outcome outcome, std::string problem) {
-    problem_ = std::move(problem);
+  Outcome ended(Outcome outcome, std::string error) {
+    error_ = std::move(error);
     return outcome;
   }
 
  private:
-  std::string problem_;
+  std::string error_;
 };
 
 }  // namespace NimboEngine

@@ -19,7 +19,7 @@
 namespace NimboEngine {
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{1500};
+constexpr std::chrono::milliseconds kTimeout{1500};
 
 // In units of four bytes, as properties are read: longer names are cut, longer lists too.
 constexpr uint32_t kNameLimit = 256;
@@ -136,7 +136,7 @@ std::vector<ScreenSource> listScreenSources() {
   const auto found = std::make_shared<std::promise<std::vector<ScreenSource>>>();
   std::future<std::vector<ScreenSource>> answer = found->get_future();
   const DetachableThread thread("screen-list", [found] { found->set_value(askServer()); });
-  if (answer.wait_for(kPatience) == std::future_status::ready) return answer.get();
+  if (answer.wait_for(kTimeout) == std::future_status::ready) return answer.get();
   NIMBO_LOG_WARN("no screen can be shared: the X server does not answer");
   return {};
 }

@@ -99,7 +99,7 @@ TEST_F(LivePlayerTest, AFilePlaysToItsEnd) {
 TEST_F(LivePlayerTest, FramesAreInOnePieceAlsoAtOddSizes) {
   const TestClip clip(101, 35, 1, "ffv1", ".mkv");
   std::atomic<int> wrong{0};
-  listener.look = [&](LumoLiveVideoSource source, LumoLiveVideoRawData& frame) {
+  listener.onFrame = [&](LumoLiveVideoSource source, LumoLiveVideoRawData& frame) {
     const uint8_t* u = frame.data + frame.strideY * frame.height;
     const uint8_t* v = u + frame.strideU * ((frame.height + 1) / 2);
     const bool right = source == kLumoLiveVideoSourceCamera && frame.width == 104 &&
@@ -116,7 +116,7 @@ TEST_F(LivePlayerTest, FramesAreInOnePieceAlsoAtOddSizes) {
   EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(LivePlayerTest, SoundAloneIsPlayedToo) {
+TEST_F(LivePlayerTest, AudioAloneIsPlayedToo) {
   const std::string path = std::string(testing::TempDir()) + "nimbo-tone.m4a";
   test::ChildProcess({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "sine", "-t", "1", "-y", path})
       .wait();
@@ -172,7 +172,7 @@ TEST_F(LivePlayerTest, ADetachedListenerIsNotCalledAnyMore) {
   for (int i = 0; i < 300; ++i) {
     auto passing = std::make_unique<RecordingPlayerListener>();
     std::atomic<bool> gone{false};
-    passing->look = [&gone](LumoLiveVideoSource, LumoLiveVideoRawData&) {
+    passing->onFrame = [&gone](LumoLiveVideoSource, LumoLiveVideoRawData&) {
       EXPECT_FALSE(gone);
       return false;
     };
@@ -240,8 +240,8 @@ TEST_F(LivePlayerTest, FiftyLivesLeaveNothingBehind) {
   const TestClip clip(64, 64, 30);
   destroy();
   test::ProcessUsage before;
-  for (int life = 0; life < 60; ++life) {
-    if (life == kWarmUp) {
+  for (int round = 0; round < 60; ++round) {
+    if (round == kWarmUp) {
       ASSERT_TRUE(comesDownTo({.threads = 8, .descriptors = 40}));
       before = test::processUsage();
     }
@@ -249,7 +249,7 @@ TEST_F(LivePlayerTest, FiftyLivesLeaveNothingBehind) {
     LumoLivePlayer* other = LumoLivePlayer::Create("");
     passing.attachTo(other);
     other->startPlay(clip.path());
-    ASSERT_TRUE(passing.events.waitFor("frame")) << life;
+    ASSERT_TRUE(passing.events.waitFor("frame")) << round;
     other->destroy();
   }
   EXPECT_TRUE(comesDownTo(before));

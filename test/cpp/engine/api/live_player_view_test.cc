@@ -51,7 +51,7 @@ class LivePlayerViewTest : public testing::Test {
   LumoLivePlayer* const player = LumoLivePlayer::Create("");
 };
 
-TEST_F(LivePlayerViewTest, ShowsTheWholePictureAndTellsWhenItDoes) {
+TEST_F(LivePlayerViewTest, ShowsTheWholeFrameAndTellsWhenItDoes) {
   const XWindow window(Size{400, 400});
   show(window);
   player->startPlay(clip.path());
@@ -125,7 +125,7 @@ TEST_F(LivePlayerViewTest, FollowsTheWindowAndMovesToAnother) {
 
 TEST_F(LivePlayerViewTest, WhatTheListenerPaintsIsShown) {
   RecordingPlayerListener::detachFrom(player);
-  listener.look = [](LumoLiveVideoSource, LumoLiveVideoRawData& frame) {
+  listener.onFrame = [](LumoLiveVideoSource, LumoLiveVideoRawData& frame) {
     const auto luma = static_cast<size_t>(frame.strideY * frame.height);
     std::memset(frame.data, 63, luma);
     const auto chroma = static_cast<size_t>(frame.strideU * ((frame.height + 1) / 2));

@@ -180,14 +180,14 @@ TEST_F(LivePusherPublishTest, FiftyLivesLeaveNothingBehind) {
   constexpr int kWarmUp = 10;
   constexpr int kLives = 60;
   test::ProcessUsage before;
-  for (int life = 0; life < kLives; ++life) {
-    if (life == kWarmUp) before = test::processUsage();
+  for (int round = 0; round < kLives; ++round) {
+    if (round == kWarmUp) before = test::processUsage();
     RecordingListener own;
     LumoLivePusher* pusher = create();
     own.attachTo(pusher);
     pusher->startPreview(nullptr, 0, 0);
     pusher->startPush(server.url().c_str());
-    ASSERT_TRUE(own.events.waitFor("first frame pushed")) << life;
+    ASSERT_TRUE(own.events.waitFor("first frame pushed")) << round;
     pusher->stopPush();
     ASSERT_TRUE(own.events.waitFor("push stopped"));
     pusher->stopPreview();

@@ -113,7 +113,7 @@ TEST_F(ScreenOperationsTest, NothingWorksWhileNoScreenIsShared) {
   EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveInvalidState);
 }
 
-TEST_F(ScreenOperationsTest, SoundAloneLeavesNoPlaceForAScreen) {
+TEST_F(ScreenOperationsTest, AudioAloneLeavesNoPlaceForAScreen) {
   const XServer server;
   const XWindow window(Size{100, 100});
   config.mAudioOnly = true;

@@ -170,7 +170,7 @@ TEST_F(LivePusherTest, FramesOfAResolutionCodeNeedNoPadding) {
   }
 }
 
-TEST_F(LivePusherTest, PreviewOfSoundAloneStartsWithoutPictures) {
+TEST_F(LivePusherTest, PreviewOfAudioAloneStartsWithoutFrames) {
   LumoLivePushConfig config = smallConfig();
   config.mAudioOnly = true;
   pusher->init(config);

@@ -34,7 +34,7 @@ struct Report {
 class VolumeOperationsTest : public testing::Test {
  protected:
   VolumeOperationsTest() {
-    listener.hear = [this](std::span<const LumoLiveUserVolumeInfo> records, int total) {
+    listener.onVolume = [this](std::span<const LumoLiveUserVolumeInfo> records, int total) {
       std::lock_guard lock(mutex);
       reports.push_back({Clock::now(), {records.begin(), records.end()}, total});
       threads.insert(std::this_thread::get_id());
@@ -160,7 +160,7 @@ TEST_F(VolumeOperationsTest, APlayerHasItsRecordAndBecomesTheActiveSpeaker) {
   LumoLivePlayer* player = LumoLivePlayer::Create("");
   test::RecordingPlayerListener playing;
   std::atomic<int> loudest{0};
-  playing.hear = [&](std::span<const LumoLiveUserVolumeInfo> records, int total) {
+  playing.onVolume = [&](std::span<const LumoLiveUserVolumeInfo> records, int total) {
     EXPECT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0].userType, kLumoLiveUserVolumeRemote);
     EXPECT_EQ(records[0].player, player);

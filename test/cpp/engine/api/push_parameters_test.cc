@@ -13,16 +13,16 @@ using namespace LumoRtc;
 
 using Change = std::function<void(LumoLivePushConfig&)>;
 
-LumoLiveResult resultOf(const Change& change, PushParameters& parameters, std::string& problem) {
+LumoLiveResult resultOf(const Change& change, PushParameters& parameters, std::string& error) {
   LumoLivePushConfig config;
   change(config);
-  return makePushParameters(config, parameters, problem);
+  return makePushParameters(config, parameters, error);
 }
 
 PushParameters accepted(const Change& change) {
   PushParameters parameters;
-  std::string problem;
-  EXPECT_EQ(resultOf(change, parameters, problem), kLumoLiveOk) << problem;
+  std::string error;
+  EXPECT_EQ(resultOf(change, parameters, error), kLumoLiveOk) << error;
   return parameters;
 }
 
@@ -89,17 +89,17 @@ TEST(PushParameters, TakesOverWhatIsGiven) {
 
 TEST(PushParameters, ChangesAreTakenOverOrLeaveEverythingAsItWas) {
   PushParameters parameters = accepted([](auto&) {});
-  std::string problem;
-  EXPECT_EQ(changeSize(5, 0, 0, parameters, problem), kLumoLiveOk);
+  std::string error;
+  EXPECT_EQ(changeSize(5, 0, 0, parameters, error), kLumoLiveOk);
   EXPECT_EQ(parameters.encoder.video, (VideoFormat{1280, 720, 15}));
-  EXPECT_EQ(changeSize(5, 640, 361, parameters, problem), kLumoLiveOk);
-  EXPECT_EQ(changeFps(25, parameters, problem), kLumoLiveOk);
-  EXPECT_EQ(changeRate(&EncoderSettings::minVideoKbps, 99, parameters, problem), kLumoLiveOk);
-  EXPECT_EQ(changeSize(8, 0, 0, parameters, problem), kLumoLiveInvalidArgument);
-  EXPECT_EQ(changeSize(0, 640, -1, parameters, problem), kLumoLiveInvalidArgument);
-  EXPECT_EQ(problem, "height is -1, not 16 to 4096");
-  EXPECT_EQ(changeFps(0, parameters, problem), kLumoLiveInvalidArgument);
-  EXPECT_EQ(changeRate(&EncoderSettings::videoKbps, 49, parameters, problem),
+  EXPECT_EQ(changeSize(5, 640, 361, parameters, error), kLumoLiveOk);
+  EXPECT_EQ(changeFps(25, parameters, error), kLumoLiveOk);
+  EXPECT_EQ(changeRate(&EncoderSettings::minVideoKbps, 99, parameters, error), kLumoLiveOk);
+  EXPECT_EQ(changeSize(8, 0, 0, parameters, error), kLumoLiveInvalidArgument);
+  EXPECT_EQ(changeSize(0, 640, -1, parameters, error), kLumoLiveInvalidArgument);
+  EXPECT_EQ(error, "height is -1, not 16 to 4096");
+  EXPECT_EQ(changeFps(0, parameters, error), kLumoLiveInvalidArgument);
+  EXPECT_EQ(changeRate(&EncoderSettings::videoKbps, 49, parameters, error),
             kLumoLiveInvalidArgument);
   EXPECT_EQ(parameters.encoder.video, (VideoFormat{640, 361, 25}));
   EXPECT_EQ(parameters.encoder.videoKbps, -1);
@@ -133,9 +133,9 @@ TEST(PushParameters, BadValuesAreRefusedByName) {
   for (const BadField& field : fields) {
     PushParameters parameters;
     parameters.encoder.videoKbps = 4711;
-    std::string problem;
-    EXPECT_EQ(resultOf(field.change, parameters, problem), kLumoLiveInvalidArgument) << field.name;
-    EXPECT_EQ(problem.find(field.name), 0u) << problem;
+    std::string error;
+    EXPECT_EQ(resultOf(field.change, parameters, error), kLumoLiveInvalidArgument) << field.name;
+    EXPECT_EQ(error.find(field.name), 0u) << error;
     EXPECT_EQ(parameters.encoder.videoKbps, 4711) << "a refused configuration changes nothing";
   }
 }
@@ -164,10 +164,10 @@ TEST(PushParameters, ASharedScreenIsEncodedByItsOwnFields) {
 
 TEST(PushParameters, OtherModesAreNotSupported) {
   PushParameters parameters;
-  std::string problem;
-  EXPECT_EQ(resultOf([](auto& config) { config.mLivePushMode = 1; }, parameters, problem),
+  std::string error;
+  EXPECT_EQ(resultOf([](auto& config) { config.mLivePushMode = 1; }, parameters, error),
             kLumoLiveNotSupported);
-  EXPECT_EQ(problem.find("mLivePushMode"), 0u);
+  EXPECT_EQ(error.find("mLivePushMode"), 0u);
 }
 
 }  // namespace

@@ -20,17 +20,17 @@ namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
 
-std::string problemWith(const char* text) {
-  std::string problem;
-  EXPECT_FALSE(parseSettings(text, problem)) << text;
-  return problem;
+std::string errorOf(const char* text) {
+  std::string error;
+  EXPECT_FALSE(parseSettings(text, error)) << text;
+  return error;
 }
 
 TEST(Settings, EmptyAndNullTextsMeanDefaults) {
-  std::string problem;
+  std::string error;
   for (const char* text : {static_cast<const char*>(nullptr), "", "{}", "  {} "}) {
-    const auto settings = parseSettings(text, problem);
-    ASSERT_TRUE(settings) << problem;
+    const auto settings = parseSettings(text, error);
+    ASSERT_TRUE(settings) << error;
     EXPECT_EQ(settings->camera, "");
     EXPECT_EQ(settings->microphone, "");
     EXPECT_EQ(settings->trustedCertificates, "");
@@ -44,24 +44,24 @@ TEST(Settings, EmptyAndNullTextsMeanDefaults) {
 }
 
 TEST(Settings, ReadsTexts) {
-  std::string problem;
+  std::string error;
   const auto settings = parseSettings(R"({"camera": "file:/tmp/ä b.mp4", "microphone": "default",
                         "trustedCertificates": "/etc/own.pem"})",
-                                      problem);
-  ASSERT_TRUE(settings) << problem;
+                                      error);
+  ASSERT_TRUE(settings) << error;
   EXPECT_EQ(settings->camera, "file:/tmp/ä b.mp4");
   EXPECT_EQ(settings->microphone, "default");
   EXPECT_EQ(settings->trustedCertificates, "/etc/own.pem");
 }
 
 TEST(Settings, ReadsTheNetworksKeys) {
-  std::string problem;
+  std::string error;
   const auto settings = parseSettings(R"({
     "reconnect": {"maxAttempts": 3, "firstDelayMs": 20, "maxDelayMs": 40, "mood": "calm"},
     "sendTimeoutMs": 1500.0
   })",
-                                      problem);
-  ASSERT_TRUE(settings) << problem;
+                                      error);
+  ASSERT_TRUE(settings) << error;
   EXPECT_EQ(settings->network.reconnect.maxAttempts, 3);
   EXPECT_EQ(settings->network.reconnect.firstDelay, 20ms);
   EXPECT_EQ(settings->network.reconnect.maxDelay, 40ms);
@@ -69,41 +69,40 @@ TEST(Settings, ReadsTheNetworksKeys) {
 }
 
 TEST(Settings, ReadsTheLatency) {
-  std::string problem;
+  std::string error;
   const auto settings =
-      parseSettings(R"({"latency": {"minMs": 50, "maxMs": 300, "preset": "lowest"}})", problem);
-  ASSERT_TRUE(settings) << problem;
+      parseSettings(R"({"latency": {"minMs": 50, "maxMs": 300, "preset": "lowest"}})", error);
+  ASSERT_TRUE(settings) << error;
   EXPECT_EQ(settings->play.latency.minimum, 50ms);
   EXPECT_EQ(settings->play.latency.maximum, 300ms);
   EXPECT_TRUE(settings->play.latency.lowest);
-  EXPECT_FALSE(
-      parseSettings(R"({"latency": {"preset": "default"}})", problem)->play.latency.lowest);
-  EXPECT_EQ(parseSettings(R"({"latency": {"minMs": 2000}})", problem)->play.latency.maximum, 2s)
+  EXPECT_FALSE(parseSettings(R"({"latency": {"preset": "default"}})", error)->play.latency.lowest);
+  EXPECT_EQ(parseSettings(R"({"latency": {"minMs": 2000}})", error)->play.latency.maximum, 2s)
       << "a larger minimum lifts the default maximum";
 }
 
 TEST(Settings, ReadsTheLimits) {
-  std::string problem;
-  const auto settings = parseSettings(
-      R"({"limits": {"maxFramePixels": 100000, "maxQueuedBytes": 2000000}})", problem);
-  ASSERT_TRUE(settings) << problem;
+  std::string error;
+  const auto settings =
+      parseSettings(R"({"limits": {"maxFramePixels": 100000, "maxQueuedBytes": 2000000}})", error);
+  ASSERT_TRUE(settings) << error;
   EXPECT_EQ(settings->play.limits.maxFramePixels, 100'000u);
   EXPECT_EQ(settings->play.limits.maxQueuedBytes, 2'000'000u);
 }
 
 TEST(Settings, RefusesALatencyThatCannotBe) {
-  EXPECT_EQ(problemWith(R"({"latency": {"minMs": 300, "maxMs": 50}})"),
+  EXPECT_EQ(errorOf(R"({"latency": {"minMs": 300, "maxMs": 50}})"),
             R"("latency.minMs" is 300, more than "latency.maxMs", which is 50)");
-  EXPECT_EQ(problemWith(R"({"latency": {"preset": "low"}})"),
+  EXPECT_EQ(errorOf(R"({"latency": {"preset": "low"}})"),
             R"("latency.preset" is "low", not "default" or "lowest")");
-  EXPECT_EQ(problemWith(R"({"latency": {"preset": 1}})"),
+  EXPECT_EQ(errorOf(R"({"latency": {"preset": 1}})"),
             R"("latency.preset" is a number, not a string)");
-  EXPECT_EQ(problemWith(R"({"latency": 5})"), R"("latency" is a number, not an object)");
+  EXPECT_EQ(errorOf(R"({"latency": 5})"), R"("latency" is a number, not an object)");
 }
 
 TEST(Settings, ReadsWhatAddressesMayName) {
-  std::string problem;
-  const auto none = parseSettings("", problem);
+  std::string error;
+  const auto none = parseSettings("", error);
   ASSERT_TRUE(none);
   EXPECT_FALSE(none->play.sources.localFromPublic);
   EXPECT_FALSE(none->play.sources.httpFromHttps);
@@ -111,15 +110,15 @@ TEST(Settings, ReadsWhatAddressesMayName) {
   const auto settings = parseSettings(
       R"({"sources": {"localFromPublic": true, "httpFromHttps": true, "srtListener": true,
                       "maxPlaylistKiB": 100, "maxHeaderKiB": 10, "maxTagKiB": 1000}})",
-      problem);
-  ASSERT_TRUE(settings) << problem;
+      error);
+  ASSERT_TRUE(settings) << error;
   EXPECT_TRUE(settings->play.sources.localFromPublic);
   EXPECT_TRUE(settings->play.sources.httpFromHttps);
   EXPECT_TRUE(settings->play.sources.srtListener);
   EXPECT_EQ(settings->play.sources.playlistBytes, 102'400U);
   EXPECT_EQ(settings->play.sources.headerBytes, 10'240U);
   EXPECT_EQ(settings->play.sources.tagBytes, 1'024'000U);
-  EXPECT_EQ(problemWith(R"({"sources": {"localFromPublic": 1}})"),
+  EXPECT_EQ(errorOf(R"({"sources": {"localFromPublic": 1}})"),
             R"("sources.localFromPublic" is a number, not a boolean)");
 }
 
@@ -146,45 +145,45 @@ constexpr NumberKey kNumberKeys[] = {
 TEST(Settings, EachNumberHasItsRange) {
   for (const NumberKey& key : kNumberKeys) {
     const auto with = [&](const std::string& value) { return key.before + value + key.after; };
-    std::string problem;
+    std::string error;
     for (const int64_t value : {key.low, key.high}) {
-      EXPECT_TRUE(parseSettings(with(std::to_string(value)).c_str(), problem)) << problem;
+      EXPECT_TRUE(parseSettings(with(std::to_string(value)).c_str(), error)) << error;
     }
     const std::string begin = fmt::format("\"{}\" is ", key.name);
     for (const std::string& value : {std::to_string(key.low - 1), std::to_string(key.high + 1),
                                      std::string("1e+30"), std::string("18446744073709551615")}) {
-      EXPECT_EQ(problemWith(with(value).c_str()),
+      EXPECT_EQ(errorOf(with(value).c_str()),
                 fmt::format("{}{}, not {} to {}", begin, value, key.low, key.high));
     }
-    EXPECT_EQ(problemWith(with("600.5").c_str()), begin + "600.5, not a whole number");
-    EXPECT_EQ(problemWith(with("\"600\"").c_str()), begin + "a string, not a number");
-    EXPECT_EQ(problemWith(with("null").c_str()), begin + "null, not a number");
+    EXPECT_EQ(errorOf(with("600.5").c_str()), begin + "600.5, not a whole number");
+    EXPECT_EQ(errorOf(with("\"600\"").c_str()), begin + "a string, not a number");
+    EXPECT_EQ(errorOf(with("null").c_str()), begin + "null, not a number");
   }
 }
 
 TEST(Settings, EachTextIsATextAndEachObjectAnObject) {
   for (const char* key : {"camera", "microphone", "trustedCertificates"}) {
-    EXPECT_EQ(problemWith(fmt::format(R"({{"{}": 5}})", key).c_str()),
+    EXPECT_EQ(errorOf(fmt::format(R"({{"{}": 5}})", key).c_str()),
               fmt::format("\"{}\" is a number, not a string", key));
-    EXPECT_EQ(problemWith(fmt::format(R"({{"{}": null}})", key).c_str()),
+    EXPECT_EQ(errorOf(fmt::format(R"({{"{}": null}})", key).c_str()),
               fmt::format("\"{}\" is null, not a string", key));
-    EXPECT_EQ(problemWith(fmt::format(R"({{"{}": {{}}}})", key).c_str()),
+    EXPECT_EQ(errorOf(fmt::format(R"({{"{}": {{}}}})", key).c_str()),
               fmt::format("\"{}\" is an object, not a string", key));
   }
-  EXPECT_EQ(problemWith(R"({"reconnect": true})"), "\"reconnect\" is a boolean, not an object");
-  EXPECT_EQ(problemWith(R"({"reconnect": [1]})"), "\"reconnect\" is an array, not an object");
+  EXPECT_EQ(errorOf(R"({"reconnect": true})"), "\"reconnect\" is a boolean, not an object");
+  EXPECT_EQ(errorOf(R"({"reconnect": [1]})"), "\"reconnect\" is an array, not an object");
 }
 
 TEST(Settings, UnknownKeysAreIgnoredAndLogged) {
   setLogConsole(true);
   testing::internal::CaptureStderr();
-  std::string problem;
+  std::string error;
   const auto settings = parseSettings(
       R"({"colour": {"deep": [1]}, "camera": "test", "Camera": 5, "reconnect": {"mood": "calm"}})",
-      problem);
+      error);
   setLogConsole(false);
   const std::string log = testing::internal::GetCapturedStderr();
-  ASSERT_TRUE(settings) << problem;
+  ASSERT_TRUE(settings) << error;
   EXPECT_EQ(settings->camera, "test");
   for (const char* key : {"colour", "Camera", "reconnect.mood"}) {
     EXPECT_NE(log.find(fmt::format("unknown setting \"{}\" is ignored", key)), std::string::npos)
@@ -193,12 +192,12 @@ TEST(Settings, UnknownKeysAreIgnoredAndLogged) {
 }
 
 TEST(Settings, BadJsonIsRefusedWithItsPlace) {
-  EXPECT_NE(problemWith("{\"camera\": ").find("column"), std::string::npos);
-  EXPECT_NE(problemWith("nonsense").find("column"), std::string::npos);
-  EXPECT_NE(problemWith("{\"camera\": \"\xff\"}").find("column"), std::string::npos);
-  EXPECT_NE(problemWith("{\"sendTimeoutMs\": 1e999}").find("1e999"), std::string::npos);
-  EXPECT_EQ(problemWith("[]"), "the text is a JSON array, not an object");
-  EXPECT_EQ(problemWith("\"camera\""), "the text is a JSON string, not an object");
+  EXPECT_NE(errorOf("{\"camera\": ").find("column"), std::string::npos);
+  EXPECT_NE(errorOf("nonsense").find("column"), std::string::npos);
+  EXPECT_NE(errorOf("{\"camera\": \"\xff\"}").find("column"), std::string::npos);
+  EXPECT_NE(errorOf("{\"sendTimeoutMs\": 1e999}").find("1e999"), std::string::npos);
+  EXPECT_EQ(errorOf("[]"), "the text is a JSON array, not an object");
+  EXPECT_EQ(errorOf("\"camera\""), "the text is a JSON string, not an object");
 }
 
 class TrustSettings : public testing::Test {
@@ -209,13 +208,13 @@ class TrustSettings : public testing::Test {
   }
   ~TrustSettings() override { fs::remove_all(folder); }
 
-  static std::string problemOf(const fs::path& file) {
-    std::string problem;
+  static std::string errorOf(const fs::path& file) {
+    std::string error;
     Settings settings;
     settings.trustedCertificates = file;
-    const bool applied = applySettings(settings, problem);
-    EXPECT_EQ(applied, problem.empty());
-    return problem;
+    const bool applied = applySettings(settings, error);
+    EXPECT_EQ(applied, error.empty());
+    return error;
   }
 
   fs::path folder;
@@ -231,8 +230,8 @@ TEST_F(TrustSettings, AFileWithoutUsableCertificatesIsRefused) {
   for (const char* name : {"missing.pem", "empty.pem", "text.pem", "broken.pem", "pipe.pem", "."}) {
     const std::string start = fmt::format(
         "\"trustedCertificates\" is \"{}\", which cannot be used: ", (folder / name).string());
-    const std::string problem = problemOf(folder / name);
-    EXPECT_TRUE(problem.starts_with(start) && problem.size() > start.size()) << problem;
+    const std::string error = errorOf(folder / name);
+    EXPECT_TRUE(error.starts_with(start) && error.size() > start.size()) << error;
     const std::string settings =
         fmt::format(R"({{"trustedCertificates": "{}"}})", (folder / name).string());
     EXPECT_EQ(LumoRtc::LumoLivePlayer::Create(settings.c_str()), nullptr);
@@ -246,9 +245,9 @@ TEST_F(TrustSettings, AFileWithoutUsableCertificatesIsRefused) {
 
 TEST_F(TrustSettings, ACertificateIsTaken) {
   const std::string file = test::makeCertificate(folder, "IP:127.0.0.1");
-  EXPECT_EQ(problemOf(file), "");
-  EXPECT_EQ(problemOf(fs::relative(file)), "");
-  EXPECT_EQ(problemOf(""), "");
+  EXPECT_EQ(errorOf(file), "");
+  EXPECT_EQ(errorOf(fs::relative(file)), "");
+  EXPECT_EQ(errorOf(""), "");
 }
 
 }  // namespace

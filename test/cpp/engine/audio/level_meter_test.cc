@@ -2,20 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include "support/test_sounds.h"
+#include "support/test_audio.h"
 
 namespace NimboEngine {
 namespace {
 
-using test::Sound;
+using test::Samples;
 
 using namespace std::chrono_literals;
 
 constexpr AudioFormat kMono{48000, 1};
 constexpr LevelMeter::Time kNow{1h};
 
-void measure(LevelMeter& meter, const Sound& sound, const AudioFormat& format = kMono) {
-  meter.measure(sound.data(), sound.size(), format);
+void measure(LevelMeter& meter, const Samples& samples, const AudioFormat& format = kMono) {
+  meter.measure(samples.data(), samples.size(), format);
 }
 
 TEST(LevelMeter, TellsTheHighestPeakOfWhatCame) {
@@ -52,7 +52,7 @@ TEST(LevelMeter, ForgetsWhatItIsToldToForget) {
 
 TEST(LevelMeter, ListensForVoiceWhenItIsTold) {
   LevelMeter meter;
-  const Sound speech = test::speech(48000, 1, 0.3);
+  const Samples speech = test::speech(48000, 1, 0.3);
   measure(meter, speech);
   EXPECT_FALSE(meter.take(kNow).voice);
   meter.listenForVoice(true);
@@ -64,10 +64,10 @@ TEST(LevelMeter, ListensForVoiceWhenItIsTold) {
   EXPECT_FALSE(meter.take(kNow).voice);
 }
 
-TEST(LevelMeter, TakesSoundOfAnotherShape) {
+TEST(LevelMeter, TakesAudioOfAnotherShape) {
   LevelMeter meter;
   meter.listenForVoice(true);
-  measure(meter, Sound(48000, 0));
+  measure(meter, Samples(48000, 0));
   EXPECT_FALSE(meter.take(kNow).voice);
   measure(meter, test::inChannels(test::speech(16000, 1, 0.3), 2), {16000, 2});
   EXPECT_TRUE(meter.take(kNow).voice);

@@ -9,7 +9,7 @@ namespace {
 int spoken(VoiceHold& hold, bool voice, int times) {
   int spoke = 0;
   for (int i = 0; i < times; ++i) {
-    if (hold.hear(voice)) ++spoke;
+    if (hold.update(voice)) ++spoke;
   }
   return spoke;
 }

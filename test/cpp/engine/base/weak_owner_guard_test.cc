@@ -8,20 +8,20 @@ namespace NimboEngine {
 namespace {
 
 TEST(WeakOwnerGuard, BoundFunctionRunsWhileTheOwnerLives) {
-  const WeakOwnerGuard lifeline;
+  const WeakOwnerGuard guard;
   int sum = 0;
-  auto add = lifeline.bind([&sum](int value) { sum += value; });
+  auto add = guard.bind([&sum](int value) { sum += value; });
   add(2);
   add(3);
   EXPECT_EQ(sum, 5);
 }
 
 TEST(WeakOwnerGuard, BoundFunctionDoesNothingAfterwards) {
-  std::optional<WeakOwnerGuard> lifeline(std::in_place);
+  std::optional<WeakOwnerGuard> guard(std::in_place);
   int calls = 0;
-  auto bound = lifeline->bind([&calls] { ++calls; });
+  auto bound = guard->bind([&calls] { ++calls; });
   auto copy = bound;
-  lifeline.reset();
+  guard.reset();
   bound();
   copy();
   EXPECT_EQ(calls, 0);

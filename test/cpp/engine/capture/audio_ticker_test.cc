@@ -15,7 +15,7 @@ namespace NimboEngine::test {
 namespace {
 
 constexpr AudioFormat kFormat{48000, 1};
-constexpr size_t kCushion = 1920;
+constexpr size_t kPrebuffer = 1920;
 constexpr size_t kMinute = 60 * 48000;
 
 class AudioTickerTest : public testing::Test {
@@ -24,7 +24,7 @@ class AudioTickerTest : public testing::Test {
   AudioTickerTest() { consumers_.add(&probe_); }
 
   static std::shared_ptr<SampleFifo> makeSource() {
-    return std::make_shared<SampleFifo>(1, kCushion, 2 * kMinute);
+    return std::make_shared<SampleFifo>(1, kPrebuffer, 2 * kMinute);
   }
 
   static void give(SampleFifo& source, int16_t value, size_t frames) {
@@ -32,8 +32,8 @@ class AudioTickerTest : public testing::Test {
   }
 
   bool waitFor(int16_t value) {
-    return probe_.waitForSound(
-        [value](const Sound& sound) { return sound.samples.back() == value; });
+    return probe_.waitForAudio(
+        [value](const AudioChunk& chunk) { return chunk.samples.back() == value; });
   }
 
   CaptureProbe probe_;
@@ -48,13 +48,13 @@ TEST_F(AudioTickerTest, ASourceIsHeardUntilItsSuccessorHasSomethingToGive) {
   ticker_.setSource(first);
   ASSERT_TRUE(waitFor(1));
   ticker_.setSource(second);
-  give(*second, 2, kCushion - 1);
-  for (const Sound& sound : probe_.sounds(10)) {
-    EXPECT_EQ(sound.samples.back(), 1) << "a cushion has to gather first";
+  give(*second, 2, kPrebuffer - 1);
+  for (const AudioChunk& chunk : probe_.audioChunks(10)) {
+    EXPECT_EQ(chunk.samples.back(), 1) << "a cushion has to gather first";
   }
   give(*second, 2, kMinute);
   ASSERT_TRUE(waitFor(2));
-  for (const Sound& sound : probe_.sounds(10)) EXPECT_EQ(sound.samples.front(), 2);
+  for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_EQ(chunk.samples.front(), 2);
 }
 
 TEST_F(AudioTickerTest, WithoutASourceItIsSilentAtOnce) {
@@ -65,7 +65,7 @@ TEST_F(AudioTickerTest, WithoutASourceItIsSilentAtOnce) {
   ticker_.setSource(makeSource());  // never heard
   ticker_.setSource(nullptr);
   ASSERT_TRUE(waitFor(0));
-  for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
+  for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_TRUE(chunk.isSilent());
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 
 namespace NimboEngine::test {
 
-std::array<int, 3> Picture::at(double x, double y) const {
+std::array<int, 3> Frame::at(double x, double y) const {
   std::array<int, 3> value{};
   for (int plane = 0; plane < 3; ++plane) {
     const auto column = static_cast<int>(x * GST_VIDEO_INFO_COMP_WIDTH(&info, plane));
@@ -19,24 +19,24 @@ std::array<int, 3> Picture::at(double x, double y) const {
   return value;
 }
 
-bool Picture::isBlack() const {
+bool Frame::isBlack() const {
   const auto chroma = bytes.begin() + static_cast<ptrdiff_t>(GST_VIDEO_INFO_PLANE_OFFSET(&info, 1));
   return std::all_of(bytes.begin(), chroma, [](uint8_t value) { return value == 16; }) &&
          std::all_of(chroma, bytes.end(), [](uint8_t value) { return value == 128; });
 }
 
-bool Sound::isSilent() const {
+bool AudioChunk::isSilent() const {
   return std::all_of(samples.begin(), samples.end(), [](int16_t sample) { return sample == 0; });
 }
 
 void CaptureProbe::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) {
   std::lock_guard lock(mutex_);
-  picture_ = {std::vector<uint8_t>(gst_buffer_get_size(buffer)), info, time};
-  gst_buffer_extract(buffer, 0, picture_.bytes.data(), picture_.bytes.size());
-  ++pictureCount_;
-  if (missingPictures_ > 0) {
-    collectedPictures_.push_back(picture_);
-    --missingPictures_;
+  frame_ = {std::vector<uint8_t>(gst_buffer_get_size(buffer)), info, time};
+  gst_buffer_extract(buffer, 0, frame_.bytes.data(), frame_.bytes.size());
+  ++frameCount_;
+  if (missingFrames_ > 0) {
+    collectedFrames_.push_back(frame_);
+    --missingFrames_;
   }
   changed_.notify_all();
 }
@@ -44,51 +44,51 @@ void CaptureProbe::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, Gst
 void CaptureProbe::onAudioChunk(GstBuffer* buffer, const AudioFormat&, GstClockTime time) {
   std::lock_guard lock(mutex_);
   const size_t bytes = gst_buffer_get_size(buffer);
-  sound_ = {std::vector<int16_t>(bytes / sizeof(int16_t)), time};
-  gst_buffer_extract(buffer, 0, sound_.samples.data(), bytes);
-  ++soundCount_;
-  if (missingSounds_ > 0) {
-    collectedSounds_.push_back(sound_);
-    --missingSounds_;
+  chunk_ = {std::vector<int16_t>(bytes / sizeof(int16_t)), time};
+  gst_buffer_extract(buffer, 0, chunk_.samples.data(), bytes);
+  ++audioChunkCount_;
+  if (missingChunks_ > 0) {
+    collectedChunks_.push_back(chunk_);
+    --missingChunks_;
   }
   changed_.notify_all();
 }
 
-bool CaptureProbe::waitForPicture(const std::function<bool(const Picture&)>& wanted) {
+bool CaptureProbe::waitForFrame(const std::function<bool(const Frame&)>& wanted) {
   std::unique_lock lock(mutex_);
-  const size_t before = pictureCount_;
+  const size_t before = frameCount_;
+  return changed_.wait_for(lock, kDeadline, [&] { return frameCount_ > before && wanted(frame_); });
+}
+
+bool CaptureProbe::waitForAudio(const std::function<bool(const AudioChunk&)>& wanted) {
+  std::unique_lock lock(mutex_);
+  const size_t before = audioChunkCount_;
   return changed_.wait_for(lock, kDeadline,
-                           [&] { return pictureCount_ > before && wanted(picture_); });
+                           [&] { return audioChunkCount_ > before && wanted(chunk_); });
 }
 
-bool CaptureProbe::waitForSound(const std::function<bool(const Sound&)>& wanted) {
+std::vector<Frame> CaptureProbe::frames(size_t count) {
   std::unique_lock lock(mutex_);
-  const size_t before = soundCount_;
-  return changed_.wait_for(lock, kDeadline, [&] { return soundCount_ > before && wanted(sound_); });
+  missingFrames_ = count;
+  EXPECT_TRUE(changed_.wait_for(lock, kDeadline, [this] { return missingFrames_ == 0; }));
+  return std::exchange(collectedFrames_, {});
 }
 
-std::vector<Picture> CaptureProbe::pictures(size_t count) {
+std::vector<AudioChunk> CaptureProbe::audioChunks(size_t count) {
   std::unique_lock lock(mutex_);
-  missingPictures_ = count;
-  EXPECT_TRUE(changed_.wait_for(lock, kDeadline, [this] { return missingPictures_ == 0; }));
-  return std::exchange(collectedPictures_, {});
+  missingChunks_ = count;
+  EXPECT_TRUE(changed_.wait_for(lock, kDeadline, [this] { return missingChunks_ == 0; }));
+  return std::exchange(collectedChunks_, {});
 }
 
-std::vector<Sound> CaptureProbe::sounds(size_t count) {
-  std::unique_lock lock(mutex_);
-  missingSounds_ = count;
-  EXPECT_TRUE(changed_.wait_for(lock, kDeadline, [this] { return missingSounds_ == 0; }));
-  return std::exchange(collectedSounds_, {});
-}
-
-size_t CaptureProbe::pictureCount() const {
+size_t CaptureProbe::frameCount() const {
   std::lock_guard lock(mutex_);
-  return pictureCount_;
+  return frameCount_;
 }
 
-size_t CaptureProbe::soundCount() const {
+size_t CaptureProbe::audioChunkCount() const {
   std::lock_guard lock(mutex_);
-  return soundCount_;
+  return audioChunkCount_;
 }
 
 }  // namespace NimboEngine::test

@@ -21,7 +21,7 @@
 namespace NimboEngine::test {
 
 // One captured picture.
-struct Picture {
+struct Frame {
   std::vector<uint8_t> bytes;
   GstVideoInfo info{};
   GstClockTime time = 0;
@@ -32,7 +32,7 @@ struct Picture {
   bool isBlack() const;
 };
 
-struct Sound {
+struct AudioChunk {
   std::vector<int16_t> samples;
   GstClockTime time = 0;
 
@@ -49,30 +49,30 @@ class CaptureProbe final : public FrameConsumer {
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
 
   // Waits for a picture or sound, later than this call, of which `wanted` holds.
-  bool waitForPicture(const std::function<bool(const Picture&)>& wanted);
-  bool waitForSound(const std::function<bool(const Sound&)>& wanted);
+  bool waitForFrame(const std::function<bool(const Frame&)>& wanted);
+  bool waitForAudio(const std::function<bool(const AudioChunk&)>& wanted);
 
   // The next `count` pictures or sounds, all of them, from this call on.
-  std::vector<Picture> pictures(size_t count);
-  std::vector<Sound> sounds(size_t count);
+  std::vector<Frame> frames(size_t count);
+  std::vector<AudioChunk> audioChunks(size_t count);
 
-  size_t pictureCount() const;
-  size_t soundCount() const;
+  size_t frameCount() const;
+  size_t audioChunkCount() const;
 
  private:
   static constexpr std::chrono::seconds kDeadline{60};
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
-  Picture picture_;
-  Sound sound_;
+  Frame frame_;
+  AudioChunk chunk_;
   // What pictures() and sounds() collect, as long as that many are missing.
-  std::vector<Picture> collectedPictures_;
-  std::vector<Sound> collectedSounds_;
-  size_t missingPictures_ = 0;
-  size_t missingSounds_ = 0;
-  size_t pictureCount_ = 0;
-  size_t soundCount_ = 0;
+  std::vector<Frame> collectedFrames_;
+  std::vector<AudioChunk> collectedChunks_;
+  size_t missingFrames_ = 0;
+  size_t missingChunks_ = 0;
+  size_t frameCount_ = 0;
+  size_t audioChunkCount_ = 0;
 };
 
 }  // namespace NimboEngine::test

@@ -27,8 +27,8 @@ CaptureSettings testSettings(VideoFormat video = {320, 240, 30}) {
   return settings;
 }
 
-bool isPattern(const Picture& picture) {
-  return picture.at(0.07, 0.5)[0] > 200;
+bool isPattern(const Frame& frame) {
+  return frame.at(0.07, 0.5)[0] > 200;
 }
 
 class CaptureSessionTest : public testing::Test {
@@ -55,8 +55,8 @@ class CaptureSessionTest : public testing::Test {
   std::unique_ptr<CaptureSession> session_;
 };
 
-void expectColour(const Picture& picture, double x, double y, std::array<int, 3> yuv) {
-  const auto seen = picture.at(x, y);
+void expectColour(const Frame& frame, double x, double y, std::array<int, 3> yuv) {
+  const auto seen = frame.at(x, y);
   for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], yuv[i], 4) << "plane " << i << " at " << x;
 }
 
@@ -75,71 +75,72 @@ double middleOfBar(size_t bar) {
 
 TEST_F(CaptureSessionTest, ThePatternStandsUprightInItsColours) {
   open(testSettings());
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  const Picture picture = probe_.pictures(1).at(0);
-  for (size_t bar = 0; bar < 7; ++bar) expectColour(picture, middleOfBar(bar), 0.5, kBars[bar]);
-  expectColour(picture, middleOfBar(0), 0.70, kBars[6]);  // the reversed bars below
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  const Frame frame = probe_.frames(1).at(0);
+  for (size_t bar = 0; bar < 7; ++bar) expectColour(frame, middleOfBar(bar), 0.5, kBars[bar]);
+  expectColour(frame, middleOfBar(0), 0.70, kBars[6]);  // the reversed bars below
 }
 
 TEST_F(CaptureSessionTest, MirrorExchangesLeftAndRight) {
   CaptureSettings settings = testSettings();
   settings.mirror = true;
   open(settings);
-  ASSERT_TRUE(probe_.waitForPicture([](const Picture& picture) { return !picture.isBlack(); }));
-  const Picture picture = probe_.pictures(1).at(0);
-  for (size_t bar = 0; bar < 7; ++bar) expectColour(picture, middleOfBar(6 - bar), 0.5, kBars[bar]);
+  ASSERT_TRUE(probe_.waitForFrame([](const Frame& frame) { return !frame.isBlack(); }));
+  const Frame frame = probe_.frames(1).at(0);
+  for (size_t bar = 0; bar < 7; ++bar) expectColour(frame, middleOfBar(6 - bar), 0.5, kBars[bar]);
 }
 
 TEST_F(CaptureSessionTest, FramesAreContiguousAtOddSizes) {
   open(testSettings({323, 241, 30}));
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  const Picture picture = probe_.pictures(1).at(0);
-  EXPECT_EQ(picture.info.width, 323);
-  EXPECT_EQ(picture.info.height, 241);
-  EXPECT_EQ(picture.bytes.size(), 324U * 241 + 2 * 164 * 121);
-  for (size_t bar = 0; bar < 7; ++bar) expectColour(picture, middleOfBar(bar), 0.5, kBars[bar]);
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  const Frame frame = probe_.frames(1).at(0);
+  EXPECT_EQ(frame.info.width, 323);
+  EXPECT_EQ(frame.info.height, 241);
+  EXPECT_EQ(frame.bytes.size(), 324U * 241 + 2 * 164 * 121);
+  for (size_t bar = 0; bar < 7; ++bar) expectColour(frame, middleOfBar(bar), 0.5, kBars[bar]);
 }
 
 TEST_F(CaptureSessionTest, BothStreamsStandOnTheirGridsOnOneClock) {
   open(testSettings());
-  const std::vector<Picture> pictures = probe_.pictures(20);
-  for (size_t i = 1; i < pictures.size(); ++i) {
-    const uint64_t passed = pictures[i].time - pictures[0].time;
+  const std::vector<Frame> frames = probe_.frames(20);
+  for (size_t i = 1; i < frames.size(); ++i) {
+    const uint64_t passed = frames[i].time - frames[0].time;
     const uint64_t ticks = (passed * 30 + kSecond / 2) / kSecond;
     EXPECT_GE(ticks, i);
     EXPECT_NEAR(static_cast<double>(passed), static_cast<double>(ticks * kSecond) / 30, 1.0);
   }
-  const std::vector<Sound> sounds = probe_.sounds(20);
-  for (size_t i = 1; i < sounds.size(); ++i) {
-    EXPECT_EQ(sounds[i].time - sounds[i - 1].time, kSecond / 50) << "no chunk is left out";
-    EXPECT_EQ(sounds[i].samples.size(), 960U * 2);
+  const std::vector<AudioChunk> audioChunks = probe_.audioChunks(20);
+  for (size_t i = 1; i < audioChunks.size(); ++i) {
+    EXPECT_EQ(audioChunks[i].time - audioChunks[i - 1].time, kSecond / 50)
+        << "no chunk is left out";
+    EXPECT_EQ(audioChunks[i].samples.size(), 960U * 2);
   }
-  const auto apart = static_cast<int64_t>(sounds[0].time - pictures[0].time);
+  const auto apart = static_cast<int64_t>(audioChunks[0].time - frames[0].time);
   EXPECT_LT(std::abs(apart), int64_t{60} * static_cast<int64_t>(kSecond));
 }
 
 TEST_F(CaptureSessionTest, AnImageGoesToTheConsumersAndNotThroughTheCallback) {
   CaptureSettings settings = testSettings({323, 241, 30});
   settings.networkPoorImage = "/missing.png";  // so it is grey
-  const auto isGrey = [](const Picture& picture) { return picture.at(0.07, 0.5)[0] == 60; };
+  const auto isGrey = [](const Frame& frame) { return frame.at(0.07, 0.5)[0] == 60; };
   std::atomic<bool> greyWasCaptured{false};
   open(settings, [&](FrameOrigin, uint8_t* pixels, const GstVideoInfo&) {
     if (pixels[0] == 60) greyWasCaptured = true;
     ++calls_;
   });
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
   session_->setNetworkPoor(true);
-  ASSERT_TRUE(probe_.waitForPicture(isGrey));
+  ASSERT_TRUE(probe_.waitForFrame(isGrey));
   const size_t before = calls_;
-  const std::vector<Picture> pictures = probe_.pictures(5);
+  const std::vector<Frame> frames = probe_.frames(5);
   EXPECT_GE(calls_, before + 4) << "capturing goes on";
-  for (size_t i = 0; i < pictures.size(); ++i) {
-    EXPECT_TRUE(isGrey(pictures[i]));
-    EXPECT_EQ(pictures[i].bytes.size(), 324U * 241 + 2 * 164 * 121) << "laid out as captured";
-    EXPECT_TRUE(i == 0 || pictures[i].time > pictures[i - 1].time);
+  for (size_t i = 0; i < frames.size(); ++i) {
+    EXPECT_TRUE(isGrey(frames[i]));
+    EXPECT_EQ(frames[i].bytes.size(), 324U * 241 + 2 * 164 * 121) << "laid out as captured";
+    EXPECT_TRUE(i == 0 || frames[i].time > frames[i - 1].time);
   }
   session_->setNetworkPoor(false);
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
   EXPECT_FALSE(greyWasCaptured);
 }
 
@@ -148,9 +149,9 @@ TEST_F(CaptureSessionTest, RatesThatDoNotDivideGetTheRightNumberOfSamples) {
   settings.audio = {11025, 1};
   open(settings);
   size_t total = 0;
-  for (const Sound& sound : probe_.sounds(50)) {
-    EXPECT_TRUE(sound.samples.size() == 220 || sound.samples.size() == 221);
-    total += sound.samples.size();
+  for (const AudioChunk& chunk : probe_.audioChunks(50)) {
+    EXPECT_TRUE(chunk.samples.size() == 220 || chunk.samples.size() == 221);
+    total += chunk.samples.size();
   }
   EXPECT_EQ(total, 11025U);
 }
@@ -159,10 +160,10 @@ TEST_F(CaptureSessionTest, TheToneHas440HertzAndModerateLevel) {
   CaptureSettings settings = testSettings();
   settings.audio = {48000, 1};
   open(settings);
-  ASSERT_TRUE(probe_.waitForSound([](const Sound& sound) { return !sound.isSilent(); }));
+  ASSERT_TRUE(probe_.waitForAudio([](const AudioChunk& chunk) { return !chunk.isSilent(); }));
   std::vector<int16_t> samples;
-  for (const Sound& sound : probe_.sounds(51)) {
-    samples.insert(samples.end(), sound.samples.begin(), sound.samples.end());
+  for (const AudioChunk& chunk : probe_.audioChunks(51)) {
+    samples.insert(samples.end(), chunk.samples.begin(), chunk.samples.end());
   }
   // The first chunk may begin in the silence before the sound.
   samples.erase(samples.begin(), samples.begin() + 960);
@@ -179,70 +180,70 @@ TEST_F(CaptureSessionTest, TheCallbackChangesWhatConsumersSee) {
          pixels[GST_VIDEO_INFO_SIZE(&info) - 1] = 78;
          ++calls_;
        });
-  for (const Picture& picture : probe_.pictures(5)) {
-    EXPECT_EQ(picture.bytes.front(), 77);
-    EXPECT_EQ(picture.bytes.back(), 78);
+  for (const Frame& frame : probe_.frames(5)) {
+    EXPECT_EQ(frame.bytes.front(), 77);
+    EXPECT_EQ(frame.bytes.back(), 78);
   }
   EXPECT_GE(calls_, 5U);
 }
 
 TEST_F(CaptureSessionTest, AMutedCameraIsBlackAndComesBack) {
   open(testSettings());
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
   session_->setCameraMuted(true);
-  ASSERT_TRUE(probe_.waitForPicture(&Picture::isBlack));
-  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(picture.isBlack());
+  ASSERT_TRUE(probe_.waitForFrame(&Frame::isBlack));
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(frame.isBlack());
   session_->setCameraMuted(false);
-  EXPECT_TRUE(probe_.waitForPicture(isPattern));
+  EXPECT_TRUE(probe_.waitForFrame(isPattern));
 }
 
 TEST_F(CaptureSessionTest, AStoppedCameraStandsStillAndComesBack) {
   open(testSettings());
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
   session_->setCameraRunning(false);
   session_->setCameraRunning(false);  // once is enough
-  probe_.pictures(2);                 // one may have been under way
-  const std::vector<Picture> still = probe_.pictures(5);
-  for (const Picture& picture : still) EXPECT_EQ(picture.bytes, still[0].bytes);
+  probe_.frames(2);                   // one may have been under way
+  const std::vector<Frame> still = probe_.frames(5);
+  for (const Frame& frame : still) EXPECT_EQ(frame.bytes, still[0].bytes);
   EXPECT_TRUE(isPattern(still[0]));
   session_->setCameraRunning(true);
-  EXPECT_TRUE(probe_.waitForPicture(
-      [&still](const Picture& picture) { return picture.bytes != still[0].bytes; }));
+  EXPECT_TRUE(
+      probe_.waitForFrame([&still](const Frame& frame) { return frame.bytes != still[0].bytes; }));
 }
 
-TEST_F(CaptureSessionTest, TheFrameCallbackSeesEachStillPictureAfresh) {
+TEST_F(CaptureSessionTest, TheFrameCallbackSeesEachStillFrameAfresh) {
   open(testSettings(), [](FrameOrigin, uint8_t* pixels, const GstVideoInfo&) {
     pixels[0] = static_cast<uint8_t>(pixels[0] / 2);
   });
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
   session_->setCameraRunning(false);
-  probe_.pictures(2);
-  for (const Picture& picture : probe_.pictures(5)) EXPECT_EQ(picture.bytes[0], 235 / 2);
+  probe_.frames(2);
+  for (const Frame& frame : probe_.frames(5)) EXPECT_EQ(frame.bytes[0], 235 / 2);
 }
 
-TEST_F(CaptureSessionTest, MutedSoundIsSilentAndComesBack) {
+TEST_F(CaptureSessionTest, MutedAudioIsSilentAndComesBack) {
   open(testSettings());
-  const auto loud = [](const Sound& sound) { return !sound.isSilent(); };
-  ASSERT_TRUE(probe_.waitForSound(loud));
+  const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
+  ASSERT_TRUE(probe_.waitForAudio(loud));
   session_->setMuted(true);
-  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
-  for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
+  ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
+  for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_TRUE(chunk.isSilent());
   session_->setMuted(false);
-  EXPECT_TRUE(probe_.waitForSound(loud));
+  EXPECT_TRUE(probe_.waitForAudio(loud));
 }
 
-TEST_F(CaptureSessionTest, AudioOnlyHasNoPictures) {
+TEST_F(CaptureSessionTest, AudioOnlyHasNoFrames) {
   CaptureSettings settings = testSettings();
   settings.audioOnly = true;
   open(settings, [](FrameOrigin, uint8_t*, const GstVideoInfo&) {
     ADD_FAILURE() << "a frame without video";
   });
-  EXPECT_TRUE(probe_.waitForSound([](const Sound& sound) { return !sound.isSilent(); }));
+  EXPECT_TRUE(probe_.waitForAudio([](const AudioChunk& chunk) { return !chunk.isSilent(); }));
   session_->setCameraMuted(true);
   session_->setCameraRunning(false);
   session_->setCameraRunning(true);
-  probe_.sounds(10);
-  EXPECT_EQ(probe_.pictureCount(), 0U);
+  probe_.audioChunks(10);
+  EXPECT_EQ(probe_.frameCount(), 0U);
 }
 
 TEST_F(CaptureSessionTest, DevicesThatAreNotThereGiveBlackAndSilence) {
@@ -252,50 +253,50 @@ TEST_F(CaptureSessionTest, DevicesThatAreNotThereGiveBlackAndSilence) {
   open(settings);
   EXPECT_TRUE(failures_.waitFor("camera"));
   EXPECT_TRUE(failures_.waitFor("microphone"));
-  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(picture.isBlack());
-  for (const Sound& sound : probe_.sounds(5)) EXPECT_TRUE(sound.isSilent());
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(frame.isBlack());
+  for (const AudioChunk& chunk : probe_.audioChunks(5)) EXPECT_TRUE(chunk.isSilent());
 }
 
-TEST_F(CaptureSessionTest, TheSoundOfAFileNeedsAFile) {
+TEST_F(CaptureSessionTest, TheAudioOfAFileNeedsAFile) {
   CaptureSettings settings = testSettings();
-  settings.microphone = kFileSound;
+  settings.microphone = kFileAudio;
   open(settings);
   EXPECT_TRUE(failures_.waitFor("microphone"));
-  EXPECT_TRUE(probe_.waitForPicture(isPattern));
+  EXPECT_TRUE(probe_.waitForFrame(isPattern));
   EXPECT_EQ(failures_.count("camera"), 0);
 }
 
 TEST_F(CaptureSessionTest, OthersAreTakenWhileItRuns) {
   open(testSettings());
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  const auto loud = [](const Sound& sound) { return !sound.isSilent(); };
-  ASSERT_TRUE(probe_.waitForSound(loud));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
+  ASSERT_TRUE(probe_.waitForAudio(loud));
   session_->setDevices("no such camera", kTestDevice);
   ASSERT_TRUE(failures_.waitFor("camera"));
-  probe_.pictures(2);  // one may have been under way
-  const std::vector<Picture> still = probe_.pictures(5);
-  for (const Picture& picture : still) EXPECT_EQ(picture.bytes, still[0].bytes);
+  probe_.frames(2);  // one may have been under way
+  const std::vector<Frame> still = probe_.frames(5);
+  for (const Frame& frame : still) EXPECT_EQ(frame.bytes, still[0].bytes);
   EXPECT_TRUE(isPattern(still[0])) << "the last picture stays";
-  EXPECT_TRUE(probe_.waitForSound(loud)) << "the microphone is the same";
+  EXPECT_TRUE(probe_.waitForAudio(loud)) << "the microphone is the same";
   session_->setDevices(kTestDevice, "no such microphone");
   ASSERT_TRUE(failures_.waitFor("microphone"));
-  EXPECT_TRUE(probe_.waitForPicture(
-      [&still](const Picture& picture) { return picture.bytes != still[0].bytes; }));
-  EXPECT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  EXPECT_TRUE(
+      probe_.waitForFrame([&still](const Frame& frame) { return frame.bytes != still[0].bytes; }));
+  EXPECT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
   session_->setDevices(kTestDevice, kTestDevice);
-  EXPECT_TRUE(probe_.waitForSound(loud));
+  EXPECT_TRUE(probe_.waitForAudio(loud));
   EXPECT_EQ(failures_.all(), (std::vector<std::string>{"camera", "microphone"}));
 }
 
 TEST_F(CaptureSessionTest, ADroppedMicrophoneIsNotHeardAnyMore) {
   open(testSettings());
-  const auto loud = [](const Sound& sound) { return !sound.isSilent(); };
-  ASSERT_TRUE(probe_.waitForSound(loud));
+  const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
+  ASSERT_TRUE(probe_.waitForAudio(loud));
   session_->dropMicrophone();
-  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
-  for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
+  ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
+  for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_TRUE(chunk.isSilent());
   session_->setDevices(kTestDevice, kTestDevice);
-  EXPECT_TRUE(probe_.waitForSound(loud));
+  EXPECT_TRUE(probe_.waitForAudio(loud));
 }
 
 TEST_F(CaptureSessionTest, AStoppedCameraStaysStoppedWhenAnotherIsTaken) {
@@ -305,9 +306,9 @@ TEST_F(CaptureSessionTest, AStoppedCameraStaysStoppedWhenAnotherIsTaken) {
   ASSERT_TRUE(failures_.waitFor("camera"));
   session_->setCameraRunning(false);
   session_->setDevices(kTestDevice, kTestDevice);
-  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(picture.isBlack());
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(frame.isBlack());
   session_->setCameraRunning(true);
-  EXPECT_TRUE(probe_.waitForPicture(isPattern));
+  EXPECT_TRUE(probe_.waitForFrame(isPattern));
 }
 
 // A consumer that is in the middle of a frame when it is to be removed.
@@ -333,14 +334,14 @@ TEST_F(CaptureSessionTest, RemovingAConsumerWaitsForItsCall) {
   session_->removeConsumer(&slow);
   EXPECT_TRUE(slow.left);
   const auto calls = slow.entered.count("entered");
-  probe_.pictures(3);
+  probe_.frames(3);
   EXPECT_EQ(slow.entered.count("entered"), calls);
 }
 
 TEST_F(CaptureSessionTest, FiftySessionsLeaveNothingBehind) {
   const auto cycle = [this] {
     open(testSettings());
-    probe_.pictures(1);
+    probe_.frames(1);
     session_->removeConsumer(&probe_);
     session_.reset();
   };

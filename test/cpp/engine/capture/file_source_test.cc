@@ -73,30 +73,30 @@ class FileSourceTest : public testing::Test {
 };
 
 // Half a second of colour bars, and of a tone.
-constexpr char kPicture[] =
+constexpr char kFrame[] =
     "videotestsrc pattern=smpte num-buffers=15 ! "
     "video/x-raw,width=160,height=120,framerate=30/1,pixel-aspect-ratio=1/1 ! ";
-constexpr char kSound[] =
+constexpr char kAudio[] =
     "audiotestsrc num-buffers=24 samplesperbuffer=1000 ! audio/x-raw,rate=48000 ! ";
 
-bool isPattern(const Picture& picture) {
-  return picture.at(0.2, 0.5)[0] > 180;
+bool isPattern(const Frame& frame) {
+  return frame.at(0.2, 0.5)[0] > 180;
 }
-bool isLoud(const Sound& sound) {
-  return !sound.isSilent();
+bool isLoud(const AudioChunk& chunk) {
+  return !chunk.isSilent();
 }
 
 void FileSourceTest::expectLooping(const std::string& path) {
   open(path);
   size_t changes = 0;
   std::vector<uint8_t> last;
-  EXPECT_TRUE(probe_.waitForPicture([&](const Picture& picture) {
-    changes += picture.bytes != last;
-    last = picture.bytes;
+  EXPECT_TRUE(probe_.waitForFrame([&](const Frame& frame) {
+    changes += frame.bytes != last;
+    last = frame.bytes;
     return changes > 40;
   })) << "the picture stopped after "
       << changes;
-  EXPECT_TRUE(probe_.waitForSound(isLoud));
+  EXPECT_TRUE(probe_.waitForAudio(isLoud));
   EXPECT_TRUE(failures_.all().empty());
 }
 
@@ -110,9 +110,9 @@ struct Container {
 class Containers : public FileSourceTest, public testing::WithParamInterface<Container> {};
 
 // More than two rounds, counted in the snow of the pattern, which changes with every picture.
-TEST_P(Containers, PlaysOverAndOverWithSound) {
+TEST_P(Containers, PlaysOverAndOverWithAudio) {
   const Container& kind = GetParam();
-  expectLooping(make(kind.name, std::string(kPicture) + kind.video + " ! mux. " + kSound +
+  expectLooping(make(kind.name, std::string(kFrame) + kind.video + " ! mux. " + kAudio +
                                     kind.audio + " ! mux. " + kind.mux + " name=mux ! "));
 }
 
@@ -135,21 +135,21 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Containers,
                                          Container{"a.avi", "jpegenc", "audioconvert", "avimux"}),
                          [](const auto& test) { return std::string(test.param.name).substr(2); });
 
-TEST_F(FileSourceTest, AFileWithoutSoundIsSilent) {
-  open(make("silent.avi", std::string(kPicture) + "jpegenc ! avimux ! "));
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  for (const Sound& sound : probe_.sounds(20)) EXPECT_TRUE(sound.isSilent());
+TEST_F(FileSourceTest, AFileWithoutAudioIsSilent) {
+  open(make("silent.avi", std::string(kFrame) + "jpegenc ! avimux ! "));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  for (const AudioChunk& chunk : probe_.audioChunks(20)) EXPECT_TRUE(chunk.isSilent());
   EXPECT_TRUE(failures_.all().empty());
 }
 
 TEST_F(FileSourceTest, AnotherShapeGetsBlackBorders) {
-  open(make("narrow.avi", std::string(kPicture) + "jpegenc ! avimux ! "));
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  const Picture picture = probe_.pictures(1).at(0);
+  open(make("narrow.avi", std::string(kFrame) + "jpegenc ! avimux ! "));
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  const Frame frame = probe_.frames(1).at(0);
   // 4:3 in 16:9 covers the middle three quarters.
-  for (const double x : {0.02, 0.1, 0.9, 0.98}) EXPECT_NEAR(picture.at(x, 0.5)[0], 16, 3) << x;
-  EXPECT_GT(picture.at(0.15, 0.5)[0], 200);       // the white bar on the left
-  EXPECT_NEAR(picture.at(0.85, 0.5)[0], 41, 25);  // the blue bar on the right
+  for (const double x : {0.02, 0.1, 0.9, 0.98}) EXPECT_NEAR(frame.at(x, 0.5)[0], 16, 3) << x;
+  EXPECT_GT(frame.at(0.15, 0.5)[0], 200);       // the white bar on the left
+  EXPECT_NEAR(frame.at(0.85, 0.5)[0], 41, 25);  // the blue bar on the right
 }
 
 TEST_F(FileSourceTest, OblongPixelsBecomeSquare) {
@@ -157,10 +157,10 @@ TEST_F(FileSourceTest, OblongPixelsBecomeSquare) {
             "videotestsrc pattern=white num-buffers=15 ! "
             "video/x-raw,width=160,height=120,framerate=30/1,pixel-aspect-ratio=4/3 ! "
             "x264enc ! matroskamux ! "));
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  const Picture picture = probe_.pictures(1).at(0);
-  EXPECT_GT(picture.at(0.02, 0.5)[0], 200) << "160 by 120 with 4:3 pixels fills 16:9";
-  EXPECT_GT(picture.at(0.98, 0.5)[0], 200);
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  const Frame frame = probe_.frames(1).at(0);
+  EXPECT_GT(frame.at(0.02, 0.5)[0], 200) << "160 by 120 with 4:3 pixels fills 16:9";
+  EXPECT_GT(frame.at(0.98, 0.5)[0], 200);
 }
 
 // range:matrix:transfer:primaries in GStreamer's numbers; the first digit is 1 for full range.
@@ -171,10 +171,10 @@ TEST_P(FileColours, AreConvertedToThoseOfTheEngine) {
                                     "video/x-raw,format=RGB,width=320,height=180,framerate=30/1 ! "
                                     "videoconvert ! video/x-raw,format=I420,colorimetry=") +
                             GetParam() + " ! x264enc bitrate=20000 ! matroskamux ! "));
-  ASSERT_TRUE(probe_.waitForPicture(isPattern));
-  const Picture picture = probe_.pictures(1).at(0);
+  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  const Frame frame = probe_.frames(1).at(0);
   for (size_t bar = 0; bar < 7; ++bar) {
-    const auto seen = picture.at((static_cast<double>(bar) + 0.5) / 7, 0.3);
+    const auto seen = frame.at((static_cast<double>(bar) + 0.5) / 7, 0.3);
     const Codes wanted = formCodesOf(kColourBars[bar]);
     for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], wanted[i], 3) << "bar " << bar;
   }
@@ -184,43 +184,43 @@ INSTANTIATE_TEST_SUITE_P(Codings, FileColours,
                          testing::Values("2:4:16:4", "1:4:16:4", "2:3:5:1", "1:3:5:1", "2:6:13:7",
                                          "1:5:9:6"));
 
-TEST_F(FileSourceTest, OnlyTheSoundOfAFile) {
-  open(make("both.avi", std::string(kPicture) + "jpegenc ! mux. " + kSound +
+TEST_F(FileSourceTest, OnlyTheAudioOfAFile) {
+  open(make("both.avi", std::string(kFrame) + "jpegenc ! mux. " + kAudio +
                             "audioconvert ! mux. avimux name=mux ! "),
        true);
-  EXPECT_TRUE(probe_.waitForSound(isLoud));
-  EXPECT_EQ(probe_.pictureCount(), 0U);
+  EXPECT_TRUE(probe_.waitForAudio(isLoud));
+  EXPECT_EQ(probe_.frameCount(), 0U);
 }
 
 TEST_F(FileSourceTest, AStoppedFileIsSilentAndBeginsAgain) {
-  open(make("both.avi", std::string(kPicture) + "jpegenc ! mux. " + kSound +
+  open(make("both.avi", std::string(kFrame) + "jpegenc ! mux. " + kAudio +
                             "audioconvert ! mux. avimux name=mux ! "));
-  ASSERT_TRUE(probe_.waitForSound(isLoud));
+  ASSERT_TRUE(probe_.waitForAudio(isLoud));
   session_->setCameraRunning(false);
-  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
-  for (const Sound& sound : probe_.sounds(10)) EXPECT_TRUE(sound.isSilent());
+  ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
+  for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_TRUE(chunk.isSilent());
   session_->setCameraRunning(true);
-  EXPECT_TRUE(probe_.waitForSound(isLoud));
+  EXPECT_TRUE(probe_.waitForAudio(isLoud));
 }
 
-TEST_F(FileSourceTest, ItsSoundIsHeardWithItsPictureAndWithout) {
-  const std::string path = make("both.avi", std::string(kPicture) + "jpegenc ! mux. " + kSound +
+TEST_F(FileSourceTest, ItsAudioIsHeardWithItsFrameAndWithout) {
+  const std::string path = make("both.avi", std::string(kFrame) + "jpegenc ! mux. " + kAudio +
                                                 "audioconvert ! mux. avimux name=mux ! ");
   open(path);
-  ASSERT_TRUE(probe_.waitForSound(isLoud));
+  ASSERT_TRUE(probe_.waitForAudio(isLoud));
   const std::string file = "file:" + path;
   session_->setDevices(file, "no such microphone");
   ASSERT_TRUE(failures_.waitFor("microphone"));
-  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
   session_->setDevices(file, file);
-  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "with its picture";
+  EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "with its picture";
   session_->setDevices("no such camera", "no such microphone");
   ASSERT_TRUE(failures_.waitFor("microphone", 2));
-  ASSERT_TRUE(probe_.waitForSound(&Sound::isSilent));
+  ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
   session_->setDevices("no such camera", file);
-  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "without";
+  EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "without";
   session_->setDevices(file, file);
-  EXPECT_TRUE(probe_.waitForSound(isLoud)) << "with it again";
+  EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "with it again";
 }
 
 class BrokenFiles : public FileSourceTest {
@@ -228,8 +228,8 @@ class BrokenFiles : public FileSourceTest {
   void expectFailureAndBlack(const std::string& path) {
     open(path);
     ASSERT_TRUE(failures_.waitFor("camera"));
-    for (const Picture& picture : probe_.pictures(3)) EXPECT_TRUE(picture.isBlack());
-    for (const Sound& sound : probe_.sounds(3)) EXPECT_TRUE(sound.isSilent());
+    for (const Frame& frame : probe_.frames(3)) EXPECT_TRUE(frame.isBlack());
+    for (const AudioChunk& chunk : probe_.audioChunks(3)) EXPECT_TRUE(chunk.isSilent());
   }
 };
 
@@ -251,13 +251,13 @@ TEST_F(BrokenFiles, Folder) {
   expectFailureAndBlack(folder_);
 }
 
-TEST_F(BrokenFiles, SoundWithoutPicture) {
-  expectFailureAndBlack(make("sound.mp4", std::string(kSound) + "avenc_aac ! mp4mux ! "));
+TEST_F(BrokenFiles, AudioWithoutFrame) {
+  expectFailureAndBlack(make("sound.mp4", std::string(kAudio) + "avenc_aac ! mp4mux ! "));
 }
 
 TEST_F(BrokenFiles, CutOff) {
   const std::string whole =
-      make("whole.mp4", std::string(kPicture) + "x264enc ! mp4mux faststart=false ! ");
+      make("whole.mp4", std::string(kFrame) + "x264enc ! mp4mux faststart=false ! ");
   std::filesystem::resize_file(whole, std::filesystem::file_size(whole) / 2);
   expectFailureAndBlack(whole);
 }

@@ -14,8 +14,8 @@ class FrameChoiceTest : public testing::Test {
 
   // Of one picture each, by which they are known.
   struct Box {
-    Box() { mailbox->put(picture.get()); }
-    const GstPtr<GstBuffer> picture{gst_buffer_new()};
+    Box() { mailbox->put(frame.get()); }
+    const GstPtr<GstBuffer> frame{gst_buffer_new()};
     const std::shared_ptr<FrameMailbox> mailbox = std::make_shared<FrameMailbox>();
   };
 
@@ -28,25 +28,25 @@ class FrameChoiceTest : public testing::Test {
   FrameChoice choice_{kCamera};
 };
 
-TEST_F(FrameChoiceTest, BlackOfTheFirstFormatBeforeTheFirstPicture) {
+TEST_F(FrameChoiceTest, BlackOfTheFirstFormatBeforeTheFirstFrame) {
   const ShownFrame shown = choice_.captured();
   EXPECT_EQ(shownIn(shown), nullptr);
   EXPECT_EQ(shown.format, kCamera);
   EXPECT_EQ(shownIn(choice_.placeholder()), nullptr);
 }
 
-TEST_F(FrameChoiceTest, APredecessorsPictureStaysUntilItsSuccessorHasOne) {
+TEST_F(FrameChoiceTest, APredecessorsFrameStaysUntilItsSuccessorHasOne) {
   choice_.setSource({camera_.mailbox, kCamera, FrameOrigin::kCamera});
-  EXPECT_EQ(shownIn(choice_.captured()), camera_.picture.get());
+  EXPECT_EQ(shownIn(choice_.captured()), camera_.frame.get());
   const auto empty = std::make_shared<FrameMailbox>();
   choice_.setSource({empty, kScreen, FrameOrigin::kScreen});
   const ShownFrame before = choice_.captured();
-  EXPECT_EQ(shownIn(before), camera_.picture.get());
+  EXPECT_EQ(shownIn(before), camera_.frame.get());
   EXPECT_EQ(before.format, kCamera) << "format and origin go with the picture";
   EXPECT_EQ(before.origin, FrameOrigin::kCamera);
-  empty->put(screen_.picture.get());
+  empty->put(screen_.frame.get());
   const ShownFrame after = choice_.captured();
-  EXPECT_EQ(shownIn(after), screen_.picture.get());
+  EXPECT_EQ(shownIn(after), screen_.frame.get());
   EXPECT_EQ(after.format, kScreen);
   EXPECT_EQ(after.origin, FrameOrigin::kScreen);
 }
@@ -56,7 +56,7 @@ TEST_F(FrameChoiceTest, AMutedCameraIsBlackAndAScreenIsNot) {
   choice_.setCameraBlack(true);
   EXPECT_EQ(shownIn(choice_.captured()), nullptr);
   choice_.setSource({screen_.mailbox, kScreen, FrameOrigin::kScreen});
-  EXPECT_EQ(shownIn(choice_.captured()), screen_.picture.get());
+  EXPECT_EQ(shownIn(choice_.captured()), screen_.frame.get());
 }
 
 TEST_F(FrameChoiceTest, AnImageStandsInOnItsOccasionOnly) {
@@ -67,9 +67,9 @@ TEST_F(FrameChoiceTest, AnImageStandsInOnItsOccasionOnly) {
   EXPECT_EQ(shownIn(choice_.placeholder()), nullptr) << "there is none for that";
   choice_.showPlaceholder(Placeholder::kScreenPaused, true);
   const ShownFrame image = choice_.placeholder();
-  EXPECT_EQ(shownIn(image), paused_.picture.get());
+  EXPECT_EQ(shownIn(image), paused_.frame.get());
   EXPECT_EQ(image.format, kCamera);
-  EXPECT_EQ(shownIn(choice_.captured()), screen_.picture.get()) << "captured it is all the same";
+  EXPECT_EQ(shownIn(choice_.captured()), screen_.frame.get()) << "captured it is all the same";
   choice_.showPlaceholder(Placeholder::kScreenPaused, false);
   EXPECT_EQ(shownIn(choice_.placeholder()), nullptr);
 }
@@ -79,9 +79,9 @@ TEST_F(FrameChoiceTest, APoorNetworkGoesBeforeAPause) {
   choice_.setImage(Placeholder::kNetworkPoor, {poor_.mailbox, kCamera});
   choice_.showPlaceholder(Placeholder::kScreenPaused, true);
   choice_.showPlaceholder(Placeholder::kNetworkPoor, true);
-  EXPECT_EQ(shownIn(choice_.placeholder()), poor_.picture.get());
+  EXPECT_EQ(shownIn(choice_.placeholder()), poor_.frame.get());
   choice_.showPlaceholder(Placeholder::kNetworkPoor, false);
-  EXPECT_EQ(shownIn(choice_.placeholder()), paused_.picture.get());
+  EXPECT_EQ(shownIn(choice_.placeholder()), paused_.frame.get());
 }
 
 TEST_F(FrameChoiceTest, AnImageStaysUntilItIsThereInItsNewSize) {
@@ -89,11 +89,11 @@ TEST_F(FrameChoiceTest, AnImageStaysUntilItIsThereInItsNewSize) {
   const auto empty = std::make_shared<FrameMailbox>();
   choice_.setImage(Placeholder::kScreenPaused, {empty, kCamera});
   EXPECT_EQ(shownIn(choice_.placeholder()), nullptr) << "not there yet";
-  empty->put(paused_.picture.get());
-  EXPECT_EQ(shownIn(choice_.placeholder()), paused_.picture.get());
+  empty->put(paused_.frame.get());
+  EXPECT_EQ(shownIn(choice_.placeholder()), paused_.frame.get());
   choice_.setImage(Placeholder::kScreenPaused, {std::make_shared<FrameMailbox>(), kScreen});
   const ShownFrame image = choice_.placeholder();
-  EXPECT_EQ(shownIn(image), paused_.picture.get());
+  EXPECT_EQ(shownIn(image), paused_.frame.get());
   EXPECT_EQ(image.format, kCamera);
 }
 

@@ -68,19 +68,19 @@ class StillImageTest : public testing::Test {
   }
 
   void show(const std::string& path, const VideoFormat& format = kFormat) {
-    pictures_ = std::make_shared<FrameMailbox>();
-    const StillImage image(path, format, pictures_);
-    for (const auto end = std::chrono::steady_clock::now() + 30s; !pictures_->latest();) {
+    frames_ = std::make_shared<FrameMailbox>();
+    const StillImage image(path, format, frames_);
+    for (const auto end = std::chrono::steady_clock::now() + 30s; !frames_->latest();) {
       ASSERT_LT(std::chrono::steady_clock::now(), end);
       std::this_thread::sleep_for(2ms);
     }
   }
 
   void expectColour(double x, double y, const std::array<int, 3>& yuv) const {
-    const GstPtr<GstBuffer> picture = pictures_->latest();
-    const GstVideoInfo info = pictureInfo(kFormat);
+    const GstPtr<GstBuffer> buffer = frames_->latest();
+    const GstVideoInfo info = frameInfo(kFormat);
     GstVideoFrame frame;
-    ASSERT_TRUE(gst_video_frame_map(&frame, &info, picture.get(), GST_MAP_READ));
+    ASSERT_TRUE(gst_video_frame_map(&frame, &info, buffer.get(), GST_MAP_READ));
     for (int plane = 0; plane < 3; ++plane) {
       const auto column = static_cast<ptrdiff_t>(x * GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane));
       const auto row = static_cast<ptrdiff_t>(y * GST_VIDEO_FRAME_COMP_HEIGHT(&frame, plane));
@@ -114,18 +114,18 @@ class StillImageTest : public testing::Test {
     return bytes;
   }
 
-  static std::string problemOf(const std::string& path) {
-    std::string problem;
-    const DecodedImage image = decodeImageFile(path, problem);
+  static std::string errorOf(const std::string& path) {
+    std::string error;
+    const DecodedImage image = decodeImageFile(path, error);
     EXPECT_FALSE(image.pixels);
-    return problem;
+    return error;
   }
 
   const std::filesystem::path folder_;
-  std::shared_ptr<FrameMailbox> pictures_;
+  std::shared_ptr<FrameMailbox> frames_;
 };
 
-TEST_F(StillImageTest, FillsThePictureThatHasItsShape) {
+TEST_F(StillImageTest, FillsTheFrameThatHasItsShape) {
   // The range and matrix of JPEG files, which the encoder does not see to by itself.
   const std::string jpeg = "video/x-raw,format=I420,colorimetry=1:4:0:0 ! jpegenc quality=95";
   for (const std::string& path :
@@ -159,30 +159,30 @@ TEST_F(StillImageTest, GreyTakesThePlaceOfWhatCannotBeUsed) {
 }
 
 TEST_F(StillImageTest, EachReasonIsTold) {
-  EXPECT_EQ(problemOf(file("missing.png")), "there is no such file");
-  EXPECT_EQ(problemOf(folder_), "it is no file");
-  EXPECT_EQ(problemOf("/dev/zero"), "it is no file");
+  EXPECT_EQ(errorOf(file("missing.png")), "there is no such file");
+  EXPECT_EQ(errorOf(folder_), "it is no file");
+  EXPECT_EQ(errorOf("/dev/zero"), "it is no file");
   write("empty.png", "");
-  EXPECT_EQ(problemOf(file("empty.png")), "it is empty");
+  EXPECT_EQ(errorOf(file("empty.png")), "it is empty");
   write("text.png", "no picture at all, but some text");
-  EXPECT_EQ(problemOf(file("text.png")), "it is neither PNG nor JPEG");
+  EXPECT_EQ(errorOf(file("text.png")), "it is neither PNG nor JPEG");
   const std::string whole = makeImage("whole.png", "pngenc", 320, 240);
   std::filesystem::resize_file(whole, 60);
-  EXPECT_THAT(problemOf(whole), testing::StartsWith("it cannot be decoded: "));
+  EXPECT_THAT(errorOf(whole), testing::StartsWith("it cannot be decoded: "));
 }
 
 TEST_F(StillImageTest, WhatIsTooLargeIsNotEvenDecoded) {
   using namespace std::string_literals;
   write("bomb.png", blackPng(20'000, 20'000));
-  EXPECT_EQ(problemOf(file("bomb.png")), "it has 20000x20000 pixels; 40000000 are allowed");
+  EXPECT_EQ(errorOf(file("bomb.png")), "it has 20000x20000 pixels; 40000000 are allowed");
   const std::string bomb =
       "\xff\xd8\xff\xc0\0\x0b\x08\x9c\x40\x9c\x40\x01\x01\x11\0"s
       "\xff\xda\0\x08\x01\x01\0\0\x3f\0"s;
   write("bomb.jpg", bomb);
-  EXPECT_EQ(problemOf(file("bomb.jpg")), "it has 40000x40000 pixels; 40000000 are allowed");
+  EXPECT_EQ(errorOf(file("bomb.jpg")), "it has 40000x40000 pixels; 40000000 are allowed");
   write("long.png", "");
   std::filesystem::resize_file(file("long.png"), 32'000'001);
-  EXPECT_EQ(problemOf(file("long.png")), "it has 32000001 bytes; 32000000 are allowed");
+  EXPECT_EQ(errorOf(file("long.png")), "it has 32000001 bytes; 32000000 are allowed");
 }
 
 TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
@@ -194,9 +194,9 @@ TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
   for (const std::string& path : {first, photo}) {
     resetPeakMemory();
     const ptrdiff_t before = peakMemoryKiB();
-    std::string problem;
-    const DecodedImage image = decodeImageFile(path, problem);
-    ASSERT_TRUE(image.pixels) << problem;
+    std::string error;
+    const DecodedImage image = decodeImageFile(path, error);
+    ASSERT_TRUE(image.pixels) << error;
     EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&image.info), 160);
     EXPECT_EQ(GST_VIDEO_INFO_HEIGHT(&image.info), 120);
     EXPECT_LT(peakMemoryKiB() - before, 16 * 1024) << path;
@@ -205,14 +205,14 @@ TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
 
 TEST_F(StillImageTest, APipeIsRefusedAtOnce) {
   ASSERT_EQ(mkfifo(file("pipe.png").c_str(), 0600), 0);
-  EXPECT_EQ(problemOf(file("pipe.png")), "it is no file");
+  EXPECT_EQ(errorOf(file("pipe.png")), "it is no file");
 }
 
 TEST_F(StillImageTest, ItsEndIsNotWaitedFor) {
   const std::string path = makeImage("large.png", "pngenc", 4000, 3000);
-  const auto pictures = std::make_shared<FrameMailbox>();
+  const auto frames = std::make_shared<FrameMailbox>();
   const auto begin = std::chrono::steady_clock::now();
-  { const StillImage image(path, kFormat, pictures); }
+  { const StillImage image(path, kFormat, frames); }
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
 }
 

@@ -43,10 +43,10 @@ void pause(int ms) {
 
 TEST_F(TickerTest, TicksStandOnTheGridOfTheirNumbers) {
   const std::vector<Call> calls = record(100, 1000, 50);
-  const TickSchedule grid(calls[0].time, 100);
+  const TickSchedule schedule(calls[0].time, 100);
   for (size_t i = 0; i < calls.size(); ++i) {
     EXPECT_EQ(calls[i].number, i);
-    EXPECT_EQ(calls[i].time, grid.time(i));
+    EXPECT_EQ(calls[i].time, schedule.time(i));
   }
 }
 
@@ -67,18 +67,18 @@ TEST_F(TickerTest, AnotherRateStartsAGridAtTheNextTick) {
   size_t turn = 1;
   while (calls[turn].number != 0) ++turn;
   EXPECT_EQ(calls[turn].time, TickSchedule(calls[0].time, 100).time(turn)) << "where it was due";
-  const TickSchedule grid(calls[turn].time, 200);
+  const TickSchedule schedule(calls[turn].time, 200);
   for (size_t i = turn; i < calls.size(); ++i) {
     EXPECT_EQ(calls[i].number, i - turn);
-    EXPECT_EQ(calls[i].time, grid.time(i - turn));
+    EXPECT_EQ(calls[i].time, schedule.time(i - turn));
   }
 }
 
 TEST_F(TickerTest, AnOverdueTickIsLeftOutWithoutAllowance) {
   const std::vector<Call> calls = record(100, 0, 5, [] { pause(55); });
   EXPECT_GE(calls[1].number, 5U);
-  const TickSchedule grid(calls[0].time, 100);
-  for (const Call& call : calls) EXPECT_EQ(call.time, grid.time(call.number));
+  const TickSchedule schedule(calls[0].time, 100);
+  for (const Call& call : calls) EXPECT_EQ(call.time, schedule.time(call.number));
 }
 
 TEST_F(TickerTest, OverdueTicksAreMadeUpWithinTheAllowance) {

@@ -72,7 +72,7 @@ TEST_F(DeviceSelectionTest, NothingConfiguredMeansTheFirstCameraAndTheDefaultMic
   EXPECT_EQ(select("", "").current(kMicrophone).id, "n");
 }
 
-TEST_F(DeviceSelectionTest, NothingConfiguredMeansTheSoundOfTheFile) {
+TEST_F(DeviceSelectionTest, NothingConfiguredMeansTheAudioOfTheFile) {
   plug(microphones, "m", true);
   EXPECT_EQ(select(kFile, "").current(kMicrophone).id, "file");
   EXPECT_EQ(select(kFile, "").sources().microphone, kFile);

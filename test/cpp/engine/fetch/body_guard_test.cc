@@ -16,14 +16,14 @@ SourceSettings settings() {
   return small;
 }
 
-std::optional<std::string> name(const std::string& reference, FetchKind, std::string& problem) {
-  problem = "no";
+std::optional<std::string> name(const std::string& reference, FetchKind, std::string& error) {
+  error = "no";
   return reference == "bad" ? std::nullopt : std::optional("named-" + reference);
 }
 
 struct Outcome {
   std::string passed;
-  std::string problem;
+  std::string error;
   bool isPlaylist = false;
 };
 
@@ -34,13 +34,13 @@ Outcome pass(FetchKind kind, const std::string& body, std::size_t piece) {
     const std::string part = body.substr(at, piece);
     std::vector<uint8_t> bytes(part.begin(), part.end());
     if (const auto failure = guard.feed(bytes)) {
-      outcome.problem = failure->text;
+      outcome.error = failure->text;
       return outcome;
     }
     outcome.passed.append(bytes.begin(), bytes.end());
   }
   std::vector<uint8_t> rest;
-  if (const auto failure = guard.finish(rest)) outcome.problem = failure->text;
+  if (const auto failure = guard.finish(rest)) outcome.error = failure->text;
   outcome.passed.append(rest.begin(), rest.end());
   outcome.isPlaylist = guard.isPlaylist();
   return outcome;
@@ -66,7 +66,7 @@ TEST(BodyGuard, MediaPassesUnchanged) {
     for (std::size_t piece = 1; piece <= body.size(); ++piece) {
       const Outcome outcome = pass(FetchKind::kStream, body, piece);
       EXPECT_EQ(outcome.passed, body);
-      EXPECT_EQ(outcome.problem, "");
+      EXPECT_EQ(outcome.error, "");
       EXPECT_FALSE(outcome.isPlaylist);
     }
   }
@@ -81,35 +81,35 @@ TEST(BodyGuard, APlaylistPassesWholeAndRewritten) {
       EXPECT_TRUE(outcome.isPlaylist);
     }
   }
-  EXPECT_EQ(pass(FetchKind::kStream, "#EXTM3U\nbad\n", 5).problem, "no");
+  EXPECT_EQ(pass(FetchKind::kStream, "#EXTM3U\nbad\n", 5).error, "no");
 }
 
 TEST(BodyGuard, WhatIsKeptInMemoryHasALimit) {
   const std::string large(5 * kKib, 'a');
-  EXPECT_EQ(pass(FetchKind::kStream, "#EXTM3U\n" + large, 100).problem,
+  EXPECT_EQ(pass(FetchKind::kStream, "#EXTM3U\n" + large, 100).error,
             "the playlist is larger than 4 KiB, the limit");
-  EXPECT_EQ(pass(FetchKind::kKey, large, 100).problem, "a key is larger than 4 KiB, the limit");
-  EXPECT_EQ(pass(FetchKind::kMap, large, 100).problem,
+  EXPECT_EQ(pass(FetchKind::kKey, large, 100).error, "a key is larger than 4 KiB, the limit");
+  EXPECT_EQ(pass(FetchKind::kMap, large, 100).error,
             "the header of segments is larger than 4 KiB, the limit");
-  EXPECT_EQ(pass(FetchKind::kMedia, large, 100).problem, "");
-  EXPECT_EQ(pass(FetchKind::kKey, std::string(16, 'k'), 100).problem, "");
+  EXPECT_EQ(pass(FetchKind::kMedia, large, 100).error, "");
+  EXPECT_EQ(pass(FetchKind::kKey, std::string(16, 'k'), 100).error, "");
 }
 
 TEST(BodyGuard, AnotherPlaylistMustBeOne) {
-  EXPECT_NE(pass(FetchKind::kPlaylist, "<html>", 3).problem, "");
-  EXPECT_NE(pass(FetchKind::kPlaylist, "#EX", 3).problem, "");
+  EXPECT_NE(pass(FetchKind::kPlaylist, "<html>", 3).error, "");
+  EXPECT_NE(pass(FetchKind::kPlaylist, "#EX", 3).error, "");
 }
 
 TEST(BodyGuard, TagsHaveALimit) {
   const std::string tooLarge = "the tags in front of the media are larger than 16 KiB, the limit";
   const std::string small = id3(8 * kKib) + std::string(8 * kKib, 't');
   for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, std::size_t{100'000}}) {
-    EXPECT_EQ(pass(FetchKind::kStream, id3((1 << 28) - 1), piece).problem, tooLarge);
-    EXPECT_EQ(pass(FetchKind::kMedia, ape(0xffffffff), piece).problem, tooLarge);
+    EXPECT_EQ(pass(FetchKind::kStream, id3((1 << 28) - 1), piece).error, tooLarge);
+    EXPECT_EQ(pass(FetchKind::kMedia, ape(0xffffffff), piece).error, tooLarge);
     EXPECT_EQ(pass(FetchKind::kStream, small + "media", piece).passed, small + "media");
-    EXPECT_EQ(pass(FetchKind::kStream, small + small, piece).problem, tooLarge) << "all together";
-    EXPECT_EQ(pass(FetchKind::kStream, small + ape(9 * kKib), piece).problem, tooLarge);
-    EXPECT_EQ(pass(FetchKind::kStream, "media" + id3((1 << 28) - 1), piece).problem, "");
+    EXPECT_EQ(pass(FetchKind::kStream, small + small, piece).error, tooLarge) << "all together";
+    EXPECT_EQ(pass(FetchKind::kStream, small + ape(9 * kKib), piece).error, tooLarge);
+    EXPECT_EQ(pass(FetchKind::kStream, "media" + id3((1 << 28) - 1), piece).error, "");
   }
 }
 

@@ -6,22 +6,22 @@ namespace NimboEngine {
 namespace {
 
 HttpUrl parse(const std::string& text) {
-  std::string problem;
-  const auto url = parseHttpUrl(text, problem);
-  EXPECT_TRUE(url) << text << ": " << problem;
+  std::string error;
+  const auto url = parseHttpUrl(text, error);
+  EXPECT_TRUE(url) << text << ": " << error;
   return url.value_or(HttpUrl{});
 }
 
-std::string problemOf(const std::string& text) {
-  std::string problem;
-  EXPECT_FALSE(parseHttpUrl(text, problem)) << text;
-  return problem;
+std::string errorOf(const std::string& text) {
+  std::string error;
+  EXPECT_FALSE(parseHttpUrl(text, error)) << text;
+  return error;
 }
 
 std::string resolved(const std::string& base, const std::string& reference) {
-  std::string problem;
-  const auto url = resolveHttpUrl(base, reference, problem);
-  return url ? url->text() : "refused: " + problem;
+  std::string error;
+  const auto url = resolveHttpUrl(base, reference, error);
+  return url ? url->text() : "refused: " + error;
 }
 
 TEST(HttpUrl, IsTakenApart) {
@@ -66,12 +66,12 @@ TEST(HttpUrl, UserAndPasswordBecomeAHeader) {
 }
 
 TEST(HttpUrl, RefusesTheRest) {
-  EXPECT_EQ(problemOf("ftp://host/"), "an address has the scheme ftp, not http or https");
-  EXPECT_EQ(problemOf("http:///path"), "an address has no host");
-  EXPECT_EQ(problemOf("http://ho st/"), "an address has no host");
-  EXPECT_EQ(problemOf("http://host\r\nX: y/"), "an address has control characters");
-  EXPECT_EQ(problemOf("http://host:99999/?token=1"), "an address cannot be read");
-  EXPECT_EQ(problemOf("stream"), "an address cannot be read");
+  EXPECT_EQ(errorOf("ftp://host/"), "an address has the scheme ftp, not http or https");
+  EXPECT_EQ(errorOf("http:///path"), "an address has no host");
+  EXPECT_EQ(errorOf("http://ho st/"), "an address has no host");
+  EXPECT_EQ(errorOf("http://host\r\nX: y/"), "an address has control characters");
+  EXPECT_EQ(errorOf("http://host:99999/?token=1"), "an address cannot be read");
+  EXPECT_EQ(errorOf("stream"), "an address cannot be read");
 }
 
 TEST(HttpUrl, ResolvesReferences) {

@@ -12,20 +12,19 @@ namespace {
 constexpr std::size_t kMost = 100'000;
 
 // Names each address "<kind of address>", and refuses "bad".
-std::optional<std::string> name(const std::string& reference, FetchKind kind,
-                                std::string& problem) {
+std::optional<std::string> name(const std::string& reference, FetchKind kind, std::string& error) {
   if (reference == "bad") {
-    problem = "it is bad";
+    error = "it is bad";
     return std::nullopt;
   }
   return fmt::format("<{} {}>", static_cast<int>(kind), reference);
 }
 
 std::string rewritten(const std::string& text) {
-  std::string problem;
-  const auto result = rewritePlaylist(text, kMost, name, problem);
-  EXPECT_EQ(problem.empty(), result.has_value()) << problem;
-  return result.value_or("refused: " + problem);
+  std::string error;
+  const auto result = rewritePlaylist(text, kMost, name, error);
+  EXPECT_EQ(error.empty(), result.has_value()) << error;
+  return result.value_or("refused: " + error);
 }
 
 std::optional<bool> begins(std::string_view text) {
@@ -101,21 +100,21 @@ TEST(Playlist, WhatIsNoTextIsRefused) {
 
 TEST(Playlist, AnAddressStaysOnItsLine) {
   for (const char* given : {"a\"b", "a\nb", "a\rb"}) {
-    std::string problem;
+    std::string error;
     const NameAddress same = [&](const std::string&, FetchKind, std::string&) {
       return std::optional<std::string>(given);
     };
-    EXPECT_FALSE(rewritePlaylist("#EXTM3U\nx\n", kMost, same, problem)) << given;
+    EXPECT_FALSE(rewritePlaylist("#EXTM3U\nx\n", kMost, same, error)) << given;
   }
 }
 
 TEST(Playlist, HasLimits) {
   std::string text = "#EXTM3U\n";
   for (std::size_t i = 0; i <= kMostPlaylistEntries; ++i) text += "a\n";
-  std::string problem;
-  EXPECT_FALSE(rewritePlaylist(text, 100'000'000, name, problem));
-  EXPECT_EQ(problem, "the playlist has more than 50000 entries");
-  EXPECT_FALSE(rewritePlaylist("#EXTM3U\naaaa\n", 10, name, problem));
+  std::string error;
+  EXPECT_FALSE(rewritePlaylist(text, 100'000'000, name, error));
+  EXPECT_EQ(error, "the playlist has more than 50000 entries");
+  EXPECT_FALSE(rewritePlaylist("#EXTM3U\naaaa\n", 10, name, error));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // legacy ones are made by the installed ffmpeg.
 
 #include <gst/app/gstappsink.h>
+#include <gst/audio/audio.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -50,7 +51,7 @@ void onPad(GstElement* demuxer, GstPad* pad, gpointer data) {
       video ? "queue name=in ! decodebin ! videoconvert ! video/x-raw,format=I420"
               " ! appsink name=video sync=false async=false"
             : "queue name=in ! decodebin ! audioconvert ! audioresample"
-              " ! audio/x-raw,format=S16LE,channels=1,rate=48000"
+              " ! audio/x-raw,format=" GST_AUDIO_NE(S16) ",channels=1,rate=48000"
               " ! appsink name=audio sync=false async=false";
   GstElement* bin = gst_parse_bin_from_description(description, FALSE, nullptr);
   ASSERT_NE(bin, nullptr);

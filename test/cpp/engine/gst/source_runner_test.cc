@@ -44,8 +44,8 @@ class FakeSource : public Source {
 TEST_F(SourceRunnerTest, TellsWhyThereIsNoSource) {
   const SourceRunner runner(
       "x",
-      [](std::string& problem) -> std::unique_ptr<Source> {
-        problem = "no such thing";
+      [](std::string& error) -> std::unique_ptr<Source> {
+        error = "no such thing";
         return nullptr;
       },
       collect());
@@ -99,19 +99,19 @@ TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
 }
 
 TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
-  struct Dumb : FakeSource {
-    explicit Dumb(EventLog& log)
+  struct Undelivering : FakeSource {
+    explicit Undelivering(EventLog& log)
         : FakeSource("videotestsrc is-live=true ! fakesink async=false"), builds(log) {}
-    std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& problem) override {
+    std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override {
       builds.add("build");
-      return FakeSource::build(std::move(handler), problem);
+      return FakeSource::build(std::move(handler), error);
     }
     int64_t progress() const override { return 0; }
     EventLog& builds;
   };
   EventLog builds;
   const SourceRunner runner(
-      "x", [&builds](std::string&) { return std::make_unique<Dumb>(builds); }, collect());
+      "x", [&builds](std::string&) { return std::make_unique<Undelivering>(builds); }, collect());
   EXPECT_TRUE(builds.waitFor("build", 2));
   EXPECT_TRUE(failures_.all().empty());
   EXPECT_TRUE(failures_.waitFor("it gives nothing"));
@@ -141,13 +141,13 @@ std::unique_ptr<Source> makeQuiet(std::string&) {
 
 TEST_F(SourceRunnerTest, APredecessorRunsUntilItsSuccessorHasBegun) {
   EventLog ends;
-  EventLog looks;
+  EventLog polls;
   std::atomic<bool> begun{false};
   const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&] {
-                                 looks.add("look");
+                                 polls.add("look");
                                  return begun.load();
                                }));
-  ASSERT_TRUE(looks.waitFor("look", 5));
+  ASSERT_TRUE(polls.waitFor("look", 5));
   EXPECT_TRUE(ends.all().empty());
   begun = true;
   EXPECT_TRUE(ends.waitFor("end"));
@@ -168,13 +168,13 @@ TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatFails) {
 
 TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatIsStoppedBeforeItBegan) {
   EventLog ends;
-  EventLog looks;
+  EventLog polls;
   {
-    const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&looks] {
-                                   looks.add("look");
+    const SourceRunner successor("x", makeQuiet, collect(), mortal(ends, [&polls] {
+                                   polls.add("look");
                                    return false;
                                  }));
-    ASSERT_TRUE(looks.waitFor("look"));
+    ASSERT_TRUE(polls.waitFor("look"));
   }
   EXPECT_TRUE(ends.waitFor("end"));
 }

@@ -31,7 +31,7 @@ class AudioAlignerTest : public testing::Test {
       samples.insert(samples.end(), 2, static_cast<int16_t>(std::lround(10000 * std::sin(phase))));
     }
     const auto piece = aligner.align(samples, moment);
-    heard.insert(heard.end(), piece.samples.begin(), piece.samples.end());
+    output.insert(output.end(), piece.samples.begin(), piece.samples.end());
     return piece;
   }
 
@@ -42,8 +42,8 @@ class AudioAlignerTest : public testing::Test {
   // The largest step between two samples of one channel: a click has a large one.
   int largestStep(std::size_t from = 2) const {
     int largest = 0;
-    for (std::size_t i = from; i < heard.size(); ++i) {
-      largest = std::max(largest, std::abs(heard[i] - heard[i - 2]));
+    for (std::size_t i = from; i < output.size(); ++i) {
+      largest = std::max(largest, std::abs(output[i] - output[i - 2]));
     }
     return largest;
   }
@@ -51,7 +51,7 @@ class AudioAlignerTest : public testing::Test {
   static constexpr int kToneStep = 600;  // 10000 * 2 pi * 440 / 48000, rounded up
 
   AudioAligner aligner;
-  Samples heard;
+  Samples output;
   int frame = 0;
 };
 
@@ -62,14 +62,15 @@ TEST_F(AudioAlignerTest, PiecesInTimeFollowEachOtherWithoutAGap) {
     EXPECT_EQ(piece.moment, next);
     next += lengthOf(piece.samples.size());
   }
-  EXPECT_LE(std::abs(frame - static_cast<int>(heard.size() / 2)), 64) << "nothing is lost or added";
+  EXPECT_LE(std::abs(frame - static_cast<int>(output.size() / 2)), 64)
+      << "nothing is lost or added";
   EXPECT_LE(largestStep(), kToneStep);
 }
 
 TEST_F(AudioAlignerTest, BeginsSoftly) {
   put(kStart);
-  EXPECT_EQ(heard[0], 0);
-  EXPECT_LT(*std::max_element(heard.begin(), heard.begin() + 96), 3000);
+  EXPECT_EQ(output[0], 0);
+  EXPECT_LT(*std::max_element(output.begin(), output.begin() + 96), 3000);
 }
 
 // FLV rounds its time stamps to milliseconds.
@@ -84,7 +85,7 @@ TEST_F(AudioAlignerTest, RoundedMomentsAreNotHeard) {
 TEST_F(AudioAlignerTest, FollowsMomentsThatDrift) {
   for (const double rate : {1.002, 0.998}) {
     aligner = AudioAligner();
-    heard.clear();
+    output.clear();
     frame = 0;
     Time moment = kStart;
     for (int i = 0; i < 2000; ++i) {
@@ -94,7 +95,7 @@ TEST_F(AudioAlignerTest, FollowsMomentsThatDrift) {
     }
     EXPECT_LE(std::chrono::abs(aligner.error()), 1ms) << rate;
     EXPECT_LE(largestStep(), kToneStep) << rate;
-    const double made = static_cast<double>(heard.size()) / 2;
+    const double made = static_cast<double>(output.size()) / 2;
     EXPECT_NEAR(made / frame, rate, 0.0005);
   }
 }
@@ -102,9 +103,9 @@ TEST_F(AudioAlignerTest, FollowsMomentsThatDrift) {
 TEST_F(AudioAlignerTest, AJumpForwardLeavesAGap) {
   for (int i = 0; i < 10; ++i) put(kStart + lengthOf(static_cast<std::size_t>(frame) * 2));
   const Time later = kStart + 5s;
-  const std::size_t before = heard.size();
+  const std::size_t before = output.size();
   EXPECT_EQ(put(later).moment, later);
-  EXPECT_EQ(heard[before], 0) << "it begins softly again";
+  EXPECT_EQ(output[before], 0) << "it begins softly again";
 }
 
 TEST_F(AudioAlignerTest, AJumpBackDropsWhatOverlaps) {

@@ -11,7 +11,7 @@ class FrameMailboxTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
-  static GstPtr<GstBuffer> picture(uint8_t value) {
+  static GstPtr<GstBuffer> frame(uint8_t value) {
     return GstPtr<GstBuffer>(gst_buffer_new_memdup(&value, 1));
   }
 
@@ -29,33 +29,33 @@ TEST_F(FrameMailboxTest, IsEmptyAtFirst) {
 }
 
 TEST_F(FrameMailboxTest, KeepsTheNewest) {
-  mailbox_.put(picture(1).get());
-  mailbox_.put(picture(2).get());
+  mailbox_.put(frame(1).get());
+  mailbox_.put(frame(2).get());
   EXPECT_EQ(latest(), 2);
   EXPECT_EQ(latest(), 2) << "looking takes nothing away";
   EXPECT_EQ(mailbox_.count(), 2U);
 }
 
 TEST_F(FrameMailboxTest, LetsGoOfWhatIsReplaced) {
-  const GstPtr<GstBuffer> old = picture(1);
+  const GstPtr<GstBuffer> old = frame(1);
   mailbox_.put(old.get());
   EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(old.get()), 2);
-  mailbox_.put(picture(2).get());
+  mailbox_.put(frame(2).get());
   EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(old.get()), 1);
 }
 
-TEST_F(FrameMailboxTest, FrozenKeepsACopyOfTheLastPictureOnly) {
-  const GstPtr<GstBuffer> last = picture(7);
+TEST_F(FrameMailboxTest, FrozenKeepsACopyOfTheLastFrameOnly) {
+  const GstPtr<GstBuffer> last = frame(7);
   mailbox_.put(last.get());
   mailbox_.freeze();
   EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(last.get()), 1) << "the device's memory is free";
-  mailbox_.put(picture(8).get());
+  mailbox_.put(frame(8).get());
   EXPECT_EQ(latest(), 7);
 }
 
 TEST_F(FrameMailboxTest, FrozenBeforeTheFirstStaysEmpty) {
   mailbox_.freeze();
-  mailbox_.put(picture(8).get());
+  mailbox_.put(frame(8).get());
   EXPECT_EQ(latest(), -1);
 }
 

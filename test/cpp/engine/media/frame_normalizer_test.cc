@@ -360,8 +360,8 @@ TEST_F(FrameNormalizerTest, TheSitingIsKeptWhereCapsSayNothingOfTheColours) {
 TEST_F(FrameNormalizerTest, WhatIsNoFrameIsLeftOut) {
   FrameNormalizer normalizer(Use::kWrite);
   EXPECT_FALSE(normalizer.normalize(nullptr));
-  const GstPtr<GstCaps> sound(gst_caps_from_string("audio/x-raw"));
-  EXPECT_FALSE(normalizer.normalize(GstPtr<GstBuffer>(gst_buffer_new()), sound.get()));
+  const GstPtr<GstCaps> audio(gst_caps_from_string("audio/x-raw"));
+  EXPECT_FALSE(normalizer.normalize(GstPtr<GstBuffer>(gst_buffer_new()), audio.get()));
   EXPECT_FALSE(normalizer.normalize(GstPtr<GstBuffer>(gst_buffer_new()), nullptr));
   const GstVideoInfo info = infoOf(kInForm);
   const GstPtr<GstCaps> caps(gst_video_info_to_caps(&info));

@@ -33,7 +33,7 @@ TEST_P(FramePoolTest, PlanesLieDirectlyBehindEachOther) {
 // Also with the layout that GStreamer assumes for such caps: the buffer's own layout must win.
 TEST_P(FramePoolTest, BuffersAreMappedInThePoolsLayout) {
   FramePool pool(GetParam());
-  const GstVideoInfo assumed = pictureInfo(GetParam());
+  const GstVideoInfo assumed = frameInfo(GetParam());
   const GstPtr<GstBuffer> buffer = pool.acquire();
   ASSERT_TRUE(buffer);
   EXPECT_EQ(gst_buffer_get_size(buffer.get()), pool.info().size);

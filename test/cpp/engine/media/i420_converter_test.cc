@@ -17,8 +17,8 @@ constexpr uint8_t kUntouched = 0xA5;
 constexpr ptrdiff_t kGap = 7;  // bytes that belong to no frame, behind each row
 
 // A frame whose rows have gaps behind them.
-struct Picture {
-  Picture(int width, int height, int paddedWidth) : planes{} {
+struct Frame {
+  Frame(int width, int height, int paddedWidth) : planes{} {
     for (size_t i = 0; i < 3; ++i) {
       const int shift = i == 0 ? 0 : 1;
       columns[i] = static_cast<size_t>((width + shift) >> shift);
@@ -61,7 +61,7 @@ int rounded(double value) {
 }
 
 // The converted code at a place, by exact arithmetic.
-int expected(Picture& source, const ColourTransform& by, size_t plane, size_t x, size_t y) {
+int expected(Frame& source, const ColourTransform& by, size_t plane, size_t x, size_t y) {
   const size_t shift = plane == 0 ? 1 : 0;
   const double u = source.at(1, x >> shift, y >> shift) - 128;
   const double v = source.at(2, x >> shift, y >> shift) - 128;
@@ -70,7 +70,7 @@ int expected(Picture& source, const ColourTransform& by, size_t plane, size_t x,
   return rounded(by.yScale * source.at(0, x, y) + by.yOffset + by.yFromU * u + by.yFromV * v);
 }
 
-int largestError(Picture& source, Picture& target, const ColourTransform& by) {
+int largestError(Frame& source, Frame& target, const ColourTransform& by) {
   int largest = 0;
   for (size_t plane = 0; plane < 3; ++plane) {
     for (size_t y = 0; y < source.rows[plane]; ++y) {
@@ -92,7 +92,7 @@ TEST_P(I420ConverterCodings, EveryColourIsWithinOneCodeOfExactArithmetic) {
   const auto [matrix, range] = GetParam();
   const auto by = ColourTransform::between(
       {range, matrix, GST_VIDEO_TRANSFER_UNKNOWN, GST_VIDEO_COLOR_PRIMARIES_UNKNOWN}, kForm);
-  Picture source(512, 512, 512);
+  Frame source(512, 512, 512);
   for (size_t y = 0; y < 256; ++y) {
     for (size_t x = 0; x < 256; ++x) {
       source.at(1, x, y) = static_cast<uint8_t>(x);
@@ -108,7 +108,7 @@ TEST_P(I420ConverterCodings, EveryColourIsWithinOneCodeOfExactArithmetic) {
           source.at(0, x, y) = static_cast<uint8_t>(std::min<size_t>(255, luma + 5 * step));
         }
       }
-      Picture target(512, 512, 512);
+      Frame target(512, 512, 512);
       converter.convert(source.read(), target.write(), 512, 512, 512);
       ASSERT_LE(largestError(source, target, by), 1) << "luma " << luma;
     }
@@ -131,11 +131,11 @@ TEST(I420Converter, EverySizeIsConvertedAndPaddedToItsEdges) {
       for (int width = 1; width <= 70; ++width) {
         for (const int height : {1, 2, 5}) {
           const int paddedWidth = (width + 7) / 8 * 8;
-          Picture source(width, height, width);
+          Frame source(width, height, width);
           source.fillAtRandom(static_cast<unsigned>(width * height));
-          Picture target(width, height, paddedWidth);
+          Frame target(width, height, paddedWidth);
           I420Converter(by, {}).convert(source.read(), target.write(), width, height, paddedWidth);
-          Picture portable(width, height, paddedWidth);
+          Frame portable(width, height, paddedWidth);
           I420Converter(by, {}, portableRowLoops())
               .convert(source.read(), portable.write(), width, height, paddedWidth);
           ASSERT_EQ(target.planes, portable.planes);
@@ -156,9 +156,9 @@ TEST(I420Converter, EverySizeIsConvertedAndPaddedToItsEdges) {
 }
 
 TEST(I420Converter, KeepsColoursThatHaveTheFormExactly) {
-  Picture source(31, 9, 31);
+  Frame source(31, 9, 31);
   source.fillAtRandom(3);
-  Picture target(31, 9, 31);
+  Frame target(31, 9, 31);
   I420Converter(ColourTransform::between(kForm, kForm), {})
       .convert(source.read(), target.write(), 31, 9, 31);
   EXPECT_EQ(largestError(source, target, {}), 0);
@@ -166,7 +166,7 @@ TEST(I420Converter, KeepsColoursThatHaveTheFormExactly) {
 
 // On a slope of 4 codes for each sample, a quarter of a sample is one code.
 TEST(I420Converter, MovesChromaToTheLeftSiting) {
-  Picture source(32, 32, 32);
+  Frame source(32, 32, 32);
   for (size_t y = 0; y < 16; ++y) {
     for (size_t x = 0; x < 16; ++x) {
       source.at(1, x, y) = static_cast<uint8_t>(20 + 4 * x);
@@ -175,7 +175,7 @@ TEST(I420Converter, MovesChromaToTheLeftSiting) {
   }
   for (const bool betweenColumns : {false, true}) {
     for (const bool onUpperRow : {false, true}) {
-      Picture target(32, 32, 32);
+      Frame target(32, 32, 32);
       I420Converter({}, {betweenColumns, onUpperRow})
           .convert(source.read(), target.write(), 32, 32, 32);
       for (size_t y = 0; y < 15; ++y) {

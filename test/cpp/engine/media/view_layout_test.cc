@@ -61,10 +61,10 @@ TEST(ViewLayout, WhatIsOutsideOfTheViewIsCutOff) {
 }
 
 TEST(ViewLayout, ExtremeShapesStayInside) {
-  for (const Size picture : {Size{1, 1}, Size{8000, 1}, Size{1, 8000}, Size{641, 361}}) {
+  for (const Size frame : {Size{1, 1}, Size{8000, 1}, Size{1, 8000}, Size{641, 361}}) {
     for (const Size view : {Size{1, 1}, Size{32767, 1}, Size{1, 32767}, Size{333, 77}}) {
       for (const ViewMode mode : {ViewMode::kFit, ViewMode::kCrop}) {
-        const auto [source, target] = layOut(picture, view, mode);
+        const auto [source, target] = layOut(frame, view, mode);
         const auto expectInside = [](Rect rect, Size room) {
           EXPECT_GE(rect.x, 0);
           EXPECT_GE(rect.y, 0);
@@ -73,7 +73,7 @@ TEST(ViewLayout, ExtremeShapesStayInside) {
           EXPECT_LE(rect.x + rect.width, room.width);
           EXPECT_LE(rect.y + rect.height, room.height);
         };
-        expectInside(source, picture);
+        expectInside(source, frame);
         expectInside(target, view);
         EXPECT_EQ((source.x | source.y) & 1, 0);
       }

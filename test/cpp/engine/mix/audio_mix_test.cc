@@ -103,7 +103,7 @@ TEST_F(AudioMixTest, AToneKeepsItsPitchInEveryFormat) {
     AudioMix mixer;
     const auto channels = static_cast<size_t>(format.channels);
     const size_t chunk = static_cast<size_t>(format.rate) / 50;
-    Samples heard;
+    Samples output;
     double phase = 0;
     for (int tick = 0; tick < 100; ++tick) {
       Samples tone;
@@ -115,10 +115,10 @@ TEST_F(AudioMixTest, AToneKeepsItsPitchInEveryFormat) {
       Samples samples(chunk * channels);
       // The converter reads ahead by the little that it keeps for itself.
       mixer.add({one}, format, now - kChunkTime, samples.data(), chunk);
-      for (size_t i = 0; i < samples.size(); i += channels) heard.push_back(samples[i]);
+      for (size_t i = 0; i < samples.size(); i += channels) output.push_back(samples[i]);
     }
     // The last second of the two has neither beginning nor gap.
-    const Samples last(heard.end() - format.rate, heard.end());
+    const Samples last(output.end() - format.rate, output.end());
     EXPECT_NEAR(swings(last), 400, 1) << format.rate;
     EXPECT_NEAR(*std::max_element(last.begin(), last.end()), 8000, 300) << format.rate;
     one->clear();

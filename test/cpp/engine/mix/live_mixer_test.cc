@@ -10,7 +10,7 @@
 #include "gst/runtime.h"
 #include "mix/remote_players.h"
 #include "support/media_feeder.h"
-#include "support/painted_picture.h"
+#include "support/painted_frame.h"
 
 namespace NimboEngine {
 namespace {
@@ -34,25 +34,25 @@ constexpr Rect kRight{160, 0, 160, 180};
 // Takes the last of what is published.
 class Published final : public FrameConsumer {
  public:
-  void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& pictureInfo, GstClockTime at) override {
-    picture = share(buffer);
-    info = pictureInfo;
+  void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& frameInfo, GstClockTime at) override {
+    frame = share(buffer);
+    info = frameInfo;
     time = at;
   }
   void onAudioChunk(GstBuffer* buffer, const AudioFormat&, GstClockTime at) override {
-    sound = share(buffer);
+    audio = share(buffer);
     time = at;
   }
 
-  Colour at(int x, int y) const { return test::pixelAt(picture.get(), info, x, y); }
+  Colour at(int x, int y) const { return test::pixelAt(frame.get(), info, x, y); }
   int16_t firstSample() const {
     int16_t sample = 0;
-    gst_buffer_extract(sound.get(), 0, &sample, sizeof sample);
+    gst_buffer_extract(audio.get(), 0, &sample, sizeof sample);
     return sample;
   }
 
-  GstPtr<GstBuffer> picture;
-  GstPtr<GstBuffer> sound;
+  GstPtr<GstBuffer> frame;
+  GstPtr<GstBuffer> audio;
   GstVideoInfo info{};
   GstClockTime time = 0;
 };
@@ -72,9 +72,9 @@ class LiveMixerTest : public testing::Test {
     mixer.onAudioChunk(recorded.get(), kStereo, kTime);
   }
 
-  static void play(const RemotePlayer& player, const Colour& colour, int16_t sound) {
-    player.stream()->putPicture(paint({64, 36}, colour).get(), i420({64, 36}));
-    std::vector<int16_t> samples(2 * 4800, sound);
+  static void play(const RemotePlayer& player, const Colour& colour, int16_t audio) {
+    player.stream()->putFrame(paint({64, 36}, colour).get(), i420({64, 36}));
+    std::vector<int16_t> samples(2 * 4800, audio);
     player.stream()->putAudio({samples, AudioTimeline::Time(std::chrono::nanoseconds(kTime))});
   }
 
@@ -92,17 +92,17 @@ class LiveMixerTest : public testing::Test {
 
 TEST_F(LiveMixerTest, WithoutALayoutEverythingIsPassedOnAsItIs) {
   tick();
-  EXPECT_EQ(published.picture.get(), captured.get());
+  EXPECT_EQ(published.frame.get(), captured.get());
   EXPECT_EQ(published.info.width, kCaptured.width);
-  EXPECT_EQ(published.sound.get(), recorded.get());
+  EXPECT_EQ(published.audio.get(), recorded.get());
 }
 
 TEST_F(LiveMixerTest, AMixHasTheSizeOfWhatIsPublishedAndTheTimeOfTheCapture) {
   mixer.setLayout(MixLayout{.places = {{{}, kLeft}}});
   tick();
   EXPECT_EQ(published.info.width, kPublished.width);
-  EXPECT_EQ(GST_BUFFER_PTS(published.picture.get()), kTime);
-  EXPECT_EQ(GST_BUFFER_PTS(published.sound.get()), kTime);
+  EXPECT_EQ(GST_BUFFER_PTS(published.frame.get()), kTime);
+  EXPECT_EQ(GST_BUFFER_PTS(published.audio.get()), kTime);
   EXPECT_EQ(published.time, kTime);
   expectNear(published.at(10, 10), kRed);
   expectNear(published.at(200, 10), kBlack);
@@ -112,7 +112,7 @@ TEST_F(LiveMixerTest, AMixHasTheSizeOfWhatIsPublishedAndTheTimeOfTheCapture) {
   EXPECT_EQ(published.info.width, 640);
   mixer.setLayout(std::nullopt);
   tick();
-  EXPECT_EQ(published.picture.get(), captured.get());
+  EXPECT_EQ(published.frame.get(), captured.get());
 }
 
 TEST_F(LiveMixerTest, WhoHasNoPlaceIsNeitherSeenNorHeard) {
@@ -184,13 +184,13 @@ TEST_F(LiveMixerTest, PlayersAndLayoutsComeAndGoWhileItRuns) {
       running.setLayout(std::move(layout));
       running.setFormat({320 + 2 * (i % 5), 180, 30});
       if (i % 10 == 0) running.setLayout(std::nullopt);
-      if (i % 20 == 0) probe.pictures(1);
+      if (i % 20 == 0) probe.frames(1);
     }
   }
   stopping = true;
   players.join();
-  EXPECT_GE(probe.pictureCount(), 10U);
-  EXPECT_GT(probe.soundCount(), 0U);
+  EXPECT_GE(probe.frameCount(), 10U);
+  EXPECT_GT(probe.audioChunkCount(), 0U);
 }
 
 }  // namespace

@@ -27,13 +27,13 @@ std::optional<MixUser> findUser(const std::string& userId) {
 struct Made {
   LumoLiveResult result;
   MixLayout layout;
-  std::string problem;
+  std::string error;
 };
 
 Made make(const LumoLiveTranscodingConfig& config) {
   Made made;
   made.layout.background = 0x010203;
-  made.result = makeMixLayout(config, findUser, made.layout, made.problem);
+  made.result = makeMixLayout(config, findUser, made.layout, made.error);
   return made;
 }
 
@@ -42,9 +42,9 @@ TEST(MixLayout, TakesColourModeAndPlaces) {
       configOf({stream("", {1, 2, 3, 4}), stream("u1", {-5, 6, 7, 8})});
   config.backgroundColor = static_cast<int32_t>(0xff8040c0);
   config.cropMode = 2;
-  const auto [result, layout, problem] = make(config);
+  const auto [result, layout, error] = make(config);
   EXPECT_EQ(result, kLumoLiveOk);
-  EXPECT_EQ(problem, "");
+  EXPECT_EQ(error, "");
   EXPECT_EQ(layout.background, 0x8040c0U) << "what stands above the colour is ignored";
   EXPECT_EQ(layout.mode, ViewMode::kStretch);
   ASSERT_EQ(layout.places.size(), 2U);
@@ -78,14 +78,14 @@ TEST(MixLayout, SixteenAtMost) {
   streams.push_back(stream("local"));
   const auto made = make(configOf(streams));
   EXPECT_EQ(made.result, kLumoLiveInvalidArgument);
-  EXPECT_EQ(made.problem, "17 streams, more than 16");
+  EXPECT_EQ(made.error, "17 streams, more than 16");
 }
 
 TEST(MixLayout, WhatCannotBeIsRefusedAndChangesNothing) {
   const struct {
     std::vector<LumoLiveMixStream> streams;
     LumoLiveResult result;
-    const char* problem;
+    const char* error;
   } cases[] = {
       {{stream("")}, kLumoLiveOk, ""},
       {{stream("nobody")},
@@ -106,8 +106,8 @@ TEST(MixLayout, WhatCannotBeIsRefusedAndChangesNothing) {
   };
   for (const auto& each : cases) {
     const auto made = make(configOf(each.streams));
-    EXPECT_EQ(made.result, each.result) << each.problem;
-    EXPECT_EQ(made.problem, each.problem);
+    EXPECT_EQ(made.result, each.result) << each.error;
+    EXPECT_EQ(made.error, each.error);
     EXPECT_EQ(made.layout.background, each.result == kLumoLiveOk ? 0U : 0x010203U);
   }
 }

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "gst/runtime.h"
-#include "support/painted_picture.h"
+#include "support/painted_frame.h"
 
 namespace NimboEngine {
 namespace {
@@ -16,7 +16,7 @@ using test::kRed;
 using test::paint;
 using test::paintHalves;
 
-using Pictures = std::vector<std::optional<RemoteStream::Picture>>;
+using Frames = std::vector<std::optional<RemoteStream::Frame>>;
 
 constexpr Size kCanvas{320, 180};
 
@@ -26,14 +26,14 @@ class VideoMixTest : public testing::Test {
 
   void place(const Rect& rect, Size size, const Colour& left, const Colour& right) {
     layout.places.push_back({{}, rect});
-    pictures.emplace_back(RemoteStream::Picture{paintHalves(size, left, right), i420(size)});
+    frames.emplace_back(RemoteStream::Frame{paintHalves(size, left, right), i420(size)});
   }
   void place(const Rect& rect, const Colour& colour) { place(rect, {64, 36}, colour, colour); }
 
   void draw() {
     mix.setFormat({kCanvas.width, kCanvas.height, 30});
     mix.setLayout(layout);
-    canvas = mix.draw(pictures);
+    canvas = mix.draw(frames);
     ASSERT_NE(canvas, nullptr);
   }
 
@@ -47,7 +47,7 @@ class VideoMixTest : public testing::Test {
 
   VideoMix mix;
   MixLayout layout;
-  Pictures pictures;
+  Frames frames;
   GstPtr<GstBuffer> canvas;
 };
 
@@ -61,17 +61,17 @@ TEST_F(VideoMixTest, TheBackgroundHasTheSameColourAtEverySize) {
                {0x0000ff, 180, {32, 240, 118}}, {0xff0000, 720, {63, 102, 240}},
                {0x00ff00, 720, {173, 42, 26}},  {0x0000ff, 720, {32, 240, 118}}};
   for (const auto& each : cases) {
-    VideoMix picture;
-    picture.setFormat({320, each.height, 30});
-    picture.setLayout({.background = each.rgb, .places = {}});
-    const auto drawn = picture.draw({});
+    VideoMix frame;
+    frame.setFormat({320, each.height, 30});
+    frame.setLayout({.background = each.rgb, .places = {}});
+    const auto drawn = frame.draw({});
     for (const int y : {0, each.height - 1}) {
-      EXPECT_EQ(test::pixelAt(drawn.get(), picture.info(), 319, y), each.yuv) << each.rgb;
+      EXPECT_EQ(test::pixelAt(drawn.get(), frame.info(), 319, y), each.yuv) << each.rgb;
     }
   }
 }
 
-TEST_F(VideoMixTest, APictureFillsItsPlaceAndNothingElse) {
+TEST_F(VideoMixTest, AFrameFillsItsPlaceAndNothingElse) {
   place({100, 60, 128, 72}, kRed);
   draw();
   for (const auto& [x, y] : {std::pair(100, 60), {227, 60}, {100, 131}, {227, 131}, {160, 90}}) {
@@ -91,11 +91,11 @@ TEST_F(VideoMixTest, TheLastOneLiesOnTop) {
   expect(250, 125, kGreen);
 }
 
-TEST_F(VideoMixTest, NoPictureLeavesWhatLiesBeneath) {
+TEST_F(VideoMixTest, NoFrameLeavesWhatLiesBeneath) {
   layout.background = 0x00ff00;
   place({0, 0, 200, 180}, kRed);
   place({100, 0, 220, 180}, kBlack);
-  pictures[1].reset();
+  frames[1].reset();
   draw();
   expect(150, 90, kRed);
   expect(250, 90, kGreen);
@@ -151,10 +151,10 @@ TEST_F(VideoMixTest, ColoursAreThoseOfTheSourceAndStayInTheirPlace) {
   mix.setFormat({1280, 720, 30});
   layout.places = {{{}, {101, 51, 65, 37}}, {{}, {1200, 700, 640, 360}}, {{}, {-320, 300, 640, 1}}};
   mix.setLayout(layout);
-  while (pictures.size() < layout.places.size()) {
-    pictures.emplace_back(RemoteStream::Picture{paint({64, 36}, kRed), i420({64, 36})});
+  while (frames.size() < layout.places.size()) {
+    frames.emplace_back(RemoteStream::Frame{paint({64, 36}, kRed), i420({64, 36})});
   }
-  canvas = mix.draw(pictures);
+  canvas = mix.draw(frames);
   const Colour red{63, 102, 240};
   for (const auto& [x, y] : {std::pair(100, 50), {165, 87}, {1200, 700}, {1279, 719}, {319, 300}}) {
     expect(x, y, red);
@@ -174,14 +174,14 @@ TEST_F(VideoMixTest, ColoursAreThoseOfTheSourceAndStayInTheirPlace) {
   }
 }
 
-TEST_F(VideoMixTest, FollowsPicturesAndCanvasThatChangeTheirSize) {
+TEST_F(VideoMixTest, FollowsFramesAndCanvasThatChangeTheirSize) {
   place({0, 0, 320, 180}, kRed);
   draw();
-  pictures[0] = RemoteStream::Picture{paint({120, 90}, kGreen), i420({120, 90})};
-  canvas = mix.draw(pictures);
+  frames[0] = RemoteStream::Frame{paint({120, 90}, kGreen), i420({120, 90})};
+  canvas = mix.draw(frames);
   expect(300, 170, kGreen);
   mix.setFormat({161, 91, 30});
-  canvas = mix.draw(pictures);
+  canvas = mix.draw(frames);
   EXPECT_EQ(mix.info().width, 161);
   expect(160, 90, kGreen);
 }
@@ -189,8 +189,8 @@ TEST_F(VideoMixTest, FollowsPicturesAndCanvasThatChangeTheirSize) {
 TEST_F(VideoMixTest, WhatItIsGivenStaysAsItIs) {
   place({10, 10, 50, 50}, kRed);
   draw();
-  EXPECT_EQ(test::pixelAt(pictures[0]->buffer.get(), pictures[0]->info, 5, 5), kRed);
-  EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(pictures[0]->buffer.get()), 1);
+  EXPECT_EQ(test::pixelAt(frames[0]->buffer.get(), frames[0]->info, 5, 5), kRed);
+  EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(frames[0]->buffer.get()), 1);
 }
 
 }  // namespace

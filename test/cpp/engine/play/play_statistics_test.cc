@@ -13,9 +13,9 @@ TEST(PlayStatistics, CountsWhatPasses) {
   meter.addEncoded(Media::kVideo, 1000);
   meter.addEncoded(Media::kVideo, 500);
   meter.addEncoded(Media::kAudio, 20);
-  meter.addPicture(640, 360);
-  meter.addPicture(320, 180);
-  meter.addSound();
+  meter.addFrame(640, 360);
+  meter.addFrame(320, 180);
+  meter.addAudio();
   const PlayCounts counts = meter.counts();
   EXPECT_EQ(counts.videoBytes, 1500U);
   EXPECT_EQ(counts.audioBytes, 20U);
@@ -25,11 +25,11 @@ TEST(PlayStatistics, CountsWhatPasses) {
 }
 
 TEST(Statistics, AreTheDifferenceOverTheTime) {
-  const PlayCounts before{.videoBytes = 1000, .audioBytes = 500, .pictures = 10, .shown = 9};
+  const PlayCounts before{.videoBytes = 1000, .audioBytes = 500, .frames = 10, .shown = 9};
   PlayCounts after = before;
   after.videoBytes += 250'000;
   after.audioBytes += 16'000;
-  after.pictures += 60;
+  after.frames += 60;
   after.shown += 30;
   after.width = 640;
   after.height = 360;
@@ -53,7 +53,7 @@ TEST(Statistics, LossIsThePartOfThePackets) {
 }
 
 TEST(Statistics, AnOddSecondIsRounded) {
-  const PlayCounts after{.pictures = 31};
+  const PlayCounts after{.frames = 31};
   EXPECT_EQ(statisticsBetween({}, after, 1040ms).decodeFps, 30);
   EXPECT_EQ(statisticsBetween({}, after, 0ms).decodeFps, 31000) << "no division by zero";
 }

@@ -6,9 +6,9 @@ namespace NimboEngine {
 namespace {
 
 std::optional<PlayUrl> parse(const char* text) {
-  std::string problem;
-  auto url = parsePlayUrl(text, problem);
-  EXPECT_EQ(problem.empty(), url.has_value()) << problem;
+  std::string error;
+  auto url = parsePlayUrl(text, error);
+  EXPECT_EQ(error.empty(), url.has_value()) << error;
   return url;
 }
 
@@ -57,15 +57,15 @@ TEST(PlayUrl, SrtCallsUnlessASettingSaysOtherwise) {
                            "srt://h:9000?m%6fde=listener", "srt://h:9000?mode=Listener",
                            "srt://h:9000?mode=%6cistener"}) {
     EXPECT_FALSE(parse(text)) << text;
-    std::string problem;
-    EXPECT_TRUE(parsePlayUrl(text, problem, true)) << problem;
+    std::string error;
+    EXPECT_TRUE(parsePlayUrl(text, error, true)) << error;
   }
 }
 
 TEST(PlayUrl, AProblemDoesNotRepeatTheAddress) {
-  std::string problem;
-  EXPECT_FALSE(parsePlayUrl("http://user:s3cret@h:port/?s3cret", problem));
-  EXPECT_EQ(problem.find("s3cret"), std::string::npos) << problem;
+  std::string error;
+  EXPECT_FALSE(parsePlayUrl("http://user:s3cret@h:port/?s3cret", error));
+  EXPECT_EQ(error.find("s3cret"), std::string::npos) << error;
 }
 
 TEST(PlayUrl, RefusesTheRest) {

@@ -1,6 +1,7 @@
 #include "play/rtsp_source.h"
 
 #include <gst/app/gstappsink.h>
+#include <gst/audio/audio.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -67,7 +68,7 @@ class BeatPlayer {
     const bool video = media == "video";
     const char* const description =
         video ? "rtpjpegdepay ! jpegdec ! appsink name=sink sync=false async=false"
-              : "rtpL16depay ! audioconvert ! audio/x-raw,format=S16LE !"
+              : "rtpL16depay ! audioconvert ! audio/x-raw,format=" GST_AUDIO_NE(S16) " !"
                 " appsink name=sink sync=false async=false";
     GstElement* branch = gst_parse_bin_from_description(description, TRUE, nullptr);
     GstAppSinkCallbacks callbacks{};

@@ -19,7 +19,7 @@ TEST(StallDetector, NothingArrives) {
   }
 }
 
-TEST(StallDetector, WhatArrivesMustBecomePicturesOrSound) {
+TEST(StallDetector, WhatArrivesMustBecomeFramesOrAudio) {
   StallDetector watch(kStart, 5s);
   PlayCounts counts;
   for (auto time = 8s; time < 23s; time += 1s) {
@@ -32,7 +32,7 @@ TEST(StallDetector, WhatArrivesMustBecomePicturesOrSound) {
 
 TEST(StallDetector, AStreamThatPlaysMustGoOn) {
   StallDetector watch(kStart, 5s);
-  PlayCounts counts{.videoBytes = 1000, .pictures = 1};
+  PlayCounts counts{.videoBytes = 1000, .frames = 1};
   EXPECT_EQ(watch.check(kStart + 1s, counts, true), std::nullopt);
   counts.audioBytes = 10;  // sound alone will do
   EXPECT_EQ(watch.check(kStart + 5s, counts, true), std::nullopt);
@@ -42,7 +42,7 @@ TEST(StallDetector, AStreamThatPlaysMustGoOn) {
 
 TEST(StallDetector, AFileMayStandStill) {
   StallDetector watch(kStart, std::nullopt);
-  const PlayCounts counts{.pictures = 1};
+  const PlayCounts counts{.frames = 1};
   EXPECT_EQ(watch.check(kStart, counts, false), std::nullopt);
   EXPECT_EQ(watch.check(kStart + 24h, counts, false), std::nullopt);
 }

@@ -18,7 +18,7 @@ class BitrateControlTest : public testing::Test {
     for (auto passed = 0ms; passed < time; passed += 50ms) {
       now += 50ms;
       const int before = control->kbps();
-      control->look(waiting);
+      control->update(waiting);
       if (control->kbps() != before) rates.push_back(control->kbps());
     }
     return rates;

@@ -32,15 +32,15 @@ TEST(FrameGate, BeginsWithAKeyFrame) {
   EXPECT_FALSE(sends(gate, FlvTag::kVideoHeader)) << "headers are repeated before the first frame";
   EXPECT_FALSE(sends(gate, FlvTag::kAudioFrame));
   EXPECT_FALSE(sends(gate, FlvTag::kVideoFrame));
-  const auto verdict = gate.decide(FlvTag::kVideoKeyFrame, 0ms);
-  EXPECT_TRUE(verdict.send);
-  EXPECT_TRUE(verdict.first);
+  const auto decision = gate.decide(FlvTag::kVideoKeyFrame, 0ms);
+  EXPECT_TRUE(decision.send);
+  EXPECT_TRUE(decision.first);
   EXPECT_FALSE(gate.decide(FlvTag::kVideoKeyFrame, 0ms).first);
   EXPECT_TRUE(sends(gate, FlvTag::kAudioFrame));
   EXPECT_TRUE(sends(gate, FlvTag::kVideoFrame));
 }
 
-TEST(FrameGate, SoundAloneBeginsWithSound) {
+TEST(FrameGate, AudioAloneBeginsWithAudio) {
   FrameGate gate(true);
   gate.open();
   EXPECT_TRUE(gate.decide(FlvTag::kAudioFrame, 0ms).first);
@@ -64,9 +64,9 @@ TEST(FrameGate, CatchesUpAtAKeyFrame) {
   EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, kLimit + 1ms).beginsToDrop) << "told once";
   EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame, kLimit + 1ms)) << "a key frame is no way around";
   EXPECT_FALSE(sends(gate, FlvTag::kAudioFrame, kLimit / 2)) << "a little room is not enough";
-  const auto verdict = gate.decide(FlvTag::kVideoFrame, kLimit / 4);
-  EXPECT_FALSE(verdict.send);
-  EXPECT_TRUE(verdict.needsKeyFrame);
+  const auto decision = gate.decide(FlvTag::kVideoFrame, kLimit / 4);
+  EXPECT_FALSE(decision.send);
+  EXPECT_TRUE(decision.needsKeyFrame);
   EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, 0ms).needsKeyFrame) << "asked for once";
   const auto again = gate.decide(FlvTag::kVideoKeyFrame, 0ms);
   EXPECT_TRUE(again.send);

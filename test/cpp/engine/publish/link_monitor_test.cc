@@ -19,7 +19,7 @@ class LinkMonitorTest : public testing::Test {
     for (auto passed = 0ms; passed < time; passed += kStep) {
       now_ += kStep;
       if (flows) ++taken_;
-      const auto more = watch.look({.waiting = waiting, .empty = false, .taken = taken_});
+      const auto more = watch.update({.waiting = waiting, .empty = false, .taken = taken_});
       events.insert(events.end(), more.begin(), more.end());
     }
     return events;
@@ -87,8 +87,8 @@ TEST_F(LinkMonitorTest, ProgressEndsATimeout) {
 }
 
 TEST_F(LinkMonitorTest, NothingToSendIsNoStall) {
-  for (int look = 0; look < 1000; ++look) {
-    EXPECT_EQ(watch.look({.waiting = 0ms, .empty = true, .taken = 7}), Events{});
+  for (int round = 0; round < 1000; ++round) {
+    EXPECT_EQ(watch.update({.waiting = 0ms, .empty = true, .taken = 7}), Events{});
     pass(0ms, 0ms);
   }
 }

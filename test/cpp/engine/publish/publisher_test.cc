@@ -54,9 +54,9 @@ class PublisherTest : public testing::Test {
                                   events.add(kReportNames[static_cast<int>(outcome.report)]);
                                 },
                             .onFirstFrame = [this] { events.add("first frame"); },
-                            .onNews =
-                                [this](NetworkEvent news) {
-                                  events.add(kNetworkEventNames[static_cast<int>(news)]);
+                            .onNetworkEvent =
+                                [this](NetworkEvent event) {
+                                  events.add(kNetworkEventNames[static_cast<int>(event)]);
                                 }});
       publisher_->start(*target);
     });
@@ -88,7 +88,7 @@ class PublisherTest : public testing::Test {
   std::optional<MediaFeeder> feeder_;
 };
 
-TEST_F(PublisherTest, PublishesPictureAndSound) {
+TEST_F(PublisherTest, PublishesFrameAndAudio) {
   const RtmpServer server;
   start(server.url());
   ASSERT_TRUE(events.waitFor("first frame"));
@@ -110,7 +110,7 @@ TEST_F(PublisherTest, OddSizesLoseTheLastColumnAndRow) {
   EXPECT_NE(test::probe(server.url()).find("width=320|height=180"), std::string::npos);
 }
 
-TEST_F(PublisherTest, PublishesSoundAlone) {
+TEST_F(PublisherTest, PublishesAudioAlone) {
   const RtmpServer server;
   settings.audioOnly = true;
   settings.audio = {44100, 1};

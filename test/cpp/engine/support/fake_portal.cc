@@ -118,7 +118,7 @@ void FakePortal::answer(const std::string& sender, const std::string& method, GV
   GVariantBuilder results;
   g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
   uint32_t code = 0;
-  std::string told = method;
+  std::string call = method;
   if (method == "CreateSession") {
     code = answers_.createSession;
     session_ = handle("session", sender, textIn(options.get(), "session_handle_token"));
@@ -130,7 +130,7 @@ void FakePortal::answer(const std::string& sender, const std::string& method, GV
     for (const char* key : {"types", "cursor_mode"}) {
       uint32_t number = 0;
       if (!g_variant_lookup(options.get(), key, "u", &number)) continue;
-      told += " " + std::string(key) + "=" + std::to_string(number);
+      call += " " + std::string(key) + "=" + std::to_string(number);
     }
   } else if (method == "Start") {
     code = answers_.start;
@@ -141,7 +141,7 @@ void FakePortal::answer(const std::string& sender, const std::string& method, GV
   }
   const GlibPtr<GVariant> response(
       g_variant_ref_sink(g_variant_new("(u@a{sv})", code, g_variant_builder_end(&results))));
-  calls.add(told);
+  calls.add(call);
   if (method == "OpenPipeWireRemote") return openRemote(invocation);
   if (code == kRefuses) return fail(invocation);
   const std::string request = handle("request", sender, textIn(options.get(), "handle_token"));

@@ -41,10 +41,10 @@ void MediaFeeder::feedVideo(const VideoFormat& format) {
   for (guint8& value : noise) value = static_cast<guint8>(random() >> 8);
   for (gsize number = 0; !stopping_; ++number) {
     waitUntil(clock.get(), time);
-    const GstPtr<GstBuffer> picture(gst_buffer_new_allocate(nullptr, info.size, nullptr));
-    gst_buffer_fill(picture.get(), 0, noise.data() + number * 37 % kShifts, info.size);
-    GST_BUFFER_PTS(picture.get()) = time;
-    consumer_.onVideoFrame(picture.get(), info, time);
+    const GstPtr<GstBuffer> frame(gst_buffer_new_allocate(nullptr, info.size, nullptr));
+    gst_buffer_fill(frame.get(), 0, noise.data() + number * 37 % kShifts, info.size);
+    GST_BUFFER_PTS(frame.get()) = time;
+    consumer_.onVideoFrame(frame.get(), info, time);
     time += GST_SECOND / static_cast<GstClockTime>(format.fps);
   }
 }

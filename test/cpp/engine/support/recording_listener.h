@@ -48,7 +48,7 @@ class RecordingListener final : public LumoRtc::LumoLivePushErrorListener,
   void onFirstFramePushed(Pusher*) override { events.add("first frame pushed"); }
   void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int count,
                              int total) override {
-    if (hear) hear({volumes, static_cast<std::size_t>(count)}, total);
+    if (onVolume) onVolume({volumes, static_cast<std::size_t>(count)}, total);
     events.add("volume");
   }
   void onActiveSpeaker(Pusher*) override { events.add("active speaker"); }
@@ -82,7 +82,7 @@ class RecordingListener final : public LumoRtc::LumoLivePushErrorListener,
   // Sees, and may change, each captured frame. To be set before the listener is attached.
   bool (*edit)(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&) = nullptr;
   // Hears each volume report. To be set before the listener is attached.
-  std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> hear;
+  std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> onVolume;
 };
 
 }  // namespace NimboEngine::test

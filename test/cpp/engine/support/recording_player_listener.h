@@ -48,7 +48,7 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
   }
   void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int count,
                              int total) override {
-    if (hear) hear({volumes, static_cast<std::size_t>(count)}, total);
+    if (onVolume) onVolume({volumes, static_cast<std::size_t>(count)}, total);
     events.add("volume");
   }
   void onActiveSpeaker(LumoRtc::LumoLiveUserVolumeEnum, Player*) override {
@@ -62,7 +62,7 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
   bool onRemoteVideoSample(Player*, LumoRtc::LumoLiveVideoSource source,
                            LumoRtc::LumoLiveVideoRawData& frame) override {
     ++frames;
-    const bool changed = look ? look(source, frame) : false;
+    const bool changed = onFrame ? onFrame(source, frame) : false;
     events.add("frame");
     return changed;
   }
@@ -83,9 +83,9 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
   EventLog events;
   std::atomic<int> frames{0};
   // Sees, and may change, each frame. To be set before the listener is attached.
-  std::function<bool(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&)> look;
+  std::function<bool(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&)> onFrame;
   // Hears each volume report. To be set before the listener is attached.
-  std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> hear;
+  std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> onVolume;
 
  private:
   mutable std::mutex mutex_;

@@ -1,5 +1,6 @@
 #include "support/rtsp_server.h"
 
+#include <gst/audio/audio.h>
 #include <gst/rtsp-server/rtsp-server.h>
 
 #include <algorithm>
@@ -58,7 +59,7 @@ GstRTSPMediaFactory* makeFactory(std::chrono::milliseconds videoDelay) {
       delay +
       " ! rtpjpegpay name=pay0 pt=26"
       " audiotestsrc name=beep is-live=true samplesperbuffer=480 freq=1000 !"
-      " audio/x-raw,format=S16LE,rate=48000,channels=1 ! audioconvert !"
+      " audio/x-raw,format=" GST_AUDIO_NE(S16) ",rate=48000,channels=1 ! audioconvert !"
       " rtpL16pay name=pay1 pt=97 )";
   GstRTSPMediaFactory* factory = gst_rtsp_media_factory_new();
   gst_rtsp_media_factory_set_launch(factory, description.c_str());

@@ -16,13 +16,13 @@ TestClip::TestClip(int width, int height, int seconds, const std::string& codec,
   static std::atomic<int> number{0};
   path_ = std::filesystem::temp_directory_path() /
           fmt::format("nimbo-clip-{}-{}{}", getpid(), ++number, ending);
-  const std::string picture = fmt::format(
+  const std::string frame = fmt::format(
       "color=blue:s={0}x{1}:r=30,format=rgb24,drawbox=w={2}:h={3}:color=red:t=fill,format=yuv420p",
       width, height, width / 2, height / 2);
   ChildProcess ffmpeg({"ffmpeg", "-v",
                        "error",  "-nostdin",
                        "-f",     "lavfi",
-                       "-i",     picture,
+                       "-i",     frame,
                        "-f",     "lavfi",
                        "-i",     "sine=frequency=440:sample_rate=48000,volume=18dB",
                        "-t",     std::to_string(seconds),

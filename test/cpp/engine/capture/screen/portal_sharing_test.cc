@@ -40,11 +40,11 @@ class PortalSharingTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
   void share() {
-    pictures_ = std::make_shared<FrameMailbox>();
+    frames_ = std::make_shared<FrameMailbox>();
     capture_ = std::make_unique<ScreenCapture>(
-        kPortalSource, kFormat, pictures_, [this](ScreenError trouble, const std::string& message) {
-          problems_.add(message);
-          troubles_.add(trouble == ScreenError::kRefused ? "refused" : "lost");
+        kPortalSource, kFormat, frames_, [this](ScreenError error, const std::string& message) {
+          messages_.add(message);
+          errors_.add(error == ScreenError::kRefused ? "refused" : "lost");
         });
   }
 
@@ -58,9 +58,9 @@ class PortalSharingTest : public testing::Test {
   }
 
   const SessionBus bus_;
-  EventLog troubles_;
-  EventLog problems_;
-  std::shared_ptr<FrameMailbox> pictures_;
+  EventLog errors_;
+  EventLog messages_;
+  std::shared_ptr<FrameMailbox> frames_;
   std::unique_ptr<ScreenCapture> capture_;
 };
 
@@ -100,41 +100,40 @@ class OfferedScreen {
   std::unique_ptr<Pipeline> stream_;
 };
 
-bool isRed(GstBuffer* picture) {
+bool isRed(GstBuffer* frame) {
   GstMapInfo map;
-  if (!picture || !gst_buffer_map(picture, &map, GST_MAP_READ)) return false;
+  if (!frame || !gst_buffer_map(frame, &map, GST_MAP_READ)) return false;
   // The stream is wider than the picture: black above, red in the middle.
   const int above = map.data[10 * kFormat.width + 160];
   const int middle = map.data[120 * kFormat.width + 160];
-  gst_buffer_unmap(picture, &map);
+  gst_buffer_unmap(frame, &map);
   return std::abs(above - 16) < 4 && std::abs(middle - 63) < 4;
 }
 
-TEST_F(PortalSharingTest, TheStreamsPicturesArriveUntilTheDesktopEndsIt) {
+TEST_F(PortalSharingTest, TheStreamsFramesArriveUntilTheDesktopEndsIt) {
   const OfferedScreen screen(bus_);
   uint32_t node = 0;
   ASSERT_TRUE(eventually([&] { return (node = screen.node()) != 0; }));
   FakePortal desktop({.node = node, .openRemote = [&] { return screen.connection(); }});
   share();
-  ASSERT_TRUE(
-      eventually([&] { return isRed(pictures_->latest().get()) || !troubles_.all().empty(); }));
-  ASSERT_TRUE(troubles_.all().empty()) << problems_.all().at(0);
+  ASSERT_TRUE(eventually([&] { return isRed(frames_->latest().get()) || !errors_.all().empty(); }));
+  ASSERT_TRUE(errors_.all().empty()) << messages_.all().at(0);
   desktop.endSession();
-  EXPECT_TRUE(troubles_.waitFor("lost"));
-  EXPECT_TRUE(isRed(pictures_->latest().get())) << "the last picture stays";
+  EXPECT_TRUE(errors_.waitFor("lost"));
+  EXPECT_TRUE(isRed(frames_->latest().get())) << "the last picture stays";
 }
 
 TEST_F(PortalSharingTest, ARefusalIsTold) {
   FakePortal desktop({.start = 1});
   share();
-  EXPECT_TRUE(troubles_.waitFor("refused"));
-  EXPECT_FALSE(pictures_->latest());
+  EXPECT_TRUE(errors_.waitFor("refused"));
+  EXPECT_FALSE(frames_->latest());
 }
 
 TEST_F(PortalSharingTest, APortalThatFailsIsALoss) {
   FakePortal desktop({.start = 2});
   share();
-  EXPECT_TRUE(troubles_.waitFor("lost"));
+  EXPECT_TRUE(errors_.waitFor("lost"));
 }
 
 TEST_F(PortalSharingTest, AnEndDoesNotWaitForTheUser) {
@@ -145,7 +144,7 @@ TEST_F(PortalSharingTest, AnEndDoesNotWaitForTheUser) {
   capture_.reset();
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
   EXPECT_TRUE(desktop.calls.waitFor("gone"));
-  EXPECT_TRUE(troubles_.all().empty());
+  EXPECT_TRUE(errors_.all().empty());
 }
 
 }  // namespace

@@ -40,21 +40,21 @@ class ScreenCaptureTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
   void capture(uint32_t id, int fps = 30) {
-    pictures_ = std::make_shared<FrameMailbox>();
+    frames_ = std::make_shared<FrameMailbox>();
     capture_ = std::make_unique<ScreenCapture>(
-        id, VideoFormat{kFormat.width, kFormat.height, fps}, pictures_,
-        [this](ScreenError trouble, const std::string& message) {
+        id, VideoFormat{kFormat.width, kFormat.height, fps}, frames_,
+        [this](ScreenError error, const std::string& message) {
           EXPECT_FALSE(message.empty());
-          troubles_.add(trouble == ScreenError::kHidden ? "hidden" : "lost");
+          errors_.add(error == ScreenError::kHidden ? "hidden" : "lost");
         });
   }
 
   // Whether the newest picture has that colour at a place given in parts of its size.
   bool shows(double x, double y, const Colour& colour) const {
-    const GstPtr<GstBuffer> picture = pictures_->latest();
-    const GstVideoInfo info = pictureInfo(kFormat);
+    const GstPtr<GstBuffer> buffer = frames_->latest();
+    const GstVideoInfo info = frameInfo(kFormat);
     GstVideoFrame frame;
-    if (!picture || !gst_video_frame_map(&frame, &info, picture.get(), GST_MAP_READ)) return false;
+    if (!buffer || !gst_video_frame_map(&frame, &info, buffer.get(), GST_MAP_READ)) return false;
     bool same = true;
     for (int plane = 0; plane < 3; ++plane) {
       const auto column = static_cast<ptrdiff_t>(x * GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane));
@@ -82,16 +82,16 @@ class ScreenCaptureTest : public testing::Test {
 
   // Until so many pictures more have come of a window that changes its colour all the time.
   bool goesOn(XWindow& window, uint64_t count) const {
-    const uint64_t before = pictures_->count();
+    const uint64_t before = frames_->count();
     uint32_t colour = 0;
     return eventually([&] {
       window.setColour(++colour);
-      return pictures_->count() >= before + count;
+      return frames_->count() >= before + count;
     });
   }
 
-  EventLog troubles_;
-  std::shared_ptr<FrameMailbox> pictures_;
+  EventLog errors_;
+  std::shared_ptr<FrameMailbox> frames_;
   std::unique_ptr<ScreenCapture> capture_;
 };
 
@@ -140,29 +140,29 @@ TEST_F(ScreenCaptureTest, SharedMemoryIsUsedWhereItCanBe) {
                                   : std::vector<std::string>{"-extension", "MIT-SHM"});
     const XWindow window({.colour = kRed.rgb});
     ScreenGrabber grabber(window.id());
-    ASSERT_EQ(grabber.grab(), ScreenGrabber::Outcome::kPicture);
+    ASSERT_EQ(grabber.grab(), ScreenGrabber::Outcome::kFrame);
     EXPECT_EQ(grabber.image().isShared(), possible);
     EXPECT_EQ(grabber.image().size(), (Size{100, 100}));
   }
 }
 
-TEST_F(ScreenCaptureTest, WhatDoesNotChangeIsNotAPictureAgain) {
+TEST_F(ScreenCaptureTest, WhatDoesNotChangeIsNotAFrameAgain) {
   using Outcome = ScreenGrabber::Outcome;
   for (const std::vector<std::string>& without :
        {std::vector<std::string>{}, {"-extension", "MIT-SHM"}}) {
     const XServer server(without);
     XWindow window({.colour = kRed.rgb});
     ScreenGrabber grabber(window.id());
-    EXPECT_EQ(grabber.grab(), Outcome::kPicture);
+    EXPECT_EQ(grabber.grab(), Outcome::kFrame);
     EXPECT_EQ(grabber.grab(), Outcome::kSame);
     EXPECT_EQ(grabber.grab(), Outcome::kSame);
     window.setColour(kBlue.rgb);
-    EXPECT_EQ(grabber.grab(), Outcome::kPicture);
+    EXPECT_EQ(grabber.grab(), Outcome::kFrame);
     EXPECT_EQ(grabber.grab(), Outcome::kSame);
     window.resize({50, 50});
-    EXPECT_EQ(grabber.grab(), Outcome::kPicture);
+    EXPECT_EQ(grabber.grab(), Outcome::kFrame);
     window.showPointer({0xffff, 0xffff, 0});
-    EXPECT_EQ(grabber.grab(), Outcome::kPicture) << "the pointer counts";
+    EXPECT_EQ(grabber.grab(), Outcome::kFrame) << "the pointer counts";
     EXPECT_EQ(grabber.grab(), Outcome::kSame);
   }
 }
@@ -194,7 +194,7 @@ TEST_F(ScreenCaptureTest, AWindowPartlyOutsideTheScreen) {
   capture(window.id());
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed)) << "what is to be seen of it: 160 by 120";
   EXPECT_TRUE(shows(0.98, 0.98, kRed));
-  EXPECT_EQ(troubles_.count("lost"), 0);
+  EXPECT_EQ(errors_.count("lost"), 0);
 }
 
 TEST_F(ScreenCaptureTest, AResizedWindowIsFollowed) {
@@ -210,7 +210,7 @@ TEST_F(ScreenCaptureTest, AResizedWindowIsFollowed) {
   for (int i = 1; i <= 40; ++i) window.resize({8 * i, 6 * i});
   window.setColour(kGreen.rgb);
   EXPECT_TRUE(comesToShow(0.02, 0.02, kGreen));
-  EXPECT_TRUE(troubles_.all().empty());
+  EXPECT_TRUE(errors_.all().empty());
 }
 
 TEST_F(ScreenCaptureTest, AMinimisedWindowStandsStillAndComesBack) {
@@ -220,7 +220,7 @@ TEST_F(ScreenCaptureTest, AMinimisedWindowStandsStillAndComesBack) {
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   for (const int times : {1, 2}) {
     window.unmap();
-    ASSERT_TRUE(troubles_.waitFor("hidden", times));
+    ASSERT_TRUE(errors_.waitFor("hidden", times));
     EXPECT_TRUE(shows(0.5, 0.5, kRed));
     window.setColour(kGreen.rgb);
     window.map();
@@ -228,19 +228,19 @@ TEST_F(ScreenCaptureTest, AMinimisedWindowStandsStillAndComesBack) {
     window.setColour(kRed.rgb);
     EXPECT_TRUE(comesToShow(0.5, 0.5, kRed));
   }
-  EXPECT_EQ(troubles_.count("hidden"), 2) << "once each time";
-  EXPECT_EQ(troubles_.count("lost"), 0);
+  EXPECT_EQ(errors_.count("hidden"), 2) << "once each time";
+  EXPECT_EQ(errors_.count("lost"), 0);
 }
 
-TEST_F(ScreenCaptureTest, AClosedWindowIsLostAndItsLastPictureStays) {
+TEST_F(ScreenCaptureTest, AClosedWindowIsLostAndItsLastFrameStays) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   window.destroy();
-  ASSERT_TRUE(troubles_.waitFor("lost"));
+  ASSERT_TRUE(errors_.waitFor("lost"));
   EXPECT_TRUE(shows(0.5, 0.5, kRed));
-  EXPECT_EQ(troubles_.count("lost"), 1);
+  EXPECT_EQ(errors_.count("lost"), 1);
 }
 
 TEST_F(ScreenCaptureTest, AKilledServerIsNoticed) {
@@ -249,7 +249,7 @@ TEST_F(ScreenCaptureTest, AKilledServerIsNoticed) {
   capture(window.id());
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   server.kill();
-  ASSERT_TRUE(troubles_.waitFor("lost"));
+  ASSERT_TRUE(errors_.waitFor("lost"));
   EXPECT_TRUE(shows(0.5, 0.5, kRed));
 }
 
@@ -263,18 +263,18 @@ TEST_F(ScreenCaptureTest, AFrozenServerDoesNotHoldTheEnd) {
   capture_.reset();
   EXPECT_LT(Clock::now() - begin, 1s);
   server.signal(SIGCONT);
-  EXPECT_TRUE(troubles_.all().empty());
+  EXPECT_TRUE(errors_.all().empty());
 }
 
 TEST_F(ScreenCaptureTest, NothingThereIsLostAtOnce) {
   capture(1);  // no $DISPLAY
-  EXPECT_TRUE(troubles_.waitFor("lost"));
+  EXPECT_TRUE(errors_.waitFor("lost"));
   const XServer server;
   capture(0x7fffff);
-  EXPECT_TRUE(troubles_.waitFor("lost", 2));
+  EXPECT_TRUE(errors_.waitFor("lost", 2));
   capture(0x4fffffff);
-  EXPECT_TRUE(troubles_.waitFor("lost", 3));
-  EXPECT_EQ(pictures_->count(), 0U);
+  EXPECT_TRUE(errors_.waitFor("lost", 3));
+  EXPECT_EQ(frames_->count(), 0U);
 }
 
 TEST_F(ScreenCaptureTest, ThePointerIsDrawn) {
@@ -295,10 +295,10 @@ TEST_F(ScreenCaptureTest, PausedItStandsStill) {
   capture(window.id());
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   capture_->setPaused(true);
-  const uint64_t count = pictures_->count();
+  const uint64_t count = frames_->count();
   window.setColour(kGreen.rgb);
   std::this_thread::sleep_for(200ms);  // time in which six pictures would come
-  EXPECT_EQ(pictures_->count(), count);
+  EXPECT_EQ(frames_->count(), count);
   EXPECT_TRUE(shows(0.5, 0.5, kRed));
   capture_->setPaused(false);
   EXPECT_TRUE(comesToShow(0.5, 0.5, kGreen));
@@ -312,24 +312,24 @@ TEST_F(ScreenCaptureTest, TheRateIsKept) {
   auto begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));
   EXPECT_GE(Clock::now() - begin, 880ms);
-  capture_->setFormat({kFormat.width, kFormat.height, 20}, pictures_);
+  capture_->setFormat({kFormat.width, kFormat.height, 20}, frames_);
   ASSERT_TRUE(goesOn(window, 1));
   begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));
   EXPECT_GE(Clock::now() - begin, 430ms);
 }
 
-TEST_F(ScreenCaptureTest, AnotherFormatShowsThePresentPictureToo) {
+TEST_F(ScreenCaptureTest, AnotherFormatShowsThePresentFrameToo) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
-  const auto before = pictures_;
-  pictures_ = std::make_shared<FrameMailbox>();
-  capture_->setFormat({160, 120, 30}, pictures_);
-  ASSERT_TRUE(eventually([this] { return pictures_->latest() != nullptr; }));
-  const GstPtr<GstBuffer> picture = pictures_->latest();
-  const GstVideoMeta* layout = gst_buffer_get_video_meta(picture.get());
+  const auto before = frames_;
+  frames_ = std::make_shared<FrameMailbox>();
+  capture_->setFormat({160, 120, 30}, frames_);
+  ASSERT_TRUE(eventually([this] { return frames_->latest() != nullptr; }));
+  const GstPtr<GstBuffer> buffer = frames_->latest();
+  const GstVideoMeta* layout = gst_buffer_get_video_meta(buffer.get());
   EXPECT_EQ(layout->width, 160U);
   EXPECT_EQ(layout->height, 120U);
   EXPECT_TRUE(before->latest()) << "who still looks there sees the old one";

@@ -26,24 +26,24 @@ int openSomething() {
 
 class ScreenPortalTest : public testing::Test {
  protected:
-  // Of one portal, with little patience where that is not the point.
-  Answer ask(const ScreenPortal::Patience& patience = {.portal = 20'000ms, .user = 20'000ms}) {
-    portal_ = std::make_unique<ScreenPortal>(cancelled_.get(), patience);
-    problem_.clear();
-    const Answer answer = portal_->ask(problem_);
-    EXPECT_EQ(problem_.empty(), answer == Answer::kShared);
+  // Asks one portal, with long timeouts where those are not the point.
+  Answer ask(const ScreenPortal::Timeouts& timeouts = {.portal = 20'000ms, .user = 20'000ms}) {
+    portal_ = std::make_unique<ScreenPortal>(cancelled_.get(), timeouts);
+    error_.clear();
+    const Answer answer = portal_->ask(error_);
+    EXPECT_EQ(error_.empty(), answer == Answer::kShared);
     return answer;
   }
 
   const SessionBus bus_;
   const GlibPtr<GCancellable> cancelled_{g_cancellable_new()};
   std::unique_ptr<ScreenPortal> portal_;
-  std::string problem_;
+  std::string error_;
 };
 
 TEST_F(ScreenPortalTest, SharesWhatTheUserChose) {
   FakePortal desktop({.openRemote = openSomething});
-  ASSERT_EQ(ask(), Answer::kShared) << problem_;
+  ASSERT_EQ(ask(), Answer::kShared) << error_;
   EXPECT_EQ(portal_->node(), 42U);
   EXPECT_GE(portal_->remote(), 0);
   EXPECT_TRUE(portal_->isShared());
@@ -55,13 +55,13 @@ TEST_F(ScreenPortalTest, SharesWhatTheUserChose) {
 
 TEST_F(ScreenPortalTest, AsksForNoPointerThatThePortalCannotShow) {
   FakePortal desktop({.cursorModes = 1, .openRemote = openSomething});
-  ASSERT_EQ(ask(), Answer::kShared) << problem_;
+  ASSERT_EQ(ask(), Answer::kShared) << error_;
   EXPECT_EQ(desktop.calls.all().at(1), "SelectSources types=3");
 }
 
 TEST_F(ScreenPortalTest, NoticesThatTheUserEndsTheSharing) {
   FakePortal desktop({.openRemote = openSomething});
-  ASSERT_EQ(ask(), Answer::kShared) << problem_;
+  ASSERT_EQ(ask(), Answer::kShared) << error_;
   desktop.endSession();
   for (int i = 0; i < 6000 && portal_->isShared(); ++i) std::this_thread::sleep_for(5ms);
   EXPECT_FALSE(portal_->isShared());
@@ -71,33 +71,33 @@ TEST_F(ScreenPortalTest, ARefusalIsTheUsers) {
   for (const Answers& answers : {Answers{.start = 1}, Answers{.selectSources = 1}}) {
     FakePortal desktop(answers);
     EXPECT_EQ(ask(), Answer::kRefused);
-    EXPECT_EQ(problem_, "the user does not want to share the screen");
+    EXPECT_EQ(error_, "the user does not want to share the screen");
   }
 }
 
 TEST_F(ScreenPortalTest, EveryStepMayFail) {
-  const auto problemWith = [this](const Answers& answers) {
+  const auto errorOf = [this](const Answers& answers) {
     FakePortal desktop(answers);
     EXPECT_EQ(ask(), Answer::kFailed);
-    return problem_;
+    return error_;
   };
-  EXPECT_EQ(problemWith({.createSession = 2}), "the portal refuses CreateSession");
-  EXPECT_EQ(problemWith({.selectSources = 2}), "the portal refuses SelectSources");
-  EXPECT_EQ(problemWith({.start = 2}), "the portal refuses Start");
-  EXPECT_EQ(problemWith({.hasStream = false}), "the portal names no stream");
-  EXPECT_NE(problemWith({.start = FakePortal::kRefuses}).find("not today"), std::string::npos);
-  EXPECT_NE(problemWith({}).find("the portal does not open PipeWire: "), std::string::npos);
+  EXPECT_EQ(errorOf({.createSession = 2}), "the portal refuses CreateSession");
+  EXPECT_EQ(errorOf({.selectSources = 2}), "the portal refuses SelectSources");
+  EXPECT_EQ(errorOf({.start = 2}), "the portal refuses Start");
+  EXPECT_EQ(errorOf({.hasStream = false}), "the portal names no stream");
+  EXPECT_NE(errorOf({.start = FakePortal::kRefuses}).find("not today"), std::string::npos);
+  EXPECT_NE(errorOf({}).find("the portal does not open PipeWire: "), std::string::npos);
 }
 
 TEST_F(ScreenPortalTest, SilenceEnds) {
   {
     FakePortal desktop({.createSession = FakePortal::kSilent});
     EXPECT_EQ(ask({.portal = 300ms, .user = 20'000ms}), Answer::kFailed);
-    EXPECT_EQ(problem_, "the portal does not answer CreateSession");
+    EXPECT_EQ(error_, "the portal does not answer CreateSession");
   }
   FakePortal desktop({.start = FakePortal::kSilent});
   EXPECT_EQ(ask({.portal = 20'000ms, .user = 300ms}), Answer::kFailed);
-  EXPECT_EQ(problem_, "the portal does not answer Start");
+  EXPECT_EQ(error_, "the portal does not answer Start");
 }
 
 TEST_F(ScreenPortalTest, AnotherThreadEndsTheWaitForTheUser) {

@@ -17,12 +17,12 @@ namespace {
 
 constexpr uint32_t kRed = 0xff0000;
 
-bool isPattern(const Picture& picture) {
-  return picture.at(0.07, 0.5)[0] > 200;
+bool isPattern(const Frame& frame) {
+  return frame.at(0.07, 0.5)[0] > 200;
 }
 
-bool isRed(const Picture& picture) {
-  return std::abs(picture.at(0.07, 0.5)[0] - 63) < 4 && picture.at(0.07, 0.5)[2] > 235;
+bool isRed(const Frame& frame) {
+  return std::abs(frame.at(0.07, 0.5)[0] - 63) < 4 && frame.at(0.07, 0.5)[2] > 235;
 }
 
 class ScreenSharingSessionTest : public testing::Test {
@@ -50,8 +50,8 @@ class ScreenSharingSessionTest : public testing::Test {
   ~ScreenSharingSessionTest() override { session_->removeConsumer(&probe_); }
 
   void share(const XWindow& window) {
-    session_->shareScreen(window.id(), [this](ScreenError trouble, const std::string&) {
-      events_.add(trouble == ScreenError::kHidden ? "hidden" : "lost");
+    session_->shareScreen(window.id(), [this](ScreenError error, const std::string&) {
+      events_.add(error == ScreenError::kHidden ? "hidden" : "lost");
     });
   }
 
@@ -64,17 +64,17 @@ class ScreenSharingSessionTest : public testing::Test {
 };
 
 // Mirrored, the pattern begins with blue; its first bar stands at the right.
-bool isMirroredPattern(const Picture& picture) {
-  return picture.at(0.93, 0.5)[0] > 200;
+bool isMirroredPattern(const Frame& frame) {
+  return frame.at(0.93, 0.5)[0] > 200;
 }
 
 TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndGivesItBackWithoutAGap) {
-  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   share(window_);
-  ASSERT_TRUE(probe_.waitForPicture(isRed));
-  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(isRed(picture));
+  ASSERT_TRUE(probe_.waitForFrame(isRed));
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(isRed(frame));
   session_->stopScreen();
-  const std::vector<Picture> afterwards = probe_.pictures(5);
+  const std::vector<Frame> afterwards = probe_.frames(5);
   EXPECT_TRUE(isMirroredPattern(afterwards.back()));
   EXPECT_FALSE(isPattern(afterwards.back())) << "mirrored still";
   session_->stopScreen();  // once is enough
@@ -85,84 +85,83 @@ TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndGivesItBackWithoutAGap) {
 TEST_F(ScreenSharingSessionTest, TheScreenIsNotMirrored) {
   const XWindow left({.place = {0, 0, 160, 240}, .colour = 0xffffff, .parent = window_.id()});
   share(window_);
-  ASSERT_TRUE(probe_.waitForPicture(
-      [](const Picture& picture) { return std::abs(picture.at(0.9, 0.1)[0] - 63) < 3; }));
-  EXPECT_EQ(probe_.pictures(1).at(0).at(0.1, 0.1)[0], 235);
+  ASSERT_TRUE(probe_.waitForFrame(
+      [](const Frame& frame) { return std::abs(frame.at(0.9, 0.1)[0] - 63) < 3; }));
+  EXPECT_EQ(probe_.frames(1).at(0).at(0.1, 0.1)[0], 235);
 }
 
 TEST_F(ScreenSharingSessionTest, AMutedCameraDoesNotHideTheScreenAndIsNeverSeen) {
-  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   session_->setCameraMuted(true);
-  ASSERT_TRUE(probe_.waitForPicture(&Picture::isBlack));
+  ASSERT_TRUE(probe_.waitForFrame(&Frame::isBlack));
   window_.unmap();
   share(window_);
   ASSERT_TRUE(events_.waitFor("hidden"));
-  for (const Picture& picture : probe_.pictures(5)) {
-    EXPECT_TRUE(picture.isBlack()) << "what was seen last is still the camera";
+  for (const Frame& frame : probe_.frames(5)) {
+    EXPECT_TRUE(frame.isBlack()) << "what was seen last is still the camera";
   }
   window_.map();
-  EXPECT_TRUE(probe_.waitForPicture(isRed));
+  EXPECT_TRUE(probe_.waitForFrame(isRed));
   session_->stopScreen();
-  EXPECT_TRUE(probe_.waitForPicture(&Picture::isBlack));
+  EXPECT_TRUE(probe_.waitForFrame(&Frame::isBlack));
 }
 
 TEST_F(ScreenSharingSessionTest, TheCameraMayStopAndStartUnseen) {
   share(window_);
-  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRed));
   session_->setCameraRunning(false);
   session_->setCameraRunning(true);
-  for (const Picture& picture : probe_.pictures(10)) EXPECT_TRUE(isRed(picture));
+  for (const Frame& frame : probe_.frames(10)) EXPECT_TRUE(isRed(frame));
   session_->stopScreen();
-  EXPECT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  EXPECT_TRUE(probe_.waitForFrame(isMirroredPattern));
 }
 
-TEST_F(ScreenSharingSessionTest, AClosedWindowLeavesItsPictureUntilAnotherIsShared) {
+TEST_F(ScreenSharingSessionTest, AClosedWindowLeavesItsFrameUntilAnotherIsShared) {
   share(window_);
-  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRed));
   window_.destroy();
   ASSERT_TRUE(events_.waitFor("lost"));
-  for (const Picture& picture : probe_.pictures(5)) EXPECT_TRUE(isRed(picture));
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(isRed(frame));
   const XWindow another({.place = {0, 0, 320, 240}, .colour = 0xffffff});
   share(another);
-  EXPECT_TRUE(probe_.waitForPicture(
-      [](const Picture& picture) { return picture.at(0.07, 0.07)[0] == 235; }));
+  EXPECT_TRUE(
+      probe_.waitForFrame([](const Frame& frame) { return frame.at(0.07, 0.07)[0] == 235; }));
 }
 
-bool hasSize(const Picture& picture, int width, int height) {
-  return picture.info.width == width && picture.info.height == height;
+bool hasSize(const Frame& frame, int width, int height) {
+  return frame.info.width == width && frame.info.height == height;
 }
 
 TEST_F(ScreenSharingSessionTest, TheScreenTakesOnAnotherSizeAndTheCameraKeepsItsOwn) {
-  ASSERT_TRUE(probe_.waitForPicture(isMirroredPattern));
+  ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   share(window_);
-  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRed));
   session_->setFormat({640, 480, 30});
-  ASSERT_TRUE(probe_.waitForPicture(
-      [](const Picture& picture) { return hasSize(picture, 640, 480) && isRed(picture); }));
+  ASSERT_TRUE(probe_.waitForFrame(
+      [](const Frame& frame) { return hasSize(frame, 640, 480) && isRed(frame); }));
   session_->setScreenPaused(true);
   session_->setFormat({160, 120, 30});
-  for (const Picture& picture : probe_.pictures(5)) {
-    EXPECT_TRUE(isRed(picture)) << "paused, what was seen last stands in its old size";
+  for (const Frame& frame : probe_.frames(5)) {
+    EXPECT_TRUE(isRed(frame)) << "paused, what was seen last stands in its old size";
   }
   session_->setScreenPaused(false);
-  ASSERT_TRUE(probe_.waitForPicture(
-      [](const Picture& picture) { return hasSize(picture, 160, 120) && isRed(picture); }));
+  ASSERT_TRUE(probe_.waitForFrame(
+      [](const Frame& frame) { return hasSize(frame, 160, 120) && isRed(frame); }));
   session_->stopScreen();
-  ASSERT_TRUE(probe_.waitForPicture([](const Picture& picture) {
-    return hasSize(picture, 320, 240) && isMirroredPattern(picture);
-  }));
+  ASSERT_TRUE(probe_.waitForFrame(
+      [](const Frame& frame) { return hasSize(frame, 320, 240) && isMirroredPattern(frame); }));
   EXPECT_EQ(mislabelled_, 0);
 }
 
-TEST_F(ScreenSharingSessionTest, PausedThePictureStands) {
+TEST_F(ScreenSharingSessionTest, PausedTheFrameStands) {
   share(window_);
-  ASSERT_TRUE(probe_.waitForPicture(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRed));
   session_->setScreenPaused(true);
   window_.setColour(0xffffff);
-  for (const Picture& picture : probe_.pictures(10)) EXPECT_TRUE(isRed(picture));
+  for (const Frame& frame : probe_.frames(10)) EXPECT_TRUE(isRed(frame));
   session_->setScreenPaused(false);
-  EXPECT_TRUE(probe_.waitForPicture(
-      [](const Picture& picture) { return picture.at(0.07, 0.07)[0] == 235; }));
+  EXPECT_TRUE(
+      probe_.waitForFrame([](const Frame& frame) { return frame.at(0.07, 0.07)[0] == 235; }));
 }
 
 }  // namespace

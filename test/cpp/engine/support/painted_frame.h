@@ -29,6 +29,6 @@ GstPtr<GstBuffer> paintHalves(Size size, const Colour& left, const Colour& right
 GstPtr<GstBuffer> paint(Size size, const Colour& colour);
 
 // The colour of one pixel of a buffer that has its layout with it, or is laid out as `info` says.
-Colour pixelAt(GstBuffer* picture, const GstVideoInfo& info, int x, int y);
+Colour pixelAt(GstBuffer* buffer, const GstVideoInfo& info, int x, int y);
 
 }  // namespace NimboEngine::test

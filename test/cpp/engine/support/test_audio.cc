@@ -1,4 +1,4 @@
-#include "support/test_sounds.h"
+#include "support/test_audio.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,28 +13,28 @@ namespace {
 constexpr double kFullCircle = 2 * std::numbers::pi;
 
 // Computes all samples and scales them so that the highest has `level`.
-Sound rendered(int rate, double seconds, double level, const std::function<double(double)>& at) {
+Samples rendered(int rate, double seconds, double level, const std::function<double(double)>& at) {
   std::vector<double> samples(static_cast<std::size_t>(rate * seconds));
   double peak = 0;
   for (std::size_t i = 0; i < samples.size(); ++i) {
     samples[i] = at(static_cast<double>(i) / rate);
     peak = std::max(peak, std::abs(samples[i]));
   }
-  Sound sound;
+  Samples mono;
   for (const double sample : samples) {
-    sound.push_back(static_cast<int16_t>(std::lround(sample / peak * level * 32767)));
+    mono.push_back(static_cast<int16_t>(std::lround(sample / peak * level * 32767)));
   }
-  return sound;
+  return mono;
 }
 
 }  // namespace
 
-Sound tone(int rate, double seconds, double frequency, double level) {
+Samples tone(int rate, double seconds, double frequency, double level) {
   return rendered(rate, seconds, level,
                   [=](double time) { return std::sin(kFullCircle * frequency * time); });
 }
 
-Sound noise(int rate, double seconds, double level, double colour) {
+Samples noise(int rate, double seconds, double level, double colour) {
   std::minstd_rand random(1);
   std::uniform_real_distribution<double> range(-1, 1);
   double last = 0;
@@ -42,7 +42,7 @@ Sound noise(int rate, double seconds, double level, double colour) {
                   [&](double) { return last = colour * last + (1 - colour) * range(random); });
 }
 
-Sound speech(int rate, double seconds, double level) {
+Samples speech(int rate, double seconds, double level) {
   constexpr double kFormants[][2] = {{700, 1200}, {300, 2200}, {400, 800}, {500, 1800}};
   double phase = 0;
   return rendered(rate, seconds, level, [&](double time) {
@@ -65,14 +65,14 @@ Sound speech(int rate, double seconds, double level) {
   });
 }
 
-Sound joined(Sound first, const Sound& second) {
+Samples joined(Samples first, const Samples& second) {
   first.insert(first.end(), second.begin(), second.end());
   return first;
 }
 
-Sound inChannels(const Sound& sound, int channels) {
-  Sound result;
-  for (const int16_t sample : sound) {
+Samples inChannels(const Samples& mono, int channels) {
+  Samples result;
+  for (const int16_t sample : mono) {
     result.insert(result.end(), static_cast<std::size_t>(channels), sample);
   }
   return result;

@@ -28,18 +28,18 @@ inline std::vector<Shape> shapes() {
           {8, 3},  {5, 4, 0, 3, 0}, {2, 1}, {1, 1}};
 }
 
-class Picture {
+class Frame {
  public:
-  Picture(const Shape& shape, unsigned char y, unsigned char chroma) : shape_(shape) {
+  Frame(const Shape& shape, unsigned char y, unsigned char chroma) : shape_(shape) {
     bytes_.assign(startOf(3), y);
     for (std::size_t i = startOf(1); i < bytes_.size(); ++i) bytes_[i] = chroma;
   }
 
-  static Picture noise(const Shape& shape, uint32_t seed = 1) {
-    Picture picture(shape, 0, 0);
+  static Frame noise(const Shape& shape, uint32_t seed = 1) {
+    Frame frame(shape, 0, 0);
     std::mt19937 random(seed);
-    for (auto& byte : picture.bytes_) byte = static_cast<unsigned char>(random());
-    return picture;
+    for (auto& byte : frame.bytes_) byte = static_cast<unsigned char>(random());
+    return frame;
   }
 
   // Planes: 0 is Y, 1 is U, 2 is V.
@@ -49,7 +49,7 @@ class Picture {
     return bytes_.at(startOf(plane) + static_cast<std::size_t>(y * stride(plane) + x));
   }
   unsigned char at(int plane, int x, int y) const {
-    return const_cast<Picture*>(this)->at(plane, x, y);
+    return const_cast<Frame*>(this)->at(plane, x, y);
   }
 
   LumoLivePushElectronSDK::VideoFrame record() {
@@ -58,7 +58,7 @@ class Picture {
 
   const Shape& shape() const { return shape_; }
   const std::vector<unsigned char>& bytes() const { return bytes_; }
-  bool operator==(const Picture& other) const { return bytes_ == other.bytes_; }
+  bool operator==(const Frame& other) const { return bytes_ == other.bytes_; }
 
  private:
   int stride(int plane) const {
@@ -75,8 +75,8 @@ class Picture {
   std::vector<unsigned char> bytes_;
 };
 
-inline std::ostream& operator<<(std::ostream& out, const Picture& picture) {
-  const Shape& shape = picture.shape();
+inline std::ostream& operator<<(std::ostream& out, const Frame& frame) {
+  const Shape& shape = frame.shape();
   return out << "picture of " << shape.width << "x" << shape.height << ", padding " << shape.padY
              << "," << shape.padU << "," << shape.padV;
 }

@@ -1,4 +1,4 @@
-#include "support/painted_picture.h"
+#include "support/painted_frame.h"
 
 #include <gtest/gtest.h>
 
@@ -22,9 +22,9 @@ GstVideoInfo i420(Size size) {
 
 GstPtr<GstBuffer> paintHalves(Size size, const Colour& left, const Colour& right) {
   GstVideoInfo info = i420(size);
-  GstPtr<GstBuffer> picture(gst_buffer_new_allocate(nullptr, info.size, nullptr));
+  GstPtr<GstBuffer> buffer(gst_buffer_new_allocate(nullptr, info.size, nullptr));
   GstVideoFrame frame;
-  EXPECT_TRUE(gst_video_frame_map(&frame, &info, picture.get(), GST_MAP_WRITE));
+  EXPECT_TRUE(gst_video_frame_map(&frame, &info, buffer.get(), GST_MAP_WRITE));
   for (int plane = 0; plane < 3; ++plane) {
     const auto width = static_cast<size_t>(GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane));
     const auto index = static_cast<size_t>(plane);
@@ -34,17 +34,17 @@ GstPtr<GstBuffer> paintHalves(Size size, const Colour& left, const Colour& right
     }
   }
   gst_video_frame_unmap(&frame);
-  return picture;
+  return buffer;
 }
 
 GstPtr<GstBuffer> paint(Size size, const Colour& colour) {
   return paintHalves(size, colour, colour);
 }
 
-Colour pixelAt(GstBuffer* picture, const GstVideoInfo& info, int x, int y) {
+Colour pixelAt(GstBuffer* buffer, const GstVideoInfo& info, int x, int y) {
   GstVideoInfo layout = info;
   GstVideoFrame frame;
-  EXPECT_TRUE(gst_video_frame_map(&frame, &layout, picture, GST_MAP_READ));
+  EXPECT_TRUE(gst_video_frame_map(&frame, &layout, buffer, GST_MAP_READ));
   const Colour colour{rowOf(frame, 0, y)[x], rowOf(frame, 1, y / 2)[x / 2],
                       rowOf(frame, 2, y / 2)[x / 2]};
   gst_video_frame_unmap(&frame);

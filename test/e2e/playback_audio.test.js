@@ -78,7 +78,7 @@ describe('the sound of a player', GUARD, () => {
   });
 
   /** Resolves when what is heard stays near `loudness` for half a second. */
-  function heard(loudness) {
+  function untilLoudness(loudness) {
     return new Promise((resolve) => {
       let inARow = 0;
       onPiece = (rms) => {
@@ -93,20 +93,20 @@ describe('the sound of a player', GUARD, () => {
   const TONE = 32767 / 8 / Math.SQRT2;
 
   it('comes out of the default output, as loud as it was told', async () => {
-    await heard(0);
+    await untilLoudness(0);
     await player.play(server.url());
-    await heard(TONE);
+    await untilLoudness(TONE);
     for (const volume of [50, 400, 0, 100]) {
       assert.equal(live.push.setRemoteAudioVolume(player.id, volume), 0);
-      await heard((TONE * volume) / 100);
+      await untilLoudness((TONE * volume) / 100);
     }
     await player.stop();
-    await heard(0);
+    await untilLoudness(0);
   });
 
   it('is dropped when the output goes away, and the pictures go on', async () => {
     await player.play(server.url());
-    await heard(TONE);
+    await untilLoudness(TONE);
     await system.stop();
     for (let frame = 0; frame < 10; frame += 1) await player.nextFrame();
     assert.ok(!player.names().includes('onPlayError'));

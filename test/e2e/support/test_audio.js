@@ -5,7 +5,7 @@ const { runChild, startChild } = require('../../../tools/rtmp/child');
 const RATE = 48_000;
 
 /** Sounds for ffmpeg's filters, as long as they last. */
-const SOUND = {
+const AUDIO = {
   /** @param {number} level the peak's share of full scale */
   tone: (level) => `aevalsrc=exprs=${level}*sin(2*PI*440*t):sample_rate=${RATE}`,
   /** White noise, as quiet as a good microphone's own. */
@@ -27,7 +27,7 @@ const input = (filter) => ['-f', 'lavfi', '-i', filter];
  * @param {string} file its ending tells the format
  * @param {{filter: string, seconds: number}[]} pieces
  */
-async function writeSoundFile(file, pieces) {
+async function writeAudioFile(file, pieces) {
   const seconds = pieces.reduce((sum, piece) => sum + piece.seconds, 0);
   const cut = pieces.map(
     (piece, index) => `[${index}]aformat=sample_rates=${RATE}:cl=mono,
@@ -55,7 +55,7 @@ async function writeSoundFile(file, pieces) {
  * @param {string} filter
  * @returns {import('../../../tools/rtmp/child').Child}
  */
-function startSoundPublisher(url, filter) {
+function startAudioPublisher(url, filter) {
   return startChild('ffmpeg', [
     ...['-v', 'error', '-nostdin', '-re', ...input('color=gray:size=64x64:rate=10')],
     ...['-re', ...input(filter)],
@@ -64,4 +64,4 @@ function startSoundPublisher(url, filter) {
   ]);
 }
 
-module.exports = { SOUND, startSoundPublisher, writeSoundFile };
+module.exports = { AUDIO, startAudioPublisher, writeAudioFile };

@@ -11,21 +11,21 @@
 namespace NimboEngine::test {
 
 // 16-bit samples of one channel.
-using Sound = std::vector<int16_t>;
+using Samples = std::vector<int16_t>;
 
 // `level` is the peak's share of full scale.
-Sound tone(int rate, double seconds, double frequency, double level);
+Samples tone(int rate, double seconds, double frequency, double level);
 
 // Low-passed by `colour`: 0 is white, towards 1 it becomes darker.
-Sound noise(int rate, double seconds, double level, double colour = 0);
+Samples noise(int rate, double seconds, double level, double colour = 0);
 
 // What a voice does that a tone does not: a rich, gliding pitch, formants that change with every
 // syllable, four of them a second, and gaps between.
-Sound speech(int rate, double seconds, double level);
+Samples speech(int rate, double seconds, double level);
 
-Sound joined(Sound first, const Sound& second);
+Samples joined(Samples first, const Samples& second);
 
 // The same sample in every channel.
-Sound inChannels(const Sound& sound, int channels);
+Samples inChannels(const Samples& mono, int channels);
 
 }  // namespace NimboEngine::test
