@@ -1,11 +1,10 @@
 #include "base/detachable_thread.h"
 
-#include <pthread.h>
-
 #include <system_error>
 #include <utility>
 
 #include "base/log.h"
+#include "platform/thread_name.h"
 
 namespace NimboEngine {
 
@@ -19,7 +18,7 @@ DetachableThread::DetachableThread(std::string name, std::function<void()> body)
       body();
       ended.set_value();
     });
-    pthread_setname_np(thread_.native_handle(), name_.c_str());
+    nameThread(thread_, name_);
   } catch (const std::system_error& error) {
     NIMBO_LOG_ERROR("thread {} cannot be started: {}", name_, error.what());
   }

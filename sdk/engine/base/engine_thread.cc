@@ -1,12 +1,11 @@
 #include "base/engine_thread.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <future>
 #include <system_error>
 
 #include "base/log.h"
+#include "platform/thread_name.h"
 
 namespace NimboEngine {
 namespace {
@@ -22,7 +21,7 @@ void attempt(const EngineThread::Task& task) {
 }  // namespace
 
 EngineThread::EngineThread(const std::string& name) : thread_([this] { loop(); }) {
-  pthread_setname_np(thread_.native_handle(), name.substr(0, 15).c_str());
+  nameThread(thread_, name);
 }
 
 EngineThread::~EngineThread() {

@@ -1,17 +1,16 @@
 #include "capture/ticker.h"
 
-#include <pthread.h>
-
 #include <chrono>
 #include <utility>
 
 #include "gst/gst_ptr.h"
+#include "platform/thread_name.h"
 
 namespace NimboEngine {
 
 Ticker::Ticker(const char* name, uint32_t rate, uint64_t catchUp, Tick tick)
     : catchUp_(catchUp), tick_(std::move(tick)), rate_(rate), thread_([this] { loop(); }) {
-  pthread_setname_np(thread_.native_handle(), name);
+  nameThread(thread_, name);
 }
 
 Ticker::~Ticker() {

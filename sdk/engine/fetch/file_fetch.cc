@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/glib_ptr.h"
+#include "platform/open_file.h"
 
 namespace NimboEngine {
 namespace {
@@ -20,12 +21,6 @@ namespace {
 using namespace LumoRtc;
 
 constexpr std::size_t kReadBytes = 65536;
-
-// The path of an open file as the kernel knows it.
-std::string pathOf(int file) {
-  std::error_code code;
-  return std::filesystem::read_symlink(fmt::format("/proc/self/fd/{}", file), code).string();
-}
 
 // The path that `reference` in a playlist of that folder means; empty when it means none.
 std::string pathIn(const std::string& folder, const std::string& reference) {
@@ -55,7 +50,7 @@ std::optional<FetchFailure> FileFetch::open(const ByteRange& range) {
   if (fstat(file_, &about) != 0 || !S_ISREG(about.st_mode)) {
     return refusedFetch("only regular files can be played");
   }
-  path_ = pathOf(file_);
+  path_ = pathOfOpenFile(file_);
   // What a playlist named was judged without links; one may have come into being since.
   if (uri_.origin && path_ != uri_.address) {
     return refusedFetch("a local playlist may name files of its own folder only");

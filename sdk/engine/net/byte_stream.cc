@@ -1,16 +1,12 @@
 #include "net/byte_stream.h"
 
 #include <fmt/format.h>
-#include <linux/sockios.h>
-#include <linux/tcp.h>
-#include <netinet/in.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 
 #include <utility>
 
 #include "net/async_call.h"
 #include "net/gio_error.h"
+#include "platform/tcp_socket.h"
 
 namespace NimboEngine {
 namespace {
@@ -120,24 +116,19 @@ ByteStream::Result ByteStream::finishCall(gssize result, GError* error, std::siz
 }
 
 void ByteStream::cut() {
-  shutdown(descriptor_, SHUT_RDWR);
+  cutTcp(descriptor_);
 }
 
 void ByteStream::acknowledgeAtOnce() {
-  const int on = 1;
-  setsockopt(descriptor_, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+  acknowledgeTcpAtOnce(descriptor_);
 }
 
 std::size_t ByteStream::unacknowledged() const {
-  int bytes = 0;
-  return ioctl(descriptor_, SIOCOUTQ, &bytes) == 0 ? static_cast<std::size_t>(bytes) : 0;
+  return unacknowledgedTcpBytes(descriptor_);
 }
 
 uint64_t ByteStream::acknowledged() const {
-  tcp_info info{};
-  socklen_t size = sizeof info;
-  const bool known = getsockopt(descriptor_, IPPROTO_TCP, TCP_INFO, &info, &size) == 0;
-  return known ? info.tcpi_bytes_acked : 0;
+  return acknowledgedTcpBytes(descriptor_);
 }
 
 }  // namespace NimboEngine

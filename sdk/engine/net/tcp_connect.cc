@@ -1,10 +1,7 @@
 #include "net/tcp_connect.h"
 
 #include <fmt/format.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <memory>
@@ -14,6 +11,7 @@
 
 #include "net/async_call.h"
 #include "net/gio_error.h"
+#include "platform/tcp_socket.h"
 
 namespace NimboEngine {
 namespace {
@@ -27,7 +25,7 @@ constexpr std::chrono::milliseconds kAttemptDelay{250};
 // go unnoticed: they swallow the stream for minutes.
 constexpr int kSendBufferBytes = 64 * 1024;
 // How long sent data may stay unacknowledged. 6 s was seen to cut links that were merely slow.
-constexpr int kUserTimeoutMs = 10'000;
+constexpr std::chrono::milliseconds kUnacknowledgedTimeout{10'000};
 
 ConnectionFailure noAnswer(const std::string& host, int port) {
   return {ConnectionError::kTimeout, fmt::format("no connection to {}:{} in time", host, port)};
@@ -77,9 +75,8 @@ std::variant<Addresses, ConnectionFailure> resolve(const std::string& host, Stop
 
 void setOptions(GSocket* socket) {
   g_socket_set_blocking(socket, FALSE);
-  g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, kSendBufferBytes, nullptr);
-  g_socket_set_option(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, kUserTimeoutMs, nullptr);
-  g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, 1, nullptr);
+  setTcpSendOptions(g_socket_get_fd(socket),
+                    {.bufferBytes = kSendBufferBytes, .unacknowledged = kUnacknowledgedTimeout});
 }
 
 // The attempts that are under way.

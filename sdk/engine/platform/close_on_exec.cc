@@ -8,13 +8,12 @@
 #include <string>
 #include <system_error>
 
-#include "base/never_destroyed.h"
-
 namespace NimboEngine {
 namespace {
 
 std::set<int>& inheritable() {
-  static NeverDestroyed<std::set<int>> descriptors;
+  // Never destroyed: threads open descriptors while the process exits.
+  static auto* const descriptors = new std::set<int>;
   return *descriptors;
 }
 

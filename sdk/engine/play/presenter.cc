@@ -1,9 +1,9 @@
 #include "play/presenter.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <utility>
+
+#include "platform/thread_name.h"
 
 namespace NimboEngine {
 namespace {
@@ -28,7 +28,7 @@ constexpr gsize kMostTimedAudioBytes = gsize{48'000} * 4 / 2;  // 0.5 s
 
 Presenter::Presenter(const LatencySettings& latency, Sinks sinks)
     : sinks_(std::move(sinks)), clock_(latency), thread_([this] { loop(); }) {
-  pthread_setname_np(thread_.native_handle(), "nimbo-present");
+  nameThread(thread_, "nimbo-present");
 }
 
 Presenter::~Presenter() {

@@ -1,26 +1,17 @@
 #include "play/source_sockets.h"
 
 #include <fmt/format.h>
-#include <linux/tcp.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <utility>
 
+#include "platform/tcp_socket.h"
 #include "play/local_address.h"
 
 namespace NimboEngine {
 namespace {
 
 thread_local std::weak_ptr<SourceSockets> owner;
-
-uint64_t receivedBy(GSocket* socket) {
-  tcp_info info{};
-  socklen_t size = sizeof info;
-  const bool known = getsockopt(g_socket_get_fd(socket), IPPROTO_TCP, TCP_INFO, &info, &size) == 0;
-  return known ? info.tcpi_bytes_received : 0;
-}
 
 }  // namespace
 
@@ -86,7 +77,9 @@ void SourceSockets::cut() {
 uint64_t SourceSockets::receivedBytes() const {
   std::lock_guard lock(mutex_);
   uint64_t sum = 0;
-  for (const auto& socket : sockets_) sum += receivedBy(socket.get());
+  for (const auto& socket : sockets_) {
+    sum += receivedTcpBytes(g_socket_get_fd(socket.get()));
+  }
   return sum;
 }
 

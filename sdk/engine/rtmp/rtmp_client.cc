@@ -1,7 +1,6 @@
 #include "rtmp/rtmp_client.h"
 
 #include <poll.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +10,7 @@
 #include "base/capacity.h"
 #include "base/redaction.h"
 #include "net/tcp_connect.h"
+#include "platform/thread_name.h"
 
 namespace NimboEngine {
 namespace {
@@ -38,7 +38,7 @@ RtmpClient::RtmpClient(RtmpRole role, const RtmpUrl& url, Events events,
       received_(kReadBytes) {
   try {
     thread_ = std::thread([this] { run(); });
-    pthread_setname_np(thread_.native_handle(), "rtmp");
+    nameThread(thread_, "rtmp");
   } catch (const std::system_error&) {
     if (events_.onEnded) events_.onEnded({ConnectionError::kSystem, "no thread can be started"});
   }
