@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <future>
 #include <memory>
@@ -14,6 +13,7 @@
 #include "base/capacity.h"
 #include "base/log.h"
 #include "base/never_destroyed.h"
+#include "base/process_exit.h"
 #include "gst/runtime.h"
 #include "play/play_attempt.h"
 
@@ -30,9 +30,7 @@ std::atomic<int> playerCount{0};
 
 EngineThread& playersThread();
 
-// A process that ends while it plays stops playing first, and waits for what is being loaded: a
-// GStreamer plug-in that is loaded after the libraries' own destructors have run aborts it.
-void stopAtExit() {
+void stopPlayersAtExit() {
   constexpr std::chrono::seconds kTimeout{3};
   PlayAttempt::stopAllForGood();
   const auto idle = std::make_shared<std::promise<void>>();
@@ -40,19 +38,11 @@ void stopAtExit() {
   idle->get_future().wait_for(kTimeout);
 }
 
-// Everything that players need; on their thread.
-void preparePlayers() {
-  startGstreamer();
-  // Registered once more: destructors run in the reverse order, those of what has just been loaded
-  // after this one.
-  [[maybe_unused]] static const int registered = std::atexit(stopAtExit);
-}
-
 // One thread for all players: nothing that may wait for the network is done on it. Never destroyed:
 // a process may end while it plays.
 EngineThread& playersThread() {
   static NeverDestroyed<EngineThread> thread("nimbo-players");
-  [[maybe_unused]] static const int registered = std::atexit(stopAtExit);
+  onProcessExit(ExitStage::kPlayers, stopPlayersAtExit);
   return *thread;
 }
 
@@ -66,7 +56,7 @@ LivePlayer::LivePlayer(const Settings& settings)
       session_(std::make_shared<PlayerSession>(
           playersThread(), settings.play, listeners_, remote_.stream(),
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
-  playersThread().post(preparePlayers);
+  playersThread().post(startGstreamer);
 }
 
 LivePlayer::~LivePlayer() {

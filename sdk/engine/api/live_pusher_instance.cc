@@ -1,6 +1,5 @@
 // The process's one pusher.
 
-#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -11,12 +10,13 @@
 #include "base/capacity.h"
 #include "base/log.h"
 #include "base/never_destroyed.h"
+#include "base/process_exit.h"
 
 namespace NimboEngine {
 namespace {
 
-// Never destroyed: a pusher that outlived stopAtExit() must not go in the middle of the process's
-// other destructors.
+// Never destroyed: a pusher that outlived its stage of the process's exit must not go in the middle
+// of the process's other destructors.
 struct Instance {
   std::mutex mutex;
   std::unique_ptr<LivePusher> pusher;
@@ -25,12 +25,6 @@ struct Instance {
 Instance& theInstance() {
   static NeverDestroyed<Instance> instance;
   return *instance;
-}
-
-// A process that ends while it streams stops streaming first: GStreamer loads plug-ins as it needs
-// them, and one that is loaded after the libraries' own destructors have run aborts the process.
-void stopAtExit() {
-  [[maybe_unused]] static const int registered = std::atexit(LumoRtc::LumoLivePusher::destroy);
 }
 
 }  // namespace
@@ -55,7 +49,7 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
   if (!NimboEngine::applySettings(*settings, error)) {
     return refuse("the settings cannot be used: " + error);
   }
-  NimboEngine::stopAtExit();
+  NimboEngine::onProcessExit(NimboEngine::ExitStage::kPusher, LumoLivePusher::destroy);
   try {
     theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);
   } catch (const std::system_error& exception) {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <system_error>
 #include <thread>
 
 #include "base/log.h"
 #include "base/never_destroyed.h"
+#include "base/process_exit.h"
 #include "base/tsan_annotations.h"
 #include "gst/runtime.h"
 #include "platform/close_on_exec.h"
@@ -36,8 +36,7 @@ void DeviceMonitor::warmUp() {
       std::lock_guard lock(mutex_);
       scanned_ = true;
     }
-    // The first look loads plug-ins, which must not happen after the libraries' own destructors.
-    std::atexit([] { instance().waitForFirstScan(); });
+    onProcessExit(ExitStage::kDevices, [] { instance().waitForFirstScan(); });
   });
 }
 

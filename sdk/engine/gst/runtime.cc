@@ -6,6 +6,7 @@
 #include <array>
 
 #include "base/log.h"
+#include "base/process_exit.h"
 #include "gst/gst_ptr.h"
 #include "platform/close_on_exec.h"
 
@@ -85,6 +86,7 @@ bool start() {
     }
   }
   markNewDescriptors();
+  renewExitHandler();
   return true;
 }
 
