@@ -8,8 +8,9 @@
 
 namespace NimboEngine {
 
-DetachableThread::DetachableThread(std::string name, std::function<void()> body)
-    : name_(std::move(name)) {
+DetachableThread::DetachableThread(std::string name, std::function<void()> body,
+                                   std::chrono::milliseconds endTimeout)
+    : name_(std::move(name)), endTimeout_(endTimeout) {
   // Not a packaged_task: it would run the body inside pthread_once, where ThreadSanitizer is blind.
   std::promise<void> ended;
   ended_ = ended.get_future();
@@ -26,11 +27,13 @@ DetachableThread::DetachableThread(std::string name, std::function<void()> body)
 
 DetachableThread::~DetachableThread() {
   if (!thread_.joinable()) return;
-  if (ended_.wait_for(kTimeout) == std::future_status::ready) {
+  if (ended_.wait_for(endTimeout_) == std::future_status::ready) {
     thread_.join();
     return;
   }
-  NIMBO_LOG_WARN("thread {} does not end in time and is left behind", name_);
+  if (endTimeout_ > std::chrono::milliseconds::zero()) {
+    NIMBO_LOG_WARN("thread {} does not end in time and is left behind", name_);
+  }
   thread_.detach();
 }
 

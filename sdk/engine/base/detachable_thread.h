@@ -2,7 +2,7 @@
 // its end is waited for, but not for ever.
 //
 // Thread: created and destroyed on any other thread than its own.
-// Ownership: destruction waits kTimeout at most; what still runs then is left behind. So `body`
+// Ownership: destruction waits `endTimeout` at most; what still runs then is left behind. So `body`
 //   must own or share all that it uses. Telling it to end is the owner's business.
 // Failure: where no thread can be started, `body` is dropped, which is logged: as if it hung.
 //   `body` must not throw.
@@ -22,13 +22,17 @@ class DetachableThread {
   static constexpr std::chrono::milliseconds kTimeout{150};
 
   // `name` is what the operating system shows, at most 15 characters.
-  DetachableThread(std::string name, std::function<void()> body);
+  DetachableThread(std::string name, std::function<void()> body,
+                   std::chrono::milliseconds endTimeout = kTimeout);
   ~DetachableThread();
   DetachableThread(const DetachableThread&) = delete;
   DetachableThread& operator=(const DetachableThread&) = delete;
 
+  bool hasStarted() const { return thread_.joinable(); }
+
  private:
   const std::string name_;
+  const std::chrono::milliseconds endTimeout_;
   std::future<void> ended_;
   std::thread thread_;
 };

@@ -1,13 +1,9 @@
 #include "gst/source_runner.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
 #include <optional>
 #include <utility>
 
-#include "base/listener_slot.h"
 #include "base/log.h"
 
 namespace NimboEngine {
@@ -31,29 +27,21 @@ constexpr std::chrono::milliseconds kSwitchPollInterval{20};
 
 }  // namespace
 
-// Shared with the thread and the pipeline's messages, which may outlive the runner.
-struct SourceRunner::State : std::enable_shared_from_this<State> {
+// The pipeline's messages share it too.
+struct SourceRunner::State : WorkerState<FailureCallback, PipelineMessage>,
+                             std::enable_shared_from_this<State> {
   State(std::string sourceName, MakeSource makeSource, FailureCallback callback,
         Predecessor runsBefore)
-      : name(std::move(sourceName)),
+      : WorkerState(std::move(callback)),
+        name(std::move(sourceName)),
         make(std::move(makeSource)),
-        onFailure(std::move(callback)),
-        predecessor(std::move(runsBefore)) {
-    listener.set(&onFailure);
-  }
+        predecessor(std::move(runsBefore)) {}
 
   const std::string name;
   const MakeSource make;
-  FailureCallback onFailure;
-  ListenerSlot<FailureCallback> listener;
-
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::deque<PipelineMessage> messages;
-  bool stopping = false;
   bool mayRestart = true;  // on the runner's thread, as the next
   bool shouldRestart = false;
-  Predecessor predecessor;
+  Predecessor predecessor NIMBO_GUARDED_BY(mutex);
 
   void run();
   std::string work();
@@ -62,6 +50,7 @@ struct SourceRunner::State : std::enable_shared_from_this<State> {
   std::string whyNotStarted();
   void switchOver();
   void endPredecessor();
+  void stopPredecessor();
   std::optional<PipelineMessage> next(const Source& source, bool& silent);
   bool waitUntil(Clock::time_point time);
 };
@@ -71,7 +60,7 @@ void SourceRunner::State::run() {
   endPredecessor();
   if (!error.empty()) {
     NIMBO_LOG_WARN("source {}: {}", name, error);
-    listener.call([&](FailureCallback& callback) { callback(error); });
+    notify([&](FailureCallback& callback) { callback(error); });
   }
 }
 
@@ -81,10 +70,7 @@ std::string SourceRunner::State::work() {
   const std::unique_ptr<Source> source = make(error);
   if (!source) return error;
   auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
-    if (message.kind == Kind::kBuffering) return;
-    std::lock_guard lock(self->mutex);
-    self->messages.push_back(message);
-    self->changed.notify_all();
+    if (message.kind != Kind::kBuffering) self->send(message);
   };
   for (;;) {
     const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, error);
@@ -119,7 +105,7 @@ bool SourceRunner::State::restart(Pipeline& pipeline) {
 }
 
 std::string SourceRunner::State::whyNotStarted() {
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   const auto error = std::find_if(messages.begin(), messages.end(),
                                   [](const auto& message) { return message.kind == Kind::kError; });
   return error == messages.end() ? "it cannot be started" : error->text;
@@ -127,7 +113,7 @@ std::string SourceRunner::State::whyNotStarted() {
 
 void SourceRunner::State::switchOver() {
   {
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     if (!predecessor.runner) return;
     const auto giveUp = Clock::now() + kSilence;
     while (!stopping && messages.empty() && !predecessor.begun() && Clock::now() < giveUp) {
@@ -139,14 +125,19 @@ void SourceRunner::State::switchOver() {
 
 void SourceRunner::State::endPredecessor() {
   std::unique_ptr<SourceRunner> ended;  // not under the lock: it may take its time
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   ended.swap(predecessor.runner);
+}
+
+void SourceRunner::State::stopPredecessor() {
+  const MutexLock lock(mutex);
+  if (predecessor.runner) predecessor.runner->requestStop();
 }
 
 // The next message; none when asked to stop or, with `silent` set, when the source fell silent.
 std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, bool& silent) {
-  std::unique_lock lock(mutex);
-  const auto woken = [this] { return stopping || !messages.empty(); };
+  MutexLock lock(mutex);
+  const auto woken = [this]() NIMBO_REQUIRES(mutex) { return stopping || !messages.empty(); };
   for (;;) {
     const int64_t before = source.progress();
     const bool isBeginning = mayRestart && before == 0;
@@ -159,34 +150,28 @@ std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, b
       continue;
     }
     if (stopping) return std::nullopt;
-    PipelineMessage message = std::move(messages.front());
-    messages.pop_front();
-    return message;
+    return takeMessage();
   }
 }
 
 // False when asked to stop before `time`.
 bool SourceRunner::State::waitUntil(Clock::time_point time) {
-  std::unique_lock lock(mutex);
-  return !changed.wait_until(lock, time, [this] { return stopping; });
+  MutexLock lock(mutex);
+  return !changed.wait_until(lock, time, [this]() NIMBO_REQUIRES(mutex) { return stopping; });
 }
 
 SourceRunner::SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
                            Predecessor predecessor)
-    : state_(std::make_shared<State>(std::move(name), std::move(make), std::move(onFailure),
-                                     std::move(predecessor))),
-      thread_("source", [state = state_] { state->run(); }) {}
+    : worker_({.name = "source"}, std::move(name), std::move(make), std::move(onFailure),
+              std::move(predecessor)) {}
 
 SourceRunner::~SourceRunner() {
   requestStop();
 }
 
 void SourceRunner::requestStop() {
-  state_->listener.set(nullptr);
-  std::lock_guard lock(state_->mutex);
-  if (state_->predecessor.runner) state_->predecessor.runner->requestStop();
-  state_->stopping = true;
-  state_->changed.notify_all();
+  worker_.requestStop();
+  worker_->stopPredecessor();
 }
 
 }  // namespace NimboEngine

@@ -13,7 +13,7 @@
 #include <memory>
 #include <string>
 
-#include "base/detachable_thread.h"
+#include "base/worker.h"
 #include "gst/source.h"
 
 namespace NimboEngine {
@@ -43,8 +43,7 @@ class SourceRunner {
  private:
   struct State;
 
-  std::shared_ptr<State> state_;
-  DetachableThread thread_;
+  Worker<State> worker_;
 };
 
 }  // namespace NimboEngine

@@ -1,19 +1,12 @@
 #include "play/play_attempt.h"
 
 #include <fmt/format.h>
-#include <pthread.h>
 
-#include <condition_variable>
-#include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
-#include <system_error>
-#include <thread>
 #include <utility>
 
-#include "base/listener_slot.h"
 #include "base/log.h"
 #include "base/never_destroyed.h"
 #include "fetch/fetch_access.h"
@@ -44,28 +37,21 @@ constexpr std::chrono::milliseconds kReplyPollInterval{20};
 
 }  // namespace
 
-// Shared with the thread and the pipeline's messages, which may outlive the runner.
-struct PlayAttempt::State : std::enable_shared_from_this<State> {
+// The pipeline's messages share it too.
+struct PlayAttempt::State : WorkerState<OverCallback, PipelineMessage>,
+                            std::enable_shared_from_this<State> {
   State(PlayUrl playUrl, const SourceSettings& sourceSettings,
         std::shared_ptr<DecodedMediaSink> playOutput, OverCallback callback)
-      : url(std::move(playUrl)),
+      : WorkerState(std::move(callback)),
+        url(std::move(playUrl)),
         sources(sourceSettings),
-        output(std::move(playOutput)),
-        onOver(std::move(callback)) {
-    listener.set(&onOver);
-  }
+        output(std::move(playOutput)) {}
 
   const PlayUrl url;
   const SourceSettings sources;
   const std::shared_ptr<DecodedMediaSink> output;
-  OverCallback onOver;
-  ListenerSlot<OverCallback> listener;
 
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::deque<PipelineMessage> messages;
-  std::optional<PlayOutcome> sourceFailure;
-  bool stopping = false;
+  std::optional<PlayOutcome> sourceFailure NIMBO_GUARDED_BY(mutex);
 
   std::shared_ptr<SourceSockets> sockets;  // of RTSP
   uint64_t repliedBytes = 0;               // through them, when media last came out of the source
@@ -73,7 +59,6 @@ struct PlayAttempt::State : std::enable_shared_from_this<State> {
   std::shared_ptr<FetchAccess> access;     // from the beginning of work() to its end
 
   void run();
-  void requestStop();
   PlayOutcome work();
   std::optional<PlayOutcome> chooseSource(std::string& fetchUri) const;
   PlayOutcome follow(Pipeline& pipeline);
@@ -92,10 +77,10 @@ struct PlayAttempt::State : std::enable_shared_from_this<State> {
 
 // All that run.
 struct PlayAttempt::Running {
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::set<State*> states;
-  bool stoppedForGood = false;
+  Mutex mutex;
+  ConditionVariable changed;
+  std::set<State*> states NIMBO_GUARDED_BY(mutex);
+  bool stoppedForGood NIMBO_GUARDED_BY(mutex) = false;
 
   static Running& instance() {
     static NeverDestroyed<Running> running;
@@ -104,12 +89,12 @@ struct PlayAttempt::Running {
 
   // Whether it may run.
   bool add(State* state) {
-    std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return !stoppedForGood && states.insert(state).second;
   }
 
   void remove(State* state) {
-    std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     states.erase(state);
     changed.notify_all();
   }
@@ -117,24 +102,19 @@ struct PlayAttempt::Running {
   // What hangs in the network is left behind.
   void stopAll() {
     constexpr std::chrono::milliseconds kTimeout{500};
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     stoppedForGood = true;
     for (State* state : states) state->requestStop();
-    changed.wait_for(lock, kTimeout, [this] { return states.empty(); });
+    changed.wait_for(lock, kTimeout, [this]() NIMBO_REQUIRES(mutex) { return states.empty(); });
   }
 };
 
 void PlayAttempt::State::run() {
+  if (!Running::instance().add(this)) return;
   const PlayOutcome outcome = work();
   access.reset();  // it shares this
-  listener.call([&](OverCallback& callback) { callback(outcome); });
+  notify([&](OverCallback& callback) { callback(outcome); });
   Running::instance().remove(this);
-}
-
-void PlayAttempt::State::requestStop() {
-  std::lock_guard lock(mutex);
-  stopping = true;
-  changed.notify_all();
 }
 
 PlayOutcome PlayAttempt::State::work() {
@@ -143,9 +123,7 @@ PlayOutcome PlayAttempt::State::work() {
       if (self->sockets) self->sockets->adoptThread();
       return;
     }
-    std::lock_guard lock(self->mutex);
-    self->messages.push_back(message);
-    self->changed.notify_all();
+    self->send(message);
   };
   access = FetchAccess::open(sources, [self = shared_from_this()](const FetchFailure& failure) {
     self->onFetchFailed(failure);
@@ -200,7 +178,7 @@ void PlayAttempt::State::onFetchFailed(const FetchFailure& failure) {
   const bool playing = output->meter.counts().decoded() > 0;
   const auto code =
       playing && !failure.isFinal ? LumoRtc::kLumoLiveErrorConnectionLost : failure.code;
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   if (!sourceFailure) sourceFailure = {PlayOutcome::Kind::kFailed, code, failure.text};
   changed.notify_all();
 }
@@ -209,7 +187,7 @@ void PlayAttempt::State::onFetchFailed(const FetchFailure& failure) {
 void PlayAttempt::State::onFeedEnded(FlvInput& input, ConnectionError error,
                                      const std::string& text) {
   if (output->meter.counts().decoded() > 0) return input.end();
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   sourceFailure = {PlayOutcome::Kind::kFailed, playErrorCode(error), text};
   changed.notify_all();
 }
@@ -235,13 +213,13 @@ PlayOutcome PlayAttempt::State::follow(Pipeline& pipeline) {
         break;
     }
   }
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return stopping ? PlayOutcome() : sourceFailure.value_or(PlayOutcome());
 }
 
 // Waits until all that was decoded has been presented, or somebody asks to stop.
 void PlayAttempt::State::drain() {
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   while (!stopping && !output->isDrained()) changed.wait_for(lock, kDrainInterval);
 }
 
@@ -268,8 +246,10 @@ PlayOutcome PlayAttempt::State::failure(const PipelineMessage& error) {
 
 // The next message; none when asked to stop, or when the source has failed.
 std::optional<PipelineMessage> PlayAttempt::State::next(Pipeline& pipeline) {
-  std::unique_lock lock(mutex);
-  const auto woken = [this] { return stopping || sourceFailure || !messages.empty(); };
+  MutexLock lock(mutex);
+  const auto woken = [this]() NIMBO_REQUIRES(mutex) {
+    return stopping || sourceFailure || !messages.empty();
+  };
   while (mustPoll() && !changed.wait_for(lock, pollInterval(), woken)) {
     lock.unlock();
     poll(pipeline);
@@ -277,9 +257,7 @@ std::optional<PipelineMessage> PlayAttempt::State::next(Pipeline& pipeline) {
   }
   changed.wait(lock, woken);
   if (stopping || sourceFailure) return std::nullopt;
-  PipelineMessage message = std::move(messages.front());
-  messages.pop_front();
-  return message;
+  return takeMessage();
 }
 
 bool PlayAttempt::State::mustPoll() const {
@@ -291,7 +269,7 @@ std::chrono::milliseconds PlayAttempt::State::pollInterval() const {
 }
 
 void PlayAttempt::State::fail(const std::string& text) {
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   sourceFailure = {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorPlayRejected, text};
   changed.notify_all();
 }
@@ -315,33 +293,26 @@ void PlayAttempt::State::poll(Pipeline& pipeline) {
   output->meter.setPackets(countPackets(pipeline, url.protocol));
 }
 
+// The thread's end is not waited for: it may hang in the network.
 PlayAttempt::PlayAttempt(PlayUrl url, const SourceSettings& sources,
                          std::shared_ptr<DecodedMediaSink> output, OverCallback onOver)
-    : state_(
-          std::make_shared<State>(std::move(url), sources, std::move(output), std::move(onOver))) {
-  if (!Running::instance().add(state_.get())) return;
-  try {
-    std::thread thread([state = state_] { state->run(); });
-    pthread_setname_np(thread.native_handle(), "nimbo-player");
-    thread.detach();  // nobody waits for it: it may hang in the network
-  } catch (const std::system_error&) {
-    Running::instance().remove(state_.get());
-    state_->onOver({PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorNoCapacity,
-                    "no thread can be started"});
-  }
+    : worker_({.name = "nimbo-player", .endTimeout = std::chrono::milliseconds::zero()},
+              std::move(url), sources, std::move(output), std::move(onOver)) {
+  if (worker_.hasStarted()) return;
+  worker_->notify([](OverCallback& callback) {
+    callback({PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorNoCapacity,
+              "no thread can be started"});
+  });
 }
+
+PlayAttempt::~PlayAttempt() = default;
 
 void PlayAttempt::stopAllForGood() {
   Running::instance().stopAll();
 }
 
-PlayAttempt::~PlayAttempt() {
-  state_->listener.set(nullptr);
-  requestStop();
-}
-
 void PlayAttempt::requestStop() {
-  state_->requestStop();
+  worker_->requestStop();
 }
 
 }  // namespace NimboEngine

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "NimboSdk/LumoLiveResult.h"
+#include "base/worker.h"
 #include "fetch/source_settings.h"
 #include "play/decoded_media_sink.h"
 #include "play/play_url.h"
@@ -49,7 +50,7 @@ class PlayAttempt {
   struct State;
   struct Running;
 
-  const std::shared_ptr<State> state_;
+  Worker<State> worker_;
 };
 
 }  // namespace NimboEngine

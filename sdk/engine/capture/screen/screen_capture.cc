@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 #include "base/glib_ptr.h"
-#include "base/listener_slot.h"
 #include "base/log.h"
 #include "capture/screen/portal_reader.h"
 #include "capture/screen/screen_grabber.h"
@@ -33,24 +30,15 @@ std::unique_ptr<ScreenReader> makeReader(uint32_t id, GCancellable* cancelled) {
 
 }  // namespace
 
-// Shared with the thread, which may be left behind.
-struct ScreenCapture::State {
+struct ScreenCapture::State : WorkerState<ErrorCallback> {
   State(uint32_t source, const VideoFormat& wanted, std::shared_ptr<FrameMailbox> mailbox,
         ErrorCallback callback)
-      : id(source), onError(std::move(callback)), format(wanted), frames(std::move(mailbox)) {
-    listener.set(&onError);
-  }
+      : WorkerState(std::move(callback)), id(source), format(wanted), frames(std::move(mailbox)) {}
 
   const uint32_t id;
-  ErrorCallback onError;
-  ListenerSlot<ErrorCallback> listener;
-
-  std::mutex mutex;
-  std::condition_variable changed;
-  VideoFormat format;
-  std::shared_ptr<FrameMailbox> frames;
-  bool paused = false;
-  bool stopping = false;
+  VideoFormat format NIMBO_GUARDED_BY(mutex);
+  std::shared_ptr<FrameMailbox> frames NIMBO_GUARDED_BY(mutex);
+  bool paused NIMBO_GUARDED_BY(mutex) = false;
   const GlibPtr<GCancellable> cancelled{g_cancellable_new()};  // when stopping
 
   // Of the thread alone.
@@ -60,6 +48,8 @@ struct ScreenCapture::State {
   std::shared_ptr<FrameMailbox> filled;  // where the newest picture is
 
   void run();
+  void setPaused(bool pause);
+  void setFormat(const VideoFormat& wanted, std::shared_ptr<FrameMailbox> mailbox);
   bool isDelivered();
   bool waitForTurn(Clock::time_point& due);
   void deliver(ScreenReader& reader);
@@ -91,22 +81,22 @@ void ScreenCapture::State::run() {
 
 // False when it is time to end. A turn that is overdue is taken at once, and delays the next ones.
 bool ScreenCapture::State::waitForTurn(Clock::time_point& due) {
-  std::unique_lock lock(mutex);
-  changed.wait(lock, [this] { return stopping || !paused; });
-  changed.wait_until(lock, due, [this] { return stopping; });
+  MutexLock lock(mutex);
+  changed.wait(lock, [this]() NIMBO_REQUIRES(mutex) { return stopping || !paused; });
+  changed.wait_until(lock, due, [this]() NIMBO_REQUIRES(mutex) { return stopping; });
   due = std::max(due, Clock::now() - std::chrono::milliseconds(5));
   due += std::chrono::nanoseconds(std::chrono::seconds(1)) / format.fps;
   return !stopping;
 }
 
 bool ScreenCapture::State::isDelivered() {
-  std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return filled == frames;
 }
 
 // Not when a pause comes between, or there is no memory: then it is still to be delivered.
 void ScreenCapture::State::deliver(ScreenReader& reader) {
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   const VideoFormat wanted = format;
   const std::shared_ptr<FrameMailbox> mailbox = frames;
   lock.unlock();
@@ -128,32 +118,37 @@ void ScreenCapture::State::deliver(ScreenReader& reader) {
 
 void ScreenCapture::State::report(ScreenError error, const std::string& message) {
   NIMBO_LOG_WARN("screen sharing: {}", message);
-  listener.call([&](ErrorCallback& callback) { callback(error, message); });
+  notify([&](ErrorCallback& callback) { callback(error, message); });
+}
+
+void ScreenCapture::State::setPaused(bool pause) {
+  const MutexLock lock(mutex);
+  paused = pause;
+  changed.notify_all();
+}
+
+void ScreenCapture::State::setFormat(const VideoFormat& wanted,
+                                     std::shared_ptr<FrameMailbox> mailbox) {
+  const MutexLock lock(mutex);
+  format = wanted;
+  frames = std::move(mailbox);
 }
 
 ScreenCapture::ScreenCapture(uint32_t id, const VideoFormat& format,
                              std::shared_ptr<FrameMailbox> frames, ErrorCallback onError)
-    : state_(std::make_shared<State>(id, format, std::move(frames), std::move(onError))),
-      thread_("screen", [state = state_] { state->run(); }) {}
+    : worker_({.name = "screen"}, id, format, std::move(frames), std::move(onError)) {}
 
 ScreenCapture::~ScreenCapture() {
-  state_->listener.set(nullptr);
-  g_cancellable_cancel(state_->cancelled.get());
-  std::lock_guard lock(state_->mutex);
-  state_->stopping = true;
-  state_->changed.notify_all();
+  worker_.requestStop();
+  g_cancellable_cancel(worker_->cancelled.get());
 }
 
 void ScreenCapture::setPaused(bool paused) {
-  std::lock_guard lock(state_->mutex);
-  state_->paused = paused;
-  state_->changed.notify_all();
+  worker_->setPaused(paused);
 }
 
 void ScreenCapture::setFormat(const VideoFormat& format, std::shared_ptr<FrameMailbox> frames) {
-  std::lock_guard lock(state_->mutex);
-  state_->format = format;
-  state_->frames = std::move(frames);
+  worker_->setFormat(format, std::move(frames));
 }
 
 }  // namespace NimboEngine

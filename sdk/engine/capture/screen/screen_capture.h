@@ -16,7 +16,7 @@
 #include <memory>
 #include <string>
 
-#include "base/detachable_thread.h"
+#include "base/worker.h"
 #include "media/frame_consumer.h"
 #include "media/frame_mailbox.h"
 
@@ -49,8 +49,7 @@ class ScreenCapture {
  private:
   struct State;
 
-  const std::shared_ptr<State> state_;
-  DetachableThread thread_;
+  Worker<State> worker_;
 };
 
 }  // namespace NimboEngine

@@ -13,10 +13,9 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 
-#include "base/detachable_thread.h"
+#include "base/worker.h"
 #include "media/frame_consumer.h"
 #include "media/view_layout.h"
 
@@ -42,8 +41,7 @@ class X11View final : public FrameConsumer {
  private:
   struct State;
 
-  const std::shared_ptr<State> state_;
-  DetachableThread thread_;
+  Worker<State> worker_;
 };
 
 }  // namespace NimboEngine
