@@ -39,7 +39,10 @@ function openLivePush({ extra = {}, config = {} } = {}) {
       if (name !== 'onVideoRenderData') events.push({ name, payload });
       for (const waiter of [...waiting]) waiter(name, payload);
     });
-    if (registered !== true) throw new Error(`addEventListener(${name}) gave ${registered}`);
+    if (registered !== true) {
+      const error = new Error(`addEventListener(${name}) gave ${registered}`);
+      throw Object.assign(error, { result: registered });
+    }
   }
   push.initPusher({ ...CONFIG, ...config });
 

@@ -1,18 +1,28 @@
 'use strict';
 
-// Hostile calls to the scripted SDK (test/js/robustness/hostile_process.js), in one process after the
-// other. Each has a seed of its own, which is its first call's number away from the run's: with
-// `--seed` and `--calls` of what is left, a run goes on where another one ended.
+// Hostile calls to the scripted SDK, and some to the default one, in one process after the other.
+// Each process has a seed of its own, counted up from the run's: with `--seed` and `--calls` of what
+// is left, a run goes on where another one ended.
 
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { run: runProgram } = require('../../../tools/lib/run');
 const { root } = require('../../../tools/lib/project');
+const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
 const { buildForRuntime, versions } = require('../../../tools/lib/runtimes');
 
-const PROCESS = path.join(root, 'test/js/robustness/hostile_process.js');
-const CALLS_EACH = 100_000;
+const SCRIPTED = {
+  name: 'scripted SDK',
+  script: path.join(root, 'test/js/robustness/hostile_process.js'),
+  callsEach: 100_000,
+};
+const DEFAULT = {
+  name: 'default SDK',
+  script: path.join(root, 'test/nightly/support/hostile_sdk_process.js'),
+  callsEach: 10_000,
+};
+const DEFAULT_SHARE = 0.02; // of the calls: what they start takes time
 const JOBS = 2;
 const RUNTIMES = 2;
 
@@ -34,9 +44,9 @@ async function* runtimes() {
 }
 
 /** One process of calls. @returns {Promise<string | undefined>} what went wrong */
-async function callAll({ node, buildFolder }, seed, calls, note) {
+async function callAll({ node, buildFolder }, script, seed, calls, note, url) {
   const flags = STRESS[seed % STRESS.length];
-  const args = ['--expose-gc', ...flags, PROCESS, String(seed), String(calls), note];
+  const args = ['--expose-gc', ...flags, script, String(seed), String(calls), note, url];
   const env = { LUMO_BUILD_DIR: buildFolder };
   const options = { capture: true, env, deadlineSeconds: 1200 };
   const { ok, output, reason } = await runProgram(node, args, options);
@@ -46,27 +56,36 @@ async function callAll({ node, buildFolder }, seed, calls, note) {
   return `${flags.join(' ')} seed ${seed}: ${reason}; last call: ${last}`;
 }
 
+/** All calls to one SDK on one runtime, JOBS processes at a time. */
+async function callSdk(runtime, { name, script, callsEach }, { calls, seed, folder, url }, report) {
+  const each = Math.min(callsEach, Math.ceil(calls));
+  const processes = Math.ceil(calls / each);
+  const failures = [];
+  let next = 0;
+  const began = performance.now();
+  const work = async () => {
+    while (next < processes) {
+      const own = seed + next++;
+      const failure = await callAll(runtime, script, own, each, path.join(folder, `${own}`), url);
+      if (failure) failures.push(failure);
+    }
+  };
+  await Promise.all(Array.from({ length: JOBS }, work));
+  const seconds = ((performance.now() - began) / 1000).toFixed(0);
+  const figures = `${processes * each} in ${seconds} s`;
+  report({ what: `hostile calls, ${name}, ${runtime.name}`, figures, failures });
+}
+
 async function run({ calls, seed }, report) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'hostile-calls-'));
-  const each = Math.min(CALLS_EACH, calls);
-  const share = Math.ceil(calls / RUNTIMES / each);
-  let next = seed;
+  const server = await startRtmpServer();
+  const own = { seed, folder, url: server.url() };
   for await (const runtime of runtimes()) {
-    const end = next + share;
-    const failures = [];
-    const began = performance.now();
-    const work = async () => {
-      while (next < end) {
-        const own = next++;
-        const failure = await callAll(runtime, own, each, path.join(folder, String(own)));
-        if (failure) failures.push(failure);
-      }
-    };
-    await Promise.all(Array.from({ length: JOBS }, work));
-    const seconds = ((performance.now() - began) / 1000).toFixed(0);
-    const figures = `${share * each} in ${seconds} s`;
-    report({ what: `hostile calls, ${runtime.name}`, figures, failures });
+    const share = calls / RUNTIMES;
+    await callSdk(runtime, SCRIPTED, { ...own, calls: share }, report);
+    await callSdk(runtime, DEFAULT, { ...own, calls: share * DEFAULT_SHARE }, report);
   }
+  await server.stop();
   fs.rmSync(folder, { recursive: true });
 }
 

@@ -3,9 +3,9 @@
 // Usage: publish_and_play_process.js URL SECONDS [EXTRA], as a child with a message channel
 //   EXTRA  extra configuration, JSON
 //
-// Publishes and plays what it publishes, for so long, and says {errors, frames} at the end, where
-// errors are the codes of all error events. Only a crash, an exception or a hang are failures: on a
-// system that lacks something, errors are right.
+// Publishes and plays what it publishes, for so long, and sends {errors, frames} at the end, where
+// errors are the codes of all error events, or the answer where no pusher can be made. Only a crash,
+// an exception or a hang are failures: on a system that lacks something, errors are right.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { openLivePush } = require('../../e2e/support/live_push');
@@ -13,8 +13,25 @@ const { openLivePush } = require('../../e2e/support/live_push');
 const [url, seconds, extra = '{}'] = process.argv.slice(2);
 const CONFIG = { width: 320, height: 180, frameRate: 15, mTargetVideoBitrate: 300 };
 
+const NO_PUSHER = -102;
+
+/** A pusher that is open; none where too few descriptors or threads are left for one. */
+function openIfPossible() {
+  try {
+    return openLivePush({ config: CONFIG, extra: JSON.parse(extra) });
+  } catch (error) {
+    if (error.result === NO_PUSHER) return undefined;
+    throw error;
+  }
+}
+
+function answer(message) {
+  process.send(message, () => process.exit(0));
+}
+
 async function main() {
-  const live = openLivePush({ config: CONFIG, extra: JSON.parse(extra) });
+  const live = openIfPossible();
+  if (!live) return answer({ errors: [NO_PUSHER], frames: 0 });
   const { push } = live;
   let frames = 0;
   live.next('onVideoRenderData', () => {
@@ -32,10 +49,7 @@ async function main() {
   );
   if (player) push.destroyPlayer(player);
   live.close();
-  await new Promise((sent) => {
-    process.send({ errors: [...new Set(errors)], frames }, sent);
-  });
-  process.exit(0);
+  return answer({ errors: [...new Set(errors)], frames });
 }
 
 main();
