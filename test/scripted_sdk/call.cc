@@ -2,7 +2,6 @@
 
 #include "scripted_sdk/recorder.h"
 #include "scripted_sdk/script.h"
-#include "scripted_sdk/strings.h"
 
 namespace ScriptedSdk {
 
@@ -20,6 +19,7 @@ Json callEntry(const std::string& name, const void* self, Json args) {
 
 Call::Call(const char* name, const void* self, Json args)
     : operation_(findOperation(name)),
+      self_(self),
       seq_(recorder().add(Kind::kCall, callEntry(name, self, std::move(args)))) {
   Json fired = Json::array();
   for (const auto& action : script().takeActions(operation_)) fired.push_back(action());
@@ -37,30 +37,6 @@ Json Call::answer() {
 
 void Call::recordResult(Json result) {
   recorder().complete(seq_, "result", std::move(result));
-}
-
-int Call::integer() {
-  const Json result = answer();
-  recordResult(result);
-  return result.get<int>();
-}
-
-uint32_t Call::unsignedInteger() {
-  const Json result = answer();
-  recordResult(result);
-  return result.get<uint32_t>();
-}
-
-bool Call::boolean() {
-  const Json result = answer();
-  recordResult(result);
-  return result.get<bool>();
-}
-
-LumoRtc::String Call::text() {
-  const Json result = answer();
-  recordResult(result);
-  return makeString(readText(result));
 }
 
 }  // namespace ScriptedSdk

@@ -8,8 +8,6 @@
 
 #include <cstdint>
 
-#include "NimboSdk/LumoLiveDefine.h"
-#include "NimboSdk/LumoRtcString.h"
 #include "scripted_sdk/operations.h"
 
 namespace ScriptedSdk {
@@ -22,17 +20,16 @@ class Call {
   // Says in the call's record that the object had been destroyed before.
   void markDestroyed();
 
-  // The answer, for operations whose result needs more than the readers below.
+  // The operation's answer to this call.
   Json answer();
   void recordResult(Json result);
 
-  int integer();
-  uint32_t unsignedInteger();
-  bool boolean();
-  LumoRtc::String text();
+  const Operation& operation() const { return operation_; }
+  const void* self() const { return self_; }
 
  private:
   const Operation& operation_;
+  const void* self_;
   uint64_t seq_;
 };
 

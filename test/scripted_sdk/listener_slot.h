@@ -14,6 +14,7 @@
 #include <list>
 #include <mutex>
 #include <thread>
+#include <tuple>
 
 namespace ScriptedSdk {
 
@@ -61,6 +62,24 @@ class ListenerSlot {
   Listener* current_ = nullptr;
   Listener* last_ = nullptr;
   std::list<Call> calls_;
+};
+
+// The slots of an object, one for each interface.
+template <class... Listeners>
+class ListenerSlots {
+ public:
+  template <class Listener>
+  ListenerSlot<Listener>& slot() {
+    return std::get<ListenerSlot<Listener>>(slots_);
+  }
+  template <class Listener>
+  void set(Listener* listener) {
+    slot<Listener>().set(listener);
+  }
+  void detachAll() { (slot<Listeners>().set(nullptr), ...); }
+
+ private:
+  std::tuple<ListenerSlot<Listeners>...> slots_;
 };
 
 }  // namespace ScriptedSdk

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <list>
+#include <map>
 
 #include "scripted_sdk/recorder.h"
 #include "scripted_sdk/strings.h"
@@ -18,6 +19,17 @@ struct ScreenLists {
 
 ScreenLists& screenLists() {
   static auto& lists = *new ScreenLists;
+  return lists;
+}
+
+// The device lists that were given out; kept until the process ends.
+struct DeviceLists {
+  std::mutex mutex;
+  std::map<std::pair<const void*, std::string>, DeviceList> all;
+};
+
+DeviceLists& deviceLists() {
+  static auto& lists = *new DeviceLists;
   return lists;
 }
 
@@ -63,7 +75,7 @@ uint32_t ScriptedList<Entry>::takeCount() {
   return count;
 }
 
-ScriptedList<ScriptedDevice> readDeviceList(const Json& value) {
+ScriptedList<ScriptedDevice> DeviceList::read(const Json& value) {
   return readList<ScriptedDevice>(value, [](Fields& fields) {
     return ScriptedDevice{.name = fields.text("deviceName", ""),
                           .id = fields.text("deviceId", ""),
@@ -71,16 +83,20 @@ ScriptedList<ScriptedDevice> readDeviceList(const Json& value) {
   });
 }
 
-ScriptedList<ScriptedSource> readScreenList(const Json& value) {
+ScriptedList<ScriptedSource> ScreenSourceList::read(const Json& value) {
   return readList<ScriptedSource>(value, [](Fields& fields) {
     return ScriptedSource{.id = fields.number<int64_t>("sourceId", 0),
                           .name = fields.text("sourceName", "")};
   });
 }
 
-void DeviceList::fill(ScriptedList<ScriptedDevice> list) {
-  std::lock_guard lock(mutex_);
-  list_ = std::move(list);
+DeviceList* DeviceList::give(ScriptedList<ScriptedDevice> list, const Call& call) {
+  auto& lists = deviceLists();
+  std::lock_guard lock(lists.mutex);
+  DeviceList& found = lists.all[{call.self(), call.operation().name}];
+  std::lock_guard listLock(found.mutex_);
+  found.list_ = std::move(list);
+  return &found;
 }
 
 uint32_t DeviceList::getCount() {
@@ -98,7 +114,7 @@ LumoRtc::LumoLiveDeviceInfo DeviceList::getDevice(uint32_t index) {
   return {makeString(device.name), makeString(device.id), device.transportType};
 }
 
-ScreenSourceList* ScreenSourceList::make(ScriptedList<ScriptedSource> list) {
+ScreenSourceList* ScreenSourceList::give(ScriptedList<ScriptedSource> list, const Call&) {
   auto& lists = screenLists();
   std::lock_guard lock(lists.mutex);
   return &lists.all.emplace_back(std::move(list));

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "NimboSdk/LumoLivePusher.h"
+#include "scripted_sdk/call.h"
 #include "scripted_sdk/json_values.h"
 
 namespace ScriptedSdk {
@@ -41,13 +42,11 @@ struct ScriptedList {
   uint32_t takeCount();
 };
 
-ScriptedList<ScriptedDevice> readDeviceList(const Json& value);
-ScriptedList<ScriptedSource> readScreenList(const Json& value);
-
-// Owned by its pusher, which fills it anew each time the list is asked for.
+// One for each object and operation, filled anew each time that the list is asked for.
 class DeviceList final : public LumoRtc::LumoLiveDeviceList {
  public:
-  void fill(ScriptedList<ScriptedDevice> list);
+  static ScriptedList<ScriptedDevice> read(const Json& value);
+  static DeviceList* give(ScriptedList<ScriptedDevice> list, const Call& call);
 
   uint32_t getCount() override;
   LumoRtc::LumoLiveDeviceInfo getDevice(uint32_t index) override;
@@ -61,7 +60,8 @@ class DeviceList final : public LumoRtc::LumoLiveDeviceList {
 // instead of being undefined.
 class ScreenSourceList final : public LumoRtc::LumoLiveScreenSourceList {
  public:
-  static ScreenSourceList* make(ScriptedList<ScriptedSource> list);
+  static ScriptedList<ScriptedSource> read(const Json& value);
+  static ScreenSourceList* give(ScriptedList<ScriptedSource> list, const Call& call);
   static int unreleased();
   static void forgetReleased();
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "scripted_sdk/recorder.h"
-#include "scripted_sdk/strings.h"
+#include "scripted_sdk/values.h"
 
 namespace LumoRtc {
 
@@ -25,15 +25,6 @@ using Access = LumoRtc::LumoLiveMixStreamArrayAccess;
 
 std::atomic<int> aliveCount{0};
 
-Json streamJson(const LumoRtc::LumoLiveMixStream& stream) {
-  return {{"userId", textJson(stream.userId)},
-          {"x", stream.x},
-          {"y", stream.y},
-          {"width", stream.width},
-          {"height", stream.height},
-          {"zOrder", stream.zOrder}};
-}
-
 void record(const char* name, const LumoRtc::LumoLiveMixStreamArray& self,
             const Json& details = Json::object()) {
   Json entry = {{"name", name}, {"self", pointerJson(&self)}};
@@ -46,7 +37,7 @@ void record(const char* name, const LumoRtc::LumoLiveMixStreamArray& self,
 
 Json mixStreamsJson(const LumoRtc::LumoLiveMixStreamArray& streams) {
   Json all = Json::array();
-  for (const auto& stream : Access::streams(streams)) all.push_back(streamJson(stream));
+  for (const auto& stream : Access::streams(streams)) all.push_back(toJson(stream));
   return all;
 }
 
@@ -63,7 +54,7 @@ using ScriptedSdk::aliveCount;
 using ScriptedSdk::pointerJson;
 using ScriptedSdk::record;
 using ScriptedSdk::SdkScope;
-using ScriptedSdk::streamJson;
+using ScriptedSdk::toJson;
 
 LumoLiveMixStreamArray::LumoLiveMixStreamArray() : mStorage(new Access::Streams) {
   ++aliveCount;
@@ -94,7 +85,7 @@ LumoLiveMixStreamArray::~LumoLiveMixStreamArray() {
 void LumoLiveMixStreamArray::Add(const LumoLiveMixStream& stream) {
   const SdkScope scope;
   Access::streams(*this).push_back(stream);
-  record("Add", *this, {{"stream", streamJson(stream)}});
+  record("Add", *this, {{"stream", toJson(stream)}});
 }
 
 void LumoLiveMixStreamArray::Clear() {

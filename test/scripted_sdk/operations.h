@@ -1,4 +1,4 @@
-// Every operation of the interface: its name and what a test may let it answer.
+// Every operation of the interface: its name, and what a test may let it answer (answers.h).
 //
 // Thread: any.
 
@@ -11,23 +11,10 @@
 
 namespace ScriptedSdk {
 
-enum class AnswerKind {
-  kNothing,             // the operation has no result
-  kInt,                 // default 0
-  kUnsigned,            // default 0
-  kBool,                // default false
-  kText,                // default ""; null makes a String from a null pointer
-  kVersion,             // default ""; null is a null pointer
-  kObject,              // "new" (default) or null: the creation fails
-  kDeviceList,          // see lists.h; default empty
-  kNullableDeviceList,  // likewise, or null
-  kScreenList,          // likewise, or null
-  kEncoderConfig,       // any fields of the record, the others 0
-};
-
 struct Operation {
-  const char* name;  // "pusher.startPush"
-  AnswerKind answer;
+  const char* name;                 // "pusher.startPush"
+  Json (*initial)();                // the answer when the test gives none
+  void (*check)(const Json& json);  // throws std::invalid_argument
 };
 
 std::span<const Operation> operations();
@@ -35,9 +22,6 @@ std::span<const Operation> operations();
 // Finds an operation by its whole name, or by the part behind the dot when only one object has
 // such an operation. Throws std::invalid_argument.
 const Operation& findOperation(const std::string& name);
-
-// The kind's default answer.
-Json defaultAnswer(AnswerKind kind);
 
 // Throws std::invalid_argument when `operation` cannot answer `answer`.
 void checkAnswer(const Operation& operation, const Json& answer);

@@ -22,7 +22,7 @@ Json Script::takeAnswer(const Operation& operation) {
     return answer;
   }
   const auto standing = standing_.find(operation.name);
-  return standing != standing_.end() ? standing->second : defaultAnswer(operation.answer);
+  return standing != standing_.end() ? standing->second : operation.initial();
 }
 
 void Script::onCall(const Operation& operation, std::vector<Action> actions, int times) {

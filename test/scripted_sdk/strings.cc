@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <set>
 
 #include "scripted_sdk/recorder.h"
 
@@ -38,6 +40,14 @@ Json textJson(const LumoRtc::String& text) {
 LumoRtc::String makeString(const Text& text) {
   const SdkScope scope;
   return text ? text->c_str() : nullptr;
+}
+
+const char* immortalText(const Text& text) {
+  static auto& mutex = *new std::mutex;
+  static auto& texts = *new std::set<std::string>;
+  if (!text) return nullptr;
+  std::lock_guard lock(mutex);
+  return texts.insert(*text).first->c_str();
 }
 
 int stringsAlive() {

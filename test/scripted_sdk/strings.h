@@ -16,6 +16,9 @@ Json textJson(const LumoRtc::String& text);
 
 LumoRtc::String makeString(const Text& text);
 
+// A copy of `text` that lives as long as the process; null for none.
+const char* immortalText(const Text& text);
+
 int stringsAlive();
 
 // While one lives, Strings that come and go on this thread are the library's own doing and are

@@ -184,6 +184,7 @@ describe('loudness', () => {
   for (const side of ['pusher', 'player']) {
     const callback = `${side}.onAudioVolumeCallback`;
     const name = 'onAudioVolumeCallback';
+    const countName = side === 'pusher' ? 'count' : 'volumeInfoCount';
 
     it(`from the ${side} arrives as one event with the first user's record`, () =>
       assertEvent(
@@ -195,7 +196,7 @@ describe('loudness', () => {
               { userType: 1, volume: 1 },
               { userType: 0, volume: 2 },
             ],
-            count: 3,
+            [countName]: 3,
             totalVolume: 40,
           }),
         ],
@@ -217,7 +218,7 @@ describe('loudness', () => {
           callback,
           {
             volumes: [{ userType: -1, volume: -2147483648, sumVolume: 2147483647 }],
-            count: -5,
+            [countName]: -5,
             totalVolume: -1,
           },
         ],
@@ -249,7 +250,11 @@ describe('loudness', () => {
       assertEvent(
         [
           'player.onAudioVolumeCallback',
-          (id) => ({ volumes: [{ userType, player: playerOf(id) }], count: 1, totalVolume: 9 }),
+          (id) => ({
+            volumes: [{ userType, player: playerOf(id) }],
+            volumeInfoCount: 1,
+            totalVolume: 9,
+          }),
         ],
         'onAudioVolumeCallback',
         (id) => ({

@@ -38,7 +38,7 @@
  *   null    for Create: it fails ("new" lets it succeed again)
  *   list    for the device lists and the screen sources: an array of {deviceName, deviceId,
  *           transportType} or {sourceId, sourceName}, or {entries: […], counts: […]}, where each ask
- *           for the count takes the next of `counts` and the last one stays; null but for cameras
+ *           for the count takes the next of `counts` and the last one stays; null is a null pointer
  *   record  for getScreenShareEncoderConfiguration: any of its fields, 0 for the others
  *
  * Fires. A fire is {callback, thread, target, through, …arguments}:
@@ -47,19 +47,10 @@
  *   target   the pusher or player whose listener is called; the newest living one when left out
  *   through  "current" (when left out), or "last": the last listener that was set, though it may
  *            have been detached
- * The arguments, all optional, are those of the callback:
- *   pusher | player    a pointer to pass instead of the target's own
- *   onSystemError, onSDKError                {code, msg}
- *   onSetLiveMixTranscodingConfig            {isSuccess, message}
- *   onAudioVolumeCallback                    {volumes: [{userType, player, speechState, volume,
- *                                            sumVolume}], count, totalVolume}
- *   onError                                  {code, message}
- *   onNetworkQualityChange                   {quality}
- *   onPlayerStatistics                       {userId, channelId, videoWidth, videoHeight, decodeFps,
- *                                            renderFps, videoBitrate, audioBitrate, audioLossRate,
- *                                            lossRate}
- *   player.onActiveSpeaker                   {userType}
- *   onCaptureVideoSample, onRemoteVideoSample  {source, frame, readBack}; `frame` is required
+ * The arguments have the names of the callback's parameters in the SDK's headers; the fields of a
+ * record that is passed by value stand among them. All are optional but `frame`: numbers are 0 and
+ * texts "" when left out, and `pusher` and `player` the target itself. A frame callback also takes
+ * `readBack`.
  * A frame is {width, height, strideY, strideU, strideV, fill, size}: tight strides when left out;
  * `fill` is a number for every byte, {gradient: seed}, a Buffer, or null for a frame without
  * pixels; `size` overrides the buffer's size. frameBytes() gives the bytes that it stands for.
