@@ -52,15 +52,16 @@ LivePlayer::LivePlayer(const Settings& settings)
     : sources_(settings.play.sources),
       play_(std::make_shared<std::atomic<uint32_t>>(0)),
       listeners_(std::make_shared<PlayerListeners>(this)),
-      remote_(static_cast<LumoLivePlayer*>(this)),
+      registered_(std::make_shared<RegisteredPlayer>(this)),
       session_(std::make_shared<PlayerSession>(
-          playersThread(), settings.play, listeners_, remote_.stream(),
+          playersThread(), settings.play, listeners_, registered_,
           [play = play_](uint32_t number) { play->compare_exchange_strong(number, 0); })) {
   playersThread().post(startGstreamer);
 }
 
 LivePlayer::~LivePlayer() {
   listeners_->detachAll();
+  registered_->withdraw();
   playersThread().post([session = std::move(session_)]() mutable { session.reset(); });
   --playerCount;
 }
@@ -103,7 +104,7 @@ int LivePlayer::startPlay(const char* url) {
   }
   const uint32_t number = ++lastPlay_;
   *play_ = number;
-  remote_.setUrl(url);
+  registered_->setUrl(url);
   return post([request = PlayRequest{number, std::move(*target)}](PlayerSession& session) {
     session.startPlay(request);
   });
@@ -114,7 +115,7 @@ int LivePlayer::stopPlay() {
     NIMBO_LOG_ERROR("the player does not play");
     return kLumoLiveInvalidState;
   }
-  remote_.setUrl("");
+  registered_->setUrl("");
   return post([](PlayerSession& session) { session.stopPlay(); });
 }
 

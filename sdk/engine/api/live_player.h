@@ -16,7 +16,7 @@
 #include "NimboSdk/LumoLiveResult.h"
 #include "api/player_session.h"
 #include "api/settings.h"
-#include "mix/remote_players.h"
+#include "players/player_registry.h"
 
 namespace NimboEngine {
 
@@ -48,7 +48,7 @@ class LivePlayer final : public LumoRtc::LumoLivePlayer {
   // The playback that is wanted; the engine clears it when it is over.
   const std::shared_ptr<std::atomic<uint32_t>> play_;
   const std::shared_ptr<PlayerListeners> listeners_;
-  RemotePlayer remote_;
+  const std::shared_ptr<RegisteredPlayer> registered_;
   // Used on the engine thread, where it ends too, after all tasks that were posted before.
   std::shared_ptr<PlayerSession> session_;
 };

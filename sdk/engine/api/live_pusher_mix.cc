@@ -5,7 +5,7 @@
 
 #include "api/live_pusher.h"
 #include "base/log.h"
-#include "mix/remote_players.h"
+#include "mix/mix_user.h"
 
 namespace NimboEngine {
 

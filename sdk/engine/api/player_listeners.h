@@ -24,8 +24,6 @@ class PlayerListeners {
   // `player` is handed to the listeners and not used otherwise.
   explicit PlayerListeners(LumoRtc::LumoLivePlayer* player) : player_(player) {}
 
-  LumoRtc::LumoLivePlayer* player() const { return player_; }
-
   void detachAll();
 
   void info(InfoEvent event);

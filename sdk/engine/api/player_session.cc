@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "api/audible_players.h"
 #include "base/capacity.h"
 #include "base/interned_texts.h"
 #include "base/log.h"
@@ -14,21 +13,20 @@ using namespace LumoRtc;
 
 PlayerSession::PlayerSession(EngineThread& engine, const PlaySettings& settings,
                              std::shared_ptr<PlayerListeners> listeners,
-                             std::shared_ptr<RemoteStream> remote,
+                             std::shared_ptr<RegisteredPlayer> registered,
                              std::function<void(uint32_t)> onPlayOver)
     : engine_(engine),
       settings_(settings),
       listeners_(std::move(listeners)),
-      remote_(std::move(remote)),
+      registered_(std::move(registered)),
       onPlayOver_(std::move(onPlayOver)),
       firstDrawn_(ownerGuard_.bind([this](uint32_t playNumber) { onFirstDrawn(playNumber); })),
-      firstAudio_(ownerGuard_.bind([this] { openOutput(); })),
-      meter_(std::make_shared<LevelMeter>()) {}
+      firstAudio_(ownerGuard_.bind([this] { openOutput(); })) {}
 
 PlayerSession::~PlayerSession() {
-  removeAudiblePlayer(meter_);
+  registered_->setInaudible();
   playback_.reset();
-  remote_->clear();
+  registered_->stream()->clear();
   closeView();
 }
 
@@ -121,7 +119,7 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
                 listeners_->info(&LumoLivePlayInfoListener::onPlayStarted);
                 showLoudness();
               },
-          .onLost = [this] { remote_->clear(); },
+          .onLost = [this] { registered_->stream()->clear(); },
           .onOver = [this](const PlayOutcome& outcome) { onOver(outcome); },
           .onQuality = [this](LumoLiveNetworkQuality quality) { listeners_->quality(quality); },
           .onStatistics =
@@ -137,7 +135,7 @@ Playback::Events PlayerSession::events(const PlayUrl& url) {
 void PlayerSession::onFrame(GstBuffer* buffer, const GstVideoInfo& info) {
   listeners_->videoFrame(buffer, info);
   consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(buffer, info, 0); });
-  remote_->putFrame(buffer, info);
+  registered_->stream()->putFrame(buffer, info);
   if (waitsForView_) return;
   ++shown_;
   notifyFirstDrawn();
@@ -146,9 +144,9 @@ void PlayerSession::onFrame(GstBuffer* buffer, const GstVideoInfo& info) {
 // On the playback's thread.
 void PlayerSession::onAudio(const AudioAligner::Piece& piece) {
   gain_.apply(piece.samples.data(), piece.samples.size());
-  meter_->measure(piece.samples.data(), piece.samples.size(), kPlayedAudio);
+  registered_->meter().measure(piece.samples.data(), piece.samples.size(), kPlayedAudio);
   output_->push(piece);
-  remote_->putAudio(piece);
+  registered_->stream()->putAudio(piece);
   if (!notifiedFirstAudio_.load(std::memory_order_relaxed) && !notifiedFirstAudio_.exchange(true)) {
     engine_.post(firstAudio_);
   }
@@ -167,15 +165,13 @@ void PlayerSession::showLoudness() {
   auto notifyActiveSpeaker = ownerGuard_.bind([this] {
     if (playback_) listeners_->activeSpeaker();
   });
-  addAudiblePlayer(
-      {.player = listeners_->player(),
-       .meter = meter_,
-       .notifyVolume =
+  registered_->setAudible(
+      {.onVolume =
            [&engine = engine_, notifyVolume](const LumoLiveUserVolumeInfo& record) {
              engine.post([notify = notifyVolume, record]() mutable { notify(record); });
            },
-       .notifyActiveSpeaker = [&engine = engine_,
-                               notifyActiveSpeaker] { engine.post(notifyActiveSpeaker); }});
+       .onActiveSpeaker = [&engine = engine_,
+                           notifyActiveSpeaker] { engine.post(notifyActiveSpeaker); }});
 }
 
 void PlayerSession::stopPlay() {
@@ -184,7 +180,7 @@ void PlayerSession::stopPlay() {
     listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
   } else if (playback_) {
     playback_->stop();
-    remote_->clear();
+    registered_->stream()->clear();
   } else {  // it ended by itself just before: the stop is answered all the same
     listeners_->info(&LumoLivePlayInfoListener::onPlayStopped);
   }
@@ -193,9 +189,9 @@ void PlayerSession::stopPlay() {
 void PlayerSession::onOver(const PlayOutcome& outcome) {
   // Destroyed later, since it is what called.
   engine_.post([ended = std::shared_ptr<Playback>(std::move(playback_))] {});
-  removeAudiblePlayer(meter_);
+  registered_->setInaudible();
   closeView();
-  remote_->clear();
+  registered_->stream()->clear();
   output_.reset();
   mode_ = kLumoLivePlayModeNone;
   if (outcome.kind != PlayOutcome::Kind::kStopped) onPlayOver_(playNumber_);

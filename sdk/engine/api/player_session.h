@@ -15,14 +15,13 @@
 
 #include "api/player_listeners.h"
 #include "audio/audio_gain.h"
-#include "audio/level_meter.h"
 #include "base/engine_thread.h"
 #include "base/weak_owner_guard.h"
 #include "media/consumer_list.h"
 #include "platform/x11/x11_view.h"
 #include "play/audio_output.h"
 #include "play/playback.h"
-#include "players/remote_stream.h"
+#include "players/player_registry.h"
 
 namespace NimboEngine {
 
@@ -34,10 +33,11 @@ struct PlayRequest {
 
 class PlayerSession {
  public:
-  // What plays goes to `remote` too. `onPlayOver(number)` comes before the events of a playback
+  // What plays goes to the stream of `registered` too. `onPlayOver(number)` comes before the events of a playback
   // that ended without having been stopped.
   PlayerSession(EngineThread& engine, const PlaySettings& settings,
-                std::shared_ptr<PlayerListeners> listeners, std::shared_ptr<RemoteStream> remote,
+                std::shared_ptr<PlayerListeners> listeners,
+                std::shared_ptr<RegisteredPlayer> registered,
                 std::function<void(uint32_t)> onPlayOver);
   ~PlayerSession();
   PlayerSession(const PlayerSession&) = delete;
@@ -72,7 +72,7 @@ class PlayerSession {
   EngineThread& engine_;
   const PlaySettings settings_;
   const std::shared_ptr<PlayerListeners> listeners_;
-  const std::shared_ptr<RemoteStream> remote_;
+  const std::shared_ptr<RegisteredPlayer> registered_;
   const std::function<void(uint32_t)> onPlayOver_;
   const WeakOwnerGuard ownerGuard_;
   // Bound to this object's life.
@@ -85,7 +85,6 @@ class PlayerSession {
   std::optional<PlayRequest> nextPlay_;
 
   AudioGain gain_;
-  const std::shared_ptr<LevelMeter> meter_;  // of the sound as it is heard
   std::atomic<LumoRtc::LumoLivePlayMode> mode_{LumoRtc::kLumoLivePlayModeNone};
   std::atomic<uint64_t> shown_{0};
   std::atomic<bool> waitsForView_{false};

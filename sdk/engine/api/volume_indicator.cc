@@ -59,7 +59,7 @@ void VolumeIndicator::report(const std::vector<AudiblePlayer>& players) {
   const std::vector<UserLevel> users = takeReadings(players);
   const std::vector<LumoLiveUserVolumeInfo> records = running_->records.make(users);
   listeners_.volumes(records);
-  for (std::size_t i = 0; i < players.size(); ++i) players[i].notifyVolume(records[i + 1]);
+  for (std::size_t i = 0; i < players.size(); ++i) players[i].events.onVolume(records[i + 1]);
   if (const auto speaker = running_->speaker.update(Clock::now(), users)) {
     notifyActiveSpeaker(*speaker, players);
   }
@@ -79,7 +79,7 @@ void VolumeIndicator::notifyActiveSpeaker(LumoLivePlayer* speaker,
                                           const std::vector<AudiblePlayer>& players) {
   if (!speaker) return listeners_.info(&LumoLivePushInfoListener::onActiveSpeaker);
   for (const AudiblePlayer& player : players) {
-    if (player.player == speaker) player.notifyActiveSpeaker();
+    if (player.player == speaker) player.events.onActiveSpeaker();
   }
 }
 

@@ -16,7 +16,6 @@
 #include <optional>
 #include <vector>
 
-#include "api/audible_players.h"
 #include "api/pusher_listeners.h"
 #include "audio/level_meter.h"
 #include "audio/speaker_choice.h"
@@ -24,6 +23,7 @@
 #include "base/engine_thread.h"
 #include "base/weak_owner_guard.h"
 #include "media/frame_consumer.h"
+#include "players/player_registry.h"
 
 namespace NimboEngine {
 

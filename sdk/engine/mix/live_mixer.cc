@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "base/log.h"
-#include "mix/remote_players.h"
 
 namespace NimboEngine {
 

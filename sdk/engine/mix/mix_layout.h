@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,21 +14,9 @@
 #include "NimboSdk/LumoLiveDefine.h"
 #include "NimboSdk/LumoLiveResult.h"
 #include "media/view_layout.h"
+#include "mix/mix_user.h"
 
 namespace NimboEngine {
-
-class RemoteStream;
-
-// What the local user is called; "" is the same.
-inline constexpr char kLocalMixUser[] = "local";
-
-struct MixUser {
-  std::shared_ptr<RemoteStream> player;  // null: by URL
-  std::string url;                       // "" without a player: the local user
-
-  bool isLocal() const { return !player && url.empty(); }
-  bool operator==(const MixUser&) const = default;
-};
 
 struct MixPlace {
   MixUser user;

@@ -8,9 +8,10 @@
 
 #include "capture/capture_probe.h"
 #include "gst/runtime.h"
-#include "mix/remote_players.h"
+#include "players/player_registry.h"
 #include "support/media_feeder.h"
 #include "support/painted_frame.h"
+#include "support/player_address.h"
 
 namespace NimboEngine {
 namespace {
@@ -21,6 +22,7 @@ using test::kBlack;
 using test::kGreen;
 using test::kRed;
 using test::paint;
+using test::playerAt;
 
 constexpr Size kCaptured{64, 36};
 constexpr Size kPublished{320, 180};
@@ -72,7 +74,7 @@ class LiveMixerTest : public testing::Test {
     mixer.onAudioChunk(recorded.get(), kStereo, kTime);
   }
 
-  static void play(const RemotePlayer& player, const Colour& colour, int16_t audio) {
+  static void play(const RegisteredPlayer& player, const Colour& colour, int16_t audio) {
     player.stream()->putFrame(paint({64, 36}, colour).get(), i420({64, 36}));
     std::vector<int16_t> samples(2 * 4800, audio);
     player.stream()->putAudio({samples, AudioTimeline::Time(std::chrono::nanoseconds(kTime))});
@@ -124,7 +126,7 @@ TEST_F(LiveMixerTest, WhoHasNoPlaceIsNeitherSeenNorHeard) {
 
 TEST_F(LiveMixerTest, APlayerIsSeenAndHeardWhileItPlays) {
   int address = 0;
-  const RemotePlayer player(&address);
+  const RegisteredPlayer player(playerAt(address));
   mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {userOf(&address), kRight}}});
   tick();
   expectNear(published.at(200, 10), kBlack);
@@ -145,7 +147,7 @@ TEST_F(LiveMixerTest, APlayerIsSeenAndHeardWhileItPlays) {
 
 TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
   int address = 0;
-  auto player = std::make_unique<RemotePlayer>(&address);
+  auto player = std::make_unique<RegisteredPlayer>(playerAt(address));
   player->setUrl(kUrl);
   mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {findMixUser(kUrl).value(), kRight}}});
   play(*player, kGreen, 0);
@@ -154,7 +156,7 @@ TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
   player.reset();
   tick();
   expectNear(published.at(200, 10), kBlack);
-  RemotePlayer other(&address);
+  RegisteredPlayer other(playerAt(address));
   other.setUrl(kUrl);
   play(other, kGreen, 0);
   tick();
@@ -169,7 +171,7 @@ TEST_F(LiveMixerTest, PlayersAndLayoutsComeAndGoWhileItRuns) {
   std::thread players([&stopping] {
     while (!stopping) {
       int address = 0;
-      RemotePlayer player(&address);
+      RegisteredPlayer player(playerAt(address));
       player.setUrl(kUrl);
       for (int i = 0; i < 3; ++i) play(player, kGreen, 100);
       player.stream()->clear();

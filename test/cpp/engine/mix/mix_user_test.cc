@@ -1,11 +1,13 @@
-#include "mix/remote_players.h"
+#include "mix/mix_user.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
+#include <string>
 
-#include "gst/runtime.h"
-#include "support/painted_frame.h"
+#include "players/player_registry.h"
+#include "support/player_address.h"
 
 namespace NimboEngine {
 namespace {
@@ -18,7 +20,7 @@ std::string idOf(const void* player) {
   return text.str();
 }
 
-TEST(RemotePlayers, TheLocalUserHasTwoNames) {
+TEST(MixUser, TheLocalUserHasTwoNames) {
   for (const char* name : {"", "local"}) {
     const auto user = findMixUser(name);
     ASSERT_TRUE(user);
@@ -26,11 +28,11 @@ TEST(RemotePlayers, TheLocalUserHasTwoNames) {
   }
 }
 
-TEST(RemotePlayers, AreFoundByIdAndByUrl) {
+TEST(MixUser, AreFoundByIdAndByUrl) {
   int one = 0;
   int two = 0;
-  RemotePlayer first(&one);
-  RemotePlayer second(&two);
+  RegisteredPlayer first(test::playerAt(one));
+  RegisteredPlayer second(test::playerAt(two));
   second.setUrl(kUrl);
   ASSERT_TRUE(findMixUser(idOf(&one)));
   EXPECT_EQ(streamOf(*findMixUser(idOf(&one))), first.stream());
@@ -43,10 +45,10 @@ TEST(RemotePlayers, AreFoundByIdAndByUrl) {
   EXPECT_TRUE(findMixUser("")->isLocal()) << "a player without a URL is not the local user";
 }
 
-TEST(RemotePlayers, OfSeveralThatPlayAUrlTheLastToBeginIsMeant) {
+TEST(MixUser, OfSeveralThatPlayAUrlTheLastToBeginIsMeant) {
   int addresses[2] = {};
-  RemotePlayer first(&addresses[0]);
-  RemotePlayer second(&addresses[1]);
+  RegisteredPlayer first(test::playerAt(addresses[0]));
+  RegisteredPlayer second(test::playerAt(addresses[1]));
   second.setUrl(kUrl);
   first.setUrl(kUrl);
   EXPECT_EQ(streamOf(*findMixUser(kUrl)), first.stream());
@@ -56,50 +58,28 @@ TEST(RemotePlayers, OfSeveralThatPlayAUrlTheLastToBeginIsMeant) {
   EXPECT_EQ(streamOf(*findMixUser(kUrl)), first.stream());
 }
 
-TEST(RemotePlayers, AnIdMeansOnePlayerForEver) {
+TEST(MixUser, AnIdMeansOnePlayerForEver) {
   int player = 0;
-  auto gone = std::make_unique<RemotePlayer>(&player);
+  auto gone = std::make_unique<RegisteredPlayer>(test::playerAt(player));
   const auto user = findMixUser(idOf(&player));
   const std::weak_ptr<RemoteStream> stream = gone->stream();
   gone.reset();
   EXPECT_FALSE(findMixUser(idOf(&player)));
-  const RemotePlayer later(&player);
+  const RegisteredPlayer later(test::playerAt(player));
   EXPECT_EQ(streamOf(*user), stream.lock());
   EXPECT_NE(streamOf(*user), later.stream());
 }
 
-TEST(RemotePlayers, AUrlMeansWhoeverPlaysIt) {
+TEST(MixUser, AUrlMeansWhoeverPlaysIt) {
   int player = 0;
-  auto first = std::make_unique<RemotePlayer>(&player);
+  auto first = std::make_unique<RegisteredPlayer>(test::playerAt(player));
   first->setUrl(kUrl);
   const auto user = findMixUser(kUrl);
   first.reset();
   EXPECT_EQ(streamOf(*user), nullptr);
-  RemotePlayer second(&player);
+  RegisteredPlayer second(test::playerAt(player));
   second.setUrl(kUrl);
   EXPECT_EQ(streamOf(*user), second.stream());
-}
-
-TEST(RemoteStream, HasTheFrameAndAudioThatPlayAndNothingAfterwards) {
-  ASSERT_TRUE(startGstreamer());
-  RemoteStream stream;
-  EXPECT_FALSE(stream.frame());
-  const auto frame = test::paint({8, 8}, test::kRed);
-  stream.putFrame(frame.get(), test::i420({8, 8}));
-  const AudioTimeline::Time now{std::chrono::hours(1)};
-  std::vector<int16_t> loud(2 * 4800, 1000);
-  stream.putAudio({loud, now});
-  ASSERT_TRUE(stream.frame());
-  EXPECT_EQ(stream.frame()->buffer.get(), frame.get());
-  EXPECT_EQ(stream.frame()->info.width, 8);
-  std::vector<int16_t> output(2 * 960);
-  stream.audioAt(now, output);
-  EXPECT_EQ(output, std::vector<int16_t>(2 * 960, 1000));
-  stream.clear();
-  EXPECT_FALSE(stream.frame());
-  stream.audioAt(now, output);
-  EXPECT_EQ(output, std::vector<int16_t>(2 * 960, 0));
-  EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(frame.get()), 1);
 }
 
 }  // namespace
