@@ -7,6 +7,41 @@ namespace NimboEngine {
 
 using namespace LumoRtc;
 
+namespace {
+
+using NetworkOperation = void (LumoLivePushNetworkListener::*)(LumoLivePusher*);
+
+NetworkOperation operationOf(NetworkEvent event) {
+  using Network = LumoLivePushNetworkListener;
+  switch (event) {
+    case NetworkEvent::kNetworkPoor:
+      return &Network::onNetworkPoor;
+    case NetworkEvent::kNetworkRecovery:
+      return &Network::onNetworkRecovery;
+    case NetworkEvent::kReconnectStart:
+      return &Network::onReconnectStart;
+    case NetworkEvent::kConnectionLost:
+      return &Network::onConnectionLost;
+    case NetworkEvent::kReconnectFail:
+      return &Network::onReconnectFail;
+    case NetworkEvent::kReconnectSucceed:
+      return &Network::onReconnectSucceed;
+    case NetworkEvent::kSendDataTimeout:
+      return &Network::onSendDataTimeout;
+    case NetworkEvent::kConnectFail:
+      return &Network::onConnectFail;
+    case NetworkEvent::kAuthenticationOverdue:
+      return &Network::onPushURLAuthenticationOverdue;
+    case NetworkEvent::kSendMessage:
+      return &Network::onSendMessage;
+    case NetworkEvent::kPacketsLost:
+      break;
+  }
+  return &Network::onPacketsLost;
+}
+
+}  // namespace
+
 void PusherListeners::detachAll() {
   errorSlot.set(nullptr);
   infoSlot.set(nullptr);
@@ -19,7 +54,8 @@ void PusherListeners::info(InfoEvent event) {
 }
 
 void PusherListeners::network(NetworkEvent event) {
-  networkSlot.call([&](LumoLivePushNetworkListener& listener) { (listener.*event)(pusher_); });
+  networkSlot.call(
+      [&](LumoLivePushNetworkListener& listener) { (listener.*operationOf(event))(pusher_); });
 }
 
 void PusherListeners::mixResult(bool success, const std::string& reason) {

@@ -16,13 +16,13 @@
 #include "NimboSdk/LumoLiveResult.h"
 #include "base/listener_slot.h"
 #include "media/frame_consumer.h"
+#include "publish/network_event.h"
 
 namespace NimboEngine {
 
 class PusherListeners {
  public:
   using InfoEvent = void (LumoRtc::LumoLivePushInfoListener::*)(LumoRtc::LumoLivePusher*);
-  using NetworkEvent = void (LumoRtc::LumoLivePushNetworkListener::*)(LumoRtc::LumoLivePusher*);
 
   // `pusher` is handed to the listeners and not used otherwise.
   explicit PusherListeners(LumoRtc::LumoLivePusher* pusher) : pusher_(pusher) {}

@@ -14,25 +14,6 @@ using namespace LumoRtc;
 
 namespace {
 
-PusherListeners::NetworkEvent networkEvent(NetworkEvent event) {
-  using Network = LumoLivePushNetworkListener;
-  switch (event) {
-    case NetworkEvent::kNetworkPoor:
-      return &Network::onNetworkPoor;
-    case NetworkEvent::kNetworkRecovery:
-      return &Network::onNetworkRecovery;
-    case NetworkEvent::kSendDataTimeout:
-      return &Network::onSendDataTimeout;
-    case NetworkEvent::kPacketsLost:
-      return &Network::onPacketsLost;
-    case NetworkEvent::kSendMessage:
-      return &Network::onSendMessage;
-    case NetworkEvent::kAuthenticationOverdue:
-      break;
-  }
-  return &Network::onPushURLAuthenticationOverdue;
-}
-
 LumoLiveErrorCode errorOf(ScreenError error) {
   switch (error) {
     case ScreenError::kHidden:
@@ -241,7 +222,7 @@ void PusherSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
   if (const std::string missing = missingCapacity(); !missing.empty()) {
     onPushOver_(pushNumber_);
-    listeners_.network(&LumoLivePushNetworkListener::onConnectFail);
+    listeners_.network(NetworkEvent::kConnectFail);
     return listeners_.sdkError(kLumoLiveErrorNoCapacity, missing);
   }
   startCapture();
@@ -261,7 +242,7 @@ void PusherSession::beginPush(const PushRequest& request) {
 void PusherSession::onNetworkEvent(NetworkEvent event) {
   if (event == NetworkEvent::kNetworkPoor) capture_->setNetworkPoor(true);
   if (event == NetworkEvent::kNetworkRecovery) capture_->setNetworkPoor(false);
-  listeners_.network(networkEvent(event));
+  listeners_.network(event);
 }
 
 void PusherSession::stopPush() {
@@ -290,7 +271,6 @@ void PusherSession::onPushReport(const PushOutcome& outcome) {
 }
 
 void PusherSession::notify(const PushOutcome& outcome) {
-  using Network = LumoLivePushNetworkListener;
   switch (outcome.report) {
     case PushReport::kNone:
       break;
@@ -298,22 +278,22 @@ void PusherSession::notify(const PushOutcome& outcome) {
       listeners_.info(&LumoLivePushInfoListener::onPushStarted);
       break;
     case PushReport::kConnectFailed:
-      listeners_.network(&Network::onConnectFail);
+      listeners_.network(NetworkEvent::kConnectFail);
       listeners_.sdkError(outcome.code, outcome.message);
       break;
     case PushReport::kReconnecting:
-      listeners_.network(&Network::onConnectionLost);
-      listeners_.network(&Network::onReconnectStart);
+      listeners_.network(NetworkEvent::kConnectionLost);
+      listeners_.network(NetworkEvent::kReconnectStart);
       break;
     case PushReport::kReconnected:
-      listeners_.network(&Network::onReconnectSucceed);
+      listeners_.network(NetworkEvent::kReconnectSucceed);
       break;
     case PushReport::kReconnectFailed:
-      listeners_.network(&Network::onReconnectFail);
+      listeners_.network(NetworkEvent::kReconnectFail);
       listeners_.sdkError(outcome.code, outcome.message);
       break;
     case PushReport::kConnectionLost:
-      listeners_.network(&Network::onConnectionLost);
+      listeners_.network(NetworkEvent::kConnectionLost);
       listeners_.sdkError(outcome.code, outcome.message);
       break;
     case PushReport::kStopped:

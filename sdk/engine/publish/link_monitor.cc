@@ -21,21 +21,22 @@ void LinkMonitor::restart() {
   changing_.reset();
   progress_.reset();
   timedOut_ = false;
+  dead_ = false;
 }
 
-std::vector<LinkEvent> LinkMonitor::update(const LinkSample& sample) {
-  std::vector<LinkEvent> events;
+std::vector<NetworkEvent> LinkMonitor::update(const LinkSample& sample) {
+  std::vector<NetworkEvent> events;
   if (changesSide(sample)) {
     poor_ = !poor_;
-    events.push_back(poor_ ? LinkEvent::kPoor : LinkEvent::kRecovered);
+    events.push_back(poor_ ? NetworkEvent::kNetworkPoor : NetworkEvent::kNetworkRecovery);
   }
   const Clock::duration stalled = stalledFor(sample);
   if (stalled < sendTimeout_) {
     timedOut_ = false;
   } else if (!std::exchange(timedOut_, true)) {
-    events.push_back(LinkEvent::kSendTimeout);
+    events.push_back(NetworkEvent::kSendDataTimeout);
   }
-  if (stalled >= 2 * sendTimeout_) events.push_back(LinkEvent::kDead);
+  dead_ = stalled >= 2 * sendTimeout_;
   return events;
 }
 

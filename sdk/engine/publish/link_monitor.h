@@ -5,8 +5,8 @@
 //   media of 1 s or more wait, for half a second           poor
 //   while poor: of 0.3 s at most, for two seconds          recovered
 //   media wait and the server takes nothing for the        send timeout
-//   time-out, once until it takes something again
-//   the same for twice the time-out                        dead
+//   timeout, once until it takes something again
+//   the same for twice the timeout                         none: isDead()
 //
 // The times between the two limits change nothing, so a link at its edge does not flutter. A link
 // that was poor when it broke stays so until its successor has proved better.
@@ -21,6 +21,8 @@
 #include <optional>
 #include <vector>
 
+#include "publish/network_event.h"
+
 namespace NimboEngine {
 
 // One look at a connection.
@@ -29,8 +31,6 @@ struct LinkSample {
   bool empty = true;                    // nothing waits at all
   uint64_t taken = 0;                   // bytes the server has taken so far
 };
-
-enum class LinkEvent { kPoor, kRecovered, kSendTimeout, kDead };
 
 class LinkMonitor {
  public:
@@ -43,9 +43,12 @@ class LinkMonitor {
   void restart();
 
   // What follows from a further look, taken now.
-  std::vector<LinkEvent> update(const LinkSample& sample);
+  std::vector<NetworkEvent> update(const LinkSample& sample);
 
   bool isPoor() const { return poor_; }
+
+  // The server takes nothing any more.
+  bool isDead() const { return dead_; }
 
  private:
   bool hasHeld(bool condition, Clock::duration time);
@@ -60,6 +63,7 @@ class LinkMonitor {
   std::optional<Clock::time_point> progress_;  // when something was last taken, or nothing waited
   uint64_t taken_ = 0;
   bool timedOut_ = false;
+  bool dead_ = false;
 };
 
 }  // namespace NimboEngine

@@ -176,24 +176,15 @@ void Publisher::watchLink(const Connection* connection) {
   if (output_.hasTakenFirstFrame()) apply(PushInput::kMediaTaken);
   const LinkSample sample = output_.sample();
   bitrate_.update(sample.waiting);
-  for (const LinkEvent event : link_.update(sample)) onLinkEvent(event);
+  for (const NetworkEvent event : link_.update(sample)) {
+    if (event == NetworkEvent::kSendDataTimeout) bitrate_.onSendTimeout();
+    events_.onNetworkEvent(event);
+  }
+  if (link_.isDead()) {
+    apply(PushInput::kFailed, kLumoLiveErrorConnectionLost, "the server takes no data any more");
+  }
   applyBitrate();
   engine_.postAfter(kPollInterval, ownerGuard_.bind([this, connection] { watchLink(connection); }));
-}
-
-void Publisher::onLinkEvent(LinkEvent event) {
-  switch (event) {
-    case LinkEvent::kPoor:
-      return events_.onNetworkEvent(NetworkEvent::kNetworkPoor);
-    case LinkEvent::kRecovered:
-      return events_.onNetworkEvent(NetworkEvent::kNetworkRecovery);
-    case LinkEvent::kSendTimeout:
-      bitrate_.onSendTimeout();
-      return events_.onNetworkEvent(NetworkEvent::kSendDataTimeout);
-    case LinkEvent::kDead:
-      return apply(PushInput::kFailed, kLumoLiveErrorConnectionLost,
-                   "the server takes no data any more");
-  }
 }
 
 void Publisher::applyBitrate() {

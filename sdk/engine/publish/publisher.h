@@ -23,6 +23,7 @@
 #include "publish/encoder.h"
 #include "publish/flv_output.h"
 #include "publish/link_monitor.h"
+#include "publish/network_event.h"
 #include "publish/network_settings.h"
 #include "publish/push_state.h"
 #include "publish/push_url.h"
@@ -34,16 +35,6 @@ struct PushOutcome {
   PushReport report = PushReport::kNone;
   LumoRtc::LumoLiveErrorCode code = LumoRtc::kLumoLiveErrorNone;
   std::string message;
-};
-
-// What else a push tells of its network. Each is named after the listener's operation.
-enum class NetworkEvent {
-  kNetworkPoor,
-  kNetworkRecovery,
-  kSendDataTimeout,
-  kPacketsLost,
-  kSendMessage,
-  kAuthenticationOverdue
 };
 
 class Publisher final : public FrameConsumer {
@@ -80,7 +71,6 @@ class Publisher final : public FrameConsumer {
   void onConnectionFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void beginSending();
   void watchLink(const Connection* connection);
-  void onLinkEvent(LinkEvent event);
   void applyBitrate();
   void notifyOverdue();
   void finishConnection();

@@ -13,9 +13,9 @@ constexpr auto kStep = 50ms;
 class LinkMonitorTest : public testing::Test {
  protected:
   // Looks every 50 ms for `time`: media of `waiting` wait, and the server takes them if `flows`.
-  std::vector<LinkEvent> pass(std::chrono::milliseconds time, std::chrono::milliseconds waiting,
-                              bool flows = true) {
-    std::vector<LinkEvent> events;
+  std::vector<NetworkEvent> pass(std::chrono::milliseconds time, std::chrono::milliseconds waiting,
+                                 bool flows = true) {
+    std::vector<NetworkEvent> events;
     for (auto passed = 0ms; passed < time; passed += kStep) {
       now_ += kStep;
       if (flows) ++taken_;
@@ -25,7 +25,7 @@ class LinkMonitorTest : public testing::Test {
     return events;
   }
 
-  using Events = std::vector<LinkEvent>;
+  using Events = std::vector<NetworkEvent>;
 
   LinkMonitor watch{kTimeout, [this] { return now_; }};
 
@@ -41,7 +41,7 @@ TEST_F(LinkMonitorTest, AGoodLinkIsNotMentioned) {
 
 TEST_F(LinkMonitorTest, PoorWhenASecondWaitsForHalfASecond) {
   EXPECT_EQ(pass(500ms, 1000ms), Events{});
-  EXPECT_EQ(pass(50ms, 1000ms), Events{LinkEvent::kPoor});
+  EXPECT_EQ(pass(50ms, 1000ms), Events{NetworkEvent::kNetworkPoor});
   EXPECT_TRUE(watch.isPoor());
   EXPECT_EQ(pass(60s, 5000ms), Events{}) << "told once";
 }
@@ -57,9 +57,9 @@ TEST_F(LinkMonitorTest, RecoveredWhenLittleWaitsForTwoSeconds) {
   pass(1s, 2000ms);
   EXPECT_EQ(pass(60s, 301ms), Events{}) << "between the limits nothing changes";
   EXPECT_EQ(pass(2s, 300ms), Events{});
-  EXPECT_EQ(pass(50ms, 300ms), Events{LinkEvent::kRecovered});
+  EXPECT_EQ(pass(50ms, 300ms), Events{NetworkEvent::kNetworkRecovery});
   EXPECT_FALSE(watch.isPoor());
-  EXPECT_EQ(pass(1s, 2000ms), Events{LinkEvent::kPoor}) << "and all over again";
+  EXPECT_EQ(pass(1s, 2000ms), Events{NetworkEvent::kNetworkPoor}) << "and all over again";
 }
 
 TEST_F(LinkMonitorTest, AShortLullIsNoRecovery) {
@@ -73,9 +73,11 @@ TEST_F(LinkMonitorTest, AShortLullIsNoRecovery) {
 TEST_F(LinkMonitorTest, NoProgressIsATimeoutAndThenDeath) {
   pass(1s, 0ms);
   EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
-  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kSendTimeout});
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout});
   EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
-  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kDead});
+  EXPECT_FALSE(watch.isDead());
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{});
+  EXPECT_TRUE(watch.isDead());
 }
 
 TEST_F(LinkMonitorTest, ProgressEndsATimeout) {
@@ -83,7 +85,7 @@ TEST_F(LinkMonitorTest, ProgressEndsATimeout) {
   pass(4s, 200ms, false);
   EXPECT_EQ(pass(50ms, 200ms, true), Events{});
   EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
-  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kSendTimeout}) << "told again";
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout}) << "told again";
 }
 
 TEST_F(LinkMonitorTest, NothingToSendIsNoStall) {
@@ -97,14 +99,15 @@ TEST_F(LinkMonitorTest, ANewConnectionHasItsOwnTimes) {
   pass(7950ms, 200ms, false);
   watch.restart();
   EXPECT_EQ(pass(4s, 200ms, false), Events{});
-  EXPECT_EQ(pass(50ms, 200ms, false), Events{LinkEvent::kSendTimeout});
+  EXPECT_FALSE(watch.isDead());
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout});
 }
 
 TEST_F(LinkMonitorTest, PoorOutlivesTheConnectionThatWas) {
   pass(1s, 2000ms);
   watch.restart();
   EXPECT_TRUE(watch.isPoor());
-  EXPECT_EQ(pass(2050ms, 0ms), Events{LinkEvent::kRecovered});
+  EXPECT_EQ(pass(2050ms, 0ms), Events{NetworkEvent::kNetworkRecovery});
 }
 
 }  // namespace

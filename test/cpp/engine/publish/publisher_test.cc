@@ -29,8 +29,10 @@ constexpr const char* kReportNames[] = {
     "none",          "started",          "connect failed",  "reconnecting",
     "reconnected",   "reconnect failed", "connection lost", "stopped",
     "encoder failed"};
-constexpr const char* kNetworkEventNames[] = {"poor",         "recovery",     "send timeout",
-                                              "packets lost", "send message", "overdue"};
+constexpr const char* kNetworkEventNames[] = {"poor",         "recovery",       "reconnect start",
+                                              "lost",         "reconnect fail", "reconnected",
+                                              "send timeout", "connect fail",   "overdue",
+                                              "send message", "packets lost"};
 
 class PublisherTest : public testing::Test {
  protected:
