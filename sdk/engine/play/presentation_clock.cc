@@ -16,10 +16,10 @@ constexpr Duration kFirstJitter = 40ms;
 // How fast the clock moves while media are presented: 0.4 %, a fourteenth of a semitone. Audio,
 // which is resampled by more than that, catches up.
 constexpr int kSlewDivisor = 250;
-// The jitter is learnt in this time, from the first media and from the first audio on. Until then
-// the clock may jump, and at the end it does, however little, so that it need not move for seconds.
+// The jitter is learnt in this time, from the first media and from the first audio on. At its end
+// the clock jumps to earlier moments, however little, so that it need not move for seconds; not to
+// later ones: that would leave a gap in the audio, which its lead often makes unnecessary.
 constexpr Duration kLearning = 1500ms;
-constexpr Duration kJump = 30ms;
 // Lateness below this is left to the slow way.
 constexpr Duration kTolerance = 20ms;
 // A sender that was stopped and does not make up for it is late for good.
@@ -42,7 +42,10 @@ void PresentationClock::setLive(bool live) {
 bool PresentationClock::ready(Media media, Time now, Duration timestamp, bool waited) {
   std::lock_guard lock(mutex_);
   if (media == Media::kAudio) {
-    if (!std::exchange(hasAudio_, true)) learnsUntil_ = now + kLearning;
+    if (!std::exchange(hasAudio_, true)) {
+      learnsUntil_ = now + kLearning;
+      if (live_ && offset_) offset_ = std::max(*offset_, transit_.shortest() + wantedDepth());
+    }
     lastAudio_ = now;
   }
   return live_ ? readyLive(media, now, timestamp, waited) : readyTimed(media, now, timestamp);
@@ -71,7 +74,8 @@ bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, boo
 bool PresentationClock::isLateForGood(Time now, Duration late) {
   const Duration ceiling = transit_.shortest() + settings_.maximum + (hasAudio_ ? kAudioLead : 0ms);
   const bool waits = late > kTolerance && *offset_ + late + kMargin <= ceiling;
-  if (waits) *offset_ += late + kMargin;
+  // The audio is torn: far enough that it need not be torn again.
+  if (waits) offset_ = std::max(*offset_ + late + kMargin, transit_.shortest() + wantedDepth());
   if (waits || late <= kTolerance) {
     outage_.reset();
   } else if (!outage_) {
@@ -86,10 +90,10 @@ void PresentationClock::follow(Time now) {
   const Duration difference = wanted - *offset_;
   followed_ = now;
   const bool learnt = learnsUntil_ && now >= *learnsUntil_;
-  if (learnt || (learnsUntil_ && std::chrono::abs(difference) > kJump)) {
+  if (learnt) learnsUntil_.reset();
+  if (learnt && difference < 0ns) {
     offset_ = wanted;
-    if (learnt) learnsUntil_.reset();
-  } else {
+  } else if (!learnsUntil_ || difference > 0ns) {
     *offset_ += std::clamp(difference, -step, step);
   }
 }

@@ -4,7 +4,8 @@
 //   live   moment = time stamp + shortest transit + depth. The depth covers the jitter of either
 //          stream between the bounds of the settings, and for audio the lead that the output needs.
 //          It follows by at most 4 ms a second, which audio takes by resampling; it jumps where
-//          data were late or were found to have waited, since there the audio is torn anyway.
+//          data were late or were found to have waited, since there the audio is torn anyway, and
+//          to earlier moments when it has learnt the jitter, 1.5 s after the beginning.
 //   timed  moment = time stamp + a constant, chosen when the first media are ready, and later only
 //          moved when the data do not come in time.
 //

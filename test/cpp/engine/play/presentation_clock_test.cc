@@ -84,6 +84,23 @@ TEST_F(PresentationClockTest, StandsStillOnceTheJitterHasBeenLearnt) {
   EXPECT_NEAR(presented(8s), learnt, 1);
 }
 
+TEST_F(PresentationClockTest, AudioThatComesInTimeIsNotTornForALargerBuffer) {
+  play(0ms, 600ms, 0ms, 0ms);
+  double before = presented(600ms);
+  for (auto time = 680ms; time < 30s; time += 100ms) {
+    for (auto delay = 80ms; delay >= 0ms; delay -= 20ms) ready(Media::kAudio, time - delay, delay);
+    EXPECT_LE(presented(time), before + 0.5) << "at " << time.count() << " ms: 0.4 % are resampled";
+    before = presented(time);
+  }
+  EXPECT_NEAR(before, 140 + 80 + 15, 5);
+}
+
+TEST_F(PresentationClockTest, AudioThatBeginsHasItsLeadAtOnce) {
+  for (auto time = 0ms; time < 5s; time += 40ms) ready(Media::kVideo, time);
+  ready(Media::kAudio, 5s);
+  EXPECT_GE(presented(5s), 140);
+}
+
 TEST_F(PresentationClockTest, AudioThatIsLateIsWaitedForAtOnce) {
   play(0ms, 10s, 0ms, 0ms);
   const double before = presented(10s);
