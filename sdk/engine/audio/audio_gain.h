@@ -1,4 +1,4 @@
-// Changes the loudness of decoded sound.
+// Scales decoded audio by a volume in percent.
 //
 // Thread: apply() on one thread; set() on any.
 // Failure: none.
@@ -13,10 +13,10 @@ namespace NimboEngine {
 
 class AudioGain {
  public:
-  // Percent of the sound's own loudness; 100 is neutral.
+  // Percent of the original volume; 100 leaves the samples as they are.
   void set(unsigned int percent) { percent_ = percent; }
 
-  // Changes the samples; what would be too loud is cut.
+  // Scales the samples in place and clips them to the range of 16 bits.
   void apply(int16_t* samples, std::size_t count);
 
  private:

@@ -21,7 +21,7 @@ void LevelMeter::measure(const int16_t* samples, std::size_t count, const AudioF
 
 LevelReading LevelMeter::take(Time now) {
   using namespace std::chrono_literals;
-  constexpr auto kMoment = 100ms;  // longer than a piece of any codec
+  constexpr auto kMoment = 100ms;  // longer than an audio chunk of any codec
   constexpr int kFullScale = std::numeric_limits<int16_t>::max();
   const int peak = peak_.exchange(kNothing);
   if (peak != kNothing) {

@@ -1,4 +1,4 @@
-// Measures one user's sound on its way: how loud it was, and whether somebody spoke.
+// Measures one user's audio as it passes: its peak level, and whether it contained voice.
 //
 // Thread: measure() on one thread, take() and discard() on one other; listenForVoice() on any. The
 //   time is passed in.
@@ -29,14 +29,14 @@ class LevelMeter {
   // Takes `count` interleaved samples.
   void measure(const int16_t* samples, std::size_t count, const AudioFormat& format);
 
-  // Finding voice costs more than measuring, so it is done on demand. Off at first.
+  // Voice detection costs more than measuring levels, so it runs on demand. Off at first.
   void listenForVoice(bool on) { listens_ = on; }
 
-  // The highest peak, and whether there was voice, since the last call. Sound comes in pieces:
-  // where none has come since, what was heard a moment ago still counts as the peak.
+  // Returns the highest peak, and whether there was voice, since the last call. Audio arrives in
+  // chunks: if none has arrived since, the peak of a recent one still counts.
   LevelReading take(Time now);
 
-  // Forgets what was heard so far.
+  // Discards everything measured so far.
   void discard();
 
  private:

@@ -1,10 +1,10 @@
-// Decides who the active speaker is. It is given the time and knows no sound.
+// Decides who the active speaker is, from levels and the time that it is given.
 //
-// Who speaks is whoever is above -40 dBFS and, where voice is listened for, has voice. The loudest
-// of those becomes the active speaker: after 0.2 s when the present one has been quiet for half a
-// second; else after 0.6 s of being twice as loud as he is. So a cough changes nothing, and two
-// people who speak at once do not take turns with every word. Whoever has become it stays it while
-// all are quiet, until somebody else takes over or he leaves.
+// A user speaks while above -40 dBFS and, where voice detection is on, while voice is detected. The
+// loudest of those becomes the active speaker: after 0.2 s when the current one has been quiet for
+// half a second; else after 0.6 s of being twice as loud as the current one. So a cough changes
+// nothing, and two people who speak at once do not alternate with every word. The active speaker
+// stays active while everybody is quiet, until another user takes over or the speaker leaves.
 //
 // Thread: one at a time.
 
@@ -30,8 +30,8 @@ class SpeakerChoice {
 
   explicit SpeakerChoice(bool byVoice) : byVoice_(byVoice) {}
 
-  // Takes what was read up to `now`. The new active speaker (without a player: the local user) when
-  // that has just changed.
+  // Takes the levels read up to `now`. Returns the new active speaker (null: the local user) if it
+  // has just changed.
   std::optional<LumoRtc::LumoLivePlayer*> update(Time now, const std::vector<UserLevel>& users);
 
  private:

@@ -14,10 +14,10 @@ using webrtc::StreamConfig;
 constexpr int kProcessedRate = 16000;
 constexpr float kFullScale = -static_cast<float>(std::numeric_limits<int16_t>::min());
 
-// These levels were chosen by trying: sentences that peak at -40 dBFS counted as voice from start
-// to end; noise that peaks at -30 dBFS did not, whatever its colour. The next lower likelihood
-// misses sentences that peak at -30 dBFS, less suppression takes more kinds of loud noise for
-// voice.
+// These levels were chosen by experiment: sentences that peak at -40 dBFS counted as voice from
+// start to end; noise that peaks at -30 dBFS did not, whatever its spectrum. The next lower
+// likelihood misses sentences that peak at -30 dBFS, less suppression mistakes more kinds of loud
+// noise for voice.
 AudioProcessing* makeProcessing() {
   AudioProcessing* processing = AudioProcessing::Create();
   processing->high_pass_filter()->Enable(true);

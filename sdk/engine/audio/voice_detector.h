@@ -1,9 +1,9 @@
-// Tells speech from other sound, with the voice detector of WebRTC's audio processing. Steady noise
-// and tones are taken out first, which the detector alone would take for voice; finding out that
-// they are steady takes a second at most. Loud rumbling may stay voice.
+// Detects speech in audio, with the voice detector of WebRTC's audio processing. Steady noise and
+// tones, which the detector alone would classify as voice, are suppressed first; recognising them
+// as steady takes a second at most. Loud rumbling may still count as voice.
 //
 // Thread: one at a time.
-// Failure: sound that cannot be judged is no voice.
+// Failure: audio that cannot be analysed counts as no voice.
 
 #pragma once
 
@@ -30,7 +30,7 @@ class VoiceDetector {
 
   const AudioFormat& format() const { return format_; }
 
-  // Takes `count` interleaved samples. Whether somebody spoke during them, see VoiceHold.
+  // Processes `count` interleaved samples. Returns whether they contained speech, see VoiceHold.
   bool process(const int16_t* samples, std::size_t count);
 
  private:
@@ -39,7 +39,7 @@ class VoiceDetector {
   const AudioFormat format_;
   const std::unique_ptr<webrtc::AudioProcessing> processing_;
   const std::size_t frameLength_;  // samples of 10 ms, one channel
-  std::vector<float> frame_;       // the next 10 ms, as far as they have come
+  std::vector<float> frame_;       // the next 10 ms, as far as received
   std::vector<float> processed_;
   VoiceHold hold_;
 };

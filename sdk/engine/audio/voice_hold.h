@@ -1,6 +1,5 @@
-// Makes a steady statement of a detector's flickering one: voice begins when it has been heard
-// without a break for a moment, which a click or a single wrong verdict is not, and lasts through
-// the pauses between words.
+// Smooths the results of a voice detector: voice begins after a run of positive results, longer
+// than a click or a single false positive, and lasts through the pauses between words.
 //
 // Thread: one at a time.
 
@@ -10,11 +9,11 @@ namespace NimboEngine {
 
 class VoiceHold {
  public:
-  // Counted in verdicts of the detector, one for each 10 ms of sound.
+  // Counted in results of the detector, one for each 10 ms of audio.
   static constexpr int kOnset = 10;
   static constexpr int kHold = 30;
 
-  // Takes the verdict on the next 10 ms. Whether somebody speaks.
+  // Takes the detector's result for the next 10 ms. Returns whether there is speech.
   bool update(bool voice) {
     inARow_ = voice ? inARow_ + 1 : 0;
     if (inARow_ >= kOnset || (held_ > 0 && voice)) {

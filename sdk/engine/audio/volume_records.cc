@@ -15,7 +15,7 @@ constexpr int kLoudest = 255;
 }  // namespace
 
 std::vector<LumoLiveUserVolumeInfo> VolumeRecords::make(const std::vector<UserLevel>& users) {
-  std::map<LumoLivePlayer*, double> levels;  // users who are gone are forgotten
+  std::map<LumoLivePlayer*, double> levels;  // users who have left are dropped
   std::vector<LumoLiveUserVolumeInfo> records;
   int sum = 0;
   for (const auto& [player, reading] : users) {

@@ -14,7 +14,7 @@
 namespace NimboEngine {
 namespace {
 
-// By trying, up to so many: the table of descriptors has holes.
+// Counts by opening up to `most`: the table of descriptors has holes.
 int freeDescriptors(int most) {
   std::vector<int> opened;
   opened.reserve(static_cast<std::size_t>(most));
@@ -34,7 +34,7 @@ int freeThreads() {
   try {
     while (threads.size() < kNeededThreads) threads.emplace_back([&end] { end.acquire(); });
   } catch (const std::system_error&) {
-    // As many as there are is what was asked.
+    // Running out is the answer to the question.
   }
   end.release(static_cast<std::ptrdiff_t>(threads.size()));
   for (std::thread& thread : threads) thread.join();

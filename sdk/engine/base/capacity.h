@@ -1,10 +1,10 @@
-// Whether the operating system lets this process do any more.
+// Checks whether the operating system grants this process further descriptors and threads.
 //
-// GLib and GStreamer end the process, or crash, where they get no descriptor or thread. So what is
-// about to need some looks first, and is refused with a reason where there are too few. What else
-// the process takes meanwhile may still bring that about.
+// GLib and GStreamer end the process, or crash, when they cannot get a descriptor or thread. So an
+// operation that is about to need some checks first, and is refused with an error when there are
+// too few. Whatever else in the process uses them up meanwhile may still cause the crash.
 //
-// Thread: any. Takes a millisecond: it counts descriptors and starts threads for a moment.
+// Thread: any. Takes about a millisecond: it opens descriptors and starts threads briefly.
 
 #pragma once
 
@@ -12,14 +12,14 @@
 
 namespace NimboEngine {
 
-// What a preview, a push or a player needs at most, with some to spare: most of it is GStreamer's.
+// The most that a preview, a push or a player needs, with a margin; GStreamer uses most of it.
 inline constexpr int kNeededDescriptors = 96;
 inline constexpr int kNeededThreads = 16;
 
-// For steps that come later than the start, such as another connection.
+// For later steps than the start, such as another connection.
 bool areDescriptorsLeft(int count);
 
-// What is missing, as a reason; empty where there is enough.
+// Describes what is missing, as an error text; empty if there is enough.
 std::string missingCapacity();
 
 }  // namespace NimboEngine

@@ -1,5 +1,5 @@
-// A thread for work that may hang in somebody else's code (a device's driver, a display server):
-// its end is waited for, but not for ever.
+// A thread for work that may hang in foreign code (a device's driver, a display server): joined if
+// it ends within a timeout, else detached.
 //
 // Thread: created and destroyed on any other thread than its own.
 // Ownership: destruction waits `endTimeout` at most; what still runs then is left behind. So `body`

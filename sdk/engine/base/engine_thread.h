@@ -1,5 +1,5 @@
-// The engine's own thread: every request is done here, one after another, and every listener of
-// the pusher but the frame listener is called from here, so events keep their order.
+// The engine thread: runs every request, one after another, and calls every listener of the pusher
+// except the frame listener, so events keep their order.
 //
 // Thread: post, postAfter, cancel, run and isCurrent may be called from any thread.
 // Ownership: owns the thread. Destruction runs the tasks that are already due, drops delayed ones
@@ -26,25 +26,26 @@ class EngineThread {
   using Task = std::function<void()>;
   using Clock = std::chrono::steady_clock;
 
-  // Names one posted task; 0 names none.
+  // Identifies one posted task; 0 is none.
   using TaskId = uint64_t;
 
-  // `name` is what the operating system shows, at most 15 characters.
+  // `name` is the thread's name in the operating system, at most 15 characters.
   explicit EngineThread(const std::string& name);
   ~EngineThread();
   EngineThread(const EngineThread&) = delete;
   EngineThread& operator=(const EngineThread&) = delete;
 
-  // Runs `task` after everything posted before it. A task posted after destruction began is
-  // dropped; the result is then 0.
+  // Runs `task` after everything posted before it. After destruction has begun the task is dropped
+  // and 0 returned.
   TaskId post(Task task) { return postAfter(Clock::duration::zero(), std::move(task)); }
   TaskId postAfter(Clock::duration delay, Task task);
 
-  // Takes back a task that has not begun. Called on the engine thread, it is certain that the task
-  // will not run; called elsewhere, the task may be running.
+  // Removes a task that has not begun. If called on the engine thread, the task is guaranteed not
+  // to run; on another thread it may be running already.
   void cancel(TaskId id);
 
-  // Runs `task` on the engine thread and waits until it has ended; at once when this is it.
+  // Runs `task` on the engine thread and blocks until it has returned; called on the engine thread,
+  // runs it directly.
   void run(const Task& task);
 
   bool isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }

@@ -1,4 +1,4 @@
-// Owning handles for GLib's reference-counted objects, as gst/gst_ptr.h has them for GStreamer's.
+// Owning handles for GLib's reference-counted objects, like gst/gst_ptr.h for GStreamer's.
 //
 // Thread: the pointers are plain values; the objects keep GLib's own rules.
 // Ownership: a GlibPtr owns one reference.

@@ -1,8 +1,8 @@
-// Texts whose pointers may be kept: what statistics call a stream.
+// Interned texts, whose pointers stay valid: the names of streams in statistics.
 //
-// A text stays where it is, and as it is, until kMostTexts others have been interned; its memory is
-// never given back. So a receiver that is behind by thousands of streams reads another stream's
-// name, and nobody reads freed memory. Together they take 4 MiB at most.
+// A text stays unchanged at its address until kMostTexts others have been interned; its memory is
+// never freed. A receiver that lags by thousands of streams reads another stream's name, but never
+// freed memory. Together they take 4 MiB at most.
 //
 // Thread: any.
 
@@ -14,7 +14,8 @@
 namespace NimboEngine {
 
 inline constexpr std::size_t kMostTexts = 4096;
-// Bytes with the terminating zero. A longer text is cut between two characters and ends with "…".
+// In bytes, with the terminating zero. A longer text is cut between two characters and ends with
+// "…".
 inline constexpr std::size_t kTextBytes = 1024;
 
 const char* internText(std::string_view text);

@@ -1,9 +1,9 @@
-// Holds one listener and keeps the promise on which the add-on's teardown rests: once set() has
-// taken a listener out, none of its callbacks is running and none will run any more.
+// Holds one listener and gives the guarantee on which the add-on's teardown relies: once set() has
+// removed a listener, none of its callbacks is running or will run.
 //
-// Thread: any. Calls of the listener run side by side; set() waits for those that are under way,
-//   except for one that is under way on the calling thread itself (a callback that detaches its
-//   own listener would otherwise wait for itself).
+// Thread: any. Calls of the listener may run concurrently; set() waits for those in progress,
+//   except for one in progress on the calling thread itself (a callback that detaches its own
+//   listener would otherwise wait for itself).
 // Ownership: the listener is the caller's.
 // Failure: none.
 
@@ -29,8 +29,8 @@ class ListenerSlot {
     });
   }
 
-  // Calls `use` with the listener when there is one. The result is that of `use`, or the result
-  // type's zero value without a listener.
+  // Calls `use` with the listener if there is one. Returns the result of `use`, or a
+  // value-initialized result without a listener.
   template <class Use>
   auto call(Use&& use) -> decltype(use(std::declval<Listener&>())) {
     const Running running(*this);
@@ -40,7 +40,7 @@ class ListenerSlot {
   }
 
  private:
-  // One call under way.
+  // One call in progress.
   struct Running {
     explicit Running(ListenerSlot& owner) : slot(owner) {
       std::lock_guard lock(slot.mutex_);
@@ -52,7 +52,8 @@ class ListenerSlot {
         std::lock_guard lock(slot.mutex_);
         auto& callers = slot.callers_;
         callers.erase(std::find(callers.begin(), callers.end(), std::this_thread::get_id()));
-        // Under the lock: set() may return, and the slot end, as soon as it is given up.
+        // Under the lock: set() may return, and the slot be destroyed, as soon as the lock is
+        // released.
         slot.idle_.notify_all();
       }
     }

@@ -59,7 +59,7 @@ bool setLogDirectory(const char* directory, int maxMiB) {
   const std::size_t fileSize = static_cast<std::size_t>(maxMiB) * 1024 * 1024 / LogFile::kFileCount;
   std::string error;
   {
-    std::lock_guard lock(theLog().mutex);  // nobody may write to files that are removed
+    std::lock_guard lock(theLog().mutex);  // no thread may write to files that are being removed
     if (auto file = LogFile::open(directory, fileSize, error)) {
       theLog().file.swap(file);
       return true;
@@ -78,7 +78,7 @@ void writeLog(int level, const char* tag, const LogSite& site, std::string_view 
   const std::string line = logLine(level, tag, site, text);
   Log& log = theLog();
   std::lock_guard lock(log.mutex);
-  // At once: the last lines before a crash are the ones that matter.
+  // Unbuffered: the last lines before a crash matter most.
   if (log.console) std::fwrite(line.data(), 1, line.size(), stderr);
   if (log.file) log.file->write(line);
 }

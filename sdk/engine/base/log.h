@@ -1,7 +1,7 @@
 // The engine's log: one text line each to a rotating file, to standard error, or to both.
 //
-// What a line shows of a text, and what it never shows: log_line.h. Where files are written, and
-// where never: log_file.h. Nothing is written before a directory is set or the console is enabled.
+// log_line.h defines the form of a line and what is redacted, log_file.h where files are written.
+// Nothing is written before a directory is set or the console is enabled.
 //
 // Thread: any, also while the process exits.
 // Ownership: all texts are copied.
@@ -28,12 +28,13 @@ inline constexpr char kEngineTag[] = "Nimbo";
 // Lines below `level` are dropped from now on. The log starts at kLogInfo.
 void setLogLevel(int level);
 
-// Whether lines go to standard error. Off at first.
+// Enables or disables output to standard error. Off at first.
 void setLogConsole(bool enabled);
 
 // Writes into `directory`, which is created when missing, from now on. The current file and its
 // predecessors together keep within `maxMiB` MiB; such files of an earlier, larger limit that do
-// not fit are removed. False when the directory cannot be written; the one before then stays.
+// not fit are removed. Returns false if the directory cannot be written; the previous one then
+// stays.
 bool setLogDirectory(const char* directory, int maxMiB);
 
 bool isLogged(int level);

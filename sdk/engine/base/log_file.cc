@@ -23,7 +23,7 @@ std::string reasonOf(int code) {
   return std::generic_category().message(code);
 }
 
-// What is there stays as it is.
+// Existing directories stay as they are.
 void makeDirectories(const std::string& directory) {
   std::filesystem::path path;
   for (const auto& part : std::filesystem::path(directory)) {
@@ -53,7 +53,7 @@ LogFile::~LogFile() {
 }
 
 bool LogFile::openCurrent(std::string& error) {
-  // NONBLOCK: a pipe that nobody reads would hold the caller up for good.
+  // NONBLOCK: opening a pipe without a reader would block the caller forever.
   constexpr int kFlags =
       O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   const std::string name = fileName(0);
@@ -94,7 +94,7 @@ void LogFile::rotate() {
   file_ = -1;
   std::string error;
   if (!openCurrent(error) || written_ == 0) return;
-  // It could not be renamed. The limit holds all the same.
+  // It could not be renamed; the size limit still applies.
   if (ftruncate(file_, 0) == 0) written_ = 0;
 }
 
@@ -108,7 +108,7 @@ void LogFile::write(std::string_view line) {
   } while (count < 0 && errno == EINTR);
   if (count == static_cast<ssize_t>(line.size())) {
     written_ += line.size();
-  } else if (count > 0) {  // the disk is full; what others may append meanwhile is cut with it
+  } else if (count > 0) {  // the disk is full; truncates what other processes append meanwhile too
     [[maybe_unused]] const int cut = ftruncate(file_, static_cast<off_t>(written_));
   }
 }

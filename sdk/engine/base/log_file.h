@@ -1,12 +1,13 @@
 // The log's files in one directory: the current one, "nimbo_sdk.log", and three predecessors,
 // "nimbo_sdk.1.log" and so on, the youngest first.
 //
-// All are the user's alone (0600), and so are directories that are made for them (0700). What is
-// not a regular file (a link, a pipe, a device, a directory) or belongs to somebody else is never
-// written to.
+// All are private to the user (0600), and so are directories that are created for them (0700).
+// Anything that is not a regular file (a link, a pipe, a device, a directory) or belongs to another
+// user is never written to.
 //
 // Thread: one at a time.
-// Failure: open() answers null and the reason; a line that cannot be written later is lost, whole.
+// Failure: open() returns null and an error text; a line that cannot be written later is lost as a
+//   whole.
 
 #pragma once
 

@@ -42,8 +42,8 @@ void appendControl(std::string& out, unsigned char byte) {
   }
 }
 
-// U+0080 to U+009F, and the separators of lines and paragraphs U+2028 and U+2029, of which readers
-// of a log may make line ends; 0 for anything else.
+// U+0080 to U+009F, and the separators of lines and paragraphs U+2028 and U+2029, which log viewers
+// may treat as line ends; 0 for anything else.
 unsigned codeOfSeparator(std::string_view text) {
   const auto byte = [text](std::size_t at) {
     return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;

@@ -19,10 +19,10 @@ struct LogSite {
   int line;
 };
 
-// Of the calling thread, now.
+// Formats a line of the calling thread with the current time.
 std::string logLine(int level, const char* tag, const LogSite& site, std::string_view text);
 
-// What a line shows of a text.
+// Returns the text as a line shows it.
 std::string logText(std::string_view text);
 
 }  // namespace NimboEngine

@@ -13,7 +13,7 @@ using View = std::string_view;
 constexpr View kHidden = "…";
 constexpr std::size_t kShortestSecret = 6;
 constexpr std::size_t kShortestToken = 20;
-// How far away the quotation mark behind a URL is looked for.
+// How far behind a URL its closing quotation mark is searched for.
 constexpr std::size_t kLongestQuotation = 8192;
 constexpr View kDelimiters = ":/?#@&=";
 
@@ -39,7 +39,8 @@ bool isSpace(char character) {
   return code <= ' ' || code == 0x7f;
 }
 
-// What stands at a place of a URL: a delimiter, in whichever form, or something else, 0.
+// The character at a position of a URL: a delimiter, in any of its encodings, or 0 for anything
+// else.
 struct Symbol {
   char delimiter = 0;
   std::size_t length = 1;
@@ -62,7 +63,7 @@ Symbol symbolAt(View text, std::size_t at) {
   return known ? Symbol{static_cast<char>(value), code + 2 - at} : Symbol{};
 }
 
-// The length of "://" at a place, 0 where there is none.
+// Returns the length of "://" at a position, 0 if there is none.
 std::size_t separatorAt(View text, std::size_t at) {
   std::size_t length = 0;
   for (const char wanted : {':', '/', '/'}) {
@@ -83,7 +84,7 @@ std::size_t findSymbol(View text, View delimiters, std::size_t at = 0) {
   return text.size();
 }
 
-// Behind the last "@", 0 where there is none.
+// Returns the position after the last "@", 0 if there is none.
 std::size_t behindUser(View text) {
   std::size_t found = 0;
   for (std::size_t at = findSymbol(text, "@"); at < text.size();
@@ -116,7 +117,7 @@ bool isParameterName(View name) {
          });
 }
 
-// Begins with its "?".
+// `query` begins with "?".
 void appendQuery(std::string& out, View query) {
   for (std::size_t at = 0; at < query.size();) {
     const std::size_t begin = at + symbolAt(query, at).length;
@@ -132,7 +133,7 @@ void appendQuery(std::string& out, View query) {
   }
 }
 
-// Host and port. What is no port is the beginning of a password.
+// Checks for host and port. Anything else behind ":" is the beginning of a password.
 bool isAuthority(View text) {
   const std::size_t bracket = text.rfind(']');
   const std::size_t colon = findSymbol(text, ":", bracket == View::npos ? 0 : bracket);
@@ -143,7 +144,7 @@ bool isAuthority(View text) {
                              }));
 }
 
-// `url` is what stands behind "://". One that is `cut` may end within any of its parts.
+// `url` is the part after "://". One that is `cut` may end within any of its components.
 void appendUrl(std::string& out, View url, bool cut) {
   const std::size_t queryAt = findSymbol(url, "?#");
   View rest = url.substr(0, queryAt);
@@ -169,7 +170,7 @@ void appendUrl(std::string& out, View url, bool cut) {
   out += kHidden;
 }
 
-// Where a URL ends that begins at `at`, its scheme at `scheme`.
+// Returns the end of the URL that begins at `at`, its scheme at `scheme`.
 std::size_t endOfUrl(View text, std::size_t scheme, std::size_t at) {
   for (const auto& [open, close] : kQuotations) {
     if (!text.substr(0, scheme).ends_with(open)) continue;
@@ -179,7 +180,7 @@ std::size_t endOfUrl(View text, std::size_t scheme, std::size_t at) {
   }
   std::size_t end = at;
   while (end < text.size() && !isSpace(text[end])) ++end;
-  if (end == text.size()) return end;  // it may have been cut off: nothing says what ends it
+  if (end == text.size()) return end;  // it may have been cut off: its end is unknown
   while (end > at && View(").,;:!]}>'\"`").find(text[end - 1]) != View::npos) --end;
   return end;
 }
@@ -208,7 +209,7 @@ struct Secret {
   std::size_t end = 0;
 };
 
-// The value of a secret whose name `text` begins with; empty where it does not.
+// Returns the value of the secret whose name `text` begins with; empty if there is none.
 Secret secretAt(View text) {
   if (const std::size_t name = nameAt(text, kSecretHeaders); name && text.substr(name, 1) == ":") {
     return {skip(text, name + 1, " \t"), std::min(text.find_first_of("\r\n"), text.size())};

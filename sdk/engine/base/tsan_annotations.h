@@ -1,6 +1,6 @@
-// Tells ThreadSanitizer of a hand-over that goes through a library without instrumentation, whose
-// locks it cannot see: whatever was done before tsanRelease(place) happened before what follows
-// tsanAcquire(place). Other builds do nothing here; the library's own locks do the work.
+// ThreadSanitizer annotations for synchronization inside a library without instrumentation, whose
+// locks it cannot see: everything before tsanRelease(place) happens before what follows
+// tsanAcquire(place). No-ops in other builds; the library's own locks synchronize.
 //
 // Thread: any.
 

@@ -1,8 +1,8 @@
-// Ties callbacks to the life of their owner: once the owner is gone, they do nothing.
+// Ties callbacks to the lifetime of their owner: once the owner is destroyed, they do nothing.
 //
 // Thread: create, bind and destroy on the thread on which the bound callbacks run (the engine
 //   thread); a bound callback may be copied and dropped anywhere.
-// Ownership: a member of the owner, declared last so that it ends first.
+// Ownership: a member of the owner, declared last so that it is destroyed first.
 // Failure: none.
 
 #pragma once

@@ -47,7 +47,8 @@ bool DeviceMonitor::waitForFirstScan() {
 
 std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
   warmUp();
-  if (!waitForFirstScan()) NIMBO_LOG_WARN("looking for devices takes long; none are known yet");
+  if (!waitForFirstScan())
+    NIMBO_LOG_WARN("the first device scan takes long; no devices are known yet");
   std::lock_guard lock(mutex_);
   std::vector<GstPtr<GstDevice>> found;
   for (const GstPtr<GstDevice>& device : devices_) {
@@ -83,7 +84,7 @@ void DeviceMonitor::scan() {
   markNewDescriptors();
 }
 
-// Either may be null. In one step, so that a device which changed is never missing.
+// Either may be null. One step, so that a device that has changed is never missing from the list.
 void DeviceMonitor::replace(GstDevice* removed, GstDevice* added) {
   std::lock_guard lock(mutex_);
   const auto place = [this](GstDevice* device) {
@@ -96,7 +97,7 @@ void DeviceMonitor::replace(GstDevice* removed, GstDevice* added) {
   } else if (old != devices_.end()) {
     devices_.erase(old);
   } else if (added && place(added) == devices_.end()) {
-    devices_.push_back(reference(added));  // it may come both as a message and in the first list
+    devices_.push_back(reference(added));  // it may arrive both as a message and in the first list
   }
 }
 
@@ -124,7 +125,7 @@ GstBusSyncReply DeviceMonitor::onMessage(GstBus*, GstMessage* message, gpointer 
   if (removed && !added) {
     monitor.removal_.call([&](RemovalListener& listener) { listener(*removed); });
   }
-  gst_message_unref(message);  // nobody reads the bus: what a handler drops it must free
+  gst_message_unref(message);  // the bus has no reader: a handler must free what it drops
   return GST_BUS_DROP;
 }
 

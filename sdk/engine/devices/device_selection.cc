@@ -45,7 +45,7 @@ std::vector<Device> DeviceSelection::list(DeviceKind kind) const {
   return devices;
 }
 
-// The fixed entries must not wait for devices.
+// Looking up the fixed entries must not wait for devices.
 std::optional<Device> DeviceSelection::entry(DeviceKind kind, const std::string& id) const {
   return firstWhere(isPluggable(id) ? list(kind) : fixedEntries(kind),
                     [&](const Device& device) { return device.id == id; });

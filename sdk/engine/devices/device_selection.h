@@ -1,17 +1,18 @@
-// Which camera and which microphone are used: those of the settings until others are chosen, and
-// another one in the place of a device that is lost.
+// Selects the camera and the microphone: those of the settings until others are chosen, and a
+// replacement for a device that is lost.
 //
 // A camera of "" stands for the first that is plugged in, else the test pattern. A microphone of ""
-// stands for the sound of a camera that is a file, else the default microphone, else the test tone;
-// "default" for the default microphone. What they stand for is decided when capture begins, and
-// kept until it ends.
+// stands for the audio of a camera that is a file, else the default microphone, else the test tone;
+// "default" for the default microphone. They are resolved when capture begins and kept until it
+// ends.
 //
 // A lost device is replaced by the default microphone, or else by the first that is left in the
-// list. What replaces a device that was chosen counts as chosen: a device that comes back stands
-// in the list again, and is used when it is chosen.
+// list. The replacement of a device that was chosen counts as chosen: a device that returns appears
+// in the list again, but is used only if it is chosen again.
 //
-// Thread: any. What needs the list may wait for the first look at the devices, a second at most.
-// Failure: a name or identifier that is not in the list is answered with false and changes nothing.
+// Thread: any. Functions that need the list may wait for the first device scan, a second at most.
+// Failure: for a name or identifier that is not in the list the functions return false and change
+//   nothing.
 
 #pragma once
 
@@ -34,20 +35,21 @@ class DeviceSelection {
   DeviceSelection(const std::string& camera, const std::string& microphone,
                   Scan scan = pluggedDevices);
 
-  // All that can be chosen: what is plugged in, the configured file, the test source.
+  // Everything that can be chosen: plugged-in devices, the configured file, the test source.
   std::vector<Device> list(DeviceKind kind) const;
 
-  // What is used, or would be if capture began now; empty when the settings name what is not there.
+  // The device in use, or the one that capture would use now; empty if the settings name a missing
+  // one.
   Device current(DeviceKind kind) const;
 
-  // "" goes back to what the settings say; what stands for others there may be chosen here.
+  // "" returns to the settings; the placeholders allowed there are allowed here too.
   bool chooseId(DeviceKind kind, const std::string& id);
   bool chooseName(DeviceKind kind, const std::string& name);
 
   void beginCapture();
   void endCapture();
 
-  // What capture has to open, in the words of CaptureSettings.
+  // The sources that capture opens, in the terms of CaptureSettings.
   struct Sources {
     std::string camera;
     std::string microphone;
@@ -60,8 +62,8 @@ class DeviceSelection {
     Device next;
   };
 
-  // What to use instead; nothing unless the device was used or chosen. One that failed stays
-  // excluded until it is unplugged, a choice is made or capture begins anew.
+  // Returns the replacement; nothing unless the device was in use or chosen. A device that failed
+  // stays excluded until it is unplugged, another is chosen or capture restarts.
   std::optional<Loss> lose(DeviceKind kind, const std::string& id, Cause cause);
 
  private:

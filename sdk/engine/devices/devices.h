@@ -1,10 +1,9 @@
-// What a camera or microphone is called.
+// Names and identifiers of cameras and microphones.
 //
 // Identifiers are stable while the process lives and, where the system gives stable names, beyond:
 //   "test"         the test pattern or the test tone
-//   "file:<path>"  a media file as camera
-//   "file"         that file's sound as microphone
-//   other          a device, by its node name or path
+//   "file:<path>"  a media file as camera "file"         that file's audio as microphone other
+//   a device, by its node name or path
 //
 // Thread: any.
 // Failure: none.
@@ -29,7 +28,7 @@ enum class Transport : int32_t {
 
 struct Device {
   std::string id;
-  std::string name;  // for people
+  std::string name;  // display name
   Transport transport = Transport::kUnknown;
 };
 
@@ -37,14 +36,14 @@ inline constexpr char kTestDevice[] = "test";
 inline constexpr char kFileAudio[] = "file";
 inline constexpr char kDefaultMicrophone[] = "default";
 
-// The file's path when `camera` names a file.
+// Returns the file's path if `camera` names a file.
 inline std::optional<std::string> cameraFile(const std::string& camera) {
   constexpr char kPrefix[] = "file:";
   if (!camera.starts_with(kPrefix)) return std::nullopt;
   return camera.substr(sizeof kPrefix - 1);
 }
 
-// Whether it is a device that may come and go.
+// Whether the device may be plugged in and unplugged.
 inline bool isPluggable(const std::string& id) {
   return id != kTestDevice && id != kFileAudio && !cameraFile(id);
 }

@@ -13,7 +13,7 @@ const char* deviceClass(DeviceKind kind) {
   return kind == DeviceKind::kCamera ? "Video/Source" : "Audio/Source";
 }
 
-// A device with what GStreamer tells about it.
+// A device with its properties from GStreamer.
 struct Found {
   PluggedDevice plugged;
   std::string path;  // in the file system; empty where it has none
@@ -68,7 +68,7 @@ Found describe(GstPtr<GstDevice> handle) {
           std::move(handle)};
 }
 
-// What a loudspeaker plays is no microphone.
+// The monitor source of a loudspeaker is not a microphone.
 bool isLoudspeaker(GstDevice* device) {
   const GstPtr<GstStructure> properties(gst_device_get_properties(device));
   return text(properties.get(), "device.class") == "monitor";
@@ -85,7 +85,7 @@ bool isSame(const Found& one, const Found& other) {
 
 std::vector<Found> scan(DeviceKind kind) {
   std::vector<GstPtr<GstDevice>> handles = DeviceMonitor::instance().devices(deviceClass(kind));
-  // A sound server shows the sound cards under names of its own, and shares them.
+  // A sound server lists the sound cards under names of its own, and shares them.
   const bool served = std::any_of(handles.begin(), handles.end(), std::not_fn(isAlsa));
   std::vector<Found> all;
   for (GstPtr<GstDevice>& handle : handles) {

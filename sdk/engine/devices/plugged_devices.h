@@ -1,7 +1,7 @@
-// The devices that are plugged in, each once, however many of the system's services tell of it.
+// The plugged-in devices, each listed once even if several system services report it.
 //
-// Thread: any. The first call may wait for the first look at the devices, a second at most.
-// Failure: a device that is not there is answered with nothing.
+// Thread: any. The first call may wait for the first device scan, a second at most.
+// Failure: a device that is not plugged in yields nothing.
 
 #pragma once
 
@@ -19,18 +19,18 @@ struct PluggedDevice {
   bool isDefault = false;  // the system's choice among those of its kind
 };
 
-// Begins to look for devices, so that later calls need not wait.
+// Starts the device scan, so that later calls need not wait.
 void prepareDevices();
 
 std::vector<PluggedDevice> pluggedDevices(DeviceKind kind);
 
-// The handle of a plugged-in device; null when it is not there (any more).
+// Returns the handle of a plugged-in device; null if it is not there (any more).
 GstPtr<GstDevice> findPlugged(DeviceKind kind, const std::string& id);
 
-// Tells of every device that is unplugged, for as long as the watch lives; by then it has left the
-// list. There is one watch at a time.
+// Reports every device that is unplugged during the lifetime of the watch; by then it has left the
+// list. Only one watch may exist at a time.
 //
-// Thread: the callback comes on a thread of GStreamer's. Destruction waits for a call under way.
+// Thread: the callback runs on a GStreamer thread. Destruction waits for a call in progress.
 class UnplugWatch {
  public:
   using Callback = std::function<void(DeviceKind kind, const std::string& id)>;

@@ -10,7 +10,7 @@ namespace NimboEngine {
 namespace {
 
 constexpr std::string_view kPlaylistDemuxer = "hlsdemux";
-// As decodebin's GstAutoplugSelectResult has them.
+// Values of decodebin's GstAutoplugSelectResult.
 constexpr int kTry = 0;
 constexpr int kSkip = 2;
 

@@ -1,5 +1,5 @@
-// Keeps decodebin from plugging elements that fetch or listen on their own: a stranger's stream
-// that turns out to be a playlist, a manifest or a session description would have them open any
+// Keeps decodebin from plugging elements that fetch or listen on their own: an untrusted stream
+// that turns out to be a playlist, a manifest or a session description would make them open any
 // address.
 //
 // Thread: any.

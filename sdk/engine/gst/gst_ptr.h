@@ -1,4 +1,4 @@
-// Owning handles for GStreamer's reference-counted objects, so that no path forgets an unref.
+// Owning handles for GStreamer's reference-counted objects, so that no code path misses an unref.
 //
 // Thread: the pointers are plain values; the objects keep GStreamer's own rules.
 // Ownership: a GstPtr owns one reference. `adopt` in comments marks calls that give one away.
@@ -32,7 +32,7 @@ struct GstRelease {
 template <class T>
 using GstPtr = std::unique_ptr<T, GstRelease>;
 
-// A further reference to an object that somebody else owns.
+// Returns a further reference to an object that has another owner.
 inline GstPtr<GstBuffer> share(GstBuffer* buffer) {
   return GstPtr<GstBuffer>(gst_buffer_ref(buffer));
 }

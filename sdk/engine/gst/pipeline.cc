@@ -12,7 +12,7 @@
 namespace NimboEngine {
 namespace {
 
-// GLib ends the process when it cannot open what a thread waits with.
+// GLib aborts the process if it cannot open the descriptors that a thread waits on.
 constexpr int kDescriptors = 16;
 
 using ParseIssue = void (*)(GstMessage*, GError**, gchar**);
@@ -89,9 +89,9 @@ Pipeline::Pipeline(GstPtr<GstElement> pipeline, std::shared_ptr<Relay> relay)
 }
 
 Pipeline::~Pipeline() {
-  relay_->slot.set(nullptr);  // first: errors of the stopping itself concern nobody
-  // A demultiplexer that has just failed refuses one change of state, and so its pipeline would
-  // stay as it is, with all threads and descriptors. The next one works.
+  relay_->slot.set(nullptr);  // first: errors while stopping are of no interest
+  // A demultiplexer that has just failed refuses one state change, and its pipeline would keep
+  // running, with all threads and descriptors. The next attempt succeeds.
   constexpr int kMostAttempts = 5;
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     const auto change = gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
@@ -154,7 +154,7 @@ GstBusSyncReply Pipeline::onBusMessage(GstBus*, GstMessage* message, gpointer da
       break;
   }
   tsanRelease(data);
-  gst_message_unref(message);  // nobody reads the bus: what a handler drops it must free
+  gst_message_unref(message);  // the bus has no reader: a handler must free what it drops
   return GST_BUS_DROP;
 }
 

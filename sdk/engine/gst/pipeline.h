@@ -3,10 +3,10 @@
 // Thread: any, one thread at a time. The handler is called on the thread that posted the message
 //   (often a streaming thread), possibly from several at once; it must return soon and must not
 //   destroy the pipeline. Use a handler that posts to the engine thread for anything further.
-// Ownership: owns the pipeline; destruction stops it, and after it has begun to return no call of
-//   the handler is running or will run.
-// Failure: parse() answers null, play() answers false, both after logging the reason; everything
-//   later arrives as a message.
+// Ownership: owns the pipeline; destruction stops it; afterwards no call of the handler is running
+//   or will run.
+// Failure: parse() returns null and play() false, both after logging the error; later errors arrive
+//   as messages.
 
 #pragma once
 
@@ -18,9 +18,9 @@
 
 namespace NimboEngine {
 
-// What became of a pipeline. The first error ends it: later ones are only logged.
+// An event of a pipeline. The first error ends it: later ones are only logged.
 struct PipelineMessage {
-  // kProgress: an element begins something, on the thread that posts it.
+  // kProgress: an element starts an operation, on the thread that posts the message.
   enum class Kind { kError, kEndOfStream, kBuffering, kProgress };
 
   Kind kind = Kind::kError;
@@ -29,7 +29,7 @@ struct PipelineMessage {
   int code = 0;
   std::string text;
   std::string debug;  // the element's own details
-  int percent = 0;    // how full a buffer is; only what is built to buffer tells of it
+  int percent = 0;    // how full a buffer is; only elements that buffer report it
 };
 
 class Pipeline {
@@ -43,10 +43,10 @@ class Pipeline {
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
-  // Starts it; false when it failed at once.
+  // Starts it; returns false if it failed immediately.
   bool play();
 
-  // The element of that name, which the description must contain.
+  // Returns the element of that name, which the description must contain.
   GstPtr<GstElement> element(const char* name) const;
 
   GstElement* get() const { return pipeline_.get(); }
@@ -58,7 +58,7 @@ class Pipeline {
   static GstBusSyncReply onBusMessage(GstBus* bus, GstMessage* message, gpointer relay);
 
   GstPtr<GstElement> pipeline_;
-  std::shared_ptr<Relay> relay_;  // shared with the bus, which an element may keep a moment longer
+  std::shared_ptr<Relay> relay_;  // shared with the bus, which an element may keep longer
 };
 
 }  // namespace NimboEngine

@@ -50,8 +50,8 @@ constexpr auto kNeeded = std::to_array<NeededElement>({
     {"pipewiresrc", "gstreamer1.0-pipewire"},
 });
 
-// GIO makes these when they are first asked for. Its resolver of proxies is left until then: it may
-// connect to the session bus, and GLib ends a process whose session bus goes away.
+// GIO creates these on first use. Its proxy resolver is not created here: it may connect to the
+// session bus, and GLib ends a process whose session bus disappears.
 void loadNetworking() {
   for (const GType type :
        {G_TYPE_SOCKET, G_TYPE_INET_ADDRESS, G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS,
@@ -62,14 +62,14 @@ void loadNetworking() {
   g_object_unref(g_resolver_get_default());
 }
 
-// Loads an element's plug-in, and all that comes into being with its first element.
+// Loads an element's plug-in, and everything that its first element creates.
 bool load(const char* factory) {
   return GstPtr<GstElement>(gst_element_factory_make(factory, nullptr)) != nullptr;
 }
 
-// All types are made here, by one thread before there are others that use them: while one of
-// several loads a plug-in that makes a type of GIO's, and another makes an object of that type,
-// GLib's locks wait for each other, and no pipeline starts any more.
+// All types are registered here, by one thread before others use them: if one thread loads a
+// plug-in that registers a GIO type while another creates an object of that type, GLib's locks
+// deadlock, and no pipeline starts any more.
 bool start() {
   noteInheritableDescriptors();
   GError* error = nullptr;

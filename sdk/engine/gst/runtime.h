@@ -1,4 +1,4 @@
-// Starting GStreamer, once, and knowing which of its elements are there.
+// Starts GStreamer, once, and reports which of its elements are missing.
 //
 // Thread: any.
 // Ownership: none; GStreamer stays loaded until the process ends.
@@ -10,7 +10,7 @@
 
 namespace NimboEngine {
 
-// An element that the engine uses, and the Debian package that brings it.
+// An element that the engine uses, and the Debian package that contains it.
 struct NeededElement {
   const char* factory;
   const char* package;
@@ -20,14 +20,14 @@ std::span<const NeededElement> neededElements();
 
 // Starts GStreamer at the first call, loads all needed elements, and logs each missing one with the
 // name of its package. That takes about 0.15 s, half a second more on a machine where GStreamer
-// never ran. False when GStreamer itself cannot start.
+// never ran. Returns false if GStreamer itself cannot start.
 bool startGstreamer();
 
-// The needed elements that are missing, each with its package; empty when all are there. GStreamer
-// must have been started.
+// Returns the needed elements that are missing, each with its package; empty if all are there.
+// GStreamer must have been started.
 std::string missingElements();
 
-// Whether `factory` can be made. GStreamer must have been started.
+// Whether an element of `factory` can be created. GStreamer must have been started.
 bool haveElement(const std::string& factory);
 
 }  // namespace NimboEngine

@@ -1,9 +1,9 @@
-// One source of pictures or sound: what its pipeline is and how it goes on at the end of its media.
-// SourceRunner runs it.
+// One source of frames or audio: builds its pipeline and decides how to continue at the end of its
+// media. SourceRunner runs it.
 //
 // Thread: all functions are called on the runner's thread; media arrive on GStreamer's threads.
-// Ownership: a source shares the places it delivers into, so that one which cannot be stopped any
-//   more harms nobody.
+// Ownership: a source shares the sinks that it delivers into, so that one that cannot be stopped
+//   any more does no harm.
 
 #pragma once
 
@@ -19,15 +19,14 @@ class Source {
  public:
   virtual ~Source() = default;
 
-  // Builds the pipeline, not started. Null on failure, with the reason in `error`.
+  // Builds the pipeline, not started. Returns null on failure, with a text in `error`.
   virtual std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) = 0;
 
-  // Goes back to the beginning when the media have ended. False when the pipeline must be started
-  // anew for that.
+  // Rewinds at the end of the media. Returns false if the pipeline must be restarted instead.
   virtual bool rewind(Pipeline&) { return false; }
 
-  // How many pictures or samples came so far, while the source is watched for falling silent
-  // without a word; -1 while it need not be watched.
+  // Returns the number of frames or samples delivered so far while the source is monitored for
+  // stalls; -1 while it need not be monitored.
   virtual int64_t progress() const { return -1; }
 };
 

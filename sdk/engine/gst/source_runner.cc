@@ -12,17 +12,17 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Kind = PipelineMessage::Kind;
 
-// A source that gives nothing for so long counts as gone. Some cameras take seconds to begin.
+// A source that delivers nothing for this long counts as lost. Some cameras take seconds to start.
 constexpr std::chrono::seconds kSilence{5};
 
-// One that has given nothing at all for so long is started anew, once: a camera that PipeWire hands
-// over from one user to the next sometimes stays dumb.
+// A source that has delivered nothing since its start is restarted after this long, once: a camera
+// that PipeWire passes from one client to the next sometimes delivers no frames.
 constexpr std::chrono::seconds kBeginning{2};
 
 // Media that end at once must not be repeated without a pause.
 constexpr std::chrono::milliseconds kShortestRound{100};
 
-// How often is looked whether a source has begun that has a predecessor.
+// Interval at which a source with a predecessor is polled for its first data.
 constexpr std::chrono::milliseconds kSwitchPollInterval{20};
 
 }  // namespace
@@ -64,7 +64,7 @@ void SourceRunner::State::run() {
   }
 }
 
-// Returns why the source ended; empty when it was asked to.
+// Returns the error that ended the source; empty if it was asked to end.
 std::string SourceRunner::State::work() {
   std::string error;
   const std::unique_ptr<Source> source = make(error);
@@ -89,7 +89,7 @@ std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
   while (running) {
     bool silent = false;
     const auto message = next(source, silent);
-    if (silent && !shouldRestart) return "it gives nothing";
+    if (silent && !shouldRestart) return "it delivers no data";
     if (!message) return {};
     if (message->kind == Kind::kError) return message->text;
     if (!waitUntil(roundBegan + kShortestRound)) return {};
@@ -154,7 +154,7 @@ std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, b
   }
 }
 
-// False when asked to stop before `time`.
+// Returns false if asked to stop before `time`.
 bool SourceRunner::State::waitUntil(Clock::time_point time) {
   MutexLock lock(mutex);
   return !changed.wait_until(lock, time, [this]() NIMBO_REQUIRES(mutex) { return stopping; });

@@ -1,11 +1,11 @@
 // Runs one source on a thread of its own, from building its pipeline to taking it down: opening a
-// device may take long, or for ever.
+// device may take long, or never complete.
 //
 // Thread: any. `onFailure` is called on the runner's thread, at most once, and never after
 //   requestStop() has returned; it must not destroy the runner.
-// Ownership: owns the source. A pipeline that hangs in its device's driver is left to its thread,
-//   which frees everything should it ever come back.
-// Failure: a source that cannot be built, fails or stays silent is reported and ends.
+// Ownership: owns the source. A pipeline that hangs in its device's driver stays with its thread,
+//   which frees everything if the driver ever returns.
+// Failure: a source that cannot be built, fails or stalls is reported and ends.
 
 #pragma once
 
@@ -23,21 +23,21 @@ class SourceRunner {
   using MakeSource = std::function<std::unique_ptr<Source>(std::string& error)>;
   using FailureCallback = std::function<void(const std::string& message)>;
 
-  // A source that runs on until its successor has `begun`, or has ended without.
+  // A source that keeps running until its successor has `begun`, or has ended without beginning.
   struct Predecessor {
     std::unique_ptr<SourceRunner> runner;
     std::function<bool()> begun;
   };
 
-  // `name` appears in log lines. `make` is called on the runner's thread; it answers null, with
-  // the reason in `error`, when there is no such source.
+  // `name` appears in log lines. `make` is called on the runner's thread; it returns null, with a
+  // text in `error`, if there is no such source.
   SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
                Predecessor predecessor = {});
   ~SourceRunner();
   SourceRunner(const SourceRunner&) = delete;
   SourceRunner& operator=(const SourceRunner&) = delete;
 
-  // Begins to stop. Several runners are stopped at once by asking all before destroying any.
+  // Starts stopping. To stop several runners in parallel, call this on all before destroying any.
   void requestStop();
 
  private:

@@ -95,7 +95,7 @@ TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
         return std::make_unique<Silent>("videotestsrc is-live=true ! fakesink async=false");
       },
       collect());
-  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+  EXPECT_TRUE(failures_.waitFor("it delivers no data"));
 }
 
 TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
@@ -114,7 +114,7 @@ TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
       "x", [&builds](std::string&) { return std::make_unique<Undelivering>(builds); }, collect());
   EXPECT_TRUE(builds.waitFor("build", 2));
   EXPECT_TRUE(failures_.all().empty());
-  EXPECT_TRUE(failures_.waitFor("it gives nothing"));
+  EXPECT_TRUE(failures_.waitFor("it delivers no data"));
   EXPECT_EQ(builds.count("build"), 2);
 }
 
@@ -196,7 +196,7 @@ TEST_F(SourceRunnerTest, AHangingSourceIsLeftAndNeverHeardOfAgain) {
         },
         collect());
   }
-  EXPECT_FALSE(belonging.expired()) << "still used by the thread that was left behind";
+  EXPECT_FALSE(belonging.expired()) << "still used by the detached thread";
   gate.set_value();
   EXPECT_EQ(freed.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
   EXPECT_TRUE(failures_.all().empty());
