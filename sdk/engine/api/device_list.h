@@ -1,7 +1,7 @@
-// A device list as the interface hands it out.
+// The interface's device list.
 //
 // Thread: that of the pusher's caller.
-// Ownership: belongs to the pusher, which fills it anew each time it is asked for.
+// Ownership: belongs to the pusher, which refills it on every query.
 // Failure: an index past the end gives an empty record.
 
 #pragma once

@@ -1,10 +1,10 @@
-// A player as the interface shows it: each operation checks its arguments and whether now is the
-// time for it, hands the work to the players' engine thread and answers at once.
+// Implements the interface's player: each operation checks its arguments and the state, posts the
+// work to the players' engine thread and returns at once.
 //
 // Thread: operations on one thread at a time, never from a listener's callback.
-// Ownership: an application gives it back with destroy(), which detaches the listeners and leaves
+// Ownership: the application releases it with destroy(), which detaches the listeners and leaves
 //   the rest to the engine thread; no callback follows.
-// Failure: operations answer a LumoLiveResult; what fails later arrives as an event.
+// Failure: operations return a LumoLiveResult; later failures arrive as events.
 
 #pragma once
 
@@ -45,7 +45,7 @@ class LivePlayer final : public LumoRtc::LumoLivePlayer {
 
   const SourceSettings sources_;
   uint32_t lastPlay_ = 0;
-  // The playback that is wanted; the engine clears it when it is over.
+  // The requested playback; the engine clears it when it has ended.
   const std::shared_ptr<std::atomic<uint32_t>> play_;
   const std::shared_ptr<PlayerListeners> listeners_;
   const std::shared_ptr<RegisteredPlayer> registered_;

@@ -1,10 +1,10 @@
-// The pusher as the interface shows it: each operation checks its arguments and whether now is the
-// time for it, hands the work to the engine thread and answers at once.
+// Implements the interface's pusher: each operation checks its arguments and the state, posts the
+// work to the engine thread and returns at once.
 //
 // Thread: operations on one thread at a time, never from a listener's callback.
 // Ownership: owns the engine thread and everything on it. Destruction detaches the listeners, stops
-//   all and waits; no callback follows.
-// Failure: operations answer a LumoLiveResult; what fails later arrives as an event.
+//   everything and waits; no callback follows.
+// Failure: operations return a LumoLiveResult; later failures arrive as events.
 
 #pragma once
 
@@ -45,8 +45,8 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   int stopPush() override;
   int startCamera() override;
   int stopCamera() override;
-  // `mode` makes no difference here: what is captured becomes silent in every mode. Players in a
-  // mix are heard on.
+  // `mode` makes no difference here: the captured audio becomes silent in every mode. Players in a
+  // mix stay audible.
   int setMute(bool mute, uint32_t mode) override;
   int muteLocalCamera(bool mute) override;
 
@@ -80,17 +80,17 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
  private:
   using SessionTask = std::function<void(PusherSession&)>;
 
-  // Hands `task` to the engine thread, or answers why not.
+  // Posts `task` to the engine thread, or returns why it cannot.
   LumoRtc::LumoLiveResult submit(SessionTask task);
   LumoRtc::LumoLiveResult submitWhileSharing(SessionTask task, uint32_t sharedAfterwards);
   void post(SessionTask task);
-  // Changes the parameters and hands them to the engine thread, or answers why not. `edit` is one
-  // of the changes in push_parameters.h with its arguments bound.
+  // Changes the parameters and posts them to the engine thread, or returns why it cannot. `edit` is
+  // one of the changes in push_parameters.h with its arguments bound.
   LumoRtc::LumoLiveResult change(
       const std::function<LumoRtc::LumoLiveResult(PushParameters&, std::string&)>& edit);
   using ChooseDevice = bool (DeviceSelection::*)(DeviceKind, const std::string&);
   LumoRtc::LumoLiveResult choose(ChooseDevice how, DeviceKind kind, const char* text);
-  // Logs once that this build does not do `operation`.
+  // Logs once that this build does not support `operation`.
 
   const Settings settings_;
   DeviceSelection devices_;
@@ -98,7 +98,7 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   PushParameters parameters_;  // once initialised
   bool previewing_ = false;
   uint32_t lastPush_ = 0;
-  std::atomic<uint32_t> push_{0};  // the push that is wanted; the engine clears it when it fails
+  std::atomic<uint32_t> push_{0};  // the requested push; the engine clears it when it fails
   DeviceList cameras_;
   DeviceList microphones_;
   uint32_t sharedScreen_ = 0;  // 0: none

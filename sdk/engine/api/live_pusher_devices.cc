@@ -1,4 +1,4 @@
-// Cameras and microphones: listing them and choosing among them.
+// LivePusher's operations on cameras and microphones: listing and selection.
 
 #include "api/live_pusher.h"
 #include "base/log.h"

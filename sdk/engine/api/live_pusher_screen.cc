@@ -28,7 +28,7 @@ LumoLiveScreenSourceList* LivePusher::getScreenShareSourceInfo() {
 
 int LivePusher::startScreenShareByDesktopId(uint32_t sourceId) {
   if (initialized_ && parameters_.encoder.audioOnly) {
-    NIMBO_LOG_ERROR("no screen can be shared: only sound is captured");
+    NIMBO_LOG_ERROR("no screen can be shared: only audio is captured");
     return kLumoLiveInvalidState;
   }
   if (initialized_ && !canBeShared(sourceId)) {

@@ -1,4 +1,4 @@
-// The operation that asks for volume reports.
+// LivePusher's operation that enables volume reports.
 
 #include <chrono>
 
@@ -11,7 +11,7 @@ using namespace LumoRtc;
 
 namespace {
 
-constexpr int32_t kShortestMs = 20;  // sound is captured in pieces of this length
+constexpr int32_t kShortestMs = 20;  // the length of a captured audio chunk
 constexpr int32_t kLongestMs = 10'000;
 constexpr int32_t kSmoothest = 10;
 

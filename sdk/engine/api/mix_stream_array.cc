@@ -14,7 +14,8 @@ namespace {
 
 using Streams = std::vector<LumoLiveMixStream>;
 
-// The header knows the storage as a bare pointer, so that its layout stays this library's own.
+// The header declares the storage as a bare pointer, so that its layout stays private to this
+// library.
 Streams& streams(void* storage) {
   return *static_cast<Streams*>(storage);
 }

@@ -1,7 +1,7 @@
-// A player's two listeners, and the events that reach them.
+// A player's two listeners, and the events raised on them.
 //
-// Thread: the slots may be set on any thread; see ListenerSlot for what setting promises. Events
-//   are raised on the engine thread, pictures on the playback's own.
+// Thread: the slots may be set on any thread; see ListenerSlot for what setting guarantees. Events
+//   are raised on the engine thread, frames on the playback's own.
 // Ownership: the listeners are the application's.
 // Failure: an event without a listener is dropped.
 
@@ -21,7 +21,7 @@ class PlayerListeners {
  public:
   using InfoEvent = void (LumoRtc::LumoLivePlayInfoListener::*)(LumoRtc::LumoLivePlayer*);
 
-  // `player` is handed to the listeners and not used otherwise.
+  // `player` is passed to the listeners and not used otherwise.
   explicit PlayerListeners(LumoRtc::LumoLivePlayer* player) : player_(player) {}
 
   void detachAll();
@@ -33,7 +33,7 @@ class PlayerListeners {
   void activeSpeaker();
   void statistics(const LumoRtc::LumoLivePlayerStatsInfo& statistics);
 
-  // One contiguous I420 picture, which the listener may change.
+  // One contiguous I420 frame, which the listener may change.
   void videoFrame(GstBuffer* buffer, const GstVideoInfo& info);
 
   ListenerSlot<LumoRtc::LumoLivePlayInfoListener> infoSlot;

@@ -53,7 +53,7 @@ void PlayerSession::openView() {
       ViewEvents{.onFirstDrawn = [this] { notifyFirstDrawn(); },
                  .onLost =
                      [this, lost](const std::string& message) {
-                       waitsForView_ = false;  // the next picture counts as shown
+                       waitsForView_ = false;  // the next frame counts as shown
                        engine_.post([lost, message]() mutable { lost(message); });
                      },
                  .onDrawn = [this] { ++shown_; }},
@@ -67,7 +67,7 @@ void PlayerSession::closeView() {
   waitsForView_ = false;
 }
 
-// Called on the thread that showed it.
+// Called on the thread that showed the frame.
 void PlayerSession::notifyFirstDrawn() {
   if (notifiedFirstDrawn_.load(std::memory_order_relaxed) || notifiedFirstDrawn_.exchange(true))
     return;
@@ -152,12 +152,12 @@ void PlayerSession::onAudio(const AudioAligner::Piece& piece) {
   }
 }
 
-// A stream without sound needs no output.
+// A stream without audio needs no output.
 void PlayerSession::openOutput() {
   if (playback_) output_->open();
 }
 
-// From now on this player has its record in volume reports.
+// From now on this player has a record in volume reports.
 void PlayerSession::showLoudness() {
   auto notifyVolume = ownerGuard_.bind([this](const LumoLiveUserVolumeInfo& record) {
     if (playback_) listeners_->volume(record);
@@ -187,7 +187,7 @@ void PlayerSession::stopPlay() {
 }
 
 void PlayerSession::onOver(const PlayOutcome& outcome) {
-  // Destroyed later, since it is what called.
+  // Destroyed later, since this runs in its callback.
   engine_.post([ended = std::shared_ptr<Playback>(std::move(playback_))] {});
   registered_->setInaudible();
   closeView();

@@ -1,9 +1,10 @@
-// What a player does, once its calls have been checked: plays, shows, sounds, and tells of it.
+// Carries out a player's operations after their validation: playback, view, audio output and
+// events.
 //
 // Thread: everything on the engine thread, destruction too; mode() from any.
 // Ownership: owns playback and view; the engine thread is given and outlives it, the listeners are
-//   shared. Destruction ends all at once, without events.
-// Failure: arrives as events.
+//   shared. Destruction stops everything immediately, without events.
+// Failure: reported as events.
 
 #pragma once
 
@@ -25,7 +26,7 @@
 
 namespace NimboEngine {
 
-// A playback that was asked for. `number` tells it from those before and after.
+// A requested playback. `number` distinguishes it from those before and after.
 struct PlayRequest {
   uint32_t number = 0;
   PlayUrl url;
@@ -47,7 +48,7 @@ class PlayerSession {
   // `window` is an X11 window's identifier.
   void setWindow(std::optional<uint32_t> window);
 
-  // A playback that is asked for while its predecessor is still stopping begins when that is over.
+  // A playback requested while its predecessor is still stopping starts when that has stopped.
   void startPlay(PlayRequest request);
   void stopPlay();
 
@@ -75,7 +76,7 @@ class PlayerSession {
   const std::shared_ptr<RegisteredPlayer> registered_;
   const std::function<void(uint32_t)> onPlayOver_;
   const WeakOwnerGuard ownerGuard_;
-  // Bound to this object's life.
+  // Bound to this object's lifetime.
   const std::function<void(uint32_t)> firstDrawn_;
   const EngineThread::Task firstAudio_;
 
@@ -93,7 +94,7 @@ class PlayerSession {
   ConsumerList consumers_;
 
   std::unique_ptr<AudioOutput> output_;
-  std::unique_ptr<Playback> playback_;  // ends before what it uses
+  std::unique_ptr<Playback> playback_;  // destroyed before what it uses
   std::unique_ptr<X11View> view_;       // null without a window
 };
 

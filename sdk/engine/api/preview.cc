@@ -27,7 +27,7 @@ void Preview::openView(uint32_t window) {
       window, ViewEvents{.onFirstDrawn = [this] { notifyStarted(); },
                          .onLost =
                              [this, lost](const std::string& message) {
-                               waitsForView_ = false;  // the next picture counts as shown
+                               waitsForView_ = false;  // the next frame counts as shown
                                engine_.post([lost, message]() mutable { lost(message); });
                              }});
   capture_.addConsumer(view_.get());

@@ -1,9 +1,9 @@
-// The local preview of one capture session: shows the pictures in a native window where there is
-// one, and tells when the first is shown, or captured where there is no window.
+// The local preview of one capture session: shows the frames in a native window if there is one,
+// and reports when the first is shown, or captured if there is no window.
 //
 // Thread: created and destroyed on the engine thread, where the events are raised too.
 // Ownership: the capture session is given and must outlive it.
-// Failure: a window that cannot be drawn into is reported once; the preview goes on without it.
+// Failure: a window that cannot be drawn into is reported once; the preview continues without it.
 
 #pragma once
 
@@ -43,7 +43,7 @@ class Preview final : private FrameConsumer {
 
   EngineThread& engine_;
   CaptureSession& capture_;
-  const bool audioOnly_;  // sound is what to wait for, since no picture will come
+  const bool audioOnly_;  // waits for audio, since no frame will arrive
   const Events events_;
   const WeakOwnerGuard ownerGuard_;
   const EngineThread::Task started_;

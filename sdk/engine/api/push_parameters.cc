@@ -32,7 +32,7 @@ constexpr uint32_t kHardwareEncoding = 0;
 constexpr int kDefaultAudioBps = 64000;
 constexpr uint32_t kDefaultScreenFps = 15;
 
-// Collects the first thing that is wrong.
+// Collects the first defect.
 class Check {
  public:
   explicit Check(std::string& error) : error_(error) { error_.clear(); }

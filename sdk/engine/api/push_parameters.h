@@ -1,4 +1,5 @@
-// Turns the interface's push configuration into what capture and encoder need, checked.
+// Validates the interface's push configuration and converts it into the settings of capture and
+// encoder.
 //
 //   field                   accepted                         otherwise
 //   ----------------------  -------------------------------  ----------------------------------
@@ -40,7 +41,7 @@ namespace NimboEngine {
 struct PushParameters {
   EncoderSettings encoder;  // its formats are those of capture too
   bool mirror = false;
-  // Files (capture/still_image.h), read when they are needed; "": none.
+  // Files (capture/still_image.h), read on demand; "": none.
   std::string pauseImage;
   std::string networkPoorImage;
 };
@@ -51,12 +52,12 @@ LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& co
 
 // The encoder for a shared screen: size, frame rate, bit rate and key frames of `encoder` are set.
 // The fields have the limits of the table; a frame rate of 0 means 15. Unless the result is
-// kLumoLiveOk, `problem` names the field and `encoder` is unchanged.
+// kLumoLiveOk, `error` names the field and `encoder` is unchanged.
 LumoRtc::LumoLiveResult makeScreenEncoder(const LumoRtc::LumoLiveScreenShareEncoderConfig& config,
                                           EncoderSettings& encoder, std::string& problem);
 
 // The changes that are possible at any time, with the limits of the table. Unless the result is
-// kLumoLiveOk, `error` tells why and `parameters` is unchanged.
+// kLumoLiveOk, `error` describes why and `parameters` is unchanged.
 LumoRtc::LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
                                    PushParameters& parameters, std::string& error);
 LumoRtc::LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& error);

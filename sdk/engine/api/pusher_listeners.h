@@ -1,6 +1,6 @@
-// The pusher's four listeners, and the events that reach them.
+// The pusher's four listeners, and the events raised on them.
 //
-// Thread: the slots may be set on any thread; see ListenerSlot for what setting promises. Events
+// Thread: the slots may be set on any thread; see ListenerSlot for what setting guarantees. Events
 //   are raised on the engine thread, frames on the video capture thread.
 // Ownership: the listeners are the application's.
 // Failure: an event without a listener is dropped.
@@ -24,7 +24,7 @@ class PusherListeners {
  public:
   using InfoEvent = void (LumoRtc::LumoLivePushInfoListener::*)(LumoRtc::LumoLivePusher*);
 
-  // `pusher` is handed to the listeners and not used otherwise.
+  // `pusher` is passed to the listeners and not used otherwise.
   explicit PusherListeners(LumoRtc::LumoLivePusher* pusher) : pusher_(pusher) {}
 
   void detachAll();
@@ -37,7 +37,7 @@ class PusherListeners {
   void sdkError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void systemError(LumoRtc::LumoLiveErrorCode code, const std::string& message);
 
-  // `pixels` is one contiguous I420 picture, which the listener may change.
+  // `pixels` is one contiguous I420 frame, which the listener may change.
   void capturedFrame(FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info);
 
   ListenerSlot<LumoRtc::LumoLivePushErrorListener> errorSlot;

@@ -44,7 +44,7 @@ PusherSession::~PusherSession() {
 }
 
 void PusherSession::configure(const PushParameters& parameters) {
-  // The last push may still be saying goodbye with the old parameters: it is cut short.
+  // The last push may still be draining with the old parameters: it is cut short.
   if (publisher_) {
     takePublisher().reset();  // at once: it must not report its end a second time
     stopCaptureIfUnused();
@@ -251,14 +251,14 @@ void PusherSession::stopPush() {
     listeners_.info(&LumoLivePushInfoListener::onPushStopped);
   } else if (publisher_) {
     publisher_->stop();
-  } else {  // it ended by itself just before: the stop is answered all the same
+  } else {  // it ended by itself just before: the stop is confirmed too
     listeners_.info(&LumoLivePushInfoListener::onPushStopped);
   }
 }
 
 void PusherSession::onPushReport(const PushOutcome& outcome) {
   if (endsPush(outcome.report)) {
-    // Destroyed later, since it is what called.
+    // Destroyed later, since this runs in its callback.
     engine_.post([ended = std::shared_ptr<Publisher>(takePublisher())] {});
     stopCaptureIfUnused();
     if (outcome.report != PushReport::kStopped) onPushOver_(pushNumber_);

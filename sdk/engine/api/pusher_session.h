@@ -1,10 +1,10 @@
-// What a pusher does, once its calls have been checked: capture, preview and push, and the events
-// that tell of them. Capture runs while preview or push does.
+// Carries out a pusher's operations after their validation: capture, preview and push, and their
+// events. Capture runs while preview or push does.
 //
 // Thread: everything on the engine thread; destruction too.
 // Ownership: owns capture, preview and push; the engine thread, the selection of devices and the
-//   listeners are given and outlive it. Destruction ends all at once, without events.
-// Failure: arrives as events.
+//   listeners are given and outlive it. Destruction stops everything immediately, without events.
+// Failure: reported as events.
 
 #pragma once
 
@@ -28,7 +28,7 @@
 
 namespace NimboEngine {
 
-// A push that was asked for. `number` tells it from those before and after.
+// A requested push. `number` distinguishes it from those before and after.
 struct PushRequest {
   uint32_t number = 0;
   PushUrl url;
@@ -36,24 +36,25 @@ struct PushRequest {
 
 class PusherSession {
  public:
-  // `onPushOver(number)` comes before the events of a push that ended without having been stopped.
+  // `onPushOver(number)` is called before the events of a push that ended without having been
+  // stopped.
   PusherSession(EngineThread& engine, Settings settings, DeviceSelection& devices,
                 PusherListeners& listeners, std::function<void(uint32_t)> onPushOver);
   ~PusherSession();
   PusherSession(const PusherSession&) = delete;
   PusherSession& operator=(const PusherSession&) = delete;
 
-  // To be called before anything is started, and while nothing is wanted to run.
+  // To be called before anything is started, and while neither preview nor push is requested.
   void configure(const PushParameters& parameters);
 
-  // Takes effect at once where something runs.
+  // Takes effect immediately on running media.
   void changeEncoder(const EncoderSettings& settings);
 
   // `window` is an X11 window's identifier.
   void startPreview(std::optional<uint32_t> window);
   void stopPreview();
 
-  // A push that is asked for while its predecessor is still stopping begins when that is through.
+  // A push requested while its predecessor is still stopping starts when that has stopped.
   void startPush(PushRequest request);
   void stopPush();
 
@@ -63,20 +64,20 @@ class PusherSession {
   void setCameraMuted(bool muted);
   void setCameraRunning(bool running);
 
-  // Takes up what has changed in the selection of devices.
+  // Applies changes in the device selection.
   void useDevices();
 
-  // A screen (capture/screen/screen_sources.h) is shared until it is stopped, also while nothing
-  // captures, and whatever becomes of it.
+  // A screen (capture/screen/screen_sources.h) is shared until it is stopped, even while capture
+  // does not run or the screen is lost.
   void shareScreen(uint32_t id);
   void stopScreen();
   void setScreenPaused(bool paused);
 
-  // How a shared screen is captured and encoded, from now on; its sound as ever.
+  // Sets how a shared screen is captured and encoded, from now on; audio is unchanged.
   void setScreenEncoder(const EncoderSettings& encoder);
 
-  // Published is a mix, from now on and in later pushes. None: what is captured. Either is answered
-  // by an event, as is a mix that was refused.
+  // Publishes a mix, from now on and in later pushes. None: the captured media. Either is confirmed
+  // by an event, as is a refused mix.
   void setMix(std::optional<MixLayout> layout);
   void refuseMix(const std::string& reason);
 

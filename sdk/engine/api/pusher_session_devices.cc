@@ -1,4 +1,4 @@
-// Changing cameras and microphones, and what happens when one is lost.
+// PusherSession's changes of cameras and microphones, and the replacement of lost ones.
 
 #include <fmt/format.h>
 
@@ -13,7 +13,7 @@ using namespace LumoRtc;
 
 namespace {
 
-// Slow cameras take seconds. One that hangs has no other end.
+// Slow cameras take seconds. For one that hangs there is no other signal.
 constexpr std::chrono::seconds kOpening{10};
 
 }  // namespace
@@ -42,7 +42,7 @@ void PusherSession::watchOpening() {
     for (const auto& [kind, id] : {std::pair(DeviceKind::kCamera, sources.camera),
                                    std::pair(DeviceKind::kMicrophone, sources.microphone)}) {
       if (isPluggable(id) && capture_->hasHung(kind, kOpening)) {
-        sourceFailed(kind, id, "it does not begin");
+        sourceFailed(kind, id, "it does not start");
       }
     }
   }));
@@ -58,13 +58,13 @@ void PusherSession::sourceFailed(DeviceKind kind, const std::string& id,
                          message);
 }
 
-// False when another device is used anyway, or nothing can be used instead.
+// Returns false if another device is in use anyway, or there is no replacement.
 bool PusherSession::replaceDevice(DeviceKind kind, const std::string& id,
                                   DeviceSelection::Cause cause, const std::string& message) {
   const auto loss = devices_.lose(kind, id, cause);
   if (!loss) return false;
   const bool isCamera = kind == DeviceKind::kCamera;
-  // A sound server goes on with another microphone, which nobody has chosen.
+  // A sound server continues with another microphone, which was not chosen.
   if (capture_ && !isCamera) capture_->dropMicrophone();
   useDevices();
   listeners_.sdkError(

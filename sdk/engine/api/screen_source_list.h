@@ -1,7 +1,7 @@
-// A list of what can be shared, as the interface hands it out.
+// The interface's list of screens and windows that can be shared.
 //
 // Thread: that of its caller.
-// Ownership: made by make(), its caller's until release(), which destroys it.
+// Ownership: created by make(), owned by the caller until release(), which destroys it.
 // Failure: an index past the end gives an empty record.
 
 #pragma once

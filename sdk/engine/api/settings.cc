@@ -126,7 +126,7 @@ std::string readChoice(const ChoiceSetting& setting, const json& value, Settings
   return fmt::format("\"{}\" is {}, not {}", setting.key, value.dump(), known);
 }
 
-// Reads one setting; an empty answer, or what is wrong.
+// Reads one setting. Returns an empty text, or an error text.
 std::string readValue(const std::string& key, const json& value, Settings& settings) {
   if (const TextSetting* text = entryOf(kTextSettings, key)) {
     if (!value.is_string()) return wrongType(key, value, "a string");
@@ -153,7 +153,7 @@ std::string readValue(const std::string& key, const json& value, Settings& setti
   return {};
 }
 
-// Reads the settings in `object`, whose own key, if it has one, stands before theirs.
+// Reads the settings in `object`, whose own key, if it has one, precedes theirs.
 std::string readObject(const std::string& prefix, const json& object, Settings& settings) {
   for (const auto& [name, value] : object.items()) {
     const std::string key = prefix + name;
@@ -180,7 +180,7 @@ std::optional<Settings> parseSettings(const char* text, std::string& error) {
   json object;
   try {
     object = json::parse(text);
-  } catch (const json::exception& thrown) {  // bad syntax, or a number that is no double
+  } catch (const json::exception& thrown) {  // bad syntax, or a number outside of double's range
     error = thrown.what();
     return std::nullopt;
   }

@@ -1,5 +1,5 @@
-// The engine's settings: the JSON object that an application hands over when it creates a pusher or
-// a player. docs/sdk.md, "Settings", has the keys, their ranges and what they mean.
+// The engine's settings: the JSON object that an application passes when it creates a pusher or a
+// player. docs/sdk.md, "Settings", documents the keys, their ranges and their meaning.
 //
 // Thread: any.
 // Failure: see parseSettings.
@@ -22,11 +22,11 @@ struct Settings {
   std::string trustedCertificates;
 };
 
-// Without a value, `error` says what is wrong and names the key. A null text counts as empty.
+// Without a value, `error` describes the defect and names the key. A null text counts as empty.
 std::optional<Settings> parseSettings(const char* text, std::string& error);
 
-// Puts into effect what holds for the whole process: TLS trust. False when it cannot be, and then
-// nothing changes. Starts GStreamer where it is needed for that, which may take 0.15 s.
+// Applies the settings of the whole process: TLS trust. Returns false if they cannot be applied;
+// then nothing changes. Starts GStreamer if that needs it, which may take 0.15 s.
 bool applySettings(const Settings& settings, std::string& error);
 
 }  // namespace NimboEngine

@@ -15,7 +15,7 @@ void VolumeIndicator::start(const VolumeSettings& settings) {
   stop();
   const auto players = audiblePlayers();
   listenForVoice(settings.voice, players);
-  local_.discard();  // what was before does not count
+  local_.discard();  // earlier levels do not count
   for (const AudiblePlayer& player : players) player.meter->discard();
   running_.emplace(settings);
   schedule();
@@ -48,7 +48,7 @@ void VolumeIndicator::schedule() {
 
 void VolumeIndicator::tick() {
   const auto players = audiblePlayers();
-  listenForVoice(running_->settings.voice, players);  // some have just begun
+  listenForVoice(running_->settings.voice, players);  // some have just started
   report(players);
   const auto interval = running_->settings.interval;
   running_->due += interval * ((Clock::now() - running_->due) / interval + 1);

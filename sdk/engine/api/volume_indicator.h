@@ -1,8 +1,9 @@
-// The volume reports: reads the meters of the local sound and of all players at equal intervals,
-// and raises the events that tell of it, the active speaker's among them.
+// The volume reports: reads the meters of the local audio and of all players at equal intervals,
+// and raises the volume events, including the active speaker's.
 //
-// Reports stand on a grid in time; one that is more than an interval late is left out. They come
-// whether or not something is captured or played: without it there is only the local record, 0.
+// Reports follow a fixed schedule; one that is more than an interval late is left out. They are
+// raised whether or not something is captured or played: otherwise they hold only the local record,
+// 0.
 //
 // Thread: everything on the engine thread, but for onAudioChunk.
 // Ownership: engine thread and listeners are given and outlive it. It must outlive the capture
@@ -40,7 +41,7 @@ class VolumeIndicator final : public FrameConsumer {
   VolumeIndicator(const VolumeIndicator&) = delete;
   VolumeIndicator& operator=(const VolumeIndicator&) = delete;
 
-  // The first report comes an interval from now.
+  // The first report is raised an interval from now.
   void start(const VolumeSettings& settings);
   void stop();
 
@@ -53,7 +54,7 @@ class VolumeIndicator final : public FrameConsumer {
  private:
   using Clock = EngineThread::Clock;
 
-  // What is needed while reports are wanted.
+  // The state while reports are enabled.
   struct Running {
     explicit Running(const VolumeSettings& wanted)
         : settings(wanted),

@@ -1,5 +1,5 @@
-// Tells addresses of the public internet from those that only mean something nearby: loopback,
-// private and link-local networks, multicast, and everything else that is not routed globally.
+// Distinguishes addresses of the public internet from local ones: loopback, private and link-local
+// networks, multicast, and everything else that is not routed globally.
 //
 // Thread: any; keeps no state.
 

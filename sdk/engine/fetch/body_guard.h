@@ -1,10 +1,10 @@
-// Examines what is fetched, before anything else gets it: a playlist is kept until it is whole, and
-// passed on as rewritten; what is kept in memory by those who asked for it, and the tags in front
-// of media, are held to their limits; all else passes as it comes.
+// Examines fetched data before it is passed on: a playlist is held back until it is complete, and
+// passed on rewritten; limits are enforced on data that the receiver keeps in memory, and on the
+// tags in front of media; everything else passes unchanged.
 //
 // Thread: one at a time.
 // Memory: a playlist, up to its limit, and its rewritten form.
-// Failure: what feed() and finish() answer; final.
+// Failure: returned by feed() and finish(); final.
 
 #pragma once
 
@@ -26,10 +26,10 @@ class BodyGuard {
   // Takes `bytes` and leaves in them what may be passed on.
   std::optional<FetchFailure> feed(std::vector<uint8_t>& bytes);
 
-  // Nothing more comes. `rest` becomes what was held back.
+  // Ends the body. `rest` becomes the data that was held back.
   std::optional<FetchFailure> finish(std::vector<uint8_t>& rest);
 
-  // Whether it is a playlist; known once something was passed on, or finish() was called.
+  // Whether the body is a playlist; known once something was passed on, or finish() was called.
   bool isPlaylist() const { return isPlaylist_; }
 
  private:

@@ -1,8 +1,8 @@
-// One thing that is fetched, from a server or a file: its bytes from an offset on, in order.
+// One resource fetched from a server or a file: its bytes from an offset on, in order.
 //
 // Thread: open() and read() on one thread, both block; stop() from any. The rest after open().
-// Memory: what one read() takes; nothing is fetched ahead.
-// Failure: answered by open() and read(); nothing may be called after it.
+// Memory: that of one read(); nothing is fetched ahead.
+// Failure: returned by open() and read(); nothing may be called after it.
 
 #pragma once
 
@@ -15,7 +15,7 @@
 
 namespace NimboEngine {
 
-// The part of the whole that is wanted.
+// The requested part of the resource.
 struct ByteRange {
   uint64_t start = 0;
   std::optional<uint64_t> end;  // exclusive; none: to the end
@@ -29,20 +29,20 @@ class Fetch {
 
   virtual std::optional<FetchFailure> open(const ByteRange& range) = 0;
 
-  // Replaces `bytes` by what has come, a part of the range, waiting until something has.
+  // Replaces `bytes` by received data, a part of the range; blocks until there is some.
   virtual Read read(std::vector<uint8_t>& bytes) = 0;
   const FetchFailure& failure() const { return failure_; }
 
-  // For good: what waits, and all that follows, returns at once. What open() answers then means
-  // nothing.
+  // Permanent: waiting calls, and all later ones, return immediately. The result of open() then has
+  // no meaning.
   virtual void stop() = 0;
   virtual bool isStopped() const = 0;
 
-  // Of the whole, not of the range.
+  // Of the whole resource, not of the range.
   virtual std::optional<uint64_t> length() const = 0;
   virtual bool isSeekable() const = 0;
 
-  // Names what a playlist that was fetched by this may name.
+  // Decides which addresses a playlist fetched by this may contain.
   virtual NameAddress nameAddress() const = 0;
 
  protected:

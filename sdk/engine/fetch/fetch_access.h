@@ -1,6 +1,6 @@
-// What the sources of one player share: what they may do, and whom they tell of failures. The
-// sources are made in the depths of GStreamer's demultiplexers and find it by the player's number
-// in their address.
+// State shared by the sources of one player: their settings, and the callback for failures. The
+// sources are created deep inside GStreamer's demultiplexers and find it by the player's number in
+// their address.
 //
 // Thread: any; onFailure is called on the threads of sources, several at once.
 // Ownership: shared by the player and its sources.
@@ -24,11 +24,11 @@ class FetchAccess {
  public:
   using OnFailure = std::function<void(const FetchFailure&)>;
 
-  // `onFailure` is told of every final failure, and of every failure of what the application itself
-  // asked for.
+  // `onFailure` is called for every final failure, and for every failure of the address that the
+  // application itself requested.
   static std::shared_ptr<FetchAccess> open(const SourceSettings& settings, OnFailure onFailure);
 
-  // None when that player is gone.
+  // None if that player no longer exists.
   static std::shared_ptr<FetchAccess> find(uint64_t player);
 
   ~FetchAccess();

@@ -1,4 +1,4 @@
-// Why something could not be fetched, and what that means for the playback.
+// A failed fetch: its error, and the consequence for the playback.
 //
 // Thread: plain values.
 
@@ -14,15 +14,15 @@ namespace NimboEngine {
 
 struct FetchFailure {
   LumoRtc::LumoLiveErrorCode code = LumoRtc::kLumoLiveErrorNone;
-  // For the application. It has a host and a port at most of any address: no path, no parameters,
-  // no user.
+  // For the application. Of any address it shows at most host and port: no path, no parameters, no
+  // user.
   std::string text;
-  // Trying again, or something else of the same stream, is of no use: what may not be, what is too
-  // large, and whom nobody trusts.
+  // Retrying, or fetching something else of the same stream, cannot succeed: forbidden addresses,
+  // exceeded limits, untrusted certificates.
   bool isFinal = false;
 };
 
-// What it means for a playback that a connection, or RTMP's stream, could not be had.
+// Maps the failure of a connection, or of an RTMP stream, to the error code of the playback.
 LumoRtc::LumoLiveErrorCode playErrorCode(ConnectionError error);
 
 inline FetchFailure refusedFetch(std::string text) {

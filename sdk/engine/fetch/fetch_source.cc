@@ -89,7 +89,7 @@ gboolean doSeek(GstBaseSrc* element, GstSegment* segment) {
   return TRUE;
 }
 
-// Downloading is worth its while only once.
+// Answers that buffering by download is not worthwhile.
 gboolean onQuery(GstBaseSrc* element, GstQuery* query) {
   const gboolean answered = GST_BASE_SRC_CLASS(parentClass)->query(element, query);
   if (GST_QUERY_TYPE(query) == GST_QUERY_SCHEDULING) {

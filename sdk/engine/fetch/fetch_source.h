@@ -1,11 +1,12 @@
 // GStreamer element "nimbosrc": the only source of players for http and https, and for playlists in
-// files. GStreamer's HLS demultiplexer makes its own sources, from whatever address a playlist
-// names; this one takes only addresses of the scheme of fetch_uri.h, into which it rewrites every
+// files. GStreamer's HLS demultiplexer creates its own sources, for any address that a playlist
+// names; this one accepts only addresses of the scheme of fetch_uri.h, into which it rewrites every
 // playlist that passes through it. So each address that is fetched was approved here.
 //
-// Pads: "src". Format BYTES, push only.
-// Seeking: where the server sends parts, and states the length.
-// Failure: an error message of the domain RESOURCE; the player's FetchAccess has been told before.
+// Pads: "src". Format BYTES, push only. Seeking: if the server supports ranges and states the
+// length.
+// Failure: an error message of the domain RESOURCE; the player's FetchAccess has been notified
+//   before.
 //
 // Thread: any, as for every element.
 // Ownership: as for every element.

@@ -73,7 +73,7 @@ Fetch::Read FetchStream::read(std::vector<uint8_t>& bytes) {
   return Fetch::Read::kEnd;
 }
 
-// What is being fetched, opened when it is not yet. Null after an interruption or a failure.
+// Returns the current fetch, opening it if necessary. Null after an interruption or a failure.
 std::shared_ptr<Fetch> FetchStream::begin() {
   std::shared_ptr<Fetch> fetch;
   {
@@ -110,8 +110,8 @@ Fetch::Read FetchStream::fail(const FetchFailure& failure) {
   return Fetch::Read::kFailed;
 }
 
-// Only what the application itself asked for: the demultiplexer has its own ways with what a
-// playlist names.
+// Only the address that the application requested: the demultiplexer itself retries what a playlist
+// names.
 bool FetchStream::mayContinue() {
   if (position_ >= progress_ + kProgressBytes) {
     progress_ = position_;

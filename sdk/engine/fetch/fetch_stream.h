@@ -1,8 +1,8 @@
-// What the source element reads from: one address, fetched and guarded from any position on, and
-// fetched again where a connection breaks in the middle of something of known length.
+// The stream that the source element reads: one address, fetched and guarded from any position on.
+// If a connection breaks and the length is known, the rest is fetched again.
 //
 // Thread: read() and seek() on one thread at a time; interrupt() and resume() on any.
-// Failure: see read(). The player's FetchAccess is told of each failure first.
+// Failure: see read(). The player's FetchAccess is notified of each failure first.
 
 #pragma once
 
@@ -26,11 +26,11 @@ class FetchStream {
   Fetch::Read read(std::vector<uint8_t>& bytes);
   const FetchFailure& failure() const { return failure_; }
 
-  // From there on, with the next read().
+  // Takes effect with the next read().
   void seek(const ByteRange& range);
   uint64_t position() const { return position_; }
 
-  // Ends the waiting of read(), until resume().
+  // Makes read() return immediately, until resume().
   void interrupt();
   void resume();
 
@@ -50,7 +50,7 @@ class FetchStream {
   mutable std::mutex mutex_;
   bool interrupted_ = false;
   std::shared_ptr<Fetch> fetch_;
-  bool known_ = false;  // the next two
+  bool known_ = false;  // validity of the next two
   std::optional<uint64_t> length_;
   bool seekable_ = true;
 

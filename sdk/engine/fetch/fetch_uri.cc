@@ -33,7 +33,7 @@ constexpr OriginName kOrigins[] = {
     {Origin{SourceScheme::kFile, Reach::kLocal}, "file"},
 };
 
-// The part of `text` up to the next colon, which is taken off.
+// Removes and returns the part of `text` up to the next colon.
 std::string_view takePart(std::string_view& text) {
   const auto colon = std::min(text.find(':'), text.size());
   const std::string_view part = text.substr(0, colon);

@@ -1,6 +1,6 @@
-// The form in which addresses travel through GStreamer's HLS demultiplexer: which player fetches,
-// what for, and who named the address, in front of the address itself. Only addresses that were
-// approved are put into that form, and the source element (fetch_source.h) takes no other.
+// The URI form of addresses inside GStreamer's HLS demultiplexer: the player that fetches, the
+// purpose and the origin precede the address itself. Only approved addresses get this form, and the
+// source element (fetch_source.h) accepts no other.
 //
 //   nimbo:7:media:https-public:https://host/segment.ts
 //
@@ -19,7 +19,7 @@ namespace NimboEngine {
 inline constexpr char kFetchScheme[] = "nimbo";
 
 enum class FetchKind {
-  kStream,    // what the application asked for
+  kStream,    // requested by the application
   kPlaylist,  // what a playlist names: another playlist ...
   kMedia,     // ... a segment ...
   kMap,       // ... what stands before segments ...

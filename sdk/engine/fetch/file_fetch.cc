@@ -39,7 +39,7 @@ FileFetch::~FileFetch() {
   if (file_ >= 0) close(file_);
 }
 
-// Without waiting for the writer of a FIFO, and before anything is known of the file.
+// Opens without waiting for the writer of a FIFO, since the kind of file is not known yet.
 std::optional<FetchFailure> FileFetch::open(const ByteRange& range) {
   file_ = ::open(uri_.address.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file_ < 0) {

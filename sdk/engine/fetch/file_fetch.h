@@ -1,5 +1,5 @@
-// Fetches a regular file, and judges what a playlist in one may name: regular files in its own
-// folder or below, wherever links lead.
+// Fetches a regular file, and decides what a playlist in one may name: regular files in its own
+// folder or below, with links resolved.
 //
 // Thread, memory, failure: see Fetch. Reading a local file is not expected to block for long.
 
@@ -34,7 +34,7 @@ class FileFetch final : public Fetch {
   const FetchUri uri_;
   std::atomic<bool> stopped_{false};
   int file_ = -1;
-  std::string path_;  // without links
+  std::string path_;  // with links resolved
   uint64_t length_ = 0;
   uint64_t position_ = 0;
   std::optional<uint64_t> end_;

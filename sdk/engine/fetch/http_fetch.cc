@@ -110,7 +110,7 @@ std::string HttpFetch::requestText(const HttpUrl& url, const ByteRange& range) c
   if (const std::string value = url.authorization(); !value.empty()) {
     text += fmt::format("Authorization: {}\r\n", value);
   }
-  // A cache on the way would hand out the last state of a live playlist.
+  // A cache in between would return a stale live playlist.
   if (uri_.kind == FetchKind::kPlaylist) text += "Cache-Control: max-age=0\r\n";
   if (range.start > 0 || range.end) {
     text += fmt::format("Range: bytes={}-{}\r\n", range.start,
@@ -145,7 +145,7 @@ std::optional<FetchFailure> HttpFetch::awaitHead(const HttpUrl& url) {
 std::optional<FetchFailure> HttpFetch::judge(const HttpUrl& url, const ByteRange& range) {
   const HttpHead& head = response_->head();
   url_ = url;
-  if (head.status == kRangeNotSatisfiable && range.start > 0) {  // at the end of it all
+  if (head.status == kRangeNotSatisfiable && range.start > 0) {  // at the end of the resource
     status_ = Status::kComplete;
     early_.clear();
     return std::nullopt;
@@ -184,7 +184,7 @@ Fetch::Read HttpFetch::read(std::vector<uint8_t>& bytes) {
   return Read::kFailed;
 }
 
-// Takes what has come, waiting until something has. False after a stop, and when reading has
+// Reads received data, blocking until there is some. Returns false after a stop, and if reading has
 // failed.
 bool HttpFetch::receive(std::vector<uint8_t>& body) {
   while (!stop_.isStopped()) {

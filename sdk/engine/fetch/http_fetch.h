@@ -1,11 +1,11 @@
 // Fetches over HTTP/1.1, with or without TLS, one request a connection. Redirects are followed
-// here, since each is judged by the server that it came from (SourcePolicy).
+// here, since each is checked against the server that sent it (SourcePolicy).
 //
-// The addresses that a name resolves to are judged before a connection is tried, and the connection
-// goes to one of these, so a name that resolves differently in the next moment gains nothing.
-// Proxies are not used, as for every other protocol of the engine.
+// The addresses that a name resolves to are checked before a connection is tried, and the
+// connection goes to one of these, so DNS rebinding is ineffective. Proxies are not used, as for
+// every other protocol of the engine.
 //
-// Thread, memory, failure: see Fetch. No text has more of an address than host and port.
+// Thread, memory, failure: see Fetch. Error texts show only host and port of an address.
 
 #pragma once
 
@@ -59,9 +59,9 @@ class HttpFetch final : public Fetch {
   std::optional<HttpResponse> response_;
   HttpResponse::Status status_ = HttpResponse::Status::kHead;
   std::array<uint8_t, 65536> received_;
-  std::vector<uint8_t> early_;      // of the body: it came together with the head
+  std::vector<uint8_t> early_;      // of the body: received together with the head
   HttpUrl url_;                     // that of the answer, behind all redirects
-  Origin self_;                     // what that address is for what it names
+  Origin self_;                     // the origin of the addresses that it names
   std::optional<uint64_t> length_;  // of the whole
   std::optional<uint64_t> left_;    // of the range, where it has an end
 };

@@ -62,8 +62,8 @@ bool HttpResponse::takesLines() const {
   }
 }
 
-// All lines count against the limit until data have come between them, trailers and the extensions
-// of chunks too.
+// All lines without data between them count against the limit, including trailers and chunk
+// extensions.
 std::size_t HttpResponse::takeLine(std::span<const uint8_t> input) {
   const auto end = std::find(input.begin(), input.end(), '\n');
   const bool whole = end != input.end();
@@ -101,7 +101,7 @@ void HttpResponse::readLine() {
   line_.clear();
 }
 
-// "HTTP/1.1 200 OK"; "ICY 200 OK" is what old radio servers say.
+// "HTTP/1.1 200 OK"; old radio servers send "ICY 200 OK".
 HttpResponse::Part HttpResponse::readStatusLine(std::string_view line) {
   if (!line.starts_with("HTTP/1.") && !line.starts_with("ICY ")) return Part::kMalformed;
   const auto space = line.find(' ');
@@ -115,7 +115,7 @@ HttpResponse::Part HttpResponse::readStatusLine(std::string_view line) {
 
 HttpResponse::Part HttpResponse::readHeader(std::string_view line) {
   const auto colon = line.find(':');
-  if (colon == line.npos) return Part::kHeaders;  // of no use, and harmless
+  if (colon == line.npos) return Part::kHeaders;  // useless, but harmless
   const std::string_view name = line.substr(0, colon);
   const std::string_view value = trimmed(line.substr(colon + 1));
   if (equals(name, "content-length")) return readLength(value);

@@ -1,8 +1,8 @@
-// Reads one response of an HTTP/1 server: status line, headers and body, whichever way the body's
-// end is marked. It does no I/O: bytes go in, the body's bytes come out.
+// Reads one response of an HTTP/1 server: status line, headers and body, for every way of marking
+// the body's end. It does no I/O: bytes go in, the body's bytes come out.
 //
-// Interim responses (100 to 199) are skipped. Content codings are not undone: a response that has
-// one although none was asked for says so in its head.
+// Interim responses (100 to 199) are skipped. Content codings are not decoded: an unrequested
+// coding is reported in the head.
 //
 // Thread: one at a time.
 // Memory: the headers up to the limit. The body is handed on as it comes.
@@ -37,11 +37,12 @@ class HttpResponse {
 
   explicit HttpResponse(std::size_t headerLimit) : headerLimit_(headerLimit) {}
 
-  // Takes all of `input` and appends what it has of the body to `body`. What follows the end of the
+  // Consumes all of `input` and appends its part of the body to `body`. What follows the end of the
   // response is ignored.
   Status feed(std::span<const uint8_t> input, std::vector<uint8_t>& body);
 
-  // The server has closed the connection. kMalformed: in the middle of something.
+  // To be called when the server has closed the connection. Returns kMalformed if the response is
+  // incomplete.
   Status end();
 
   // Complete from kBody on.

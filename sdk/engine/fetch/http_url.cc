@@ -25,7 +25,7 @@ bool isControl(char letter) {
   return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f;
 }
 
-// As few as a request line can do with: what a server gave escaped stays as it is.
+// Escapes only what a request line needs escaped: existing escapes stay unchanged.
 std::string escaped(std::string_view text) {
   std::string result;
   for (const char letter : text) {
@@ -48,7 +48,8 @@ std::string unescaped(const std::string& text) {
   return plain ? plain.get() : text;
 }
 
-// Nothing that could end the Host header's line, or be taken for another part of an address.
+// Rejects characters that could end the Host header's line, or be parsed as another part of an
+// address.
 bool isHostName(std::string_view host) {
   return !host.empty() && std::all_of(host.begin(), host.end(), [](char letter) {
     return g_ascii_isalnum(letter) || letter == '.' || letter == '-' || letter == '_' ||
@@ -99,7 +100,7 @@ std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error)
   }
   const std::string_view scheme = g_uri_get_scheme(uri.get());
   if (scheme != "http" && scheme != "https") {
-    // A scheme is made of letters, digits and three signs: it can be shown.
+    // A scheme is made of letters, digits and three signs: it is safe to show.
     error = fmt::format("an address has the scheme {}, not http or https", scheme);
     return std::nullopt;
   }

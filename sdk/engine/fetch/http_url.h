@@ -1,4 +1,4 @@
-// An http or https address, taken apart for a request.
+// An http or https address, parsed for a request.
 //
 // Thread: any; plain values.
 
@@ -30,11 +30,11 @@ struct HttpUrl {
   std::string text() const;
 };
 
-// Without a value, `error` says what is wrong; it repeats nothing of the address.
+// Without a value, `error` describes the defect; it repeats nothing of the address.
 std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error);
 
-// The address that `reference`, found in what `base` is the address of, stands for. Without a
-// value, `error` says what is wrong: it is none, or it is neither http nor https.
+// Resolves `reference`, found in the resource at `base`. Without a value, `error` describes the
+// defect: it is not an address, or neither http nor https.
 std::optional<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference,
                                       std::string& error);
 

@@ -42,7 +42,7 @@ bool LeadingTag::feed(std::span<const uint8_t> bytes) {
   return true;
 }
 
-// With header and footer; none until the header is whole.
+// With header and footer; none until the header is complete.
 std::optional<uint64_t> LeadingTag::statedSize() const {
   if (begins(header_, kId3) && header_.size() == kId3Header) {
     uint64_t size = 0;

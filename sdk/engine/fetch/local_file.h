@@ -1,5 +1,5 @@
 // Examines a file before it is played: devices, sockets, FIFOs and folders are refused, and
-// playlists are recognised, which are not played like other files.
+// playlists, which are played differently, are recognised.
 //
 // Thread: any. Does not wait for a FIFO's other end.
 

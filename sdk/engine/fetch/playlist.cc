@@ -18,7 +18,7 @@ struct AddressTag {
   std::string_view name;
   FetchKind kind;
 };
-// The tags with an attribute URI that the demultiplexer knows.
+// The tags with an attribute URI that the demultiplexer supports.
 constexpr AddressTag kAddressTags[] = {
     {"#EXT-X-KEY", FetchKind::kKey},
     {"#EXT-X-MAP", FetchKind::kMap},
@@ -31,7 +31,7 @@ struct Attribute {
   std::string_view value;  // with its quotation marks
 };
 
-// Takes NAME=value,NAME="value" apart. None when it is anything else.
+// Parses NAME=value,NAME="value". None if `list` has another form.
 std::optional<std::vector<Attribute>> attributesIn(std::string_view list) {
   std::vector<Attribute> attributes;
   while (!list.empty()) {
@@ -78,7 +78,7 @@ class Rewriter {
     if (line.find("URI=") == line.npos) return append(line);
     const auto* tag = std::ranges::find(kAddressTags, name, &AddressTag::name);
     if (tag != std::end(kAddressTags)) return addTag(*tag, line.substr(name.size() + 1));
-    // A title may hold anything; it names nothing.
+    // A title may contain anything; it is not an address.
     const auto comma = line.find(',');
     return name != "#EXTINF" || comma == line.npos || append(line.substr(0, comma + 1));
   }
@@ -148,8 +148,8 @@ class Rewriter {
   bool nextIsPlaylist_ = false;
 };
 
-// The next line, up to the first end of line of any kind, as the demultiplexer reads it: what
-// follows a lone carriage return on the same line is not seen.
+// Takes the next line, up to the first end of line of any kind, like the demultiplexer: text after
+// a lone carriage return on the same line is ignored.
 std::string_view takeLine(std::string_view& text) {
   const auto end = std::min(text.find('\n'), text.size());
   const std::string_view line = text.substr(0, end);

@@ -1,4 +1,4 @@
-// Decides what an address may name, by where the address itself came from.
+// Decides which addresses may be fetched, depending on where they came from.
 //
 // Thread: any; keeps no state.
 
@@ -14,7 +14,7 @@ namespace NimboEngine {
 
 enum class SourceScheme { kHttp, kHttps, kFile };
 
-// Where an address came from: the server, or the local file, that named it.
+// The origin of an address: the server or local file that named it.
 struct Origin {
   SourceScheme scheme = SourceScheme::kHttp;
   Reach reach = Reach::kPublic;
@@ -29,10 +29,10 @@ class SourcePolicy {
  public:
   explicit SourcePolicy(const SourceSettings& settings) : settings_(settings) {}
 
-  // Why `origin` may not name an address of that scheme; none when it may.
+  // Returns why `origin` may not name an address of that scheme; none if it may.
   std::optional<std::string> refuseScheme(const MaybeOrigin& origin, SourceScheme scheme) const;
 
-  // Whether what `origin` named may be at an address of that reach.
+  // Returns whether a resource named by `origin` may be at an address of that reach.
   bool allowsReach(const MaybeOrigin& origin, Reach reach) const;
 
  private:

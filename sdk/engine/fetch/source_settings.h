@@ -1,4 +1,5 @@
-// What addresses may name, and how much their servers may send; docs/security.md explains it.
+// Permissions of fetched addresses, and limits on what their servers may send; see
+// docs/security.md.
 //
 // Thread: plain values.
 

@@ -10,7 +10,7 @@
 namespace NimboEngine {
 namespace {
 
-// A converter is ahead by as much as it keeps for itself, which is less.
+// A converter is ahead by the samples that it buffers, which is less.
 constexpr std::chrono::milliseconds kJump{5};
 
 GstAudioInfo infoOf(const AudioFormat& format) {
@@ -24,7 +24,7 @@ int16_t cut(int sample) {
   return static_cast<int16_t>(std::clamp<int>(sample, Limits::min(), Limits::max()));
 }
 
-// How many frames the converter must be given for `frames`: at first it keeps some for itself.
+// Returns how many input frames the converter needs for `frames`: at first it buffers some.
 std::size_t framesFor(GstAudioConverter* converter, std::size_t frames) {
   std::size_t needed = gst_audio_converter_get_in_frames(converter, frames);
   while (gst_audio_converter_get_out_frames(converter, needed) < frames) ++needed;
@@ -67,8 +67,8 @@ AudioMix::Voice AudioMix::makeVoice(const std::shared_ptr<RemoteStream>& stream,
           {}};
 }
 
-// Reads on where it ended: chunks of some rates have two lengths, and the converter keeps samples
-// for itself. A jump of the moments is followed at once.
+// Continues where the last read ended: chunks of some rates have two lengths, and the converter
+// buffers samples. A jump in time is followed immediately.
 void AudioMix::pull(Voice& voice, AudioTimeline::Time moment, std::size_t frames) {
   converted_.assign(frames * static_cast<std::size_t>(format_.channels), 0);
   if (!voice.converter) return;

@@ -1,8 +1,8 @@
-// Adds the sound of remote streams to the local one.
+// Adds the audio of remote streams to the local audio.
 //
 // Thread: one at a time.
-// Ownership: shares the streams that it was given last.
-// Failure: a stream whose sound cannot be converted is not heard.
+// Ownership: shares the streams of the last call.
+// Failure: a stream whose audio cannot be converted is left out.
 
 #pragma once
 
@@ -20,8 +20,8 @@ namespace NimboEngine {
 
 class AudioMix {
  public:
-  // Adds what the streams play from `moment` on to `frames` frames of interleaved samples; what
-  // would be too loud is cut. A stream that is named twice is heard once.
+  // Adds what the streams play from `moment` on to `frames` frames of interleaved samples; the sum
+  // is clipped. A stream that is named twice is added once.
   void add(const std::vector<std::shared_ptr<RemoteStream>>& streams, const AudioFormat& format,
            AudioTimeline::Time moment, int16_t* samples, std::size_t frames);
 
@@ -29,11 +29,11 @@ class AudioMix {
   struct FreeConverter {
     void operator()(GstAudioConverter* converter) const { gst_audio_converter_free(converter); }
   };
-  // A stream that is heard, and what brings its sound into the wanted format.
+  // A stream in the mix, and the converter from its audio to the output format.
   struct Voice {
     std::shared_ptr<RemoteStream> stream;
     std::unique_ptr<GstAudioConverter, FreeConverter> converter;
-    AudioTimeline::Time next{};  // of the next sample that the converter is given
+    AudioTimeline::Time next{};  // of the converter's next input sample
   };
 
   static Voice makeVoice(const std::shared_ptr<RemoteStream>& stream, const AudioFormat& format);
@@ -42,8 +42,8 @@ class AudioMix {
 
   AudioFormat format_;
   std::vector<Voice> voices_;
-  std::vector<int16_t> played_;     // as it is played
-  std::vector<int16_t> converted_;  // as it is wanted
+  std::vector<int16_t> played_;     // as played
+  std::vector<int16_t> converted_;  // in the output format
   std::vector<int> sum_;
 };
 

@@ -36,7 +36,7 @@ void LiveMixer::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClo
   }
   const GstPtr<GstBuffer> mixed = videoMix_.draw(frames);
   if (!mixed) {
-    NIMBO_LOG_ERROR("no memory for a mixed picture");
+    NIMBO_LOG_ERROR("no memory for a mixed frame");
     return;
   }
   GST_BUFFER_PTS(mixed.get()) = time;

@@ -1,9 +1,9 @@
-// Stands between capture and what is published: passes the captured media on as they are or, with a
-// layout, the mix in their place. Who captured them goes on seeing only what was captured.
+// The stage between capture and publisher: passes the captured media on unchanged or, with a
+// layout, the mix in their place. The preview still shows only the captured media.
 //
 // Thread: the consumer's side on the capture threads, the rest on any other.
 // Ownership: the consumer behind it is given and outlives it. Shares the streams of its layout.
-// Failure: a picture without memory is left out.
+// Failure: a frame for which there is no memory is dropped.
 
 #pragma once
 
@@ -19,12 +19,12 @@ namespace NimboEngine {
 
 class LiveMixer final : public FrameConsumer {
  public:
-  // `format` is that of the published picture, in whose pixels a layout is given.
+  // `format` is that of the published frames, in whose pixels a layout is given.
   LiveMixer(FrameConsumer& behind, const VideoFormat& format);
 
   void setFormat(const VideoFormat& format);
 
-  // None: no mix. Everything that is passed on once it has returned follows the layout.
+  // None: no mix. Takes effect on all media passed on after it has returned.
   void setLayout(std::optional<MixLayout> layout);
 
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
@@ -32,7 +32,7 @@ class LiveMixer final : public FrameConsumer {
 
  private:
   FrameConsumer& behind_;
-  // Each is held while one medium is mixed; the layout changes under both.
+  // Each is held while its medium is mixed; the layout is changed with both held.
   std::mutex videoMutex_;
   std::mutex audioMutex_;
   std::optional<MixLayout> layout_;

@@ -14,7 +14,8 @@ namespace {
 using namespace LumoRtc;
 
 constexpr std::size_t kMostPlaces = 16;
-// The farthest that a place may reach, in either direction: what is computed from it stays exact.
+// The largest coordinate that a place may reach, in either direction: computations with it stay
+// exact.
 constexpr int kFarthest = 16384;
 
 std::string errorOf(const Rect& rect) {

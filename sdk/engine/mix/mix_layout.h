@@ -1,4 +1,5 @@
-// Who is seen where in a mix, and the check of a layout that an application asks for.
+// Layout of a mix: the places of its users, and the validation of a layout that an application
+// requests.
 //
 // Thread: plain values.
 // Ownership: a layout shares the streams of the players that it names.
@@ -20,7 +21,7 @@ namespace NimboEngine {
 
 struct MixPlace {
   MixUser user;
-  Rect rect;  // in the published picture, possibly outside
+  Rect rect;  // in the published frame, possibly outside of it
 };
 
 struct MixLayout {
@@ -31,8 +32,8 @@ struct MixLayout {
 
 using FindMixUser = std::function<std::optional<MixUser>(const std::string& userId)>;
 
-// Checks what is asked for. `layout` is only changed when the answer is kLumoLiveOk; otherwise
-// `error` says what is wrong.
+// Validates the requested layout. `layout` is changed only if the result is kLumoLiveOk; otherwise
+// `error` describes the defect.
 LumoRtc::LumoLiveResult makeMixLayout(const LumoRtc::LumoLiveTranscodingConfig& config,
                                       const FindMixUser& findUser, MixLayout& layout,
                                       std::string& error);

@@ -1,4 +1,4 @@
-// The way to the content of the interface's array of mixed streams.
+// Access to the content of the interface's array of mixed streams.
 //
 // Thread: plain values.
 // Ownership: the content belongs to the array.

@@ -7,7 +7,7 @@
 namespace NimboEngine {
 namespace {
 
-// Y, U and V of an RGB colour, as `info` codes colours.
+// Returns Y, U and V of an RGB colour, in the colorimetry of `info`.
 std::array<int, 3> yuvOf(uint32_t rgb, const GstVideoInfo& info) {
   const auto part = [rgb](int shift) { return static_cast<double>(rgb >> shift & 0xff) / 255; };
   const double red = part(16);

@@ -1,8 +1,8 @@
-// Draws a mix: a background, and pictures at their places on it.
+// Draws a mix: a background, and frames at their places on it.
 //
 // Thread: one at a time.
 // Ownership: owns the buffers' pool; the buffers drawn are the caller's.
-// Failure: null when there is no memory. A picture that cannot be read is left out.
+// Failure: null if there is no memory. A frame that cannot be read is left out.
 
 #pragma once
 
@@ -20,15 +20,15 @@ namespace NimboEngine {
 
 class VideoMix {
  public:
-  // What is drawn from now on. The layout's users are not looked at.
+  // Sets the format and layout of what is drawn from now on. The layout's users are not used.
   void setFormat(const VideoFormat& format);
   void setLayout(const MixLayout& layout);
 
-  // `frames` has one for each place of the layout; what is none leaves its place free. A format
-  // and a layout must have been set.
+  // `frames` has one entry for each place of the layout; an empty one leaves its place free. A
+  // format and a layout must have been set.
   GstPtr<GstBuffer> draw(const std::vector<std::optional<RemoteStream::Frame>>& frames);
 
-  // The layout of what is drawn.
+  // The format of the drawn frames.
   const GstVideoInfo& info() const { return pool_->info(); }
 
  private:

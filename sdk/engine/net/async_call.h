@@ -1,5 +1,5 @@
-// Waits on this thread for one asynchronous operation of GIO's, until a deadline. The synchronous
-// forms know no deadline.
+// Waits on this thread for one asynchronous GIO operation, until a deadline. The synchronous forms
+// have no deadline.
 //
 //   AsyncCall call(cancellable, deadline);
 //   g_resolver_lookup_by_name_async(resolver, name, cancellable, AsyncCall::onDone, &call);
@@ -7,8 +7,8 @@
 //
 // Thread: all on one, which runs no other main context meanwhile.
 // Ownership: owns the result until it ends.
-// Failure: the operation's own. At the deadline it is cancelled, and so is everything else that the
-//   cancellable stands for; timedOut() tells the two apart.
+// Failure: the operation's own. At the deadline it is cancelled, and so is everything else that
+//   shares the cancellable; timedOut() distinguishes the two.
 
 #pragma once
 
@@ -28,7 +28,7 @@ class AsyncCall {
   // The operation's callback; `call` is the AsyncCall.
   static void onDone(GObject* object, GAsyncResult* result, gpointer call);
 
-  // Until the callback was called.
+  // Blocks until the callback has been called.
   GAsyncResult* wait();
 
   bool timedOut() const { return timedOut_; }

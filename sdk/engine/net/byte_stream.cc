@@ -47,7 +47,7 @@ ByteStream::ByteStream(GlibPtr<GSocket> socket)
       input_(G_POLLABLE_INPUT_STREAM(g_io_stream_get_input_stream(connection_.get()))),
       output_(G_POLLABLE_OUTPUT_STREAM(g_io_stream_get_output_stream(connection_.get()))) {}
 
-// Cut first: TLS would say goodbye otherwise, and wait until that is sent.
+// Cut first: otherwise TLS would send close_notify and wait until that is sent.
 ByteStream::~ByteStream() {
   cut();
 }

@@ -1,9 +1,9 @@
-// A TCP connection, with TLS on top where it was asked for: non-blocking reading and writing, and
-// what the kernel knows about the data on their way.
+// A TCP connection, optionally with TLS: non-blocking reading and writing, and the kernel's figures
+// about data in flight.
 //
 // Thread: startTls, read and write on one thread; the rest from any, while the object lives.
 // Ownership: owns the socket. Destruction cuts the connection and never waits for the network.
-// Failure: read and write say so by their result, and why in failure().
+// Failure: read and write report it by their result, with details in failure().
 
 #pragma once
 
@@ -37,7 +37,7 @@ class ByteStream {
   // The end of the stream is a failure, kClosedByPeer.
   Result read(std::span<uint8_t> target, std::size_t& count);
 
-  // After kWouldBlock the next call must begin with the same bytes; there may be more behind them.
+  // After kWouldBlock the next call must begin with the same bytes; more may follow them.
   Result write(std::span<const uint8_t> source, std::size_t& count);
 
   const ConnectionFailure& failure() const { return failure_; }
@@ -45,8 +45,8 @@ class ByteStream {
   // Ends the connection at once; reading and writing fail from now on.
   void cut();
 
-  // Acknowledges what was received so far without the usual delay. Servers that send an answer in
-  // several pieces wait for that before each piece.
+  // Acknowledges what was received so far without the usual delay. Servers that send a response in
+  // several segments wait for that before each segment.
   void acknowledgeAtOnce();
 
   int descriptor() const { return descriptor_; }

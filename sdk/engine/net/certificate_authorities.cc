@@ -8,7 +8,7 @@
 namespace NimboEngine {
 namespace {
 
-// Whether there is a certificate in it: a database of a file without one is made all the same.
+// Checks that the file contains a certificate: GIO creates a database from a file without one too.
 bool holdsCertificate(const std::string& file, GError** error) {
   GList* list = g_tls_certificate_list_new_from_file(file.c_str(), error);
   const bool found = list != nullptr;
@@ -21,7 +21,7 @@ bool holdsCertificate(const std::string& file, GError** error) {
 std::string trustCertificates(const std::string& file) {
   if (file.empty()) return {};
   std::error_code missing;
-  // Reading a pipe may never end.
+  // Reading a pipe might block forever.
   if (!std::filesystem::is_regular_file(file, missing)) return "there is no such file";
   const std::string path = std::filesystem::absolute(file, missing);
   GError* error = nullptr;

@@ -1,9 +1,9 @@
-// TLS trust: the certificate authorities whose servers are trusted on encrypted connections, in the
-// whole process. At first the system's.
+// TLS trust: the certificate authorities that are trusted on encrypted connections, in the whole
+// process. Initially the system's.
 //
-// Thread: any; GStreamer must have been started (see gst/runtime.h), since this makes types of
-//   GIO's.
-// Failure: a reason, and what was trusted before stays so.
+// Thread: any; GStreamer must have been started (see gst/runtime.h), since this registers GIO
+//   types.
+// Failure: an error text; the previous authorities stay trusted.
 
 #pragma once
 
@@ -11,8 +11,8 @@
 
 namespace NimboEngine {
 
-// From now on `file`'s authorities (PEM) are the trusted ones. An empty name changes nothing.
-// Returns an empty text, or why they cannot be used.
+// Trusts the authorities in `file` (PEM) from now on, and only those. An empty name changes
+// nothing. Returns an empty text, or an error text if they cannot be used.
 std::string trustCertificates(const std::string& file);
 
 }  // namespace NimboEngine

@@ -1,4 +1,4 @@
-// Why an RTMP connection could not be had, or ended.
+// Errors of an RTMP connection: why it could not be established, or ended.
 //
 // Thread: plain values.
 
@@ -10,19 +10,19 @@
 namespace NimboEngine {
 
 enum class ConnectionError {
-  // The way to the server
+  // Connecting to the server
   kHostNotFound,
-  kRefused,      // nobody listens on the port
+  kRefused,      // no process listens on the port
   kUnreachable,  // there is no route to the host
   kTimeout,
   kTlsUntrusted,  // the certificate: its authority, its host name or its dates
   kTlsFailed,     // anything else about TLS
   kClosedByPeer,  // closed or reset
   kSystem,        // this machine: out of descriptors, for example
-  // What the peer sends
+  // Data from the peer
   kProtocolViolation,
   kLimitExceeded,  // the text names the limit
-  // What the server answers
+  // Responses of the server
   kConnectRejected,  // "connect" or "createStream": an unknown application, a redirect
   kAuthenticationNeeded,
   kPublishDenied,    // the server's authorisation forbids the stream
@@ -38,7 +38,7 @@ std::string_view nameOf(ConnectionError error);
 
 struct ConnectionFailure {
   ConnectionError error{};
-  std::string text;  // the server's own words where it sent some
+  std::string text;  // the server's own text if it sent one
 };
 
 }  // namespace NimboEngine

@@ -1,4 +1,4 @@
-// Ends a thread's waiting, whichever way it waits: in poll(), or in an operation of GIO's.
+// Interrupts a thread that waits in poll() or in a GIO operation.
 //
 // Thread: any.
 // Ownership: owns an event descriptor and a cancellable.
@@ -21,7 +21,7 @@ class StopSignal {
 
   bool isValid() const { return descriptor_ >= 0; }
 
-  // For good: what waits or begins to wait returns at once.
+  // Permanent: all waiting calls, and later ones, return immediately.
   void stop();
   bool isStopped() const { return stopped_; }
 

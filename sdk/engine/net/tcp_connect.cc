@@ -21,8 +21,8 @@ using Addresses = std::vector<GlibPtr<GInetAddress>>;
 
 // What RFC 8305 recommends.
 constexpr std::chrono::milliseconds kAttemptDelay{250};
-// A quarter of a second at 2 Mbit/s. With the system's own several megabytes a frozen server would
-// go unnoticed: they swallow the stream for minutes.
+// A quarter of a second at 2 Mbit/s. With the system's default of several megabytes a frozen server
+// would go unnoticed: the buffer absorbs the stream for minutes.
 constexpr int kSendBufferBytes = 64 * 1024;
 // How long sent data may stay unacknowledged. 6 s was seen to cut links that were merely slow.
 constexpr std::chrono::milliseconds kUnacknowledgedTimeout{10'000};
@@ -31,7 +31,7 @@ ConnectionFailure noAnswer(const std::string& host, int port) {
   return {ConnectionError::kTimeout, fmt::format("no connection to {}:{} in time", host, port)};
 }
 
-// Families take turns, beginning with that of the first address.
+// Alternates the address families, beginning with that of the first address.
 Addresses interleaved(Addresses addresses) {
   if (addresses.empty()) return addresses;
   const GSocketFamily family = g_inet_address_get_family(addresses.front().get());
@@ -79,10 +79,10 @@ void setOptions(GSocket* socket) {
                     {.bufferBytes = kSendBufferBytes, .unacknowledged = kUnacknowledgedTimeout});
 }
 
-// The attempts that are under way.
+// The attempts in progress.
 class Attempts {
  public:
-  // Returns the socket when it is connected at once.
+  // Returns the socket if it is connected immediately.
   GlibPtr<GSocket> begin(GInetAddress* address, int port) {
     GError* error = nullptr;
     GlibPtr<GSocket> socket(g_socket_new(g_inet_address_get_family(address), G_SOCKET_TYPE_STREAM,
@@ -98,8 +98,8 @@ class Attempts {
     return nullptr;
   }
 
-  // Waits until an attempt has ended, until `stop` or for `timeout`. Returns the socket that is
-  // connected, if one is.
+  // Waits until an attempt has ended, until `stop` or for `timeout`. Returns the connected socket,
+  // if any.
   GlibPtr<GSocket> wait(const StopSignal& stop, std::chrono::milliseconds timeout) {
     std::vector<pollfd> polled = {{stop.descriptor(), POLLIN, 0}};
     for (const auto& socket : sockets_)

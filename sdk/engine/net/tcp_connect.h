@@ -1,10 +1,11 @@
-// Opens a TCP connection to a host by name, trying its addresses of both families side by side: the
-// next one begins when the last has had a quarter of a second or has failed.
+// Opens a TCP connection to a host by name, trying its addresses of both families in parallel: each
+// attempt starts a quarter of a second after the last, or as soon as that has failed.
 //
 // Thread: any; blocks until it is connected, refused, stopped or past the deadline.
 // Ownership: the socket is the caller's. It is non-blocking and is not inherited by child
 //   processes.
-// Failure: of several addresses the last error counts. After a stop the failure means nothing.
+// Failure: if all addresses fail, the last error is returned. After a stop the failure has no
+//   meaning.
 
 #pragma once
 
@@ -19,7 +20,7 @@
 
 namespace NimboEngine {
 
-// Whether a connection to that address may be tried.
+// Returns whether a connection to that address may be tried.
 using AddressFilter = std::function<bool(GInetAddress*)>;
 
 // An empty filter lets every address pass. Without an address that may be tried, the host counts as

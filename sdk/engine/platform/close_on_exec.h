@@ -1,9 +1,9 @@
-// Keeps descriptors from the programs that the application starts.
+// Prevents child processes of the application from inheriting descriptors.
 //
 // The engine's own are opened with O_CLOEXEC. GStreamer's are not all: each of its buses holds a
-// pair of sockets without it, and so do file sources. They cannot be opened in another way, so they
-// are marked once they are there. Marked are all descriptors of the process that came without the
-// mark after the start; Node and Chromium never open one like that.
+// pair of sockets without it, and so do file sources. They cannot be opened differently, so they
+// are marked afterwards. All descriptors of the process that were opened unmarked after the start
+// get the mark; Node and Chromium never open one like that.
 //
 // Thread: any.
 // Failure: descriptors stay unmarked where /proc cannot be read.
@@ -12,10 +12,10 @@
 
 namespace NimboEngine {
 
-// Once, before libraries open anything: descriptors that are inheritable now stay so.
+// To be called once, before libraries open anything: descriptors that are inheritable now stay so.
 void noteInheritableDescriptors();
 
-// Marks what has come since.
+// Marks the descriptors opened since.
 void markNewDescriptors();
 
 }  // namespace NimboEngine

@@ -8,7 +8,7 @@ namespace {
 constexpr int64_t kChannels = kPlayedAudio.channels;
 constexpr int64_t kRate = kPlayedAudio.rate;
 constexpr int64_t kLength = kRate;  // frames that are kept
-// Moments are rounded to nanoseconds and pieces follow each other: a smaller difference is no gap.
+// Times are rounded to nanoseconds and chunks are contiguous: a smaller difference is not a gap.
 constexpr int64_t kRounding = 2;
 
 int64_t frameAt(AudioTimeline::Time moment) {

@@ -1,8 +1,8 @@
-// The last second of one stream's audio, by the moments at which it is heard.
+// The last second of one stream's audio, by presentation time.
 //
 // Thread: any.
 // Ownership: copies samples in and out.
-// Failure: none; what is not there is silence.
+// Failure: none; missing samples read as silence.
 
 #pragma once
 
@@ -21,10 +21,11 @@ class AudioTimeline {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  // Interleaved samples as kPlayedAudio says, heard from `moment` on. Moments ascend.
+  // Stores interleaved samples in the format kPlayedAudio, presented from `moment` on. Moments
+  // ascend.
   void put(std::span<const int16_t> samples, Time moment);
 
-  // Fills `out` with what is heard from `moment` on.
+  // Fills `out` with the audio presented from `moment` on.
   void read(Time moment, std::span<int16_t> out) const;
 
   void clear();
@@ -33,7 +34,7 @@ class AudioTimeline {
   mutable std::mutex mutex_;
   std::vector<int16_t> ring_;
   int64_t end_ = 0;   // the frame number behind the last one, counted from the clock's origin
-  int64_t held_ = 0;  // frames before `end_` that are there
+  int64_t held_ = 0;  // frames before `end_` that are stored
 };
 
 }  // namespace NimboEngine

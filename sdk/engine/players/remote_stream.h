@@ -1,9 +1,9 @@
-// What one player plays, for whoever mixes it: the newest video frame, and the audio of this
+// One player's output, for the mixes that use it: the newest video frame, and the audio of the
 // moment.
 //
 // Thread: any; frames on one thread at a time, audio on one.
 // Ownership: shared between the player that fills it and the mixes that read it. Keeps a reference
-//   to one frame, which nobody writes to.
+//   to one frame, which is never written to.
 // Failure: none.
 
 #pragma once
@@ -29,17 +29,18 @@ class RemoteStream {
     GstVideoInfo info;
   };
 
-  // The player's side: I420 frames at their moment of presentation, audio ahead of it.
+  // The producer side, called by the player: I420 frames at their presentation time, audio ahead of
+  // it.
   void putFrame(GstBuffer* frame, const GstVideoInfo& info);
   void putAudio(const AudioAligner::Piece& piece) { audio_.put(piece.samples, piece.moment); }
 
-  // Nothing plays any more: no picture, silence.
+  // Playback has ended: no frame, silence.
   void clear();
 
-  // None before the first picture.
+  // None before the first frame.
   std::optional<Frame> frame() const;
 
-  // Fills `out` with what is heard from `moment` on, silence where nothing is.
+  // Fills `out` with the audio presented from `moment` on, silence where there is none.
   void audioAt(AudioTimeline::Time moment, std::span<int16_t> out) const {
     audio_.read(moment, out);
   }

@@ -1,7 +1,7 @@
 // Converts and scales frames into 32-bit pixels.
 //
 // Thread: one thread at a time.
-// Failure: paint() answers false when the frame cannot be read or converted.
+// Failure: paint() returns false if the frame cannot be read or converted.
 
 #pragma once
 
@@ -20,8 +20,8 @@ class FramePainter {
   explicit FramePainter(const ViewStyle& style)
       : style_(style), converter_(style.mode, GST_VIDEO_RESAMPLER_METHOD_CUBIC) {}
 
-  // Paints `frame` on `pixels`: rows without gaps, each pixel blue, green, red, alpha. What the
-  // picture does not cover becomes black.
+  // Paints `frame` on `pixels`: rows without gaps, each pixel blue, green, red, alpha. Pixels that
+  // the frame does not cover become black.
   bool paint(GstBuffer* frame, const GstVideoInfo& info, uint8_t* pixels, Size size);
 
  private:

@@ -16,7 +16,7 @@ std::unique_ptr<ShmSegment> ShmSegment::attach(xcb_connection_t* connection, siz
   const uint32_t id = xcb_generate_id(connection);
   const XReply<xcb_generic_error_t> refused(xcb_request_check(
       connection, xcb_shm_attach_checked(connection, id, static_cast<uint32_t>(key), 0)));
-  shmctl(key, IPC_RMID, nullptr);  // goes when both sides have detached, even after a crash
+  shmctl(key, IPC_RMID, nullptr);  // removed when both sides have detached, even after a crash
   if (reinterpret_cast<intptr_t>(data) == -1) return nullptr;
   if (refused || xcb_connection_has_error(connection)) {
     shmdt(data);

@@ -2,7 +2,7 @@
 //
 // Thread: that of its connection.
 // Ownership: owns the memory; the connection must outlive it.
-// Failure: attach() answers null when the server does not share memory (it may run on another
+// Failure: attach() returns null if the server does not share memory (it may run on another
 //   machine).
 
 #pragma once

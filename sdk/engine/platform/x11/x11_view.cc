@@ -54,7 +54,7 @@ void X11View::State::run() {
   }
 }
 
-// The newest frame, once there is one; none when the view closes.
+// Waits for and returns the newest frame; none when the view closes.
 std::optional<Frame> X11View::State::next() {
   MutexLock lock(mutex);
   changed.wait(lock, [this]() NIMBO_REQUIRES(mutex) { return stopping || newest; });

@@ -1,13 +1,12 @@
-// Shows frames in an X11 window that belongs to somebody else, scaled to whatever size it has.
+// Shows frames in a foreign X11 window, scaled to its current size.
 //
-// Thread: frames on any one thread, which never waits: of frames that come faster than they are
-//   drawn only the newest is kept. The events are called on the view's own thread, all but
-//   onDrawn at most once, and not any more when destruction has begun to return; they must not
-//   destroy the view.
+// Thread: frames on any one thread, which never blocks: if frames arrive faster than they are
+//   drawn, only the newest is kept. The events are called on the view's own thread, all but onDrawn
+//   at most once, and never after destruction; they must not destroy the view.
 // Ownership: the window is the caller's and may be destroyed at any time. A display server that
 //   does not answer delays destruction a sixth of a second at most.
-// Failure: when there is no such window or server, or it goes away, onLost is called and nothing
-//   is drawn any more.
+// Failure: if there is no such window or server, or it disappears, onLost is called and nothing is
+//   drawn any more.
 
 #pragma once
 

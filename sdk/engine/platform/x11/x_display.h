@@ -1,9 +1,9 @@
-// What every client of the X server here needs: owning handles, and a few facts about the display.
+// Helpers for X clients: owning handles, and properties of the display.
 //
 // Thread: a connection is used by one thread at a time.
 // Ownership: as the handles say.
-// Failure: nothing here ends the process, whatever becomes of the server: a connection that broke
-//   is noticed by xcb_connection_has_error() and answers every request with null.
+// Failure: nothing here ends the process, even if the server dies: a broken connection is detected
+//   by xcb_connection_has_error() and yields null for every request.
 
 #pragma once
 
@@ -18,7 +18,7 @@ namespace NimboEngine {
 struct FreeReply {
   void operator()(void* reply) const { std::free(reply); }
 };
-// An answer, an event or an error, which libxcb allocates for its caller.
+// A reply, an event or an error, which libxcb allocates for its caller.
 template <class T>
 using XReply = std::unique_ptr<T, FreeReply>;
 
@@ -36,8 +36,8 @@ struct XDisplay {
   static XDisplay open();
 };
 
-// Whether pixels of that depth are 24 or 32 bits in 32, least significant byte first: what every
-// present desktop has.
+// Returns whether pixels of that depth are 24 or 32 bits in 32, least significant byte first, as on
+// every current desktop.
 bool hasPlainPixels(xcb_connection_t* connection, uint8_t depth);
 
 // A null connection has none.

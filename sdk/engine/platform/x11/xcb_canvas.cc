@@ -23,7 +23,7 @@ XcbCanvas::~XcbCanvas() = default;
 bool XcbCanvas::refresh() {
   xcb_connection_t* connection = connection_.get();
   if (xcb_connection_has_error(connection)) return false;
-  // The reply also tells that the server has done all that was asked before.
+  // The reply also means that the server has processed all earlier requests.
   const XReply<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window_), nullptr));
   while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {

@@ -1,10 +1,10 @@
-// A drawing surface that is shown in a window of another program or toolkit: 32 bits a pixel, in
-// memory shared with the X server where the server allows it, else sent to it.
+// A drawing surface shown in a window of another program or toolkit: 32 bits a pixel, in memory
+// shared with the X server where the server allows it, else sent to it.
 //
 // Thread: one thread at a time.
 // Ownership: owns its connection to the X server, named by $DISPLAY, and the surface. The window is
-//   somebody else's and may go at any time, as may the server; neither ends the process.
-// Failure: refresh() answers false for ever once window or server are gone.
+//   foreign and may disappear at any time, as may the server; neither ends the process.
+// Failure: refresh() returns false permanently once window or server are gone.
 
 #pragma once
 
@@ -28,8 +28,8 @@ class XcbCanvas {
   XcbCanvas(const XcbCanvas&) = delete;
   XcbCanvas& operator=(const XcbCanvas&) = delete;
 
-  // Brings the surface to the window's present size and waits until the server has done with what
-  // was shown before. False when the window cannot be drawn into (any more).
+  // Resizes the surface to the window and waits until the server has finished with what was shown
+  // before. Returns false if the window cannot be drawn into (any more).
   bool refresh();
 
   Size size() const { return size_; }
@@ -40,7 +40,7 @@ class XcbCanvas {
   // Shows the surface.
   void show();
 
-  // Whether the surface is in shared memory.
+  // Returns whether the surface is in shared memory.
   bool isShared() const { return shared_ != nullptr; }
 
  private:
