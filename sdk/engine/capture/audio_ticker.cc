@@ -9,8 +9,8 @@
 namespace NimboEngine {
 namespace {
 
-// Overdue chunks are made up for as long as a second is not exceeded: leaving out a chunk would
-// shorten the sound against the picture.
+// Overdue chunks are caught up on for up to a second: leaving out a chunk would shift the audio
+// against the video.
 constexpr uint64_t kCatchUp = AudioTicker::kChunksPerSecond;
 
 // The first frame of chunk `number`. Rates that 50 does not divide get chunks of two lengths.
@@ -43,7 +43,7 @@ void AudioTicker::tick(uint64_t number, GstClockTime time) {
   const size_t frames = firstFrame(number + 1, format_.rate) - firstFrame(number, format_.rate);
   std::vector<int16_t> samples(frames * static_cast<size_t>(format_.channels));
   if (source) source->pull(samples.data(), frames);
-  // What was recorded while muted is taken all the same, so that it is not heard afterwards.
+  // Samples recorded while muted are consumed too, so that they are not audible afterwards.
   if (silent_) std::fill(samples.begin(), samples.end(), int16_t{0});
   const GstPtr<GstBuffer> chunk(
       gst_buffer_new_memdup(samples.data(), samples.size() * sizeof(int16_t)));

@@ -1,5 +1,6 @@
-// The rhythm of the sound: every 20 ms one chunk of exactly the right length goes to the consumers,
-// whatever the source does. What the source does not give is silence, as is all while muted.
+// Clocked audio output: every 20 ms one chunk of exactly the right length goes to the consumers,
+// whatever the source does. Samples that the source does not deliver are silence, as is everything
+// while muted.
 //
 // Thread: the setters on any thread; consumers are called on the tick thread.
 // Ownership: shares the FIFO; the consumer list must outlive the ticker.
@@ -23,8 +24,8 @@ class AudioTicker {
 
   AudioTicker(const AudioFormat& format, ConsumerList& consumers);
 
-  // Which source is heard, as soon as it has something to give; until then its predecessor. Null:
-  // none, at once.
+  // Selects the source, which takes over from its predecessor as soon as it has samples. Null:
+  // none, immediately.
   void setSource(std::shared_ptr<SampleFifo> source);
 
   void setSilent(bool silent) { silent_ = silent; }
@@ -38,7 +39,7 @@ class AudioTicker {
   std::atomic<bool> silent_{false};
   std::mutex mutex_;
   std::shared_ptr<SampleFifo> source_;
-  std::shared_ptr<SampleFifo> next_;  // not heard yet
+  std::shared_ptr<SampleFifo> next_;  // not in use yet
   Ticker ticker_;                     // last: its thread uses everything above
 };
 

@@ -7,7 +7,7 @@
 namespace NimboEngine {
 namespace {
 
-// Makes the size and the frame rate definite, as near as the structure allows.
+// Fixates size and frame rate as near to `wanted` as the structure allows.
 void fixateNear(GstStructure& format, const VideoFormat& wanted) {
   gst_structure_fixate_field_nearest_int(&format, "width", wanted.width);
   gst_structure_fixate_field_nearest_int(&format, "height", wanted.height);

@@ -1,8 +1,8 @@
-// Which of a camera's formats to use.
+// Chooses one of a camera's formats.
 //
 // Thread: any.
 // Ownership: returns new caps.
-// Failure: null when nothing offered can be decoded here.
+// Failure: null if none of the offered formats can be decoded here.
 
 #pragma once
 
@@ -11,9 +11,9 @@
 
 namespace NimboEngine {
 
-// The raw or JPEG format among `offered` that comes nearest to what is wanted. A missing part of
-// the frame rate counts twice as much as the same part of the width or height; between equals raw
-// wins, which needs no decoding.
+// Returns the raw or JPEG format among `offered` that is nearest to `wanted`. A deficit in frame
+// rate weighs twice as much as the same deficit in width or height; of equals the raw format, which
+// needs no decoding, is chosen.
 GstPtr<GstCaps> chooseCameraCaps(const GstCaps& offered, const VideoFormat& wanted);
 
 }  // namespace NimboEngine

@@ -9,7 +9,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How much sound gathers before a source is heard, and how much may.
+// How much audio of a source is buffered before it is used, and how much at most.
 constexpr size_t kPrebufferMs = 40;
 constexpr size_t kLimitMs = 200;
 
@@ -37,7 +37,7 @@ CaptureSession::CaptureSession(CaptureSettings settings, FrameCallback onFrame,
 }
 
 CaptureSession::~CaptureSession() {
-  // Both at once, since each may take its time.
+  // Both in parallel, since each may take long.
   if (camera_) camera_->requestStop();
   if (microphone_) microphone_->requestStop();
 }
@@ -65,7 +65,7 @@ void CaptureSession::setFormat(const VideoFormat& format) {
     if (format != before) screen_->setFormat(format, showScreen());
     return;
   }
-  // Its last picture stays until the new one has its first.
+  // The last frame stays until the new camera delivers its first.
   if (!camera_ || format.fps <= cameraFps_ || cameraFile(settings_.camera)) return;
   closeCamera();
   openCamera();
@@ -118,7 +118,7 @@ void CaptureSession::shareScreen(uint32_t id, ScreenCapture::ErrorCallback onErr
   std::lock_guard lock(mutex_);
   if (!video_) return;
   const auto frames = showScreen();
-  screen_.reset();  // not two at once
+  screen_.reset();  // never two at once
   screen_ = std::make_unique<ScreenCapture>(id, wanted_, frames, std::move(onError));
 }
 
@@ -137,7 +137,7 @@ void CaptureSession::setScreenPaused(bool paused) {
   video_->choice().showPlaceholder(Placeholder::kScreenPaused, paused);
 }
 
-// Where its pictures are to go.
+// Returns the mailbox for the screen's frames.
 std::shared_ptr<FrameMailbox> CaptureSession::showScreen() {
   auto frames = std::make_shared<FrameMailbox>();
   video_->choice().setSource({frames, wanted_, FrameOrigin::kScreen});
@@ -172,7 +172,7 @@ bool CaptureSession::isFileAudio() const {
   return settings_.microphone == settings_.camera && cameraFile(settings_.camera);
 }
 
-// A file's sound is always taken along, so that choosing it does not begin the film anew.
+// The audio of a file is always decoded too, so that choosing it does not restart the file.
 void CaptureSession::openCamera() {
   if (!video_ && !isFileAudio()) return;
   SourceOutputs outputs{settings_.video, settings_.mirror, nullptr, settings_.audio, nullptr};
@@ -196,7 +196,7 @@ void CaptureSession::openCamera() {
       });
 }
 
-// Its last picture stays.
+// Its last frame stays.
 void CaptureSession::closeCamera() {
   if (frames_) frames_->freeze();
   camera_.reset();

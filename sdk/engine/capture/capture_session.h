@@ -1,14 +1,12 @@
-// What is captured: one camera or a screen in its place, and one microphone, delivered to the
-// consumers without a break for as long as the session lives, whatever becomes of the sources. A
-// source that is missing, fails or is stopped leaves its last picture (black before the first) and
-// silence.
+// A capture session: one camera or a screen in its place, and one microphone, delivered to the
+// consumers without gaps during the session's lifetime, whatever happens to the sources. A source
+// that is missing, fails or is stopped leaves its last frame (black before the first) and silence.
 //
 // Thread: any. `onFrame` and the consumers are called on the tick threads; `onFailure` on a thread
-//   of the session's. Consumers are added and removed, and the session destroyed, from none of
-//   these calls.
+//   of the session. None of these calls may add or remove consumers, or destroy the session.
 // Ownership: consumers are the caller's. Destruction stops and joins the tick threads and waits a
 //   third of a second at most for sources and screen.
-// Failure: reported by `onFailure`; the session goes on. GStreamer must have been started.
+// Failure: reported by `onFailure`; the session continues. GStreamer must have been started.
 
 #pragma once
 
@@ -34,21 +32,21 @@ namespace NimboEngine {
 struct CaptureSettings {
   VideoFormat video;
   AudioFormat audio;
-  bool audioOnly = false;  // no picture; onFrame and onVideoFrame are never called
+  bool audioOnly = false;  // no video; onFrame and onVideoFrame are never called
   bool mirror = false;     // left and right exchanged
-  // The identifiers of devices/devices.h. A file's sound is a microphone of the file's own
-  // identifier "file:<path>", and goes with its picture where the camera is the same file; without
-  // a sound track it is silence.
+  // The identifiers of devices/devices.h. The audio of a file is a microphone with the file's
+  // identifier "file:<path>", in sync with its video if the camera is the same file; without an
+  // audio track it is silence.
   std::string camera;
   std::string microphone;
-  // Files (capture/still_image.h) that stand in for the picture; "": none.
+  // Files (capture/still_image.h) shown as placeholder images; "": none.
   std::string pauseImage;        // while the screen is paused
   std::string networkPoorImage;  // while the network is poor
 };
 
 class CaptureSession {
  public:
-  // `id` is that of the camera or microphone that failed.
+  // `id` identifies the camera or microphone that failed.
   using FailureCallback =
       std::function<void(DeviceKind kind, const std::string& id, const std::string& message)>;
 
@@ -59,38 +57,37 @@ class CaptureSession {
 
   void addConsumer(FrameConsumer* consumer) { consumers_.add(consumer); }
 
-  // Returns when no call of the consumer is running and none will come.
+  // Returns when no call of the consumer is running or will follow.
   void removeConsumer(FrameConsumer* consumer) { consumers_.remove(consumer); }
 
-  // Sound becomes silence.
+  // Replaces the audio by silence.
   void setMuted(bool muted) { audio_.setSilent(muted); }
 
-  // The camera's picture becomes black; the camera goes on. A shared screen stays visible.
+  // Replaces the camera's frames by black; the camera keeps running. A shared screen stays visible.
   void setCameraMuted(bool muted);
 
-  // False: the camera is released and its last picture stands still. True: it is opened again, a
-  // file from its beginning. The sound of a file goes with its picture.
+  // False: the camera is released and its last frame stays. True: it is opened again, a file from
+  // its beginning. The audio of a file stops and starts with its video.
   void setCameraRunning(bool running);
 
-  // Takes pictures and sound from others from now on; what is the same already goes on. The last
-  // picture stays until the new camera has its first, the old microphone is heard until the new one
-  // has something to give.
+  // Switches to other devices; an unchanged one keeps running. The last frame stays until the new
+  // camera delivers its first, the old microphone stays in use until the new one delivers samples.
   void setDevices(const std::string& camera, const std::string& microphone);
 
-  // The microphone is not heard any more from now on, until another one is set.
+  // Silences the microphone until another one is set.
   void dropMicrophone();
 
-  // Whether the camera or microphone was opened at least so long ago and has given nothing yet. A
-  // driver or service that hangs fails without a word.
+  // Returns whether the camera or microphone was opened at least `timeout` ago and has delivered
+  // nothing yet. A driver or service that hangs reports no error.
   bool hasHung(DeviceKind kind, std::chrono::steady_clock::duration timeout);
 
-  // Pictures of another format are wanted from now on. All come at its rate; a screen and images
-  // get its size, the camera keeps the size that it began with. A camera that is shown and too slow
-  // is opened again; a file gives what it has.
+  // Changes the video format. All frames follow its rate; a screen and images get its size, the
+  // camera keeps the size that it was opened with. A visible camera that is too slow is opened
+  // again; a file keeps its own rate.
   void setFormat(const VideoFormat& format);
 
-  // Shows a screen (capture/screen/screen_sources.h) instead of the camera, which goes on unseen.
-  // `onError` as ScreenCapture calls it. Not when only sound is captured.
+  // Shows a screen (capture/screen/screen_sources.h) instead of the camera, which keeps running.
+  // `onError`: see ScreenCapture. Must not be called when only audio is captured.
   void shareScreen(uint32_t id, ScreenCapture::ErrorCallback onError);
   void stopScreen();
 
@@ -112,7 +109,7 @@ class CaptureSession {
   VideoFormat wanted_;
   const FailureCallback onFailure_;
   ConsumerList consumers_;
-  std::unique_ptr<VideoTicker> video_;  // null when only sound is captured
+  std::unique_ptr<VideoTicker> video_;  // null when only audio is captured
   AudioTicker audio_;
   std::mutex mutex_;
   std::shared_ptr<FrameMailbox> frames_;

@@ -18,8 +18,8 @@ void setIfKnown(GstElement* element, const char* property, gboolean value) {
   }
 }
 
-// A pipeline of the device's own element in front of `description`, whose first element must be
-// called kEntry.
+// Builds a pipeline of the device's own element followed by `description`, whose first element must
+// be named kEntry.
 std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::string& description,
                                               const SourceOutputs& outputs,
                                               Pipeline::Handler handler, std::string& error) {
@@ -32,11 +32,11 @@ std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::stri
   }
   gst_bin_add(GST_BIN(pipeline->get()), source);
   setIfKnown(source, "provide-clock", FALSE);  // everything runs on the system clock
-  // PipeWire's pictures lie in the camera's memory, which goes when the camera is unplugged.
+  // PipeWire's frames are in the camera's memory, which disappears when the camera is unplugged.
   setIfKnown(source, "always-copy", TRUE);
   const GstPtr<GstElement> entry = pipeline->element(kEntry);
   if (!gst_element_link(source, entry.get())) {
-    error = fmt::format("{} offers nothing usable", name.get());
+    error = fmt::format("{} offers no usable format", name.get());
     return nullptr;
   }
   connectOutputs(pipeline->get(), outputs);
@@ -53,7 +53,7 @@ std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::st
   const GstPtr<GstCaps> offered(device ? gst_device_get_caps(device.get()) : nullptr);
   const GstPtr<GstCaps> chosen = offered ? chooseCameraCaps(*offered, outputs_.video) : nullptr;
   if (!chosen) {
-    error = fmt::format("camera {} {}", id_, device ? "offers nothing usable" : "is not there");
+    error = fmt::format("camera {} {}", id_, device ? "offers no usable format" : "is not there");
     return nullptr;
   }
   const GstPtr<gchar> caps(gst_caps_to_string(chosen.get()));

@@ -1,8 +1,8 @@
-// Cameras and microphones that are plugged in.
+// Sources of plugged-in cameras and microphones.
 //
-// Thread, ownership: as Source says. Building the pipeline may block in the device's driver.
-// Failure: a device that is not there or offers nothing usable ends the source; one that falls
-//   silent is noticed by its progress().
+// Thread, ownership: see Source. Building the pipeline may block in the device's driver.
+// Failure: a device that is missing or offers no usable format ends the source; progress() reveals
+//   a device that stalls.
 
 #pragma once
 

@@ -11,7 +11,7 @@
 
 namespace NimboEngine {
 
-// Takes the decoder's streams as they are found: the first picture and the first sound.
+// Links the decoder's streams as they are found: the first video and the first audio stream.
 struct FileSource::Decoded {
   GstElement* pipeline;  // owns the decoder, which owns this
   SourceOutputs outputs;
@@ -60,7 +60,7 @@ void FileSource::Decoded::take(GstPad* pad) {
 
 void FileSource::Decoded::finish(GstElement* decoder) const {
   if (hasFrame || !outputs.frames) return;
-  GST_ELEMENT_ERROR(decoder, STREAM, WRONG_TYPE, ("the file has no picture"), (nullptr));
+  GST_ELEMENT_ERROR(decoder, STREAM, WRONG_TYPE, ("the file has no video"), (nullptr));
 }
 
 FileSource::FileSource(std::string path, SourceOutputs outputs)
@@ -106,14 +106,14 @@ std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::stri
   return pipeline;
 }
 
-// Not by segment seeks, which would leave no gap in the sound: too many demultiplexers accept them
-// and then stop, or lose the pace.
+// Not by segment seeks, which would leave no gap in the audio: too many demultiplexers accept them
+// and then stop, or lose the timing.
 bool FileSource::rewind(Pipeline& pipeline) {
   return gst_element_seek_simple(pipeline.get(), GST_FORMAT_TIME, GST_SEEK_FLAG_FLUSH, 0);
 }
 
-// Until the first picture: the decoder may lose the error of a broken file. After that a picture
-// may stand as long as the film wants.
+// Until the first frame: the decoder may lose the error of a broken file. After that a frame may
+// last as long as the file wants.
 int64_t FileSource::progress() const {
   return outputs_.frames && outputs_.frames->count() == 0 ? 0 : -1;
 }

@@ -1,9 +1,9 @@
-// A media file as camera: its picture, and its sound when it has one, in real time and over and
-// over. Anything that GStreamer decodes serves. The picture stands upright (orientation marks are
-// followed) and unlaced.
+// A media file as camera: its video, and its audio if it has any, in real time and in a loop. Every
+// file that GStreamer decodes can be used. Frames are rotated as the orientation tag says, and
+// deinterlaced.
 //
-// Thread, ownership: as Source says.
-// Failure: a file that is missing, is none or has no picture where one is wanted ends the source.
+// Thread, ownership: see Source.
+// Failure: a file that is missing, not a media file, or lacks the requested video ends the source.
 
 #pragma once
 

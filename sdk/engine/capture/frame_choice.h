@@ -1,17 +1,17 @@
-// Which picture a tick shows.
+// Selects the frame of a video tick.
 //
-//   what is captured, which the frame callback gets
-//     the camera, muted                                      black
-//     otherwise                                              the source's newest picture; its
-//                                                            predecessor's last until it has one;
-//                                                            black before the first
-//   what stands in for it, which the consumers get instead
+//   captured frame, which the frame callback gets
+//     the camera is muted                                    black
+//     otherwise                                              the source's newest frame; until its
+//                                                            first, its predecessor's last; black
+//                                                            before the very first
+//   placeholder, which the consumers get instead
 //     the network is poor, and there is an image for that    that image
 //     the screen is paused, and there is an image for that   that image
-//     otherwise                                              nothing
+//     otherwise                                              none
 //
-// Thread: the setters on any thread, the looks on one.
-// Ownership: shares the mailboxes and the pictures.
+// Thread: the setters on any thread, the getters on one.
+// Ownership: shares the mailboxes and the frames.
 // Failure: none.
 
 #pragma once
@@ -27,9 +27,9 @@
 
 namespace NimboEngine {
 
-// Where pictures of one format come from.
+// A source of frames of one format.
 struct FrameSource {
-  std::shared_ptr<const FrameMailbox> frames;  // null: none come
+  std::shared_ptr<const FrameMailbox> frames;  // null: no frames
   VideoFormat format;
   FrameOrigin origin = FrameOrigin::kCamera;
 };
@@ -40,28 +40,28 @@ struct ShownFrame {
   FrameOrigin origin = FrameOrigin::kCamera;
 };
 
-// When an image stands in for what is captured; the first that holds decides.
+// The conditions under which an image replaces the captured frame; the first that holds decides.
 enum class Placeholder { kNetworkPoor, kScreenPaused };
 inline constexpr size_t kPlaceholders = 2;
 
 class FrameChoice {
  public:
-  // Until a source has a picture, black of that format is shown.
+  // Until a source has delivered a frame, black of that format is shown.
   explicit FrameChoice(const VideoFormat& format);
 
   void setSource(FrameSource source);
   void setCameraBlack(bool black) { cameraBlack_ = black; }
 
-  // `image` is shown on that occasion, its predecessor until it is there.
+  // Sets the image for that condition; its predecessor is shown until it is decoded.
   void setImage(Placeholder kind, FrameSource image);
   void showPlaceholder(Placeholder kind, bool present);
 
   ShownFrame captured();
-  // Its buffer is null when nothing stands in.
+  // Returns a null buffer if no placeholder is to be shown.
   ShownFrame placeholder();
 
  private:
-  // What comes from one source after the other.
+  // The frames of successive sources.
   struct Stream {
     FrameSource source;
     ShownFrame shown;

@@ -40,14 +40,14 @@ class Descriptor {
   const int number_;
 };
 
-// Only a regular file: opening or reading a pipe or a device may never end.
+// Reads regular files only: opening or reading a pipe or a device might block forever.
 std::vector<uint8_t> read(const std::string& file, std::string& error) {
   const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (descriptor.get() < 0) {
     error = errno == ENOENT ? "there is no such file" : "it cannot be read";
   } else if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    error = "it is no file";
+    error = "it is not a regular file";
   } else if (static_cast<uint64_t>(status.st_size) > kMostBytes) {
     error = fmt::format("it has {} bytes; {} are allowed", status.st_size, kMostBytes);
   } else if (status.st_size == 0) {
@@ -75,7 +75,7 @@ std::string undecodable(const char* reason) {
   return fmt::format("it cannot be decoded: {}", reason);
 }
 
-// What is transparent takes on the black behind it.
+// Blends transparent pixels with a black background.
 void flatten(uint8_t* pixel, size_t bytes) {
   const uint8_t* const end = pixel + bytes;
   for (; pixel != end; pixel += 4) {
@@ -88,14 +88,14 @@ void flatten(uint8_t* pixel, size_t bytes) {
   }
 }
 
-// An image of that size around pixels that `fill` writes; it answers whether it could.
+// Allocates an image of that size, whose pixels `fill` writes; `fill` returns whether it succeeded.
 template <class Fill>
 DecodedImage makeImage(uint64_t width, uint64_t height, std::string& error, Fill fill) {
   if (width * height > kMostPixels) {
     error = fmt::format("it has {}x{} pixels; {} are allowed", width, height, kMostPixels);
     return {};
   }
-  // Not GStreamer's own memory: where there is none, it ends the process.
+  // Not GStreamer's allocator: it ends the process when memory is exhausted.
   const size_t bytes = width * height * 4;
   std::unique_ptr<uint8_t, decltype(&std::free)> pixels(static_cast<uint8_t*>(std::malloc(bytes)),
                                                         &std::free);
@@ -150,8 +150,7 @@ DecodedImage decodeJpeg(Bytes file, std::string& error) {
                    [&](uint8_t* pixels) {
                      const int result = tjDecompress2(jpeg.get(), file.data(), size, pixels, width,
                                                       0, height, TJPF_RGBA, TJFLAG_LIMITSCANS);
-                     // A warning leaves an image with a flaw, as a file has that was not written to
-                     // its end.
+                     // A warning leaves a flawed image, for example from a truncated file.
                      if (result == 0 || tjGetErrorCode(jpeg.get()) == TJERR_WARNING) return true;
                      error = undecodable(tjGetErrorStr2(jpeg.get()));
                      return false;

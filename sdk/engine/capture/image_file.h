@@ -1,11 +1,11 @@
 // Decodes PNG and JPEG within bounds: files of 32 MB and 40 million pixels at most, and of a file
-// with several images the first. Its size is known before anything is decoded, and the libraries
-// are given the memory for exactly that: 4 bytes a pixel, besides which a progressive JPEG takes up
-// to 6 bytes a pixel while it is decoded.
+// with several images the first. The size is read before anything is decoded, and the libraries get
+// memory for exactly that: 4 bytes a pixel, besides which a progressive JPEG takes up to 6 bytes a
+// pixel while it is decoded.
 //
-// Thread: any. Takes as long as the decoding: up to a second at 40 million pixels.
+// Thread: any. Blocks while decoding: up to a second at 40 million pixels.
 // Ownership: the pixels are the caller's.
-// Failure: no pixels, and the reason in `error`. GStreamer must have been started.
+// Failure: no pixels, and a text in `error`. GStreamer must have been started.
 
 #pragma once
 
@@ -20,7 +20,7 @@
 namespace NimboEngine {
 
 struct DecodedImage {
-  GstPtr<GstBuffer> pixels;  // four bytes each, without transparency: black shines through
+  GstPtr<GstBuffer> pixels;  // four bytes each, blended with black
   GstVideoInfo info{};
 };
 

@@ -18,7 +18,7 @@ namespace {
 constexpr char kFrameSink[] = "frames";
 constexpr char kAudioSink[] = "audio";
 
-// Live sinks do not preroll: a source that gives nothing must not hold the pipeline back.
+// Live sinks do not preroll: a source that delivers nothing must not block the pipeline.
 const char* sinkProperties(Timing timing) {
   return timing == Timing::kLive ? "sync=false async=false" : "sync=true";
 }
@@ -33,7 +33,7 @@ struct FrameWriter {
   FrameNormalizer normalizer{FrameNormalizer::Use::kRead};
   FrameConverter fitter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
 
-  // Converted before it is fitted, so that borders have the form's black.
+  // Converted before scaling, so that borders have the form's black.
   void deliver(GstPtr<GstSample> sample) {
     auto frame = normalizer.normalize(std::move(sample));
     if (!frame) return;

@@ -1,8 +1,8 @@
-// The common end of every source's pipeline: whatever comes is brought into the captured format
-// and handed to a mailbox or a FIFO.
+// The common output branches of every source's pipeline: media are converted to the captured format
+// and delivered to a mailbox or a FIFO.
 //
-// Thread: any; pictures and sound arrive on GStreamer's threads.
-// Ownership: a sink shares the place it delivers into, until the pipeline ends.
+// Thread: any; frames and audio arrive on GStreamer's threads.
+// Ownership: a sink shares its mailbox or FIFO until the pipeline is destroyed.
 
 #pragma once
 
@@ -15,7 +15,7 @@
 
 namespace NimboEngine {
 
-// What a source is to deliver, and where. A null place: not wanted.
+// The outputs of a source. A null mailbox or FIFO disables that output.
 struct SourceOutputs {
   VideoFormat video;
   bool mirror = false;  // left and right exchanged
@@ -24,17 +24,18 @@ struct SourceOutputs {
   std::shared_ptr<SampleFifo> samples;
 };
 
-// How media are timed: a live source's go on as they come, a file's wait for their time.
+// Timing of media: those of a live source are passed on immediately, those of a file at their time
+// stamps.
 enum class Timing { kLive, kTimed };
 
 // Launch descriptions. videoBranch() takes progressive frames of any format and size. They arrive
 // in the form of media/frame_form.h, fitted into the wanted size with black borders where the
-// shapes differ; frameCaps() are for sources that can have form and size at once.
+// shapes differ; frameCaps() is for sources that can produce form and size directly.
 std::string frameCaps(const VideoFormat& format);
 std::string videoBranch(const SourceOutputs& outputs, Timing timing);
 std::string audioBranch(const SourceOutputs& outputs, Timing timing);
 
-// Connects the ends that `bin` contains with the outlets.
+// Connects the sinks in `bin` with the outputs.
 void connectOutputs(GstElement* bin, const SourceOutputs& outputs);
 
 }  // namespace NimboEngine

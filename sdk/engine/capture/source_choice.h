@@ -1,8 +1,8 @@
-// From identifiers (devices/devices.h) to sources.
+// Creates the sources for identifiers (devices/devices.h).
 //
 // Thread: any.
 // Ownership: returns new sources.
-// Failure: none; what is not there is noticed when the source is built.
+// Failure: none; a missing device is detected when the source is built.
 
 #pragma once
 
@@ -16,7 +16,7 @@ namespace NimboEngine {
 
 std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutputs outputs);
 
-// "file:<path>" is the sound of that file.
+// "file:<path>" is the audio of that file.
 std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutputs outputs);
 
 }  // namespace NimboEngine

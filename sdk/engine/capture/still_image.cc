@@ -41,7 +41,7 @@ void load(const std::string& file, const VideoFormat& format, FrameMailbox& fram
   GstPtr<GstBuffer> frame = image.pixels ? fitted(image, format) : nullptr;
   if (stopping) return;
   if (!frame) {
-    NIMBO_LOG_WARN("the image {} cannot be shown: {}; a grey picture takes its place", file, error);
+    NIMBO_LOG_WARN("the image {} cannot be shown: {}; a grey image takes its place", file, error);
     frame = plain(format);
   }
   if (frame) frames.put(frame.get());

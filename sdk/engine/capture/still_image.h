@@ -1,12 +1,11 @@
-// An image file as a picture of the captured format: scaled, black around it where the shapes
-// differ and behind it where it is transparent.
+// An image file as a frame of the captured format: scaled, with black borders if the aspect ratios
+// differ, and black behind transparent parts.
 //
-// PNG and JPEG of 32 MB and 40 million pixels at most; notes on how a photograph is to be turned
-// are ignored. A file that cannot be used is named in the log, and a dark grey picture takes its
-// place.
+// PNG and JPEG of 32 MB and 40 million pixels at most; orientation tags are ignored. A file that
+// cannot be used is logged, and a dark grey image takes its place.
 //
 // Thread: any. The file is read and decoded on a thread of its own, a few seconds at most.
-// Ownership: shares the mailbox, which gets the one picture. Destruction waits a sixth of a second
+// Ownership: shares the mailbox, which gets the single frame. Destruction waits a sixth of a second
 //   at most.
 // Failure: see above. GStreamer must have been started.
 

@@ -21,7 +21,7 @@ std::unique_ptr<Pipeline> buildTestPipeline(const char* name, const std::string&
   return pipeline;
 }
 
-// The clock's text is dispensable: its element sits in a package of its own.
+// The running clock is optional: its element is in a separate package.
 const char* runningClock() {
   return haveElement("timeoverlay")
              ? "timeoverlay time-mode=running-time halignment=center valignment=top "

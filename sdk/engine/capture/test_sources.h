@@ -1,6 +1,6 @@
 // The sources that need no device: a test pattern with a running clock, and a test tone.
 //
-// Thread, ownership, failure: as Source says.
+// Thread, ownership, failure: see Source.
 
 #pragma once
 

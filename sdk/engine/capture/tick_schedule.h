@@ -1,5 +1,5 @@
-// The times at which a tick thread works: tick n stands at start + n / rate seconds, computed from
-// n each time, so that rounding does not add up.
+// The schedule of a tick thread: tick n is due at start + n / rate seconds, computed from n each
+// time, so that rounding errors do not accumulate.
 //
 // Thread: a plain value.
 
@@ -26,8 +26,8 @@ class TickSchedule {
     return passed / kSecond * rate_ + passed % kSecond * rate_ / kSecond;
   }
 
-  // Which tick to do at `now`, when `next` would be its turn and is due: `next`, unless more than
-  // `catchUp` further ticks are due already; then the latest.
+  // Returns the tick to run at `now`, when `next` is due: `next`, unless more than `catchUp`
+  // further ticks are due already; then the latest.
   uint64_t resume(uint64_t next, uint64_t now, uint64_t catchUp) const {
     const uint64_t due = latest(now);
     return due > next + catchUp ? due : next;

@@ -1,7 +1,7 @@
-// A thread that works at the times of a grid on GStreamer's system clock.
+// A thread that calls a function at equal intervals of GStreamer's system clock.
 //
 // Thread: construction, setRate and destruction on any other thread than its own.
-// Ownership: owns the thread. Destruction waits for a tick that is under way.
+// Ownership: owns the thread. Destruction waits for a tick in progress.
 // Failure: `tick` must not throw. A tick that takes too long delays the next ones; when more than
 //   `catchUp` are overdue they are left out.
 
@@ -24,13 +24,13 @@ class Ticker {
   // Called with the tick's number and its time on the clock (not the time of the call).
   using Tick = std::function<void(uint64_t number, GstClockTime time)>;
 
-  // `name` is what the operating system shows, at most 15 characters.
+  // `name` is the thread's name in the operating system, at most 15 characters.
   Ticker(const char* name, uint32_t rate, uint64_t catchUp, Tick tick);
   ~Ticker();
   Ticker(const Ticker&) = delete;
   Ticker& operator=(const Ticker&) = delete;
 
-  // From the tick that is due next on, which becomes number 0 of a grid of its own.
+  // Takes effect with the next due tick, which becomes number 0 of a new schedule.
   void setRate(uint32_t rate);
 
  private:

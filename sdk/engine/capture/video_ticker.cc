@@ -27,7 +27,7 @@ void VideoTicker::tick(GstClockTime time) {
     NIMBO_LOG_ERROR("no memory for a captured frame");
     return;
   }
-  // The callback has had what is captured; it does not see what takes its place.
+  // The callback has received the captured frame; it does not get the placeholder.
   if (const ShownFrame image = choice_.placeholder(); image.buffer) {
     frame.reset(gst_buffer_copy(image.buffer.get()));  // the pixels are shared
     info = tightInfo(image.format);
@@ -36,7 +36,7 @@ void VideoTicker::tick(GstClockTime time) {
   consumers_.each([&](FrameConsumer& consumer) { consumer.onVideoFrame(frame.get(), info, time); });
 }
 
-// The picture of this tick, with its layout; null when there is no memory.
+// Returns the frame of this tick, with its layout; null if there is no memory.
 GstPtr<GstBuffer> VideoTicker::capture(GstVideoInfo& info) {
   const ShownFrame shown = choice_.captured();
   if (shown.format.width != format_.width || shown.format.height != format_.height) {

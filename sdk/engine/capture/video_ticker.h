@@ -1,6 +1,6 @@
-// The rhythm of the picture: at every tick of the frame rate one frame goes through the frame
-// callback to the consumers, whatever the source does. FrameChoice tells what it shows; an image
-// that stands in for what is captured goes to the consumers alone.
+// Clocked video output: at every tick of the frame rate one frame goes through the frame callback
+// to the consumers, whatever the source does. FrameChoice selects it; a placeholder image goes to
+// the consumers only.
 //
 // Thread: the setters on any thread; callback and consumers are called on the tick thread.
 // Ownership: the consumer list must outlive the ticker.
@@ -19,9 +19,9 @@
 
 namespace NimboEngine {
 
-// Called on the video tick thread, before the consumers. `origin` is that of the picture that is
-// captured; `pixels` is one contiguous I420 picture laid out as `info` says, and may be changed in
-// place during the call.
+// Called on the video tick thread, before the consumers. `origin` is that of the captured frame;
+// `pixels` is one contiguous I420 frame with the layout `info`, and may be changed in place during
+// the call.
 using FrameCallback =
     std::function<void(FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info)>;
 
@@ -41,7 +41,7 @@ class VideoTicker {
   const FrameCallback onFrame_;
   ConsumerList& consumers_;
   FrameChoice choice_;
-  VideoFormat format_;  // of the pool; tick thread only, as the pool is
+  VideoFormat format_;  // of the pool; tick thread only, like the pool
   std::unique_ptr<FramePool> pool_;
   Ticker ticker_;  // last: its thread uses everything above
 };

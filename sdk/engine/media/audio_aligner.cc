@@ -12,19 +12,20 @@ using namespace std::chrono_literals;
 using Duration = AudioAligner::Duration;
 
 constexpr auto kChannels = static_cast<std::size_t>(kPlayedAudio.channels);
-// Beyond this, resampling would take too long to make up for it.
+// Beyond this, resampling would take too long to correct it.
 constexpr Duration kJump = 30ms;
-// In the beginning little has been heard that a jump could break, and the moments settle.
+// At first little audio has been played that a jump could disturb, and the presentation times
+// settle.
 constexpr Duration kSettlingJump = 5ms;
 constexpr Duration kSettling = 2s;
-// A difference is made up for with this time constant, unless that would need more than the most
+// A difference is corrected with this time constant, unless that would exceed the largest
 // correction. Rounded time stamps vary the pitch by less than a cent.
 constexpr auto kTimeConstant = 1s;
 constexpr int kMostCorrection = kPlayedAudio.rate / 200;
 constexpr Duration kMostDrift = Duration(kTimeConstant) / 200;
-// The resampler is told ratios with this as its input rate, since it loses its phase, which clicks,
+// Ratios are set with this as the resampler's input rate, since it loses its phase, with a click,
 // when a change gives the two rates another common divisor. A prime has none, and the output rate
-// is never the same.
+// is never equal to it.
 constexpr int kPrimeRate = 47981;
 constexpr std::size_t kFadeFrames = kPlayedAudio.rate / 200;
 
@@ -36,8 +37,8 @@ std::size_t framesIn(Duration length) {
   return static_cast<std::size_t>(length.count() * kPlayedAudio.rate / 1'000'000'000);
 }
 
-// Linear interpolation of the filter leaves distortion 76 dB below a tone, cubic 83 dB, which is
-// half as costly again.
+// Linear interpolation of the filter leaves distortion 76 dB below a tone, cubic 83 dB, at one and
+// a half times the cost.
 GstAudioResampler* newResampler(int correction) {
   constexpr auto kMethod = GST_AUDIO_RESAMPLER_METHOD_KAISER;
   const GstPtr<GstStructure> options(
@@ -57,7 +58,7 @@ AudioAligner::AudioAligner() : resampler_(newResampler(correction_)) {}
 
 AudioAligner::Piece AudioAligner::align(std::span<const int16_t> samples, Time moment) {
   if (!next_) restart(moment);
-  // The resampler keeps some samples until it has seen what follows them.
+  // The resampler holds back samples until it has received the following ones.
   const Time expected =
       *next_ + (begins_ ? 0ns : lengthOf(gst_audio_resampler_get_max_latency(resampler_.get())));
   const Duration jump = delivered_ < kSettling ? kSettlingJump : kJump;
@@ -90,8 +91,8 @@ void AudioAligner::restart(Time moment) {
   begins_ = true;
 }
 
-// What has to be added to a difference so that none remains where the moments go on drifting. It is
-// learnt while the correction suffices, as fast as does not overshoot.
+// The integral term of the correction, so that no difference remains while the times keep drifting.
+// It is updated while the correction is within its limit, as fast as possible without overshoot.
 Duration AudioAligner::drift(Duration ahead, std::size_t frames) {
   if (std::chrono::abs(ahead) <= kMostDrift) {
     drift_ += Duration(ahead.count() * lengthOf(frames) / Duration(4 * kTimeConstant));
@@ -112,7 +113,7 @@ void AudioAligner::resample(std::span<const int16_t> samples) {
   const std::size_t frames = samples.size() / kChannels;
   const std::size_t made = gst_audio_resampler_get_out_frames(resampler_.get(), frames);
   out_.resize(made * kChannels);
-  // The resampler only reads what comes in; its interface says so nowhere.
+  // The resampler only reads its input, though its interface is not const.
   gpointer in = const_cast<int16_t*>(samples.data());
   gpointer out = out_.data();
   gst_audio_resampler_resample(resampler_.get(), &in, frames, &out, made);

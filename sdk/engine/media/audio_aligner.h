@@ -1,10 +1,10 @@
-// Makes one unbroken stream of audio out of decoded pieces that each have a moment at which they
-// are to be heard: where the moments drift against the number of samples, it resamples by 0.5 % at
-// most; where they jump, it leaves a gap or drops samples, without a click. Within the first two
-// seconds a smaller difference is a jump.
+// Makes one continuous audio stream out of decoded chunks with presentation times: if the times
+// drift against the number of samples, it resamples by 0.5 % at most; if they jump, it leaves a gap
+// or drops samples, without a click. Within the first two seconds a smaller difference counts as a
+// jump.
 //
 // Thread: one at a time.
-// Ownership: owns the resampler; hands out memory of its own, valid until the next call.
+// Ownership: owns the resampler; returns its own memory, valid until the next call.
 // Failure: none.
 
 #pragma once
@@ -28,8 +28,8 @@ class AudioAligner {
   using Time = std::chrono::steady_clock::time_point;
   using Duration = std::chrono::nanoseconds;
 
-  // What is to be heard from `moment` on; behind the previous piece without a gap unless the
-  // moments jumped. Interleaved as kPlayedAudio says; may be empty.
+  // Samples to be presented from `moment` on; contiguous with the previous piece unless the times
+  // jumped. Interleaved, in the format kPlayedAudio; may be empty.
   struct Piece {
     std::span<int16_t> samples;
     Time moment;
@@ -37,13 +37,13 @@ class AudioAligner {
 
   AudioAligner();
 
-  // `samples` are to be heard from `moment` on.
+  // `samples` are to be presented from `moment` on.
   Piece align(std::span<const int16_t> samples, Time moment);
 
-  // How much later than asked for the next sample is going to be heard; negative: earlier.
+  // How much later than requested the next sample will be presented; negative: earlier.
   Duration error() const { return error_; }
 
-  // The moment behind the last sample; none before the first.
+  // The time after the last sample; none before the first.
   std::optional<Time> end() const { return next_; }
 
  private:
@@ -63,7 +63,7 @@ class AudioAligner {
   std::optional<Time> next_;  // of the next sample
   Duration error_{0};
   Duration drift_{0};
-  Duration delivered_{0};  // all of it together
+  Duration delivered_{0};  // in total
   bool begins_ = true;
 };
 

@@ -2,7 +2,7 @@
 //
 // Thread: one at a time.
 // Ownership: borrows the bytes.
-// Failure: beyond the end every bit is 0 and hasFailed() answers true.
+// Failure: beyond the end every bit is 0 and hasFailed() returns true.
 
 #pragma once
 
@@ -39,7 +39,7 @@ class BitReader {
     failed_ = failed_ || at_ > bytes_.size() * 8;
   }
 
-  // Exponential-Golomb codes, as H.264 and HEVC have them.
+  // Exponential-Golomb codes, of H.264 and HEVC.
   uint32_t unsignedGolomb() {
     int zeros = 0;
     while (!failed_ && bit() == 0) ++zeros;

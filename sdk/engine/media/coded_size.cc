@@ -18,14 +18,14 @@ bool isConfigured(std::string_view type) {
   return type == kH264 || type == kHevc;
 }
 
-// A parameter set's size stands within so many bytes, however many scaling lists come before it.
+// The frame size in a parameter set is within this many bytes, whatever scaling lists precede it.
 constexpr std::size_t kHeadBytes = 1024;
 
 constexpr uint32_t bigEndian(uint8_t high, uint8_t low) {
   return static_cast<uint32_t>(high) << 8 | low;
 }
 
-// A unit's content without the bytes that keep start codes out of it.
+// Returns a unit's content without emulation prevention bytes.
 std::vector<uint8_t> unescaped(Bytes unit) {
   std::vector<uint8_t> content;
   int zeros = 0;
@@ -44,7 +44,7 @@ void skipScalingList(BitReader& reader, int size) {
   int32_t last = 8;
   int32_t next = 8;
   for (int i = 0; i < size && !reader.hasFailed(); ++i) {
-    // Only the low eight bits count, so that no broken list overflows.
+    // Only the low eight bits are used, so that a broken list cannot overflow.
     if (next != 0) next = (last + (reader.signedGolomb() & 0xff)) & 0xff;
     if (next != 0) last = next;
   }
@@ -77,13 +77,14 @@ void skipPictureOrder(BitReader& reader) {
   }
 }
 
-// Macroblocks and the like: a count that is one less in the data, and that must make sense.
+// Validates a size.
 std::optional<CodedSize> sizeOf(uint64_t width, uint64_t height) {
   if (width == 0 || height == 0 || width > UINT32_MAX || height > UINT32_MAX) return std::nullopt;
   return CodedSize{static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
 }
 
-// Levels, which stand in front of an HEVC sequence's size, of all its temporal layers.
+// Skips the profile, tier and level of all temporal layers, which precede the size in an HEVC
+// sequence parameter set.
 void skipHevcProfile(BitReader& reader, uint32_t layers) {
   constexpr int kProfileBits = 88;
   constexpr int kLevelBits = 8;
@@ -135,13 +136,14 @@ std::optional<CodedSize> largestWithStartCodes(bool hevc, Bytes data) {
   while (true) {
     const auto found = std::search(data.begin(), data.end(), kStartCode.begin(), kStartCode.end());
     if (found == data.end()) return largest;
-    // A unit's end does not matter: what is read stands at its beginning.
+    // The end of a unit is not needed: only its beginning is read.
     data = Bytes(found + kStartCode.size(), data.end());
     largest = larger(largest, sizeInUnit(hevc, data));
   }
 }
 
-// In `count` units of a configuration, each behind its length. Takes them away from `bytes`.
+// Returns the largest size in `count` length-prefixed units of a configuration, and removes them
+// from `bytes`.
 std::optional<CodedSize> largestInList(bool hevc, std::size_t count, Bytes& bytes) {
   constexpr std::size_t kLengthBytes = 2;
   std::optional<CodedSize> largest;
@@ -155,7 +157,7 @@ std::optional<CodedSize> largestInList(bool hevc, std::size_t count, Bytes& byte
   return largest;
 }
 
-// Of a key frame; other frames have none.
+// Returns the size in a key frame; other frames have none.
 std::optional<CodedSize> vp8Size(Bytes frame) {
   constexpr std::array<uint8_t, 3> kStartCode = {0x9d, 0x01, 0x2a};
   constexpr uint32_t kSizeMask = 0x3fff;
@@ -165,7 +167,7 @@ std::optional<CodedSize> vp8Size(Bytes frame) {
                 bigEndian(frame[9], frame[8]) & kSizeMask);
 }
 
-// Flash's H.263. Its common sizes are small.
+// Sorenson H.263. Its predefined sizes are small.
 std::optional<CodedSize> sorensonSize(Bytes frame) {
   BitReader reader(frame.first(std::min<std::size_t>(frame.size(), 16)));
   reader.skip(17 + 5 + 8);  // start code, version, time
@@ -234,7 +236,7 @@ std::optional<CodedSize> largestConfiguredSize(std::string_view type,
   if (!isConfigured(type) || configuration.size() <= at) return std::nullopt;
   Bytes rest = configuration.subspan(at + 1);
   if (!hevc) return largestInList(false, configuration[at] & 0x1f, rest);
-  // Lists of one kind each: the kind, a count, the units.
+  // Arrays of units of one type each: the type, a count, the units.
   constexpr std::size_t kListHeadBytes = 3;
   std::optional<CodedSize> largest;
   for (int i = 0; i < configuration[at] && rest.size() >= kListHeadBytes; ++i) {

@@ -1,8 +1,8 @@
-// The size of the frames that a decoder would allocate, read from the coded video itself: what a
-// container or a parser says of it may be wrong, or be older than the data.
+// The size of the frames that a decoder would allocate, read from the coded video itself: the size
+// in a container or from a parser may be wrong or outdated.
 //
 // Thread: any; keeps no state.
-// Failure: no size, where the data have none or are broken.
+// Failure: no size if the data contain none or are broken.
 
 #pragma once
 
@@ -22,23 +22,23 @@ struct CodedSize {
   bool operator==(const CodedSize&) const = default;
 };
 
-// Of a sequence parameter set, its one-byte header included.
+// Returns the size in a sequence parameter set, which includes its one-byte header.
 std::optional<CodedSize> readH264Size(std::span<const uint8_t> unit);
 
 // The same for HEVC, with its header of two bytes.
 std::optional<CodedSize> readHevcSize(std::span<const uint8_t> unit);
 
-// The largest size in a decoder's configuration: the "codec_data" of the caps of H.264 ("avcC") and
-// HEVC ("hvcC"). None for other types.
+// Returns the largest size in a decoder's configuration: the "codec_data" of the caps of H.264
+// ("avcC") and HEVC ("hvcC"). None for other types.
 std::optional<CodedSize> largestConfiguredSize(std::string_view type,
                                                std::span<const uint8_t> configuration);
 
-// How long the lengths before units are that belong to such a configuration; 0 when it is none.
+// Returns the size of the length prefix of units under such a configuration; 0 if it is not one.
 std::size_t unitLengthBytes(std::string_view type, std::span<const uint8_t> configuration);
 
-// The largest size that a piece of a stream announces. `type` is the name of its caps, for example
-// "video/x-h264". `lengthBytes`: H.264 and HEVC units have a length of so many bytes before them;
-// 0: start codes.
+// Returns the largest size that a part of a stream announces. `type` is the name of its caps, for
+// example "video/x-h264". `lengthBytes`: size of the length prefix of H.264 and HEVC units; 0:
+// start codes.
 std::optional<CodedSize> largestCodedSize(std::string_view type, std::size_t lengthBytes,
                                           std::span<const uint8_t> data);
 

@@ -3,7 +3,7 @@
 namespace NimboEngine {
 namespace {
 
-// How a coding derives luma and chroma from red, green and blue, all from 0 to 1.
+// Derivation of luma and chroma from red, green and blue, all from 0 to 1.
 struct Coding {
   double red;  // shares of luma
   double green;

@@ -1,8 +1,8 @@
-// Who takes what was captured.
+// The list of consumers of captured media.
 //
 // Thread: any. each() may run on several threads at once; add() and remove() wait until no call is
 //   running, so they must not be called from a consumer.
-// Ownership: the consumers are the caller's; each must be removed before it ends.
+// Ownership: the consumers are the caller's; each must be removed before it is destroyed.
 
 #pragma once
 
@@ -22,7 +22,7 @@ class ConsumerList {
     consumers_.push_back(consumer);
   }
 
-  // When it returns, no call of `consumer` is running and none will come.
+  // When it returns, no call of `consumer` is running or will follow.
   void remove(FrameConsumer* consumer) {
     std::lock_guard lock(mutex_);
     consumers_.erase(std::remove(consumers_.begin(), consumers_.end(), consumer), consumers_.end());

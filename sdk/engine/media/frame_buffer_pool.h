@@ -1,7 +1,8 @@
 // Recycled buffers for frames of one layout. Each buffer carries the layout as GstVideoMeta.
 //
-// Thread: acquire() on one thread; buffers may be released anywhere, also after the pool's end.
-// Ownership: buffers return to the pool when their last reference goes.
+// Thread: acquire() on one thread; buffers may be released anywhere, also after the pool's
+//   destruction.
+// Ownership: buffers return to the pool with their last reference.
 // Failure: acquire() returns null when there is no memory.
 
 #pragma once
@@ -21,7 +22,7 @@ class FrameBufferPool {
 
   const GstVideoInfo& info() const { return info_; }
 
-  // A writable buffer that is not in use elsewhere.
+  // Returns a writable buffer that is not in use elsewhere.
   GstPtr<GstBuffer> acquire();
 
  private:

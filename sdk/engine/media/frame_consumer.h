@@ -1,4 +1,4 @@
-// The seam between capturing and everything that uses what was captured.
+// The interface between capture and all consumers of captured media.
 
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace NimboEngine {
 
-// The shape of captured frames, which have the form of media/frame_form.h.
+// The format of captured frames, which have the form of media/frame_form.h.
 struct VideoFormat {
   int width = 0;
   int height = 0;
@@ -17,10 +17,10 @@ struct VideoFormat {
   bool operator==(const VideoFormat&) const = default;
 };
 
-// Where a captured picture comes from.
+// The origin of a captured frame.
 enum class FrameOrigin { kCamera, kScreen };
 
-// The shape of captured sound: interleaved 16-bit samples in native byte order.
+// The format of captured audio: interleaved 16-bit samples in native byte order.
 struct AudioFormat {
   int rate = 48000;  // Hz
   int channels = 2;
@@ -28,11 +28,10 @@ struct AudioFormat {
 };
 
 // Takes captured media. `time` is the reading of GStreamer's system clock (monotonic, ns) at which
-// the media was captured; both streams share that clock. It is
-// the buffer's presentation time too.
+// the media was captured, and the buffer's presentation time; both streams share that clock.
 //
 // Thread: onVideoFrame on the video tick thread, onAudioChunk on the audio tick thread; neither may
-//   block: a consumer that falls behind drops for itself.
+//   block: a consumer that falls behind must drop media itself.
 // Ownership: the buffer is lent; a consumer that keeps it takes its own reference, and then treats
 //   it as read-only.
 class FrameConsumer {

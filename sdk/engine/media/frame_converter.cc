@@ -5,7 +5,7 @@
 namespace NimboEngine {
 namespace {
 
-// Makes a mapped picture one of its part.
+// Restricts a mapped frame to a part of it.
 void narrow(GstVideoFrame& frame, const Rect& part) {
   for (guint plane = 0; plane < GST_VIDEO_FRAME_N_PLANES(&frame); ++plane) {
     const GstVideoFormatInfo* format = frame.info.finfo;
@@ -37,8 +37,8 @@ bool FrameConverter::draw(GstBuffer* source, const GstVideoInfo& sourceInfo, Gst
   return run(source, sourceInfo, target, targetInfo, part, *layout);
 }
 
-// `part` of the target is treated as a picture of its own: a converter that is told to leave
-// borders as they are does not always do so.
+// `part` of the target is treated as a frame of its own: GStreamer's converter does not reliably
+// leave borders unchanged.
 bool FrameConverter::run(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                          const GstVideoInfo& targetInfo, const Rect& part,
                          const ViewLayout& layout) {

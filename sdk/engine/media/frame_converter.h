@@ -1,8 +1,8 @@
-// Converts pictures from one pixel format and size to another.
+// Converts frames from one pixel format and size to another.
 //
 // Thread: one thread at a time.
 // Ownership: keeps a converter for the last combination of formats, sizes and places.
-// Failure: convert() answers false when a picture cannot be mapped or converted.
+// Failure: convert() returns false if a frame cannot be mapped or converted.
 
 #pragma once
 
@@ -18,16 +18,17 @@ namespace NimboEngine {
 
 class FrameConverter {
  public:
-  // Cubic scaling is the finer one, linear scaling the cheaper one by a third. Linear scaling may
+  // Cubic scaling has the better quality, linear scaling costs a third less. Linear scaling may
   // leave an opaque pixel slightly transparent.
   FrameConverter(ViewMode mode, GstVideoResamplerMethod scaling) : mode_(mode), scaling_(scaling) {}
 
-  // What the picture does not cover of the target becomes black.
+  // Parts of the target that the frame does not cover become black.
   bool convert(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
                const GstVideoInfo& targetInfo);
 
-  // Draws the picture into a place of the target, which is I420, and leaves the rest of the target
-  // as it is. What is outside is cut off; nothing at all left is a success too.
+  // Draws the frame into a place of the target, which is I420, and leaves the rest of the target
+  // unchanged. Parts outside the target are cut off; a place that is entirely outside is a success
+  // too.
   bool draw(GstBuffer* source, const GstVideoInfo& sourceInfo, GstBuffer* target,
             const GstVideoInfo& targetInfo, const Rect& place);
 
@@ -48,8 +49,8 @@ class FrameConverter {
   std::unique_ptr<GstVideoConverter, FreeConverter> converter_;
 };
 
-// Pixels of four bytes in rows without gaps, as a picture. The pixels stay the caller's and must
-// outlive it. `info` becomes the picture's layout.
+// Wraps pixels of four bytes, in rows without gaps, in a buffer. The pixels stay the caller's and
+// must outlive it. `info` becomes the layout.
 GstPtr<GstBuffer> wrapPixels(uint8_t* pixels, Size size, GstVideoFormat format, GstVideoInfo& info);
 
 }  // namespace NimboEngine

@@ -2,9 +2,9 @@
 // transfer, limited range (luma 16 to 235, chroma 16 to 240), chroma sited left (as in MPEG-2),
 // square pixels, progressive.
 //
-// The form of colours is a matter of the matrix and the range. Primaries and transfer are labelled,
-// not converted: between BT.601 and BT.709 they differ too little to see. Frames of wide gamut or
-// high dynamic range (BT.2020 with PQ or HLG) are converted by their matrix alone and look pale.
+// Colours are converted by matrix and range. Primaries and transfer are labelled, not converted:
+// between BT.601 and BT.709 they differ too little to see. Frames of wide gamut or high dynamic
+// range (BT.2020 with PQ or HLG) are converted by their matrix alone and look pale.
 //
 // Thread: any.
 
@@ -14,12 +14,12 @@
 
 namespace NimboEngine {
 
-// The form as fields of caps, to stand behind "video/x-raw,".
+// The form as caps fields, to follow "video/x-raw,".
 inline constexpr char kFrameFormCaps[] =
     "format=I420,pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt709,"
     "chroma-site=mpeg2";
 
-// I420 of this size in the form, laid out as GStreamer's elements lay it out.
+// I420 of this size in the form, with the layout of GStreamer's elements.
 GstVideoInfo frameInfo(int width, int height);
 
 // The same as one contiguous block: U directly behind the last row of Y, V directly behind the last

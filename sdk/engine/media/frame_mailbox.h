@@ -1,7 +1,7 @@
-// The newest picture of one source: the source puts pictures in, the video tick looks at the last.
+// The newest frame of one source: the source stores frames, the video tick reads the last.
 //
 // Thread: any.
-// Ownership: holds a reference to one buffer, which nobody writes to.
+// Ownership: holds a reference to one buffer, which is never written to.
 // Failure: none.
 
 #pragma once
@@ -15,17 +15,17 @@ namespace NimboEngine {
 
 class FrameMailbox {
  public:
-  // Replaces the picture; `frame` stays the caller's.
+  // Replaces the frame; `frame` stays the caller's.
   void put(GstBuffer* frame);
 
-  // Null as long as there was none.
+  // Null before the first frame.
   GstPtr<GstBuffer> latest() const;
 
-  // Ends the deliveries: the last picture stays, as a copy that holds no memory of the device it
-  // came from, and later ones are ignored.
+  // Ends the updates: the last frame stays, as a copy that holds no memory of its device, and later
+  // ones are ignored.
   void freeze();
 
-  // How many pictures came.
+  // The number of frames stored so far.
   uint64_t count() const;
 
  private:

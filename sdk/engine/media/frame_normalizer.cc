@@ -44,7 +44,7 @@ bool isPlanar420(const GstVideoInfo& info) {
          GST_VIDEO_INFO_FORMAT(&info) == GST_VIDEO_FORMAT_YV12;
 }
 
-// GStreamer replaces the siting too when caps of standard definition say nothing of the colours.
+// GStreamer also replaces the siting if caps of standard definition have no colorimetry.
 GstVideoChromaSite namedSiting(GstCaps* caps) {
   const gchar* name = gst_structure_get_string(gst_caps_get_structure(caps, 0), "chroma-site");
   return name ? gst_video_chroma_site_from_string(name) : GST_VIDEO_CHROMA_SITE_UNKNOWN;
@@ -68,15 +68,15 @@ bool has(const GstVideoInfo& info, GstVideoChromaSite site) {
   return (info.chroma_site & site) != 0;
 }
 
-// Siting whose chroma alternates between lines is taken as left.
+// Siting whose chroma alternates between lines is treated as left.
 ChromaSiting sitingOf(const GstVideoInfo& info) {
   return {.betweenColumns = !has(info, GST_VIDEO_CHROMA_SITE_H_COSITED),
           .onUpperRow = has(info, GST_VIDEO_CHROMA_SITE_V_COSITED) &&
                         !has(info, GST_VIDEO_CHROMA_SITE_ALT_LINE)};
 }
 
-// Where chroma lies after GStreamer has brought it to 4:2:0: directions that it halves by averaging
-// lie in the middle.
+// Returns the chroma siting after GStreamer's conversion to 4:2:0: in directions that it halves by
+// averaging, chroma lies in the middle.
 GstVideoChromaSite sitingAs420(const GstVideoInfo& info) {
   if (GST_VIDEO_FORMAT_INFO_W_SUB(info.finfo, 1) == 0) return GST_VIDEO_CHROMA_SITE_NONE;
   if (GST_VIDEO_FORMAT_INFO_H_SUB(info.finfo, 1) != 0) return info.chroma_site;
@@ -84,7 +84,7 @@ GstVideoChromaSite sitingAs420(const GstVideoInfo& info) {
                                                     : GST_VIDEO_CHROMA_SITE_NONE;
 }
 
-// An absurd pixel shape is ignored.
+// An absurd pixel aspect ratio is ignored.
 int squareWidth(const GstVideoInfo& info) {
   const auto width = static_cast<int>(gst_util_uint64_scale_int_round(
       static_cast<guint64>(info.width), info.par_n > 0 ? info.par_n : 1,
@@ -248,7 +248,7 @@ bool FrameNormalizer::convertFormat(GstVideoFrame& from, GstVideoFrame& target) 
                         target_.width);
     return true;
   }
-  target.info.width = visibleWidth_;  // the converter knows nothing of the padding
+  target.info.width = visibleWidth_;  // without the padding
   gst_video_converter_frame(formatConverter_.get(), &from, &target);
   repeatLastColumn(planes[0], visibleWidth_, source_.height, target_.width);
   for (const size_t chroma : {size_t{1}, size_t{2}}) {

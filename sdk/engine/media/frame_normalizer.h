@@ -1,19 +1,18 @@
-// Brings decoded frames into the form of media/frame_form.h. Takes every raw format that
-// libgstvideo can read, of any strides, coding of colours and pixel shape, in memory that can be
-// mapped.
+// Converts decoded frames into the form of media/frame_form.h. Accepts every raw format that
+// libgstvideo can read, with any strides, colorimetry and pixel aspect ratio, in mappable memory.
 //
 // Frames for writers become contiguous blocks, padded to a multiple of 8 columns by repeating the
-// last one; a frame that is like that already, and that nobody else holds, passes through uncopied.
+// last one; a frame that has this layout already, and no other reference, passes through uncopied.
 // Frames for readers are only converted where form or size need it.
 //
-// Colours that the caps do not describe are taken as GStreamer's defaults: BT.601 up to 576 rows,
-// BT.709 above, limited range; an unknown siting of chroma as left. Non-square pixels are scaled in
-// width. Fields are not taken apart: deinterlace before.
+// Missing colorimetry is replaced by GStreamer's defaults: BT.601 up to 576 rows, BT.709 above,
+// limited range; an unknown chroma siting by left. Non-square pixels are scaled in width.
+// Interlaced frames must be deinterlaced before.
 //
 // Thread: one thread at a time.
-// Ownership: buffers come from a pool and return to it when their last reference goes, also after
-//   the normalizer's end.
-// Failure: normalize() returns nothing when the caps are not those of a raw frame, or the frame
+// Ownership: buffers come from a pool and return to it with their last reference, also after the
+//   normalizer's destruction.
+// Failure: normalize() returns nothing if the caps are not those of a raw frame, or the frame
 //   cannot be mapped or converted, or there is no memory; caps that cannot be used are logged.
 
 #pragma once
@@ -42,8 +41,8 @@ class FrameNormalizer {
 
   explicit FrameNormalizer(Use use) : use_(use) {}
 
-  // A frame for writers can pass through uncopied only if nobody else holds it, the sample that it
-  // came in included: an appsink holds the newest one.
+  // A frame for writers can pass through uncopied only if there is no other reference to it,
+  // including its sample: an appsink holds the newest one.
   std::optional<NormalizedFrame> normalize(GstPtr<GstSample> sample);
   std::optional<NormalizedFrame> normalize(GstPtr<GstBuffer> buffer, GstCaps* caps);
 
@@ -62,13 +61,13 @@ class FrameNormalizer {
   const Use use_;
   GstPtr<GstCaps> caps_;
   bool usable_ = false;    // whether frames of these caps can be converted
-  GstVideoInfo source_{};  // what the caps say, unknown colours filled in
+  GstVideoInfo source_{};  // from the caps, with missing colorimetry filled in
   int visibleWidth_ = 0;   // with square pixels
   bool isInForm_ = false;  // only the layout may have to change
   GstVideoInfo target_{};  // of the frames that are returned
   std::unique_ptr<FrameBufferPool> pool_;
   std::optional<I420Converter> converter_;  // none: the format converter's output has the form
-  // Turns what is not planar 4:2:0 of 8 bits with square pixels into that. Null: it is.
+  // Converts other formats to planar 4:2:0 of 8 bits with square pixels. Null: not needed.
   std::unique_ptr<GstVideoConverter, FreeConverter> formatConverter_;
   std::unique_ptr<FrameBufferPool> between_;  // between the two; null: there is only one of them
 };

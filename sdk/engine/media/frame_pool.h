@@ -1,7 +1,6 @@
-// The buffers in which captured frames travel: the form of media/frame_form.h in one contiguous
-// block.
+// The buffer pool of captured frames: the form of media/frame_form.h in one contiguous block.
 //
-// Thread, ownership, failure: as FrameBufferPool says.
+// Thread, ownership, failure: see FrameBufferPool.
 
 #pragma once
 
@@ -18,7 +17,7 @@ GstVideoInfo frameInfo(const VideoFormat& format);
 // The layout of the pool's buffers.
 GstVideoInfo tightInfo(const VideoFormat& format);
 
-// Makes a picture laid out like that one plain, from black (16) to white (235).
+// Fills a frame of that layout with one grey level, from black (16) to white (235).
 void fillPlain(uint8_t* pixels, const GstVideoInfo& info, uint8_t luma);
 
 class FramePool : public FrameBufferPool {

@@ -6,7 +6,7 @@
 namespace NimboEngine {
 namespace {
 
-// Walks a plane in the order in which the turned one is written: `x` and `y` are the distances in
+// Reads a plane in the order in which the rotated one is written: `x` and `y` are the distances in
 // bytes between neighbours along its rows and columns.
 struct Walk {
   const uint8_t* start;

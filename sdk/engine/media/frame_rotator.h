@@ -1,8 +1,8 @@
-// Turns and mirrors I420 frames.
+// Rotates and mirrors I420 frames.
 //
 // Thread: one at a time.
-// Ownership: owns the turned frame, which is valid until the next call.
-// Failure: turn() answers null when the frame cannot be read or is not I420.
+// Ownership: owns the rotated frame, which is valid until the next call.
+// Failure: turn() returns null if the frame cannot be read or is not I420.
 
 #pragma once
 
@@ -17,7 +17,7 @@ class FrameRotator {
  public:
   GstBuffer* turn(GstBuffer* frame, const GstVideoInfo& info, const ViewStyle& style);
 
-  // The layout of the turned frame.
+  // The layout of the rotated frame.
   const GstVideoInfo& info() const { return info_; }
 
  private:

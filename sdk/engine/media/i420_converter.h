@@ -1,6 +1,6 @@
-// Converts I420 frames of 8 bits from one coding of colours (matrix and range) to another, moves
-// chroma to the left siting, and copies in the same pass. The luma of a pixel is corrected by the
-// chroma sample of its block of 2x2 pixels. Results are within one code of exact arithmetic.
+// Converts I420 frames of 8 bits from one colour matrix and range to another, moves chroma to the
+// left siting, and copies in the same pass. The luma of a pixel is corrected by the chroma sample
+// of its block of 2x2 pixels. Results are within one code of exact arithmetic.
 //
 // Thread: one thread at a time.
 // Ownership: keeps rows of intermediate results. The planes are the caller's; target and source do
@@ -32,8 +32,8 @@ struct Plane {
 using ConstI420 = std::array<ConstPlane, 3>;
 using I420 = std::array<Plane, 3>;
 
-// How the chroma samples of a source lie that are to be moved to the left siting: between two
-// columns of luma instead of on the left one; on the upper row of luma instead of between two rows.
+// The chroma siting of a source that is to be converted to the left siting: between two columns of
+// luma instead of on the left one; on the upper row of luma instead of between two rows.
 struct ChromaSiting {
   bool betweenColumns = false;
   bool onUpperRow = false;

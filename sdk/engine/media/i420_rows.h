@@ -20,7 +20,7 @@ struct ColourCoefficients {
   int16_t yFromU = 0;
   int16_t yFromV = 0;
   int16_t yMiddle = 0;  // what luma 128 becomes, in units of 2^-6
-  int16_t uFromU = 0;   // units of 2^-14, as the rest
+  int16_t uFromU = 0;   // units of 2^-14, like the rest
   int16_t uFromV = 0;
   int16_t vFromU = 0;
   int16_t vFromV = 0;
@@ -60,7 +60,7 @@ struct RowLoops {
   void (*mixWithLeft)(const uint8_t* from, uint8_t* to, size_t count);
 };
 
-// For this processor, and for every processor of its kind.
+// The loops for this processor, and the portable ones.
 const RowLoops& fastestRowLoops();
 const RowLoops& portableRowLoops();
 

@@ -1,4 +1,4 @@
-// The two kinds of media that a player presents, and the shape in which audio is presented.
+// The two kinds of media that a player presents, and the format of presented audio.
 
 #pragma once
 
@@ -8,7 +8,7 @@ namespace NimboEngine {
 
 enum class Media { kVideo, kAudio };
 
-// Audio as it is presented: interleaved 16-bit samples.
+// Format of presented audio: interleaved 16-bit samples.
 inline constexpr AudioFormat kPlayedAudio{48000, 2};
 
 }  // namespace NimboEngine

@@ -1,14 +1,14 @@
-// The sound of one source on its way to the audio tick: the source pushes when it has samples, the
-// tick takes a fixed number each time and always gets them.
+// The audio FIFO between one source and the audio tick: the source pushes samples when it has some,
+// the tick pulls a fixed number each time and always gets them.
 //
-// After running dry, and at first, it gives silence until a cushion has gathered, so that a source
-// with an uneven pace costs one gap and not one in every tick. A source that is faster than the
-// tick's clock fills it up; past the limit the oldest samples go, down to the cushion: one jump now
-// and then is less to hear than a lasting delay with a jump in every push.
+// After an underrun, and at first, it delivers silence until the prebuffer is filled, so that an
+// irregular source causes one gap and not one in every tick. A source that is faster than the
+// tick's clock fills it up; past the limit the oldest samples are dropped, down to the prebuffer:
+// an occasional jump is less audible than a lasting delay with a jump in every push.
 //
-// Thread: any; push and pull may run side by side.
+// Thread: any; push and pull may run concurrently.
 // Ownership: copies samples in and out.
-// Failure: none; what is missing is silence.
+// Failure: none; missing samples are silence.
 
 #pragma once
 
@@ -27,17 +27,17 @@ class SampleFifo {
   // Appends `frames` interleaved frames.
   void push(const int16_t* samples, size_t frames);
 
-  // Fills `out` with `frames` frames. Returns how many of them came from the source; the others
-  // stand after them and are silent.
+  // Fills `out` with `frames` frames. Returns how many of them came from the source; the rest,
+  // after them, is silence.
   size_t pull(int16_t* out, size_t frames);
 
-  // Whether the next pull() gives sound.
+  // Returns whether the next pull() delivers samples of the source.
   bool isReady() const;
 
-  // How many frames came.
+  // The number of frames pushed so far.
   uint64_t count() const;
 
-  // As at first.
+  // Returns to the initial state.
   void clear();
 
  private:

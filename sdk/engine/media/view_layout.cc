@@ -6,7 +6,7 @@
 namespace NimboEngine {
 namespace {
 
-// The largest rectangle of the shape of `shape` in the middle of `room`.
+// Returns the largest rectangle with the aspect ratio of `shape`, centred in `room`.
 Rect fitInto(Size shape, Size room) {
   const auto scaled = [](int length, int numerator, int denominator) {
     const int64_t exact = int64_t{length} * numerator;
@@ -23,13 +23,13 @@ Rect fitInto(Size shape, Size room) {
   return rect;
 }
 
-// One direction of a layout: what is drawn from where.
+// One dimension of a layout: offset and length.
 struct Span {
   int from;
   int length;
 };
 
-// Cuts off what lies outside of 0 to `room`, and begins at even places. False when nothing is left.
+// Clips to 0 to `room`, and aligns to even positions. Returns false if nothing is left.
 bool cut(Span& source, Span& target, int room) {
   const int first = std::max(target.from, 0) & ~1;
   const int end = std::min(target.from + target.length, room);

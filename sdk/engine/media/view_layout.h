@@ -1,4 +1,4 @@
-// Where a picture goes in a view of another shape.
+// Places a frame in a view of another aspect ratio.
 //
 // Thread: any; plain functions of their arguments.
 
@@ -9,12 +9,12 @@
 namespace NimboEngine {
 
 enum class ViewMode {
-  kFit,      // the whole picture, with borders where the shapes differ
-  kCrop,     // the view filled, the picture cut where the shapes differ
-  kStretch,  // the view filled, the picture distorted where the shapes differ
+  kFit,      // the whole frame, with borders
+  kCrop,     // the view filled, the frame cropped
+  kStretch,  // the view filled, the frame distorted
 };
 
-// How a picture is shown. Turned first, then mirrored: left and right are those of the viewer.
+// How a frame is shown. Rotated first, then mirrored: left and right are those of the viewer.
 struct ViewStyle {
   ViewMode mode = ViewMode::kFit;
   bool mirror = false;
@@ -37,20 +37,20 @@ struct Rect {
   bool operator==(const Rect&) const = default;
 };
 
-// Which part of the picture is shown, and where in the view.
+// The visible part of the frame, and its place in the view.
 struct ViewLayout {
   Rect source;
   Rect target;
   bool operator==(const ViewLayout&) const = default;
 };
 
-// All sizes in pixels, at least 1. The layout's rectangles are at least 1 by 1 and inside the
-// picture and the view; the source starts at even places, where I420 has its own colour samples.
+// All sizes in pixels, at least 1. The layout's rectangles are at least 1 by 1 and inside the frame
+// and the view; the source starts at even positions, where I420 has chroma samples.
 ViewLayout layOut(Size frame, Size view, ViewMode mode);
 
-// The same for a place that need not lie inside the view: what is outside is cut off. None when
-// nothing is left. The target starts at even places too; where the place does not, one column or
-// row is added. The place's numbers must not be beyond 2^29.
+// The same for a place that need not lie inside the view: it is clipped. None if nothing is left.
+// The target starts at even positions too; if the place does not, one column or row is added. The
+// place's numbers must not be beyond 2^29.
 std::optional<ViewLayout> layOut(Size frame, const Rect& place, Size view, ViewMode mode);
 
 }  // namespace NimboEngine

@@ -12,7 +12,7 @@ ScreenReader::Outcome PortalReader::open() {
   const auto answer = portal_.ask(error);
   if (answer == ScreenPortal::Answer::kRefused) return ended(Outcome::kRefused, error);
   if (answer == ScreenPortal::Answer::kFailed) return ended(Outcome::kGone, error);
-  // Copied, since the pictures lie in the desktop's memory, which goes when the sharing ends.
+  // Copied, since the frames are in the desktop's memory, which disappears when the sharing ends.
   pipeline_ = Pipeline::parse(
       "portal",
       fmt::format("pipewiresrc fd={} path={} always-copy=true ! videoconvert ! "

@@ -1,7 +1,7 @@
-// Pictures of what the user chose in the desktop's portal (see screen_portal.h). The first call of
-// grab() opens the chooser and waits for the user.
+// Reads frames of the screen or window that the user chose in the desktop's portal (see
+// screen_portal.h). The first call of grab() opens the chooser and waits for the user.
 //
-// Thread, failure: as ScreenReader says; cancelling `cancelled` ends the wait for the user at once.
+// Thread, failure: see ScreenReader; cancelling `cancelled` ends the wait for the user immediately.
 // Ownership: owns portal session and pipeline.
 
 #pragma once

@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Outcome = ScreenReader::Outcome;
 
-// A picture may be missed now and then, but not so many in a row.
+// Single frames may be missed, but not this many in a row.
 constexpr int kMostMisses = 50;
 
 std::unique_ptr<ScreenReader> makeReader(uint32_t id, GCancellable* cancelled) {
@@ -41,11 +41,11 @@ struct ScreenCapture::State : WorkerState<ErrorCallback> {
   bool paused NIMBO_GUARDED_BY(mutex) = false;
   const GlibPtr<GCancellable> cancelled{g_cancellable_new()};  // when stopping
 
-  // Of the thread alone.
+  // Used by the thread only.
   FrameConverter converter{ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_LINEAR};
   std::unique_ptr<FramePool> pool;
   VideoFormat poolFormat;
-  std::shared_ptr<FrameMailbox> filled;  // where the newest picture is
+  std::shared_ptr<FrameMailbox> filled;  // holds the newest frame
 
   void run();
   void setPaused(bool pause);
@@ -66,7 +66,7 @@ void ScreenCapture::State::run() {
     if (outcome == Outcome::kGone) return report(ScreenError::kLost, reader->error());
     if (outcome == Outcome::kRefused) return report(ScreenError::kRefused, reader->error());
     if (outcome == Outcome::kHidden && !hidden) {
-      report(ScreenError::kHidden, fmt::format("there is nothing to see of window {:#x}", id));
+      report(ScreenError::kHidden, fmt::format("nothing of window {:#x} is visible", id));
     }
     hidden = outcome == Outcome::kHidden;
     if (outcome == Outcome::kFrame || (outcome == Outcome::kSame && !isDelivered())) {
@@ -79,7 +79,7 @@ void ScreenCapture::State::run() {
   }
 }
 
-// False when it is time to end. A turn that is overdue is taken at once, and delays the next ones.
+// Returns false when it is time to end. An overdue turn runs immediately, and delays the next ones.
 bool ScreenCapture::State::waitForTurn(Clock::time_point& due) {
   MutexLock lock(mutex);
   changed.wait(lock, [this]() NIMBO_REQUIRES(mutex) { return stopping || !paused; });
@@ -94,7 +94,7 @@ bool ScreenCapture::State::isDelivered() {
   return filled == frames;
 }
 
-// Not when a pause comes between, or there is no memory: then it is still to be delivered.
+// Delivers nothing if a pause begins meanwhile or there is no memory; the frame then stays pending.
 void ScreenCapture::State::deliver(ScreenReader& reader) {
   MutexLock lock(mutex);
   const VideoFormat wanted = format;
@@ -107,7 +107,7 @@ void ScreenCapture::State::deliver(ScreenReader& reader) {
   GstVideoInfo info;
   const GstPtr<GstBuffer> pixels = reader.frame(info);
   if (!frame || !pixels || !converter.convert(pixels.get(), info, frame.get(), pool->info())) {
-    NIMBO_LOG_ERROR("no memory for a picture of the screen");
+    NIMBO_LOG_ERROR("no memory for a frame of the screen");
     return;
   }
   lock.lock();

@@ -1,12 +1,12 @@
-// Pictures of a monitor or window, taken at a steady rate and, where they differ from the last, put
-// into a mailbox in the captured format: the whole picture, with black borders where the shapes
+// Captures frames of a monitor or window at a steady rate and puts those that differ from the last
+// into a mailbox, in the captured format: the whole image, with black borders if the aspect ratios
 // differ.
 //
-// Thread: any. The trouble callback is called on the capture's own thread, and not any more when
-//   destruction has begun to return; it must not destroy the capture.
+// Thread: any. The error callback is called on the capture's own thread, and never after
+//   destruction; it must not destroy the capture.
 // Ownership: shares the mailbox. An X server that does not answer delays destruction a sixth of a
-//   second at most; the thread is then left behind.
-// Failure: reported as trouble; the mailbox keeps the last picture. GStreamer must have been
+//   second at most; the thread is then detached.
+// Failure: reported as a ScreenError; the mailbox keeps the last frame. GStreamer must have been
 //   started.
 
 #pragma once
@@ -23,16 +23,16 @@
 namespace NimboEngine {
 
 enum class ScreenError {
-  kHidden,   // there is nothing to see of the window at present; told once each time
-  kRefused,  // the user does not want to share it; nothing will come
-  kLost,     // nothing will come any more
+  kHidden,   // nothing of the window is visible at present; reported once each time
+  kRefused,  // the user does not want to share it; no frames will follow
+  kLost,     // no further frames will follow
 };
 
 class ScreenCapture {
  public:
   using ErrorCallback = std::function<void(ScreenError, const std::string& message)>;
 
-  // `id` as in capture/screen/screen_sources.h; pictures get the size of `format` and are taken at
+  // `id` as in capture/screen/screen_sources.h; frames get the size of `format` and are captured at
   // its rate.
   ScreenCapture(uint32_t id, const VideoFormat& format, std::shared_ptr<FrameMailbox> frames,
                 ErrorCallback onError);
@@ -40,10 +40,10 @@ class ScreenCapture {
   ScreenCapture(const ScreenCapture&) = delete;
   ScreenCapture& operator=(const ScreenCapture&) = delete;
 
-  // While paused nothing is taken, and nothing noticed. No picture follows a call with true.
+  // While paused nothing is captured and no error detected. No frame follows a call with true.
   void setPaused(bool paused);
 
-  // Pictures of another format from now on, the present one among them, into another mailbox.
+  // Delivers frames in another format, the current one among them, into another mailbox.
   void setFormat(const VideoFormat& format, std::shared_ptr<FrameMailbox> frames);
 
  private:

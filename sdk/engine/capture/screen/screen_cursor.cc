@@ -7,7 +7,7 @@
 namespace NimboEngine {
 namespace {
 
-// The server answers no other request before this one.
+// The server rejects other requests of the extension before this one.
 bool introduce(xcb_connection_t* connection) {
   if (!hasExtension(connection, xcb_xfixes_id)) return false;
   const XReply<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
@@ -15,7 +15,7 @@ bool introduce(xcb_connection_t* connection) {
   return version != nullptr;
 }
 
-// `above` has its opacity in its upper byte, and its colours already multiplied by that.
+// `above` has its alpha in the upper byte, and premultiplied colours.
 void blend(uint8_t* pixel, uint32_t above) {
   const uint32_t rest = 255 - (above >> 24);
   for (int channel = 0; channel < 3; ++channel) {

@@ -1,7 +1,7 @@
-// The mouse pointer, which is no part of what the X server lets one read from a screen.
+// The mouse pointer, which the pixels read from the X server's screen do not contain.
 //
 // Thread: that of the connection.
-// Failure: a server that does not tell gives no pointer.
+// Failure: without a reply of the server no pointer is drawn.
 
 #pragma once
 
@@ -18,11 +18,11 @@ class ScreenCursor {
  public:
   explicit ScreenCursor(xcb_connection_t* connection);
 
-  // Asks, without waiting, where the pointer is and what it looks like.
+  // Requests the pointer's position and image, without waiting.
   void ask();
 
-  // Takes the answer, and draws it on a picture of `area` of the desktop: rows without gaps, each
-  // pixel blue, green, red, unused. Null pixels: it is not to be drawn.
+  // Takes the reply, and draws the pointer on an image of `area` of the desktop: rows without gaps,
+  // each pixel blue, green, red, unused. Null pixels: nothing is drawn.
   void draw(uint8_t* pixels, const Rect& area);
 
  private:

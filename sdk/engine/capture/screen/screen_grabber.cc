@@ -20,7 +20,7 @@ Rect intersection(const Rect& a, const Rect& b) {
   return {left, top, std::max(0, right - left), std::max(0, bottom - top)};
 }
 
-// A window's picture off the screen, for as long as one looks at it.
+// The off-screen pixmap of a window, freed with the object.
 class WindowPixmap {
  public:
   WindowPixmap(xcb_connection_t* connection, xcb_window_t window, xcb_pixmap_t id)
@@ -45,8 +45,8 @@ ScreenGrabber::ScreenGrabber(uint32_t id)
       pixmap_(contentsAreKept_ ? xcb_generate_id(connection()) : XCB_NONE),
       cursor_(connection()) {}
 
-// Asks the server to draw the window off the screen, whence it is copied to the screen. It ends
-// with the connection.
+// Redirects the window to off-screen storage, from which the server copies it to the screen. Lasts
+// until the connection closes.
 bool ScreenGrabber::keepContents() {
   if (!display_.screen || isMonitor(id_)) return false;
   if (!hasExtension(connection(), xcb_composite_id)) return false;
@@ -128,9 +128,9 @@ ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
   return visible.width > 0 && visible.height > 0 ? Outcome::kFrame : Outcome::kHidden;
 }
 
-// Asks for picture and pointer at once, so that they belong together.
+// Requests image and pointer together, so that they match.
 ScreenGrabber::Outcome ScreenGrabber::fetch(const Place& place) {
-  // Named anew each time: a window that changes its size gets another one.
+  // A new name each time: a window that changes its size gets another pixmap.
   std::optional<WindowPixmap> pixmap;
   if (contentsAreKept_) pixmap.emplace(connection(), id_, place.drawable);
   const Size size{place.part.width, place.part.height};

@@ -1,10 +1,10 @@
-// Takes pictures of one monitor or window, over a connection to the X server of its own.
+// Grabs images of one monitor or window, over its own connection to the X server.
 //
-// A window is taken without what covers it where the server can do that (the Composite extension);
-// elsewhere the picture is what the screen shows in its place, and the part of a window that is
+// A window is grabbed without whatever covers it if the server has the Composite extension;
+// otherwise the image is what the screen shows at its place, and the part of a window that is
 // outside the screen is left out.
 //
-// Thread, ownership, failure: as ScreenReader says.
+// Thread, ownership, failure: see ScreenReader.
 
 #pragma once
 
@@ -33,7 +33,7 @@ class ScreenGrabber final : public ScreenReader {
   const ScreenImage& image() const { return *image_; }
 
  private:
-  // Where the pixels are to be had.
+  // Where the pixels are read from.
   struct Place {
     xcb_drawable_t drawable;
     Rect part;  // of the drawable

@@ -1,9 +1,9 @@
-// Pixels that were read from the X server: through memory shared with it where it allows that, else
-// sent by it.
+// Pixels read from the X server: through shared memory if the server allows it, else over the
+// connection.
 //
 // Thread: that of the connection.
 // Ownership: owns the pixels; the connection must outlive it.
-// Failure: take() answers false.
+// Failure: take() returns false.
 
 #pragma once
 
@@ -22,18 +22,19 @@ class ScreenImage {
  public:
   ScreenImage(xcb_connection_t* connection, Size size);
 
-  // Asks, without waiting, for the part of `drawable` that begins at that place.
+  // Requests the part of `drawable` that begins at that place, without waiting.
   void ask(xcb_drawable_t drawable, int x, int y);
 
-  // Waits for what was asked for. False when there is none: the part is not inside any more.
+  // Waits for the requested pixels. Returns false if there are none: the part is no longer inside
+  // the drawable.
   bool take();
 
-  // What was taken: rows without gaps, each pixel blue, green, red, unused.
+  // The pixels: rows without gaps, each pixel blue, green, red, unused.
   uint8_t* pixels() const;
   Size size() const { return size_; }
   bool isShared() const { return shared_ != nullptr; }
 
-  // Whether both were taken, and look the same. They are of one size.
+  // Returns whether both were read and have equal pixels. Both must have the same size.
   bool hasSamePixels(const ScreenImage& other) const;
 
  private:

@@ -6,7 +6,7 @@
 namespace NimboEngine {
 namespace {
 
-// Monitors came with version 1.5. The server answers in the version that it was asked for.
+// Monitors exist since version 1.5. The server replies in the version that the client requests.
 bool knowsMonitors(xcb_connection_t* connection) {
   if (!hasExtension(connection, xcb_randr_id)) return false;
   const XReply<xcb_randr_query_version_reply_t> version(xcb_randr_query_version_reply(

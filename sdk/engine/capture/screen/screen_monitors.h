@@ -1,13 +1,13 @@
-// The monitors of a desktop, and how they are numbered among the things that can be shared.
+// The monitors of a desktop, and their identifiers among the sources that can be shared.
 //
 // A window's identifier is its own on the X server, which never sets one of the upper three bits. A
 // monitor's is kMonitorBit and the server's number for the monitor's name, which stays the same
 // while the server lives, whichever other monitors come and go. kMonitorBit alone is the whole
-// desktop, for a server that knows no monitors. kPortalSource is what the user chooses in the
-// desktop's own dialogue, without an X server.
+// desktop, for a server without monitors. kPortalSource is the user's choice in the desktop's own
+// dialogue, without an X server.
 //
 // Thread: that of the connection.
-// Failure: a server that does not answer gives the whole desktop.
+// Failure: if the server does not answer, the whole desktop is listed.
 
 #pragma once
 
@@ -38,7 +38,7 @@ struct Monitor {
 // Never empty.
 std::vector<Monitor> listMonitors(const XDisplay& display);
 
-// For people.
+// Returns the display name.
 std::string monitorName(const XDisplay& display, const Monitor& monitor);
 
 }  // namespace NimboEngine

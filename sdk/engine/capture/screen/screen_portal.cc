@@ -20,13 +20,14 @@ constexpr char kScreenCast[] = "org.freedesktop.portal.ScreenCast";
 constexpr uint32_t kMonitorsAndWindows = 1 | 2;
 constexpr uint32_t kPointerInFrame = 2;
 
-// As a request's signal tells them.
+// Result codes of a request's signal.
 constexpr uint32_t kDone = 0;
 constexpr uint32_t kCancelledByUser = 1;
 
-constexpr auto kPollInterval = 50ms;  // how often a wait looks whether it is cancelled
+constexpr auto kPollInterval = 50ms;  // how often a wait checks for cancellation
 
-// Signals come to the context that was the thread's own when they were subscribed to.
+// Makes a context the thread's default: signals arrive in the default context at the time of
+// subscription.
 class ContextOfThread {
  public:
   explicit ContextOfThread(GMainContext* context) : context_(context) {
@@ -40,7 +41,7 @@ class ContextOfThread {
   GMainContext* const context_;
 };
 
-// Where the session bus is; none is started.
+// Returns the address of the session bus; none is started.
 std::string busAddress() {
   if (const char* address = g_getenv("DBUS_SESSION_BUS_ADDRESS")) return address;
   const char* folder = g_getenv("XDG_RUNTIME_DIR");
@@ -68,7 +69,7 @@ GlibPtr<GDBusConnection> connectToBus(GCancellable* cancelled, std::string& erro
   return connection;
 }
 
-// A property of the portal that is a number.
+// Returns a numeric property of the portal.
 std::optional<uint32_t> property(GDBusConnection* connection, const char* name,
                                  std::chrono::milliseconds timeout, GCancellable* cancelled) {
   const GlibPtr<GVariant> reply(g_dbus_connection_call_sync(
@@ -83,7 +84,7 @@ std::optional<uint32_t> property(GDBusConnection* connection, const char* name,
   return g_variant_get_uint32(value.get());
 }
 
-// Fits all signals here, whose receivers differ in `data`.
+// The handler of all signals here, whose receivers differ in `data`.
 template <class Receiver>
 guint subscribe(GDBusConnection* connection, const char* interface, const char* signal,
                 const std::string& path, Receiver* receiver,
@@ -122,7 +123,7 @@ ScreenPortal::~ScreenPortal() {
   }
   g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr);
   while (g_main_context_iteration(context_.get(), FALSE)) {
-    // What was unsubscribed from is freed here.
+    // Frees the removed subscriptions.
   }
 }
 
@@ -139,7 +140,7 @@ ScreenPortal::Answer ScreenPortal::ask(std::string& error) {
 
 bool ScreenPortal::isShared() {
   while (g_main_context_iteration(context_.get(), FALSE)) {
-    // The signal that the session is over may be among it.
+    // The signal that the session has closed may be among the events.
   }
   return !closed_ && !g_dbus_connection_is_closed(connection_.get());
 }
@@ -231,7 +232,7 @@ ScreenPortal::Answer ScreenPortal::openRemote(std::string& error) {
 // -------------------------------------------------------------------------------------- one
 // request
 
-// kShared: it is done, and `response` holds what came of it.
+// kShared: it has completed, and `response` holds the results.
 ScreenPortal::Answer ScreenPortal::request(const char* method, std::vector<GVariant*> arguments,
                                            GVariantBuilder& options,
                                            std::chrono::milliseconds timeout, Response& response,
@@ -239,7 +240,7 @@ ScreenPortal::Answer ScreenPortal::request(const char* method, std::vector<GVari
   const std::string token = fmt::format("nimbo{}", ++requests_);
   g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));
   arguments.push_back(g_variant_builder_end(&options));
-  // The request's path is known beforehand, lest its signal be missed.
+  // The request's path is computed beforehand, so that its signal is not missed.
   std::string sender = g_dbus_connection_get_unique_name(connection_.get()) + 1;  // without ":"
   std::replace(sender.begin(), sender.end(), '.', '_');
   const guint subscription =
@@ -275,7 +276,7 @@ bool ScreenPortal::call(const char* method, GVariant* arguments, std::string& er
   return reply != nullptr;
 }
 
-// False when it is cancelled, the bus breaks or the time is over.
+// Returns false if it is cancelled, the bus connection breaks or the timeout expires.
 bool ScreenPortal::wait(const Response& response, std::chrono::milliseconds timeout) {
   const auto end = Clock::now() + timeout;
   GSource* poll = g_timeout_source_new(kPollInterval.count());

@@ -1,16 +1,16 @@
 // The desktop's portal (org.freedesktop.portal.ScreenCast on the session bus), through which
-// programs of a Wayland session get a screen or window: the desktop shows a chooser of its own, and
-// hands over a PipeWire stream of what the user chose.
+// programs of a Wayland session share a screen or window: the desktop shows its own chooser, and
+// provides a PipeWire stream of the user's choice.
 //
 //   CreateSession ─▶ SelectSources ─▶ Start, which asks the user ─▶ OpenPipeWireRemote
 //
-// Each of the first three is answered twice: with the path of a request at once, and by that
-// request's signal Response when it is through.
+// Each of the first three is answered twice: immediately with the path of a request, and by that
+// request's signal Response when it has completed.
 //
-// Thread: one thread; `cancelled` may be cancelled on any, and ends every wait at once.
-// Ownership: a bus connection of its own. The portal ends what was asked for, chooser and session,
-//   when that closes, as it does with the object.
-// Failure: an answer and the reason; a portal that does not answer within 5 s, or a user within
+// Thread: one thread; `cancelled` may be cancelled on any, and ends every wait immediately.
+// Ownership: a bus connection of its own. The portal closes chooser and session when the connection
+//   closes, which happens in the destructor.
+// Failure: an Answer and an error text; a portal that does not answer within 5 s, or a user within
 //   three minutes, is a failure too.
 
 #pragma once
@@ -34,7 +34,8 @@ class ScreenPortal {
     std::chrono::milliseconds user{180'000};
   };
 
-  // Whether there is a session bus with a portal that shares screens; a second at most.
+  // Returns whether there is a session bus with a portal that shares screens; takes a second at
+  // most.
   static bool isThere();
 
   ScreenPortal(GCancellable* cancelled, const Timeouts& timeouts);
@@ -42,18 +43,18 @@ class ScreenPortal {
   ScreenPortal(const ScreenPortal&) = delete;
   ScreenPortal& operator=(const ScreenPortal&) = delete;
 
-  // Once; `error` tells why nothing is shared.
+  // To be called once; `error` describes why nothing is shared.
   Answer ask(std::string& error);
 
-  // Of what is shared: where PipeWire is, and the stream there. The descriptor stays the portal's.
+  // The PipeWire connection, and the shared stream there. The descriptor stays the portal's.
   int remote() const { return remote_; }
   uint32_t node() const { return node_; }
 
-  // Whether the desktop still shares it. Does not wait.
+  // Returns whether the desktop still shares it. Does not block.
   bool isShared();
 
  private:
-  // What a request's signal said.
+  // The content of a request's signal.
   struct Response {
     bool arrived = false;
     uint32_t code = 0;

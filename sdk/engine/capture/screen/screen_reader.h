@@ -1,8 +1,8 @@
-// Takes pictures of what is shared, one when it is asked for one.
+// Reads frames of the shared screen or window on demand.
 //
-// Thread: one thread at a time; every call may wait for the display server, also for ever.
+// Thread: one thread at a time; every call may block on the display server, possibly forever.
 // Ownership: owns the connection and the pixels.
-// Failure: an outcome; nothing that becomes of the source or the server ends the process.
+// Failure: an Outcome; no failure of the source or the server ends the process.
 
 #pragma once
 
@@ -18,20 +18,20 @@ class ScreenReader {
  public:
   enum class Outcome {
     kFrame,
-    kSame,     // the last picture again
-    kNone,     // nothing has come yet
-    kMissed,   // no picture this time: it was about to change its size
-    kHidden,   // minimised, or wholly outside the screen where that cannot be helped
-    kRefused,  // the user does not want it; problem() tells
-    kGone,     // closed or never there, or the server ended; problem() tells
+    kSame,     // the last frame again
+    kNone,     // no frame yet
+    kMissed,   // no frame this time: the size was about to change
+    kHidden,   // minimised, or wholly outside the screen if the server cannot avoid that
+    kRefused,  // the user does not want it, see error()
+    kGone,     // closed or never there, or the server ended; see error()
   };
 
   virtual ~ScreenReader() = default;
 
   virtual Outcome grab() = 0;
 
-  // The picture, with the mouse pointer in it, and its layout; valid until the next call of grab(),
-  // after one that gave kFrame or kSame.
+  // Returns the frame, with the mouse pointer in it, and its layout; valid after a call of grab()
+  // that returned kFrame or kSame, until the next one.
   virtual GstPtr<GstBuffer> frame(GstVideoInfo& info) = 0;
 
   const std::string& error() const { return error_; }

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kTimeout{1500};
 
-// In units of four bytes, as properties are read: longer names are cut, longer lists too.
+// In units of four bytes, as in property requests: longer names and lists are cut.
 constexpr uint32_t kNameLimit = 256;
 constexpr uint32_t kListLimit = 4096;
 
@@ -60,7 +60,7 @@ std::vector<xcb_window_t> topLevelWindows(const XDisplay& display, xcb_atom_t cl
   return {first, first + xcb_query_tree_children_length(tree.get())};
 }
 
-// The questions about one window; all are asked before the first answer is waited for.
+// The requests about one window; all are sent before the first reply is awaited.
 struct Questions {
   xcb_window_t window;
   xcb_get_window_attributes_cookie_t attributes;
@@ -80,7 +80,7 @@ std::string textOf(const xcb_get_property_reply_t* property) {
           static_cast<size_t>(xcb_get_property_value_length(property))};
 }
 
-// The older of the two properties is in Latin-1 as a rule.
+// The older of the two properties is usually in Latin-1.
 std::string inUtf8(const std::string& text) {
   if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) return text;
   const GstPtr<gchar> converted(g_convert(text.data(), static_cast<gssize>(text.size()), "UTF-8",

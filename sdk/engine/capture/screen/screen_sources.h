@@ -1,12 +1,13 @@
-// What can be shared instead of the camera: the desktop's monitors, then the windows that it shows.
-// In a Wayland session without an X server it is one entry, which has the desktop ask the user.
+// Lists the sources that can be shared instead of the camera: the desktop's monitors, then its
+// visible windows. In a Wayland session without an X server there is one entry, for which the
+// desktop asks the user.
 //
-// Windows are those that a window manager counts as its clients or, without one, the children of
-// the root window; none that are minimised, and no menus or tips. screen_monitors.h tells how both
-// are numbered.
+// Windows are the clients of the window manager or, without one, the children of the root window;
+// minimised windows, menus and tooltips are left out. screen_monitors.h defines the identifiers.
 //
 // Thread: any. Waits for X server and portal, a second and a half at most.
-// Failure: without a server, or with one that does not answer, the list is empty; the log says so.
+// Failure: without a server, or with one that does not answer, the list is empty, and a warning
+//   logged.
 
 #pragma once
 
@@ -18,7 +19,7 @@ namespace NimboEngine {
 
 struct ScreenSource {
   uint32_t id = 0;
-  std::string name;  // for people, UTF-8
+  std::string name;  // display name, UTF-8
 };
 
 std::vector<ScreenSource> listScreenSources();

@@ -160,8 +160,8 @@ TEST_F(StillImageTest, GreyTakesThePlaceOfWhatCannotBeUsed) {
 
 TEST_F(StillImageTest, EachReasonIsTold) {
   EXPECT_EQ(errorOf(file("missing.png")), "there is no such file");
-  EXPECT_EQ(errorOf(folder_), "it is no file");
-  EXPECT_EQ(errorOf("/dev/zero"), "it is no file");
+  EXPECT_EQ(errorOf(folder_), "it is not a regular file");
+  EXPECT_EQ(errorOf("/dev/zero"), "it is not a regular file");
   write("empty.png", "");
   EXPECT_EQ(errorOf(file("empty.png")), "it is empty");
   write("text.png", "no picture at all, but some text");
@@ -205,7 +205,7 @@ TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
 
 TEST_F(StillImageTest, APipeIsRefusedAtOnce) {
   ASSERT_EQ(mkfifo(file("pipe.png").c_str(), 0600), 0);
-  EXPECT_EQ(errorOf(file("pipe.png")), "it is no file");
+  EXPECT_EQ(errorOf(file("pipe.png")), "it is not a regular file");
 }
 
 TEST_F(StillImageTest, ItsEndIsNotWaitedFor) {
