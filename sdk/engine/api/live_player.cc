@@ -38,8 +38,8 @@ void stopPlayersAtExit() {
   idle->get_future().wait_for(kTimeout);
 }
 
-// One thread for all players: nothing that may wait for the network is done on it. Never destroyed:
-// a process may end while it plays.
+// The engine thread of all players: nothing on it may wait for the network. Never destroyed: a
+// process may end while it plays.
 EngineThread& playersThread() {
   static NeverDestroyed<EngineThread> thread("nimbo-players");
   onProcessExit(ExitStage::kPlayers, stopPlayersAtExit);

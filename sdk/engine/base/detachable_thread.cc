@@ -11,7 +11,8 @@ namespace NimboEngine {
 DetachableThread::DetachableThread(std::string name, std::function<void()> body,
                                    std::chrono::milliseconds endTimeout)
     : name_(std::move(name)), endTimeout_(endTimeout) {
-  // Not a packaged_task: it would run the body inside pthread_once, where ThreadSanitizer is blind.
+  // Not a packaged_task: it would run the body inside pthread_once, which ThreadSanitizer cannot
+  // see into.
   std::promise<void> ended;
   ended_ = ended.get_future();
   try {
@@ -32,7 +33,7 @@ DetachableThread::~DetachableThread() {
     return;
   }
   if (endTimeout_ > std::chrono::milliseconds::zero()) {
-    NIMBO_LOG_WARN("thread {} does not end in time and is left behind", name_);
+    NIMBO_LOG_WARN("thread {} does not end in time and is detached", name_);
   }
   thread_.detach();
 }

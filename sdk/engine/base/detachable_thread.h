@@ -4,7 +4,7 @@
 // Thread: created and destroyed on any other thread than its own.
 // Ownership: destruction waits `endTimeout` at most; what still runs then is left behind. So `body`
 //   must own or share all that it uses. Telling it to end is the owner's business.
-// Failure: where no thread can be started, `body` is dropped, which is logged: as if it hung.
+// Failure: if no thread can be started, `body` is dropped and an error is logged, as if it hung.
 //   `body` must not throw.
 
 #pragma once
@@ -21,7 +21,7 @@ class DetachableThread {
  public:
   static constexpr std::chrono::milliseconds kTimeout{150};
 
-  // `name` is what the operating system shows, at most 15 characters.
+  // `name` is the thread's name in the operating system, at most 15 characters.
   DetachableThread(std::string name, std::function<void()> body,
                    std::chrono::milliseconds endTimeout = kTimeout);
   ~DetachableThread();

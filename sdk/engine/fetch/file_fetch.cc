@@ -22,7 +22,7 @@ using namespace LumoRtc;
 
 constexpr std::size_t kReadBytes = 65536;
 
-// The path that `reference` in a playlist of that folder means; empty when it means none.
+// Resolves `reference` in a playlist of that folder to a path; empty if there is none.
 std::string pathIn(const std::string& folder, const std::string& reference) {
   if (const GlibPtr<gchar> scheme(g_uri_parse_scheme(reference.c_str())); scheme) {
     const GlibPtr<gchar> path(g_filename_from_uri(reference.c_str(), nullptr, nullptr));
@@ -51,7 +51,8 @@ std::optional<FetchFailure> FileFetch::open(const ByteRange& range) {
     return refusedFetch("only regular files can be played");
   }
   path_ = pathOfOpenFile(file_);
-  // What a playlist named was judged without links; one may have come into being since.
+  // The address in the playlist was checked with links resolved; a link may have been created
+  // since.
   if (uri_.origin && path_ != uri_.address) {
     return refusedFetch("a local playlist may name files of its own folder only");
   }

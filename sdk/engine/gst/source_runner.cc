@@ -134,7 +134,7 @@ void SourceRunner::State::stopPredecessor() {
   if (predecessor.runner) predecessor.runner->requestStop();
 }
 
-// The next message; none when asked to stop or, with `silent` set, when the source fell silent.
+// Returns the next message; none if asked to stop or, with `silent` set, if the source has stalled.
 std::optional<PipelineMessage> SourceRunner::State::next(const Source& source, bool& silent) {
   MutexLock lock(mutex);
   const auto woken = [this]() NIMBO_REQUIRES(mutex) { return stopping || !messages.empty(); };

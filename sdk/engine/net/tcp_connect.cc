@@ -24,7 +24,7 @@ constexpr std::chrono::milliseconds kAttemptDelay{250};
 // A quarter of a second at 2 Mbit/s. With the system's default of several megabytes a frozen server
 // would go unnoticed: the buffer absorbs the stream for minutes.
 constexpr int kSendBufferBytes = 64 * 1024;
-// How long sent data may stay unacknowledged. 6 s was seen to cut links that were merely slow.
+// How long sent data may stay unacknowledged. 6 s has cut links that were merely slow.
 constexpr std::chrono::milliseconds kUnacknowledgedTimeout{10'000};
 
 ConnectionFailure noAnswer(const std::string& host, int port) {
