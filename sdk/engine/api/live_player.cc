@@ -148,8 +148,8 @@ int LivePlayer::getPlayMode() {
 namespace LumoRtc {
 
 LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
-  const auto refuse = [](const std::string& reason) -> LumoLivePlayer* {
-    NIMBO_LOG_ERROR("no player: {}", reason);
+  const auto refuse = [](const std::string& error) -> LumoLivePlayer* {
+    NIMBO_LOG_ERROR("no player: {}", error);
     return nullptr;
   };
   std::string error;

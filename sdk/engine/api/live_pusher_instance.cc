@@ -35,8 +35,8 @@ namespace LumoRtc {
 using NimboEngine::theInstance;
 
 LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
-  const auto refuse = [](const std::string& reason) -> LumoLivePusher* {
-    NIMBO_LOG_ERROR("no pusher: {}", reason);
+  const auto refuse = [](const std::string& error) -> LumoLivePusher* {
+    NIMBO_LOG_ERROR("no pusher: {}", error);
     return nullptr;
   };
   std::string error;

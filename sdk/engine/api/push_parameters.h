@@ -54,7 +54,7 @@ LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& co
 // The fields have the limits of the table; a frame rate of 0 means 15. Unless the result is
 // kLumoLiveOk, `error` names the field and `encoder` is unchanged.
 LumoRtc::LumoLiveResult makeScreenEncoder(const LumoRtc::LumoLiveScreenShareEncoderConfig& config,
-                                          EncoderSettings& encoder, std::string& problem);
+                                          EncoderSettings& encoder, std::string& error);
 
 // The changes that are possible at any time, with the limits of the table. Unless the result is
 // kLumoLiveOk, `error` describes why and `parameters` is unchanged.

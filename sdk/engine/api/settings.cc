@@ -205,12 +205,12 @@ std::optional<Settings> parseSettings(const char* text, std::string& error) {
 bool applySettings(const Settings& settings, std::string& error) {
   if (settings.trustedCertificates.empty()) return true;
   startGstreamer();
-  const std::string reason = trustCertificates(settings.trustedCertificates);
-  if (!reason.empty()) {
+  const std::string refusal = trustCertificates(settings.trustedCertificates);
+  if (!refusal.empty()) {
     error = fmt::format("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
-                        settings.trustedCertificates, reason);
+                        settings.trustedCertificates, refusal);
   }
-  return reason.empty();
+  return refusal.empty();
 }
 
 }  // namespace NimboEngine

@@ -2,8 +2,8 @@
 // it ends within a timeout, else detached.
 //
 // Thread: created and destroyed on any other thread than its own.
-// Ownership: destruction waits `endTimeout` at most; what still runs then is left behind. So `body`
-//   must own or share all that it uses. Telling it to end is the owner's business.
+// Ownership: destruction waits `endTimeout` at most and then detaches the thread. So `body` must
+//   own or share all that it uses. The owner must signal it to end.
 // Failure: if no thread can be started, `body` is dropped and an error is logged, as if it hung.
 //   `body` must not throw.
 

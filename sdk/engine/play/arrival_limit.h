@@ -1,7 +1,7 @@
-// Counts what arrives for a playback until something of it can be decoded.
+// Counts the bytes that arrive for a playback until some of them can be decoded.
 //
 // Thread: any.
-// Failure: add() answers false once too much has come.
+// Failure: add() returns false once too much has arrived.
 
 #pragma once
 

@@ -15,22 +15,23 @@
 namespace NimboEngine {
 namespace {
 
-// The output's own buffer, in the units of its properties. What is handed over for it must be there
-// before it runs dry: with PresentationClock::kAudioLead it has 20 ms to spare.
+// The output's own buffer, in the units of its properties. Audio must be delivered before it runs
+// dry: PresentationClock::kAudioLead leaves a margin of 20 ms.
 constexpr gint64 kDeviceBufferUs = 120'000;
 constexpr gint64 kDevicePeriodUs = 20'000;
-// The sink closes gaps up to this. Only those that come of rounding are to be closed.
+// The sink closes gaps up to this size: only those caused by rounding.
 constexpr gint64 kAlignmentNs = 1'000'000;
-// While the output is being opened, audio waits here.
+// Audio that is queued while the output is being opened.
 constexpr int kMostWaitingMs = 300;
 constexpr int kMostWaitingBytes = kPlayedAudio.rate * kMostWaitingMs / 1000 *
                                   kPlayedAudio.channels * static_cast<int>(sizeof(int16_t));
 
 }  // namespace
 
-// The way into the pipeline, which comes and goes on another thread. The sink is not synchronised
-// to the pipeline's clock by its own means, which correct a drift by jumps and take long to follow
-// an output that stood still: audio is stamped with the output's time and resampled to fit it.
+// The input of the pipeline, which is created and destroyed on another thread. The sink's own
+// synchronisation to the pipeline's clock is off: it corrects drift by jumps and takes long to
+// follow an output that has stalled. Instead, audio is stamped with the output's time and resampled
+// to fit it.
 class AudioOutput::Input {
  public:
   void set(const Pipeline* pipeline) {
@@ -59,7 +60,7 @@ class AudioOutput::Input {
   }
 
  private:
-  // The sink calibrates its clock to the pipeline's when it begins, and not later.
+  // The sink calibrates its clock to the pipeline's only when it starts.
   std::optional<std::chrono::nanoseconds> reading() const {
     GstClock* output = GST_AUDIO_BASE_SINK(sink_.get())->provided_clock;
     GstClockTime calibrated = 0;
@@ -77,7 +78,7 @@ class AudioOutput::Input {
   OutputClock clock_;
 };
 
-// The output's pipeline. It runs as a capture source does, only the other way round.
+// The output's pipeline. It is run like a capture source, in the opposite direction.
 class AudioOutput::Sink final : public Source {
  public:
   explicit Sink(std::shared_ptr<Input> input) : input_(std::move(input)) {}
@@ -97,7 +98,7 @@ class AudioOutput::Sink final : public Source {
                     kAlignmentNs, kDeviceBufferUs, kDevicePeriodUs),
         std::move(handler));
     if (pipeline) {
-      // Moments are those at which audio is heard: the output's latency is in them already.
+      // Presentation times already include the output's latency.
       gst_pipeline_set_latency(GST_PIPELINE(pipeline->get()), 0);
       input_->set(pipeline.get());
     } else {

@@ -1,7 +1,7 @@
-// Plays audio on the system's default output, each piece at its moment. Where there is no output,
-// or it goes away, audio is dropped.
+// Plays audio on the system's default output, each piece at its presentation time. Without an
+// output, or after it was removed, audio is dropped.
 //
-// Thread: push() on one thread, which never waits. Everything else on one other thread.
+// Thread: push() on one thread; it never blocks. Everything else on one other thread.
 // Ownership: owns its pipeline, which opens the output on a thread of its own; one that hangs is
 //   detached.
 // Failure: logged, once.
@@ -26,8 +26,8 @@ class AudioOutput {
   // Opens the output.
   void open();
 
-  // To be called PresentationClock::kAudioLead before the piece's moment. Dropped while the output
-  // is not open.
+  // To be called PresentationClock::kAudioLead before the piece's presentation time. Dropped while
+  // the output is not open.
   void push(const AudioAligner::Piece& piece);
 
  private:

@@ -29,7 +29,7 @@ void DecodedMediaSink::deliverVideo(GstPtr<GstSample> sample, GstClockTime times
 
 void DecodedMediaSink::deliverAudio(GstBuffer* buffer, GstClockTime timestamp) {
   meter.addAudio();
-  // PCM passes no decoder in front of which it is counted.
+  // PCM does not pass a decoder, where bytes are counted.
   if (!audioWasRaw_) audioWasRaw_ = meter.counts().audioBytes == 0;
   if (*audioWasRaw_) meter.addEncoded(Media::kAudio, gst_buffer_get_size(buffer));
   presenter_.pushAudio(share(buffer), std::chrono::nanoseconds(timestamp));

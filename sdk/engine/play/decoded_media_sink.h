@@ -1,12 +1,12 @@
-// Where a playback's pipeline delivers what it has decoded: brings frames and audio into the form
-// in which the engine hands them out, and presents them when they are due. The pipeline shares the
-// output: one that cannot be stopped any more goes on delivering into a closed output, which is
-// harmless.
+// The sink of a playback's pipeline: converts decoded frames and audio into the engine's output
+// form, and presents them when they are due. The pipeline shares the sink: one that cannot be
+// stopped any more keeps delivering into a closed sink, which is harmless.
 //
-// Thread: deliver on GStreamer's threads, video on one and audio on one; they block while enough
-//   waits to be presented. The handlers are called on the presenter's thread. close() on any other.
-// Ownership: the handlers belong to the output; once close() has returned, none runs or will run.
-// Failure: a frame that cannot be read is left out.
+// Thread: deliver on GStreamer's threads, video on one and audio on one; they block while the
+//   presenter's queue is full. The handlers are called on the presenter's thread. close() on any
+//   other.
+// Ownership: the handlers belong to the sink; once close() has returned, none runs or will run.
+// Failure: a frame that cannot be read is dropped.
 
 #pragma once
 
@@ -31,7 +31,7 @@ class DecodedMediaSink {
   struct Handlers {
     // A contiguous frame in the form of media/frame_form.h, as wide as a multiple of 8; writable.
     std::function<void(GstBuffer*, const GstVideoInfo&)> onFrame;
-    // Writable samples, PresentationClock::kAudioLead before they are to be heard.
+    // Writable samples, PresentationClock::kAudioLead before their presentation time.
     std::function<void(const AudioAligner::Piece&)> onAudio;
   };
 
@@ -43,17 +43,17 @@ class DecodedMediaSink {
   // `followsArrival`: a live stream is presented as it arrives, by the live side of
   // PresentationClock.
   void setMode(LumoRtc::LumoLivePlayMode mode, bool followsArrival);
-  // kLumoLivePlayModeNone until the pipeline knows what it plays.
+  // kLumoLivePlayModeNone until the pipeline has determined it.
   LumoRtc::LumoLivePlayMode mode() const { return mode_; }
 
   // `timestamp` is the running time of the sample.
   void deliverVideo(GstPtr<GstSample> sample, GstClockTime timestamp);
   void deliverAudio(GstBuffer* buffer, GstClockTime timestamp);
 
-  // Whether all that was delivered has been seen and heard.
+  // Returns whether everything that was delivered has been presented.
   bool isDrained() const { return presenter_.isDrained(); }
 
-  // What has been counted, the presenter's figures included.
+  // Returns the counts so far, the presenter's included.
   PlayCounts counts() const;
   std::chrono::milliseconds takeWorstDelay(Presenter::Time now);
 
@@ -61,7 +61,7 @@ class DecodedMediaSink {
 
   void close();
 
-  // Whether a server has said anything.
+  // Whether the server has sent anything.
   std::atomic<bool> answered{false};
   PlayStatistics meter;
   ArrivalLimit arrival;
@@ -74,7 +74,7 @@ class DecodedMediaSink {
   FrameNormalizer normalizer_{FrameNormalizer::Use::kWrite};  // used by deliverVideo only
   std::optional<bool> audioWasRaw_;                           // used by deliverAudio only
 
-  Presenter presenter_;  // ends first: it calls the handlers
+  Presenter presenter_;  // destroyed first: it calls the handlers
 };
 
 }  // namespace NimboEngine

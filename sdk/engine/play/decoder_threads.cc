@@ -14,10 +14,10 @@ namespace {
 constexpr int kMostThreads = 4;
 constexpr double kUsualFrameRate = 30;
 
-// How many pixels a second one core may have to decode. Measured on a core of a 2020s server with
-// FFmpeg 5: H.264 at 20 Mbit/s 210 to 380 million, HEVC at 10 Mbit/s 180 to 280 million, both
-// without anything else to do. The limits leave half of the lower figure to conversion and mixing
-// and lie just above a common format.
+// The decoding rate up to which one core is enough, in pixels per second. Measured on a core of a
+// 2020s server with FFmpeg 5: H.264 at 20 Mbit/s 210 to 380 million, HEVC at 10 Mbit/s 180 to 280
+// million, both without anything else to do. The limits leave half of the lower figure for
+// conversion and mixing and are just above a common format.
 struct CoreSpeed {
   std::string_view type;
   double pixelsPerSecond;
@@ -28,8 +28,8 @@ constexpr CoreSpeed kCoreSpeeds[] = {
     {"video/x-h265", 1920.0 * 1088 * 30},
 };
 
-// Up to this rate one thread serves with ease, and more of them only wake each other up: with
-// sixteen players that costs more than it gains.
+// Up to this rate one thread is easily enough, and further threads only add wake-ups: with sixteen
+// players they cost more than they gain.
 constexpr double kSmallRate = 1280.0 * 720 * 30;
 
 double coreSpeed(std::string_view type) {
@@ -38,7 +38,7 @@ double coreSpeed(std::string_view type) {
   return speed == std::end(kCoreSpeeds) ? 0 : speed->pixelsPerSecond;
 }
 
-// Sets what the decoder has of it: FFmpeg's have both properties, the others one.
+// Sets the properties that the decoder has: FFmpeg's have both, the others one.
 void apply(GstElement* decoder, const DecoderThreads& threads) {
   GObjectClass* properties = G_OBJECT_GET_CLASS(decoder);
   for (const char* count : {"max-threads", "threads"}) {

@@ -1,15 +1,16 @@
-// How many threads a video decoder uses, and for what.
+// Chooses the number and the kind of a video decoder's threads.
 //
 //   slices  the parts of one frame at once: no delay; idle where a frame has one part
 //   frames  several frames at once: every thread but the first delays the output by one frame
 //
-// Small streams get one thread. Other files and the like are decoded with frame threads, since
-// nobody waits for a frame. Other live streams get slice threads while one core is fast enough for
-// their size, and then as few frame threads as are. Decoders whose threads never delay anything
-// always get several.
+// Small streams get one thread. Other timed media are decoded with frame threads, since their delay
+// does not matter. Other live streams get slice threads while one core is fast enough for their
+// size, else as few frame threads as are enough. Decoders whose threads never add delay always get
+// several.
 //
 // Thread: chooseDecoderThreads any; tuneDecoderThreads before the decoder gets its caps.
-// Ownership: tuneDecoderThreads leaves a probe on the decoder's sink pad, which lives as long.
+// Ownership: tuneDecoderThreads leaves a probe on the decoder's sink pad, for the lifetime of the
+//   pad.
 // Failure: none; an element without such properties stays as it is.
 
 #pragma once
@@ -35,11 +36,11 @@ struct DecoderThreads {
   bool operator==(const DecoderThreads&) const = default;
 };
 
-// `cores` is how many the machine has.
+// `cores` is the machine's number of cores.
 DecoderThreads chooseDecoderThreads(const CodedVideo& video, int cores);
 
-// Has `decoder` choose its threads whenever it gets caps: then their size is known, and the decoder
-// opens with what was chosen.
+// Makes `decoder` choose its threads whenever it gets caps: at that time the frame size is known,
+// and the decoder opens with the choice.
 void tuneDecoderThreads(GstElement* decoder, bool live);
 
 }  // namespace NimboEngine

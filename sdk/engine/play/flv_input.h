@@ -1,10 +1,10 @@
-// The way of an FLV stream from outside into a playback's pipeline. The demultiplexer works on the
-// thread that pushes, which saves a thread for each player.
+// The input for an FLV stream into a playback's pipeline. The demultiplexer runs on the pushing
+// thread, which saves a thread per player.
 //
 // Thread: created on any; push() and end() on one, which blocks while a stream's queue is full and
-//   is released when the pipeline goes down.
+//   is released when the pipeline is stopped.
 // Ownership: shares the demultiplexer; may outlive the pipeline.
-// Failure: what the pipeline does not take any more is dropped.
+// Failure: data that the pipeline no longer accepts are dropped.
 
 #pragma once
 
@@ -14,7 +14,7 @@ namespace NimboEngine {
 
 class FlvInput {
  public:
-  // The pipeline has a demultiplexer "streams" and has been started.
+  // The pipeline must have a demultiplexer "streams" and have been started.
   explicit FlvInput(const Pipeline& pipeline);
   ~FlvInput();
   FlvInput(const FlvInput&) = delete;
@@ -22,7 +22,7 @@ class FlvInput {
 
   void push(GstPtr<GstBuffer> data);
 
-  // What was pushed is the whole stream.
+  // Signals the end of the stream.
   void end();
 
  private:

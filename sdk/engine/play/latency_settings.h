@@ -1,4 +1,4 @@
-// How long a player may hold live media back so that they are presented evenly and in sync.
+// Latency settings: how long a player may buffer live media to present them evenly and in sync.
 
 #pragma once
 
@@ -7,10 +7,11 @@
 namespace NimboEngine {
 
 struct LatencySettings {
-  // Bounds of the jitter buffer. What the audio output itself needs comes on top of it.
+  // Bounds of the jitter buffer. The audio output's own latency is added to it.
   std::chrono::milliseconds minimum{20};
   std::chrono::milliseconds maximum{600};
-  // Video frames are presented as soon as they are decoded; audio stays whole, and so comes later.
+  // Video frames are presented as soon as they are decoded; audio stays continuous, and so is
+  // later.
   bool lowest = false;
 };
 

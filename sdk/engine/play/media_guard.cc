@@ -17,8 +17,8 @@ namespace {
 
 using SharedOutput = std::shared_ptr<DecodedMediaSink>;
 
-// Posted by the pipeline itself: while decodebin tries out a decoder, it keeps its errors to
-// itself.
+// Posted by the pipeline itself: while decodebin tries a decoder, it suppresses that decoder's
+// errors.
 void refuse(GstPad* pad, const std::string& text) {
   GstPtr<GstObject> top(GST_OBJECT(gst_object_ref(pad)));
   while (GstObject* parent = gst_object_get_parent(top.get())) top.reset(parent);
@@ -26,7 +26,7 @@ void refuse(GstPad* pad, const std::string& text) {
   GST_ELEMENT_ERROR(GST_ELEMENT(top.get()), STREAM, DECODE, ("%s", text.c_str()), (nullptr));
 }
 
-// What one decoder's probe knows; used on the thread that feeds the decoder.
+// State of one decoder's probe; used on the thread that feeds the decoder.
 struct DecoderGuard {
   explicit DecoderGuard(SharedOutput with) : output(std::move(with)) {}
 
@@ -63,7 +63,7 @@ bool DecoderGuard::acceptsCaps(GstPad* pad, const GstCaps* caps) {
   return acceptsConfiguration(pad, format);
 }
 
-// A decoder's configuration has parameter sets, too; how units are framed stands in it.
+// A decoder's configuration contains parameter sets, too, and the framing of units.
 bool DecoderGuard::acceptsConfiguration(GstPad* pad, const GstStructure* format) {
   lengthBytes = 0;
   const GValue* value = gst_structure_get_value(format, "codec_data");
@@ -105,7 +105,7 @@ GstPadProbeReturn onDecoderInput(GstPad* pad, GstPadProbeInfo* info, gpointer da
   return refused ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
-// Codecs whose size nothing above can read have allocated one frame by now; no second follows.
+// Codecs whose size cannot be parsed above have allocated one frame by now; a second is prevented.
 GstPadProbeReturn onDecoderOutput(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
   GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
   if (GST_EVENT_TYPE(event) != GST_EVENT_CAPS) return GST_PAD_PROBE_OK;
@@ -130,7 +130,7 @@ void addDecoderProbe(GstElement* decoder, const char* name, GstPadProbeType kind
   });
 }
 
-// Data that are pulled are not counted: whoever pulls takes what it can use.
+// Pulled data are not counted: an element pulls only what it can use.
 GstPadProbeReturn onArrival(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
   tsanAcquire(data);
   DecodedMediaSink& output = **static_cast<SharedOutput*>(data);
@@ -138,7 +138,7 @@ GstPadProbeReturn onArrival(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
   const uint64_t most = output.limits().maxQueuedBytes;
   tsanRelease(data);
   if (within) return GST_PAD_PROBE_OK;
-  refuse(pad, fmt::format("{} bytes came and nothing of them can be decoded "
+  refuse(pad, fmt::format("{} bytes have arrived and none of them can be decoded "
                           "(limits.maxQueuedBytes)",
                           most));
   return GST_PAD_PROBE_DROP;

@@ -1,10 +1,10 @@
 // Keeps a playback within its limits (PlayLimits). A frame is refused before a decoder allocates
-// memory for it, by what the caps say and by what the coded data say; and what arrives is counted
-// until something of it reaches a decoder, since demultiplexers and parsers keep whatever they
-// cannot use yet.
+// memory for it, by the size in the caps and in the coded data; and arriving bytes are counted
+// until some of them reach a decoder, since demultiplexers and parsers buffer data that they cannot
+// use yet.
 //
 // Thread: the guard functions any, before the element gets data; the probes run on GStreamer's.
-// Ownership: each probe shares the output until its pad ends.
+// Ownership: each probe shares the output for the lifetime of its pad.
 // Failure: the pipeline posts an error of the domain GST_STREAM_ERROR that names the limit, and
 //   nothing passes the guarded pad any more.
 
@@ -18,10 +18,10 @@
 
 namespace NimboEngine {
 
-// For each decoder.
+// To be called for each decoder.
 void guardDecoder(GstElement* decoder, const std::shared_ptr<DecodedMediaSink>& output);
 
-// For each pad that data from outside come through.
+// To be called for each pad through which external data arrive.
 void guardArrival(GstPad* pad, const std::shared_ptr<DecodedMediaSink>& output);
 
 }  // namespace NimboEngine

@@ -36,7 +36,7 @@ std::optional<NetworkCause> findNetworkCause(const PlayUrl& url) {
     return std::nullopt;
   }
   GError* error = nullptr;
-  if (url.protocol == PlayProtocol::kSrt) {  // over UDP only the name can be asked for
+  if (url.protocol == PlayProtocol::kSrt) {  // over UDP only name resolution can be tested
     const GObjectPtr<GResolver> resolver(g_resolver_get_default());
     const std::unique_ptr<GList, ListRelease> addresses(
         g_resolver_lookup_by_name(resolver.get(), url.host.c_str(), nullptr, &error));

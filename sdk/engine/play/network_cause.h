@@ -1,5 +1,5 @@
-// Why a server of RTSP or SRT cannot be reached, asked of the network itself: their source elements
-// report the same vague error for a name that does not resolve and a closed port.
+// Finds out why a server of RTSP or SRT cannot be reached, by resolving its name and connecting:
+// their source elements report the same vague error for an unresolvable name and a closed port.
 //
 // Thread: any; waits for the network, kNetworkCauseTimeout at most for each step.
 // Failure: none.
@@ -21,7 +21,7 @@ struct NetworkCause {
   std::string message;
 };
 
-// Nothing when the server can be reached, and for every other protocol.
+// Returns nothing if the server can be reached, and for all other protocols.
 std::optional<NetworkCause> findNetworkCause(const PlayUrl& url);
 
 }  // namespace NimboEngine

@@ -1,4 +1,4 @@
-// Judges a player's connection once a second.
+// Rates a player's connection once a second.
 //
 //   quality    delay up to  loss up to
 //   ---------  -----------  ----------
@@ -8,7 +8,7 @@
 //   bad             3000 ms      100 %
 //   down       longer, or no connection
 //
-// Worse is told at once, better only after three such seconds in a row.
+// A worse rating is reported immediately, a better one only after three such seconds in a row.
 //
 // Thread: one at a time. Time passes with the calls.
 // Failure: none.
@@ -30,7 +30,7 @@ class NetworkRating {
     int lossPercent = 0;
   };
 
-  // The new quality when it has changed.
+  // Returns the new quality if it has changed.
   std::optional<LumoRtc::LumoLiveNetworkQuality> judge(const Second& second);
 
  private:

@@ -19,11 +19,11 @@ namespace {
 
 using SharedOutput = std::shared_ptr<DecodedMediaSink>;
 
-// Nothing waits for a clock in the pipeline, and no branch for the other: the output presents.
+// Nothing in the pipeline waits for a clock, and no branch for the other: the sink presents.
 constexpr char kSink[] = "appsink name=sink sync=false async=false enable-last-sample=false";
 
-// Every element passes frames through untouched that are progressive and upright. What deinterlace
-// does not read is converted before it.
+// All elements pass progressive, upright frames through untouched. Formats that deinterlace cannot
+// read are converted before it.
 std::string videoBranch() {
   return fmt::format("videoconvert ! deinterlace ! videoflip name=turner video-direction=auto ! {}",
                      kSink);
@@ -36,7 +36,7 @@ std::string audioBranch() {
       GST_AUDIO_NE(S16), kPlayedAudio.rate, kPlayedAudio.channels, kSink);
 }
 
-// What a callback keeps of the output, and how it lets go of them.
+// The reference to the output that a callback holds, and its release.
 gpointer keep(const SharedOutput& output) {
   auto kept = std::make_unique<SharedOutput>(output);
   tsanRelease(kept.get());
@@ -48,8 +48,8 @@ void letGo(gpointer data) {
   std::unique_ptr<SharedOutput>(static_cast<SharedOutput*>(data)).reset();
 }
 
-// The place of a sample in the stream, the same for both kinds of media. Where the container has no
-// time stamps, media are presented as they come.
+// The place of a sample in the stream, the same for both kinds of media. Without time stamps in the
+// container, media are presented as they arrive.
 GstClockTime runningTime(GstSample* sample) {
   const GstClockTime time =
       gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME,
@@ -73,7 +73,7 @@ GstFlowReturn onSample(GstAppSink* sink, gpointer data, bool video) {
   return GST_FLOW_OK;
 }
 
-// Says that frames may have rows of any length: decoders then hand on their own memory instead of a
+// Declares that frames may have any stride: decoders then pass on their own memory instead of a
 // copy.
 GstPadProbeReturn onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
   GstQuery* query = GST_PAD_PROBE_INFO_QUERY(info);
@@ -82,8 +82,7 @@ GstPadProbeReturn onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
   return GST_PAD_PROBE_HANDLED;
 }
 
-// The turner copies even frames that are upright; so it passes frames through until tags ask for
-// it.
+// videoflip copies even upright frames; so it passes frames through until tags request a rotation.
 GstPadProbeReturn onTags(GstPad*, GstPadProbeInfo* info, gpointer turner) {
   GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
   if (GST_EVENT_TYPE(event) != GST_EVENT_TAG) return GST_PAD_PROBE_OK;
@@ -151,8 +150,7 @@ void tuneDecoder(GstElement* element, const SharedOutput& output) {
   guardDecoder(element, output);
   if (video) {
     tuneDecoderThreads(element, output->mode() == LumoRtc::kLumoLivePlayModeLive);
-    // A stream that is joined between two key frames, or that lost packets, shows nothing rather
-    // than grey.
+    // A stream joined between two key frames, or with lost packets, shows nothing rather than grey.
     if (hasProperty(element, "output-corrupt")) {
       g_object_set(element, "output-corrupt", FALSE, nullptr);
     }

@@ -1,8 +1,8 @@
-// The output branches of a playback's pipeline: decoded video and audio go into the output, and
-// what goes into the decoders is counted on its way.
+// The output branches of a playback's pipeline: decoded video and audio go into the output, and the
+// encoded bytes are counted in front of the decoders.
 //
-// Thread: any; deliveries come on GStreamer's threads.
-// Ownership: each branch shares the output until it ends.
+// Thread: any; media are delivered on GStreamer's threads.
+// Ownership: each branch shares the output during its lifetime.
 
 #pragma once
 
@@ -12,11 +12,11 @@
 
 namespace NimboEngine {
 
-// A branch for raw video or audio, floating, with a pad "sink". Null when it cannot be built; the
-// reason is logged.
+// A branch for raw video or audio, floating, with a pad "sink". Null if it cannot be built; the
+// error is logged.
 GstElement* makeOutputBranch(Media media, const std::shared_ptr<DecodedMediaSink>& output);
 
-// Prepares a decoder that has just been made; other elements are left as they are.
+// Configures a decoder that has just been created; other elements stay unchanged.
 void tuneDecoder(GstElement* element, const std::shared_ptr<DecodedMediaSink>& output);
 
 }  // namespace NimboEngine

@@ -1,5 +1,5 @@
-// How much the clock of an audio output is ahead of the system's, from readings that are uneven. A
-// sound card drifts; an output that stands still for a while, as some do when they begin, jumps.
+// Estimates how far the clock of an audio output is ahead of the system's, from noisy readings. A
+// sound card drifts; an output that stalls for a while, as some do when they start, jumps.
 //
 // Thread: one at a time.
 // Failure: none.
@@ -16,14 +16,14 @@ class OutputClock {
   using Duration = std::chrono::nanoseconds;
 
   // Takes a reading of how much the output is ahead. Returns whether it has jumped, which takes
-  // several readings to tell, or has been read for the first time.
+  // several readings to detect, or has been read for the first time.
   bool add(Duration reading) {
     const Duration difference = reading - ahead_;
     jumped_ = std::chrono::abs(difference) > kJump ? jumped_ + 1 : 0;
     const bool restarts = readings_ == 0 || jumped_ >= kConfirmed;
     readings_ = restarts ? 1 : std::min(readings_ + 1, kSmoothing);
     if (restarts) jumped_ = 0;
-    // The mean in the beginning, smoothed later.
+    // The mean at first, smoothed later.
     if (jumped_ == 0) ahead_ += difference / readings_;
     return restarts;
   }

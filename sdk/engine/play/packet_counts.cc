@@ -16,7 +16,7 @@ GstPtr<GstStructure> statsOf(GstElement* element) {
   return GstPtr<GstStructure>(stats);
 }
 
-// Elements count in fields of various types.
+// Elements use fields of various types for counts.
 uint64_t number(const GstStructure* stats, const char* field) {
   const GValue* value = gst_structure_get_value(stats, field);
   GValue converted = G_VALUE_INIT;
@@ -46,7 +46,7 @@ StreamPackets countRtpPackets(const Pipeline& pipeline) {
     sum->all += counts;
     if (isAudio(element)) sum->audio += counts;
   };
-  // A set of elements that changes meanwhile is read a second later.
+  // If the set of elements changes meanwhile, it is read a second later.
   gst_iterator_foreach(buffers.get(), add, &packets);
   return packets;
 }

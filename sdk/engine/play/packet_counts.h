@@ -1,8 +1,8 @@
-// How many packets of a playback got lost on their way, as far as its source tells: those over UDP
-// do, RTSP and SRT. Over TCP the kernel repeats what is lost.
+// Counts the lost packets of a playback, as reported by its source: RTSP over UDP and SRT report
+// them. Over TCP the kernel retransmits.
 //
 // Thread: any.
-// Failure: what is not told counts as nothing.
+// Failure: unreported counts are zero.
 
 #pragma once
 
@@ -28,7 +28,7 @@ struct StreamPackets {
 
 StreamPackets countPackets(const Pipeline& pipeline, PlayProtocol protocol);
 
-// Percent of the packets between two readings, rounded.
+// Returns the loss between two readings in percent, rounded.
 int lossBetween(const PacketCounts& before, const PacketCounts& after);
 
 }  // namespace NimboEngine

@@ -24,11 +24,11 @@ namespace {
 
 using namespace LumoRtc;
 
-// What must be decoded ahead of a timed stream from the network before it goes on.
+// How much of a timed network stream must be buffered before it continues.
 constexpr guint64 kBufferedTime = 2 * GST_SECOND;
 
-// The demultiplexers of live streams. decodebin would wait until all streams have shown themselves,
-// which takes seconds where one of them is missing.
+// The demultiplexers of live streams. decodebin would wait until all streams have appeared, which
+// takes seconds if one of them is missing.
 struct LiveContainer {
   std::string_view type;
   const char* demuxer;
@@ -41,7 +41,7 @@ constexpr LiveContainer kLiveContainers[] = {
     {"video/mpegts", "tsdemux", "ignore-pcr"},
 };
 
-// Whether a pad has video or audio, raw, encoded or in RTP packets; none for anything else.
+// Returns whether a pad has video or audio, raw, encoded or in RTP packets; none for anything else.
 std::optional<Media> mediaOf(const GstCaps* caps) {
   if (gst_caps_is_empty(caps) || gst_caps_is_any(caps)) return std::nullopt;
   const GstStructure* structure = gst_caps_get_structure(caps, 0);
@@ -56,7 +56,7 @@ std::optional<Media> mediaOf(const GstCaps* caps) {
   return std::nullopt;
 }
 
-// What the signals of one pipeline's elements share.
+// State shared by the signal handlers of one pipeline's elements.
 class Wiring : public std::enable_shared_from_this<Wiring> {
  public:
   Wiring(GstElement* pipeline, PlayProtocol protocol, std::shared_ptr<DecodedMediaSink> output)
@@ -85,7 +85,7 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
   const std::shared_ptr<DecodedMediaSink> output_;
 
   std::mutex mutex_;
-  // Whether there is a video, an audio stream already.
+  // Whether there already is a video and an audio stream.
   std::array<bool, 2> decoded_{};
   std::array<bool, 2> delivered_{};
 };
@@ -96,7 +96,7 @@ constexpr auto decodeStreamPad = [](Wiring& self, GstElement*, GstPad* pad) {
   self.decodeStream(pad);
 };
 
-// Has `(this->*use)` called with the signal's arguments.
+// Connects `(this->*use)` to a signal.
 template <auto use, class... Arguments>
 void Wiring::connect(GstElement* element, const char* signal) {
   auto shared = std::make_unique<SharedWiring>(shared_from_this());
@@ -146,7 +146,7 @@ void Wiring::begin() {
 
 void Wiring::onElement(GstElement* element) {
   tuneDecoder(element, output_);
-  // The segments of HLS have sources of their own. RTP is counted where the streams come out.
+  // The segments of HLS have sources of their own. RTP is counted at the stream pads.
   const gchar* kind = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
   if (!kind || protocol_ == PlayProtocol::kRtsp || !std::string_view(kind).starts_with("Source")) {
     return;
@@ -182,7 +182,7 @@ void Wiring::onType(GstElement* typefind, const GstCaps* caps) {
   setMode(live, live && known);
   if (live && known) return demux(typefind, *container);
   const GstPtr<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
-  // The source has checked a playlist that comes from it.
+  // A playlist from this source has been checked.
   decode(pad.get(), protocol_ == PlayProtocol::kHttp && type == "application/x-hls");
 }
 
@@ -195,9 +195,9 @@ void Wiring::demux(GstElement* typefind, const LiveContainer& container) {
   gst_element_sync_state_with_parent(demuxer);
 }
 
-// Decodes one stream on a thread of its own: a decoder that reorders frames takes several before it
-// gives one, and until then the other stream's sink may wait, since a decodebin that is not
-// complete takes the pipeline back to PAUSED. The demultiplexer must go on meanwhile.
+// Decodes one stream on a thread of its own: a decoder that reorders frames needs several before it
+// outputs one, and until then the other stream's sink may wait, since an incomplete decodebin takes
+// the pipeline back to PAUSED. The demultiplexer must keep running meanwhile.
 void Wiring::decodeStream(GstPad* pad) {
   const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
   const auto media = mediaOf(caps.get());
@@ -215,12 +215,12 @@ void Wiring::decodeStream(GstPad* pad) {
   gst_pad_link(pad, sink.get());
 }
 
-// Decodes what comes from `pad`: a container, packets, or one stream.
+// Decodes the data of `pad`: a container, packets, or one stream.
 void Wiring::decode(GstPad* pad, bool playlist) {
   GstElement* decoder = add("decodebin");
   if (!decoder) return;
   restrictDemuxers(decoder, playlist);
-  // Pictures are wanted in plain memory.
+  // Frames must be in system memory.
   g_object_set(decoder, "force-sw-decoders", TRUE, nullptr);
   if (!isLive() && protocol_ == PlayProtocol::kHttp) {
     g_object_set(decoder, "use-buffering", TRUE, "max-size-time", kBufferedTime, nullptr);
@@ -232,7 +232,7 @@ void Wiring::decode(GstPad* pad, bool playlist) {
   gst_element_sync_state_with_parent(decoder);
 }
 
-// Whether that is the first stream of its kind.
+// Returns whether this is the first stream of its kind.
 bool Wiring::claim(std::array<bool, 2>& claimed, Media media) {
   std::lock_guard lock(mutex_);
   return !std::exchange(claimed[static_cast<size_t>(media)], true);
@@ -256,9 +256,9 @@ struct SourceElement {
   const char* address;  // the property that takes the URL; null: it gets none, or a fetch URI
 };
 
-// The watch over the playback has its own timeouts, the same for all sources. A file's decoder is
-// there from the beginning: it reads of its own accord, and to start that from the source's thread
-// while the pipeline starts would lock the two up.
+// The stall detector of the playback has its own timeouts, the same for all sources. A file's
+// decoder exists from the beginning: it runs in pull mode, and starting that from the source's
+// thread while the pipeline starts would deadlock.
 constexpr SourceElement kSources[] = {
     {PlayProtocol::kRtmp, "pipeline.( nimboflvdemux name=streams )", nullptr},
     {PlayProtocol::kHttp, "nimbosrc name=source ! typefind name=type", nullptr},

@@ -1,13 +1,13 @@
 // Builds the pipeline that plays a URL: source, demultiplexer, decoders, and the branches that
 // deliver into the output. The first video and the first audio stream are played.
 //
-//   live   rtmp, rtmps, rtsp, srt, and http(s) without a length: everything is decoded as it comes,
-//          each stream on a thread of its own, so that neither waits for the other.
-//   timed  files, HLS, and http(s) with a length: decoded a little ahead of the presentation.
+//   live   rtmp, rtmps, rtsp, srt, and http(s) without a length: everything is decoded on arrival,
+//          each stream on a thread of its own, so that neither waits for the other. timed  files,
+//          HLS, and http(s) with a length: decoded a little ahead of the presentation.
 //
 // Thread: any.
 // Ownership: the pipeline is the caller's; it shares the output.
-// Failure: null when the pipeline cannot be built; the reason is logged.
+// Failure: null if the pipeline cannot be built; the error is logged.
 
 #pragma once
 
@@ -20,8 +20,8 @@
 
 namespace NimboEngine {
 
-// `fetchUri` is for what the guarded source fetches (see fetch/fetch_uri.h), and empty for all
-// else.
+// `fetchUri` is the address for the guarded source (see fetch/fetch_uri.h), empty for other
+// sources.
 //
 // An RTMP pipeline begins with the FLV demultiplexer, which is fed through a pad that the caller
 // links to it: the element "streams".

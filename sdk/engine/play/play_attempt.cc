@@ -24,14 +24,14 @@ namespace {
 
 using Kind = PipelineMessage::Kind;
 
-// How often the source is asked for what it does not tell by itself.
+// Interval at which the source is polled for changes that it does not signal.
 constexpr std::chrono::milliseconds kPollInterval{250};
 constexpr std::chrono::milliseconds kDrainInterval{20};
 
-// RTSP tells its server that it ends. A source that waits for the server for longer, or that reads
-// what has no end, is cut off.
+// RTSP sends a teardown to its server. A source that waits for the server for longer, or reads an
+// endless reply, is cut off.
 constexpr std::chrono::milliseconds kTeardownTime{150};
-// What an RTSP server may say before its first packet. A description has a few kilobytes.
+// What an RTSP server may send before its first packet. A session description has a few kilobytes.
 constexpr uint64_t kMaxReplyBytes = uint64_t{1024} * 1024;
 constexpr std::chrono::milliseconds kReplyPollInterval{20};
 
@@ -54,8 +54,8 @@ struct PlayAttempt::State : WorkerState<OverCallback, PipelineMessage>,
   std::optional<PlayOutcome> sourceFailure NIMBO_GUARDED_BY(mutex);
 
   std::shared_ptr<SourceSockets> sockets;  // of RTSP
-  uint64_t repliedBytes = 0;               // through them, when media last came out of the source
-  uint64_t arrived = 0;                    // media that had come out then
+  uint64_t repliedBytes = 0;               // through them, when the source last output media
+  uint64_t arrived = 0;                    // media output by then
   std::shared_ptr<FetchAccess> access;     // from the beginning of work() to its end
 
   void run();
@@ -75,7 +75,7 @@ struct PlayAttempt::State : WorkerState<OverCallback, PipelineMessage>,
   void fail(const std::string& text);
 };
 
-// All that run.
+// All running attempts.
 struct PlayAttempt::Running {
   Mutex mutex;
   ConditionVariable changed;
@@ -87,7 +87,7 @@ struct PlayAttempt::Running {
     return *running;
   }
 
-  // Whether it may run.
+  // Returns whether it may run.
   bool add(State* state) {
     const MutexLock lock(mutex);
     return !stoppedForGood && states.insert(state).second;
@@ -99,7 +99,7 @@ struct PlayAttempt::Running {
     changed.notify_all();
   }
 
-  // What hangs in the network is left behind.
+  // Threads that hang in the network are detached.
   void stopAll() {
     constexpr std::chrono::milliseconds kTimeout{500};
     MutexLock lock(mutex);
@@ -136,14 +136,14 @@ PlayOutcome PlayAttempt::State::work() {
           if (const auto self = weak.lock()) self->fail(refusal);
         });
   }
-  std::unique_ptr<RtmpFeed> feed;  // ends after the pipeline, into which its thread may be pushing
-  std::optional<DelayedCut> cut;   // ends after the pipeline, too, which it helps to end
+  std::unique_ptr<RtmpFeed> feed;  // destroyed after the pipeline, into which it pushes
+  std::optional<DelayedCut> cut;   // destroyed after the pipeline, too, which it helps to stop
   const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, fetchUri, output, onMessage);
   if (!pipeline) {
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
             fmt::format("missing: {}", missingElements())};
   }
-  pipeline->play();  // the reason of a failure is a message
+  pipeline->play();  // a failure is reported by a message
   if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
   PlayOutcome outcome = follow(*pipeline);
   if (feed) feed->stop();
@@ -151,7 +151,7 @@ PlayOutcome PlayAttempt::State::work() {
   return outcome;
 }
 
-// Sets `fetchUri` for what the guarded source fetches. Answers why nothing is played, if so.
+// Sets `fetchUri` for the guarded source. Returns a failure if nothing can be played.
 std::optional<PlayOutcome> PlayAttempt::State::chooseSource(std::string& fetchUri) const {
   if (url.protocol == PlayProtocol::kHttp) fetchUri = access->uriOf(url.text);
   if (url.protocol != PlayProtocol::kFile) return std::nullopt;
@@ -183,7 +183,7 @@ void PlayAttempt::State::onFetchFailed(const FetchFailure& failure) {
   changed.notify_all();
 }
 
-// What has come is still presented.
+// Received media are still presented.
 void PlayAttempt::State::onFeedEnded(FlvInput& input, ConnectionError error,
                                      const std::string& text) {
   if (output->meter.counts().decoded() > 0) return input.end();
@@ -204,7 +204,7 @@ PlayOutcome PlayAttempt::State::follow(Pipeline& pipeline) {
       case Kind::kProgress:
         break;
       case Kind::kBuffering:
-        // At the start, what has come is presented while the buffer still fills.
+        // At the start, received media are presented while the buffer is still filling.
         filled = filled || message->percent == 100;
         if (filled) {
           gst_element_set_state(pipeline.get(),
@@ -217,7 +217,7 @@ PlayOutcome PlayAttempt::State::follow(Pipeline& pipeline) {
   return stopping ? PlayOutcome() : sourceFailure.value_or(PlayOutcome());
 }
 
-// Waits until all that was decoded has been presented, or somebody asks to stop.
+// Waits until all decoded media have been presented, or a stop is requested.
 void PlayAttempt::State::drain() {
   MutexLock lock(mutex);
   while (!stopping && !output->isDrained()) changed.wait_for(lock, kDrainInterval);
@@ -231,11 +231,11 @@ PlayOutcome PlayAttempt::State::failure(const PipelineMessage& error) {
       NIMBO_LOG_WARN("player: a missing element may be the reason: {}", missing);
     }
   }
-  // The demultiplexer of playlists knows no more than that something could not be fetched.
+  // The HLS demultiplexer only reports that something could not be fetched.
   if (const auto last = access->lastFailure()) {
     return {PlayOutcome::Kind::kFailed, playing ? code : last->code, last->text};
   }
-  // Some elements keep the cause to themselves.
+  // Some elements do not report the cause.
   if (code == LumoRtc::kLumoLiveErrorPlayRejected) {
     if (const auto cause = findNetworkCause(url)) {
       return {PlayOutcome::Kind::kFailed, cause->code, cause->message};
@@ -244,7 +244,7 @@ PlayOutcome PlayAttempt::State::failure(const PipelineMessage& error) {
   return {PlayOutcome::Kind::kFailed, code, error.text};
 }
 
-// The next message; none when asked to stop, or when the source has failed.
+// Returns the next message; none if asked to stop, or if the source has failed.
 std::optional<PipelineMessage> PlayAttempt::State::next(Pipeline& pipeline) {
   MutexLock lock(mutex);
   const auto woken = [this]() NIMBO_REQUIRES(mutex) {
@@ -274,7 +274,7 @@ void PlayAttempt::State::fail(const std::string& text) {
   changed.notify_all();
 }
 
-// A reply that is never complete stays in the source, which has no limit of its own.
+// A reply that never completes accumulates in the source, which has no limit of its own.
 void PlayAttempt::State::checkReplies() {
   const uint64_t received = sockets->receivedBytes();
   const uint64_t now = output->arrival.total();
@@ -284,7 +284,7 @@ void PlayAttempt::State::checkReplies() {
   }
   const uint64_t most = arrived == 0 ? kMaxReplyBytes : output->limits().maxQueuedBytes;
   if (received - repliedBytes > most) {
-    fail(fmt::format("more than {} bytes came from the server, and no media", most));
+    fail(fmt::format("the server sent more than {} bytes, and no media", most));
   }
 }
 

@@ -1,11 +1,11 @@
 // Runs one attempt to play on a thread of its own, from building the pipeline to taking it down:
 // either may hang in the network.
 //
-// Thread: any. `onOver` is called once on the runner's thread, when the pipeline is down; not any
-//   more once destruction has begun to return.
-// Ownership: shares the output with the pipeline. Destruction waits for nothing: what hangs is
-//   left to its thread, which frees everything should it ever come back.
-// Failure: arrives as the outcome.
+// Thread: any. `onOver` is called once on the runner's thread, when the pipeline is down; never
+//   after destruction.
+// Ownership: shares the output with the pipeline. Destruction waits for nothing: a pipeline that
+//   hangs stays with its thread, which frees everything if it ever returns.
+// Failure: reported as the outcome.
 
 #pragma once
 
@@ -39,11 +39,11 @@ class PlayAttempt {
   PlayAttempt(const PlayAttempt&) = delete;
   PlayAttempt& operator=(const PlayAttempt&) = delete;
 
-  // Begins to take the pipeline down.
+  // Starts stopping the pipeline.
   void requestStop();
 
-  // Takes all pipelines down, those aside that hang in the network, and lets no other one begin:
-  // runners that are made afterwards do nothing. Takes half a second at most.
+  // Stops all pipelines, except those that hang in the network, and prevents new ones: runners that
+  // are created afterwards do nothing. Takes half a second at most.
   static void stopAllForGood();
 
  private:

@@ -1,4 +1,4 @@
-// Turns what ends a playback into one of the SDK's documented codes.
+// Maps the error that ends a playback to one of the SDK's documented codes.
 //
 // Thread: any; keeps no state.
 
@@ -9,8 +9,7 @@
 
 namespace NimboEngine {
 
-// `playing` tells whether pictures or sound had come: then whatever the source reports is a lost
-// connection.
+// `playing`: frames or audio had been decoded; then every error of the source is a lost connection.
 LumoRtc::LumoLiveErrorCode classifyPlayError(const PipelineMessage& error, bool playing);
 
 }  // namespace NimboEngine

@@ -5,7 +5,7 @@
 namespace NimboEngine {
 namespace {
 
-// Rounded, since a second holds 29 or 31 of 30 pictures as chance has it.
+// Rounded, since at 30 frames per second a given second may contain 29 or 31 frames.
 int32_t perSecond(uint64_t before, uint64_t after, std::chrono::milliseconds time) {
   const auto count = static_cast<int64_t>(after - before);
   const int64_t length = std::max<int64_t>(time.count(), 1);

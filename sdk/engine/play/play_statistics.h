@@ -1,4 +1,4 @@
-// What flows through one playback, counted where it passes and read once a second.
+// The counters of one playback's media, read once a second.
 //
 // Thread: any.
 // Failure: none.
@@ -21,14 +21,14 @@ struct PlayCounts {
   uint64_t videoBytes = 0;   // encoded
   uint64_t audioBytes = 0;   // encoded
   uint64_t frames = 0;       // decoded
-  uint64_t shown = 0;        // given to the application and, where there is a window, drawn
-  uint64_t audioChunks = 0;  // decoded pieces
-  int width = 0;             // of the last picture
+  uint64_t shown = 0;        // delivered to the application and, if there is a window, drawn
+  uint64_t audioChunks = 0;  // decoded
+  int width = 0;             // of the last frame
   int height = 0;
   StreamPackets packets{};
   Presenter::Counts presented{};
 
-  // Whether anything has arrived or been decoded, and how much: grows while the stream flows.
+  // The amount that has arrived or been decoded: grows while the stream flows.
   uint64_t arrived() const { return videoBytes + audioBytes + decoded(); }
   uint64_t decoded() const { return frames + audioChunks; }
 };
@@ -47,7 +47,7 @@ class PlayStatistics {
   PlayCounts counts_;
 };
 
-// The figures of the time between two readings; its texts stay empty.
+// Returns the statistics between two readings; its texts stay empty.
 LumoRtc::LumoLivePlayerStatsInfo statisticsBetween(const PlayCounts& before,
                                                    const PlayCounts& after,
                                                    std::chrono::milliseconds time);

@@ -60,9 +60,9 @@ std::optional<PlayUrl> parseFileUri(const char* text, std::string& error) {
   return std::nullopt;
 }
 
-// Whether a query has a parameter "mode" of any other value than "caller": GStreamer's source opens
-// a listening socket for "listener" and "rendezvous". Names and values may be escaped. Not by
-// GstUri, which needs GStreamer to be initialised: addresses are checked before that.
+// Returns whether a query has a parameter "mode" with any other value than "caller": GStreamer's
+// source opens a listening socket for "listener" and "rendezvous". Names and values may be escaped.
+// Not by GstUri, which needs GStreamer to be initialised: addresses are checked before that.
 bool asksToListen(const char* query) {
   std::string_view rest = query ? query : "";
   while (!rest.empty()) {
@@ -82,7 +82,7 @@ bool asksToListen(const char* query) {
   return false;
 }
 
-// RTMP's addresses have rules of their own: parameters may stand in the middle.
+// RTMP addresses have their own syntax: parameters may be in the middle.
 std::optional<PlayUrl> parseRtmp(const char* text, std::string& error) {
   const auto target = parseRtmpUrl(text, error);
   if (!target) return std::nullopt;
@@ -111,11 +111,12 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool s
     return std::nullopt;
   }
   if (*text == '/') return fileAt(text);
-  // ENCODED: parts keep their percent signs, so that nothing is refused for an odd stream name.
+  // ENCODED: components keep their percent encoding, so that no URL is refused for an odd stream
+  // name.
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
       text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), nullptr));
   if (!uri) {
-    // Not GLib's own words, which repeat the address.
+    // Not GLib's own text, which repeats the address.
     error = "the URL cannot be read";
     return std::nullopt;
   }

@@ -1,4 +1,4 @@
-// What to play: the check that an address makes sense before anything is started.
+// The URL of a playback, and its validation before anything is started.
 //
 // Thread: any.
 
@@ -27,8 +27,8 @@ struct PlayUrl {
 };
 
 // Accepts rtmp, rtmps, http, https, rtsp, srt and file URLs, and absolute paths of files. An srt
-// URL may ask for another mode than to call the server only with `srtListener`. Without a value,
-// `error` says what is wrong.
+// URL may request another mode than "caller" only with `srtListener`. Without a value, `error`
+// describes the defect.
 std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool srtListener = false);
 
 }  // namespace NimboEngine

@@ -15,10 +15,9 @@ using namespace std::chrono_literals;
 constexpr auto kTick = 250ms;
 constexpr auto kSecond = 1s;
 constexpr auto kLogInterval = 10s;
-// Taking a pipeline down took 130 ms at most, unless it hung.
+// Stopping a pipeline took 130 ms at most, unless it hung.
 constexpr auto kStopTimeout = 400ms;
-// How long a stream that plays may stand still. A server may be silent for a while between two
-// segments.
+// How long a playing stream may stall. A server may send nothing for a while between two segments.
 constexpr auto kLiveSilence = 5s;
 constexpr auto kSegmentSilence = 10s;
 
@@ -40,9 +39,9 @@ const char* textOf(LumoLiveErrorCode code) {
     case kLumoLiveErrorConnectTimeout:
       return "the server does not answer";
     case kLumoLiveErrorUndecodable:
-      return "nothing that comes can be decoded";
+      return "none of the received data can be decoded";
     default:
-      return "nothing comes any more";
+      return "no data arrives any more";
   }
 }
 
@@ -111,7 +110,7 @@ void Playback::close() {
 
 void Playback::onFirstOutput() {
   retry_.recovered();
-  markNewDescriptors();  // downloads keep their elements' messages to themselves
+  markNewDescriptors();  // downloads do not forward their elements' messages
   if (stopping_ || std::exchange(started_, true)) return;
   live_ = output_->mode() == kLumoLivePlayModeLive;
   lastReport_ = Clock::now();
@@ -151,7 +150,7 @@ void Playback::onAttemptFailed(LumoLiveErrorCode code, const std::string& messag
       engine_.postAfter(*pause, ownerGuard_.bind([this] { open(); }));
       return;
     }
-    code = kLumoLiveErrorConnectionLost;  // whatever the last attempt failed for
+    code = kLumoLiveErrorConnectionLost;  // whatever the error of the last attempt
   }
   over({PlayOutcome::Kind::kFailed, code, message});
 }
@@ -204,7 +203,7 @@ NetworkRating::Second Playback::lastSecond(Clock::time_point now, const PlayCoun
   if (live_) {
     second.delay = output_->takeWorstDelay(now);
   } else if (counts.decoded() == lastCounts_.decoded()) {
-    second.delay = kSecond;  // it waits for data
+    second.delay = kSecond;  // waiting for data
   }
   return second;
 }

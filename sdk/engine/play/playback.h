@@ -1,10 +1,10 @@
-// One playback, from the request to its end: attempts to play (see PlayAttempt), the watch over
-// them, new attempts when a live stream is lost, and the figures of every second.
+// One playback, from the request to its end: attempts to play (see PlayAttempt), their stall
+// detection, retries when a live stream is lost, and the statistics of every second.
 //
 // Thread: created, stopped and destroyed on the engine thread, where the events are raised too; the
-//   handlers of pictures and sound are called on GStreamer's threads.
-// Ownership: owns the attempt that runs. Destruction ends all without an event and without waiting
-//   for the network; after it no handler runs.
+//   handlers of frames and audio are called on the presenter's thread.
+// Ownership: owns the running attempt. Destruction ends everything without an event and without
+//   waiting for the network; after it no handler runs.
 // Failure: onOver, after which only destruction is left. It must not happen inside an event.
 
 #pragma once
@@ -29,15 +29,16 @@ namespace NimboEngine {
 class Playback {
  public:
   struct Events {
-    // The first picture or sound has been decoded; called before its handler.
+    // The first frame or audio has been decoded; called before its handler.
     std::function<void()> onStarted;
-    // A live stream broke and is tried again; no picture or sound comes until then.
+    // A live stream broke and is retried; no frame or audio is delivered until then.
     std::function<void()> onLost;
     std::function<void(const PlayOutcome&)> onOver;
     std::function<void(LumoRtc::LumoLiveNetworkQuality)> onQuality;
     // Once a second from the start on.
     std::function<void(const LumoRtc::LumoLivePlayerStatsInfo&)> onStatistics;
-    // Asked: how many pictures have been shown since the beginning. May be asked on any thread.
+    // A query: returns how many frames have been shown since the start. May be called on any
+    // thread.
     std::function<uint64_t()> shown;
   };
 
@@ -50,7 +51,7 @@ class Playback {
   // onOver follows, within half a second whatever the network does.
   void stop();
 
-  // Whether it is shown as it arrives, once it has started.
+  // Returns whether it is presented as it arrives, once it has started.
   bool isLive() const { return live_; }
 
  private:
@@ -75,7 +76,7 @@ class Playback {
   const Events events_;
 
   bool started_ = false;
-  bool live_ = false;  // how it plays; known once it has started
+  bool live_ = false;  // known once it has started
   bool stopping_ = false;
   bool over_ = false;
   RetryPlan retry_;

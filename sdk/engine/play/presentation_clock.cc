@@ -9,12 +9,12 @@ namespace {
 using namespace std::chrono_literals;
 using Duration = PresentationClock::Duration;
 
-// On top of the jitter, for threads that are scheduled late.
+// Added to the jitter, for threads that are scheduled late.
 constexpr Duration kMargin = 15ms;
-// Before anything is known of the jitter.
+// The assumed jitter before it has been measured.
 constexpr Duration kFirstJitter = 40ms;
-// How fast the clock moves while media are presented: 0.4 %, a fourteenth of a semitone. Audio,
-// which is resampled by more than that, catches up.
+// The slew rate of the clock while media are presented: 0.4 %, a fourteenth of a semitone. Audio,
+// which may be resampled by more than that, keeps up.
 constexpr int kSlewDivisor = 250;
 // The jitter is learnt in this time, from the first media and from the first audio on. At its end
 // the clock jumps to earlier moments, however little, so that it need not move for seconds; not to
@@ -22,13 +22,13 @@ constexpr int kSlewDivisor = 250;
 constexpr Duration kLearning = 1500ms;
 // Lateness below this is left to the slow way.
 constexpr Duration kTolerance = 20ms;
-// A sender that was stopped and does not make up for it is late for good.
+// A sender that was paused and does not catch up is late permanently.
 constexpr Duration kLateForGood = 1500ms;
 
-// Timed media: what is ready before the first is presented, and again after data were missing.
+// Timed media: how much is buffered before the first is presented, and again after an underrun.
 constexpr Duration kTimedStart = 40ms;
 constexpr Duration kTimedRefill = 100ms;
-// Video alone moves the clock when it stands still for so long; below, frames are dropped.
+// Video alone moves the clock when it stalls for this long; below, frames are dropped.
 constexpr Duration kTimedVideoStall = 200ms;
 constexpr Duration kAudioGone = 1s;
 
@@ -69,7 +69,7 @@ bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, boo
   return true;
 }
 
-// Where media are late the clock waits for them, as far as the settings allow it. Beyond that it is
+// If media are late the clock waits for them, within the bounds of the settings. Beyond that it is
 // an outage, whose media are dropped until the sender has caught up; some never do.
 bool PresentationClock::isLateForGood(Time now, Duration late) {
   const Duration ceiling = transit_.shortest() + settings_.maximum + (hasAudio_ ? kAudioLead : 0ms);
@@ -110,7 +110,7 @@ bool PresentationClock::readyTimed(Media media, Time now, Duration timestamp) {
   return stalled;
 }
 
-// By how much the media miss their moment.
+// Returns by how much the media miss their presentation time.
 Duration PresentationClock::lateness(Media media, Time now, Duration timestamp) const {
   if (media == Media::kVideo && live_ && settings_.lowest) return 0ns;
   Duration late = now.time_since_epoch() - timestamp - *offset_;
@@ -127,7 +127,7 @@ Duration PresentationClock::wantedDepth() const {
   const auto needed = [this](Media media) {
     return bounded(transit_.jitter(media).value_or(kFirstJitter) + kMargin);
   };
-  // Without synchronisation the clock serves audio alone.
+  // Without synchronisation the clock is used by audio only.
   const Duration video = settings_.lowest ? 0ns : needed(Media::kVideo);
   return hasAudio_ ? std::max(video, needed(Media::kAudio) + kAudioLead) : video;
 }

@@ -1,5 +1,5 @@
-// The one clock by which a player presents: maps time stamps of the stream to the moments at which
-// frames leave the engine and audio is heard.
+// The presentation clock of a player: maps time stamps of the stream to presentation times, at
+// which frames leave the engine and audio is audible.
 //
 //   live   moment = time stamp + shortest transit + depth. The depth covers the jitter of either
 //          stream between the bounds of the settings, and for audio the lead that the output needs.
@@ -31,29 +31,31 @@ class PresentationClock {
   using Time = TransitEstimator::Time;
   using Duration = TransitEstimator::Duration;
 
-  // How long before it is heard audio is handed to the output: the output's buffer of 120 ms, and
-  // what the way there may take.
+  // How long before its presentation time audio is passed to the output: the output's buffer of 120
+  // ms, and a margin for the transfer.
   static constexpr std::chrono::milliseconds kAudioLead{140};
-  // Audio that is handed to the output later than this before its moment cannot be heard in time.
+  // Audio that is passed to the output later than this before its presentation time cannot be
+  // played in time.
   static constexpr std::chrono::milliseconds kAudioDeadline{30};
 
   explicit PresentationClock(const LatencySettings& settings) : settings_(settings) {}
 
-  // Whether the stream is presented as it arrives; to be called before the first media are ready.
+  // Sets whether the stream is presented as it arrives; to be called before the first media are
+  // ready.
   void setLive(bool live);
 
   // Decoded media are ready to be presented. `waited`: they could have been ready earlier, but the
-  // presenter's queue was full; so they tell nothing of the network. Returns whether all moments
-  // have jumped.
+  // presenter's queue was full; so they say nothing about the network. Returns whether all
+  // presentation times have jumped.
   bool ready(Media media, Time now, Duration timestamp, bool waited);
 
-  // When media of that time stamp are presented; something must have been ready.
+  // Returns the presentation time of media with that time stamp; something must have been ready.
   Time due(Media media, Duration timestamp) const;
 
-  // How late the media were at worst since the last call; see TransitEstimator.
+  // Returns the worst lateness of media since the last call; see TransitEstimator.
   std::chrono::milliseconds takeWorstDelay(Time now);
 
-  // How long live media are held back at present, counted from the shortest transit.
+  // Returns how long live media are currently buffered, counted from the shortest transit.
   std::chrono::milliseconds depth() const;
 
  private:
@@ -74,7 +76,7 @@ class PresentationClock {
   std::optional<Duration> offset_;  // moment less time stamp
   std::optional<Time> learnsUntil_;
   Time followed_;
-  std::optional<Time> outage_;  // since when everything has come later than the settings allow
+  std::optional<Time> outage_;  // since when everything has arrived later than the settings allow
 };
 
 }  // namespace NimboEngine

@@ -11,16 +11,16 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// What may be decoded ahead. Live media are all decoded as they come, up to this memory; the rest
+// How much may be decoded ahead. Live media are all decoded on arrival, up to this memory; the rest
 // waits undecoded.
 constexpr gsize kMostVideoBytes = gsize{64} * 1024 * 1024;
 constexpr std::size_t kMostTimedFrames = 12;
 constexpr std::size_t kMostFrames = 120;
-// Frames that are due as soon as they are decoded are left out only when the receiver is too slow.
+// Frames that are due as soon as they are decoded are dropped only if the receiver is too slow.
 constexpr std::size_t kMostImmediateFrames = 8;
 constexpr gsize kMostAudioBytes = gsize{48'000} * 4 * 3;  // 3 s
-// Audio is handed over so much earlier where the thread is awake anyway: a wake-up costs more than
-// the piece.
+// Audio is passed on this much earlier if the thread is awake anyway: a wake-up costs more than the
+// chunk.
 constexpr auto kAudioEarly = 25ms;
 constexpr gsize kMostTimedAudioBytes = gsize{48'000} * 4 / 2;  // 0.5 s
 
@@ -111,7 +111,7 @@ void Presenter::loop() {
   }
 }
 
-// When the first item of that queue is handed over.
+// Returns when the first item of that queue is passed on.
 Presenter::Time Presenter::moment(Media media) const {
   const Time due = clock_.due(media, of(media).items.front().timestamp);
   if (media == Media::kVideo) return shownFirst_ ? due : Time::min();

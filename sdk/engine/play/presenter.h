@@ -1,7 +1,8 @@
-// Holds decoded media until they are due and presents them then, in the order of their moments.
+// Holds decoded media until they are due and then presents them, in the order of their presentation
+// times.
 //
-// A video frame is left out when the next one is due as well, and audio that can no longer be heard
-// in time is; both are counted. The first frame is presented at once, whatever its time stamp.
+// A video frame is dropped if the next one is due as well, and so is audio that can no longer be
+// played in time; both are counted. The first frame is presented at once, whatever its time stamp.
 //
 // Thread: push from the decoders' threads, one for each kind of media: it blocks while that kind's
 //   queue is full. The sinks are called on the presenter's own thread. The rest from any other.
@@ -39,10 +40,10 @@ class Presenter {
     std::function<void(const AudioAligner::Piece&)> onAudio;
   };
 
-  // Totals, and what was measured last.
+  // Totals, and the last measurement.
   struct Counts {
-    uint64_t lateFrames = 0;  // left out
-    uint64_t lateAudio = 0;   // pieces left out
+    uint64_t lateFrames = 0;  // dropped
+    uint64_t lateAudio = 0;   // chunks dropped
     std::chrono::milliseconds depth{0};
     std::chrono::milliseconds avOffset{0};  // audio less video; positive: audio is late
   };
@@ -56,10 +57,10 @@ class Presenter {
 
   // `timestamp` is the running time in the stream, the same for both kinds of media.
   void pushVideo(GstPtr<GstBuffer> frame, const GstVideoInfo& info, Duration timestamp);
-  // Interleaved samples as kPlayedAudio says.
+  // Interleaved samples in the format kPlayedAudio.
   void pushAudio(GstPtr<GstBuffer> samples, Duration timestamp);
 
-  // Whether all that was pushed has been seen and heard.
+  // Returns whether everything that was pushed has been presented.
   bool isDrained() const;
 
   Counts counts() const;
@@ -102,10 +103,10 @@ class Presenter {
   bool closed_ = false;
   bool presenting_ = false;
   bool shownFirst_ = false;
-  Time wakesAt_ = Time::max();  // when the presenter's thread looks again of its own accord
+  Time wakesAt_ = Time::max();  // when the presenter's thread wakes up by itself
   Duration videoError_{0};
   Duration audioError_{0};
-  Time end_;  // of what was presented
+  Time end_;  // of the presented media
   Counts counts_;
   std::thread thread_;
 };

@@ -1,5 +1,5 @@
-// When to try again after a live stream was lost: soon at first, then less often, until it has been
-// gone for too long.
+// The retry schedule after a live stream was lost: soon at first, then less often, until it has
+// been gone for too long.
 //
 // Thread: one at a time. The time is passed in.
 // Failure: none.
@@ -20,11 +20,11 @@ class RetryPlan {
   static constexpr Duration kLongestPause{2000};
   static constexpr Duration kTimeout{10'000};
 
-  // The stream is gone, or an attempt to have it back has failed. Returns how long to wait before
-  // the next attempt; none when there is to be none.
+  // To be called when the stream is lost, or an attempt to resume it has failed. Returns the delay
+  // before the next attempt; none if there is to be none.
   std::optional<Duration> nextPause(Time now);
 
-  // It plays again.
+  // To be called when it plays again.
   void recovered() { lostSince_.reset(); }
 
   bool isLost() const { return lostSince_.has_value(); }

@@ -8,8 +8,8 @@
 namespace NimboEngine {
 namespace {
 
-// Signature, version 1, audio and video, the header's own size; then the size of the tag before the
-// first, which is none.
+// Signature, version 1, audio and video, the header's own size; then the size of the previous tag,
+// 0.
 constexpr std::array<uint8_t, 13> kFileHeader = {'F', 'L', 'V', 1, 5, 0, 0, 0, 9, 0, 0, 0, 0};
 
 constexpr std::size_t kTagHeaderBytes = 11;
@@ -25,7 +25,7 @@ uint8_t* put(uint8_t* target, std::size_t value) {
   return target;
 }
 
-// A message is no longer than a tag's size field can say: ChunkReader takes care of that.
+// A message fits into a tag's size field: ChunkReader ensures that.
 GstPtr<GstBuffer> tagOf(const RtmpMessage& message) {
   const std::size_t size = message.body.size();
   GstPtr<GstBuffer> tag(
@@ -37,7 +37,7 @@ GstPtr<GstBuffer> tagOf(const RtmpMessage& message) {
   target = put<3>(target, size);
   target = put<3>(target, message.timestamp & 0xffffff);
   target = put<1>(target, message.timestamp >> 24);
-  target = put<3>(target, 0);  // a stream number that the format does not use
+  target = put<3>(target, 0);  // the stream number, which the format does not use
   if (size > 0) std::memcpy(target, message.body.data(), size);
   put<4>(target + size, kTagHeaderBytes + size);
   gst_buffer_unmap(tag.get(), &map);

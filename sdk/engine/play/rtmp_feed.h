@@ -1,11 +1,12 @@
-// Fetches a live stream over RTMP or RTMPS and hands it on as FLV: the file header once, before the
-// first tag, then one buffer for each tag, with its header before it and its size behind it. A
-// buffer carries no time of its own; the tag's is in it.
+// Fetches a live stream over RTMP or RTMPS and delivers it as FLV: the file header once, before the
+// first tag, then one buffer for each tag, with its header before it and its size behind it.
+// Buffers have no time stamps; the tag contains its own.
 //
 // Thread: created and destroyed on any other thread than its own; stop() from any. The events are
 //   raised on the feed's thread, one at a time. onTag may block, which stops reading from the
-//   server; it must return soon once stop() was called, since destruction waits for it.
-// Ownership: owns the connection. stop() cuts it and returns at once; no event begins afterwards.
+//   server; it must return soon after stop(), since destruction waits for it.
+// Ownership: owns the connection. stop() cuts it and returns immediately; no event is raised
+//   afterwards.
 // Failure: onEnded, once. A server that accepts the stream and sends nothing is not a failure here.
 
 #pragma once
@@ -27,7 +28,7 @@ class RtmpFeed {
     std::function<void(ConnectionError, const std::string& text)> onEnded;
   };
 
-  // Begins to connect.
+  // Starts connecting.
   RtmpFeed(const RtmpUrl& url, Events events);
 
   void stop() { client_.stop(); }
@@ -36,8 +37,8 @@ class RtmpFeed {
   void onMedia(const RtmpMessage& message);
 
   const Events events_;
-  bool begun_ = false;  // the file header was handed on
-  RtmpClient client_;   // begins last: its thread uses the rest
+  bool begun_ = false;  // the file header was delivered
+  RtmpClient client_;   // started last: its thread uses the rest
 };
 
 }  // namespace NimboEngine

@@ -11,20 +11,20 @@ using Nanoseconds = RtpAlignment::Nanoseconds;
 constexpr Nanoseconds kMillisecond = 1'000'000;
 constexpr Nanoseconds kSecond = 1'000'000'000;
 
-// A packet so far from the arrivals' average has a time stamp of another mapping. Servers that
-// begin with a cached group of pictures send some seconds of it at once.
+// A packet this far from the average of the arrivals has a time stamp of another mapping. Servers
+// that start with a cached GOP send some seconds of it at once.
 constexpr Nanoseconds kJump = 10 * kSecond;
 // The average of the arrivals gains this part of each difference: it follows clocks that drift
 // apart, and takes several hundred packets to follow anything else.
 constexpr int kLeadDivisor = 256;
-// Reports that differ by less agree: they are taken a few milliseconds apart from the packets.
+// Reports that differ by less agree: they are generated a few milliseconds apart from the packets.
 constexpr Nanoseconds kReportsAgree = 10 * kMillisecond;
-// A server may send a report before the packet whose time stamp it has.
+// A server may send a report before the packet whose time stamp it contains.
 constexpr int kStampsAfterReport = 4;
 // Each stream reports every 5 s or so; six reports are three of each.
 constexpr size_t kReportsKept = 6;
-// A larger error is corrected at once, a smaller one by so much with each time stamp: at 30 frames
-// a second, 30 ms a second.
+// A larger error is corrected immediately, a smaller one gradually with each time stamp: at 30
+// frames per second, by 30 ms per second.
 constexpr Nanoseconds kStep = 100 * kMillisecond;
 constexpr Nanoseconds kSlew = kMillisecond;
 
@@ -41,8 +41,8 @@ void RtpAlignment::remove(size_t stream) {
   states_[stream] = State{};
 }
 
-// Time stamps have 32 bits: 13 hours of video. What is less than half of that ahead of the latest
-// one is later, the rest earlier.
+// Time stamps have 32 bits: 13 hours of video. A time stamp less than half of that ahead of the
+// latest one is later, any other earlier.
 int64_t RtpAlignment::unwrap(const State& state, uint32_t rtpTime) {
   if (!state.last) return rtpTime;
   return *state.last + static_cast<int32_t>(rtpTime - static_cast<uint32_t>(*state.last));
@@ -109,7 +109,7 @@ void RtpAlignment::begin(State& state, int64_t unwrapped, Nanoseconds arrival) {
   if (leader != states_.end()) {
     const Nanoseconds shift =
         leader->shift + commonTime(*leader, *leader->last) - commonTime(state, unwrapped);
-    // Some servers fill the field with anything.
+    // Some servers fill the field with arbitrary values.
     if (std::abs(shift - state.shift) > kHeadroom) return;
     state.target = shift;
     moveBy(state, shift - state.shift);
@@ -131,11 +131,11 @@ void RtpAlignment::report(size_t stream, uint32_t rtpTime, uint64_t wallClock) {
   State& state = states_[stream];
   state.pending = Report{rtpTime, wallClock};
   state.pendingFor = kStampsAfterReport;
-  // Better than the arrival at any rate.
+  // In any case better than the arrival.
   if (state.last && state.origin == Origin::kArrival) take(state, false);
 }
 
-// Whether the pending report's time stamp is not that of a packet, rounded or not.
+// Returns whether the pending report's time stamp is not that of a packet, rounded or not.
 bool RtpAlignment::isInterpolated(const State& state) {
   const int64_t stamp = unwrap(state, state.pending->rtpTime);
   return std::none_of(state.recent.begin(), state.recent.end(),
@@ -158,7 +158,7 @@ void RtpAlignment::take(State& state, bool interpolated) {
 
 void RtpAlignment::follow(State& state, const State& leader) {
   const Nanoseconds wanted = *state.wallShift - *leader.wallShift;
-  if (std::abs(leader.shift + wanted - state.shift) > kHeadroom) return;  // not of one clock
+  if (std::abs(leader.shift + wanted - state.shift) > kHeadroom) return;  // not of the same clock
   const bool interpolated = state.interpolated && leader.interpolated;
   if (state.wantedInterpolated && !interpolated) return;
   if (interpolated && !state.wantedInterpolated) state.wanted.clear();

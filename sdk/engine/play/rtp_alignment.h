@@ -1,25 +1,25 @@
-// Turns the RTP time stamps of one session's streams into running times that are aligned with each
-// other as the sender meant. A receiver that gives each stream the arrival time of its first packet
-// is wrong by as much as the streams' first packets differ in age: tens of milliseconds, or seconds
-// where a server begins with an older key frame.
+// Converts the RTP time stamps of one session's streams into running times, aligned with each other
+// as on the sender. Taking the arrival time of each stream's first packet instead would be wrong by
+// the difference in age of these packets: tens of milliseconds, or seconds if a server begins with
+// an older key frame.
 //
-// Within a stream, only the RTP time stamps count: two packets are as far apart as their time
-// stamps are, however they arrived. Between streams there are three sources, best last:
+// Within a stream, only the RTP time stamps count: the distance of two packets is that of their
+// time stamps, whenever they arrived. Between streams there are three sources, best last:
 //
-//   arrival          as the first packets came; the only one where a server says nothing
+//   arrival          arrival of the first packets; the only source if the server sends nothing else
 //   RTP-Info         the PLAY answer's time stamps of one common instant; known at the first packet
-//   sender reports   RTCP's pairs of wall clock and RTP time stamp; they come after seconds, and
-//                    also follow clocks that drift apart
+//   sender reports   RTCP's pairs of wall clock and RTP time stamp; they arrive after seconds, and
+//   also track clocks that drift apart
 //
-// A report whose time stamp is that of a packet was not interpolated: its wall clock is when the
-// packet was sent, some frames beside what it was sampled at. Such a coarse report replaces an
-// arrival, but RTP-Info only when several agree; an interpolated one replaces both at once. The
-// first audio stream never moves, because a step there is audible; the others follow it, slowly
-// when it is little.
+// A report whose time stamp equals that of a packet was not interpolated: its wall clock is the
+// time of sending, some frames off the time of sampling. Such a coarse report replaces an arrival,
+// but RTP-Info only if several agree; an interpolated one replaces both immediately. The first
+// audio stream never moves, because a step there would be audible; the others follow it, gradually
+// if the difference is small.
 //
 // Thread: any; one mutex.
 // Ownership: holds values only.
-// Failure: none. Time stamps that jump begin a new mapping from the arrival.
+// Failure: none. Time stamps that jump restart the mapping from the arrival.
 
 #pragma once
 
@@ -53,8 +53,8 @@ class RtpAlignment {
   // The stream has ended; the others no longer follow it.
   void remove(size_t stream);
 
-  // Returns the running time of a packet with `rtpTime`. `arrival` is the running time at which it
-  // came, smoothed or not.
+  // Returns the running time of a packet with `rtpTime`. `arrival` is the running time of its
+  // arrival, smoothed or not.
   Nanoseconds present(size_t stream, uint32_t rtpTime, Nanoseconds arrival);
 
   // Takes a sender report: the instant `wallClock` on the sender's clock was `rtpTime`.
@@ -72,7 +72,7 @@ class RtpAlignment {
     Stream stream;
     std::optional<int64_t> last;       // unwrapped RTP time stamp of the latest packet
     std::optional<Report> pending;     // waits for the packets beside it
-    int pendingFor = 0;                // so many time stamps more
+    int pendingFor = 0;                // for this many more time stamps
     std::array<int64_t, 64> recent{};  // the latest distinct ones
     size_t nextRecent = 0;
     std::optional<Nanoseconds> wallShift;  // wall clock minus stream time, by the latest report
@@ -81,7 +81,7 @@ class RtpAlignment {
     Nanoseconds shift = 0;            // running time minus stream time, in use
     Nanoseconds target = 0;           // where `shift` moves to
     Nanoseconds lead = 0;             // running time minus arrival, averaged
-    bool wantedInterpolated = false;  // what `wanted` was made of
+    bool wantedInterpolated = false;  // source of `wanted`
     std::deque<Nanoseconds> wanted;   // shift relative to the reference, by the reports
   };
 

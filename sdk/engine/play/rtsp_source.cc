@@ -15,11 +15,11 @@
 namespace NimboEngine {
 namespace {
 
-// After so long without a packet over UDP, rtspsrc tries TCP. A firewall that lets no UDP through
-// costs this at each start.
+// After so long without a packet over UDP, rtspsrc tries TCP. Behind a firewall that blocks UDP
+// every start takes this long.
 constexpr guint64 kUdpTimeoutUs = 2'000'000;
 
-// Aligns the streams of one rtspsrc. RTCP names a stream by its SSRC, so do the pads' caps.
+// Aligns the streams of one rtspsrc. RTCP identifies a stream by its SSRC, as do the pads' caps.
 class Aligner {
  public:
   void addStream(GstPad* pad);
@@ -39,7 +39,7 @@ class Aligner {
 
 using SharedAligner = std::shared_ptr<Aligner>;
 
-// What the probe on one pad needs.
+// State of the probe on one pad.
 struct StreamProbe {
   StreamProbe(std::shared_ptr<RtpAlignment> with, size_t number)
       : alignment(std::move(with)), stream(number) {}
@@ -52,7 +52,7 @@ struct StreamProbe {
   GstClockTimeDiff moved = 0;  // new minus old time stamp of the latest packet
 };
 
-// Has `use(aligner, arguments...)` called by a signal. The closure owns a share of the aligner.
+// Connects `use(aligner, arguments...)` to a signal. The closure shares the aligner.
 template <auto use, class... Arguments>
 void connect(gpointer object, const char* signal, const SharedAligner& aligner) {
   auto shared = std::make_unique<SharedAligner>(aligner);
@@ -89,7 +89,7 @@ void moveBuffer(StreamProbe& probe, GstPadProbeInfo* info) {
   probe.moved = time - arrival;
 }
 
-// The event that stands for a lost packet carries its time, by the jitter buffer's reckoning.
+// The event for a lost packet carries its time as computed by the jitter buffer.
 void moveLoss(const StreamProbe& probe, GstPadProbeInfo* info) {
   GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
   if (!gst_event_has_name(event, "GstRTPPacketLost")) return;

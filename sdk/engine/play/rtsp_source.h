@@ -1,14 +1,14 @@
 // Sets an rtspsrc up for live playing with aligned time stamps: the buffers of its pads carry PTS
-// whose running times are RtpAlignment's (so they are RtpAlignment::kHeadroom later than they
-// came), from the first packet on. rtpbin's own alignment is off: it comes with the first RTCP
-// report, seconds late, as a step.
+// whose running times are RtpAlignment's (so RtpAlignment::kHeadroom after their arrival), from the
+// first packet on. rtpbin's own alignment is off: it takes effect with the first RTCP report,
+// seconds late, as a step.
 //
-// Packets leave as they come; only a gap waits kReorderMs for the missing ones. The presentation's
-// jitter buffer belongs behind the source.
+// Packets are passed on immediately; only a gap waits kReorderMs for missing ones. The jitter
+// buffer proper is that of the presentation, downstream.
 //
 // Thread: before the element leaves NULL.
-// Ownership: what is set up lives as long as the element.
-// Failure: none; a pad that carries no RTP stays as it is.
+// Ownership: everything set up has the lifetime of the element.
+// Failure: none; a pad without RTP stays unchanged.
 
 #pragma once
 
@@ -16,7 +16,7 @@
 
 namespace NimboEngine {
 
-// How long a packet may come after its successors.
+// How long after its successors a packet may arrive.
 constexpr unsigned kReorderMs = 60;
 
 void configureRtspSource(GstElement* rtspsrc);

@@ -18,7 +18,7 @@ thread_local std::weak_ptr<SourceSockets> owner;
 SourceSockets::SourceSockets(std::function<void(const std::string&)> onRefused)
     : onRefused_(std::move(onRefused)) {
   [[maybe_unused]] static const gulong hook = [] {
-    g_type_class_ref(G_TYPE_SOCKET_CLIENT);  // for good: the signal is its class's
+    g_type_class_ref(G_TYPE_SOCKET_CLIENT);  // never released: the signal belongs to the class
     return g_signal_add_emission_hook(g_signal_lookup("event", G_TYPE_SOCKET_CLIENT), 0,
                                       &SourceSockets::onEvent, nullptr, nullptr);
   }();
@@ -54,7 +54,7 @@ void SourceSockets::onConnecting(GSocketConnection* connection) {
   onRefused_(refusal);
 }
 
-// Empty: it may be made.
+// Returns an empty text if the connection is allowed.
 std::string SourceSockets::refusalOf(GSocketConnection* connection) {
   const bool first = connections_++ == 0;
   if (connections_ > kMaxConnections) return "the server redirects without end";

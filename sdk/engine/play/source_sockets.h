@@ -1,9 +1,8 @@
-// The TCP connections that a GStreamer source opens and keeps to itself. They can be cut, so that a
-// source that waits for its server comes back; what comes through them is counted, replies included
-// which the source never hands on; and addresses of the local network are refused to servers that
-// redirect to them.
+// The TCP connections that a GStreamer source opens internally. They can be cut, so that a source
+// that waits for its server returns; received bytes are counted, including replies that the source
+// never passes on; and redirects to addresses of the local network are refused.
 //
-// GIO tells of every connection on the thread that opens it. adoptThread() says whose it is.
+// GIO signals every connection on the thread that opens it. adoptThread() assigns it to a source.
 //
 // Thread: any.
 // Ownership: shares the sockets with the source.
@@ -29,7 +28,7 @@ namespace NimboEngine {
 
 class SourceSockets : public std::enable_shared_from_this<SourceSockets> {
  public:
-  // A server that answers over UDP, then TCP, and asks for a password takes four.
+  // A session that tries UDP, then TCP, and needs a password takes four.
   static constexpr int kMaxConnections = 8;
 
   explicit SourceSockets(std::function<void(const std::string&)> onRefused);
@@ -38,7 +37,7 @@ class SourceSockets : public std::enable_shared_from_this<SourceSockets> {
   // the source's threads.
   void adoptThread();
 
-  // Shuts all connections down, those to come too.
+  // Shuts all connections down, future ones included.
   void cut();
 
   uint64_t receivedBytes() const;
@@ -54,12 +53,12 @@ class SourceSockets : public std::enable_shared_from_this<SourceSockets> {
   mutable std::mutex mutex_;
   std::vector<GlibPtr<GSocket>> sockets_;
   int connections_ = 0;
-  bool beganPublic_ = false;  // the first was to an address of the public network
+  bool beganPublic_ = false;  // the first one was to a public address
   bool cut_ = false;
   bool refused_ = false;
 };
 
-// Cuts sockets when it has lived for some time. Destruction waits for nothing.
+// Cuts sockets after a delay unless destroyed before. Destruction does not block.
 class DelayedCut {
  public:
   DelayedCut(std::shared_ptr<SourceSockets> sockets, std::chrono::milliseconds delay);

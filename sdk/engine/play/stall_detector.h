@@ -1,5 +1,5 @@
-// Watches one attempt to play for standing still: most elements wait for ever for a server that
-// says nothing.
+// Detects that an attempt to play has stalled: most elements wait forever for a server that sends
+// nothing.
 //
 // Thread: one at a time. The time is passed in.
 // Failure: none.
@@ -19,15 +19,15 @@ class StallDetector {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  // For anything to arrive.
+  // Until anything arrives.
   static constexpr std::chrono::seconds kArrival{10};
-  // From there to the first picture or sound; key frames may be ten seconds apart.
+  // From there to the first decoded frame or audio; key frames may be ten seconds apart.
   static constexpr std::chrono::seconds kDecoding{15};
-  // `silence`: how long a stream that plays may stand still; none for ever, as a file may.
+  // `silence`: how long a playing stream may stall; none: forever, as a file may.
   StallDetector(Time now, std::optional<std::chrono::seconds> silence)
       : silence_(silence), lastChange_(now) {}
 
-  // What is wrong, when something is. `answered` tells whether the server has said anything.
+  // Returns an error if it has stalled. `answered`: whether the server has sent anything.
   std::optional<LumoRtc::LumoLiveErrorCode> check(Time now, const PlayCounts& counts,
                                                   bool answered);
 

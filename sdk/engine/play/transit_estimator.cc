@@ -8,15 +8,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// No sender pauses for so long; its time stamps have been reset.
+// No sender pauses for this long; its time stamps have been reset.
 constexpr TransitEstimator::Duration kJump = 10s;
-// Decoders give frames in order; other differences are those of a sender that was restarted.
+// Decoders output frames in order; larger steps back mean that the sender was restarted.
 constexpr TransitEstimator::Duration kReordering = 1s;
-// What is forgotten of the shortest transit: 1 ms a second. Clocks of computers drift a tenth of
-// that, clocks of senders that are driven by sound cards somewhat more.
+// The decay of the shortest transit: 1 ms per second. Computer clocks drift a tenth of that,
+// senders clocked by sound cards somewhat more.
 constexpr int kForgetting = 1000;
-// A transit that gets shorter by so much within so short a time is no jitter. MPEG-TS packs up to
-// half a second of audio into one packet, whose first piece has waited for the last.
+// A transit that shortens by this much within a short time is not jitter. MPEG-TS packs up to half
+// a second of audio into one packet, whose first chunk has waited for the last.
 constexpr TransitEstimator::Duration kVideoBacklog = 50ms;
 constexpr TransitEstimator::Duration kAudioBacklog = 700ms;
 constexpr TransitEstimator::Duration kBacklogTime = 500ms;
@@ -47,8 +47,8 @@ bool TransitEstimator::add(Media media, Time now, Duration timestamp) {
   return first || waited;
 }
 
-// Whether the shortest transit has fallen by more than jitter. A cache is sent frame by frame, so
-// that its drops have to be added up.
+// Returns whether the shortest transit has fallen by more than jitter. A cache is sent frame by
+// frame, so its drops have to be summed.
 bool TransitEstimator::hasFallen(Media media, Time now, Duration drop) {
   Stream& stream = of(media);
   if (now - stream.fallsSince > kBacklogTime) {

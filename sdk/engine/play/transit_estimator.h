@@ -1,9 +1,9 @@
-// Estimates, from the media of a live stream as they become ready to be presented, how long they
-// take from the sender to here: the shortest transit, and how far above it the others lie.
+// Estimates the transit times of a live stream's media from the sender to the presentation: the
+// shortest transit, and how far the others exceed it.
 //
-// A transit is the time at which something was ready less its time stamp; the two clocks have
-// different origins, so only differences between transits mean anything. The shortest one is slowly
-// forgotten, since the clocks drift.
+// A transit is the time at which media were ready minus their time stamp; the two clocks have
+// different origins, so only differences between transits are meaningful. The shortest one decays
+// slowly, since the clocks drift.
 //
 // Thread: one at a time. The time is passed in.
 // Failure: none. A jump of the time stamps restarts the estimate.
@@ -25,22 +25,22 @@ class TransitEstimator {
   using Time = std::chrono::steady_clock::time_point;
   using Duration = std::chrono::nanoseconds;
 
-  // Whether the estimate begins with these media: they are the first, their time stamps jump, or
-  // their transit is so much shorter than those before that what came before had waited somewhere,
+  // Returns whether the estimate restarts with these media: they are the first, their time stamps
+  // jump, or their transit is so much shorter that earlier media must have been queued somewhere,
   // in a server's cache or a stalled network.
   bool add(Media media, Time now, Duration timestamp);
 
   void restart();
 
-  // The shortest transit; something must have been added.
+  // Returns the shortest transit; something must have been added.
   Duration shortest() const { return *shortest_; }
 
-  // How far above the shortest transit 98 of 100 tenths of a second of the last 10 s stay. None
-  // before the first media.
+  // Returns the 98th percentile of the excess over the shortest transit, over the tenths of a
+  // second of the last 10 s. None before the first media.
   std::optional<Duration> jitter(Media media) const;
 
-  // How late the media were at worst since the last call, those included that are overdue and have
-  // not come. Video counts; audio only without video.
+  // Returns the worst lateness of media since the last call, including media that are overdue. Of
+  // video; of audio only without video.
   std::chrono::milliseconds takeWorst(Time now);
 
  private:
@@ -49,12 +49,12 @@ class TransitEstimator {
     Duration longest;
   };
   struct Stream {
-    std::vector<Slot> slots;  // tenths of a second in which something came, the oldest first
+    std::vector<Slot> slots;  // tenths of a second in which something arrived, the oldest first
     std::optional<Duration> timestamp;
     Duration step{0};  // between the last two time stamps
     Duration worst{0};
     Time fallsSince;
-    Duration fallen{0};  // by how much it has made the shortest transit shorter since then
+    Duration fallen{0};  // by how much the shortest transit has fallen since then
   };
 
   static bool hasJumped(const Stream& stream, Duration timestamp);

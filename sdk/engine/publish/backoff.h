@@ -1,6 +1,5 @@
-// How long to wait before each attempt to connect again: twice as long each time, up to a limit, of
-// which a random part is taken off so that thousands of publishers do not return to a server in the
-// same moment.
+// Exponential backoff with jitter for reconnecting: the delay doubles up to a limit, minus a random
+// part so that thousands of publishers do not return to a server at the same moment.
 //
 // Thread: one at a time.
 
@@ -18,21 +17,21 @@ struct ReconnectPolicy {
   std::chrono::milliseconds maxDelay{10'000};
 };
 
-// A number from 0 up to, but not including, 1.
+// Returns a number from 0 up to, but not including, 1.
 using RandomSource = std::function<double()>;
 
 class Backoff {
  public:
   Backoff(const ReconnectPolicy& policy, RandomSource random);
 
-  // The delay before the next attempt, between half and all of what is due; none when all attempts
-  // are used up.
+  // Returns the delay before the next attempt, between half of the nominal one and all of it; none
+  // if all attempts are used up.
   std::optional<std::chrono::milliseconds> next();
 
-  // The connection is back: the next loss starts anew.
+  // To be called when the connection is back: the next loss starts from the beginning.
   void reset() { attempts_ = 0; }
 
-  // Handed out since the last reset.
+  // Attempts since the last reset.
   int attempts() const { return attempts_; }
 
  private:

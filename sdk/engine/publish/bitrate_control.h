@@ -1,12 +1,11 @@
-// Which video bit rate a push uses: the target as long as the network takes it, less while it does
-// not, down to the minimum.
+// Controls the video bit rate of a push: the target as long as the network sustains it, less while
+// it does not, down to the minimum.
 //
-//   what is seen                                        what is done
+//   observation                                         action
 //   --------------------------------------------------  ----------------------------------------
-//   media of 0.6 s or more wait, no less than before    down by 30 %, once a second at most
-//   the server takes nothing for the send time-out      down to a half
-//   media of 0.2 s at most wait, for three seconds      up by an eighth of the target, and again
-//                                                       every three seconds
+//   media of 0.6 s or more wait, no less than before    down by 30 %, once a second at most the
+//   server takes nothing for the send time-out      down to a half media of 0.2 s at most wait, for
+//   three seconds      up by an eighth of the target, and again every three seconds
 //
 // Thread: one at a time; the engine thread in practice.
 
@@ -35,16 +34,16 @@ class BitrateControl {
 
   int kbps() const { return kbps_; }
 
-  // Other limits for what runs. A rate that was at the target follows it at once; one that the
-  // network had lowered climbs from where it is.
+  // Changes the limits. A rate that was at the target follows it immediately; one that was lowered
+  // rises from its current value.
   void setLimits(int minimum, int target);
 
-  // How much waits, in playing time.
+  // `waiting` is the playing time of the queued media.
   void update(std::chrono::milliseconds waiting);
 
   void onSendTimeout();
 
-  // What waited is gone with its connection.
+  // The queued media were discarded with their connection.
   void onNewConnection();
 
  private:

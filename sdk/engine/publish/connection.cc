@@ -6,7 +6,7 @@
 
 namespace NimboEngine {
 
-// RTMP and RTMPS are all that parsePushUrl() lets through.
+// parsePushUrl() accepts only RTMP and RTMPS.
 std::unique_ptr<Connection> makeConnection(EngineThread& engine, const PushUrl& url,
                                            Connection::Events events) {
   return std::make_unique<RtmpConnection>(engine, url, std::move(events));

@@ -1,10 +1,10 @@
-// One connection to a server that takes a stream: FLV tags in, events out. A failed or finished
-// connection is not used again; the next attempt is a new object.
+// One connection to a server for publishing: FLV tags in, events out. A failed or finished
+// connection is not reused; the next attempt is a new object.
 //
 // Thread: created, used and destroyed on the engine thread, where the events are raised too;
-//   send(), backlog() and acknowledged() may be called from any thread, from onAccepted on and
-//   while the object lives.
-// Ownership: destruction closes the connection at once, whatever the network does; no event
+//   send(), backlog() and acknowledged() may be called from any thread, from onAccepted on, during
+//   the object's lifetime.
+// Ownership: destruction closes the connection immediately, whatever the network does; no event
 //   follows.
 // Failure: onFailed, once, after which only destruction is left.
 
@@ -26,9 +26,9 @@ namespace NimboEngine {
 class Connection {
  public:
   struct Events {
-    // The server takes the stream.
+    // The server has accepted the stream.
     std::function<void()> onAccepted;
-    // A receiver may destroy the connection.
+    // The handler may destroy the connection.
     std::function<void(LumoRtc::LumoLiveErrorCode, const std::string& message)> onFailed;
     // finish() has completed.
     std::function<void()> onDrained;
@@ -39,20 +39,20 @@ class Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Begins to connect.
+  // Starts connecting.
   virtual void open() = 0;
 
   // Never blocks. `tag` is a whole FLV tag: its header, its body, its size.
   virtual void send(GstPtr<GstBuffer> tag) = 0;
 
-  // Bytes that were given to send() and that the server has not taken yet.
+  // Bytes passed to send() that the server has not acknowledged yet.
   virtual std::size_t backlog() const = 0;
 
-  // Bytes that the server has taken since the connection began, the protocol's own included.
+  // Bytes that the server has acknowledged since the connection began, protocol overhead included.
   virtual uint64_t acknowledged() const = 0;
 
-  // Sends what is waiting and ends the stream in the server's eyes, for a third of a second at
-  // most, then raises onDrained. Nothing may be sent afterwards.
+  // Drains the send queue and ends the stream on the server, for a third of a second at most, then
+  // raises onDrained. Nothing may be sent afterwards.
   virtual void finish() = 0;
 };
 

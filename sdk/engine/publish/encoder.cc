@@ -15,10 +15,10 @@
 namespace NimboEngine {
 namespace {
 
-// A quarter of a second at 30 pictures a second: room for a hiccup, little memory.
+// A quarter of a second at 30 frames per second: enough for a short delay, little memory.
 constexpr int kQueuedFrames = 8;
 
-// In pictures, more than there ever are between two key frames: those are asked for by time.
+// In frames, more than there ever are between two key frames: those are requested by time.
 constexpr int kLongestInterval = 60 * 60;
 
 std::string audioBranch(const EncoderSettings& settings) {
@@ -106,11 +106,11 @@ bool Encoder::start() {
   const GstPtr<GstElement> sink = pipeline_->element("flv");
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, this, nullptr);
 
-  // The pipeline's time is the clock's own, as the buffers carry it: they go in as they are, shared
-  // with other consumers. The muxer starts its time stamps at 0 all the same.
+  // The pipeline's running time is the clock's own time, which the buffers carry: they are pushed
+  // unchanged, shared with other consumers. The muxer starts its time stamps at 0 nevertheless.
   gst_element_set_start_time(pipeline_->get(), GST_CLOCK_TIME_NONE);
   gst_element_set_base_time(pipeline_->get(), 0);
-  NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s with {}, and sound at {} bit/s",
+  NIMBO_LOG_INFO("encoding {}x{} at {} frames/s with {}, and audio at {} bit/s",
                  settings_.video.width, settings_.video.height, settings_.video.fps,
                  h264_ ? h264_->factory : "nothing", settings_.audioBps);
   return pipeline_->play();
@@ -126,7 +126,7 @@ void Encoder::pushVideo(GstBuffer* buffer, const GstVideoInfo& info) {
       applyFormats();
     }
   }
-  // Asked for by time: an encoder counts pictures, and cannot be told another number once it runs.
+  // Requested by time: an encoder counts frames, and its interval cannot be changed while it runs.
   const auto gop = static_cast<GstClockTime>(gopSeconds_) * GST_SECOND;
   if (GST_BUFFER_PTS(buffer) >= lastKeyFrame_ + gop) {
     lastKeyFrame_ = GST_BUFFER_PTS(buffer);
@@ -156,8 +156,7 @@ void Encoder::setVideoFormat(const VideoFormat& format) {
   if (captured_.width > 0) applyFormats();
 }
 
-// From the next picture on. A side that stays as it was captured loses an odd column or row; a side
-// that changes is scaled.
+// Takes effect with the next frame. A dimension that is not scaled loses an odd column or row.
 void Encoder::applyFormats() {
   const auto odd = [](int captured, int published) {
     return captured == published ? captured % 2 : 0;

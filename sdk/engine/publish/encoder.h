@@ -1,13 +1,13 @@
-// Encodes captured media to H.264 and AAC and muxes both into FLV tags. It lives as long as a
+// Encodes captured media to H.264 and AAC and muxes both into FLV tags. It lasts for the whole
 // push, through all its connections, so that time stamps never go back for a viewer.
 //
 // Thread: create, start and destroy on one thread; pushVideo and pushAudio from the capture
 //   threads, the rest from any. The handlers are called on threads of its own: onTag on one
 //   of them only. Destruction waits for a running handler; none follows.
 // Ownership: owns its pipeline; buffers pushed are referenced, not copied.
-// Failure: start() answers false; later failures are reported once through onFailed.
+// Failure: start() returns false; later failures are reported once through onFailed.
 //
-// An encoder that falls behind drops captured pictures, never encoded ones.
+// An encoder that falls behind drops captured frames, never encoded ones.
 
 #pragma once
 
@@ -37,14 +37,14 @@ class Encoder {
 
   bool start();
 
-  // Buffers carry their time as FrameConsumer tells. Pictures may change their size.
+  // Buffers carry their time as described in FrameConsumer. The frame size may change.
   void pushVideo(GstBuffer* buffer, const GstVideoInfo& info);
   void pushAudio(GstBuffer* buffer);
 
-  // The next picture becomes a key frame.
+  // Makes the next frame a key frame.
   void requestKeyFrame();
 
-  // All while it runs. The first picture of another format is a key frame.
+  // Changes of the running encoder. The first frame of another format is a key frame.
   void setVideoKbps(int kbps);
   void setGopSeconds(int seconds) { gopSeconds_ = seconds; }
   void setVideoFormat(const VideoFormat& format);
@@ -55,22 +55,22 @@ class Encoder {
 
   const EncoderSettings settings_;
   const Events events_;
-  const H264Encoder* const h264_;  // null when there is none, or only sound
+  const H264Encoder* const h264_;  // null if there is none, or only audio
 
   std::mutex formats_;
-  VideoFormat captured_;   // what goes in
-  VideoFormat published_;  // what comes out
+  VideoFormat captured_;   // the input
+  VideoFormat published_;  // the output
 
   std::atomic<int> gopSeconds_;
   GstClockTime lastKeyFrame_ = 0;  // of the video capture thread
 
-  GstPtr<GstElement> videoSource_;  // null when there is only sound
+  GstPtr<GstElement> videoSource_;  // null when there is only audio
   GstPtr<GstElement> videoCrop_;
   GstPtr<GstElement> videoSize_;
   GstPtr<GstElement> videoEncoder_;
   GstPtr<GstPad> videoEncoderPad_;
   GstPtr<GstElement> audioSource_;
-  std::unique_ptr<Pipeline> pipeline_;  // ends first: its threads use the rest
+  std::unique_ptr<Pipeline> pipeline_;  // destroyed first: its threads use the rest
 };
 
 }  // namespace NimboEngine

@@ -10,7 +10,7 @@ struct Rung {
   int kbps;
 };
 
-// For 30 pictures a second: about the middle of what large live-streaming services advise for
+// For 30 frames per second: about the middle of what large live-streaming services recommend for
 // H.264 of these sizes (for example 1500 to 4000 kbit/s for 1280x720).
 constexpr Rung kRungs[] = {
     {320 * 180, 300},  {426 * 240, 450},   {640 * 360, 800},    {854 * 480, 1200},
@@ -27,8 +27,8 @@ int kbpsAt30(int pixels) {
 
 }  // namespace
 
-// Half of the rate goes with the number of pictures: at fewer of them each differs more from the
-// one before.
+// Half of the rate is proportional to the frame rate: at a lower one, successive frames differ
+// more.
 int defaultVideoKbps(const VideoFormat& format) {
   const int kbps = kbpsAt30(format.width * format.height);
   return kbps / 2 + kbps / 2 * format.fps / 30;

@@ -1,4 +1,4 @@
-// How captured media is encoded.
+// Settings for encoding captured media.
 //
 // Thread: plain values.
 
@@ -12,12 +12,12 @@ namespace NimboEngine {
 inline constexpr int kRateNotSet = -1;
 
 struct EncoderSettings {
-  // What is published. Pictures of another size are scaled; of an odd width or height the last
-  // column or row is lost: H.264 counts in twos.
+  // The published format. Frames of another size are scaled; of an odd width or height the last
+  // column or row is lost, since H.264 requires even sizes.
   VideoFormat video;
   AudioFormat audio;
   bool audioOnly = false;
-  bool hardware = false;  // where there is one
+  bool hardware = false;  // if available
   int videoKbps = kRateNotSet;
   int minVideoKbps = kRateNotSet;
   int initialVideoKbps = kRateNotSet;
@@ -26,11 +26,11 @@ struct EncoderSettings {
   int gopSeconds = 2;
 };
 
-// A video bit rate in kbit/s for a size and frame rate for which none was asked.
+// The default video bit rate in kbit/s for a size and frame rate.
 int defaultVideoKbps(const VideoFormat& format);
 
-// What the rates of `settings` come to. Without a minimum a quarter of the target is one; without
-// an initial rate the target is.
+// Resolves the rates of `settings`. The default minimum is a quarter of the target; the default
+// initial rate is the target.
 BitrateLimits bitrateLimits(const EncoderSettings& settings);
 
 }  // namespace NimboEngine

@@ -41,8 +41,8 @@ void FlvOutput::deliver(GstPtr<GstBuffer> tag) {
   if (kind == FlvTag::kVideoHeader) videoHeaderChanged_ = true;
   if (!connection_) return;
   const FrameGate::Decision decision = gate_.decide(kind, waiting());
-  // The muxer gives the new codec header first and the metadata that belong to it then: both wait
-  // for the key frame behind them.
+  // The muxer outputs the new codec header first and then its metadata: both are held for the key
+  // frame that follows.
   const bool newFormat = kind == FlvTag::kVideoKeyFrame && decision.send && videoHeaderChanged_;
   if (decision.first || newFormat) {
     sendHeader(FlvTag::kMetadata, flvTimestamp(tag.get()));
@@ -53,7 +53,7 @@ void FlvOutput::deliver(GstPtr<GstBuffer> tag) {
   if (decision.send) send(std::move(tag));
   if (decision.first) firstFrame_ = acknowledgedBefore_ + payload_;
   if (decision.needsKeyFrame) {
-    NIMBO_LOG_WARN("the network is too slow: {} frames left out so far", gate_.dropped());
+    NIMBO_LOG_WARN("the network is too slow: {} frames dropped so far", gate_.dropped());
   }
   lock.unlock();
   if (decision.first || newFormat) events_.onMetadataSent();
@@ -81,10 +81,11 @@ std::chrono::milliseconds FlvOutput::waiting() {
 
 void FlvOutput::send(GstPtr<GstBuffer> tag) {
   const gsize size = gst_buffer_get_size(tag.get());
-  // Headers repeated to a connection carry the time of the frame behind them, so all is in order.
+  // Headers repeated to a connection carry the time of the frame that follows, so times stay in
+  // order.
   sendQueue_.add(size, flvTimestamp(tag.get()));
-  // The framing of the file format stays here; that of the protocol, which takes its place, counts
-  // for nothing: so the sum is never more than what went out.
+  // The framing of the file format is not sent; that of the protocol, which replaces it, is not
+  // counted: so the sum never exceeds the bytes sent.
   payload_ += size - std::min<gsize>(size, kFlvTagFraming);
   connection_->send(std::move(tag));
 }

@@ -1,11 +1,11 @@
-// Between the encoder, which lives as long as a push, and the connections, which come and go:
-// keeps the stream's headers, repeats them to each connection and lets its gate drop what a
-// connection cannot take. Metadata go before the first frame of a connection and before a picture
-// of another format.
+// The stage between the encoder, which lasts for the whole push, and its successive connections:
+// keeps the stream's headers, repeats them to each connection and drops, by its frame gate, frames
+// that a connection cannot take. Metadata are sent before the first frame of a connection and
+// before a frame of another format.
 //
 // Thread: deliver() on the encoder's thread, the rest from any. The handlers are called from
 //   deliver() and must return soon.
-// Ownership: the connection is the caller's; detach() it before it ends.
+// Ownership: the connection is the caller's; detach() it before its destruction.
 // Failure: none.
 
 #pragma once
@@ -29,10 +29,10 @@ class Connection;
 class FlvOutput {
  public:
   struct Events {
-    std::function<void()> onFirstFrame;  // of a connection
+    std::function<void()> onFirstFrame;  // the first frame of a connection was sent
     std::function<void()> onMetadataSent;
     std::function<void()> onKeyFrameNeeded;
-    std::function<void()> onFramesDropped;  // once for each time that a connection catches up
+    std::function<void()> onFramesDropped;  // once each time that a connection catches up
   };
 
   FlvOutput(bool audioOnly, Events events);
@@ -40,15 +40,16 @@ class FlvOutput {
   // From the next key frame on, tags go to `connection`.
   void attach(Connection* connection);
 
-  // When it returns, the connection is not used any more.
+  // After it has returned, the connection is not used any more.
   void detach();
 
   void deliver(GstPtr<GstBuffer> tag);
 
-  // How the connection does; all zero without one.
+  // Samples the state of the connection; all zero without one.
   LinkSample sample();
 
-  // Whether the server has taken the first frame of the connection, and what led to it.
+  // Returns whether the server has acknowledged the first frame of the connection, and everything
+  // before it.
   bool hasTakenFirstFrame();
 
  private:
@@ -62,8 +63,8 @@ class FlvOutput {
   Connection* connection_ = nullptr;
   SendQueueEstimator sendQueue_;        // of the connection
   uint64_t payload_ = 0;                // bytes in the tags sent to the connection
-  uint64_t acknowledgedBefore_ = 0;     // bytes the server had taken when it was attached
-  std::optional<uint64_t> firstFrame_;  // what it must have taken for the first frame to be there
+  uint64_t acknowledgedBefore_ = 0;     // bytes acknowledged when it was attached
+  std::optional<uint64_t> firstFrame_;  // bytes acknowledged once the first frame has arrived
   std::map<FlvTag, GstPtr<GstBuffer>> headers_;
   bool videoHeaderChanged_ = false;  // since it was last sent
 };

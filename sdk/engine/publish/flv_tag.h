@@ -1,4 +1,4 @@
-// What the publisher needs to know of an FLV tag; everything else is the muxer's business.
+// The properties of an FLV tag that the publisher needs; the muxer handles everything else.
 //
 // Thread: any; the functions keep no state.
 
@@ -24,16 +24,16 @@ enum class FlvTag {
 
 // A tag starts with: type (1 byte), data size (3), time stamp (3, then its upper byte), stream (3).
 inline constexpr std::size_t kFlvTagHeader = 11;
-// Bytes of a tag that are not its content: its header, and its size, which stands behind it.
+// Bytes of a tag besides its content: its header, and the size field after it.
 inline constexpr std::size_t kFlvTagFraming = kFlvTagHeader + 4;
 
-// `buffer` holds one tag, or the file header. A buffer too short to tell is kOther.
+// `buffer` holds one tag, or the file header. A buffer that is too short is kOther.
 FlvTag classifyFlvTag(GstBuffer* buffer);
 
-// The tag's time stamp in ms; 0 for a buffer that is too short.
+// Returns the tag's time stamp in ms; 0 for a buffer that is too short.
 uint32_t flvTimestamp(GstBuffer* tag);
 
-// A copy of `tag` with another time stamp. Headers are made once but are repeated to each
+// Returns a copy of `tag` with another time stamp. Headers are created once but repeated to each
 // connection, where they must carry the time of the frames that follow.
 GstPtr<GstBuffer> withFlvTimestamp(GstBuffer* tag, uint32_t milliseconds);
 

@@ -3,7 +3,7 @@
 namespace NimboEngine {
 namespace {
 
-// What a viewer falls behind at most before pictures are skipped.
+// How far a viewer may fall behind before frames are skipped.
 constexpr std::chrono::milliseconds kLimit{2000};
 
 bool isFrame(FlvTag tag) {
@@ -51,7 +51,7 @@ FrameGate::Decision FrameGate::decide(FlvTag tag, std::chrono::milliseconds wait
 }
 
 FrameGate::Decision FrameGate::flow(std::chrono::milliseconds waiting) {
-  // Headers pass even then: without them nothing that follows could be decoded.
+  // Headers pass nevertheless: without them the following frames could not be decoded.
   if (waiting <= kLimit) return {.send = true};
   state_ = State::kCatchingUp;
   ++dropped_;

@@ -1,12 +1,12 @@
-// Decides which frames go to the network, without any media or network itself.
+// Decides which frames are sent, without access to media or network.
 //
-// A connection can only begin with a key frame, and one that falls behind must catch up by
-// skipping whole groups of pictures: frames dropped at random would be garbage until the next key
-// frame. So the gate is shut until a key frame comes; when more than two seconds of media wait to
-// be sent it drops everything until three quarters of them are gone, asks for a key frame and goes
-// on from there.
+// A connection must start with a key frame, and one that falls behind must catch up by skipping
+// whole GOPs: after a randomly dropped frame the video would be corrupt until the next key frame.
+// So the gate is closed until a key frame arrives; when more than two seconds of media are queued
+// it drops everything until three quarters of them have been sent, requests a key frame and
+// continues from there.
 //
-// Only frames pass. Headers are the caller's business, who knows which frames need them.
+// Only frames are handled here. The caller sends the headers before the frames that need them.
 //
 // Thread: one at a time; the caller locks.
 
@@ -23,21 +23,21 @@ class FrameGate {
  public:
   struct Decision {
     bool send = false;
-    bool first = false;          // the first frame of a connection: headers go before it
-    bool needsKeyFrame = false;  // the encoder should make one at once
-    bool beginsToDrop = false;   // from here on frames are left out, up to the next key frame
+    bool first = false;          // the first frame of a connection: preceded by headers
+    bool needsKeyFrame = false;  // the encoder should produce one immediately
+    bool beginsToDrop = false;   // from here on frames are dropped, up to the next key frame
   };
 
   explicit FrameGate(bool audioOnly);
 
-  // A connection is there: it waits for its first frame.
+  // A connection has been established and waits for its first frame.
   void open();
   void close();
 
-  // What to do with `tag` while media of this playing time wait to be sent.
+  // Decides about `tag` while media of this playing time are queued.
   Decision decide(FlvTag tag, std::chrono::milliseconds waiting);
 
-  // Frames dropped to catch up, in all.
+  // Total of frames dropped to catch up.
   uint64_t dropped() const { return dropped_; }
 
  private:

@@ -15,7 +15,7 @@ void setBitrateInBps(GstElement* element, int kbps) {
   g_object_set(element, "bitrate", static_cast<guint>(kbps) * 1000, nullptr);
 }
 
-// scenecut=0: key frames come where the interval puts them and nowhere else.
+// scenecut=0: key frames only at the interval.
 std::string describeX264(int kbps, int interval) {
   return fmt::format(
       "x264enc name=h264 tune=zerolatency speed-preset=veryfast bitrate={} key-int-max={} "
@@ -30,7 +30,7 @@ std::string describeOpenH264(int kbps, int interval) {
       kbps * 1000, interval);
 }
 
-// Hardware takes NV12; pictures that depend on later ones would cost delay.
+// Hardware takes NV12; B-frames would add delay.
 std::string describeVa(const char* factory, int kbps, int interval) {
   return fmt::format(
       "videoconvert ! {} name=h264 rate-control=cbr bitrate={} key-int-max={} b-frames=0", factory,

@@ -1,4 +1,4 @@
-// Which of GStreamer's H.264 encoders is used, and how each is told what to do.
+// Chooses one of GStreamer's H.264 encoders, and describes how each is configured.
 //
 //   wish      tried in this order
 //   --------  --------------------------------------------------------------------
@@ -19,17 +19,17 @@ namespace NimboEngine {
 struct H264Encoder {
   const char* factory;
   bool hardware;
-  // The element as a launch description, to be named "h264", with the most pictures between two key
-  // frames.
+  // The element as a launch description, to be named "h264", with the largest number of frames
+  // between two key frames.
   std::string (*describe)(int kbps, int keyFrameInterval);
   // Works on a running element too.
   void (*setKbps)(GstElement* element, int kbps);
 };
 
-// Tells whether an element of that name can be made.
+// Returns whether an element of that name can be created.
 using HasElement = std::function<bool(const std::string& factory)>;
 
-// Null when there is none.
+// Returns null if there is none.
 const H264Encoder* chooseH264Encoder(bool wantsHardware, const HasElement& has);
 
 }  // namespace NimboEngine

@@ -45,7 +45,7 @@ bool LinkMonitor::changesSide(const LinkSample& sample) {
                : hasHeld(sample.waiting >= kPoorWaiting, kPoorTime);
 }
 
-// Whether `condition` has been true for `time` by now; if so, counting starts again.
+// Returns whether `condition` has been true for `time` by now; if so, counting restarts.
 bool LinkMonitor::hasHeld(bool condition, Clock::duration time) {
   if (!condition) {
     changing_.reset();

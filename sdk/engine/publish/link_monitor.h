@@ -1,4 +1,4 @@
-// Judges a connection by how much media waits for the server and whether it takes any.
+// Monitors a connection by the amount of queued media and by the server's acknowledgements.
 //
 //   what is seen                                           event
 //   -----------------------------------------------------  ------------
@@ -8,8 +8,8 @@
 //   timeout, once until it takes something again
 //   the same for twice the timeout                         none: isDead()
 //
-// The times between the two limits change nothing, so a link at its edge does not flutter. A link
-// that was poor when it broke stays so until its successor has proved better.
+// Between the two limits the state is kept, so a marginal link does not oscillate. A link that was
+// poor when it broke stays poor until its successor has proved better.
 //
 // Thread: one at a time; the engine thread in practice.
 
@@ -25,11 +25,11 @@
 
 namespace NimboEngine {
 
-// One look at a connection.
+// One sample of a connection's state.
 struct LinkSample {
-  std::chrono::milliseconds waiting{};  // playing time of the media that wait
-  bool empty = true;                    // nothing waits at all
-  uint64_t taken = 0;                   // bytes the server has taken so far
+  std::chrono::milliseconds waiting{};  // playing time of the queued media
+  bool empty = true;                    // nothing is queued
+  uint64_t taken = 0;                   // bytes acknowledged so far
 };
 
 class LinkMonitor {
@@ -39,7 +39,7 @@ class LinkMonitor {
 
   LinkMonitor(std::chrono::milliseconds sendTimeout, Now now);
 
-  // Another connection begins.
+  // To be called when another connection begins.
   void restart();
 
   // What follows from a further look, taken now.
@@ -59,8 +59,8 @@ class LinkMonitor {
   const Now now_;
 
   bool poor_ = false;
-  std::optional<Clock::time_point> changing_;  // since when the other side's condition holds
-  std::optional<Clock::time_point> progress_;  // when something was last taken, or nothing waited
+  std::optional<Clock::time_point> changing_;  // since when the condition for a change has held
+  std::optional<Clock::time_point> progress_;  // last acknowledgement, or time with an empty queue
   uint64_t taken_ = 0;
   bool timedOut_ = false;
   bool dead_ = false;

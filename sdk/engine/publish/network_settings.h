@@ -1,4 +1,4 @@
-// How a push deals with its connection.
+// Settings for the connection of a push.
 //
 // Thread: plain values.
 

@@ -12,7 +12,7 @@ namespace {
 
 using namespace LumoRtc;
 
-// How often a connection is looked at: often enough to tell soon that a server takes media again.
+// How often a connection is sampled: often enough to detect soon that a server accepts media again.
 constexpr std::chrono::milliseconds kPollInterval{50};
 
 RandomSource randomSource() {
@@ -46,7 +46,7 @@ FlvOutput::Events Publisher::outputEvents() {
       events_.onFirstFrame();
     }
   });
-  // Nothing is told any more when the push is over, or about to be, by then.
+  // No event is raised if the push has ended, or is about to, by then.
   auto raise = ownerGuard_.bind([this](NetworkEvent which) {
     if (phase() == PushPhase::kPublishing || phase() == PushPhase::kResuming) {
       events_.onNetworkEvent(which);
@@ -96,7 +96,7 @@ void Publisher::change(const EncoderSettings& settings) {
   encoder_.setGopSeconds(settings.gopSeconds);
   if (settings.video == format_) return;
   format_ = settings.video;
-  NIMBO_LOG_INFO("encoding {}x{} at {} pictures/s from now on", format_.width, format_.height,
+  NIMBO_LOG_INFO("encoding {}x{} at {} frames/s from now on", format_.width, format_.height,
                  format_.fps);
   encoder_.setVideoFormat(format_);
 }
@@ -120,7 +120,7 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
     case PushPhase::kIdle:
       return closeConnection();
     case PushPhase::kConnecting:
-      return;  // start() goes on when the encoder runs
+      return;  // start() continues when the encoder runs
     case PushPhase::kPublishing:
       if (before == PushPhase::kConnecting) beginSending();
       return;
@@ -143,7 +143,7 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
 // --------------------------------------------------------------------------------- one connection
 
 void Publisher::connect() {
-  // Only told: the server decides, and this machine's clock may be wrong.
+  // A warning only: the server decides, and this machine's clock may be wrong.
   const auto now =
       std::chrono::time_point_cast<PushUrl::Time::duration>(std::chrono::system_clock::now());
   if (url_.expiry && *url_.expiry < now) notifyOverdue();
@@ -169,7 +169,7 @@ void Publisher::beginSending() {
   watchLink(connection_.get());
 }
 
-// Until `connection` is replaced or gone.
+// Repeats until `connection` is replaced or destroyed.
 void Publisher::watchLink(const Connection* connection) {
   if (connection_.get() != connection) return;
   if (phase() != PushPhase::kPublishing && phase() != PushPhase::kResuming) return;
@@ -206,7 +206,7 @@ void Publisher::finishConnection() {
 
 void Publisher::closeConnection() {
   output_.detach();
-  // Later, since the connection may be what called.
+  // Later, since this may run in the connection's callback.
   engine_.post([closing = std::shared_ptr<Connection>(std::move(connection_))] {});
 }
 

@@ -1,12 +1,12 @@
-// One push: an encoder, which lives as long as the push, the connections that come and go, and the
-// states between them (see push_state.h and docs/network.md).
+// One push: an encoder, which lasts for the whole push, its successive connections, and the states
+// between them (see push_state.h and docs/network.md).
 //
 // Thread: start, stop and destruction on the engine thread, where the events are raised too; the
 //   consumer's side on the capture threads.
-// Ownership: owns encoder and connection. Take it out of the capture session before destroying
-//   it; destruction closes everything at once and raises nothing.
-// Failure: arrives as a report. After a report that ends the push (see push_state.h) the object
-//   is only good for destruction, which must not happen inside the event.
+// Ownership: owns encoder and connection. Remove it from the capture session before destroying it;
+//   destruction closes everything immediately and raises no events.
+// Failure: reported as a PushOutcome. After one that ends the push (see push_state.h) the object
+//   may only be destroyed, which must not happen inside the event.
 
 #pragma once
 
@@ -30,7 +30,7 @@
 
 namespace NimboEngine {
 
-// What happened to a push. `code` and `message` explain failures.
+// A state change of a push. `code` and `message` explain failures.
 struct PushOutcome {
   PushReport report = PushReport::kNone;
   LumoRtc::LumoLiveErrorCode code = LumoRtc::kLumoLiveErrorNone;
@@ -41,7 +41,7 @@ class Publisher final : public FrameConsumer {
  public:
   struct Events {
     std::function<void(const PushOutcome&)> onReport;
-    // The first key frame went out after the server had accepted; once for a push.
+    // The first key frame was sent after the server had accepted; once for a push.
     std::function<void()> onFirstFrame;
     std::function<void(NetworkEvent)> onNetworkEvent;
   };
@@ -50,7 +50,7 @@ class Publisher final : public FrameConsumer {
             Events events);
   ~Publisher();
 
-  // Both are called once at most. A stop is answered by a report within half a second.
+  // Both may be called once at most. A stop is confirmed by an event within half a second.
   void start(const PushUrl& url);
   void stop();
 
@@ -89,7 +89,7 @@ class Publisher final : public FrameConsumer {
   std::unique_ptr<Connection> connection_;
   FlvOutput output_;
   int appliedKbps_ = 0;
-  Encoder encoder_;  // ends first: its threads use the outlet
+  Encoder encoder_;  // destroyed first: its threads use the output
 };
 
 }  // namespace NimboEngine

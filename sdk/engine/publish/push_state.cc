@@ -16,7 +16,7 @@ struct Transition {
   Report report;
 };
 
-// A step to waiting takes one attempt; apply() says what happens when none is left.
+// A step to waiting uses one attempt; apply() handles the case that none is left.
 constexpr Transition kTransitions[] = {
     {Phase::kIdle, Input::kStart, Phase::kConnecting, Report::kNone},
     {Phase::kIdle, Input::kStop, Phase::kIdle, Report::kStopped},

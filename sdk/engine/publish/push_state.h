@@ -1,9 +1,9 @@
-// The states of one push through all its connections, without any media or network: the table of
-// docs/network.md.
+// The state machine of one push through all its connections, without access to media or network:
+// the table of docs/network.md.
 //
-// Whatever is not in the table changes nothing and reports nothing: a late "accepted" after a
-// stop, for example. A stop in idle is reported because it may cross a failure on its way: each
-// stop that was taken is answered once.
+// Inputs that are not in the table change nothing and report nothing: a late "accepted" after a
+// stop, for example. A stop in idle is reported because it may cross a failure: each accepted stop
+// is confirmed once.
 //
 // Thread: one at a time; the engine thread in practice.
 
@@ -19,10 +19,10 @@ namespace NimboEngine {
 enum class PushPhase {
   kIdle,
   kConnecting,    // the first connection
-  kPublishing,    // media flow
+  kPublishing,    // media are sent
   kWaiting,       // the connection is lost, the next attempt is not yet due
-  kReconnecting,  // an attempt is under way
-  kResuming,      // the server has accepted again but has not yet taken a picture
+  kReconnecting,  // an attempt is in progress
+  kResuming,      // the server has accepted again but has not yet acknowledged a frame
   kStopping
 };
 
@@ -50,7 +50,7 @@ enum class PushReport {
   kEncoderFailed
 };
 
-// Whether a push is over with `report`.
+// Returns whether `report` ends the push.
 constexpr bool endsPush(PushReport report) {
   return report != PushReport::kNone && report != PushReport::kStarted &&
          report != PushReport::kReconnecting && report != PushReport::kReconnected;
@@ -60,14 +60,14 @@ class PushState {
  public:
   struct Step {
     PushReport report = PushReport::kNone;
-    std::optional<std::chrono::milliseconds> retryAfter;  // when the phase is kWaiting from now on
+    std::optional<std::chrono::milliseconds> retryAfter;  // set if the new phase is kWaiting
   };
 
   PushState(const ReconnectPolicy& policy, RandomSource random);
 
   PushPhase phase() const { return phase_; }
 
-  // Attempts to connect again since the connection was lost.
+  // Reconnection attempts since the connection was lost.
   int attempts() const { return backoff_.attempts(); }
 
   Step apply(PushInput input);

@@ -15,7 +15,7 @@ namespace NimboEngine {
 namespace {
 
 constexpr std::string_view kExpiryParameters[] = {"expires", "expire", "exp", "deadline"};
-// As seconds this would be the year 5138.
+// In seconds this would be the year 5138.
 constexpr int64_t kFirstMilliseconds = 100'000'000'000;
 
 // `parameter` is "name=value".
@@ -56,12 +56,12 @@ std::string PushUrl::forLog() const {
   return fmt::format("{}:{}/{}/…", host, port, redactPath(application));
 }
 
-std::optional<PushUrl> parsePushUrl(const char* text, std::string& reason) {
+std::optional<PushUrl> parsePushUrl(const char* text, std::string& error) {
   if (!text || !*text) {
-    reason = "the URL is empty";
+    error = "the URL is empty";
     return std::nullopt;
   }
-  const auto target = parseRtmpUrl(text, reason);
+  const auto target = parseRtmpUrl(text, error);
   if (!target) return std::nullopt;
   PushUrl url;
   url.text = text;

@@ -1,4 +1,4 @@
-// Where to publish: the check that an address makes sense before anything is started.
+// The URL of a push, and its validation before anything is started.
 //
 // Thread: any.
 
@@ -11,24 +11,24 @@
 namespace NimboEngine {
 
 struct PushUrl {
-  // Of milliseconds, since the system clock's own range ends in the year 2262.
+  // In milliseconds, since the system clock's own range ends in the year 2262.
   using Time = std::chrono::sys_time<std::chrono::milliseconds>;
 
   std::string text;  // as given; may end in a secret stream key
   std::string host;
   int port = 0;
   std::string application;     // without its query
-  std::optional<Time> expiry;  // until when its authentication is good, where it says so
+  std::optional<Time> expiry;  // when its authentication expires, if it says so
 
   // For log lines: everything but the stream name and its parameters, which are often secret.
   std::string forLog() const;
 };
 
-// Accepts what parseRtmpUrl() does (see rtmp/rtmp_url.h). Without a value, `reason` says what is
-// wrong.
+// Accepts what parseRtmpUrl() does (see rtmp/rtmp_url.h). Without a value, `error` describes the
+// defect.
 //
 // The first of the parameters "expires", "expire", "exp" and "deadline" whose value is a whole
 // number of seconds since 1970 (or of milliseconds, from 10^11 on) is the expiry.
-std::optional<PushUrl> parsePushUrl(const char* text, std::string& reason);
+std::optional<PushUrl> parsePushUrl(const char* text, std::string& error);
 
 }  // namespace NimboEngine

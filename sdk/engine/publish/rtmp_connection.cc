@@ -14,13 +14,13 @@ namespace {
 using namespace std::chrono_literals;
 using namespace LumoRtc;
 
-// nginx, for one, answers that publishing has started and closes the connection in the next moment
-// when its access rules forbid it: only an answer that lasts is an acceptance.
+// nginx, for example, answers that publishing has started and closes the connection a moment later
+// if its access rules forbid it: only a connection that survives this time counts as accepted.
 constexpr auto kSettleTime = 50ms;
-// A frozen server would hold up draining for ever.
+// A frozen server would block draining forever.
 constexpr auto kDrainTimeout = 300ms;
 
-// The name that tells a server to keep metadata for players that come later, as AMF writes it.
+// The AMF-encoded name that makes a server keep metadata for players that join later.
 constexpr char kKeepMetadata[] = "\x02\x00\x0d@setDataFrame";
 constexpr std::size_t kKeepMetadataBytes = sizeof kKeepMetadata - 1;
 
@@ -49,7 +49,7 @@ LumoLiveErrorCode publishErrorCode(ConnectionError error) {
     case ConnectionError::kAuthenticationNeeded:
       return kLumoLiveErrorPublishDenied;
     case ConnectionError::kTlsFailed:
-    case ConnectionError::kClosedByPeer:  // it answered, and closes: its way of refusing
+    case ConnectionError::kClosedByPeer:  // it answered, then closed: a refusal
     case ConnectionError::kSystem:
     case ConnectionError::kProtocolViolation:
     case ConnectionError::kLimitExceeded:
@@ -70,10 +70,10 @@ RtmpConnection::~RtmpConnection() = default;
 
 void RtmpConnection::open() {
   state_ = State::kConnecting;
-  std::string reason;
-  const auto target = parseRtmpUrl(url_.text, reason);
-  if (!target) return fail(kLumoLiveErrorPublishRejected, reason);
-  // From the connection's thread, whose client is gone before this object is.
+  std::string error;
+  const auto target = parseRtmpUrl(url_.text, error);
+  if (!target) return fail(kLumoLiveErrorPublishRejected, error);
+  // Called on the thread of the client, which is destroyed before this object.
   auto started = ownerGuard_.bind([this] { onStarted(); });
   auto ended = ownerGuard_.bind([this](const ConnectionFailure& failure) { onEnded(failure); });
   auto finished = ownerGuard_.bind([this] { drained(); });
@@ -137,7 +137,7 @@ void RtmpConnection::finish() {
 void RtmpConnection::fail(LumoLiveErrorCode code, const std::string& message) {
   if (state_ == State::kOver) return;
   state_ = State::kOver;
-  // From a task of its own: the receiver may destroy this object.
+  // In a task of its own: the handler may destroy this object.
   engine_.post(ownerGuard_.bind([this, code, message] { events_.onFailed(code, message); }));
 }
 

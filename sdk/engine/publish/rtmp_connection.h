@@ -11,7 +11,7 @@
 
 namespace NimboEngine {
 
-// The code of a failure before the server accepted the stream.
+// Returns the error code of a failure before the server accepted the stream.
 LumoRtc::LumoLiveErrorCode publishErrorCode(ConnectionError error);
 
 class RtmpConnection final : public Connection {

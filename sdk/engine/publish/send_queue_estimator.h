@@ -1,5 +1,5 @@
-// Turns the bytes that wait in a connection into the playing time that they make up, which is what
-// a viewer feels and what stays comparable when the bit rate changes.
+// Converts the queued bytes of a connection into playing time, which is the delay that a viewer
+// gets and which stays comparable when the bit rate changes.
 //
 // Thread: one at a time; the caller locks.
 
@@ -14,19 +14,19 @@ namespace NimboEngine {
 
 class SendQueueEstimator {
  public:
-  // `bytes` with the time stamp `milliseconds` (which may wrap) were handed over.
+  // Adds `bytes` with the time stamp `milliseconds` (which may wrap) to the queue.
   void add(std::size_t bytes, uint32_t milliseconds);
 
-  // From the oldest to the newest media among the last `bytes` that were handed over.
+  // Returns the time from the oldest to the newest media among the last `bytes` that were added.
   std::chrono::milliseconds playingTime(std::size_t bytes);
 
  private:
   struct Entry {
-    uint64_t end;  // bytes handed over up to and with this one
+    uint64_t end;  // bytes added up to and including this one
     uint32_t time;
   };
 
-  std::deque<Entry> entries_;  // those that may wait, oldest first
+  std::deque<Entry> entries_;  // possibly still queued, oldest first
   uint64_t total_ = 0;
 };
 

@@ -9,8 +9,8 @@
 namespace NimboEngine {
 namespace {
 
-// Type (1), size (3), time stamp (3, then its upper byte), message stream (3). Behind the part
-// stands its size once more.
+// Type (1), size (3), time stamp (3, then its upper byte), message stream (3). The size is repeated
+// after the part.
 constexpr std::size_t kHeaderBytes = 11;
 constexpr std::size_t kTrailerBytes = 4;
 
@@ -28,7 +28,7 @@ bool splitAggregate(const RtmpMessage& aggregate,
     if (size > bytes.size() - kHeaderBytes) return false;
     const RtmpMessage part{static_cast<RtmpType>(bytes[0]), aggregate.timestamp + (time - *first),
                            aggregate.stream, bytes.subspan(kHeaderBytes, size)};
-    // An aggregate within an aggregate is not taken apart: nothing nests without limit.
+    // An aggregate within an aggregate is not split, so nesting is bounded.
     if (part.type != RtmpType::kAggregate) handler(part);
     const std::size_t whole = kHeaderBytes + size + kTrailerBytes;
     bytes = bytes.subspan(std::min(whole, bytes.size()));

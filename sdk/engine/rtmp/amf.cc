@@ -8,7 +8,7 @@
 namespace NimboEngine {
 namespace {
 
-// The type's marker, which stands before each value.
+// The type marker, which precedes each value.
 enum Marker : uint8_t {
   kNumber = 0x00,
   kBoolean = 0x01,
@@ -92,7 +92,7 @@ bool AmfReader::readValue(AmfValue& value, std::size_t depth) {
     case kUnsupported:
       return true;
     case kAssociativeArray:
-      // The count is a hint only: the end marker ends it.
+      // The count is only a hint: the end marker terminates the array.
       return take(kLongLength, bytes) && readProperties(value, depth);
     case kTypedObject: {
       std::string className;
@@ -148,7 +148,7 @@ bool AmfReader::readElements(AmfValue& value, std::size_t depth) {
   value.type = AmfValue::Type::kArray;
   std::span<const uint8_t> bytes;
   if (!take(kLongLength, bytes)) return false;
-  // Nothing is reserved for the count, which is the peer's claim: elements must arrive.
+  // No memory is reserved for the count, which the peer may invent: elements must arrive.
   for (uint32_t left = readU32(bytes.data()); left > 0; --left) {
     AmfValue element;
     if (!readValue(element, depth + 1)) return false;

@@ -1,11 +1,11 @@
-// AMF0, the encoding of RTMP's commands: a reader that trusts nothing and a writer.
+// AMF0, the encoding of RTMP's commands: a reader for untrusted input and a writer.
 //
-// Only what commands are made of is kept. Dates, XML and typed objects are read as the nearest
-// kept type; references and AMF3 values are not read.
+// Only the types used in commands are represented. Dates, XML and typed objects are read as the
+// nearest of these; references and AMF3 values are not supported.
 //
 // Thread: any; no shared state.
-// Ownership: values own what they hold. A reader borrows its bytes.
-// Failure: the reader gives no value and says why in error().
+// Ownership: values own their content. A reader borrows its bytes.
+// Failure: the reader returns no value and sets error().
 
 #pragma once
 
@@ -19,7 +19,7 @@
 
 namespace NimboEngine {
 
-// Limits of one reader, which reads one message. Commands of servers in use stay far below.
+// Limits of one reader, which reads one message. Commands of real servers stay far below.
 inline constexpr std::size_t kMaxAmfDepth = 16;
 inline constexpr std::size_t kMaxAmfValues = 2048;
 inline constexpr std::size_t kMaxAmfStringBytes = std::size_t{64} * 1024;
@@ -36,10 +36,10 @@ struct AmfValue {
   std::vector<AmfProperty> properties;  // of an object or an associative array, in their order
   std::vector<AmfValue> elements;       // of a strict array
 
-  // The property of that name; null when there is none or this is no object.
+  // Returns the property of that name; null if there is none or this is not an object.
   const AmfValue* find(std::string_view name) const;
 
-  // The text of the property of that name; empty when there is none.
+  // Returns the text of the property of that name; empty if there is none.
   std::string_view textOf(std::string_view name) const;
 };
 
@@ -64,12 +64,12 @@ class AmfReader {
 
   bool atEnd() const { return bytes_.empty(); }
 
-  // The next value. Once there was none, there are none any more.
+  // Returns the next value. After it has returned none, all further calls return none.
   std::optional<AmfValue> read();
 
   AmfError error() const { return error_; }
 
-  // What has not been read yet.
+  // The bytes that have not been read yet.
   std::span<const uint8_t> rest() const { return bytes_; }
 
  private:

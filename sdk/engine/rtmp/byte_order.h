@@ -1,7 +1,7 @@
-// Numbers as the protocol has them on the wire: big-endian, of two to eight bytes.
+// The protocol's wire format of integers: big-endian, of two to eight bytes.
 //
 // Thread: any; the functions keep no state.
-// Failure: none; the caller has checked that the bytes are there.
+// Failure: none; the caller must have checked the length.
 
 #pragma once
 
@@ -36,7 +36,7 @@ inline double readDouble(const uint8_t* bytes) {
   return std::bit_cast<double>(readBigEndian<8>(bytes));
 }
 
-// The one number that is little-endian: a message stream's identifier.
+// Reads the only little-endian integer: a message stream's identifier.
 inline uint32_t readLittleU32(const uint8_t* bytes) {
   return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
          static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;

@@ -75,7 +75,7 @@ bool ChunkReader::consume(std::span<const uint8_t> bytes, const Handler& handler
 
 // ----------------------------------------------------------------------------------------- headers
 
-// As far as the bytes that have arrived show.
+// As far as the received bytes determine it.
 std::size_t ChunkReader::neededHeaderBytes() const {
   if (headerBytes_ == 0) return 1;
   const int format = formatOf(header_[0]);
@@ -118,7 +118,7 @@ bool ChunkReader::applyHeader() {
 ChunkReader::ChunkStream* ChunkReader::select(uint32_t id, int format) {
   const auto known = streams_.find(id);
   if (known != streams_.end()) return &known->second;
-  // Some senders begin with format 1, which only leaves the message stream open.
+  // Some senders begin with format 1, which only lacks the message stream.
   if (format > 1) {
     fail(ConnectionError::kProtocolViolation,
          fmt::format("chunk stream {} begins with an abbreviated header", id));
@@ -147,10 +147,10 @@ bool ChunkReader::beginMessage(ChunkStream& stream, int format, const uint8_t* f
     stream.delta = format == 0 ? 0 : stream.extendedValue;
     if (format == 0) stream.timestamp = stream.extendedValue;
   } else if (stream.extended && readU32(fields) != stream.extendedValue) {
-    // Repeated with another value: a further absolute time stamp.
+    // Repeated with another value: a new absolute time stamp.
     stream.timestamp = stream.extendedValue = readU32(fields);
   }
-  // Format 3 right after format 0 repeats its time: senders use it for "the same time again".
+  // Format 3 right after format 0 repeats its time: senders use it for an unchanged time stamp.
   stream.timestamp += stream.delta;
   if (format <= 1) {
     stream.length = readU24(fields + 3);
@@ -204,7 +204,7 @@ bool ChunkReader::setChunkSize(std::span<const uint8_t> body) {
   if (size == 0 || size > INT32_MAX) {
     return fail(ConnectionError::kProtocolViolation, fmt::format("a chunk size of {}", size));
   }
-  // Larger ones make no difference: no message is longer.
+  // Larger values make no difference: no message is longer.
   chunkSize_ = std::min(size, kMaxChunkSize);
   return true;
 }

@@ -1,11 +1,11 @@
-// Puts messages together from RTMP's chunk stream, whatever pieces its bytes arrive in.
+// Reassembles messages from RTMP's chunk stream, however its bytes are split on arrival.
 //
-// Messages about the chunk stream itself (chunk size, abort) are obeyed here and are not handed on.
-// Memory is bounded by the limits below, not by what the peer announces: a message takes no more
-// than has arrived of it.
+// Messages about the chunk stream itself (chunk size, abort) are processed here and not passed on.
+// Memory is bounded by the limits below, not by the peer's announcements: a message takes only as
+// much as has arrived of it.
 //
 // Thread: one at a time.
-// Failure: read() says what is wrong; then the connection is useless and nothing more is read.
+// Failure: read() returns an error; then the connection is unusable and nothing more is read.
 
 #pragma once
 
@@ -37,7 +37,7 @@ class ChunkReader {
   // Returns false to end reading, for example because the connection has failed.
   using Handler = std::function<bool(const RtmpMessage&)>;
 
-  // The handler is called during the call, once for each message that became complete.
+  // Calls the handler once for each message that has become complete.
   std::optional<ConnectionFailure> read(std::span<const uint8_t> bytes, const Handler& handler);
 
   std::size_t pendingBytes() const { return pending_; }
@@ -51,8 +51,8 @@ class ChunkReader {
     uint32_t timestamp = 0;
     uint32_t delta = 0;
     bool extended = false;       // the last header's time stamp did not fit into three bytes
-    uint32_t extendedValue = 0;  // what it said then
-    bool partial = false;        // a message has begun and is not complete
+    uint32_t extendedValue = 0;  // its value
+    bool partial = false;        // a message has begun and is incomplete
     std::vector<uint8_t> body;
   };
 
@@ -74,8 +74,8 @@ class ChunkReader {
   ChunkStream* current_ = nullptr;  // of the chunk whose payload is read; null within a header
   std::size_t chunkLeft_ = 0;       // of that payload
   std::array<uint8_t, 3 + 11 + 4> header_{};
-  std::size_t headerBytes_ = 0;  // as far as it has arrived
-  // What was read as a repeated time stamp is the payload's beginning.
+  std::size_t headerBytes_ = 0;  // received so far
+  // The bytes read as a repeated time stamp are the beginning of the payload.
   bool unrepeated_ = false;
   uint32_t chunkSize_ = 128;
   std::size_t pending_ = 0;

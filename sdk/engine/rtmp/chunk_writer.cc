@@ -43,7 +43,7 @@ void ChunkWriter::write(std::vector<uint8_t>& out, uint32_t chunkStream, const R
 bool ChunkWriter::writeHeader(std::vector<uint8_t>& out, uint32_t chunkStream,
                               const RtmpMessage& message, std::size_t size) {
   std::optional<Last>& last = last_[chunkStream];
-  // A difference must fit: a larger one, and time that goes back, begin with a full header.
+  // A delta must fit: a larger one, or a negative one, needs a full header.
   const bool full = !last || last->stream != message.stream ||
                     message.timestamp - last->timestamp >= kExtendedMark;
   const uint32_t time = full ? message.timestamp : message.timestamp - last->timestamp;

@@ -1,4 +1,4 @@
-// Cuts messages into RTMP's chunks.
+// Splits messages into RTMP chunks.
 //
 // Thread: one at a time.
 // Failure: none.
@@ -22,13 +22,13 @@ class ChunkWriter {
   // Copies the body's bytes from `offset` on into `target`, all of it.
   using CopyBody = std::function<void(std::size_t offset, std::span<uint8_t> target)>;
 
-  // Which the caller announces to the peer in a message of its own.
+  // Sets the chunk size, which the caller must announce to the peer in a message.
   void setChunkSize(uint32_t size) { chunkSize_ = size; }
 
   // Appends the message to `out`. `chunkStream` is 2 to 63.
   void write(std::vector<uint8_t>& out, uint32_t chunkStream, const RtmpMessage& message);
 
-  // The same for a body of `size` bytes that is elsewhere; that of `message` is ignored.
+  // The same for a body of `size` bytes supplied by `copy`; that of `message` is ignored.
   void write(std::vector<uint8_t>& out, uint32_t chunkStream, const RtmpMessage& message,
              std::size_t size, const CopyBody& copy);
 

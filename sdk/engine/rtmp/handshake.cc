@@ -9,7 +9,7 @@ namespace NimboEngine {
 namespace {
 
 constexpr uint8_t kVersion = 3;
-// Versions above this one are reserved, so that text protocols can be told apart.
+// Versions above this one are reserved, so that text protocols can be distinguished.
 constexpr uint8_t kLastVersion = 31;
 // Time, and four bytes that are zero in the simple handshake.
 constexpr std::size_t kHeadBytes = 8;
@@ -25,8 +25,8 @@ void Handshake::begin(std::vector<uint8_t>& out) {
   }
 }
 
-// The server sends its version, its own part, then what it claims to have received. The last is not
-// compared: servers in use send something else.
+// The server sends its version, its own part, then an echo of the client's part. The echo is not
+// compared: real servers send something else.
 std::optional<ConnectionFailure> Handshake::receive(std::span<const uint8_t>& bytes,
                                                     std::vector<uint8_t>& out) {
   if (received_ == 0 && !bytes.empty()) {

@@ -1,7 +1,7 @@
 // The client's side of RTMP's simple handshake.
 //
 // Thread: one at a time.
-// Failure: receive() says so; nothing can follow then.
+// Failure: returned by receive(); nothing can follow then.
 
 #pragma once
 
@@ -18,14 +18,14 @@ namespace NimboEngine {
 
 class Handshake {
  public:
-  // The client's part and the server's alike: random bytes behind a time and a zero.
+  // The size of the client's part and of the server's: a time and a zero, then random bytes.
   static constexpr std::size_t kPartBytes = 1536;
 
-  // Appends what the client says first to `out`.
+  // Appends the client's first part to `out`.
   static void begin(std::vector<uint8_t>& out);
 
-  // Takes from `bytes` what belongs to the handshake, in any pieces, and appends the answer to
-  // `out` when it is due.
+  // Consumes the handshake's part of `bytes`, cut anywhere, and appends the response to `out` when
+  // it is due.
   std::optional<ConnectionFailure> receive(std::span<const uint8_t>& bytes,
                                            std::vector<uint8_t>& out);
 

@@ -1,7 +1,7 @@
-// One RTMP message, and the numbers of the kinds of message.
+// One RTMP message, and the message type numbers.
 //
 // Thread: plain values.
-// Ownership: a message borrows its body, for as long as the call that hands it over.
+// Ownership: a message borrows its body for the duration of the call that passes it.
 
 #pragma once
 

@@ -17,12 +17,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// GIO ends the process when it cannot open what its resolver waits with.
+// GIO aborts the process if it cannot open the descriptors that its resolver waits on.
 constexpr int kDescriptors = 8;
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
-// Reads in a row before anything else gets its turn.
+// Successive reads before anything else is processed.
 constexpr int kReadsAtOnce = 8;
-// Queued media are cut into chunks only as far as this: they wait as they are.
+// Queued media are split into chunks only up to this amount; the rest waits unsplit.
 constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
 // The kernel does not report that the last byte was acknowledged.
 constexpr int kFinishPollMs = 10;
@@ -104,7 +104,7 @@ RtmpSession::Events RtmpClient::sessionEvents() {
 
 void RtmpClient::fail(ConnectionFailure failure) {
   if (failure_) return;
-  // Servers like to name the stream that they refuse.
+  // Servers often name the stream that they refuse.
   failure.text = redact(failure.text, url_.stream.substr(0, url_.stream.find('?')));
   failure_ = std::move(failure);
 }
@@ -114,7 +114,7 @@ void RtmpClient::run() {
   if (!failure_) converse();
   close();
   if (stop_.isStopped()) return;
-  // A server that closes once the stream has ended is done with it.
+  // A server that closes after the end of the stream has received all of it.
   if (streamEnded_) {
     if (events_.onFinished) events_.onFinished();
   } else if (failure_ && events_.onEnded) {
@@ -134,7 +134,7 @@ void RtmpClient::connect() {
     std::lock_guard lock(mutex_);
     stream_ = std::move(stream);
   }
-  // A stop that came before has not cut it; from now on each does.
+  // An earlier stop has not cut it; from now on each one does.
   if (stop_.isStopped() || !url_.tls) return;
   if (auto failure = opened->startTls(url_.host, url_.port, stop_, deadline_)) fail(*failure);
 }
@@ -172,7 +172,7 @@ bool RtmpClient::takeQueued() {
     }
     const Media media = std::move(queue_.front());
     queue_.pop_front();
-    // Counted here from now on, so that backlog() never misses it.
+    // Counted immediately, so that backlog() never misses it.
     outputBytes_ += media.size;
     queuedBytes_ -= media.size;
     lock.unlock();
@@ -214,7 +214,7 @@ void RtmpClient::receiveInput() {
         break;
     }
   }
-  // Only now: the server may have said why before it closed.
+  // Only now: the server may have sent a reason before it closed.
   if (sendFailed_) session_.onPeerClosed(sendFailure);
 }
 
@@ -233,7 +233,7 @@ void RtmpClient::waitForWork() {
 }
 
 int RtmpClient::pollTimeout() const {
-  if (readable_ || sendFailed_) return 0;  // TLS may hold data that the socket knows nothing of
+  if (readable_ || sendFailed_) return 0;  // TLS may hold data that poll() does not see
   if (streamEnded_) return kFinishPollMs;
   if (!session_.awaitsServer()) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());

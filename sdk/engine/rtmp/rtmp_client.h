@@ -1,10 +1,10 @@
-// One connection to an RTMP server, as a publisher or as a player: a thread that connects, speaks
-// RtmpSession's protocol and ends.
+// One connection to an RTMP server, as a publisher or as a player: a thread that connects, runs an
+// RtmpSession and ends.
 //
 // Thread: created and destroyed on any other thread than its own; send(), finish(), stop() and the
 //   measures may be called from any. The events are raised on the connection's own thread, one at a
-//   time. onMedia may block: the server is then not read from, which in the end slows it down; once
-//   stop() was called it must return soon, since destruction waits for it.
+//   time. onMedia may block: nothing is read from the server meanwhile, which eventually slows it
+//   down; it must return soon after stop(), since destruction waits for it.
 // Ownership: owns thread and socket. stop() cuts the connection and returns at once; no event
 // begins
 //   afterwards. Destruction stops and joins, which no server can delay.
@@ -36,7 +36,8 @@ namespace NimboEngine {
 
 class RtmpClient {
  public:
-  // For everything up to an accepted stream (publishing) or to asking for it (playing).
+  // The timeout for everything up to the accepted stream (publishing) or the request for it
+  // (playing).
   static constexpr std::chrono::seconds kConnectTimeout{10};
 
   struct Events {
@@ -47,7 +48,7 @@ class RtmpClient {
     std::function<void()> onFinished;  // finish() has completed
   };
 
-  // Begins to connect. Handlers that are not needed may be empty.
+  // Starts connecting. Unneeded handlers may be empty.
   RtmpClient(RtmpRole role, const RtmpUrl& url, Events events,
              std::chrono::milliseconds connectTimeout = kConnectTimeout);
   ~RtmpClient();
@@ -55,18 +56,18 @@ class RtmpClient {
   RtmpClient& operator=(const RtmpClient&) = delete;
 
   // Publishing, from onStarted on: sends `size` bytes of `buffer` from `offset` on. Never blocks;
-  // what the network does not take is queued, and the caller watches backlog().
+  // excess data are queued, and the caller monitors backlog().
   void send(RtmpType type, uint32_t timestamp, GstPtr<GstBuffer> buffer, std::size_t offset,
             std::size_t size);
 
-  // Bytes that were given to send() and that the server has not acknowledged.
+  // Bytes passed to send() that the server has not acknowledged yet.
   std::size_t backlog() const;
 
-  // Bytes that the server has acknowledged since the connection began, the protocol's own included.
+  // Bytes that the server has acknowledged since the connection began, protocol overhead included.
   uint64_t acknowledged() const;
 
   // Sends what is queued, ends the stream and raises onFinished when the server has acknowledged
-  // all of it or has closed the connection. Takes as long as the network takes.
+  // all of it or has closed the connection. There is no timeout.
   void finish();
 
   void stop();
@@ -109,14 +110,14 @@ class RtmpClient {
   std::optional<ConnectionFailure> failure_;
 
   mutable std::mutex mutex_;
-  std::unique_ptr<ByteStream> stream_;  // from the connection on to its end
+  std::unique_ptr<ByteStream> stream_;  // null while not connected
   std::deque<Media> queue_;
   std::size_t queuedBytes_ = 0;
   bool finishing_ = false;
   uint64_t lastAcknowledged_ = 0;  // when the connection ended
 
   std::atomic<std::size_t> outputBytes_ = 0;  // the session's, for backlog()
-  std::thread thread_;                        // begins last
+  std::thread thread_;                        // started last
 };
 
 }  // namespace NimboEngine

@@ -21,7 +21,7 @@ constexpr uint32_t kAudioChunks = 4;
 constexpr uint32_t kDataChunks = 5;
 constexpr uint32_t kVideoChunks = 6;
 
-// With RTMP's 128 bytes each frame would be cut into hundreds.
+// With RTMP's default of 128 bytes each frame would become hundreds of chunks.
 constexpr uint32_t kChunkSize = 4096;
 
 // Sent bytes are removed from the output's front once they are this many.
@@ -37,16 +37,16 @@ constexpr int kEnd = 6;
 
 enum UserControl : uint16_t { kSetBufferLength = 3, kPing = 6, kPong = 7 };
 
-// How far ahead a server may send: a live stream's recent frames, at most.
+// How far ahead a server may send: at most the recent frames of a live stream.
 constexpr uint32_t kBufferLengthMs = 3000;
-// Play what is live; a recording where nothing is.
+// Plays the live stream, or a recording if there is none.
 constexpr double kLiveOrRecorded = -2000;
 
-// Codecs beyond those that a video or audio message's first byte can name.
+// Codecs beyond those that the first byte of a video or audio message can express.
 constexpr std::array<std::string_view, 7> kFourCcs = {"av01", "hvc1", "vp09", "avc1",
                                                       "mp4a", "Opus", ".mp3"};
 
-// The audio and video codecs of the classic bits, all of them, and seeking by a client.
+// All audio and video codecs of the classic bits, and client-side seeking.
 constexpr double kAudioCodecs = 0x0fff;
 constexpr double kVideoCodecs = 0x00ff;
 constexpr double kVideoFunction = 1;
@@ -66,13 +66,13 @@ bool exceedsLimit(AmfError error) {
          error == AmfError::kStringTooLong;
 }
 
-// The status is the first object; a null usually stands before it.
+// The status is the first object; usually preceded by a null.
 const AmfValue* statusIn(const std::vector<AmfValue>& arguments) {
   const auto status = std::ranges::find(arguments, AmfValue::Type::kObject, &AmfValue::type);
   return status == arguments.end() ? nullptr : &*status;
 }
 
-// The server's words: its code, and its description where it adds something.
+// Returns the server's text: its code, and its description if that adds something.
 std::string wordsOf(const AmfValue* status) {
   const std::string_view code = status ? status->textOf("code") : "";
   const std::string_view description = status ? status->textOf("description") : "";
@@ -154,7 +154,7 @@ bool RtmpSession::onMessage(const RtmpMessage& message) {
       onCommand(message.body);
       break;
     case RtmpType::kCommandAmf3:
-      // Its first byte says which encoding follows; servers use AMF0 for commands.
+      // Its first byte is the encoding; servers use AMF0 for commands.
       if (!message.body.empty()) onCommand(message.body.subspan(1));
       break;
     case RtmpType::kAggregate: {
@@ -188,14 +188,14 @@ void RtmpSession::onMediaMessage(const RtmpMessage& message) {
 void RtmpSession::onData(RtmpMessage message) {
   AmfReader reader(message.body);
   const auto name = reader.read();
-  if (!name || name->type != AmfValue::Type::kString) return;  // of no use to anybody
+  if (!name || name->type != AmfValue::Type::kString) return;  // useless
   if (name->string == "onPlayStatus" || name->string == "onStatus") {
     const auto status = reader.read();
     if (status) onStatus({*status});
     return;
   }
   if (name->string.starts_with('|')) return;  // permissions of Flash players
-  // A publisher's wrapping around what players are to receive; servers usually take it off.
+  // A publisher's wrapper around the data for players; servers usually remove it.
   if (name->string == "@setDataFrame") message.body = reader.rest();
   if (role_ == RtmpRole::kPlay) events_.onMedia(message);
 }
@@ -208,7 +208,7 @@ void RtmpSession::onCommand(std::span<const uint8_t> body) {
   if (!name || name->type != AmfValue::Type::kString) {
     return end(ConnectionError::kProtocolViolation, "a command without a name");
   }
-  // Some servers leave out the transaction where it has no meaning, or what follows it.
+  // Some servers omit the transaction where it has no meaning, or the values after it.
   const double id = reader.read().value_or(AmfValue()).number;
   std::vector<AmfValue> arguments;
   while (!reader.atEnd()) {
@@ -271,7 +271,7 @@ void RtmpSession::onStreamCreated(const std::vector<AmfValue>& arguments) {
     amf.string("publish").number(kStart).null().string(url_.stream).string("live");
     return sendCommand(stream_, body);
   }
-  // Servers of content delivery networks fetch the stream on this; others ignore it.
+  // Makes servers of content delivery networks fetch the stream; others ignore it.
   amf.string("FCSubscribe").number(kAnnounce).null().string(url_.stream);
   sendCommand(0, body);
   body.clear();
@@ -290,7 +290,7 @@ void RtmpSession::onRefused(int transaction, const std::vector<AmfValue>& argume
     return onConnectRefused(info ? info->textOf("code") : std::string_view(), info);
   }
   if (transaction == kCreateStream) return end(ConnectionError::kConnectRejected, wordsOf(info));
-  if (transaction != kStart) return;  // what is not needed by all servers
+  if (transaction != kStart) return;  // commands that not all servers need
   const std::string_view code = info ? info->textOf("code") : std::string_view();
   const auto byCode = role_ == RtmpRole::kPublish ? publishErrorOf(code) : playErrorOf(code);
   end(byCode.value_or(role_ == RtmpRole::kPublish ? ConnectionError::kPublishDenied
@@ -352,7 +352,7 @@ void RtmpSession::sendConnect() {
   amf.string("connect").number(kConnect).beginObject();
   amf.name("app").string(url_.application);
   if (publishes) amf.name("type").string("nonprivate");
-  // Servers look at the beginning to tell encoders from players.
+  // Servers check the beginning to distinguish encoders from players.
   amf.name("flashVer").string(publishes ? "FMLE/3.0 (compatible; Nimbo)" : "LNX 9,0,124,2");
   amf.name("tcUrl").string(url_.tcUrl);
   if (!publishes) {

@@ -1,19 +1,19 @@
-// RTMP's conversation with a server, from the handshake to the media, without any I/O: received
-// bytes go in; events, and bytes to be sent, come out.
+// The RTMP session with a server, from the handshake to the media, without any I/O: received bytes
+// go in; events, and bytes to be sent, come out.
 //
 //   publish: handshake, connect, releaseStream, FCPublish, createStream, publish, media;
 //            FCUnpublish and deleteStream at the end
 //   play:    handshake, connect, createStream, FCSubscribe, play, buffer length, media
 //
-// Media are accepted on any message stream: some servers send them on 0. What the server may ask
-// for without limit (acknowledgements, answers to pings) is answered with the newest value only,
-// and only when what was to be sent before is nearly gone: so a flood of requests neither grows the
-// output nor delays media.
+// Media are accepted on any message stream: some servers send them on 0. Requests that a server may
+// repeat without limit (acknowledgements, pings) are answered with the newest value only, and only
+// when the pending output is nearly sent: so a flood of requests neither grows the output nor
+// delays media.
 //
-// Thread: one at a time. The events are raised inside start() and receive(); a handler may call
-//   nothing of the session.
+// Thread: one at a time. The events are raised inside start() and receive(); a handler must not
+//   call the session.
 // Ownership: a message in onMedia is borrowed for the call.
-// Failure: onEnded, once; what is received afterwards is ignored.
+// Failure: onEnded, once; data received afterwards are ignored.
 
 #pragma once
 
@@ -46,9 +46,9 @@ class RtmpSession {
   struct Events {
     // The server accepted the connection; the stream is next.
     std::function<void()> onConnected;
-    // The server accepted the stream: it may be sent, or was said to begin.
+    // The server accepted the stream: it may be sent, or playing has been announced.
     std::function<void()> onStarted;
-    // Playing: audio, video, or data whose type is kData always.
+    // Playing: audio, video, or data, always of type kData.
     std::function<void(const RtmpMessage&)> onMedia;
     std::function<void(const ConnectionFailure&)> onEnded;
   };
@@ -58,8 +58,8 @@ class RtmpSession {
   void start();
   void receive(std::span<const uint8_t> bytes);
 
-  // The connection has ended. Where the server owed an answer, that is its answer: many refuse
-  // without a word.
+  // To be called when the connection has ended. If a response was pending, this counts as a
+  // refusal: many servers refuse by closing.
   void onPeerClosed(const ConnectionFailure& failure);
 
   // Publishing: audio, video or data, of `size` bytes which `copy` supplies. To be called after
@@ -67,22 +67,22 @@ class RtmpSession {
   void sendMedia(RtmpType type, uint32_t timestamp, std::size_t size,
                  const ChunkWriter::CopyBody& copy);
 
-  // Ends the stream in the server's eyes, as far as there is one.
+  // Ends the stream on the server, if there is one.
   void finish();
 
-  // Whether the server has not accepted the stream yet.
+  // Returns whether the server has not accepted the stream yet.
   bool isStarting() const { return state_ < State::kStarted; }
 
-  // Whether the connection cannot be used before the server answers: the time for which a timeout
-  // is due. A player asks for its stream and then waits for as long as it likes.
+  // Returns whether the connection is waiting for a response of the server, to which a timeout
+  // applies. A player's wait for its stream after the request is not limited here.
   bool awaitsServer() const;
 
-  // What is to be sent, and how much of it has been.
+  // The bytes to be sent; the caller reports how many it has sent.
   std::span<const uint8_t> output();
   void consumeOutput(std::size_t bytes);
   std::size_t outputBytes() const { return out_.size() - sent_; }
 
-  // What was received and belongs to messages that are not complete.
+  // Received bytes of incomplete messages.
   std::size_t pendingBytes() const { return reader_.pendingBytes(); }
 
  private:
@@ -124,12 +124,12 @@ class RtmpSession {
   std::vector<uint8_t> out_;
   std::size_t sent_ = 0;  // of `out_`
 
-  // What the server asked for and has not been given yet.
+  // Requests of the server that have not been answered yet.
   std::optional<uint32_t> dueWindowSize_;
   std::optional<uint32_t> duePong_;
 
-  uint32_t window_ = 0;        // the server wants an acknowledgement each time; 0: none
-  uint32_t ownWindow_ = 0;     // what was last announced
+  uint32_t window_ = 0;        // interval of acknowledgements that the server requests; 0: none
+  uint32_t ownWindow_ = 0;     // the last announced one
   uint64_t received_ = 0;      // bytes
   uint64_t acknowledged_ = 0;  // of these
 };

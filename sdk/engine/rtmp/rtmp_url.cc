@@ -18,17 +18,17 @@ struct UriRelease {
 
 using Uri = std::unique_ptr<GUri, UriRelease>;
 
-Uri parseUri(const std::string& text, std::string& reason) {
-  // ENCODED: parts keep their percent signs, which belong to the server.
+Uri parseUri(const std::string& text, std::string& error) {
+  // ENCODED: components keep their percent encoding, which the server decodes.
   Uri uri(g_uri_parse(text.c_str(),
                       static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED),
                       nullptr));
-  // Not GLib's own words: they quote what they take for a port, which may be a password.
-  if (!uri) reason = "the URL cannot be read";
+  // Not GLib's own text: it quotes what it parses as a port, which may be a password.
+  if (!uri) error = "the URL cannot be read";
   return uri;
 }
 
-// Where the name of a file begins in a path, if one does.
+// Returns where a file name begins in the path, npos if there is none.
 std::size_t fileNameIn(std::string_view path) {
   for (const std::string_view kind : {"/mp4:", "/flv:", "/mp3:"}) {
     const std::size_t found = path.find(kind);
@@ -53,34 +53,34 @@ void splitPath(RtmpUrl& url, const std::string& path, const std::string& query) 
 
 }  // namespace
 
-std::optional<RtmpUrl> parseRtmpUrl(const std::string& address, std::string& reason) {
-  const Uri uri = parseUri(address, reason);
+std::optional<RtmpUrl> parseRtmpUrl(const std::string& address, std::string& error) {
+  const Uri uri = parseUri(address, error);
   if (!uri) return std::nullopt;
   const std::string scheme = g_uri_get_scheme(uri.get());
   if (scheme != "rtmp" && scheme != "rtmps") {
-    reason = fmt::format("the scheme is {}, not rtmp or rtmps", scheme);
+    error = fmt::format("the scheme is {}, not rtmp or rtmps", scheme);
     return std::nullopt;
   }
   RtmpUrl url;
   url.tls = scheme == "rtmps";
   if (const char* host = g_uri_get_host(uri.get())) url.host = host;
   if (url.host.empty()) {
-    reason = "the host is missing";
+    error = "the host is missing";
     return std::nullopt;
   }
   const int usualPort = url.tls ? kRtmpsPort : kRtmpPort;
   url.port = g_uri_get_port(uri.get()) > 0 ? g_uri_get_port(uri.get()) : usualPort;
   std::string query;
   if (const char* text = g_uri_get_query(uri.get())) query = fmt::format("?{}", text);
-  // The protocol knows no fragments: the sign is part of a stream key.
+  // RTMP has no fragments: "#" is part of a stream key.
   if (const char* text = g_uri_get_fragment(uri.get())) query += fmt::format("#{}", text);
   splitPath(url, g_uri_get_path(uri.get()), query);
   if (url.application.empty()) {
-    reason = "the application name is missing: rtmp://host/application/stream";
+    error = "the application name is missing: rtmp://host/application/stream";
     return std::nullopt;
   }
   if (url.stream.empty() || url.stream.front() == '?') {
-    reason = "the stream name is missing: rtmp://host/application/stream";
+    error = "the stream name is missing: rtmp://host/application/stream";
     return std::nullopt;
   }
   const bool needsBrackets = url.host.find(':') != url.host.npos;

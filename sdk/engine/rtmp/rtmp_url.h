@@ -1,4 +1,4 @@
-// Takes an RTMP address apart: where to connect, and what to ask for there.
+// Parses an RTMP address: the server to connect to, and the stream to request there.
 //
 // Thread: any.
 
@@ -11,17 +11,17 @@ namespace NimboEngine {
 
 struct RtmpUrl {
   bool tls = false;
-  std::string host;  // an IPv6 address is without its brackets
+  std::string host;  // IPv6 addresses without brackets
   int port = 0;
   std::string application;  // with its query, if it has one
   std::string stream;       // with its query
-  std::string tcUrl;        // what "connect" names: the address without the stream
+  std::string tcUrl;        // parameter of "connect": the address without the stream
 };
 
 // Accepts rtmp://host[:port]/application[/more]/stream[?query] and the same with rtmps. The stream
-// begins behind the path's last slash, or where "mp4:", "flv:" or "mp3:" names a file. A query
-// stays with what it stands on: in rtmp://host/application?token=x/stream that is the application.
-// Nothing is decoded. Without a value, `reason` says what is wrong.
-std::optional<RtmpUrl> parseRtmpUrl(const std::string& text, std::string& reason);
+// begins after the path's last slash, or at a file name with "mp4:", "flv:" or "mp3:". A query
+// stays with the component that it follows: in rtmp://host/application?token=x/stream that is the
+// application. Nothing is decoded. Without a value, `error` describes the defect.
+std::optional<RtmpUrl> parseRtmpUrl(const std::string& text, std::string& error);
 
 }  // namespace NimboEngine

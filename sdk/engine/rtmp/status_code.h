@@ -1,4 +1,4 @@
-// What the codes mean with which a server reports on a stream.
+// Maps the status codes of RTMP servers to errors.
 //
 // Thread: any; the functions keep no state.
 
@@ -11,12 +11,12 @@
 
 namespace NimboEngine {
 
-// The error that a code of onStatus means by itself, whatever its level says; none for a code that
-// reports progress or is not known.
+// Returns the error that a code of onStatus stands for, whatever its level; none for a code that
+// reports progress or is unknown.
 std::optional<ConnectionError> publishErrorOf(std::string_view code);
 std::optional<ConnectionError> playErrorOf(std::string_view code);
 
-// Whether a refusal of "connect" asks for a user name and a password.
+// Returns whether a refusal of "connect" asks for a user name and a password.
 bool asksForAuthentication(std::string_view description);
 
 }  // namespace NimboEngine

@@ -10,10 +10,10 @@ namespace LumoRtc {
 // Thread: any. The mixed capitalisation is part of the interface.
 class LUMO_RTC_EXPORT LumoLiveBase {
  public:
-  // Lives as long as the process; may be null.
+  // Valid for the life of the process; may be null.
   static const char* GetSDKVersion();
 
-  // Whether this build can work in `mode`.
+  // Returns whether this build supports `mode`.
   static bool isSupportLiveMode(LumoLiveMode mode);
 
   // Writes the log into `path` from now on, keeping at most `maxSizeMiB` MiB of files there.
@@ -23,7 +23,7 @@ class LUMO_RTC_EXPORT LumoLiveBase {
   // Lines below `level` are dropped.
   static void SetLogLevel(LumoLivePushLogLevel level);
 
-  // Whether lines also go to standard error.
+  // Enables or disables output to standard error.
   static void setConsoleEnabled(bool enabled);
 };
 

@@ -58,7 +58,7 @@ enum LumoLivePlayError : int32_t {
   kLumoLivePlayErrorNone = 0,
 };
 
-// What a player's getPlayMode answers.
+// The result of a player's getPlayMode.
 enum LumoLivePlayMode : int32_t {
   kLumoLivePlayModeNone = 0,   // nothing plays
   kLumoLivePlayModeLive = 1,   // shown as it arrives, with the least delay
@@ -66,9 +66,9 @@ enum LumoLivePlayMode : int32_t {
 };
 
 enum LumoLiveRenderMode : uint32_t {
-  kLumoLiveRenderModeFit = 0,      // whole picture, borders where the shapes differ
-  kLumoLiveRenderModeCrop = 1,     // view filled, picture cut where the shapes differ
-  kLumoLiveRenderModeStretch = 2,  // view filled, picture distorted where the shapes differ
+  kLumoLiveRenderModeFit = 0,      // whole frame, with borders
+  kLumoLiveRenderModeCrop = 1,     // view filled, frame cropped
+  kLumoLiveRenderModeStretch = 2,  // view filled, frame distorted
 };
 
 enum LumoLiveRotation : uint32_t {
@@ -110,7 +110,7 @@ struct LumoLivePushConfig {
 
 // One capture device.
 struct LumoLiveDeviceInfo {
-  String deviceName;  // for people
+  String deviceName;  // display name
   String deviceId;    // stable identifier
   int32_t transportType = 0;
 };
@@ -131,10 +131,10 @@ struct LumoLiveScreenShareEncoderConfig {
   uint32_t mVideoEncodeGop;  // seconds between key frames
 };
 
-// One stream's place in a mix, in pixels of the published picture; higher ones cover lower ones.
-// The user is the local one ("" or "local"), a player (the text of its pointer) or a URL that a
-// player plays. The numbers have no defaults: a caller that reuses one working object for several
-// streams relies on them staying what they were.
+// One stream's place in a mix, in pixels of the published frame; higher ones cover lower ones. The
+// user is the local one ("" or "local"), a player (the text of its pointer) or a URL that a player
+// plays. The numbers have no defaults: a caller that reuses one working object for several streams
+// relies on them staying what they were.
 struct LumoLiveMixStream {
   String userId;
   int32_t x;
@@ -144,7 +144,7 @@ struct LumoLiveMixStream {
   int32_t zOrder;
 };
 
-// A growing list of mixed streams. Holds copies. The storage is the library's own business.
+// A growing list of mixed streams. Holds copies. The storage is private to the library.
 class LUMO_RTC_EXPORT LumoLiveMixStreamArray {
  public:
   LumoLiveMixStreamArray();
@@ -163,7 +163,7 @@ class LUMO_RTC_EXPORT LumoLiveMixStreamArray {
 // A layout for mixing several users' streams into the published one.
 struct LumoLiveTranscodingConfig {
   int32_t backgroundColor = 0;  // 0xRRGGBB
-  uint32_t cropMode = 1;        // a LumoLiveRenderMode: how a picture fills its place
+  uint32_t cropMode = 1;        // a LumoLiveRenderMode: how a frame fills its place
   LumoLiveMixStreamArray mixStreams;
 };
 
@@ -215,8 +215,8 @@ struct LumoLiveUserVolumeInfo {
 // by matrix, range and siting. Primaries and transfer are not converted: BT.601 differs too little
 // to see, and BT.2020 with PQ or HLG looks pale.
 //
-// A played frame whose width is no multiple of 8 comes padded to the next one: its last column is
-// repeated, and `width` counts the padding. A captured frame is as wide as was asked for.
+// A played frame whose width is not a multiple of 8 is padded to the next one: its last column is
+// repeated, and `width` includes the padding. A captured frame has the requested width.
 struct LumoLiveVideoRawData {
   unsigned char* data = nullptr;
   int32_t strideY = 0;  // bytes

@@ -10,8 +10,9 @@
 
 namespace LumoRtc {
 
-// Called on threads of the SDK's own, under the same promises as the pusher's listeners. `player`
-// is the pointer that LumoLivePlayer::Create returned: its address is the player's identity.
+// Called on threads of the SDK's own, with the same guarantees as for the pusher's listeners.
+// `player` is the pointer that LumoLivePlayer::Create returned: its address is the player's
+// identity.
 class LumoLivePlayInfoListener {
  public:
   virtual void onPlayStarted(LumoLivePlayer* player) = 0;
@@ -21,7 +22,7 @@ class LumoLivePlayInfoListener {
   virtual void onError(LumoLivePlayer* player, LumoLivePlayError code, const char* message) = 0;
   virtual void onNetworkQualityChange(LumoLivePlayer* player, LumoLiveNetworkQuality quality) = 0;
   virtual void onPlayerStatistics(LumoLivePlayer* player, LumoLivePlayerStatsInfo stats) = 0;
-  // The player's own record. Asked for with LumoLivePusher::enableAudioVolumeIndication.
+  // The player's own record. Enabled by LumoLivePusher::enableAudioVolumeIndication.
   virtual void onAudioVolumeCallback(const LumoLiveUserVolumeInfo* volumes, int volumeInfoCount,
                                      int totalVolume) = 0;
   virtual void onActiveSpeaker(LumoLiveUserVolumeEnum userType, LumoLivePlayer* player) = 0;
@@ -34,7 +35,7 @@ class LumoLivePlayInfoListener {
 class LumoLivePlayer {
  public:
   // Creates a player; null when `extraConfig` (a JSON text, "" for defaults) cannot be used or no
-  // further player can be had.
+  // further player can be created.
   LUMO_RTC_EXPORT static LumoLivePlayer* Create(const char* extraConfig);
 
   virtual int initPlayer(LumoLivePlayerConfig config) = 0;
@@ -44,7 +45,7 @@ class LumoLivePlayer {
   virtual int stopPlay() = 0;
   // Stops and frees the player; waits for running callbacks.
   virtual void destroy() = 0;
-  // Percent of the stream's own loudness, 0 to 400; 100 is neutral.
+  // Percent of the stream's original volume, 0 to 400; 100 leaves it unchanged.
   virtual int setRemoteAudioVolume(unsigned int volume) = 0;
   virtual void setPlayInfoListener(LumoLivePlayInfoListener* listener) = 0;
   virtual void setVideoFrameListener(LumoLiveVideoFrameListener* listener) = 0;

@@ -22,7 +22,7 @@ class LumoLivePusher;
 class LumoLivePushErrorListener {
  public:
   virtual ~LumoLivePushErrorListener() = default;
-  // The machine failed the SDK: a device, a file, memory.
+  // An error of the system: a device, a file, memory.
   virtual void onSystemError(LumoLivePusher* pusher, LumoLivePushError error) = 0;
   // An operation of the SDK failed.
   virtual void onSDKError(LumoLivePusher* pusher, LumoLivePushError error) = 0;
@@ -41,7 +41,7 @@ class LumoLivePushInfoListener {
   virtual void onAudioVolumeCallback(const LumoLiveUserVolumeInfo* volumes, int count,
                                      int totalVolume) = 0;
   virtual void onActiveSpeaker(LumoLivePusher* pusher) = 0;
-  // The verdict on a mix layout; `message` gives the reason of a refusal.
+  // The result of setting a mix layout; `message` describes the error.
   virtual void onSetLiveMixTranscodingConfig(LumoLivePusher* pusher, bool isSuccess,
                                              String message) = 0;
 };
@@ -64,9 +64,9 @@ class LumoLivePushNetworkListener {
   ~LumoLivePushNetworkListener() = default;
 };
 
-// Both operations are called on the thread that carries the frame, before it goes on: to the
-// encoder or to the view. Pixels changed in place are what is previewed, published and shown.
-// The result tells whether they were changed.
+// Both operations are called on the thread that carries the frame, before it is passed to the
+// encoder or the view. Pixels changed in place are previewed, published and shown. The result is
+// whether they were changed.
 class LumoLiveVideoFrameListener {
  public:
   virtual bool onCaptureVideoSample(LumoLivePusher* pusher, LumoLiveVideoSource source,
@@ -80,8 +80,8 @@ class LumoLiveVideoFrameListener {
 
 // -------------------------------------------------------------------------------------- lists
 
-// Owned by the SDK and never freed by the caller. Asking twice for one index gives the same record
-// until the list is asked for again.
+// Owned by the SDK and never freed by the caller. Repeated queries of one index return the same
+// record until the list is requested again.
 class LumoLiveDeviceList {
  public:
   virtual uint32_t getCount() = 0;
@@ -91,7 +91,7 @@ class LumoLiveDeviceList {
   ~LumoLiveDeviceList() = default;
 };
 
-// Owned by the caller, who gives it back with release(), once.
+// Owned by the caller, who must call release() once.
 class LumoLiveScreenSourceList {
  public:
   virtual uint32_t getCount() = 0;
@@ -115,8 +115,8 @@ class LumoLivePusher {
   // text cannot be used or a pusher already lives.
   LUMO_RTC_EXPORT static LumoLivePusher* Create(const char* extraConfig);
 
-  // Stops everything and destroys the pusher; waits for running callbacks. Nothing happens when
-  // there is none.
+  // Stops everything and destroys the pusher; waits for running callbacks. Does nothing if there is
+  // none.
   LUMO_RTC_EXPORT static void destroy();
 
   virtual int init(LumoLivePushConfig config) = 0;

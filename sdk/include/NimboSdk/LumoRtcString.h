@@ -18,7 +18,7 @@ class LUMO_RTC_EXPORT String {
   String& operator=(const String& other);
   ~String();
 
-  // Valid while this String lives and is not assigned to. Never null.
+  // Valid until this String is assigned to or destroyed. Never null.
   const char* c_str() const;
 
  private:
