@@ -1,12 +1,12 @@
-// What the engine does when the process exits while it still works: it stops, in the order of
-// ExitStage, before the libraries that it uses are torn down.
+// Stops the engine when the process exits while it is still working: in the order of ExitStage,
+// before the libraries that it uses are torn down.
 //
 // GStreamer loads plug-ins when they are first needed. One that is loaded while the process exits,
 // after the libraries' own exit handlers, aborts it. Exit handlers run in reverse order of their
 // registration, and a library registers its own when it is loaded. So the engine's handler is
 // registered twice: at the first onProcessExit(), for a process that exits while GStreamer still
 // starts, and by renewExitHandler() once everything is loaded, so that it precedes the handlers of
-// what was loaded in between. Whichever comes first runs the stages.
+// libraries loaded in between. The handler that is called first runs the stages.
 //
 // Thread: any.
 // Ownership: stages are functions of the engine and stay registered.
@@ -18,7 +18,7 @@ namespace NimboEngine {
 
 enum class ExitStage {
   kPusher,   // stops capture, encoder and connection
-  kPlayers,  // stops all pipelines, then waits for requests under way
+  kPlayers,  // stops all pipelines, then waits for pending requests
   kDevices,  // waits for the device monitor's start
   kCount,
 };

@@ -1,16 +1,16 @@
-// A thread with the state that it shares with its owner: for work that blocks in somebody else's
-// code (a device's driver, a display server, the network) and reports to one listener.
+// A thread with the state that it shares with its owner: for work that blocks in foreign code (a
+// device's driver, a display server, the network) and reports to one listener.
 //
 //   struct Reader::State : WorkerState<ErrorCallback> {
 //     void run();  // the thread's body; returns soon after `stopping` has become true
 //   };
 //   class Reader { … Worker<State> worker_; };
 //
-// Thread: Worker on any, one thread at a time; WorkerState says it for each member.
-// Ownership: the thread shares the state, so either may end first. Destroying the worker takes the
-//   listener out, stops the thread and waits for it as long as DetachableThread does; the thread
+// Thread: Worker on any, one thread at a time; see each member of WorkerState.
+// Ownership: the thread shares the state, so either may end first. Destroying the worker removes
+//   the listener, stops the thread and waits for it as long as DetachableThread does; the thread
 //   frees the state if it ends later. No call of the listener runs or follows then.
-// Failure: where no thread can be started, hasStarted() is false and nothing runs.
+// Failure: if no thread can be started, hasStarted() is false and nothing runs.
 
 #pragma once
 
@@ -27,8 +27,8 @@
 
 namespace NimboEngine {
 
-// What the states of all workers have in common. `Listener` is a function or a structure of
-// functions; `Message` is what the worker is sent.
+// The base class of all workers' states. `Listener` is a function or a structure of functions;
+// `Message` is the type of messages to the worker.
 template <class Listener, class Message = std::monostate>
 class WorkerState {
  public:
@@ -38,7 +38,7 @@ class WorkerState {
   WorkerState(const WorkerState&) = delete;
   WorkerState& operator=(const WorkerState&) = delete;
 
-  // Any thread. Waits for a call of the listener that is under way; none follows.
+  // Any thread. Waits for a call of the listener in progress; none follows.
   void detachListener() { slot_.set(nullptr); }
 
   // Any thread.
@@ -101,8 +101,8 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  // Begins to stop; the listener is not called any more. Several workers are stopped at once by
-  // asking all before destroying any.
+  // Starts stopping; the listener is not called any more. To stop several workers in parallel, call
+  // this on all before destroying any.
   void requestStop() {
     state_->detachListener();
     state_->requestStop();

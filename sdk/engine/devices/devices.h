@@ -43,7 +43,7 @@ inline std::optional<std::string> cameraFile(const std::string& camera) {
   return camera.substr(sizeof kPrefix - 1);
 }
 
-// Whether the device may be plugged in and unplugged.
+// Returns whether the device may be plugged in and unplugged.
 inline bool isPluggable(const std::string& id) {
   return id != kTestDevice && id != kFileAudio && !cameraFile(id);
 }

@@ -78,7 +78,7 @@ struct FlvMedia {
 FlvMedia readFlvVideo(std::span<const uint8_t> body);
 FlvMedia readFlvAudio(std::span<const uint8_t> body);
 
-// Whether frames of that codec cannot be decoded without a configuration.
+// Returns whether frames of that codec cannot be decoded without a configuration.
 bool needsConfiguration(FlvCodec codec);
 
 // FlvMedia::code as text: "hvc1", or a number.

@@ -54,7 +54,7 @@ std::size_t bodySize(Bytes bytes) {
 
 enum class Match { kNo, kYes, kNeedData };
 
-// Whether a file header begins here.
+// Returns whether a file header begins here.
 Match matchFileHeader(Bytes bytes) {
   constexpr uint8_t kSignature[] = {'F', 'L', 'V', kVersion};
   const std::size_t count = std::min(bytes.size(), std::size(kSignature));
@@ -64,8 +64,8 @@ Match matchFileHeader(Bytes bytes) {
   return size >= kFileHeaderSize && size <= kMaxFileHeaderSize ? Match::kYes : Match::kNo;
 }
 
-// Whether a complete tag begins here whose trailer agrees with its header. Random data does not
-// match by accident.
+// Returns whether a complete tag begins here whose trailer agrees with its header. Random data does
+// not match by accident.
 Match matchTag(Bytes bytes) {
   if (!isTagType(bytes[0])) return Match::kNo;
   if (bytes.size() < kTagHeaderSize) return Match::kNeedData;

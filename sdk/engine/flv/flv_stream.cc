@@ -9,7 +9,7 @@
 namespace NimboEngine {
 namespace {
 
-// Whether both have the same caps, given the same configuration.
+// Returns whether both have the same caps, given the same configuration.
 bool isSameFormat(const FlvMedia& a, const FlvMedia& b) {
   return a.codec == b.codec && a.sampleRate == b.sampleRate && a.channels == b.channels &&
          a.sampleBits == b.sampleBits && a.vp6Adjustment == b.vp6Adjustment;

@@ -27,7 +27,7 @@ bool startGstreamer();
 // GStreamer must have been started.
 std::string missingElements();
 
-// Whether an element of `factory` can be created. GStreamer must have been started.
+// Returns whether an element of `factory` can be created. GStreamer must have been started.
 bool haveElement(const std::string& factory);
 
 }  // namespace NimboEngine

@@ -19,7 +19,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Addresses = std::vector<GlibPtr<GInetAddress>>;
 
-// What RFC 8305 recommends.
+// The delay that RFC 8305 recommends.
 constexpr std::chrono::milliseconds kAttemptDelay{250};
 // A quarter of a second at 2 Mbit/s. With the system's default of several megabytes a frozen server
 // would go unnoticed: the buffer absorbs the stream for minutes.

@@ -1,4 +1,4 @@
-// What the kernel knows of an open file.
+// Properties of an open file, from the kernel.
 //
 // Thread: any.
 

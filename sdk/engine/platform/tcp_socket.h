@@ -1,7 +1,7 @@
-// What the kernel knows and decides about a TCP socket.
+// Options and counters of a TCP socket.
 //
 // Thread: any; plain functions on a descriptor that the caller keeps open.
-// Failure: what the kernel does not answer is 0; an option that it does not take has no effect.
+// Failure: counters that the kernel does not provide are 0; unsupported options have no effect.
 
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace NimboEngine {
 
-// How a socket sends.
+// Send options of a socket.
 struct TcpSendOptions {
   int bufferBytes;                           // of the kernel's send buffer
   std::chrono::milliseconds unacknowledged;  // sent data for longer than this end the connection
@@ -20,11 +20,11 @@ struct TcpSendOptions {
 // Also sends each write at once instead of waiting for more.
 void setTcpSendOptions(int socket, const TcpSendOptions& options);
 
-// The next data received are acknowledged at once instead of with an answer or a delay. Linux goes
-// back to delaying by itself, so this is repeated after each read.
+// Acknowledges the next received data immediately instead of with a response or after a delay.
+// Linux goes back to delaying by itself, so this is repeated after each read.
 void acknowledgeTcpAtOnce(int socket);
 
-// No data pass any more, in either direction; whoever polls the socket wakes up.
+// Shuts the socket down in both directions; threads that poll it wake up.
 void cutTcp(int socket);
 
 // Bytes in the send buffer, sent or not, that the peer has not acknowledged.

@@ -1,4 +1,4 @@
-// The name under which debuggers and the system's tools list a thread.
+// Sets the name under which debuggers and the system's tools list a thread.
 //
 // Thread: any.
 // Failure: a thread that cannot be named keeps its creator's name.

@@ -31,7 +31,8 @@ constexpr std::chrono::milliseconds kDrainInterval{20};
 // RTSP sends a teardown to its server. A source that waits for the server for longer, or reads an
 // endless reply, is cut off.
 constexpr std::chrono::milliseconds kTeardownTime{150};
-// What an RTSP server may send before its first packet. A session description has a few kilobytes.
+// The most that an RTSP server may send before its first packet. A session description has a few
+// kilobytes.
 constexpr uint64_t kMaxReplyBytes = uint64_t{1024} * 1024;
 constexpr std::chrono::milliseconds kReplyPollInterval{20};
 
