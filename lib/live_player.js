@@ -1,6 +1,6 @@
 'use strict';
 
-const { PLAYER_EVENT_NAMES } = require('./event_names');
+const { PLAYER_EVENT_NAMES } = require('./events');
 const { LivePushError } = require('./live_push_error');
 const { Operations } = require('./operations');
 

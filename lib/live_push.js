@@ -1,50 +1,48 @@
 'use strict';
 
-const { EVENT_NAMES } = require('./event_names');
+const { EVENT_NAMES } = require('./events');
 const { EventHub } = require('./event_hub');
 const { LivePlayer } = require('./live_player');
 const { LivePushError } = require('./live_push_error');
-const { METHOD_RESULTS, checkResult } = require('./method_results');
+const { checkResult } = require('./method_results');
+const { METHODS } = require('./methods');
 const { checkedMixLayout } = require('./mix_layout');
 const { addon, sdkDirectory: bundledSdkDirectory } = require('./native');
-const { Operations } = require('./operations');
+const { OUTCOMES, Operations } = require('./operations');
 const { unpackedPath } = require('./unpacked_path');
 
 const isObject = (value) => (typeof value === 'object' && value !== null) || isFunction(value);
 const isFunction = (value) => typeof value === 'function';
 
-/** The one argument of the methods whose result does not show that it was refused. */
-const ARGUMENT_CHECKS = {
-  setExtraConfig: (text) => typeof text === 'string' || 'a string',
-  initPusher: (config) => isObject(config) || 'an object',
-  initPlayer: (config) => isObject(config) || 'an object',
-  isSupportLiveMode: (mode) => typeof mode === 'number' || 'a number',
-  setLogLevel: (level) => level === (level | 0) || 'a 32-bit integer',
-  setConsoleEnabled: (on) => typeof on === 'boolean' || 'a boolean',
+/** Methods whose result does not show that their one argument was refused. */
+const SILENT = [
+  ...['setExtraConfig', 'initPusher', 'initPlayer', 'isSupportLiveMode'],
+  ...['setLogLevel', 'setConsoleEnabled'],
+];
+
+/** By type as methods.js names it: what it is called, and whether a value is of it. */
+const TYPES = {
+  string: ['a string', (value) => typeof value === 'string'],
+  object: ['an object', isObject],
+  number: ['a number', (value) => typeof value === 'number'],
+  integer: ['a 32-bit integer', (value) => value === (value | 0)],
+  boolean: ['a boolean', (value) => typeof value === 'boolean'],
 };
 
 /** @returns {unknown[]} the arguments for the native method @throws {TypeError} */
 function checkedArguments(method, args) {
-  const check = ARGUMENT_CHECKS[method];
-  if (!check) return args;
+  if (!SILENT.includes(method)) return args;
   const [argument] = args;
-  const verdict = check(argument);
-  if (verdict !== true) throw new TypeError(`${method} takes ${verdict}, not ${typeof argument}`);
+  const [name, accepts] = TYPES[METHODS[method].takes[0]];
+  if (!accepts(argument)) throw new TypeError(`${method} takes ${name}, not ${typeof argument}`);
   return [argument];
 }
 
 const withUnpackedPath = (path) => (typeof path === 'string' ? unpackedPath(path) : path);
 
-/** Methods of the native object that a player has instead. */
-const PLAYER_METHODS = [
-  'initPlayer',
-  'destroyPlayer',
-  'setPlayView',
-  'startPlay',
-  'stopPlay',
-  'setRemoteAudioVolume',
-  'getPlayMode',
-];
+/** Methods of the native object that are not methods of this class: its players have them, or on(). */
+const isElsewhere = (method) =>
+  METHODS[method].takes[0] === 'player' || ['initPlayer', 'addEventListener'].includes(method);
 
 /**
  * A live push with listeners, errors and promises in today's manner, on top of one native object.
@@ -107,30 +105,6 @@ class LivePush {
     this.#call('addPlugin', [isObject(options) ? { ...options, path } : options]);
   }
 
-  startPreview(options, wait) {
-    return this.#run('startPreview', [options], wait);
-  }
-
-  startPreviewAsync(options, wait) {
-    return this.#run('startPreviewAsync', [options], wait);
-  }
-
-  stopPreview(wait) {
-    return this.#run('stopPreview', [], wait);
-  }
-
-  startPush(url, wait) {
-    return this.#run('startPush', [url], wait);
-  }
-
-  startPushAsync(url, wait) {
-    return this.#run('startPushAsync', [url], wait);
-  }
-
-  stopPush(wait) {
-    return this.#run('stopPush', [], wait);
-  }
-
   async setLiveMixTranscodingConfig(layout, wait) {
     await this.#run('setLiveMixTranscodingConfig', [checkedMixLayout(layout)], wait);
   }
@@ -170,15 +144,16 @@ class LivePush {
     this.#hub.clear();
   }
 
-  // The remaining methods call the native ones and check the result.
+  // The remaining methods call the native ones and check the result, or wait for the outcome.
   static {
     const { prototype } = LivePush;
-    const others = [...PLAYER_METHODS, 'addEventListener'];
-    for (const name of Object.keys(METHOD_RESULTS).filter((method) => !others.includes(method))) {
+    for (const name of Object.keys(METHODS).filter((method) => !isElsewhere(method))) {
       if (Object.hasOwn(prototype, name)) continue;
+      const count = METHODS[name].takes.length;
       const { [name]: value } = {
         [name](...args) {
-          return this.#call(name, args);
+          if (!OUTCOMES[name]) return this.#call(name, args);
+          return this.#run(name, args.slice(0, count), args[count]);
         },
       };
       Object.defineProperty(prototype, name, { value, configurable: true, writable: true });

@@ -76,19 +76,35 @@ const SECTIONS = {
   const: ({ name, signature, doc }) => [`### ${code(name)}`, fence(signature), ...paragraphs(doc)],
 };
 
+/** Declarations with the members of `methods` in LivePush, in front of its end. */
+function withMethods(declarations, methods) {
+  return declarations.map((one) => {
+    if (one.name !== 'LivePush') return one;
+    const end = one.members.findIndex(({ section }) => section === 'end');
+    const members = [...one.members.slice(0, end), ...methods.members, ...one.members.slice(end)];
+    return { ...one, members };
+  });
+}
+
 const render = (declarations) => declarations.flatMap((one) => SECTIONS[one.kind](one));
 const isClass = ({ kind }) => kind === 'class';
 const isNoClass = ({ kind }) => kind !== 'class';
+const isNamed = (name) => (one) => one.name === name;
 
 function apiPage() {
   const { declarations: module } = readDeclarations('lib/index.d.ts');
   const { declarations: wrapper } = readDeclarations('lib/types/wrapper.d.ts');
-  const { declarations: livePush } = readDeclarations('lib/types/live_push.d.ts');
+  const methods = wrapper.find(isNamed('LivePushMethods'));
+  const merged = readDeclarations('lib/types/live_push.d.ts').declarations;
+  const livePush = withMethods(
+    merged.filter(({ kind, name }) => kind !== 'interface' || name !== 'LivePush'),
+    methods,
+  );
   const { intro, declarations: records } = readDeclarations('lib/types/records.d.ts');
   return [
     ...['# API', NOTICE, 'Events and what they carry: [events.md](events.md).'],
     ...['## The module', ...render(module.filter(isNoClass))],
-    ...render(wrapper),
+    ...render(wrapper.filter(isClass)),
     ...render([...livePush, ...module].filter(isClass)),
     ...['## Types of LivePush', ...render(livePush.filter(isNoClass))],
     ...['## Options and records', intro, ...render(records)],
@@ -97,8 +113,10 @@ function apiPage() {
 
 function eventsPage() {
   const { intro, declarations } = readDeclarations('lib/types/events.d.ts');
-  const events = declarations.find(({ name }) => name === 'EventMap');
-  const payloads = declarations.filter(({ name }) => !['EventMap', 'EventName'].includes(name));
+  const events = declarations.find(isNamed('EventMap'));
+  const payloads = declarations.filter(
+    ({ name }) => !['EventMap', 'EventName', 'PlayerEventMap'].includes(name),
+  );
   const rows = events.members.map(({ name, type, doc }) => [
     code(name),
     type === '[]' ? 'none' : code(type.slice(1, -1)),

@@ -7,7 +7,8 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const { eventNames, methodNames } = require('./lib/native_names');
+const { EVENTS, EVENT_NAMES } = require('../lib/events');
+const { METHODS } = require('../lib/methods');
 const { runNodeTests } = require('./lib/node_tests');
 const { buildFolder, testFiles } = require('./lib/project');
 const { count, runStages } = require('./lib/tally');
@@ -21,7 +22,7 @@ const ASK_NOTHING = [
 ];
 
 /** Names that the interface reserves: nothing is ever delivered under them. */
-const RESERVED = ['onCaptureVideoSample', 'onReceivedRemoteVideoSample'];
+const RESERVED = EVENT_NAMES.filter((name) => EVENTS[name].raisedBy === 'nothing');
 
 const RULES = `
 What counts as a test: one it() of test/js, in whichever process it works.
@@ -71,8 +72,8 @@ function printTable(tally, title, names, testsOf) {
 async function report(tally) {
   const uses = readUses();
   const tests = (kind, name) => uses.get(`${kind} ${name}`) ?? new Set();
-  printTable(tally, 'methods', methodNames(), (name) => tests('method', name));
-  printTable(tally, 'events', eventNames(), (name) =>
+  printTable(tally, 'methods', Object.keys(METHODS), (name) => tests('method', name));
+  printTable(tally, 'events', EVENT_NAMES, (name) =>
     tests(RESERVED.includes(name) ? 'listens' : 'event', name),
   );
   console.log(RULES);

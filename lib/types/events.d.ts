@@ -189,3 +189,12 @@ export interface EventMap {
 }
 
 export type EventName = keyof EventMap;
+
+/** The events of one player: those that name it, and its frames. */
+export type PlayerEventMap = {
+  [Name in EventName as EventMap[Name] extends [never]
+    ? never
+    : EventMap[Name] extends [PlayerEvent] | [VideoFrame[]]
+      ? Name
+      : never]: EventMap[Name];
+};

@@ -1,22 +1,6 @@
-import type { EventMap } from './events';
-import type {
-  Device,
-  ExtraConfig,
-  LiveMode,
-  LogLevel,
-  MixLayout,
-  MuteOptions,
-  PlayerConfig,
-  Plugin,
-  PluginOptions,
-  PushConfig,
-  ResolutionOptions,
-  ScreenShareEncoderConfig,
-  ScreenSource,
-  ViewOptions,
-  VolumeIndicationOptions,
-} from './records';
-import type { LumoLivePushJSWrapper } from './wrapper';
+import type { EventMap, PlayerEventMap } from './events';
+import type { ExtraConfig, PlayerConfig, ViewOptions } from './records';
+import type { LivePushMethods, LumoLivePushJSWrapper } from './wrapper';
 
 /**
  * Why an operation failed.
@@ -65,26 +49,14 @@ export interface LivePushEventMap extends EventMap {
   error: [failure: ListenerFailure];
 }
 
-/** The events of one player. */
-export type PlayerEventMap = Pick<
-  EventMap,
-  | 'onPlayStarted'
-  | 'onPlayStopped'
-  | 'onFirstRemoteVideoFrameDrawn'
-  | 'onPlayError'
-  | 'onNetworkQualityChange'
-  | 'onPlayerStatistics'
-  | 'onAudioVolumeCallback'
-  | 'onActiveSpeaker'
-  | 'onVideoRenderData'
->;
-
 export interface LivePushOptions {
   /** The folder that holds NimboSdk.framework. Default: the bundled SDK's. */
   sdkDirectory?: string;
   /** For setExtraConfig; an object is made JSON. Another SDK's settings are given as their text. */
   extraConfig?: string | ExtraConfig;
 }
+
+export interface LivePush extends LivePushMethods {}
 
 /**
  * A live push in today's manner, on top of one native object: several listeners for an event,
@@ -94,6 +66,7 @@ export interface LivePushOptions {
  * value, and a TypeError for arguments that those would misunderstand silently. Methods whose
  * outcome is an event return a promise for it.
  */
+// biome-ignore lint/suspicious/noUnsafeDeclarationMerging: lib/live_push.js defines the methods.
 export class LivePush implements AsyncDisposable {
   /**
    * Makes the native object and calls registPlugin.
@@ -130,106 +103,10 @@ export class LivePush implements AsyncDisposable {
     listener: (this: LivePush, ...args: LivePushEventMap[Name]) => unknown,
   ): void;
 
-  // ------------------------------------------------------------------------------------- pusher
-
-  setExtraConfig(text: string): void;
-  /** A path inside app.asar is taken as the unpacked one. */
-  registPlugin(directory: string): true;
-  initPusher(config: PushConfig): void;
-  /** Rejects what waits for an outcome of the pusher with "INTERRUPTED". */
-  destroyPusher(): void;
-
-  // --------------------------------------------------------------------------- preview and push
-
-  /**
-   * Fulfilled by "onPreviewStarted". A camera or window that fails is told by "onSystemError" and
-   * does not reject: the preview goes on without it.
-   */
-  startPreview(options: ViewOptions, wait?: WaitOptions): Promise<void>;
-  /** As startPreview, by the SDK's asynchronous operation. */
-  startPreviewAsync(options: ViewOptions, wait?: WaitOptions): Promise<void>;
-  /** Fulfilled by "onPreviewStopped". */
-  stopPreview(wait?: WaitOptions): Promise<void>;
-  /**
-   * Fulfilled by "onPushStarted", rejected by "onConnectFail" with the code and text of the
-   * "onSDKError" beside it.
-   */
-  startPush(url: string, wait?: WaitOptions): Promise<void>;
-  /** As startPush, by the SDK's asynchronous operation. */
-  startPushAsync(url: string, wait?: WaitOptions): Promise<void>;
-  /** Fulfilled by "onPushStopped". */
-  stopPush(wait?: WaitOptions): Promise<void>;
-  startCamera(): void;
-  stopCamera(): void;
-  setMute(options: MuteOptions): void;
-  muteLocalCamera(mute: boolean): void;
-
-  // ------------------------------------------------------------------------------------ devices
-
-  getAudioCaptureList(): Device[];
-  getCurrentAudioCaptureName(): string;
-  getCurrentAudioCaptureID(): string;
-  setCurrentAudioCaptureName(name: string): void;
-  setCurrentAudioCaptureID(id: string): void;
-  getCameraList(): Device[];
-  getCurrentCameraName(): string;
-  getCurrentCameraID(): string;
-  setCurrentCameraName(name: string): void;
-  setCurrentCameraID(id: string): void;
-
-  // --------------------------------------------------------------------------- encoder and mix
-
-  enableAudioVolumeIndication(options: VolumeIndicationOptions): void;
-  /** @param bitrate kbit/s */
-  setTargetVideoBitrate(bitrate: number): void;
-  /** @param bitrate kbit/s */
-  setMinVideoBitrate(bitrate: number): void;
-  setResolution(options: ResolutionOptions): void;
-  /** @param fps frames per second */
-  setFps(fps: number): void;
-  /**
-   * Fulfilled or rejected by "onSetLiveMixTranscodingConfig". Rejected with a TypeError, before the
-   * native side sees it, when a stream or one of its keys is missing or no 32-bit integer.
-   * @param layout null ends the mix
-   */
-  setLiveMixTranscodingConfig(layout: MixLayout | null, wait?: WaitOptions): Promise<void>;
-
-  // ----------------------------------------------------------------------------- screen sharing
-
-  startScreenShareByDesktopId(id: number): void;
-  setScreenShareEncoderConfiguration(config: Partial<ScreenShareEncoderConfig>): void;
-  getScreenShareEncoderConfiguration(): ScreenShareEncoderConfig;
-  switchScreenToCamera(): void;
-  pauseScreenShare(): void;
-  resumeScreenShare(): void;
-  getScreenShareSourceInfo(): ScreenSource[];
-  getCurrentScreenShareSourceId(): number;
-
-  // -------------------------------------------------------------------------- the SDK as a whole
-
-  getSDKVersion(): string;
-  isSupportLiveMode(mode: LiveMode): boolean;
-  setLogDirPath(path: string): void;
-  setLogLevel(level: LogLevel): void;
-  setConsoleEnabled(enabled: boolean): void;
-  writeLog(message: string, level?: LogLevel): void;
-
   // ------------------------------------------------------------------------------------ players
 
   /** Creates a player, and before it the pusher, by which its events come. */
   createPlayer(config?: PlayerConfig): LivePlayer;
-
-  // ----------------------------------------------------------------------------------- plug-ins
-
-  initializePluginManager(): void;
-  releasePluginManager(): void;
-  /** A path inside app.asar is taken as the unpacked one. */
-  addPlugin(options: PluginOptions): void;
-  removePlugin(id: string): void;
-  getPlugins(): Plugin[];
-  enablePlugin(id: string, enabled: boolean): void;
-  setPluginParameter(id: string, parameter: string): void;
-  getPluginParameter(): void;
 
   // ---------------------------------------------------------------------------------------- end
 
@@ -250,7 +127,7 @@ export class LivePlayer {
   /** The player ID, as player events and the native methods have it. */
   readonly id: string;
 
-  /** Adds a listener for events about this player. */
+  /** Adds a listener for events that carry this player's ID, and for its frames. */
   on<Name extends keyof PlayerEventMap>(
     name: Name,
     listener: (this: LivePlayer, ...args: PlayerEventMap[Name]) => unknown,

@@ -1,4 +1,5 @@
 import type { EventMap, EventName } from './events';
+import type { WaitOptions } from './live_push';
 import type {
   Device,
   LiveMode,
@@ -345,4 +346,106 @@ export class LumoLivePushJSWrapper {
 
   /** Does nothing. */
   getPluginParameter(): 0;
+}
+
+/**
+ * The methods that LivePush has of the native object. They throw a LivePushError where that returns
+ * a failure; those whose outcome is an event return a promise for it.
+ */
+export interface LivePushMethods {
+  // ------------------------------------------------------------------------------------- pusher
+
+  setExtraConfig(text: string): void;
+  /** A path inside app.asar is taken as the unpacked one. */
+  registPlugin(directory: string): true;
+  initPusher(config: PushConfig): void;
+  /** Rejects what waits for an outcome of the pusher with "INTERRUPTED". */
+  destroyPusher(): void;
+
+  // --------------------------------------------------------------------------- preview and push
+
+  /**
+   * Fulfilled by "onPreviewStarted". A camera or window that fails is told by "onSystemError" and
+   * does not reject: the preview goes on without it.
+   */
+  startPreview(options: ViewOptions, wait?: WaitOptions): Promise<void>;
+  /** As startPreview, by the SDK's asynchronous operation. */
+  startPreviewAsync(options: ViewOptions, wait?: WaitOptions): Promise<void>;
+  /** Fulfilled by "onPreviewStopped". */
+  stopPreview(wait?: WaitOptions): Promise<void>;
+  /**
+   * Fulfilled by "onPushStarted", rejected by "onConnectFail" with the code and text of the
+   * "onSDKError" beside it.
+   */
+  startPush(url: string, wait?: WaitOptions): Promise<void>;
+  /** As startPush, by the SDK's asynchronous operation. */
+  startPushAsync(url: string, wait?: WaitOptions): Promise<void>;
+  /** Fulfilled by "onPushStopped". */
+  stopPush(wait?: WaitOptions): Promise<void>;
+  startCamera(): void;
+  stopCamera(): void;
+  setMute(options: MuteOptions): void;
+  muteLocalCamera(mute: boolean): void;
+
+  // ------------------------------------------------------------------------------------ devices
+
+  getAudioCaptureList(): Device[];
+  getCurrentAudioCaptureName(): string;
+  getCurrentAudioCaptureID(): string;
+  setCurrentAudioCaptureName(name: string): void;
+  setCurrentAudioCaptureID(id: string): void;
+  getCameraList(): Device[];
+  getCurrentCameraName(): string;
+  getCurrentCameraID(): string;
+  setCurrentCameraName(name: string): void;
+  setCurrentCameraID(id: string): void;
+
+  // --------------------------------------------------------------------------- encoder and mix
+
+  enableAudioVolumeIndication(options: VolumeIndicationOptions): void;
+  /** @param bitrate kbit/s */
+  setTargetVideoBitrate(bitrate: number): void;
+  /** @param bitrate kbit/s */
+  setMinVideoBitrate(bitrate: number): void;
+  setResolution(options: ResolutionOptions): void;
+  /** @param fps frames per second */
+  setFps(fps: number): void;
+  /**
+   * Fulfilled or rejected by "onSetLiveMixTranscodingConfig". Rejected with a TypeError, before the
+   * native side sees it, when a stream or one of its keys is missing or no 32-bit integer.
+   * @param layout null ends the mix
+   */
+  setLiveMixTranscodingConfig(layout: MixLayout | null, wait?: WaitOptions): Promise<void>;
+
+  // ----------------------------------------------------------------------------- screen sharing
+
+  startScreenShareByDesktopId(id: number): void;
+  setScreenShareEncoderConfiguration(config: Partial<ScreenShareEncoderConfig>): void;
+  getScreenShareEncoderConfiguration(): ScreenShareEncoderConfig;
+  switchScreenToCamera(): void;
+  pauseScreenShare(): void;
+  resumeScreenShare(): void;
+  getScreenShareSourceInfo(): ScreenSource[];
+  getCurrentScreenShareSourceId(): number;
+
+  // -------------------------------------------------------------------------- the SDK as a whole
+
+  getSDKVersion(): string;
+  isSupportLiveMode(mode: LiveMode): boolean;
+  setLogDirPath(path: string): void;
+  setLogLevel(level: LogLevel): void;
+  setConsoleEnabled(enabled: boolean): void;
+  writeLog(message: string, level?: LogLevel): void;
+
+  // ----------------------------------------------------------------------------------- plug-ins
+
+  initializePluginManager(): void;
+  releasePluginManager(): void;
+  /** A path inside app.asar is taken as the unpacked one. */
+  addPlugin(options: PluginOptions): void;
+  removePlugin(id: string): void;
+  getPlugins(): Plugin[];
+  enablePlugin(id: string, enabled: boolean): void;
+  setPluginParameter(id: string, parameter: string): void;
+  getPluginParameter(): void;
 }

@@ -72,6 +72,21 @@ void EventListener::NotifyError(LumoLivePushJSWrapperErrorCode code) {
       0);
 }
 
+// ----------------------------------------------------------------------------- plain callbacks
+
+#define LUMO_DEFINE_PUSHER_CALLBACK(callback, event)       \
+  void EventListener::callback(LumoRtc::LumoLivePusher*) { \
+    Raise(event);                                          \
+  }
+#define LUMO_DEFINE_PLAYER_CALLBACK(callback, event)              \
+  void EventListener::callback(LumoRtc::LumoLivePlayer* player) { \
+    Raise(event, {{"playerID", GET_PLAYER_ID(player)}});          \
+  }
+LUMO_PLAIN_PUSHER_EVENTS(LUMO_DEFINE_PUSHER_CALLBACK)
+LUMO_PLAIN_PLAYER_EVENTS(LUMO_DEFINE_PLAYER_CALLBACK)
+#undef LUMO_DEFINE_PUSHER_CALLBACK
+#undef LUMO_DEFINE_PLAYER_CALLBACK
+
 // ---------------------------------------------------------------------------- pusher callbacks
 
 void EventListener::onSystemError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) {
@@ -80,22 +95,6 @@ void EventListener::onSystemError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePus
 
 void EventListener::onSDKError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) {
   Raise(Event_SDKError, {{"msg", std::string(error.msg)}, {"code", error.code}});
-}
-
-void EventListener::onPreviewStarted(LumoRtc::LumoLivePusher*) {
-  Raise(Event_PreviewStarted);
-}
-void EventListener::onPreviewStopped(LumoRtc::LumoLivePusher*) {
-  Raise(Event_PreviewStopped);
-}
-void EventListener::onPushStarted(LumoRtc::LumoLivePusher*) {
-  Raise(Event_PushStarted);
-}
-void EventListener::onPushStopped(LumoRtc::LumoLivePusher*) {
-  Raise(Event_PushStopped);
-}
-void EventListener::onFirstFramePushed(LumoRtc::LumoLivePusher*) {
-  Raise(Event_FirstFramePushed);
 }
 
 // Deliberate: the player's payload with fixed values, so that one listener serves both sources.
@@ -109,53 +108,7 @@ void EventListener::onSetLiveMixTranscodingConfig(LumoRtc::LumoLivePusher*, bool
         {{"isSuccess", isSuccess}, {"msg", std::string(message.c_str())}});
 }
 
-void EventListener::onNetworkPoor(LumoRtc::LumoLivePusher*) {
-  Raise(Event_NetworkPoor);
-}
-void EventListener::onNetworkRecovery(LumoRtc::LumoLivePusher*) {
-  Raise(Event_NetworkRecovery);
-}
-void EventListener::onReconnectStart(LumoRtc::LumoLivePusher*) {
-  Raise(Event_ReconnectStart);
-}
-void EventListener::onConnectionLost(LumoRtc::LumoLivePusher*) {
-  Raise(Event_ConnectionLost);
-}
-void EventListener::onReconnectFail(LumoRtc::LumoLivePusher*) {
-  Raise(Event_ReconnectFail);
-}
-void EventListener::onReconnectSucceed(LumoRtc::LumoLivePusher*) {
-  Raise(Event_ReconnectSucceed);
-}
-void EventListener::onSendDataTimeout(LumoRtc::LumoLivePusher*) {
-  Raise(Event_SendDataTimeout);
-}
-void EventListener::onConnectFail(LumoRtc::LumoLivePusher*) {
-  Raise(Event_ConnectFail);
-}
-void EventListener::onPushURLAuthenticationOverdue(LumoRtc::LumoLivePusher*) {
-  Raise(Event_PushURLAuthenticationOverdue);
-}
-void EventListener::onSendMessage(LumoRtc::LumoLivePusher*) {
-  Raise(Event_SendMessage);
-}
-void EventListener::onPacketsLost(LumoRtc::LumoLivePusher*) {
-  Raise(Event_PacketsLost);
-}
-
 // ---------------------------------------------------------------------------- player callbacks
-
-void EventListener::onPlayStarted(LumoRtc::LumoLivePlayer* player) {
-  Raise(Event_PlayStarted, {{"playerID", GET_PLAYER_ID(player)}});
-}
-
-void EventListener::onPlayStopped(LumoRtc::LumoLivePlayer* player) {
-  Raise(Event_PlayStopped, {{"playerID", GET_PLAYER_ID(player)}});
-}
-
-void EventListener::onFirstVideoFrameDrawn(LumoRtc::LumoLivePlayer* player) {
-  Raise(Event_FirstRemoteVideoFrameDrawn, {{"playerID", GET_PLAYER_ID(player)}});
-}
 
 void EventListener::onError(LumoRtc::LumoLivePlayer* player, LumoRtc::LumoLivePlayError code,
                             const char* message) {

@@ -59,16 +59,21 @@ class EventListener final : public EventDispatcher,
   // Queues "onOccurError" with the code as its one argument.
   void NotifyError(LumoLivePushJSWrapperErrorCode code);
 
+  // The callbacks whose event says nothing more, of the pusher and of a player (lib/events.js)
+#define LUMO_DECLARE_PUSHER_CALLBACK(callback, event) \
+  void callback(LumoRtc::LumoLivePusher*) override;
+#define LUMO_DECLARE_PLAYER_CALLBACK(callback, event) \
+  void callback(LumoRtc::LumoLivePlayer* player) override;
+  LUMO_PLAIN_PUSHER_EVENTS(LUMO_DECLARE_PUSHER_CALLBACK)
+  LUMO_PLAIN_PLAYER_EVENTS(LUMO_DECLARE_PLAYER_CALLBACK)
+#undef LUMO_DECLARE_PUSHER_CALLBACK
+#undef LUMO_DECLARE_PLAYER_CALLBACK
+
   // LumoLivePushErrorListener
   void onSystemError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) override;
   void onSDKError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) override;
 
   // LumoLivePushInfoListener
-  void onPreviewStarted(LumoRtc::LumoLivePusher*) override;
-  void onPreviewStopped(LumoRtc::LumoLivePusher*) override;
-  void onPushStarted(LumoRtc::LumoLivePusher*) override;
-  void onPushStopped(LumoRtc::LumoLivePusher*) override;
-  void onFirstFramePushed(LumoRtc::LumoLivePusher*) override;
   void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int volumeInfoCount,
                              int totalVolume) override;  // LumoLivePlayInfoListener's as well
   void onActiveSpeaker(LumoRtc::LumoLivePusher*) override;
@@ -76,9 +81,6 @@ class EventListener final : public EventDispatcher,
                                      LumoRtc::String message) override;
 
   // LumoLivePlayInfoListener
-  void onPlayStarted(LumoRtc::LumoLivePlayer* player) override;
-  void onPlayStopped(LumoRtc::LumoLivePlayer* player) override;
-  void onFirstVideoFrameDrawn(LumoRtc::LumoLivePlayer* player) override;
   void onError(LumoRtc::LumoLivePlayer* player, LumoRtc::LumoLivePlayError code,
                const char* message) override;
   void onNetworkQualityChange(LumoRtc::LumoLivePlayer* player,
@@ -87,19 +89,6 @@ class EventListener final : public EventDispatcher,
                           LumoRtc::LumoLivePlayerStatsInfo stats) override;
   void onActiveSpeaker(LumoRtc::LumoLiveUserVolumeEnum userType,
                        LumoRtc::LumoLivePlayer* player) override;
-
-  // LumoLivePushNetworkListener
-  void onNetworkPoor(LumoRtc::LumoLivePusher*) override;
-  void onNetworkRecovery(LumoRtc::LumoLivePusher*) override;
-  void onReconnectStart(LumoRtc::LumoLivePusher*) override;
-  void onConnectionLost(LumoRtc::LumoLivePusher*) override;
-  void onReconnectFail(LumoRtc::LumoLivePusher*) override;
-  void onReconnectSucceed(LumoRtc::LumoLivePusher*) override;
-  void onSendDataTimeout(LumoRtc::LumoLivePusher*) override;
-  void onConnectFail(LumoRtc::LumoLivePusher*) override;
-  void onPushURLAuthenticationOverdue(LumoRtc::LumoLivePusher*) override;
-  void onSendMessage(LumoRtc::LumoLivePusher*) override;
-  void onPacketsLost(LumoRtc::LumoLivePusher*) override;
 
   // LumoLiveVideoFrameListener
   bool onCaptureVideoSample(LumoRtc::LumoLivePusher*, LumoRtc::LumoLiveVideoSource source,

@@ -18,9 +18,9 @@
 
 #include "NimboSdk/LumoLivePlayer.h"
 #include "NimboSdk/LumoLivePusher.h"
+#include "generated/method_table.h"
 #include "plugin/plugin_obj.h"
 #include "utils/lumolivepush_js_define.h"
-#include "wrapper/method_table.h"
 
 namespace LumoLivePushElectronSDK {
 
@@ -46,7 +46,7 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   static bool Init(v8::Local<v8::Object> exports);
   static void CreateLivePush(const Arguments& args);
 
-  // The sixty methods, implemented by area in wrapper/methods/.
+  // The methods of lib/methods.js, implemented by area in wrapper/methods/.
 #define LUMO_DECLARE_HANDLER(jsName, Handler) static void Handler(const Arguments& args);
   LUMO_METHOD_TABLE(LUMO_DECLARE_HANDLER)
 #undef LUMO_DECLARE_HANDLER

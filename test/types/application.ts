@@ -1,4 +1,4 @@
-// A sample application that uses every method and every event. It is compiled, never run.
+// A sample application. It is compiled, never run.
 
 import {
   AddonLoadError,

@@ -18,8 +18,8 @@ const headers = fs
   .map((name) => path.join(folder, name));
 
 const COMMENT = /\/\/.*$/gm;
-const RECORD = /^struct (\w+) \{([^]*?)^\};/gm;
-const CLASS = /^class (?:LUMO_RTC_EXPORT )?(\w+) \{([^]*?)^\};/gm;
+const RECORD = /^struct (\w+) \{([\s\S]*?)^\};/gm;
+const CLASS = /^class (?:LUMO_RTC_EXPORT )?(\w+) \{([\s\S]*?)^\};/gm;
 const FIELD = /^([^=({]*[ *])(\w+)(?: =.*|\{.*\})?$/;
 const FUNCTION =
   /^(?:LUMO_RTC_EXPORT )?(virtual|static) (.*?[ *&])(\w+)\((.*)\)(?: const)?(?: = 0)?$/;

@@ -1,7 +1,7 @@
 'use strict';
 
-// One list of methods and one of events, in the native sources, in what is loaded, in the
-// declarations and in the documents.
+// The lists of methods and events in lib/ are what the native class has, what the types declare and
+// what the documents describe.
 
 const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
@@ -10,13 +10,12 @@ const os = require('node:os');
 const path = require('node:path');
 const { describe, it } = require('node:test');
 const { readDeclarations } = require('../../../tools/lib/declarations');
-const { eventNames, methodNames } = require('../../../tools/lib/native_names');
 const { addon, scriptedDirectory } = require('../support/addon');
 
 process.env.LUMO_BUILD_DIR = scriptedDirectory;
 const lumo = require('../../../lib');
-const { EVENT_NAMES, PLAYER_EVENT_NAMES } = require('../../../lib/event_names');
-const { METHOD_RESULTS } = require('../../../lib/method_results');
+const { EVENTS, EVENT_NAMES } = require('../../../lib/events');
+const { METHODS } = require('../../../lib/methods');
 
 const root = path.resolve(__dirname, '../../..');
 const read = (file) => fs.readFileSync(path.join(root, file), 'utf8');
@@ -37,10 +36,8 @@ function chapter(file, title) {
   return text;
 }
 
-describe('the sixty methods', () => {
-  const methods = methodNames();
-
-  it('are in the native table', () => assert.equal(methods.length, 60));
+describe('the methods', () => {
+  const methods = Object.keys(METHODS);
 
   it('are what the native class has', () => {
     const { prototype } = addon.LumoLivePushJSWrapper;
@@ -64,29 +61,30 @@ describe('the sixty methods', () => {
       assert.ok(doc.text || doc.returns, name);
     }
   });
-
-  it('have a row that tells success from failure', () => {
-    assert.deepEqual(Object.keys(METHOD_RESULTS), methods);
-  });
 });
 
-describe('the thirty-one events', () => {
-  const constants = eventNames();
+describe('the events', () => {
+  /** The keys of an interface, its own and those of what it extends. */
+  const keysOf = (name) => {
+    const base = / extends (\w+) /.exec(declared[name].signature)?.[1];
+    return [...new Set([...(base ? keysOf(base) : []), ...membersOf(name)])];
+  };
 
-  it('are native constants', () => assert.equal(constants.length, 31));
+  it('are declared', () => assert.deepEqual(membersOf('EventMap'), EVENT_NAMES));
 
-  it('are known to the class', () => assert.deepEqual(EVENT_NAMES, constants));
-
-  it('are declared', () => assert.deepEqual(membersOf('EventMap'), constants));
+  it('carry what they are declared to carry', () => {
+    for (const { name, type } of declared.EventMap.members) {
+      const { carries } = EVENTS[name];
+      if (carries === null) continue;
+      const payload = /: (\w+)\]$/.exec(type)?.[1];
+      const keys = payload ? keysOf(payload) : [];
+      assert.deepEqual([...keys].sort(), [...carries].sort(), name);
+    }
+  });
 
   it('are documented', () => {
     const rows = firstGroups(read('docs/events.md').split('\n## ')[0], /^\| `(\w+)` \|/gm);
-    assert.deepEqual(rows, constants);
-  });
-
-  it('of one player are declared as they are', () => {
-    const { signature } = declared.PlayerEventMap;
-    assert.deepEqual(firstGroups(signature, /'(\w+)'/g), PLAYER_EVENT_NAMES);
+    assert.deepEqual(rows, EVENT_NAMES);
   });
 });
 
@@ -107,7 +105,8 @@ describe('the declarations', () => {
       const own = Reflect.ownKeys(prototype)
         .filter((key) => key !== 'constructor')
         .map((key) => (key === Symbol.asyncDispose ? '[Symbol.asyncDispose]' : key));
-      const expected = membersOf(name).filter(
+      const methods = name === 'LivePush' ? membersOf('LivePushMethods') : [];
+      const expected = [...membersOf(name), ...methods].filter(
         (member) => member !== '[Symbol.asyncDispose]' || Symbol.asyncDispose,
       );
       assert.deepEqual([...own, ...properties].sort(), expected.sort());

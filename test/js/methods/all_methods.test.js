@@ -1,20 +1,6 @@
 'use strict';
 
-/*
- * Every method with every kind of argument. data/methods.json says what comes of it, by method:
- *
- *   accepts    the types of the arguments that must be there: a JavaScript type, "integer" for a
- *              32-bit one, "object or null", or the ID of a "player" or a "plugin". Without it
- *              arguments do not matter.
- *   exactly    true: further arguments are refused; else they are ignored
- *   accepted, refused           outcomes on a new wrapper, which has no pusher yet
- *   notFound                    for a first argument that is no ID, or names nothing
- *   withoutPusher, refusedWithoutPusher   outcomes on a wrapper that may not have a pusher; those
- *              of accepted and refused when left out
- *
- * An outcome is the `result`, undefined when left out, the add-on's `log` lines, "function: text",
- * and the `calls` that the SDK gets.
- */
+// Every method of the list with every kind of argument: outcomes.js says what comes of it.
 
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
@@ -27,7 +13,8 @@ const {
   newWrapperWithoutPusher,
   useFreshSdk,
 } = require('../support/wrapper');
-const methods = require('./methods.json');
+const { METHODS } = require('../../../lib/methods');
+const { OUTCOMES, operationOf } = require('./outcomes');
 
 function thrower() {
   throw new Error('from inside an argument');
@@ -75,7 +62,7 @@ const VALUES = {
 const isObject = (value) =>
   (typeof value === 'object' && value !== null) || typeof value === 'function';
 
-/** Whether a value is of a type that data/methods.json names. */
+/** Whether a value is of a type that the list names. */
 const IS = {
   boolean: (value) => typeof value === 'boolean',
   function: (value) => typeof value === 'function',
@@ -89,7 +76,7 @@ const IS = {
 /** Makes what an ID shall name, and gives the ID. */
 const MAKE = {
   player: (wrapper) => wrapper.initPlayer({}),
-  plugin: (wrapper) => {
+  'plug-in': (wrapper) => {
     wrapper.addPlugin({ id: 'plugin', path: pluginPath('recording') });
     return 'plugin';
   },
@@ -110,6 +97,34 @@ function assertOutcome(call, expected, message) {
   else assert.deepEqual(result, expected.result, message);
   assert.deepEqual(log, expected.log ?? [], message);
   assert.deepEqual(callNames(), expected.calls ?? [], message);
+}
+
+const PASSED_ON = { string: 'Kamera №1', number: 7, integer: 4, boolean: true };
+const ANSWERS = { status: -42, number: 9, text: 'Kamera №1', boolean: true, nothing: undefined };
+
+/** Whether a method hands single values to the SDK's operation and its answer back. */
+function passesOn({ actsOn, takes, returns }) {
+  const values = takes.filter((type) => !isId(type));
+  const single = values.every((type) => type in PASSED_ON) && returns in ANSWERS;
+  return ['pusher', 'player', 'sdk'].includes(actsOn) && single;
+}
+
+function assertPassesOn(method, { actsOn, takes, exactly, returns }) {
+  const operation = operationOf(actsOn === 'sdk' ? 'base' : actsOn, method);
+  const wrapper = newWrapper();
+  const values = takes.filter((type) => !isId(type)).map((type) => PASSED_ON[type]);
+  const id = takes.length > values.length ? [MAKE[actsOn](wrapper)] : [];
+  if (actsOn === 'player') MAKE.player(wrapper); // another one, which is left alone
+  sdk.forget();
+  const answer = ANSWERS[returns];
+  if (answer !== undefined) sdk.answer(operation, answer);
+  const further = exactly ? [] : ['one', 'too many'];
+  const result = wrapper[method](...id, ...values, ...further);
+  assert.equal(result, method === 'stopCamera' ? 0 : answer);
+  const [{ self, args }, ...more] = sdk.calls(operation);
+  assert.deepEqual(Object.values(args).slice(0, values.length), values);
+  if (actsOn === 'player') assert.equal(self, id[0]);
+  assert.deepEqual([more, logLines()], [[], []]);
 }
 
 /** Outcomes on both kinds of wrappers, by what is said about the arguments. */
@@ -144,10 +159,10 @@ function walkValues(method, row, place) {
 describe('every method', () => {
   useFreshSdk();
 
-  it('is in the table', () => {
+  it('is in the list, in the order of registration', () => {
     const { prototype } = Object.getPrototypeOf(createLivePush()).constructor;
     assert.deepEqual(
-      Object.keys(methods),
+      Object.keys(METHODS),
       Object.keys(prototype).filter((key) => key !== 'constructor'),
     );
   });
@@ -156,7 +171,7 @@ describe('every method', () => {
     const wrapper = newWrapperWithoutPusher();
     const layout = { mixStreams: [{ userId: 'anna' }] };
     sdk.recordStrings();
-    for (const [method, { accepts = [] }] of Object.entries(methods)) {
+    for (const [method, { accepts = [] }] of Object.entries(OUTCOMES)) {
       sdk.forget();
       const args = accepts.map((type) => goodValue(type, wrapper));
       if (method === 'setLiveMixTranscodingConfig') args[0] = layout;
@@ -165,8 +180,28 @@ describe('every method', () => {
     }
   });
 
-  for (const [method, row] of Object.entries(methods)) {
-    const { accepts = [], exactly = false } = row;
+  for (const [method, row] of Object.entries(OUTCOMES)) {
+    const { accepts, exactly } = row;
+
+    if (passesOn(METHODS[method])) {
+      it(`${method} passes its arguments on and returns what the SDK answers`, () =>
+        assertPassesOn(method, METHODS[method]));
+    }
+
+    if (METHODS[method].actsOn === 'pusher') {
+      it(`${method} when the SDK gives no pusher`, () => {
+        sdk.answer('pusher.Create', null);
+        const wrapper = newWrapper();
+        const { result, log } = row.withoutPusher;
+        const outcome = {
+          result,
+          log: ['GetLivePusher: Create livePusher failed', ...log],
+          calls: ['pusher.Create'],
+        };
+        const args = accepts.map((type) => goodValue(type, wrapper));
+        assertOutcome(() => wrapper[method](...args), outcome, method);
+      });
+    }
 
     it(`${method} with too few arguments`, () => {
       for (const [newWrapperOfAKind, outcomes] of outcomesOf(row)) {

@@ -35,8 +35,6 @@ describe('a layout', () => {
     good: [layout],
     given: { config: layout },
     answer: -42,
-    failure: -901,
-    bad: [[], [5], ['x'], [undefined], [true], [Symbol('s')], [1n]],
   });
 
   itReadsOptions(

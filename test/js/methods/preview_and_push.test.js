@@ -4,38 +4,10 @@ const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');
 const { itPassesOnlyBytesThatAreThere } = require('./options');
-const {
-  callNames,
-  logLines,
-  newWrapper,
-  newWrapperWithoutPusher,
-  useFreshSdk,
-} = require('../support/wrapper');
+const { itIsAPusherMethod, itSurvivesTheEndOfThePusher } = require('./pusher_method');
+const { newWrapper, useFreshSdk } = require('../support/wrapper');
 
 const VIEW = Buffer.from([1, 2, 3, 4]);
-const URL = 'rtmp://host/app/strëam';
-
-// Method, handler, good arguments, what the SDK is given, and bad arguments.
-const NOT_OBJECTS = [[], [5], ['x'], [null], [undefined], [true], [Symbol('s')], [1n]];
-const NOT_STRINGS = [[], [5], [null], [undefined], [{}], [Object('x')], [Buffer.from('x')]];
-const METHODS = [
-  ['startPreview', [{ view: VIEW, width: 4, height: 3 }], { width: 4, height: 3 }, NOT_OBJECTS],
-  [
-    'startPreviewAsync',
-    [{ view: VIEW, width: 4, height: 3 }],
-    { width: 4, height: 3 },
-    NOT_OBJECTS,
-  ],
-  ['stopPreview', [], {}, []],
-  ['startPush', [URL], { url: URL }, NOT_STRINGS],
-  ['startPushAsync', [URL], { url: URL }, NOT_STRINGS],
-  ['stopPush', [], {}, []],
-  ['startCamera', [], {}, []],
-  ['stopCamera', [], {}, []],
-  ['setMute', [{ mute: true, mode: 2 }], { mute: true, mode: 2 }, NOT_OBJECTS],
-];
-const handlerOf = (method) => method[0].toUpperCase() + method.slice(1);
-
 /** The arguments of the one call of `operation`, without the view's address. */
 function argsOf(operation) {
   const calls = sdk.calls(operation);
@@ -47,37 +19,16 @@ function argsOf(operation) {
 describe('preview, push and capture', () => {
   useFreshSdk();
 
-  for (const [method, good, expected, bad] of METHODS) {
-    const handler = handlerOf(method);
-
-    it(`${method} makes one SDK call and answers its result`, () => {
-      sdk.answer(method, -42);
-      const result = newWrapper()[method](...good, 'one', 'too many');
-      assert.equal(result, method === 'stopCamera' ? 0 : -42);
-      assert.deepEqual(callNames(), ['pusher.Create', `pusher.${method}`]);
-      assert.deepEqual(argsOf(method), expected);
-      assert.deepEqual(logLines(), []);
-    });
-
-    it(`${method} without a pusher answers 1 and logs`, () => {
-      assert.equal(newWrapperWithoutPusher()[method](...good), 1);
-      assert.deepEqual(logLines(), [[handler, `GetLivePusher failed: ${handler}`]]);
-      sdk.answer('pusher.Create', null);
-      assert.equal(newWrapper()[method](...good), 1);
-      assert.deepEqual(logLines().slice(1), [
-        ['GetLivePusher', 'Create livePusher failed'],
-        [handler, `GetLivePusher failed: ${handler}`],
-      ]);
-    });
-
-    if (bad.length === 0) continue;
-    it(`${method} refuses bad arguments without looking the pusher up`, () => {
-      const wrapper = newWrapper();
-      for (const args of bad) assert.equal(wrapper[method](...args), 1);
-      assert.deepEqual(logLines(), Array(bad.length).fill([handler, handler]));
-      assert.deepEqual(callNames(), []);
+  for (const method of ['startPreview', 'startPreviewAsync']) {
+    itIsAPusherMethod({
+      method,
+      good: [{ view: VIEW, width: 4, height: 3 }],
+      given: { view: sdk.addressOf(VIEW), width: 4, height: 3 },
+      answer: -42,
     });
   }
+  const mute = { mute: true, mode: 2 };
+  itIsAPusherMethod({ method: 'setMute', good: [mute], given: mute, answer: -42 });
 
   for (const method of ['startPreview', 'startPreviewAsync']) {
     it(`${method} passes the address of the buffer's data`, () => {
@@ -145,30 +96,15 @@ describe('preview, push and capture', () => {
     );
   });
 
-  for (const [method, key] of [
-    ['startPreview', 'width'],
-    ['startPreviewAsync', 'view'],
-    ['setMute', 'mute'],
-  ]) {
-    it(`${method}: a getter that destroys the pusher leads to the failure path`, () => {
-      const wrapper = newWrapper();
-      const options = Object.defineProperty({}, key, {
-        enumerable: true,
-        get: () => wrapper.destroyPusher(),
-      });
-      assert.equal(wrapper[method](options), 1);
-      assert.equal(sdk.calls(method).length, 0);
-      const handler = handlerOf(method);
-      assert.deepEqual(logLines(), [[handler, `GetLivePusher failed: ${handler}`]]);
-    });
-  }
+  itSurvivesTheEndOfThePusher('startPreview', 'width', 1);
+  itSurvivesTheEndOfThePusher('startPreviewAsync', 'view', 1);
+  itSurvivesTheEndOfThePusher('setMute', 'mute', 1);
 });
 
 describe('muteLocalCamera', () => {
   useFreshSdk();
-  const BAD = [[], [1], ['true'], [null], [true, true], [Object(true)], [undefined]];
 
-  it('takes exactly one boolean', () => {
+  it('passes both booleans', () => {
     const wrapper = newWrapper();
     sdk.answer('muteLocalCamera', 9);
     assert.equal(wrapper.muteLocalCamera(true), 9);
@@ -177,32 +113,5 @@ describe('muteLocalCamera', () => {
       sdk.calls('muteLocalCamera').map(({ args }) => args.mute),
       [true, false],
     );
-  });
-
-  it('without a pusher answers -901, where its siblings answer 1', () => {
-    const wrapper = newWrapperWithoutPusher();
-    assert.equal(wrapper.muteLocalCamera(true), -901);
-    assert.equal(wrapper.startCamera(), 1);
-    assert.deepEqual(logLines()[0], ['MuteLocalCamera', 'GetLivePusher failed: MuteLocalCamera']);
-  });
-
-  it('with bad arguments creates the pusher all the same, calls nothing, answers undefined', () => {
-    for (const args of BAD) {
-      sdk.forget();
-      assert.equal(newWrapper().muteLocalCamera(...args), undefined);
-      assert.deepEqual(callNames(), ['pusher.Create']);
-      assert.deepEqual(logLines(), [['MuteLocalCamera', 'MuteLocalCamera']]);
-    }
-  });
-
-  it('with bad arguments and no pusher logs twice and answers -901', () => {
-    for (const args of BAD) {
-      sdk.forget();
-      assert.equal(newWrapperWithoutPusher().muteLocalCamera(...args), -901);
-      assert.deepEqual(logLines(), [
-        ['MuteLocalCamera', 'MuteLocalCamera'],
-        ['MuteLocalCamera', 'GetLivePusher failed: MuteLocalCamera'],
-      ]);
-    }
   });
 });

@@ -13,7 +13,7 @@ const path = require('node:path');
 const { createLivePush, eventNames, flush, scriptedDirectory, sdk } = require('../support/addon');
 const { buildDirectory } = require('../support/build_directory');
 const { HostileWorld, isMeant } = require('./hostile_world');
-const methods = require('../methods/methods.json');
+const { OUTCOMES: methods } = require('../methods/outcomes');
 
 const THREADS = 8;
 const FIRES = 128; // of each thread in a round: every callback more than once
@@ -133,7 +133,7 @@ async function until(condition) {
 
 // ---------------------------------------------------------------------------------------- cases
 
-/** Each of the sixty methods, also those that take the callbacks' targets away. */
+/** Every method, also those that take the callbacks' targets away. */
 async function everyMethod(rounds) {
   const wrapper = newBusyWrapper();
   const plugin = { id: 'a', path: path.join(buildDirectory, 'plugins', 'inverting.so') };
@@ -147,13 +147,13 @@ async function everyMethod(rounds) {
     'object or null': () => null,
     string: (method) => (method === 'registPlugin' ? scriptedDirectory : 'onVideoRenderData'),
     player: () => player,
-    plugin: () => 'a',
+    'plug-in': () => 'a',
   };
   const names = Object.keys(methods);
   await whileThreadsFire(wrapper, rounds, async (round) => {
     for (let i = 0; i < names.length; i += 1) {
       const method = names[(round * 11 + i) % names.length];
-      const { accepts = [] } = methods[method];
+      const { accepts } = methods[method];
       const answer = wrapper[method](...accepts.map((type) => values[type](method)));
       if (method === 'initPlayer') player = answer;
       if (method === 'destroyPusher') wrapper.initPusher({});

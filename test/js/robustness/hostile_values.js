@@ -10,32 +10,10 @@
  */
 
 const vm = require('node:vm');
+const { OPTION_KEYS } = require('./option_keys');
 
 const MIX_STREAM = ['userId', 'x', 'y', 'width', 'height', 'zOrder'];
 
-/** The keys that each method reads. */
-const OPTIONS = {
-  initPusher: [
-    ...['mLivePushMode', 'externMainStream', 'mVideoEncodeMode', 'mAudioEncodeMode', 'mAudioOnly'],
-    ...['mPushMirror', 'mAudioSampleRate', 'audioBitRate', 'mAudioChannels', 'mResolution'],
-    ...['mTargetVideoBitrate', 'mMinVideoBitrate', 'mInitialVideoBitrate', 'width', 'height'],
-    ...['frameRate', 'mVideoEncodeGop', 'mPreviewOrientation', 'audioSceneMode'],
-    ...['enableBitrateControl', 'enableAutoResolution', 'mPausePushImagePath'],
-    'mNetworkPoorPushImagePath',
-  ],
-  startPreview: ['view', 'width', 'height'],
-  startPreviewAsync: ['view', 'width', 'height'],
-  setPlayView: ['view', 'width', 'height'],
-  setMute: ['mute', 'mode'],
-  enableAudioVolumeIndication: ['interval', 'smooth', 'reportVad'],
-  setResolution: ['resolution', 'width', 'height'],
-  setLiveMixTranscodingConfig: ['backgroundColor', 'cropMode', 'mixStreams'],
-  setScreenShareEncoderConfiguration: [
-    ...['mResolution', 'width', 'height', 'frameRate', 'bitrate', 'mVideoEncodeGop'],
-  ],
-  initPlayer: ['isMirror', 'isFullScreen', 'renderMode', 'rotation'],
-  addPlugin: ['id', 'path', 'type'],
-};
 const OTHER_KEYS = ['unknown', '__proto__', 'constructor', '', 'a\0b', Symbol('key')];
 
 const PRIMITIVES = [
@@ -208,21 +186,21 @@ function any(world) {
   if (kind < 11) return text(world);
   if (kind < 12) return random.once(2) ? view(world) : revoked();
   if (kind < 13) return world.wrapper;
-  return options(world, random.pick(Object.values(OPTIONS)));
+  return options(world, random.pick(Object.values(OPTION_KEYS)));
 }
 
-/** For each type that data/methods.json names, a value that a method accepts. */
+/** For each type that the list of methods names, a value that a method accepts. */
 const ACCEPTED = {
   boolean: ({ random }) => random.once(2),
   function: (world) => world.listener(),
   integer: ({ random }) => random.next() | 0,
   number: ({ random }) => random.pick(PRIMITIVES.filter((value) => typeof value === 'number')),
-  object: (world, method) => options(world, OPTIONS[method]),
+  object: (world, method) => options(world, OPTION_KEYS[method]),
   'object or null': (world, method) =>
-    world.random.once(20) ? null : options(world, OPTIONS[method]),
+    world.random.once(20) ? null : options(world, OPTION_KEYS[method]),
   string: (world, method) => world.textFor(method) ?? text(world),
   player: (world) => world.playerId(),
-  plugin: (world) => world.pluginId(),
+  'plug-in': (world) => world.pluginId(),
 };
 
 /**

@@ -12,7 +12,7 @@ const { addon, createLivePush, eventNames, scriptedDirectory, sdk } = require('.
 const { buildDirectory, scriptedWithoutLoggerDirectory } = require('../support/build_directory');
 const { any, hostileArguments } = require('./hostile_values');
 const { Random } = require('../support/random');
-const methods = require('../methods/methods.json');
+const { OUTCOMES: methods } = require('../methods/outcomes');
 
 const { prototype } = addon.LumoLivePushJSWrapper;
 
@@ -228,7 +228,7 @@ class HostileWorld {
   call() {
     const method = this.random.pick(Object.keys(methods));
     if (this.random.once(40)) return this.#misuse(method);
-    const args = hostileArguments(this, method, methods[method].accepts ?? []);
+    const args = hostileArguments(this, method, methods[method].accepts);
     return this.invoke(method, args);
   }
 

@@ -1,41 +1,7 @@
 'use strict';
 
+const { EVENT_NAMES: eventNames } = require('../../../lib/events');
 const sdk = require('./scripted_sdk');
-
-/** Every event name of the add-on; the two samples are never delivered. */
-const eventNames = [
-  'onSystemError',
-  'onSDKError',
-  'onPreviewStarted',
-  'onPreviewStopped',
-  'onPushStarted',
-  'onPushStopped',
-  'onFirstFramePushed',
-  'onSetLiveMixTranscodingConfig',
-  'onPlayStarted',
-  'onPlayStopped',
-  'onFirstRemoteVideoFrameDrawn',
-  'onPlayError',
-  'onNetworkQualityChange',
-  'onPlayerStatistics',
-  'onAudioVolumeCallback',
-  'onActiveSpeaker',
-  'onNetworkPoor',
-  'onNetworkRecovery',
-  'onReconnectStart',
-  'onConnectionLost',
-  'onReconnectFail',
-  'onReconnectSucceed',
-  'onSendDataTimeout',
-  'onConnectFail',
-  'onPushURLAuthenticationOverdue',
-  'onSendMessage',
-  'onPacketsLost',
-  'onCaptureVideoSample',
-  'onReceivedRemoteVideoSample',
-  'onVideoRenderData',
-  'onOccurError',
-];
 
 function listen(wrapper, name, listener) {
   const result = wrapper.addEventListener(name, listener);
