@@ -5,13 +5,12 @@
 //
 // Usage: node tools/test-counts.js
 
-const fs = require('node:fs');
-const path = require('node:path');
 const { EVENTS, EVENT_NAMES } = require('../lib/events');
 const { METHODS } = require('../lib/methods');
 const { runNodeTests } = require('./lib/node_tests');
 const { buildFolder, testFiles } = require('./lib/project');
 const { count, runStages } = require('./lib/tally');
+const { countUses } = require('./lib/uses');
 
 const FEWEST = 2;
 
@@ -35,26 +34,11 @@ which call everything and ask of each call only that nothing breaks.
 `;
 
 const folder = buildFolder('release');
-const usesFile = path.join(folder, 'test-results', 'uses.jsonl');
+const uses = countUses(folder);
 
 async function runTests(tally) {
-  fs.mkdirSync(path.dirname(usesFile), { recursive: true });
-  fs.writeFileSync(usesFile, '');
   const files = testFiles('js').filter((file) => !ASK_NOTHING.includes(file));
-  const counter = path.join(__dirname, 'lib', 'use_counter.js');
-  const env = { LUMO_USES: usesFile, NODE_OPTIONS: `--require ${JSON.stringify(counter)}` };
-  await runNodeTests(tally, files, { buildFolder: folder, env });
-}
-
-/** @returns {Map<string, Set<string>>} "kind name" -> tests */
-function readUses() {
-  const uses = new Map();
-  for (const line of fs.readFileSync(usesFile, 'utf8').split('\n').filter(Boolean)) {
-    const [kind, name, test] = JSON.parse(line);
-    const key = `${kind} ${name}`;
-    uses.set(key, (uses.get(key) ?? new Set()).add(test));
-  }
-  return uses;
+  await runNodeTests(tally, files, { buildFolder: folder, env: uses.env });
 }
 
 function printTable(tally, title, names, testsOf) {
@@ -70,8 +54,8 @@ function printTable(tally, title, names, testsOf) {
 }
 
 async function report(tally) {
-  const uses = readUses();
-  const tests = (kind, name) => uses.get(`${kind} ${name}`) ?? new Set();
+  const noted = uses.read();
+  const tests = (kind, name) => noted.get(`${kind} ${name}`) ?? new Set();
   printTable(tally, 'methods', Object.keys(METHODS), (name) => tests('method', name));
   printTable(tally, 'events', EVENT_NAMES, (name) =>
     tests(RESERVED.includes(name) ? 'listens' : 'event', name),
