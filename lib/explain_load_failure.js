@@ -6,6 +6,7 @@ const { startupSnapshot } = require('node:v8');
 const { isMainThread } = require('node:worker_threads');
 const { AddonLoadError } = require('./addon_load_error');
 const { binaryTarget } = require('./binary_target');
+const { installCommand, missingLibraries } = require('./system_libraries');
 
 const PLATFORMS = ['linux', 'darwin'];
 
@@ -53,19 +54,43 @@ function foreign({ addon, sdk }) {
   return undefined;
 }
 
-function missingLibrary({ message }) {
-  const [, library] =
+/** All libraries that are missing where the system can be asked, else the one of the message. */
+function librariesMissing({ addon, sdk, message }) {
+  const [, named] =
     /([^\s:]+): cannot open shared object file/.exec(message) ??
     /Library not loaded: (\S+)/.exec(message) ??
     /version `([^']+)' not found/.exec(message) ??
     [];
-  return library && `the system library ${library}, which it needs, is not installed.`;
+  if (!named) return [];
+  try {
+    const all = missingLibraries([addon, sdk]);
+    if (all.length > 0) return all;
+  } catch {
+    // Not on this system, or not by this process.
+  }
+  return [{ library: named }];
+}
+
+function describeMissing(failure) {
+  const names = librariesMissing(failure).map(({ library }) => library);
+  if (names.length === 0) return undefined;
+  if (names.length === 1)
+    return `the system library ${names[0]}, which it needs, is not installed.`;
+  return `${names.length} system libraries that it needs are not installed: ${names.join(', ')}.`;
+}
+
+function installMissing(failure) {
+  const packages = librariesMissing(failure).flatMap(({ package: name }) => name ?? []);
+  return packages.length > 0
+    ? `On Debian and Ubuntu: ${installCommand(packages)}`
+    : 'Install the packages that hold them.';
 }
 
 /**
  * The causes, the first that applies wins. `reason` answers undefined (or false) when the cause
  * does not apply.
- * @type {{code: string, reason: (failure: Failure) => any, remedy: string}[]}
+ * @type {{code: string, reason: (failure: Failure) => any,
+ *   remedy: string | ((failure: Failure) => string)}[]}
  */
 const CAUSES = [
   {
@@ -148,8 +173,8 @@ const CAUSES = [
   },
   {
     code: 'MISSING_LIBRARY',
-    reason: missingLibrary,
-    remedy: `Install the package that holds it; ${path.join(root, 'docs/building.md')} tells more.`,
+    reason: describeMissing,
+    remedy: installMissing,
   },
   {
     code: 'LOAD_FAILED',
@@ -168,7 +193,9 @@ function explainLoadFailure(addon, sdk, cause) {
   const failure = { addon, sdk, message: cause?.message ?? '', code: cause?.code };
   for (const { code, reason, remedy } of CAUSES) {
     const text = reason(failure);
-    if (text) return new AddonLoadError({ code, reason: text, remedy, cause });
+    if (!text) continue;
+    const advice = typeof remedy === 'string' ? remedy : remedy(failure);
+    return new AddonLoadError({ code, reason: text, remedy: advice, cause });
   }
   throw new Error('unreachable: the last cause always applies');
 }

@@ -176,7 +176,17 @@ describe('the loader', () => {
     const folder = makeBuild('no-library', { [ADDON]: same, [SDK]: rename });
     const { code, message } = failureOf(folder);
     assert.equal(code, 'MISSING_LIBRARY');
-    assert.match(message, /libstd00\.so\.6/);
+    assert.match(message, /the system library libstd00\.so\.6, which it needs/);
+  });
+
+  it('names all system libraries that are missing', { skip: notLinux }, () => {
+    const folder = makeBuild('no-libraries', {
+      [ADDON]: replacing('libgcc_s.so.1', 'libgcc_0.so.1'),
+      [SDK]: replacing('libstdc++.so.6', 'libstd00.so.6\0'),
+    });
+    const { code, message } = failureOf(folder);
+    assert.equal(code, 'MISSING_LIBRARY');
+    assert.match(message, /2 system libraries .*: libgcc_0\.so\.1, libstd00\.so\.6\./);
   });
 
   it('explains that a library is for another machine', { skip: notLinux }, () => {
