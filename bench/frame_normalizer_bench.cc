@@ -1,5 +1,5 @@
-// What it costs to bring a decoded frame into the form of the engine, against two peers in the same
-// run: memcpy of the same frame, and GStreamer's own conversion of it. Ends with the ratios.
+// Measures the conversion of a decoded frame into the engine's form, against two peers in the same
+// run: memcpy of the same frame, and GStreamer's own conversion. Ends with the ratios.
 
 #include <benchmark/benchmark.h>
 #include <gst/gst.h>
@@ -17,7 +17,7 @@ namespace {
 
 using namespace NimboEngine;
 
-// Decoders that do not know their frames' colours say nothing of them: BT.601 in small frames.
+// Decoders without colour information leave it out: BT.601 for small frames.
 enum class Colours { kForm, kBt601, kFull601 };
 
 GstVideoInfo sourceInfo(const benchmark::State& state, Colours colours) {
@@ -27,7 +27,7 @@ GstVideoInfo sourceInfo(const benchmark::State& state, Colours colours) {
   return info;
 }
 
-// As many as a player has under way, so that a frame is not always in the nearest cache.
+// As many as a player has in flight, so that a frame is not always in the first-level cache.
 std::vector<GstPtr<GstBuffer>> makeFrames(const GstVideoInfo& info) {
   std::vector<GstPtr<GstBuffer>> frames(4);
   for (auto& frame : frames) {
@@ -50,7 +50,7 @@ void normalize(benchmark::State& state, Colours colours) {
   FrameNormalizer normalizer(FrameNormalizer::Use::kWrite);
   size_t next = 0;
   while (state.KeepRunning()) {
-    // Shared with the decoder, hence copied also where it has the form.
+    // Shared with the decoder, hence copied even if it has the form.
     benchmark::DoNotOptimize(normalizer.normalize(share(frames[next++ % 4].get()), caps.get()));
   }
 }
@@ -110,7 +110,7 @@ BENCHMARK(Bt601)->Apply(Sizes);
 BENCHMARK(Full601)->Apply(Sizes);
 BENCHMARK(Gstreamer)->Apply(Sizes);
 
-// Prints the usual table and remembers its times.
+// Prints the usual table and stores its times.
 class RatioReporter final : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -120,7 +120,7 @@ class RatioReporter final : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
   }
 
-  // False when a benchmark is missing.
+  // Returns false if a benchmark is missing.
   bool PrintRatios(const std::string& size) const {
     const auto copied = times_.find("Memcpy/" + size);
     if (copied == times_.end()) return false;

@@ -1,5 +1,5 @@
-// What repacking a frame costs, against two peers in the same run: the byte-by-byte reference of
-// the tests, and one memcpy of as many bytes as the stored picture has. Ends with the ratios.
+// Measures the repacking of a frame, against two peers in the same run: the byte-by-byte reference
+// of the tests, and one memcpy of as many bytes as the stored frame has. Ends with the ratios.
 
 #include <benchmark/benchmark.h>
 
@@ -56,7 +56,7 @@ BENCHMARK(Repack)->Apply(Sizes);
 BENCHMARK(PerByte)->Apply(Sizes);
 BENCHMARK(Memcpy)->Apply(Sizes);
 
-// Prints the usual table and remembers its times.
+// Prints the usual table and stores its times.
 class RatioReporter final : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -66,7 +66,7 @@ class RatioReporter final : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
   }
 
-  // False when a benchmark is missing.
+  // Returns false if a benchmark is missing.
   bool PrintRatios(const std::string& size) const {
     const auto repack = times_.find("Repack/" + size);
     const auto per_byte = times_.find("PerByte/" + size);

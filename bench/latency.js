@@ -1,10 +1,10 @@
 'use strict';
 
-// Glass to glass: how old a picture is when JavaScript has it back from the server. A plug-in writes
-// the time into each captured picture (time_code.cc); the picture is encoded, published, played and
-// read. The same stream is decoded by ffmpeg at the same time, told to hold nothing back, and read
-// from its output in the same way. A second player has the preset "lowest", which shows each frame
-// when it is decoded. Ends with the ratios of the medians.
+// Glass-to-glass latency: the age of a frame when JavaScript receives it back from the server. A
+// plug-in writes the time into each captured frame (time_code.cc); the frame is encoded, published,
+// played and read. The same stream is decoded concurrently by ffmpeg, without buffering, and read
+// from its output in the same way. A second player has the preset "lowest", which presents each
+// frame when it is decoded. Ends with the ratios of the medians.
 //
 // Usage: node bench/latency.js [--seconds N]
 
@@ -24,7 +24,7 @@ const { printTable, quantile } = require('./lib/numbers');
 const WIDTH = 1280;
 const HEIGHT = 720;
 const ROW = 16; // of those that carry the code
-const SETTLE_SECONDS = 15; // jitter buffers have found their size
+const SETTLE_SECONDS = 15; // for the jitter buffers to settle
 const LOWEST = JSON.stringify({ latency: { preset: 'lowest' } });
 
 /** @param {Buffer} row of luma @returns {number} milliseconds since the code in it was written */
@@ -33,7 +33,7 @@ function ageOf(row) {
   return (now - readCode(row, WIDTH)) % 2 ** BITS; // NaN for a frame without a code
 }
 
-/** Has ffmpeg decode `url`, and hands over one row of each picture. */
+/** Decodes `url` with ffmpeg, and passes one row of each frame to `onRow`. */
 function startPeer(url, onRow) {
   const child = startChild('ffmpeg', [
     ...['-v', 'error', '-nostdin', '-fflags', 'nobuffer', '-flags', 'low_delay'],

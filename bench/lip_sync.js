@@ -1,9 +1,10 @@
 'use strict';
 
-// Lip-sync: audio against video of players, for each protocol. A clip's every second begins with a
-// flash and a beep. Frames are stamped where they leave the player, beeps where the sound server
-// plays them, both by the monotonic clock. Four players play each source at once: this engine as it
-// is, with the preset "lowest", seen from JavaScript, and GStreamer's playbin as the reference.
+// Lip-sync: the offset of audio to video in players, for each protocol. Every second of a clip
+// begins with a flash and a beep. Frames are stamped where they leave the player, beeps where the
+// sound server plays them, both by the monotonic clock. Four players play each source concurrently:
+// this engine with its defaults, with the preset "lowest", measured in JavaScript, and GStreamer's
+// playbin as the reference.
 //
 // Usage: node bench/lip_sync.js [--seconds N] [--settle N] [--protocols A,B] [--players A,B]
 //          [--json FILE] [--plot FILE.svg]
@@ -28,7 +29,7 @@ const PROTOCOLS = [
   ...['file', 'http', 'rtmp', 'http-flv', 'hls', 'srt', 'rtsp-udp', 'rtsp-tcp'],
   ...['file+b', 'rtmp+b', 'http-flv+b', 'srt+b', 'rtsp-udp+b'],
 ];
-const START_SECONDS = 8; // what opening may take on top of the measured time
+const START_SECONDS = 8; // for opening, in addition to the measured time
 const LIMIT_MS = 40;
 
 const OPTIONS = {
@@ -40,7 +41,7 @@ const OPTIONS = {
   plot: { type: 'string' },
 };
 
-/** Plays one source in all players at once. @returns {Promise<Record<string, object>>} */
+/** Plays one source in all players concurrently. @returns {Promise<Record<string, object>>} */
 async function measureProtocol(
   protocol,
   { clips, soundServer, names, seconds, settleSeconds, offset },

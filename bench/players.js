@@ -1,9 +1,9 @@
 'use strict';
 
-// Sixteen players of one 640x360 stream at 30 frames a second, all frames delivered to JavaScript:
-// how many of each arrive, and the processor time, against ffmpeg decoding the stream sixteen times
-// to nowhere. They take turns. Ends with the ratio, and with --profile with where the time goes
-// (needs perf).
+// Sixteen players of one 640x360 stream at 30 frames per second, all frames delivered to
+// JavaScript: the frames that arrive, and the processor time, against ffmpeg decoding the stream
+// sixteen times and discarding it. They alternate. Ends with the ratio, and with --profile with a
+// profile (needs perf).
 //
 // Usage: node bench/players.js [--seconds N] [--rounds N] [--profile] [--json FILE]
 
@@ -30,7 +30,7 @@ async function coresOf(child, seconds) {
   return (processorSeconds(child.process.pid) - used) / ((performance.now() - began) / 1000);
 }
 
-/** Runs the players. `observe` is given their process while all of them play. */
+/** Runs the players. `observe` is called with their process while all of them play. */
 async function withPlayers(url, seconds, observe) {
   const program = path.join(__dirname, 'lib/play_process.js');
   const child = startChild('node', [program, url, String(seconds + 1)]);
@@ -58,7 +58,7 @@ async function measurePeer(url, seconds) {
   const maps = Array.from({ length: COUNT }, (_input, index) => ['-map', `${index}`]).flat();
   const output = ['-c:v', 'rawvideo', '-f', 'null', '-'];
   const child = startChild('ffmpeg', ['-v', 'error', '-nostdin', ...inputs, ...maps, ...output]);
-  await sleep(COUNT * 1000); // it opens one after the other
+  await sleep(COUNT * 1000); // they are opened one after the other
   const cores = await coresOf(child, seconds);
   await child.stop();
   return cores;

@@ -1,8 +1,8 @@
 'use strict';
 
-// What it costs to publish 1280x720 pictures, 30 a second, with sound: the processor time of this
-// engine against that of ffmpeg, which is given the same raw pictures and x264 settings. They take
-// turns, since two cores do not carry both. Ends with the ratio.
+// The cost of publishing 1280x720 at 30 frames per second with audio: the processor time of this
+// engine against that of ffmpeg with the same raw frames and x264 settings. They alternate, since
+// two cores are not enough for both. Ends with the ratio.
 //
 // Usage: node bench/publish_cost.js [--seconds N] [--rounds N]
 

@@ -1,6 +1,6 @@
-// A plug-in that writes the time into the picture: the low 32 bits of the monotonic clock's
-// milliseconds, highest bit first, as 32 black or white columns in the upper sixteenth. Coding
-// keeps them apart at any usual bit rate. bench/latency.js reads them back.
+// A plug-in that writes the time into the frame: the low 32 bits of the monotonic clock's
+// milliseconds, highest bit first, as 32 black or white columns in the upper sixteenth. They
+// survive encoding at any usual bit rate. bench/latency.js reads them back.
 
 #include <algorithm>
 #include <chrono>

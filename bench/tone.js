@@ -1,9 +1,9 @@
 'use strict';
 
-// Whether audio is whole: a tone over each protocol, recorded as it is played, by this engine and by
-// GStreamer's playbin at once. Counts silences and jumps of the phase, and says how the latency of
-// the frames has moved from the beginning to the end: with --pace the sender's clock is faster or
-// slower than the true one.
+// Continuity of audio: a tone over each protocol, recorded as it is played, by this engine and by
+// GStreamer's playbin concurrently. Counts silences and phase jumps, and prints the change of the
+// frames' latency from the beginning to the end: with --pace the sender's clock is faster or slower
+// than the true one.
 //
 // Usage: node bench/tone.js [--seconds N] [--protocols A,B] [--players A,B] [--pace 1.002]
 //          [--json FILE]
@@ -23,7 +23,7 @@ const { printTable, quantile } = require('./lib/numbers');
 
 const HERTZ = 440;
 const SETTLE_SECONDS = 3;
-const START_SECONDS = 8; // what opening may take on top of the measured time
+const START_SECONDS = 8; // for opening, in addition to the measured time
 const LEVEL_SECONDS = 5; // over which a latency is taken
 
 const OPTIONS = {
@@ -34,7 +34,7 @@ const OPTIONS = {
   json: { type: 'string' },
 };
 
-/** How much later frames come at the end than at the beginning, ms by the sender's own clock. */
+/** How much later frames arrive at the end than at the beginning, ms by the sender's own clock. */
 function latencyChange(frames, pace) {
   const ages = frames
     .filter(({ code }) => code >= 0)

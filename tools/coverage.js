@@ -1,8 +1,8 @@
 'use strict';
 
-// Runs the C++ and JavaScript tests of the add-on on a build that counts, and reports which lines
+// Runs the C++ and JavaScript tests of the add-on on an instrumented build, and reports which lines
 // and branches of src/ ran: a table here, and pages to open in build/coverage/report. Fails when a
-// test fails or when fewer lines ran than are asked for.
+// test fails or when fewer lines ran than required.
 //
 // Usage: node tools/coverage.js
 
@@ -19,7 +19,7 @@ const LINES_PERCENT = 95;
 const folder = buildFolder('coverage');
 const report = path.join(folder, 'report');
 
-/** Counters add up from run to run, so those of earlier ones go first. */
+/** Counters accumulate from run to run, so earlier ones are removed first. */
 function forgetCounters() {
   for (const file of fs.readdirSync(folder, { recursive: true })) {
     if (file.endsWith('.gcda')) fs.rmSync(path.join(folder, file));
@@ -38,7 +38,7 @@ async function writeReport(tally) {
     ...['--fail-under-line', String(LINES_PERCENT)],
   ]);
   console.log(`report: ${page}`);
-  count(tally, ok, `coverage: ${reason}; ${LINES_PERCENT} % of the lines are asked for`);
+  count(tally, ok, `coverage: ${reason}; ${LINES_PERCENT} % of the lines are required`);
 }
 
 async function main() {

@@ -1,7 +1,7 @@
 'use strict';
 
-// Runs the fuzz targets of build/fuzz, one after the other. What they learn stays in
-// build/fuzz/corpus, for the next run; an input that a target does not survive goes to
+// Runs the fuzz targets of build/fuzz, one after the other. Their corpus is kept in
+// build/fuzz/corpus, for the next run; an input that crashes a target is stored in
 // build/fuzz/findings. Ends with a table. The exit code is 0 when there was no such input.
 //
 // Usage: node tools/fuzz.js [--seconds N | --minutes N] [TARGET...]
@@ -17,10 +17,10 @@ const { count, runStages } = require('./lib/tally');
 
 const seeds = path.join(root, 'test/fuzz/corpus');
 const build = buildFolder('fuzz');
-// Beyond it, a target that hangs is ended.
-const PATIENCE_SECONDS = 60;
+// A target that runs longer than its time by this much is killed.
+const GRACE_SECONDS = 60;
 
-/** What is particular to single targets. */
+/** Options of single targets. */
 const OPTIONS = {
   // A whole, if short, stream.
   play_flv: ['-max_len=8192', '-timeout=20'],
@@ -33,7 +33,7 @@ const USING_GSTREAMER = ['flv_demux', 'flv_tag', 'play_flv', 'play_media', 'play
 const environment = (target) => ({
   ASAN_OPTIONS: `detect_leaks=${USING_GSTREAMER.includes(target) ? 0 : 1}`,
   UBSAN_OPTIONS: 'print_stacktrace=1:halt_on_error=1:abort_on_error=1',
-  // GLib's own allocator would hide what is read after it was freed.
+  // GLib's own allocator would hide reads of freed memory.
   G_SLICE: 'always-malloc',
 });
 
@@ -75,7 +75,7 @@ async function fuzz(tally, target, seconds) {
       ...(OPTIONS[target] ?? []),
       ...[learnt, path.join(seeds, target)],
     ],
-    { env: environment(target), capture: true, deadlineSeconds: seconds + PATIENCE_SECONDS },
+    { env: environment(target), capture: true, deadlineSeconds: seconds + GRACE_SECONDS },
   );
   const inputs = Number(output.match(/stat::number_of_executed_units:\s*(\d+)/)?.[1] ?? 0);
   const features = output.match(/ft: (\d+)(?![\s\S]*ft: )/)?.[1] ?? '-';

@@ -1,11 +1,11 @@
 'use strict';
 
-// Writes docs/api.md and docs/events.md from the type declarations in lib/, so that they cannot say
-// anything else.
+// Writes docs/api.md and docs/events.md from the type declarations in lib/, so that they cannot
+// differ.
 //
 // Usage: node tools/generate-docs.js [--check] [--docs FOLDER]
-//   --check        write nothing; end with 1 when a file is not what it would be
-//   --docs FOLDER  default: docs
+//   --check        write nothing; exit with 1 if a file is not up to date --docs FOLDER  default:
+//   docs
 
 const fs = require('node:fs');
 const path = require('node:path');

@@ -22,7 +22,7 @@ async function lint(tally) {
   const colours = process.stdout.isTTY ? 'force' : 'off';
   const options = ['--error-on-warnings', `--colors=${colours}`];
   const biome = await run('node_modules/.bin/biome', ['ci', ...options]);
-  count(tally, biome.ok, 'Biome: see above; npm run format mends the formatting');
+  count(tally, biome.ok, 'Biome: see above; npm run format fixes the formatting');
 
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);

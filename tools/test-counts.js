@@ -14,7 +14,7 @@ const { countUses } = require('./lib/uses');
 
 const FEWEST = 2;
 
-/** Ask of every method only that nothing breaks. */
+/** Tests that only require of every method that nothing breaks. */
 const ASK_NOTHING = [
   'test/js/robustness/concurrency.test.js',
   'test/js/robustness/hostile_calls.test.js',
@@ -47,7 +47,7 @@ function printTable(tally, title, names, testsOf) {
   console.log(`\n${title}`);
   for (const { name, tests } of rows) {
     console.log(`${String(tests).padStart(6)}  ${name}`);
-    count(tally, tests >= FEWEST, `${name}: ${tests} tests, at least ${FEWEST} are asked for`);
+    count(tally, tests >= FEWEST, `${name}: ${tests} tests, at least ${FEWEST} are required`);
   }
   const all = new Set(names.flatMap((name) => [...testsOf(name)]));
   console.log(`${String(all.size).padStart(6)}  tests for ${names.length} ${title}`);

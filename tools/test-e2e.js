@@ -34,7 +34,8 @@ function readOutcomes() {
 }
 
 /**
- * The tables of a chapter of docs/sdk.md, whose sections are named after the interface's classes.
+ * Reads the tables of a chapter of docs/sdk.md, whose sections are named after the interface's
+ * classes.
  *
  * @param {string} chapter its heading
  * @returns {{name: string, meaning: string, tests: string[]}[]} `name` is "Class::function"

@@ -1,9 +1,9 @@
 'use strict';
 
 // Runs the whole test suite: lint, C++ tests, JavaScript tests with the scripted SDK, end-to-end
-// tests with the default SDK, the quick rows of the interoperability suite and of the hostile servers.
-// Every stage runs whatever the ones before came to. The last line is `N passed, N failed` for all together; the
-// exit code is 0 when nothing failed.
+// tests with the default SDK, the quick rows of the interoperability suite and of the hostile
+// servers. Every stage runs, whatever the results of the earlier ones. The last line is `N passed,
+// N failed` for all together; the exit code is 0 when nothing failed.
 //
 // Usage: node tools/test.js [--sanitizer asan|tsan] [--only STAGE]... [--cpp PATTERN] [FILE...]
 //   --sanitizer KIND  test build/KIND instead of build/release; lint is left out, and interop and
@@ -82,7 +82,7 @@ async function main() {
   return runStages(sanitizer ? selected.map((stage) => checked(stage, sanitizer)) : selected);
 }
 
-/** A stage whose sanitizer reports are counted when it is over, even when it throws. */
+/** A stage whose sanitizer reports are counted at its end, even when it throws. */
 function checked({ name, run }, sanitizer) {
   return {
     name: `${name} (${sanitizer})`,

@@ -3,12 +3,12 @@
 #
 # Brings a bare Debian 12 with Node.js to the point where COMMAND can run, then becomes COMMAND:
 # Debian packages, npm packages (package-lock.json), the build of a CMake preset (default: release).
-# What is up to date costs one check and prints nothing.
+# Steps that are up to date cost one check and print nothing.
 #
 # The preset "product" needs the packages of tools/debian-packages.txt only, all else also those of
 # debian-packages-test.txt. It is built in release's folder: each takes over what the other has built.
 #
-# --peers FOLDER: also what its debian-packages.txt and package-lock.json name.
+# --peers FOLDER: also the packages in its debian-packages.txt and package-lock.json.
 #
 # Prints to stderr only: standard output belongs to COMMAND. Any failed step ends it with 1.
 #   LUMO_SYSTEM_PACKAGES=ready    skip the first step (systems without apt-get)
@@ -52,9 +52,9 @@ missing_debian_packages() {
   printf '%s\n' $wanted | grep -vxF "$installed" || true
 }
 
-# Debian starts a service on port 80 as soon as nginx is installed. The examples and tests only
-# need the program, so for this one installation the helpers that package scripts call to start
-# services leave nginx alone, and it is not started at boot either.
+# Debian starts a service on port 80 as soon as nginx is installed. The examples and tests only need
+# the program, so during this installation the helpers that package scripts call to start services
+# skip nginx, and it is not started at boot either.
 install_debian_packages() (
   as_root=()
   [ "$(id -u)" = 0 ] || as_root=(sudo)
@@ -95,18 +95,18 @@ END
   step "installing Debian packages: $missing" install_debian_packages $missing
 }
 
-# npm writes its hidden lock file when an installation is complete.
+# npm writes its hidden lock file when an installation has completed.
 ensure_npm_packages() {
   [ node_modules/.package-lock.json -nt package-lock.json ] ||
     step 'installing npm packages' npm ci --no-audit --no-fund
-  # Their installation scripts would download what is not used.
+  # Their installation scripts would download unused files.
   [ -z "$peers" ] || [ "$peers/node_modules/.package-lock.json" -nt "$peers/package-lock.json" ] ||
     step "installing npm packages of $peers" \
       npm ci --no-audit --no-fund --ignore-scripts --prefix "$peers"
 }
 
 # ninja itself sees changed CMake files; the presets and the runtime whose headers the add-on is
-# compiled with are not among them. A folder that was configured for tests serves the product too.
+# compiled with are not among them. A folder configured for tests is used for the product too.
 ensure_configured() {
   local stamp=$folder/.configured-for wanted found
   wanted="$(node -p 'process.version + " " + process.execPath') $(cksum <CMakePresets.json)"

@@ -46,7 +46,9 @@ function beeps(seconds) {
   return audio;
 }
 
-/** @returns {Buffer} of 16-bit samples: a tone without an end */
+/**
+ * @returns {Buffer} of 16-bit samples: a continuous tone
+ */
 function tone(seconds, hertz) {
   const audio = Buffer.alloc(seconds * CLIP.rate * 2);
   for (let i = 0; i < seconds * CLIP.rate; i += 1) {

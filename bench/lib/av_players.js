@@ -10,7 +10,7 @@ const LOWEST = JSON.stringify({ latency: { preset: 'lowest' } });
 const native = (name) => path.join(buildFolder('release'), 'bench', name);
 const JAVASCRIPT = path.join(__dirname, 'frame_times_process.js');
 
-/** Command lines of the players that are compared, each given a URL. */
+/** Command lines of the compared players, each given a URL. */
 const PLAYERS = {
   engine: (url) => [native('sdk_player'), url],
   lowest: (url) => [native('sdk_player'), url, LOWEST],
@@ -19,10 +19,10 @@ const PLAYERS = {
 };
 
 /**
- * A player as a process of its own, with an output of its own that is recorded.
+ * A player in a process of its own, with an audio output of its own that is recorded.
  *
  * @typedef {object} Frame
- * @property {number} ms when it came, monotonic clock
+ * @property {number} ms when it arrived, monotonic clock
  * @property {number} code its number in the clip, -1 when it has none
  * @property {number} luma mean, without the code
  *

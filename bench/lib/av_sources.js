@@ -1,7 +1,7 @@
 'use strict';
 
-// A clip sent over each protocol that players take. Every source plays the clip once, in its own
-// time, from when it is started or, where a client gets a stream of its own, from when one comes.
+// A clip sent over each protocol that players support. Every source plays the clip once, in real
+// time, from its start or, if each client gets a stream of its own, from the client's connection.
 
 const { once } = require('node:events');
 const fs = require('node:fs');
@@ -18,7 +18,9 @@ const { freePort, startRtmpServer } = require('../../tools/rtmp/rtmp_server');
  * @property {() => Promise<void>} stop
  */
 
-/** ffmpeg, sending a file's streams as they are. `pace` is the sender's clock against the true one. */
+/**
+ * Sends a file's streams unchanged with ffmpeg. `pace` is the sender's clock against the true one.
+ */
 const send = (clip, pace, ...output) =>
   startChild('ffmpeg', [
     ...['-v', 'error', '-nostdin', '-readrate', String(pace), '-i', clip, '-c', 'copy'],
@@ -94,7 +96,7 @@ async function sendSrt({ clip, pace, clients }) {
   const senders = ports.map((port) =>
     send(clip, pace, '-f', 'mpegts', `srt://127.0.0.1:${port}?mode=listener&pkt_size=1316`),
   );
-  await sleep(500); // nothing shows from outside that a UDP port listens
+  await sleep(500); // there is no way to check that a UDP port listens
   return {
     url: (client) => `srt://127.0.0.1:${ports[client]}`,
     stop: async () => {

@@ -5,11 +5,11 @@ const { BEEP_SECONDS, CLIP, PITCHES } = require('./av_clip');
 const FRAME_MS = 1000 / CLIP.fps;
 const BRIGHT = 128;
 const PITCH_TOLERANCE = 0.08;
-const TAIL_SECONDS = 1.5; // a flash that late may have its beep beyond the recording's end
+const TAIL_SECONDS = 1.5; // a flash this late may have its beep after the recording's end
 
 /**
- * Beeps of a recording: when each was heard, and which second of the clip it belongs to, modulo
- * the number of pitches.
+ * Finds the beeps of a recording: when each was played, and which second of the clip it belongs to,
+ * modulo the number of pitches.
  *
  * @param {import('../../test/e2e/support/audio_recorder').Recording} recording
  * @returns {{ms: number, pitch: number}[]}
@@ -18,7 +18,7 @@ function findBeeps({ samples, rate, startMs }) {
   const peak = samples.reduce((most, value) => Math.max(most, Math.abs(value)), 0);
   if (peak < 0.05) return [];
   const quiet = Math.round(rate * 0.2);
-  const length = Math.round(rate * BEEP_SECONDS); // around its ends, what a codec makes of silence
+  const length = Math.round(rate * BEEP_SECONDS); // around its ends, codec artefacts of silence
   const beeps = [];
   let lastLoud = -quiet;
   for (let i = 0; i < samples.length; i += 1) {
@@ -26,14 +26,14 @@ function findBeeps({ samples, rate, startMs }) {
     if (i - lastLoud >= quiet && i + length < samples.length) {
       const hertz = pitchOf(samples.subarray(i + length * 0.15, i + length * 0.75), rate);
       const pitch = PITCHES.findIndex((value) => Math.abs(hertz / value - 1) < PITCH_TOLERANCE);
-      if (pitch >= 0) beeps.push({ ms: startMs + (i / rate) * 1000, pitch }); // else it is torn
+      if (pitch >= 0) beeps.push({ ms: startMs + (i / rate) * 1000, pitch }); // else it has a gap
     }
     lastLoud = i;
   }
   return beeps;
 }
 
-/** By its rises through zero, between the first and the last. */
+/** Counts upward zero crossings, between the first and the last. */
 function pitchOf(samples, rate) {
   const rises = [];
   for (let i = 1; i < samples.length; i += 1) {
@@ -43,8 +43,8 @@ function pitchOf(samples, rate) {
 }
 
 /**
- * When each second's flash was seen. Where its first frame is missing, the second tells, and the
- * first is taken to have been due one frame earlier.
+ * Finds the time of each second's flash. If its first frame is missing, the second is used, and the
+ * first is assumed to have been due one frame earlier.
  *
  * @param {import('./av_players').Frame[]} frames
  * @returns {Map<number, number>} second -> ms
@@ -77,7 +77,7 @@ function slope(xs, ys) {
 }
 
 /**
- * Audio against video, second by second of the clip; positive where audio is late.
+ * The offset of audio to video for each second of the clip; positive where audio is late.
  *
  * @param {object} observed
  * @param {import('./av_players').Frame[]} observed.frames
@@ -94,7 +94,7 @@ function measureSync({ frames, recording }, { recorderOffsetMs, settleSeconds })
     const own = beeps.filter(({ pitch }) => pitch === second % PITCHES.length);
     const offsets = own.map(({ ms }) => ms - recorderOffsetMs - flashMs);
     const offset = offsets.sort((a, b) => Math.abs(a) - Math.abs(b))[0];
-    // Half of the pitches' period: what is further away belongs to another second.
+    // Half of the pitches' period: a larger offset belongs to another second.
     if (Math.abs(offset) < 500 * PITCHES.length) points.push({ second, ms: flashMs, offset });
   }
   const from = Math.min(...flashes.values()) + settleSeconds * 1000;

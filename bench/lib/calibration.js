@@ -11,7 +11,7 @@ const { findBeeps, spread } = require('./av_sync');
 const SECONDS = 10;
 
 /**
- * What the recorder adds to the time at which the sound server itself says that a beep is heard.
+ * Measures the recorder's offset to the time at which the sound server itself plays a beep.
  *
  * @param {Awaited<ReturnType<import('../../test/e2e/support/sound_server').startSoundServer>>} soundServer
  * @returns {Promise<{mean: number, deviation: number, min: number, max: number}>} ms

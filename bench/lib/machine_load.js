@@ -4,8 +4,8 @@ const os = require('node:os');
 const { monitorEventLoopDelay } = require('node:perf_hooks');
 
 /**
- * How busy the machine is while something is measured: the load average, and by how much timers of
- * this process are late (99th percentile and worst), which is what players and senders suffer too.
+ * Measures the load of the machine during a benchmark: the load average, and the lateness of this
+ * process's timers (99th percentile and worst), which affects players and senders too.
  */
 function watchMachine() {
   const delays = monitorEventLoopDelay({ resolution: 5 });

@@ -1,7 +1,7 @@
 'use strict';
 
-// Plays one stream in sixteen players at once. Prints "playing" when all of them do, and after SECONDS,
-// as one JSON array, how many frames a second of each player reached JavaScript.
+// Plays one stream in sixteen players concurrently. Prints "playing" when all of them play, and
+// after SECONDS, as one JSON array, how many frames per second of each player reached JavaScript.
 //
 // Usage: node play_process.js URL SECONDS
 
@@ -9,7 +9,7 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { openLivePush } = require('../../test/e2e/support/live_push');
 const { openPlayer } = require('../../test/e2e/support/player');
 
-const SETTLE_SECONDS = 2; // the jitter buffers find their size
+const SETTLE_SECONDS = 2; // for the jitter buffers to settle
 
 async function main(url, seconds) {
   const live = openLivePush();

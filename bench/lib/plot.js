@@ -22,7 +22,7 @@ const text = (x, y, content, attributes = '') =>
  * @param {string} plot.title
  * @param {string} plot.xLabel unit of the horizontal axis
  * @param {number} plot.xMax
- * @param {number} plot.yMax lanes show -yMax to yMax; dots beyond stand at the edge
+ * @param {number} plot.yMax lanes show -yMax to yMax; dots beyond are drawn at the edge
  * @param {number} plot.band -band to band is shaded
  * @param {string[]} plot.series names, in the order of each lane's series
  * @param {{name: string, series: {x: number, y: number}[][]}[]} plot.lanes

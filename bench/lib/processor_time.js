@@ -8,7 +8,7 @@ const ticksPerSecond = Number(execFileSync('getconf', ['CLK_TCK'], { encoding: '
 /** @returns {number} user and system seconds that the process has used so far (proc(5), stat) */
 function processorSeconds(pid) {
   const text = fs.readFileSync(`/proc/${pid}/stat`, 'utf8');
-  // The name, in brackets, may hold anything.
+  // The name, in brackets, may contain anything.
   const fields = text.slice(text.lastIndexOf(')') + 2).split(' ');
   return (Number(fields[11]) + Number(fields[12])) / ticksPerSecond;
 }

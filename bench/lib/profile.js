@@ -14,12 +14,12 @@ const SORTS = {
 const SAMPLES_PER_SECOND = 499;
 
 /**
- * Where a process spends its processor time, by thread name, library and function, as perf sees it.
+ * Profiles a process with perf: its processor time by thread name, library and function.
  *
  * @param {number} pid
  * @param {number} seconds
  * @returns {Promise<string>} tables
- * @throws {Error} without perf, or without leave to use it
+ * @throws {Error} without perf, or without permission to use it
  */
 async function profileProcess(pid, seconds) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'profile-'));
@@ -40,7 +40,7 @@ async function profileProcess(pid, seconds) {
   }
 }
 
-/** perf's rows, those that differ in a number only as one: threads of a kind are numbered. */
+/** Merges perf's rows that differ in a number only: threads of a kind are numbered. */
 function merged(text) {
   const shares = new Map();
   for (const line of text.split('\n')) {

@@ -1,7 +1,7 @@
 'use strict';
 
-// Publishes a video file's pictures and a test tone until it is ended: the process whose processor
-// time bench/publish_cost.js measures.
+// Publishes a video file and a test tone until it is terminated: the process whose processor time
+// bench/publish_cost.js measures.
 //
 // Usage: node publish_process.js FILE URL
 

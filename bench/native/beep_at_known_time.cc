@@ -1,6 +1,6 @@
-// Plays a short beep once a second through PulseAudio and prints when each is heard by the sound
-// server's own account: the line "beep NANOSECONDS" of the monotonic clock. What a recorder of the
-// same output measures beyond that is the recorder's offset. Runs until it is ended.
+// Plays a short beep once a second through PulseAudio and prints when each is played according to
+// the sound server: the line "beep NANOSECONDS" of the monotonic clock. The difference that a
+// recorder of the same output measures is the recorder's offset. Runs until it is terminated.
 //
 // Usage: beep_at_known_time (the output is the server's default, or PULSE_SINK)
 
@@ -30,7 +30,7 @@ int64_t nowNs() {
   return std::chrono::duration_cast<nanoseconds>(time).count();
 }
 
-// Fills what the server asks for; `written` counts samples since the start.
+// Writes the samples that the server requests; `written` counts samples since the start.
 struct Beeper {
   uint64_t written = 0;
 
@@ -44,8 +44,8 @@ struct Beeper {
   }
 };
 
-// When the sample that is written next will be heard. The server is asked for its time of playing
-// each time, so that nothing is extrapolated.
+// Computes when the next sample will be played. The server is asked for its playback time each
+// time, so that nothing is extrapolated.
 void onTimingUpdate(pa_stream* stream, int ok, void* data) {
   const auto& beeper = *static_cast<Beeper*>(data);
   pa_usec_t latency = 0;

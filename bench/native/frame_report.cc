@@ -47,7 +47,7 @@ int meanLuma(const LumaPlane& luma) {
 }  // namespace
 
 void reportFrame(const LumaPlane& luma) {
-  const int64_t time = now();  // before the frame is looked at
+  const int64_t time = now();  // before the frame is examined
   const int64_t code = luma.width < 2 * kBits ? -1 : codeOf(luma);
   std::printf("frame %" PRId64 " %" PRId64 " %d\n", time, code, meanLuma(luma));
   std::fflush(stdout);

@@ -1,6 +1,6 @@
-// Reads a test clip's frame and prints when it came: the line "frame NANOSECONDS CODE LUMA", with
-// the monotonic clock's time, the number coded in the frame's upper sixteenth (32 black or white
-// columns, highest bit first; -1 where there is none) and the mean luma of the rest.
+// Reads a test clip's frame and prints when it arrived: the line "frame NANOSECONDS CODE LUMA",
+// with the monotonic clock's time, the number coded in the frame's upper sixteenth (32 black or
+// white columns, highest bit first; -1 where there is none) and the mean luma of the rest.
 //
 // Thread: any; a line is written whole. Failure: none, a frame too small for a code has code -1.
 
@@ -20,16 +20,16 @@ struct LumaPlane {
 
 void reportFrame(const LumaPlane& luma);
 
-// Prints "WORD TEXT", at once.
+// Prints "WORD TEXT", unbuffered.
 void reportEvent(const char* word, const char* text);
 
-// Holds SIGTERM and SIGINT back in all threads that begin later, until wait() has taken one: the
-// program ends in order. Thread: main, before any other exists.
+// Blocks SIGTERM and SIGINT in all threads that are started later, until wait() has received one:
+// the program ends in order. Thread: main, before any other exists.
 class Termination {
  public:
   Termination();
   void wait() const;
-  // Returns whether one has come, at once.
+  // Returns whether one has been received, without waiting.
   bool requested() const;
 
  private:

@@ -1,6 +1,6 @@
 // Plays a URL with GStreamer's playbin, both sinks synchronised by time stamps, and prints each
-// frame at the moment in which its sink releases it, see frame_report.h: what the rig shows of a
-// player that presents by the clock. Runs until it is ended.
+// frame when its sink releases it, see frame_report.h: the rig's result for a player that presents
+// by the clock. Runs until it is terminated.
 //
 // Usage: reference_player URL
 
@@ -75,5 +75,5 @@ int main(int argc, char** argv) {
   while (!termination.requested()) {
     if (GstMessage* message = gst_bus_timed_pop(bus, 100 * GST_MSECOND)) handle(message, player);
   }
-  std::_Exit(0);  // an orderly end may hang in the network
+  std::_Exit(0);  // an orderly exit may hang in the network
 }

@@ -1,6 +1,6 @@
-// An RTSP server for one MP4 file of H.264 and AAC, which each client gets from its beginning,
-// paced by its time stamps. Prints its port; the file is rtsp://127.0.0.1:<port>/clip. Runs until
-// it is ended.
+// An RTSP server for one MP4 file of H.264 and AAC, sent to each client from its beginning, at the
+// rate of its time stamps. Prints its port; the file is rtsp://127.0.0.1:<port>/clip. Runs until it
+// is terminated.
 //
 // Usage: rtsp_file_server FILE udp|tcp [PACE], where PACE is the server's clock against the true
 // one

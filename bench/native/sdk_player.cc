@@ -1,5 +1,5 @@
-// Plays a URL with the SDK and prints each frame at the moment in which it leaves the engine, see
-// frame_report.h, and the player's events. Runs until it is ended.
+// Plays a URL with the SDK and prints each frame when it leaves the engine, see frame_report.h, and
+// the player's events. Runs until it is terminated.
 //
 // Usage: sdk_player URL [SETTINGS], where SETTINGS is the JSON text for LumoLivePlayer::Create
 

@@ -16,7 +16,7 @@ const CONNECT_SECONDS = 10;
 
 /**
  * @typedef {object} Report
- * @property {boolean} seen whether FFmpeg saw the stream's pictures at the server
+ * @property {boolean} seen whether FFmpeg received the stream's video from the server
  * @property {string[]} errors what went wrong
  * @property {{camera: string, microphone: string}} [sources]
  * @property {{name: string, seconds: number, payload?: object}[]} events seconds since the start
@@ -26,8 +26,8 @@ const CONNECT_SECONDS = 10;
  */
 
 /**
- * Streams once, from the start of a server of its own to the end of everything. Never rejects:
- * what goes wrong is in the report.
+ * Runs one stream, from the start of a server of its own to the end. Never rejects: errors are in
+ * the report.
  *
  * @param {import('./options').Options} options
  * @param {import('./progress').Progress} progress
@@ -68,7 +68,7 @@ async function firstStream({ seconds, input, plugins, mix }, progress, interrupt
 }
 
 /**
- * The SDK's words for the input.
+ * Maps the input to the SDK's settings.
  *
  * @param {string} input
  */
@@ -80,7 +80,7 @@ async function chooseSources(input) {
   return { camera: `file:${input}`, microphone: audio ? 'file' : 'test' };
 }
 
-/** Streams until the time is over, a failure (then it rejects) or the interruption. */
+/** Streams until the time has passed, a failure (then it rejects) or the interruption. */
 async function stream(session, server, { seconds, progress, interruption, report }) {
   const failed = once(session, 'failure').then(([text]) => Promise.reject(new Error(text)));
   const interrupted = interruption.aborted ? Promise.resolve() : once(interruption, 'abort');
@@ -104,7 +104,7 @@ async function stream(session, server, { seconds, progress, interruption, report
   }
 }
 
-/** Has FFmpeg look at the stream from outside for a few seconds. */
+/** Measures the stream at the server with FFmpeg for a few seconds. */
 async function observe(url, seconds, report) {
   const [witness] = await Promise.all([
     probeStream(url, Math.min(5, seconds - 3)),

@@ -4,13 +4,13 @@ const { watchPackets } = require('../../tools/rtmp/witness');
 
 /**
  * @typedef {object} FrameTotals
- * @property {number} captured frames that came out at the server: each captured frame is published
+ * @property {number} captured frames that arrived at the server: each captured frame is published
  * @property {number} delivered frames that JavaScript received in the same stretch of time
- * @property {number} dropped captured frames that newer ones overtook on the way to JavaScript
+ * @property {number} dropped captured frames replaced by newer ones on the way to JavaScript
  * @property {number} seconds the stretch of time
  */
 
-/** Counts a stream's frames at its server, so that those of JavaScript can be set beside them. */
+/** Counts a stream's frames at its server, to compare them with those of JavaScript. */
 class FrameCount {
   #captured = 0;
   #firstTime = 0;

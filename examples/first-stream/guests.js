@@ -10,7 +10,7 @@ const STREAMS = [
   { name: 'guest-two', source: 'rgbtestsrc', tone: 880 },
 ];
 
-/** Two streams of other people, which FFmpeg publishes: to be played, and mixed with one's own. */
+/** Two streams of other users, published by FFmpeg, to be played and mixed with the local one. */
 class Guests {
   #server;
   #publishers;
@@ -24,7 +24,7 @@ class Guests {
   }
 
   /**
-   * Plays them and puts them into the lower corners of the picture.
+   * Plays them and places them in the lower corners of the mix.
    *
    * @param {import('./live_session').PusherSession} session
    */

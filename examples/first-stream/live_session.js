@@ -15,16 +15,17 @@ const MILESTONES = [
 ];
 
 /**
- * One pusher and everything that it tells. Emits each event of the SDK under its own name, each
- * once more as 'event' (the record), failures as 'failure' (a text), and each frame that is played
- * as 'played'.
+ * One pusher and its events. Emits each event of the SDK under its own name and again as 'event'
+ * (the record), failures as 'failure' (a text), and each played frame as 'played'.
  */
 class PusherSession extends EventEmitter {
   /** @type {{name: string, seconds: number, payload?: object}[]} seconds since `start` */
   events = [];
   /** @type {number[]} when each captured frame arrived in JavaScript, by `performance.now()` */
   deliveries = [];
-  /** @type {object | undefined} the newest frame, as "onVideoRenderData" brings it */
+  /**
+   * @type {object | undefined} the newest frame, as delivered by "onVideoRenderData"
+   */
   lastFrame = undefined;
 
   #live = createLivePush();
@@ -33,7 +34,8 @@ class PusherSession extends EventEmitter {
 
   /**
    * @param {{camera: string, microphone: string}} sources the SDK's extra configuration
-   * @param {{file: string, parameter?: string}[]} plugins in the order in which they see a frame
+   * @param {{file: string, parameter?: string}[]} plugins in the order in which they process a
+   *   frame
    */
   constructor(sources, plugins) {
     super();
@@ -71,7 +73,7 @@ class PusherSession extends EventEmitter {
     const missing = [...(hasCamera ? [] : ['camera']), ...(microphone ? [] : ['microphone'])];
     if (missing.length === 0) return { camera, microphone };
     throw new Error(
-      `No ${missing.join(' and no ')} is plugged in. Without --input a test picture is streamed.`,
+      `No ${missing.join(' and no ')} is plugged in. Without --input a test pattern is streamed.`,
     );
   }
 
@@ -85,7 +87,7 @@ class PusherSession extends EventEmitter {
     const [screen] = this.#live.getScreenShareSourceInfo();
     if (!screen) throw new Error('There is no screen to share: does $DISPLAY name an X server?');
     const shared = this.#live.startScreenShareByDesktopId(screen.sourceId);
-    if (shared !== 0) throw new Error(`startScreenShareByDesktopId answered ${shared}`);
+    if (shared !== 0) throw new Error(`startScreenShareByDesktopId returned ${shared}`);
     this.#live.stopCamera();
     return screen.sourceName;
   }
@@ -94,16 +96,17 @@ class PusherSession extends EventEmitter {
   start(url) {
     this.#startedAt = performance.now();
     const preview = this.#live.startPreview({ view: null, ...PICTURE });
-    if (preview !== 0) throw new Error(`startPreview answered ${preview}`);
+    if (preview !== 0) throw new Error(`startPreview returned ${preview}`);
     const push = this.#live.startPush(url);
-    if (push !== 0) throw new Error(`startPush answered ${push}`);
+    if (push !== 0) throw new Error(`startPush returned ${push}`);
   }
 
   /**
-   * Plays a stream beside everything else. A failure comes as 'failure'.
+   * Plays a stream concurrently. A failure is emitted as 'failure'.
    *
    * @param {string} url
-   * @returns {{id: string, drawn: Promise<void>}} the player's ID; `drawn` waits for a picture
+   * @returns {{id: string, drawn: Promise<void>}} the player's ID; `drawn` resolves with the first
+   *   frame
    * @throws {Error} when the SDK refuses
    */
   play(url) {
@@ -113,17 +116,17 @@ class PusherSession extends EventEmitter {
       this.on('onFirstRemoteVideoFrameDrawn', ({ playerID }) => playerID === id && resolve());
     });
     const play = this.#live.startPlay(id, url);
-    if (play !== 0) throw new Error(`startPlay answered ${play}`);
+    if (play !== 0) throw new Error(`startPlay returned ${play}`);
     return { id, drawn };
   }
 
   /** Publishes a mix from now on. @throws {Error} when the SDK refuses the layout */
   mix(layout) {
     const mix = this.#live.setLiveMixTranscodingConfig(layout);
-    if (mix !== 0) throw new Error(`setLiveMixTranscodingConfig answered ${mix}`);
+    if (mix !== 0) throw new Error(`setLiveMixTranscodingConfig returned ${mix}`);
   }
 
-  /** Stops the push, then capture, as far as they run, the players, and lets the pusher go. */
+  /** Stops the push, then capture, if running, and the players, and releases the pusher. */
   async stop() {
     await this.#ended('onPushStopped', () => this.#live.stopPush());
     await this.#ended('onPreviewStopped', () => this.#live.stopPreview());
@@ -145,7 +148,7 @@ class PusherSession extends EventEmitter {
   async #ended(event, request) {
     const guard = AbortSignal.timeout(3000);
     const ended = once(this, event, { signal: guard }).catch(() => {});
-    // What does not run is refused.
+    // Refused if it is not running.
     if (request() === 0) await ended;
   }
 

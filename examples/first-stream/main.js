@@ -1,8 +1,8 @@
 'use strict';
 
 // A first live stream, from end to end on this machine: starts an RTMP server, captures a test
-// picture, a camera, a screen or a video file, publishes it, has the server's stream looked at by
-// FFmpeg, and says what was seen. Or plays a stream. Run with --help for the options.
+// pattern, a camera, a screen or a video file, publishes it, measures the stream at the server with
+// FFmpeg, and prints a report. Or plays a stream. Run with --help for the options.
 
 const { firstStream } = require('./first_stream');
 const { playStream } = require('./play_stream');
@@ -34,7 +34,7 @@ async function main() {
 }
 
 main().then(
-  // A pusher with listeners keeps the event loop alive, so the end has to be said.
+  // A pusher with listeners keeps the event loop alive, so the exit must be explicit.
   (code) => process.exit(code),
   (error) => {
     console.error(error);

@@ -5,12 +5,12 @@ const path = require('node:path');
 const { parseArgs } = require('node:util');
 
 const MINIMUM_SECONDS = 5;
-const NO_FILES = ['test', 'camera', 'screen']; // a file of such a name is ./screen
+const NO_FILES = ['test', 'camera', 'screen']; // a file of such a name must be given as ./screen
 
 const usage = `Usage: npm start -- [--seconds N] [--input INPUT] [--mix] [--plugin FILE[=JSON]]... [--json]
        npm start -- --play URL [--seconds N] [--json]
   --seconds N   stream for N seconds (default 20, at least ${MINIMUM_SECONDS}); Ctrl-C ends it early
-  --input INPUT "test": a test picture and tone (default); "camera": the system's default camera
+  --input INPUT "test": a test pattern and tone (default); "camera": the system's default camera
                 and microphone; "screen": the first screen of the X server that $DISPLAY names,
                 without plug-ins; else a video file and its sound, if it has any
   --plugin FILE[=JSON]
@@ -35,7 +35,7 @@ something was played.`;
  *
  * @param {string[]} args
  * @returns {Options}
- * @throws {Error} saying what is wrong with them
+ * @throws {Error} that describes the mistake
  */
 function readOptions(args) {
   const { values } = parseArgs({
@@ -55,7 +55,7 @@ function readOptions(args) {
     throw new Error(`--seconds ${values.seconds}: expected a number, at least ${MINIMUM_SECONDS}`);
   }
   if (values.play !== undefined && (values.mix || values.input || values.plugin.length > 0)) {
-    throw new Error('--play goes without --mix, --input and --plugin');
+    throw new Error('--play cannot be combined with --mix, --input and --plugin');
   }
   const { input = 'test' } = values;
   return {

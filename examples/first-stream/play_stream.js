@@ -11,8 +11,8 @@ const PLAYED_FILE = path.resolve('first-stream-played.png');
 
 /**
  * @typedef {object} PlayReport
- * @property {boolean} seen whether frames came
- * @property {string[]} errors what went wrong
+ * @property {boolean} seen whether frames arrived
+ * @property {string[]} errors texts of errors
  * @property {{name: string, seconds: number, payload?: object}[]} events seconds since the start
  * @property {number} frames how many were delivered
  * @property {object} [figures] the last "onPlayerStatistics"
@@ -20,7 +20,7 @@ const PLAYED_FILE = path.resolve('first-stream-played.png');
  */
 
 /**
- * Plays a stream until the time is over, it ends, fails (which is in the report) or the
+ * Plays a stream until the time has passed, the stream ends or fails (see the report), or the
  * interruption. Never rejects.
  *
  * @param {import('./options').Options} options

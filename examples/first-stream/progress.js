@@ -23,7 +23,7 @@ class Progress {
   }
 
   /**
-   * Tells once a second how the stream does.
+   * Prints the state of the stream once a second.
    *
    * @param {import('./live_session').PusherSession} session
    * @param {{status: () => Promise<{bytesIn: number}>}} server
@@ -48,13 +48,13 @@ class Progress {
     }, 1000);
   }
 
-  /** Tells how things are, in a line that the next one replaces. @param {string} status */
+  /** Prints a status line, which the next one replaces. @param {string} status */
   status(status) {
     this.#status = this.#stream.isTTY ? status : '';
     this.#stream.write(this.#stream.isTTY ? `\r\x1b[K${status}` : `${status}\n`);
   }
 
-  /** Leaves the status line as it stands. */
+  /** Ends the status line. */
   end() {
     if (this.#status) this.#stream.write('\n');
     this.#status = '';

@@ -1,7 +1,7 @@
 'use strict';
 
 /**
- * The report as text.
+ * Formats the report as text.
  *
  * @param {import('./first_stream').Report} report
  * @returns {string}
@@ -12,7 +12,7 @@ function textReport({ seen, errors, frames, witness, images }) {
     const rate = frames.delivered / Math.max(frames.seconds, 0.001);
     lines.push(
       `  frames    ${frames.captured} captured, ${frames.delivered} delivered to JavaScript ` +
-        `(${rate.toFixed(1)} a second), ${frames.dropped} overtaken by newer ones`,
+        `(${rate.toFixed(1)} a second), ${frames.dropped} replaced by newer ones`,
     );
   }
   const { video, audio } = witness ?? {};
@@ -34,7 +34,7 @@ function textReport({ seen, errors, frames, witness, images }) {
 }
 
 /**
- * The report of a playback as text.
+ * Formats the report of a playback as text.
  *
  * @param {import('./play_stream').PlayReport} report
  * @returns {string}

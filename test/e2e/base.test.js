@@ -15,7 +15,7 @@ const INVALID_ARGUMENT = -2002;
 const NOT_FOUND = -2005;
 const LEVEL = { trace: 0, info: 3, warning: 4, error: 5 };
 
-describe('the default SDK by itself', GUARD, () => {
+describe('the default SDK', GUARD, () => {
   let folder;
   let push;
   before(() => {
@@ -29,7 +29,7 @@ describe('the default SDK by itself', GUARD, () => {
   });
   after(() => fs.rmSync(folder, { recursive: true }));
 
-  /** Lets the log begin in a folder of its own. @returns a function that reads it */
+  /** Starts the log in a folder of its own. @returns a function that reads it */
   function logTo(name) {
     const own = path.join(folder, name);
     assert.equal(push.setLogDirPath(own), 0);
@@ -47,7 +47,7 @@ describe('the default SDK by itself', GUARD, () => {
     }
   });
 
-  it('writes its log where it is told, from the level it is told', () => {
+  it('writes its log into the given folder, from the given level on', () => {
     const log = logTo('levels');
     push.writeLog('a trace', LEVEL.trace);
     push.writeLog('100%s of it', LEVEL.info);
@@ -62,7 +62,7 @@ describe('the default SDK by itself', GUARD, () => {
     assert.doesNotMatch(log(), /a trace|a warning/);
   });
 
-  it('says why a directory cannot be its log, and goes on in the one before', () => {
+  it('reports why a directory cannot be used for the log, and stays in the previous one', () => {
     const log = logTo('before');
     assert.equal(push.setLogDirPath(''), INVALID_ARGUMENT);
     assert.equal(push.setLogDirPath('/proc/nowhere'), NOT_FOUND);
@@ -99,7 +99,7 @@ describe('the default SDK by itself', GUARD, () => {
       ['{"reconnect": {"maxAttempts": 1001}}', /"reconnect.maxAttempts" is 1001, not 0 to 1000/],
     ];
 
-    it('that cannot be used gives no pusher and no player, and names the reason', () => {
+    it('that cannot be used creates no pusher and no player, and logs the error', () => {
       for (const [index, [text, reason]] of REFUSALS.entries()) {
         const log = logTo(`refused-${index}`);
         push.setExtraConfig(text);
@@ -117,7 +117,7 @@ describe('the default SDK by itself', GUARD, () => {
       assert.equal(push.initPusher({}), undefined, 'it may be tried again');
     });
 
-    it('that it does not know goes on, with a warning that names them', () => {
+    it('that are unknown works, with a warning that names them', () => {
       const log = logTo('unknown');
       push.setExtraConfig('{"camera": "test", "colour": 1, "reconnect": {"mood": "calm"}}');
       assert.equal(push.initPusher({}), undefined);

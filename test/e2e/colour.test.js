@@ -1,8 +1,8 @@
 'use strict';
 
-// Frames of a player have one form of colours, however a file's are coded: BT.709, limited range,
-// and a width that is a multiple of 8. The clips are written here code by code, so that no other
-// converter has a say in what is expected.
+// Frames of a player always have the same colorimetry, whatever that of the file: BT.709, limited
+// range, and a width that is a multiple of 8. The clips are written here code by code, so that the
+// expectation does not depend on another converter.
 
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
@@ -63,7 +63,7 @@ function codes([red, green, blue], [kr, kb], range, bits = 8) {
   );
 }
 
-// What FFmpeg calls planes of samples: by how much chroma is halved, and the bits of a sample.
+// FFmpeg's names of planar formats: the chroma subsampling, and the bits of a sample.
 const FORMATS = {
   yuv420p: [1, 1, 8],
   yuv422p: [1, 0, 8],
@@ -145,7 +145,7 @@ function assertBars(frame, visible, title) {
   }
 }
 
-/** What stands beside the visible columns. */
+/** Checks the padding beside the visible columns. */
 function assertPadding(frame, visible) {
   const stride = frame.data_y_len / frame.height;
   for (let row = 0; row < frame.height; row += 1) {

@@ -30,26 +30,26 @@ describe('when the connection fails', GUARD, () => {
     return explained;
   }
 
-  it('nobody listens: onConnectFail and a code for refused', async () => {
+  it('no server listens: onConnectFail and a code for refused', async () => {
     const error = await failureOf(`rtmp://127.0.0.1:${await freePort()}/live/stream`);
     assert.equal(error.code, CONNECT_REFUSED);
     assert.notEqual(error.msg, '');
     assert.ok(!live.names().includes('onPushStarted'));
   });
 
-  it('the server does not know the application: a code for rejected', async () => {
+  it('an unknown application: a code for rejected', async () => {
     server = await startRtmpServer();
     assert.equal((await failureOf(server.url('stream', 'nowhere'))).code, PUBLISH_REJECTED);
   });
 
-  it('a URL that is none is refused at once', () => {
+  it('an invalid URL is refused immediately', () => {
     live = openLivePush();
     for (const url of ['', 'stream', 'http://127.0.0.1/live/stream', 'rtmp://127.0.0.1']) {
       assert.ok(live.push.startPush(url) < 0, url);
     }
   });
 
-  it('the server dies for good: onConnectionLost, and capturing goes on', async () => {
+  it('the server dies permanently: onConnectionLost, and capture continues', async () => {
     server = await startRtmpServer();
     live = openLivePush({ extra: { reconnect: { maxAttempts: 0 } } });
     live.push.startPreview({ view: null, width: 640, height: 360 });
@@ -77,7 +77,7 @@ describe('when the connection fails', GUARD, () => {
     server.thaw();
   });
 
-  it('the pusher can be destroyed in the middle of it all', async () => {
+  it('the pusher can be destroyed meanwhile', async () => {
     server = await startRtmpServer();
     live = openLivePush();
     live.push.startPreview({ view: null, width: 640, height: 360 });

@@ -25,7 +25,7 @@ const GUARD = { timeout: 120_000 };
 const CLOSE_ON_EXEC = 0o2000000;
 const SOURCE = { source: 'color=red' };
 
-/** This process's descriptors: number, what it stands for, whether a child inherits it. */
+/** This process's descriptors: number, target, whether a child inherits it. */
 function descriptors() {
   return fs.readdirSync('/proc/self/fd').flatMap((number) => {
     try {
@@ -33,7 +33,7 @@ function descriptors() {
       const [, flags] = /flags:\s+(\d+)/.exec(fs.readFileSync(`/proc/self/fdinfo/${number}`));
       return [{ number, target, inherited: (Number.parseInt(flags, 8) & CLOSE_ON_EXEC) === 0 }];
     } catch {
-      return []; // closed meanwhile: the one that read the folder
+      return []; // closed meanwhile: that of the folder itself
     }
   });
 }
@@ -41,7 +41,7 @@ function descriptors() {
 const inherited = () => descriptors().filter((each) => each.inherited);
 const described = (list) => list.map(({ number, target }) => `${number} ${target}`);
 
-/** What a program that this process starts has open. */
+/** The open descriptors of a program that this process starts. */
 function ofAChild() {
   const script = 'for fd in /proc/self/fd/*; do readlink $fd; done';
   const stdio = ['ignore', 'pipe', 'ignore'];

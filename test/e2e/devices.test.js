@@ -26,20 +26,20 @@ const FIRST_BAR = { x: 0.07, y: 0.4 };
 const TEST_TONE = 440;
 
 const TEST_PATTERN = { deviceName: 'Test pattern', deviceId: 'test', deviceTransportType: 4 };
-const TEST_SOUND = { deviceName: 'Test tone', deviceId: 'test', deviceTransportType: 4 };
+const TEST_TONE_DEVICE = { deviceName: 'Test tone', deviceId: 'test', deviceTransportType: 4 };
 const device = (deviceId, deviceName) => ({ deviceName, deviceId, deviceTransportType: 0 });
 
-/** Whether the device or its service tells first is open, and with it the reason. */
+/** Either the device or its service may report first, so the text varies. */
 function assertLost(error, code, lost, next) {
   assert.equal(error.code, code);
   assert.match(error.msg, new RegExp(`"${lost}" (was unplugged|failed: .+); "${next}" is used`));
 }
 
-/** The report of the example, which writes into the folder that it runs in. */
+/** Returns the report of the example, which writes into its working directory. */
 async function firstStream(...args) {
   const cwd = fs.mkdtempSync(path.join(os.tmpdir(), 'first-stream-'));
   const line = [FIRST_STREAM, '--json', ...args];
-  // Its exit code tells only what the report tells too.
+  // Its exit code adds nothing to the report.
   const { stdout } = await promisify(execFile)(process.execPath, line, { cwd }).catch((end) => end);
   fs.rmSync(cwd, { recursive: true });
   return JSON.parse(stdout);
@@ -90,7 +90,7 @@ describe('devices', GUARD, () => {
     ...[live.push.getCurrentAudioCaptureID(), live.push.getCurrentAudioCaptureName()],
   ];
 
-  /** Publishes, and watches what arrives. */
+  /** Publishes, and monitors the stream at the server. */
   async function goLive(name) {
     const firstFrame = live.next('onFirstFramePushed');
     assert.equal(live.push.startPush(server.url(name)), 0);
@@ -98,10 +98,10 @@ describe('devices', GUARD, () => {
     witness = watchStream(server.url(name), FIRST_BAR);
   }
 
-  /** One session, whose times go on without a break, and sound all along. */
+  /** Checks for one session, with continuous time stamps and audio throughout. */
   async function assertUnbroken(name) {
     assert.equal((await server.status(name)).publishing, true);
-    assert.equal(witness.ended(), 0, 'whoever watched still does');
+    assert.equal(witness.ended(), 0, 'all players still play');
     const told = live.names().filter((event) => event !== 'onSDKError');
     assert.deepEqual(told, ['onPushStarted', 'onSendMessage', 'onFirstFramePushed']);
     for (const times of Object.values(witness.times)) {
@@ -121,7 +121,7 @@ describe('devices', GUARD, () => {
     await listed(cameras, 2);
     await listed(microphones, 2);
     assert.deepEqual(cameras(), [device('red_camera', 'RedCamera'), TEST_PATTERN]);
-    assert.deepEqual(microphones(), [device('desk', 'DeskMicrophone'), TEST_SOUND]);
+    assert.deepEqual(microphones(), [device('desk', 'DeskMicrophone'), TEST_TONE_DEVICE]);
     assert.deepEqual(current(), ['test', 'Test pattern', 'test', 'Test tone'], 'as configured');
 
     const previewing = live.next('onPreviewStarted');
@@ -136,7 +136,7 @@ describe('devices', GUARD, () => {
     assert.deepEqual(live.names(), ['onPreviewStarted'], 'nothing else happened');
   });
 
-  it('that nobody has are refused, and nothing changes', async () => {
+  it('that do not exist are refused, and nothing changes', async () => {
     await plugCamera('red_camera', 'RedCamera', 0xff0000);
     live = openLivePush({ extra: { camera: '' } });
     const push = live.push;
@@ -170,7 +170,7 @@ describe('devices', GUARD, () => {
     await assertUnbroken('default');
   });
 
-  it('are switched while live, without a break in one session', async () => {
+  it('are switched while live, without interruption in one session', async () => {
     await plugCamera('red_camera', 'RedCamera', 0xff0000);
     await plugMicrophone('desk', 'DeskMicrophone', 1000);
     live = openLivePush();
@@ -195,7 +195,7 @@ describe('devices', GUARD, () => {
     assert.ok(!live.names().includes('onSDKError'));
   });
 
-  it('that are unplugged in use are replaced by the next, and not taken up again', async () => {
+  it('that are unplugged in use are replaced by the next, and not used again', async () => {
     const red = await plugCamera('red_camera', 'RedCamera', 0xff0000);
     const blue = await plugCamera('blue_camera', 'BlueCamera', 0x0000ff);
     const desk = await plugMicrophone('desk', 'DeskMicrophone', 1000);
@@ -231,7 +231,7 @@ describe('devices', GUARD, () => {
     assert.equal(live.names().filter((name) => name === 'onSDKError').length, 2);
   });
 
-  it('are what the first stream shows when it is told to', async () => {
+  it('can be selected in the first stream', async () => {
     await plugCamera('red_camera', 'RedCamera', 0xff0000);
     const missing = await firstStream('--input', 'camera', '--seconds', '5');
     assert.equal(missing.seen, false);
@@ -243,7 +243,7 @@ describe('devices', GUARD, () => {
     assert.ok(report.seen && report.witness.audio);
   });
 
-  it('that hang when they are opened give way to others', async () => {
+  it('that hang when they are opened are replaced', async () => {
     await plugCamera('red_camera', 'RedCamera', 0xff0000);
     live = openLivePush();
     await listed(cameras, 2);
@@ -256,7 +256,7 @@ describe('devices', GUARD, () => {
     await assertUnbroken('hang');
   });
 
-  it('give way to the test tone when the sound system dies', async () => {
+  it('are replaced by the test tone when the sound server dies', async () => {
     await plugMicrophone('desk', 'DeskMicrophone', 1000);
     live = openLivePush({ extra: { microphone: 'default' } });
     await listed(microphones, 2);

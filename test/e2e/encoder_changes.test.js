@@ -1,6 +1,6 @@
 'use strict';
 
-// The encoder is changed while it is live: a player that is there all the time sees it, in one
+// The encoder is changed while live: a player that runs all the time receives the changes, in one
 // session with the server.
 
 const assert = require('node:assert/strict');
@@ -56,7 +56,7 @@ describe('changing the encoder while live', GUARD, () => {
       await untilSize(size);
       await described;
       const { width, height } = await server.status();
-      assert.equal(`${width}x${height}`, size, 'the metadata say so too');
+      assert.equal(`${width}x${height}`, size, 'the metadata agree');
     }
     await witness.stop();
     assert.deepEqual(sizes, ['640x360', '320x180', '480x270', '848x480']);

@@ -29,7 +29,7 @@ const bars = (frame) =>
 const difference = (one, other) =>
   Math.max(...one.flat().map((value, index) => Math.abs(value - other.flat()[index])));
 
-/** The frames are black until the source has its first picture. */
+/** The frames are black until the source has delivered its first frame. */
 const showsPattern = (frame) => pixel(frame, 0.07, 0.4)[0] > 200;
 
 describe('example plug-ins on captured frames', GUARD, () => {
@@ -42,7 +42,7 @@ describe('example plug-ins on captured frames', GUARD, () => {
     return live.nextFrame(showsPattern);
   }
 
-  it('mirror turns the picture that JavaScript receives, and lets go of it', async () => {
+  it('mirror flips the frames that JavaScript receives, until it is disabled', async () => {
     const plain = bars(await startPreview('mirror'));
     assert.equal(live.push.enablePlugin('mirror', true), 0);
     const mirrored = bars(await live.nextFrame((frame) => difference(bars(frame), plain) > 100));
@@ -51,7 +51,7 @@ describe('example plug-ins on captured frames', GUARD, () => {
     await live.nextFrame((frame) => difference(bars(frame), plain) === 0);
   });
 
-  it('colour_adjust takes the colour away, and keeps to what it last accepted', async () => {
+  it('colour_adjust removes the colour, and keeps its last accepted parameters', async () => {
     const set = (text) => live.push.setPluginParameter('colour_adjust', text);
     const plain = bars(await startPreview('colour_adjust'));
     assert.equal(live.push.enablePlugin('colour_adjust', true), 0);
@@ -72,7 +72,7 @@ describe('example plug-ins on captured frames', GUARD, () => {
     await live.nextFrame((frame) => difference(bars(frame), dark) <= 1);
   });
 
-  it('clock_overlay writes into its corner and nowhere else', async () => {
+  it('clock_overlay draws into its corner only', async () => {
     const plain = await startPreview('clock_overlay');
     const parameters = JSON.stringify({ position: 'bottom-left', size: 0.1 });
     assert.equal(live.push.setPluginParameter('clock_overlay', parameters), 0);
@@ -109,7 +109,7 @@ describe('example plug-ins in a live stream', GUARD, () => {
     await server.stop();
   });
 
-  it('the witness at the server sees the picture mirrored, then without colour', async () => {
+  it('at the server the video is mirrored, then without colour', async () => {
     live = openWithPlugins('mirror', 'colour_adjust');
     const flowing = live.next('onFirstFramePushed');
     assert.equal(live.push.startPush(server.url()), 0);
@@ -125,7 +125,7 @@ describe('example plug-ins in a live stream', GUARD, () => {
     const turned = difference(mirrored, [...plain].reverse());
     assert.ok(turned < 12, `differs by ${turned} from the mirror image: ${mirrored}`);
     for (const [bar, colour] of mirrored.entries()) {
-      // The one in the middle stays where it is.
+      // The middle one keeps its position.
       const change = difference(colour, plain[bar]);
       assert.equal(change > 100, bar !== 3, `bar ${bar} has changed by ${change}`);
     }

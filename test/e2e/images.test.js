@@ -1,6 +1,6 @@
 'use strict';
 
-// Images that are published in the picture's place, as a viewer at the server sees them.
+// Images that are published in place of video frames, as received from the server.
 
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
@@ -45,7 +45,7 @@ function makePng(name, width, height, colour) {
 
 const isNear = (seen, wanted) => seen.every((value, index) => Math.abs(value - wanted[index]) < 20);
 
-/** Until the server's picture has these colours at the top, in the middle and at the bottom. */
+/** Waits until the server's video has these colours at the top, in the middle and at the bottom. */
 async function comesToShow(url, ...wanted) {
   for (;;) {
     const rows = await frameColours(url, 1, 9);
@@ -54,7 +54,7 @@ async function comesToShow(url, ...wanted) {
   }
 }
 
-/** A viewer that stays, and sees the mean colour of each picture. */
+/** A permanent viewer that records the mean colour of each frame. */
 function watchColour(url) {
   const one = ['-an', '-vf', 'format=rgb24,scale=1:1:flags=area', '-f', 'rawvideo', 'pipe:1'];
   const begin = ['-v', 'error', '-nostdin', '-fpsprobesize', '0', '-i', url];
@@ -68,7 +68,7 @@ function watchColour(url) {
   return {
     stop,
 
-    /** Until a picture later than those that were waited for has that colour. */
+    /** Waits until a frame after the last awaited one has that colour. */
     comesToShow: async (wanted) => {
       for (;;) {
         await arrival.until(() => colours.length > 0);
@@ -94,7 +94,7 @@ describe('while the screen is paused', GUARD, () => {
     await server.stop();
   });
 
-  /** Publishes the red window, paused when it has been seen. @returns {string} the stream's URL */
+  /** Publishes the red window, paused once it is visible. @returns {string} the stream's URL */
   async function pauseWith(name, mPausePushImagePath) {
     live = openLivePush({ config: { ...SIZE, mPausePushImagePath } });
     const { push } = live;
@@ -111,19 +111,19 @@ describe('while the screen is paused', GUARD, () => {
   it('the image is published, between black bars, and the screen again afterwards', async () => {
     const url = await pauseWith('wide', makePng('wide.png', 320, 120, [0, 0, 255, 255]));
     await comesToShow(url, BLACK, BLUE, BLACK);
-    assert.ok(isRed(await live.nextFrame()), 'JavaScript receives what is captured');
+    assert.ok(isRed(await live.nextFrame()), 'JavaScript receives the captured frame');
     assert.equal(live.push.resumeScreenShare(), 0);
     await comesToShow(url, RED, RED, RED);
   });
 
-  it('the image takes on another size with the stream', async () => {
+  it("the image follows a change of the stream's size", async () => {
     const url = await pauseWith('resized', makePng('blue.png', 320, 240, [0, 0, 255, 255]));
     await comesToShow(url, BLUE, BLUE, BLUE);
     live.push.setScreenShareEncoderConfiguration({ width: 240, height: 480 });
     await comesToShow(url, BLACK, BLUE, BLACK);
   });
 
-  it('black shines through', async () => {
+  it('transparent parts are black', async () => {
     const url = await pauseWith('alpha', makePng('alpha.png', 64, 48, [0, 0, 255, 128]));
     const half = BLUE.map((value) => value / 2);
     await comesToShow(url, half, half, half);

@@ -1,6 +1,6 @@
 'use strict';
 
-// A process that may open few files is told so, and lives on.
+// A process that may open few files gets an error, and continues.
 
 const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
@@ -20,7 +20,10 @@ const PRELUDE = `
   const next = (name) => new Promise((resolve) => live.addEventListener(name, resolve));
 `;
 
-/** Runs a script in a process of its own. @returns {{output: any, log: string}} what it gave to done() */
+/**
+ * Runs a script in a process of its own. @returns {{output: any, log: string}} the argument of
+ * done()
+ */
 function run(script) {
   const { status, signal, stdout, stderr } = spawnSync(
     process.execPath,
@@ -35,8 +38,8 @@ function run(script) {
   return { output: JSON.parse(stdout), log: stderr };
 }
 
-describe('where little is left', { timeout: 60_000 }, () => {
-  it('no pusher or player is made with too few descriptors, and one is with enough', () => {
+describe('with few descriptors left', { timeout: 60_000 }, () => {
+  it('a pusher or player needs enough descriptors', () => {
     const { output, log } = run(`
       limit('nofile', open() + 20);
       const few = [live.initPusher({}), live.initPlayer({})];
@@ -47,7 +50,7 @@ describe('where little is left', { timeout: 60_000 }, () => {
     assert.match(log, /no player: only \d+ more descriptors can be opened; 96 are needed/);
   });
 
-  it('preview, push and playing tell by an event', () => {
+  it('preview, push and playback report it by an event', () => {
     const { output } = run(`
       live.initPusher({ width: 320, height: 180 });
       const player = live.initPlayer({});

@@ -1,7 +1,7 @@
 'use strict';
 
-// The test pattern and two streams of plain colours and other tones are mixed; FFmpeg looks and
-// listens at the server, from the beginning of each test to its end.
+// The test pattern and two streams of plain colours and other tones are mixed; FFmpeg analyses
+// video and audio from the server during each whole test.
 
 const assert = require('node:assert/strict');
 const { after, afterEach, before, describe, it } = require('node:test');
@@ -27,7 +27,7 @@ const YELLOW = [254, 254, 0];
 
 const TONES = { local: 440, red: 1000, lime: 1600 };
 
-/** Looks at a stream all the time. */
+/** Monitors a stream continuously. */
 function watch(url) {
   let seen;
   const waiting = new Set();
@@ -37,7 +37,7 @@ function watch(url) {
   });
   const isLike = (a, b) => a.every((value, index) => Math.abs(value - b[index]) <= COLOUR_ERROR);
   return {
-    /** Resolves when the fields at some places, in pixels, have their colours. */
+    /** Resolves when the areas at some places, in pixels, have their colours. */
     async shows(...places) {
       const isThere = (colourAt) =>
         places.every(([x, y, colour]) => isLike(colourAt(x / FIELD, y / FIELD), colour));
@@ -47,7 +47,7 @@ function watch(url) {
         waiting.add(waiter);
         deadline.onabort = () => {
           const colours = places.map(([x, y]) => `${x},${y}: ${seen?.(x / FIELD, y / FIELD)}`);
-          reject(new Error(`seen at last: ${colours.join('; ')}`));
+          reject(new Error(`last colours: ${colours.join('; ')}`));
         };
       });
       waiting.clear();
@@ -56,7 +56,7 @@ function watch(url) {
   };
 }
 
-/** Resolves when exactly the tones of `users` are heard, for half a second. */
+/** Resolves when exactly the tones of `users` are audible, for half a second. */
 async function untilAudible(url, ...users) {
   const wanted = Object.keys(TONES).map((user) => users.includes(user));
   let child;
@@ -116,7 +116,7 @@ describe('a live mix', GUARD, () => {
     return { userId, x, y, width, height, zOrder };
   };
 
-  /** Sets a layout, which must be taken. */
+  /** Sets a layout, which must be accepted. */
   async function mix(layout) {
     const result = live.next(MIX_RESULT);
     assert.equal(live.push.setLiveMixTranscodingConfig(layout), 0);
@@ -125,7 +125,7 @@ describe('a live mix', GUARD, () => {
 
   const mixOf = (...mixStreams) => mix({ backgroundColor: BACKGROUND, mixStreams });
 
-  it('puts everybody into their places on the background, in the order of their z', async () => {
+  it('puts all users into their places on the background, in the order of their z', async () => {
     await witness.shows([120, 120, YELLOW]);
     await mixOf(
       place(red.id, 320, 0, 320, 180, 2),
@@ -145,7 +145,7 @@ describe('a live mix', GUARD, () => {
     );
   });
 
-  it('with their sound', async () => {
+  it('with their audio', async () => {
     await untilAudible(url, 'local', 'red', 'lime');
     await mixOf(place('local', 0, 0, 320, 180), place(lime.id, 320, 0, 320, 180));
     await untilAudible(url, 'local', 'lime');
@@ -153,7 +153,7 @@ describe('a live mix', GUARD, () => {
     await untilAudible(url, 'red');
   });
 
-  it('as loud as the players play', async () => {
+  it("at the players' volume", async () => {
     await mixOf(place(red.id, 0, 0, 320, 180), place(lime.id, 320, 0, 320, 180));
     live.push.setRemoteAudioVolume(red.id, 0);
     await untilAudible(url, 'lime');
@@ -161,7 +161,7 @@ describe('a live mix', GUARD, () => {
     await untilAudible(url, 'red', 'lime');
   });
 
-  it('follows each layout at once, also outside of the picture', async () => {
+  it('follows each layout immediately, also outside of the frame', async () => {
     await mixOf(place(red.id, -160, -80, 320, 160), place(lime.id, 560, 260, 400, 400));
     await witness.shows([0, 0, RED], [140, 60, RED], [160, 60, GREY], [620, 340, LIME]);
     await mixOf(place(lime.id, -160, -80, 320, 160), place(red.id, 560, 260, 400, 400));
@@ -175,7 +175,7 @@ describe('a live mix', GUARD, () => {
     ];
     const half = (cropMode) =>
       mix({ cropMode, backgroundColor: BACKGROUND, mixStreams: [place('', 0, 0, 320, 360)] });
-    // Of a picture of 640x360 its middle half, all of it between bars, all of it.
+    // Of a frame of 640x360 the middle half, all of it between bars, all of it.
     await half(1);
     await witness.shows([60, 120, CYAN], [140, 120, LIME], [260, 120, MAGENTA], [320, 120, GREY]);
     await half(0);
@@ -214,14 +214,14 @@ describe('a live mix', GUARD, () => {
     await witness.shows([60, 60, LIME], [400, 60, GREY]);
   });
 
-  it('shows the background for a player that has not begun', async () => {
+  it('shows the background for a player that has not started', async () => {
     const player = openPlayer(live);
     await mixOf(place(player.id, 0, 0, 320, 180), place(red.id, 320, 0, 320, 180));
     await witness.shows([60, 60, GREY], [400, 60, RED]);
     player.close();
   });
 
-  it('keeps its pixels when the published picture changes its size', async () => {
+  it('keeps its pixels when the published size changes', async () => {
     await mixOf(place(red.id, 0, 0, 160, 90));
     await witness.shows([120, 60, RED], [200, 120, GREY]);
     const sizes = [];
@@ -236,13 +236,13 @@ describe('a live mix', GUARD, () => {
     });
     await Promise.all([described, smaller]);
     assert.deepEqual(sizes, ['640x360', '320x180']);
-    // Scaled up by the witness: what were 160 pixels of 640 are 160 of 320.
+    // Scaled up by the witness: 160 pixels of 640 became 160 of 320.
     await witness.shows([300, 160, RED], [340, 160, GREY]);
     live.push.setResolution({ width: 640, height: 360 });
     await witness.shows([120, 60, RED], [200, 120, GREY]);
   });
 
-  it('refuses what cannot be, says why, and goes on as it was', async () => {
+  it('refuses invalid layouts with an error, and keeps the current one', async () => {
     await mixOf(place(red.id, 0, 0, 320, 180));
     const many = Array.from({ length: 17 }, () => place('', 0, 0, 10, 10));
     for (const [mixStreams, code, reason] of [
@@ -265,7 +265,7 @@ describe('a live mix', GUARD, () => {
     await witness.shows([120, 60, RED], [400, 60, GREY]);
   });
 
-  it('leaves the frames of the application as they were captured', async () => {
+  it("leaves the application's captured frames unchanged", async () => {
     await mixOf(place(red.id, 0, 0, 640, 360));
     await witness.shows([120, 120, RED]);
     const frame = await live.nextFrame(({ user_id: user }) => user === 'preview');

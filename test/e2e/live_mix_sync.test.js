@@ -1,7 +1,7 @@
 'use strict';
 
-// A guest flashes and beeps in the same moment once a second; the published mix keeps the two
-// together.
+// A guest's stream flashes and beeps simultaneously once a second; the published mix keeps the two
+// in sync.
 
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
@@ -45,7 +45,9 @@ async function flashesOf(file) {
     .map(([time]) => time);
 }
 
-/** @returns {Promise<number[]>} seconds at which the recording begins to beep */
+/**
+ * @returns {Promise<number[]>} seconds at which beeps start in the recording
+ */
 async function beepsOf(file) {
   const filter = ['-af', 'aresample=async=1:first_pts=0', '-f', 's16le', '-ac', '1'];
   const raw = await runChild(

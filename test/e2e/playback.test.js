@@ -13,7 +13,7 @@ const { openPlayer } = require('./support/player');
 
 const GUARD = { timeout: 90_000 };
 const SIZE = { width: 640, height: 360 };
-// Red as BT.709 has it.
+// Red in BT.709.
 const RED = [63, 102, 240];
 
 // See LumoLiveResult.h.
@@ -52,7 +52,7 @@ describe('playing', GUARD, () => {
     fs.rmSync(folder, { recursive: true });
   });
 
-  /** Publishes a stream and waits until the server has it. */
+  /** Publishes a stream and waits until it is available at the server. */
   async function publish(name, options) {
     publisher = startTestPublisher(server.url(name), { ...SIZE, ...options });
     while (!(await server.status(name)).publishing) {
@@ -61,7 +61,7 @@ describe('playing', GUARD, () => {
     return server.url(name);
   }
 
-  it('a live stream: pixels, events in order, figures, and its end', async () => {
+  it('a live stream: pixels, events in order, statistics, and its end', async () => {
     const url = await publish('seen', { source: 'color=red' });
     player = openPlayer(live);
     assert.equal(live.push.getPlayMode(player.id), MODE.none);
@@ -73,7 +73,7 @@ describe('playing', GUARD, () => {
     assert.equal(live.push.getPlayMode(player.id), MODE.live);
     const { quality } = await player.next('onNetworkQualityChange');
     assert.ok([QUALITY.excellent, QUALITY.good].includes(quality), `${quality}`);
-    await player.next('onPlayerStatistics'); // the first may hold the burst of the beginning
+    await player.next('onPlayerStatistics'); // the first may include the initial burst
     const seconds = [
       await player.next('onPlayerStatistics'),
       await player.next('onPlayerStatistics'),
@@ -92,7 +92,7 @@ describe('playing', GUARD, () => {
     );
   });
 
-  it('the figures of a second agree with what is published', async () => {
+  it('the statistics of a second agree with the published stream', async () => {
     const url = await publish('measured', { frameRate: 20 });
     player = openPlayer(live);
     await player.play(url);
@@ -129,7 +129,7 @@ describe('playing', GUARD, () => {
     }
   });
 
-  it('a file that says that it lies on its side is shown upright', async () => {
+  it('a file with an orientation tag is shown upright', async () => {
     const lying = path.join(folder, 'lying.mp4');
     const turned = path.join(folder, 'turned.mp4');
     await writeTestFile(lying, 1, { ...SIZE, source: 'rgbtestsrc' });
@@ -138,12 +138,12 @@ describe('playing', GUARD, () => {
     player = openPlayer(live);
     const frame = await player.play(turned);
     assert.deepEqual([frame.width, frame.height], [SIZE.height, SIZE.width]);
-    // ffmpeg turns the other way round: red, on top, goes left.
+    // ffmpeg rotates the other way: red, on top, moves to the left.
     assert.ok(pixel(frame, 0.1, 0.5)[2] > 160, 'red is left');
     assert.ok(pixel(frame, 0.9, 0.5)[1] > 160, 'blue is right');
   });
 
-  it('what cannot be is refused at once', async () => {
+  it('invalid requests are refused immediately', async () => {
     player = openPlayer(live);
     const urls = ['', 'stream', 'gopher://127.0.0.1/x', 'rtmp://127.0.0.1', 'srt://127.0.0.1'];
     for (const url of urls) assert.equal(player.start(url), INVALID_ARGUMENT, url);
@@ -157,7 +157,7 @@ describe('playing', GUARD, () => {
     assert.equal(live.push.setRemoteAudioVolume(player.id, 401), INVALID_ARGUMENT);
   });
 
-  it('a publisher that comes back within seconds is picked up again', async () => {
+  it('a publisher that returns within seconds is played again', async () => {
     const url = await publish('returning', { source: 'color=red' });
     player = openPlayer(live);
     await player.play(url);
@@ -169,7 +169,7 @@ describe('playing', GUARD, () => {
     assert.ok(!player.names().includes('onPlayError'));
   });
 
-  it('stop and start at once, and players that are destroyed in the middle of it all', async () => {
+  it('immediate stop and start, and players that are destroyed meanwhile', async () => {
     const url = await publish('restless');
     player = openPlayer(live);
     await player.play(url);
@@ -188,7 +188,7 @@ describe('playing', GUARD, () => {
     await player.nextFrame();
   });
 
-  it('requests are answered within 5 ms, also while the network hangs', async () => {
+  it('requests return within 5 ms, even while the network hangs', async () => {
     const port = await freePort();
     const hanging = require('node:net').createServer(() => {});
     await new Promise((resolve) => hanging.listen(port, '127.0.0.1', resolve));
@@ -208,17 +208,17 @@ describe('playing', GUARD, () => {
       const stopped = player.next('onPlayStopped');
       timed(() => live.push.stopPlay(id));
       await stopped;
-      assert.ok(performance.now() - began < 2000, 'stopped whatever the network does');
+      assert.ok(performance.now() - began < 2000, 'stopped even though the network hangs');
       timed(() => live.push.destroyPlayer(id));
       player = undefined;
     }
     hanging.close();
     times.sort((a, b) => a - b);
-    // A busy machine may take the thread away once or twice.
+    // A busy machine may suspend the thread once or twice.
     assert.ok(times[Math.floor(times.length * 0.9)] < 5, `${times.slice(-5)} ms at worst`);
   });
 
-  it('sixteen live streams play at once, on a part of one core', async () => {
+  it('sixteen live streams play at once, on less than one core', async () => {
     const url = await publish('shared');
     const players = Array.from({ length: 16 }, () => openPlayer(live));
     try {

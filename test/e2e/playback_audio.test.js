@@ -16,7 +16,7 @@ const GUARD = { timeout: 60_000 };
 const SAMPLE_BYTES = 2;
 const PIECE = 4800; // samples, a tenth of a second
 
-/** A sound system of the test's own, whose only output goes nowhere but can be listened to. */
+/** A sound server of the test's own, whose only output is a null sink that can be recorded. */
 async function startSoundSystem(folder) {
   const socket = path.join(folder, 'sound.socket');
   const system = startChild('env', [
@@ -37,7 +37,9 @@ async function startSoundSystem(folder) {
   return system;
 }
 
-/** Tells the loudness of what is heard, piece by piece. @param {(rms: number) => void} onPiece */
+/**
+ * Reports the RMS level of the played audio, chunk by chunk. @param {(rms: number) => void} onPiece
+ */
 function listen(onPiece) {
   const format = ['--format=s16le', '--rate=48000', '--channels=1', '--latency-msec=50'];
   const recorder = startChild('parec', ['--device=out.monitor', ...format]);
@@ -49,7 +51,7 @@ function listen(onPiece) {
   return recorder;
 }
 
-describe('the sound of a player', GUARD, () => {
+describe('the audio of a player', GUARD, () => {
   let folder;
   let system;
   let recorder;
@@ -77,7 +79,7 @@ describe('the sound of a player', GUARD, () => {
     fs.rmSync(folder, { recursive: true });
   });
 
-  /** Resolves when what is heard stays near `loudness` for half a second. */
+  /** Resolves when the played audio stays near `loudness` for half a second. */
   function untilLoudness(loudness) {
     return new Promise((resolve) => {
       let inARow = 0;
@@ -92,7 +94,7 @@ describe('the sound of a player', GUARD, () => {
   // ffmpeg's tone has an eighth of full scale.
   const TONE = 32767 / 8 / Math.SQRT2;
 
-  it('comes out of the default output, as loud as it was told', async () => {
+  it('is played to the default output, at the set volume', async () => {
     await untilLoudness(0);
     await player.play(server.url());
     await untilLoudness(TONE);
@@ -104,7 +106,7 @@ describe('the sound of a player', GUARD, () => {
     await untilLoudness(0);
   });
 
-  it('is dropped when the output goes away, and the pictures go on', async () => {
+  it('is dropped when the output disappears, and the video continues', async () => {
     await player.play(server.url());
     await untilLoudness(TONE);
     await system.stop();

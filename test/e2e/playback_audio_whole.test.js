@@ -19,9 +19,9 @@ const GUARD = { timeout: 60_000 };
 const HERTZ = 440;
 const SECONDS = 10;
 const SETTLE_SECONDS = 2;
-const START_SECONDS = 5; // what the player may take
+const START_SECONDS = 5; // the player's time to start
 
-describe('the audio of a live stream is whole', GUARD, () => {
+describe('the audio of a live stream is continuous', GUARD, () => {
   let folder;
   let clip;
   let soundServer;
@@ -31,7 +31,7 @@ describe('the audio of a live stream is whole', GUARD, () => {
     clip = path.join(folder, 'tone.mp4');
     await writeTestFile(clip, SECONDS + SETTLE_SECONDS + START_SECONDS, { tone: HERTZ });
     soundServer = await startSoundServer();
-    // The audio output reads it when the first player opens it.
+    // Read when the first player opens the audio output.
     process.env.PULSE_SERVER = soundServer.address;
     live = openLivePush();
   });
@@ -41,7 +41,7 @@ describe('the audio of a live stream is whole', GUARD, () => {
     fs.rmSync(folder, { recursive: true });
   });
 
-  /** Sends the clip in its own time. Nothing is encoded: a busy machine must not tear it. */
+  /** Sends the clip in real time. Nothing is encoded, so that a busy machine causes no gaps. */
   const send = (format, url) =>
     startChild('ffmpeg', [
       ...['-v', 'error', '-nostdin', '-re', '-i', clip, '-c', 'copy', '-f', format, url],
@@ -76,7 +76,7 @@ describe('the audio of a live stream is whole', GUARD, () => {
     }
   });
 
-  it('over SRT, which carries several pieces of audio in one packet', async () => {
+  it('over SRT, which carries several audio chunks in one packet', async () => {
     const url = `srt://127.0.0.1:${await freePort()}`;
     const publisher = send('mpegts', `${url}?mode=listener&pkt_size=1316`);
     try {

@@ -16,7 +16,7 @@ const { makeCertificate } = require('./support/certificate');
 const { openLivePush } = require('./support/live_push');
 const { openPlayer } = require('./support/player');
 
-// A name server that is silent is asked once more, not for as long as a player tries.
+// An unresponsive name server is queried once more, not for as long as a player tries.
 process.env.RES_OPTIONS = 'timeout:1 attempts:2';
 
 const GUARD = { timeout: 90_000, concurrency: 3 };
@@ -41,9 +41,9 @@ function listening(server) {
   });
 }
 
-// Several tests wait ten seconds for nothing to happen, so some run at once. Together they stay below
-// sixteen players.
-describe('when playing fails, the code tells why', GUARD, () => {
+// Several tests wait ten seconds for nothing to happen, so some run concurrently. Together they
+// stay below sixteen players.
+describe('failed playback is reported with its error code', GUARD, () => {
   let folder;
   let server;
   let live;
@@ -95,9 +95,10 @@ describe('when playing fails, the code tells why', GUARD, () => {
       'https://nowhere.invalid/s.m3u8',
     ]));
 
-  it('nobody listens', async () => expectCode(CODE.refused, urlsOf('127.0.0.1', await freePort())));
+  it('no server listens', async () =>
+    expectCode(CODE.refused, urlsOf('127.0.0.1', await freePort())));
 
-  it('the server says nothing', async () => {
+  it('the server sends nothing', async () => {
     const silent = net.createServer(() => {});
     open.push(silent);
     const port = await listening(silent);
@@ -131,12 +132,12 @@ describe('when playing fails, the code tells why', GUARD, () => {
     ]);
   });
 
-  it('what comes is no media', async () => {
+  it('the data are not media', async () => {
     const text = path.join(folder, 'notes.mp4');
-    fs.writeFileSync(text, 'These are no pictures.\n'.repeat(1000));
+    fs.writeFileSync(text, 'This is not video.\n'.repeat(1000));
     const noise = path.join(folder, 'noise.mp4');
     fs.writeFileSync(noise, Buffer.alloc(100_000, 0x5a));
-    const web = http.createServer((_request, response) => response.end('no pictures'.repeat(500)));
+    const web = http.createServer((_request, response) => response.end('not video'.repeat(500)));
     open.push(web);
     const url = `http://127.0.0.1:${await listening(web)}/page.html`;
     await expectCode(CODE.undecodable, [text, noise, url]);
@@ -185,7 +186,7 @@ describe('when playing fails, the code tells why', GUARD, () => {
     assert.match(log, /srtsrc is missing; Debian package gstreamer1\.0-plugins-bad/);
   });
 
-  it('a server that freezes does not hold up a stop, nor other players', async () => {
+  it('a frozen server blocks neither a stop nor other players', async () => {
     const frozen = await startRtmpServer();
     const publishers = [frozen, server].map((each) => startTestPublisher(each.url('steady')));
     const [held, free] = [openPlayer(live), openPlayer(live)];
@@ -203,7 +204,7 @@ describe('when playing fails, the code tells why', GUARD, () => {
     await frozen.stop();
   });
 
-  it('the stream is lost and does not come back', async () => {
+  it('the stream is lost and does not return', async () => {
     const dying = await startRtmpServer();
     const publisher = startTestPublisher(dying.url());
     const player = openPlayer(live);

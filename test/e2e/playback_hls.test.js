@@ -12,7 +12,7 @@ const { openPlayer } = require('./support/player');
 
 const GUARD = { timeout: 90_000 };
 const TIMED = 2; // LumoLivePlayMode
-const RED = [63, 102, 240]; // as BT.709 has it
+const RED = [63, 102, 240]; // in BT.709
 const SECRET = 'token=s3cret';
 
 const isRed = (frame) =>
@@ -33,7 +33,7 @@ async function writePlaylist(file, options = []) {
   );
 }
 
-/** Serves a folder, with parts of files; "/moved/x" redirects to "/x". Keeps what was asked for. */
+/** Serves a folder, with range requests; "/moved/x" redirects to "/x". Records the requests. */
 function serveFolder(folder, asked) {
   return http.createServer((request, response) => {
     const { pathname, search } = new URL(request.url, 'http://host');
@@ -74,7 +74,7 @@ describe('HLS plays', GUARD, () => {
     fs.rmSync(folder, { recursive: true });
   });
 
-  /** Plays to the end; red it must be. */
+  /** Plays to the end; the video must be red. */
   async function expectRed(url) {
     asked.length = 0;
     player = openPlayer(live);

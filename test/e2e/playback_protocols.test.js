@@ -20,7 +20,7 @@ const { openPlayer } = require('./support/player');
 
 const GUARD = { timeout: 120_000 };
 const RED_SOURCE = { source: 'color=red' };
-const RED = [63, 102, 240]; // as BT.709 has it
+const RED = [63, 102, 240]; // in BT.709
 const LIVE = 1; // LumoLivePlayMode
 const TIMED = 2;
 
@@ -43,7 +43,7 @@ const flvServer = () =>
     response.on('close', () => source.stop());
   });
 
-/** A way to a UDP port on which, coming back, one datagram in `every` gets lost. */
+/** A proxy of a UDP port that drops one of `every` datagrams on the way back. */
 async function startLossyProxy(port, every) {
   const front = dgram.createSocket('udp4');
   const back = dgram.createSocket('udp4');
@@ -64,7 +64,7 @@ async function startLossyProxy(port, every) {
   return { port: front.address().port, close };
 }
 
-/** An encrypted way to a port. */
+/** A TLS tunnel to a port. */
 const tunnelTo = (port, identity) =>
   tls.createServer(identity, (socket) => {
     const inner = net.connect(port, '127.0.0.1');
@@ -100,7 +100,7 @@ describe('playing over', GUARD, () => {
     fs.rmSync(folder, { recursive: true });
   });
 
-  /** Plays `url`, which must show red and come to thirty frames a second, for three seconds. */
+  /** Plays `url`, which must show red at thirty frames per second, for three seconds. */
   async function expectRed(url, mode) {
     player = openPlayer(live);
     assert.ok(isRed(await player.play(url)), url);
@@ -154,7 +154,7 @@ describe('playing over', GUARD, () => {
     await expectRed(url, LIVE);
   });
 
-  it('SRT that loses packets, and tells how many', async () => {
+  it('SRT with packet loss, and reports the loss', async () => {
     const port = await freePort();
     const format = 'mpegts';
     const target = `srt://127.0.0.1:${port}?mode=listener&pkt_size=1316`;

@@ -1,6 +1,6 @@
 'use strict';
 
-// A network that is there but bad: slow, stalled, frozen, or closed to this stream.
+// A bad network: slow, stalled, frozen, or denying this stream.
 
 const assert = require('node:assert/strict');
 const { after, afterEach, before, beforeEach, describe, it } = require('node:test');
@@ -45,7 +45,7 @@ describe('a bad network', GUARD, () => {
     await flowing;
   }
 
-  it('too slow: poor, then pictures are left out, then good again', async () => {
+  it('too slow: poor, then frames are dropped, then good again', async () => {
     await publish(2000);
     const poor = live.next('onNetworkPoor');
     const lossy = live.next('onPacketsLost');
@@ -58,13 +58,13 @@ describe('a bad network', GUARD, () => {
     assert.deepEqual(
       live.names().filter((name) => /Connection|Reconnect|Timeout/.test(name)),
       [],
-      'slow is not broken',
+      'slow, but not broken',
     );
     const { video } = await probeStream(server.url(), 2);
     assert.ok(Math.abs(video.fps - 30) < 2, `${video.fps} frames per second`);
   });
 
-  it('stalled for a while: onSendDataTimeout, and the same connection goes on', async () => {
+  it('stalled for a while: onSendDataTimeout, and the same connection continues', async () => {
     await publish(4000, 2000);
     const timeout = live.next('onSendDataTimeout');
     link.stall();
@@ -74,7 +74,7 @@ describe('a bad network', GUARD, () => {
     assert.ok(!live.names().includes('onConnectionLost'));
   });
 
-  it('stalled for good: the connection counts as broken and is made anew', async () => {
+  it('stalled permanently: the connection counts as broken and is replaced', async () => {
     await publish(4000, 800);
     const lost = live.next('onConnectionLost');
     link.stall();
@@ -86,7 +86,7 @@ describe('a bad network', GUARD, () => {
     assert.equal((await server.status()).publishing, true);
   });
 
-  it('the server freezes and thaws: the push finds back by itself', async () => {
+  it('the server freezes and thaws: the push recovers by itself', async () => {
     await publish(4000, 800, server.rtmpPort);
     const lost = live.next('onConnectionLost');
     server.freeze();
@@ -98,7 +98,7 @@ describe('a bad network', GUARD, () => {
     assert.equal(video.codec, 'h264');
   });
 
-  it('cut: the next connection is there at once', async () => {
+  it('cut: the next connection succeeds immediately', async () => {
     await publish(800);
     const back = live.next('onReconnectSucceed');
     link.cut();
@@ -139,7 +139,7 @@ describe('authorisation', GUARD, () => {
     ]);
   });
 
-  it('the URL says that it has expired: told once, but the server decides', async () => {
+  it('the URL has expired: reported once, but the server decides', async () => {
     live = openLivePush();
     const flowing = live.next('onFirstFramePushed');
     live.push.startPush(server.url('stream?key=good&expires=1500000000'));
@@ -150,7 +150,7 @@ describe('authorisation', GUARD, () => {
     ]);
   });
 
-  it('a URL that is still good is not mentioned', async () => {
+  it('a URL that has not expired is not reported', async () => {
     live = openLivePush();
     const flowing = live.next('onFirstFramePushed');
     live.push.startPush(server.url('stream?key=good&expires=32500000000'));

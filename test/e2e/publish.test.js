@@ -18,7 +18,7 @@ describe('publishing a stream', GUARD, () => {
   afterEach(() => live?.close());
   after(() => server.stop());
 
-  /** Publishes under `name` and waits until the server has the stream. */
+  /** Publishes under `name` and waits until the stream is available at the server. */
   async function publish(name, options) {
     live = openLivePush(options);
     const accepted = live.next('onPushStarted');
@@ -28,7 +28,7 @@ describe('publishing a stream', GUARD, () => {
     await firstFrame;
   }
 
-  it('an independent witness sees the configured picture and sound', async () => {
+  it('the stream has the configured video and audio', async () => {
     await publish('seen', { config: { mVideoEncodeGop: 1 } });
     const { video, audio } = await probeStream(server.url('seen'), 4);
     assert.equal(video.codec, 'h264');
@@ -39,7 +39,7 @@ describe('publishing a stream', GUARD, () => {
     assert.deepEqual([audio.sampleRate, audio.channels], [48000, 2]);
   });
 
-  it('raises each event when it is true, in order, and once', async () => {
+  it('raises each event at the right time, in order, and once', async () => {
     live = openLivePush();
     const { push } = live;
     const previewed = live.next('onPreviewStarted');
@@ -68,11 +68,11 @@ describe('publishing a stream', GUARD, () => {
   it('delivers the captured frames to JavaScript, upright and in the right colours', async () => {
     live = openLivePush();
     live.push.startPreview({ view: null, ...CONFIG });
-    // Black until the source has its first picture.
+    // Black until the source has delivered its first frame.
     const frame = await live.nextFrame((candidate) => pixel(candidate, 0.5, 0.4)[0] > 16);
     assert.deepEqual([frame.source, frame.user_id], [0, 'preview']);
     assert.deepEqual([frame.width, frame.height], [CONFIG.width, CONFIG.height]);
-    // White, yellow, cyan, green, magenta, red and blue in the upper two thirds, as BT.709 has them.
+    // White, yellow, cyan, green, magenta, red and blue in the upper two thirds, in BT.709.
     const bars = [235, 219, 188, 173, 78, 63, 32];
     const luma = bars.map((_value, bar) => pixel(frame, (bar + 0.5) / 7, 0.4)[0]);
     for (const [bar, value] of bars.entries()) {
@@ -80,7 +80,7 @@ describe('publishing a stream', GUARD, () => {
     }
   });
 
-  it('setMute publishes silence and comes back', async () => {
+  it('setMute publishes silence, then audio again', async () => {
     live = openLivePush();
     const accepted = live.next('onPushStarted');
     assert.equal(live.push.startPushAsync(server.url('mute')), 0);
@@ -94,7 +94,7 @@ describe('publishing a stream', GUARD, () => {
     await witness.stop();
   });
 
-  it('muteLocalCamera publishes black and comes back', async () => {
+  it('muteLocalCamera publishes black, then video again', async () => {
     await publish('black');
     assert.equal(live.push.muteLocalCamera(true), 0);
     await live.nextFrame((frame) => pixel(frame, 0.07, 0.4)[0] < 20);
@@ -105,7 +105,7 @@ describe('publishing a stream', GUARD, () => {
     await live.nextFrame((frame) => pixel(frame, 0.07, 0.4)[0] > 150);
   });
 
-  it('stopCamera holds the last picture, startCamera lets it run again', async () => {
+  it('stopCamera holds the last frame, startCamera resumes', async () => {
     live = openLivePush();
     live.push.startPreview({ view: null, ...CONFIG });
     await live.nextFrame();
@@ -114,13 +114,13 @@ describe('publishing a stream', GUARD, () => {
       const [first, second] = [await live.nextFrame(), await live.nextFrame()];
       return first.data_y.equals(second.data_y);
     };
-    // The pattern's clock moves with every picture, so two equal ones mean that it stands.
+    // The pattern's clock changes with every frame, so two equal frames mean that it has stopped.
     while (!(await isStill()));
     assert.equal(live.push.startCamera(), 0);
     while (await isStill());
   });
 
-  it('a push that was refused or stopped leaves the way free for the next one', async () => {
+  it('a push that was refused or stopped does not prevent the next one', async () => {
     live = openLivePush();
     const failed = live.next('onConnectFail');
     live.push.startPush(server.url('stream', 'nosuchapplication'));
@@ -136,7 +136,7 @@ describe('publishing a stream', GUARD, () => {
     await acceptedAgain;
   });
 
-  it('sound alone is published when the configuration says so', async () => {
+  it('audio only is published if configured', async () => {
     live = openLivePush({ config: { mAudioOnly: true } });
     const accepted = live.next('onPushStarted');
     live.push.startPush(server.url('sound'));

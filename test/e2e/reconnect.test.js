@@ -1,6 +1,6 @@
 'use strict';
 
-// What a push does when its connection breaks: who hears what, and what the server has afterwards.
+// A push whose connection breaks: its events, and the stream at the server afterwards.
 
 const assert = require('node:assert/strict');
 const { afterEach, describe, it } = require('node:test');
@@ -32,7 +32,7 @@ describe('when the connection breaks', GUARD, () => {
     await flowing;
   }
 
-  it('connects again each time that the server comes back, and the picture is there', async () => {
+  it('reconnects each time that the server returns, and video resumes', async () => {
     server = await startRtmpServer();
     await publish();
     for (let outage = 0; outage < 3; outage += 1) {
@@ -47,7 +47,7 @@ describe('when the connection breaks', GUARD, () => {
     ]);
   });
 
-  it('keeps capturing and does not turn time back', async () => {
+  it('keeps capturing and never lets time go back', async () => {
     server = await startRtmpServer();
     await publish();
     const before = await probeStream(server.url(), 1);
@@ -62,7 +62,7 @@ describe('when the connection breaks', GUARD, () => {
     assert.ok(after.video.startSeconds > before.video.startSeconds + 0.5);
   });
 
-  it('gives up after the last attempt: onReconnectFail, and the push is over', async () => {
+  it('gives up after the last attempt: onReconnectFail, and the push has ended', async () => {
     server = await startRtmpServer();
     await publish({ maxAttempts: 2, firstDelayMs: 20, maxDelayMs: 20 });
     const failed = live.next('onReconnectFail');
@@ -94,7 +94,7 @@ describe('when the connection breaks', GUARD, () => {
     assert.equal((await explained).code, PUBLISH_DENIED);
   });
 
-  it('stopPush ends the waiting for the next attempt', async () => {
+  it('stopPush ends the wait for the next attempt', async () => {
     server = await startRtmpServer();
     await publish({ maxAttempts: 1, firstDelayMs: 600_000, maxDelayMs: 600_000 });
     const waiting = live.next('onReconnectStart');
@@ -108,7 +108,7 @@ describe('when the connection breaks', GUARD, () => {
     assert.ok(!live.names().includes('onReconnectFail'));
   });
 
-  it('stopPush ends an attempt that is under way', async () => {
+  it('stopPush ends an attempt in progress', async () => {
     server = await startRtmpServer();
     await publish({ maxAttempts: 1000, firstDelayMs: 0, maxDelayMs: 0 });
     const lost = live.next('onReconnectStart');

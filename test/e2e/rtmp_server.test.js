@@ -1,7 +1,7 @@
 'use strict';
 
-// The far end of the end-to-end tests is checked with a publisher of FFmpeg's, so that a failure
-// of the others tells of the SDK.
+// The server side of the end-to-end tests is checked with an FFmpeg publisher, so that failures of
+// the other tests are those of the SDK.
 
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
@@ -39,7 +39,7 @@ describe('the RTMP server and the witness', GUARD, () => {
     await server.stop();
   });
 
-  it('see what is published', async () => {
+  it('receive the published stream', async () => {
     const { video, audio } = await probeStream(server.url(), 2);
     assert.deepEqual([video.codec, video.width, video.height], ['h264', 320, 180]);
     assert.ok(Math.abs(video.fps - 25) < 0.5, `${video.fps} frames per second`);
@@ -76,8 +76,8 @@ describe('the RTMP server and the witness', GUARD, () => {
     }
   });
 
-  it('show the picture', async () => {
-    // Six full colours side by side; what moves in front changes the means a little.
+  it('show the video', async () => {
+    // Six full colours side by side; the moving foreground changes the means a little.
     const expected = [
       [255, 0, 0],
       [0, 255, 0],
@@ -95,7 +95,7 @@ describe('the RTMP server and the witness', GUARD, () => {
     }
   });
 
-  it('save the picture', async (t) => {
+  it('save a frame', async (t) => {
     const file = `${fs.mkdtempSync('/tmp/witness-')}/picture.png`;
     t.after(() => fs.rmSync(file.replace('/picture.png', ''), { recursive: true }));
     await saveImage(server.url(), file);
@@ -104,7 +104,7 @@ describe('the RTMP server and the witness', GUARD, () => {
 });
 
 describe('the RTMP server', GUARD, () => {
-  it('leaves nothing behind, and can come back on its port', async () => {
+  it('leaks nothing, and can restart on its port', async () => {
     const server = await startRtmpServer();
     const { pid, rtmpPort } = server;
     assert.ok(isAlive(pid));
@@ -130,7 +130,7 @@ describe('the RTMP server', GUARD, () => {
     assert.match(await publisher.ended, /ffmpeg: exit code/);
   });
 
-  it('serves the applications that it is told', async () => {
+  it('serves the configured applications', async () => {
     const server = await startRtmpServer({
       applications: { closed: 'live on; deny publish all;' },
     });
@@ -146,7 +146,7 @@ describe('the RTMP server', GUARD, () => {
     await server.stop();
   });
 
-  it('asks for the permission to publish', async () => {
+  it('asks for permission to publish', async () => {
     const asked = [];
     const server = await startRtmpServer({
       authorise: (request) => {
@@ -163,7 +163,7 @@ describe('the RTMP server', GUARD, () => {
     await server.stop();
   });
 
-  it('says why it does not start', async () => {
+  it('reports why it does not start', async () => {
     await assert.rejects(
       startRtmpServer({ applications: { live: 'no_such_directive;' } }),
       /did not start.*no_such_directive/s,

@@ -1,7 +1,7 @@
 'use strict';
 
-// A shared screen is encoded in its own way, from the moment on in which that is wanted: players
-// that are there all the time see it, in one session with the server.
+// A shared screen has encoder settings of its own, which take effect immediately: players that run
+// all the time receive the changes, in one session with the server.
 
 const assert = require('node:assert/strict');
 const { after, before, describe, it } = require('node:test');
@@ -53,13 +53,15 @@ describe("a shared screen's encoder while live", GUARD, () => {
     clip?.remove();
   });
 
-  /** Until the players see pictures of that size, and a second of them is as `accept` wants it. */
+  /**
+   * Waits until the players receive frames of that size, and a second of them satisfies `accept`.
+   */
   async function comesTo(size, accept) {
     await arrival.until(() => sizes.at(-1) === size);
     await rates.until(accept);
   }
 
-  it('begins with the sharing', async () => {
+  it('starts with the sharing', async () => {
     const config = { width: 400, height: 300, frameRate: 10, bitrate: 300, mVideoEncodeGop: 2 };
     assert.equal(live.push.setScreenShareEncoderConfiguration(config), 0);
     assert.deepEqual(sizes, ['640x360'], 'not before');
@@ -87,7 +89,7 @@ describe("a shared screen's encoder while live", GUARD, () => {
     assert.deepEqual([frame.width, frame.height], [640, 360]);
   });
 
-  it("the camera's changes wait for the camera", async () => {
+  it("the camera's changes take effect with the camera", async () => {
     live.push.startScreenShareByDesktopId(await live.sourceNamed(/noise/));
     await comesTo('480x270', ({ fps }) => fps <= 22);
     assert.equal(live.push.setFps(15), 0);

@@ -11,7 +11,7 @@ const { openLivePush, pixel } = require('./support/live_push');
 const { fieldMeans, startDisplay } = require('./support/x_display');
 
 const GUARD = { timeout: 60_000 };
-const SIZE = { width: 640, height: 480 }; // of the screen's own shape, so without borders
+const SIZE = { width: 640, height: 480 }; // the screen's aspect ratio, so without borders
 const [COLUMNS, ROWS] = [16, 12];
 const WINDOW_LOST = -3302;
 
@@ -54,11 +54,11 @@ describe('sharing a screen', GUARD, () => {
     assert.equal(live.push.getCurrentScreenShareSourceId(), id);
   }
 
-  it('JavaScript receives what an independent program sees on the screen', async () => {
+  it('JavaScript receives the same pixels as another program', async () => {
     const push = open();
     await shareScreen();
     push.startPreview({ view: null, ...SIZE });
-    // A window is empty for a moment after it has come.
+    // A window is empty for a moment after it has been opened.
     let difference;
     do {
       const expected = fieldMeans(await display.screenshot(SIZE), COLUMNS, ROWS);
@@ -92,7 +92,7 @@ describe('sharing a screen', GUARD, () => {
     await display.saveScreenshot(file);
     const expected = (await frameColours(file, 8, 6)).flat(2);
     fs.rmSync(folder, { recursive: true });
-    // The server hands out the last key frame first, which may show the camera still.
+    // The server sends the last key frame first, which may still show the camera.
     let seen;
     do {
       seen = (await frameColours(server.url('switch'), 8, 6)).flat(2);
@@ -111,16 +111,16 @@ describe('sharing a screen', GUARD, () => {
     assert.deepEqual(live.names(), ['onPushStarted', 'onSendMessage', 'onFirstFramePushed']);
   });
 
-  it('a paused screen stands still', async () => {
+  it('a paused screen delivers no frames', async () => {
     const push = open();
     const clock = display.open('xclock', ['-digital', '-update', '1', '-title', 'clock']);
     push.startScreenShareByDesktopId(await live.sourceNamed(/clock/));
     push.startPreview({ view: null, ...SIZE });
     const nextPixels = async () => (await live.nextFrame(isScreen)).data_y;
     const first = await nextPixels();
-    while ((await nextPixels()).equals(first)); // it runs
+    while ((await nextPixels()).equals(first)); // it is running
     assert.equal(push.pauseScreenShare(), 0);
-    await live.nextFrame(isScreen); // one may have been under way
+    await live.nextFrame(isScreen); // one may have been in progress
     await live.nextFrame(isScreen);
     const still = await nextPixels();
     const begin = Date.now();
@@ -130,7 +130,7 @@ describe('sharing a screen', GUARD, () => {
     await clock.stop();
   });
 
-  it('tells when the shared window is closed, and keeps its last picture', async () => {
+  it('reports when the shared window is closed, and keeps its last frame', async () => {
     const push = open();
     const program = display.open('xlogo', logo('third logo', '320x240+0+0', 'black', 'green'));
     const id = await live.sourceNamed(/third logo/);
@@ -167,7 +167,7 @@ describe('sharing a screen', GUARD, () => {
     assert.ok(Math.abs(fps - 10) < 1, `${fps} frames per second`);
   });
 
-  it('what is not there is refused', () => {
+  it('a missing source is refused', () => {
     const push = open();
     assert.equal(push.startScreenShareByDesktopId(12345), -2005);
     assert.equal(push.switchScreenToCamera(), -2003);

@@ -1,7 +1,7 @@
 'use strict';
 
-// No password, stream key or token leaves the engine, whatever fails and whoever words it: not in
-// the log at its most talkative, not in an event, not in a thread's name.
+// No password, stream key or token leaves the engine, whatever fails and wherever the text comes
+// from: not in the log at its lowest level, not in an event, not in a thread's name.
 
 const assert = require('node:assert/strict');
 const fs = require('node:fs');

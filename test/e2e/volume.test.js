@@ -21,7 +21,7 @@ describe('volume reports', GUARD, () => {
   let live;
   afterEach(() => live?.close());
 
-  /** A pusher that captures sound and reports. */
+  /** A pusher that captures audio and reports volumes. */
   function openReporting(options, extra = {}) {
     live = openLivePush({ extra, config: { mAudioOnly: true } });
     assert.equal(live.push.startPreview({ view: null, width: 64, height: 64 }), 0);
@@ -32,7 +32,7 @@ describe('volume reports', GUARD, () => {
   const nextLocal = (accept = () => true) =>
     live.next('onAudioVolumeCallback', (report) => isLocal(report) && accept(report));
 
-  it('the test tone has its level, at the asked interval; muted it is 0', async () => {
+  it('the test tone has its level, at the requested interval; muted it is 0', async () => {
     openReporting({ interval: 100 });
     await nextLocal(({ volume }) => Math.abs(volume - TEST_TONE) <= 1);
     const began = process.hrtime.bigint();
@@ -57,7 +57,7 @@ describe('volume reports', GUARD, () => {
     for (let report = 0; report < 5; report += 1) assert.equal((await nextLocal()).volume, 0);
   });
 
-  it('what makes no sense is refused', () => {
+  it('invalid arguments are refused', () => {
     live = openLivePush();
     const refused = [{ interval: 5 }, { interval: 60_000 }, { interval: 100, smooth: 11 }];
     for (const options of refused) {
@@ -66,7 +66,7 @@ describe('volume reports', GUARD, () => {
     assert.equal(live.push.enableAudioVolumeIndication({}), 0);
   });
 
-  describe('tell voice from other sound:', () => {
+  describe('distinguish voice from other audio:', () => {
     const QUIET_SECONDS = 4;
     let folder;
     let file;
@@ -100,7 +100,7 @@ describe('volume reports', GUARD, () => {
       assert.deepEqual(await speaker, LOCAL_SPEAKER);
     });
 
-    it('a steady tone is none', async () => {
+    it('a steady tone is not', async () => {
       openReporting({ interval: 50, reportVad: 1 });
       await nextLocal(({ volume }) => volume > 0);
       for (let report = 0; report < 40; report += 1) {
@@ -109,7 +109,7 @@ describe('volume reports', GUARD, () => {
     });
   });
 
-  it('a player has a report of its own, and becomes the active speaker', async () => {
+  it('a player has a record of its own, and becomes the active speaker', async () => {
     const server = await startRtmpServer();
     const publisher = startAudioPublisher(server.url('loud'), AUDIO.tone(0.8));
     try {
@@ -138,7 +138,7 @@ describe('volume reports', GUARD, () => {
       assert.equal((await nextLocal()).volumeInfoCount, 2);
       assert.deepEqual(await speaker, { userType: USER.remote, playerID: player.id });
 
-      // What is not heard does not speak.
+      // A silent player does not speak.
       const taken = live.next('onActiveSpeaker');
       live.push.setRemoteAudioVolume(player.id, 0);
       await player.next('onAudioVolumeCallback', ({ volume }) => volume === 0);

@@ -17,7 +17,7 @@ const COLUMNS = 8;
 const ROWS = 2;
 const VIEW_LOST = -3103;
 
-/** The window's number as an application hands it over: the bytes of a native handle. */
+/** The window's identifier as an application passes it: the bytes of a native handle. */
 function handleOf(window) {
   const handle = Buffer.alloc(4);
   handle[`writeUInt32${endianness()}`](window);
@@ -26,10 +26,10 @@ function handleOf(window) {
 
 const furthest = (a, b) => Math.max(...a.map((value, index) => Math.abs(value - b[index])));
 
-/** Fields of the upper half: the lower one has colours that no screen can show. */
+/** Fields of the upper half: the lower one has colours outside the screen's gamut. */
 const fieldsOf = (frame) => fieldMeans(frame, COLUMNS, 2 * ROWS).slice(0, COLUMNS * ROWS * 3);
 
-/** The fields of a picture with those of each row in the opposite order. */
+/** The fields of a frame with those of each row in reverse order. */
 function mirrored(means) {
   const fields = Array.from({ length: COLUMNS * ROWS }, (_field, index) =>
     means.slice(index * 3, index * 3 + 3),
@@ -40,7 +40,7 @@ function mirrored(means) {
   });
 }
 
-describe('pictures in a window', GUARD, () => {
+describe('video in a window', GUARD, () => {
   let server;
   let display;
   let live;
@@ -68,7 +68,7 @@ describe('pictures in a window', GUARD, () => {
     }
   }
 
-  /** Looks at the screen until its fields are within the coding's error of `expected`. */
+  /** Polls the screen until its fields are within the coding's error of `expected`. */
   async function screenShows(expected) {
     let seen;
     do {
@@ -76,7 +76,7 @@ describe('pictures in a window', GUARD, () => {
     } while (furthest(seen, expected) > 20);
   }
 
-  it('the preview is drawn where it was asked for, and a closed window is told', async () => {
+  it('the preview is drawn into its window, and a closed window is reported', async () => {
     live = openLivePush({ config: SCREEN });
     const window = await openWindow();
     const view = { view: handleOf(window.id), ...SCREEN };
@@ -86,10 +86,10 @@ describe('pictures in a window', GUARD, () => {
     const told = live.next('onSystemError');
     await window.close();
     assert.equal((await told).code, VIEW_LOST);
-    await live.nextFrame(); // capturing goes on
+    await live.nextFrame(); // capture continues
   });
 
-  it('a player draws into its window, mirrored when asked', async () => {
+  it('a player draws into its window, mirrored on request', async () => {
     live = openLivePush();
     const publisher = startTestPublisher(server.url('view'), { source: 'smptebars' });
     while (!(await server.status('view')).publishing) await sleep(50);

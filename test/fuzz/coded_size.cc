@@ -1,5 +1,5 @@
-// largestCodedSize and largestConfiguredSize: what a stream says of its frames. The input's first
-// byte chooses the codec and the framing.
+// largestCodedSize and largestConfiguredSize: the frame size in a stream. The input's first byte
+// chooses the codec and the framing.
 
 #include "media/coded_size.h"
 

@@ -1,5 +1,5 @@
 // The FLV demuxer: parser, tag headers, timeline and the element. The first byte is the size of the
-// pieces, less one, into which the rest is cut.
+// chunks, minus one, into which the rest is split.
 
 #include <algorithm>
 #include <cstring>
@@ -30,7 +30,7 @@ struct Parsed {
   bool operator==(const Parsed&) const = default;
 };
 
-// Calls `use` with a copy of each piece of the input.
+// Calls `use` with a copy of each chunk of the input.
 template <class Use>
 void forEachPiece(const uint8_t* data, std::size_t size, std::size_t step, Use use) {
   for (std::size_t at = 0; at < size;) {
@@ -96,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   ++data;
   --size;
   const auto tags = parse(data, size, step);
-  require(tags == parse(data, size, SIZE_MAX), "cutting makes no difference");
+  require(tags == parse(data, size, SIZE_MAX), "splitting makes no difference");
   FlvTimeline timeline;
   for (const auto& tag : tags) {
     checkMedia(readFlvVideo(tag.body), tag.body);

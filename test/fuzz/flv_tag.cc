@@ -21,7 +21,7 @@ GstBuffer* copied(const uint8_t* data, std::size_t size) {
   return size > 0 ? gst_buffer_new_memdup(data, size) : gst_buffer_new();
 }
 
-// In two pieces, as a muxer may hand it over.
+// In two memories, as a muxer may produce it.
 GstBuffer* copiedInPieces(const uint8_t* data, std::size_t size) {
   const std::size_t first = size / 2;
   return gst_buffer_append(copied(data, first), copied(data + first, size - first));
@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const GstPtr<GstBuffer> tag(copied(data, size));
   const GstPtr<GstBuffer> pieces(copiedInPieces(data, size));
   const FlvTag kind = classifyFlvTag(tag.get());
-  require(classifyFlvTag(pieces.get()) == kind, "pieces make no difference");
+  require(classifyFlvTag(pieces.get()) == kind, "splitting makes no difference");
   const GstPtr<GstBuffer> later = withFlvTimestamp(tag.get(), time);
   require(gst_buffer_get_size(later.get()) == size, "the size stays");
   require(gst_buffer_memcmp(tag.get(), 0, data, size) == 0, "the original stays");

@@ -1,4 +1,4 @@
-// What the fuzz targets share.
+// Helpers of the fuzz targets.
 
 #pragma once
 
@@ -9,19 +9,19 @@
 #include <cstring>
 #include <string>
 
-// Called with one input after the other; must not keep anything of it. Always answers 0.
+// Called with one input after the other; must not keep references to it. Always returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
 
 namespace NimboEngine::test {
 
-// Ends the process, which is how a fuzzer takes notice.
+// Ends the process, which a fuzzer detects.
 inline void require(bool condition, const char* what) {
   if (condition) return;
   std::fprintf(stderr, "not true: %s\n", what);
   std::abort();
 }
 
-// The input as a text, up to its first zero.
+// Returns the input as a text, up to its first zero.
 inline std::string textOf(const uint8_t* data, std::size_t size) {
   const auto* text = reinterpret_cast<const char*>(data);
   return {text, strnlen(text, size)};

@@ -1,5 +1,4 @@
-// HttpResponse: the pieces in which a response comes make no difference, and its headers are held
-// to their limit.
+// HttpResponse: the result does not depend on how a response is split, and its headers are limited.
 
 #include "fetch/http_response.h"
 
@@ -40,8 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const Outcome whole = feed(input, size);
   for (const std::size_t piece : {std::size_t{1}, std::size_t{3}}) {
     const Outcome pieces = feed(input, piece);
-    require(pieces.status == whole.status, "pieces end like the whole");
-    require(pieces.body == whole.body, "pieces have the same body");
+    require(pieces.status == whole.status, "a split response ends like the whole");
+    require(pieces.body == whole.body, "a split response has the same body");
   }
   require(whole.body.size() <= size, "nothing is made up");
   require(whole.status != Status::kHead || size <= kHeaderLimit, "headers have a limit");

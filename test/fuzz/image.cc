@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   gst_init(nullptr, nullptr);
   std::string error;
   const auto image = decodeImage({data, size}, error);
-  require(!image.pixels == !error.empty(), "either an image or a reason");
+  require(!image.pixels == !error.empty(), "either an image or an error");
   if (!image.pixels) return 0;
   const auto pixels = uint64_t{static_cast<uint32_t>(GST_VIDEO_INFO_WIDTH(&image.info))} *
                       static_cast<uint32_t>(GST_VIDEO_INFO_HEIGHT(&image.info));

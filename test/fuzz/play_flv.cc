@@ -1,5 +1,5 @@
-// Broken FLV on its way through a player: the input is what a server answers to a request over
-// HTTP, without a length, as live streams come.
+// Broken FLV in a player: the input is a server's response over HTTP, without a length, like a live
+// stream.
 
 #include <mutex>
 #include <utility>

@@ -1,6 +1,6 @@
-// Broken MPEG-TS, playlists, PNG, JPEG, MP4 and Matroska on their way through a player. The input's
-// first byte chooses how the rest is announced; a server answers each request with it, those for
-// the segments of a playlist too.
+// Broken MPEG-TS, playlists, PNG, JPEG, MP4 and Matroska in a player. The input's first byte
+// chooses how the rest is announced; a server answers each request with it, those for the segments
+// of a playlist too.
 
 #include <array>
 #include <mutex>

@@ -1,6 +1,6 @@
-// What an RTSP server may say: the input is its replies, separated by zeros. Each is sent behind a
-// status line and the number of the request that it answers, as far as there are replies; where one
-// begins with a zero more, as it stands.
+// Data from an RTSP server: the input is its replies, separated by zeros. Each is sent after a
+// status line and the sequence number of its request; one that begins with another zero is sent
+// unchanged.
 
 #include <mutex>
 #include <optional>

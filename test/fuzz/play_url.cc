@@ -1,4 +1,4 @@
-// parsePlayUrl: what to play.
+// parsePlayUrl: the URL of a playback.
 
 #include "play/play_url.h"
 
@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   std::string error;
   const auto url = parsePlayUrl(text.c_str(), error);
   if (!url) {
-    require(!error.empty(), "a refusal has a reason");
+    require(!error.empty(), "a refusal has an error");
     return 0;
   }
   require(url->stream.find('/') == std::string::npos, "the stream is the last part of the path");
@@ -22,8 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     require(url->host.empty() && url->port == 0, "a file is on no server");
   } else {
     require(url->text == text, "the text is kept");
-    require(!url->host.empty(), "a server is there");
-    require(url->port > 0 && url->port <= 65535, "the port is one");
+    require(!url->host.empty(), "there is a host");
+    require(url->port > 0 && url->port <= 65535, "the port is valid");
     require(url->forLog().ends_with("/…"), "the log does not show the stream");
   }
   return 0;

@@ -51,7 +51,7 @@ PlayServer::PlayServer(std::function<void(int connection)> answer) {
   std::thread([listener, answer = std::move(answer)] {
     while (true) {
       const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-      // A player that has gone without a word must not hold up the next one.
+      // A player that has disconnected silently must not block the next one.
       const timeval limit{.tv_sec = 1, .tv_usec = 0};
       setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
       setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
@@ -94,7 +94,7 @@ void playToItsEnd(const std::string& address, std::chrono::milliseconds timeout)
                      [&over](const PlayOutcome&) { over.set_value(); });
   auto ended = over.get_future();
   if (ended.wait_for(timeout) != std::future_status::ready) {
-    // As a player does: what waits to be presented lets the pipeline go.
+    // Like a player: queued media must not block the pipeline.
     output->close();
     runner.requestStop();
     require(ended.wait_for(std::chrono::seconds(10)) == std::future_status::ready,

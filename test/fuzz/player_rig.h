@@ -1,4 +1,4 @@
-// Plays an address to its end, as a player does, and reads every byte of what comes out.
+// Plays an address to its end, like a player, and reads every byte of the output.
 
 #pragma once
 
@@ -20,13 +20,13 @@ class PlayServer {
   int port_ = 0;
 };
 
-// Reads up to an empty line; an empty answer when the peer closes before.
+// Reads up to an empty line; returns an empty text if the peer closes before.
 std::string readRequest(int connection);
 
-// False when the peer has gone.
+// Returns false if the peer has disconnected.
 bool sendAll(int connection, const std::string& bytes);
 
-// Ends the process when a playback that is asked to stop after `timeout` does not.
+// Ends the process if a playback that is asked to stop after `timeout` does not.
 void playToItsEnd(const std::string& address, std::chrono::milliseconds timeout);
 
 }  // namespace NimboEngine::test

@@ -1,4 +1,4 @@
-// rewritePlaylist: whatever comes, the result names nothing but what was approved.
+// rewritePlaylist: for any input the result contains only approved addresses.
 
 #include "fetch/playlist.h"
 
@@ -23,13 +23,13 @@ std::optional<std::string> approve(const std::string& reference, FetchKind, std:
   return std::string(kApproved);
 }
 
-// As plainly as a reader can be.
+// As simple as a reader can be.
 void requireApproved(std::string_view line) {
   if (!line.starts_with('#')) return require(line == kApproved, "an address is approved");
   require(line.starts_with("#EXT"), "only tags are passed on");
   if (line.starts_with("#EXTINF") || line.starts_with("#EXT-X-STREAM-INF")) return;
   for (auto at = line.find("URI="); at != line.npos; at = line.find("URI=", at + 1)) {
-    // Behind part of a longer name, or within quotation marks, it is no attribute.
+    // As part of a longer name, or within quotation marks, it is not an attribute.
     if (at != line.find(':') + 1 && line[at - 1] != ',') continue;
     const auto quotes = std::count(line.begin(), line.begin() + static_cast<long>(at), '"');
     if (quotes % 2 != 0) continue;
@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   beginsPlaylist({data, size});
   std::string error;
   const auto rewritten = rewritePlaylist(text, kMost, approve, error);
-  require(rewritten.has_value() == error.empty(), "a refusal has a reason");
+  require(rewritten.has_value() == error.empty(), "a refusal has an error");
   if (!rewritten) return 0;
   require(rewritten->size() <= kMost, "the result stays within its limit");
   require(rewritten->find_first_of(std::string_view("\r\0", 2)) == rewritten->npos,

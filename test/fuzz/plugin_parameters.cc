@@ -1,4 +1,5 @@
-// The JSON parameters of an example plug-in. What it accepts must not harm a picture's neighbours.
+// The JSON parameters of an example plug-in. Accepted parameters must not make it write outside of
+// the frame.
 
 #include <array>
 

@@ -1,4 +1,4 @@
-// Feeds a fuzz target every file of its corpus, once: what a fuzzer has found stays found.
+// Feeds a fuzz target every file of its corpus, once: a regression test for the fuzzers' findings.
 //
 // Usage: fuzz_<target> FOLDER
 
@@ -27,7 +27,7 @@ int main(int count, char** arguments) {
   }
   for (const auto& file : files) {
     std::printf("%s\n", file.filename().c_str());
-    std::fflush(stdout);  // the last name before a crash is the one that matters
+    std::fflush(stdout);  // the last name before a crash matters most
     const std::vector<char> input = contentOf(file);
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(input.data()), input.size());
   }

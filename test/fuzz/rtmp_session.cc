@@ -1,5 +1,5 @@
-// What an RTMP server may send, in both roles. The input's first byte chooses the role, how far the
-// conversation has come, and how the bytes are cut into pieces.
+// Data from an RTMP server, in both roles. The input's first byte chooses the role, the progress of
+// the session, and how the bytes are split.
 
 #include "rtmp/rtmp_session.h"
 
@@ -16,7 +16,7 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 
 constexpr uint8_t kPlays = 0x01;
-constexpr uint8_t kBegun = 0x02;  // the handshake is behind
+constexpr uint8_t kBegun = 0x02;  // the handshake has completed
 constexpr uint8_t kStarted = 0x04;
 constexpr int kPieceShift = 3;
 
@@ -27,7 +27,7 @@ void appendValues(Bytes& out, ChunkWriter& chunks, const Bytes& values) {
   chunks.write(out, 3, {RtmpType::kCommand, 0, 0, values});
 }
 
-// A server's way to an accepted stream.
+// A server's messages up to an accepted stream.
 Bytes acceptance(bool plays) {
   Bytes out;
   ChunkWriter chunks;
@@ -60,7 +60,7 @@ class Conversation {
                   .onEnded =
                       [this](const ConnectionFailure& failure) {
                         require(!ended_, "it ends once");
-                        require(!failure.text.empty(), "an end has a reason");
+                        require(!failure.text.empty(), "an end has an error");
                         ended_ = true;
                       }}) {
     session_.start();
@@ -71,7 +71,7 @@ class Conversation {
     require(
         session_.pendingBytes() <= ChunkReader::kMaxPendingBytes + ChunkReader::kMaxMessageBytes,
         "unfinished messages are within their limit");
-    // Half of it is taken away, as a slow network does.
+    // Half of it is sent, like on a slow network.
     const std::size_t waiting = session_.output().size();
     require(waiting <= kMostOutput, "the output does not grow");
     session_.consumeOutput((waiting + 1) / 2);

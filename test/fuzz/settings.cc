@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   std::string error;
   const auto settings = parseSettings(text.c_str(), error);
   if (!settings) {
-    require(!error.empty(), "a refusal has a reason");
+    require(!error.empty(), "a refusal has an error");
     return 0;
   }
   const auto& [reconnect, sendTimeout] = settings->network;

@@ -1,6 +1,6 @@
 'use strict';
 
-// What servers at public addresses name must not be local. The servers are here, in a network
+// Servers at public addresses must not name local ones. The servers run here, in a network
 // namespace whose loopback interface has a public address.
 
 const assert = require('node:assert/strict');

@@ -1,6 +1,6 @@
 'use strict';
 
-// Meets hostile servers and reports what came of it.
+// Runs the cases of hostile servers and reports the results.
 //
 // Usage: node test/hostile/main.js [--only REGEX] [--quick] [--list] [--jobs N] [--json FILE]
 //                                  [--update-docs]

@@ -1,6 +1,6 @@
 'use strict';
 
-// Servers whose certificate is not to be trusted, in every place where one is met.
+// Servers with untrusted certificates, in every place where a certificate is checked.
 
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
@@ -87,7 +87,7 @@ describe('a server that is not trusted', { timeout: 60_000 }, () => {
       assert.match(error.msg, /certificate/);
       assert.doesNotMatch(error.msg, /s3cret/);
     }
-    assert.deepEqual(served, [], 'nothing was asked of it');
+    assert.deepEqual(served, [], 'it received no request');
   }
 
   it('at the first connection', () =>
@@ -118,7 +118,7 @@ describe('a server that is not trusted', { timeout: 60_000 }, () => {
     }
   });
 
-  it('is not gone around over http', async () => {
+  it('is not bypassed over http', async () => {
     const redirect = https.createServer(
       {
         key: fs.readFileSync(path.join(folder, 'server.key')),

@@ -1,6 +1,6 @@
 'use strict';
 
-// The judgement of a row: each way in which a player can fail is found.
+// The evaluation of a row: each way in which a player can fail is detected.
 
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
@@ -77,7 +77,7 @@ describe('a row', () => {
       report({ steps: [0, 2, 1, 3, 5, 4, 6, 7, 8, 9, 10, 11] }),
       /2 frames out/,
     ],
-    'frames that stand still': [report({ steps: Array(40).fill(3) }), /only 1 different/],
+    'frozen frames': [report({ steps: Array(40).fill(3) }), /only 1 different/],
     'too few frames': [{ ...report(), frameTimes: [100, 2000, 3000] }, /reach JavaScript/],
     'no frames': [{ ...report(), frameTimes: [], firstFrameMs: undefined }, /no video/],
     'an error': [{ ...report(), error: { code: -3203, msg: 'x', ms: 15_000 } }, /-3203 after 15 s/],
@@ -99,7 +99,7 @@ describe('a row', () => {
   });
 
   const broken = {
-    'torn audio': [
+    'interrupted audio': [
       { ...AUDIBLE, silenceMs: 200, gaps: [1100, 2500] },
       /200 ms silent, gaps at 1.1, 2.5 s/,
     ],
@@ -113,7 +113,7 @@ describe('a row', () => {
     });
   }
 
-  it('asks for no more than the reference decodes', () => {
+  it('requires no more than the reference decodes', () => {
     const ours = { ...report(), frameTimes: [], firstFrameMs: undefined };
     const reference = { ...REFERENCE, videoFrames: 0, firstFrameMs: undefined, firstAudioMs: 100 };
     const { result, remarks } = reasonsOf(ours, { reference });

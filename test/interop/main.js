@@ -1,11 +1,10 @@
 'use strict';
 
-// Plays streams of other programs and reports which of them play.
+// Plays streams of other programs and reports the results.
 //
 // Usage: node test/interop/main.js [--only REGEX] [--quick] [--list] [--jobs N] [--retries N]
-//                                  [--json FILE] [--update-docs]
-//   --retries N  plays a row that fails up to N times more, which the result then says: for a
-//                machine that does other things as well
+//                                  [--json FILE] [--update-docs] --retries N  plays a failing row
+//   up to N more times, which the result states: for a machine with other load
 
 const fs = require('node:fs');
 const { parseArgs } = require('node:util');
@@ -32,7 +31,7 @@ function readArguments() {
   return { ...values, rows, jobs: Number(values.jobs), retries: Number(values.retries) };
 }
 
-/** Plays a row until it does not fail, or often enough. */
+/** Plays a row until it passes, or the retries are used up. */
 async function runOften(suite, row, retries) {
   const first = await suite.run(row);
   let result = first;
@@ -77,7 +76,7 @@ async function main() {
     for (let row = waiting.shift(); row; row = waiting.shift())
       onResult(row, await runOften(suite, row, retries));
   };
-  // Ctrl-C ends the run in order, after the rows that are under way; twice, at once.
+  // Ctrl-C ends the run in order, after the rows in progress; twice, immediately.
   process.once('SIGINT', () => waiting.splice(0));
   await Promise.all(Array.from({ length: jobs }, work));
   suite.close();

@@ -15,7 +15,7 @@ const JOBS = 2;
 // Other programs may run beside a test run; the whole suite has no such allowance.
 const ALLOWANCE = { firstFrameMs: 300, silenceMs: 60 };
 
-describe('playing what others send', { timeout: 240_000, concurrency: JOBS }, () => {
+describe('playing streams of other senders', { timeout: 240_000, concurrency: JOBS }, () => {
   let suite;
   before(async () => {
     suite = await openSuite({ peers: peersThere(), allowance: ALLOWANCE });
@@ -24,7 +24,7 @@ describe('playing what others send', { timeout: 240_000, concurrency: JOBS }, ()
 
   for (const row of readRows().filter(({ quick }) => quick)) {
     it(row.name, async () => {
-      // Once more where it fails: what is judged is heard and timed, on a machine that may be busy.
+      // Repeated once on failure: the checks depend on real time, on a machine that may be busy.
       const first = await suite.run(row);
       const { result, reasons } = first.result === 'ok' ? first : await suite.run(row);
       assert.equal(result, 'ok', reasons.join('; '));
@@ -32,7 +32,7 @@ describe('playing what others send', { timeout: 240_000, concurrency: JOBS }, ()
   }
 });
 
-describe('the page of what plays', () => {
+describe('the compatibility page', () => {
   it('has every row of the suite, and no other', () => {
     const listed = readPage(fs.readFileSync(PAGE, 'utf8'));
     assert.deepEqual([...listed.keys()].sort(), readRows().map(keyOf).sort());

@@ -1,15 +1,14 @@
 'use strict';
 
-// What takes too long for every change: ten million hostile calls, a thousand lives of pushers and
-// players, random use of all methods, a system that lacks what it should have, and half an hour of
-// pushing and playing while the server is killed, frozen and throttled.
+// Tests that take too long for every change: ten million hostile calls, a thousand lifetimes of
+// pushers and players, random use of all methods, a system that lacks resources, and half an hour
+// of pushing and playing while the server is killed, frozen and throttled.
 //
 // Usage: node test/nightly/main.js [--minutes N] [--calls N] [--cycles N] [--seed N] [--only PART]...
-//   --minutes N  what the parts that run for a time share, default 60: half of it turmoil
-//   --calls N    hostile calls, default 10000000
-//   --cycles N   lives of pushers and players, default 1000
-//   --seed N     begins with this seed, which a run prints; default: another one each time
-//   --only PART  runs only calls, cycles, monkey, starved or turmoil
+//   --minutes N  total for the parts that run for a time, default 60: half of it turmoil --calls N
+//   hostile calls, default 10000000 --cycles N   lifetimes of pushers and players, default 1000
+//   --seed N     starts with this seed, which each run prints; default: another one each time
+//   --only PART runs only calls, cycles, monkey, starved or turmoil
 //
 // Ends with a table. The exit code is 1 when anything failed.
 

@@ -7,7 +7,7 @@ const { root, sourceFiles } = require('./project');
 const { run } = require('./run');
 
 /**
- * How the build compiles each of the project's files.
+ * Reads the compile command of each of the project's files.
  *
  * @param {string} buildFolder absolute
  * @returns {Map<string, string>} file relative to the project's root -> its compile command

@@ -6,7 +6,7 @@ const ts = require('typescript');
 const { root } = require('./project');
 
 /**
- * What a declaration's documentation comment says.
+ * The content of a declaration's documentation comment.
  * @typedef {{text: string, params: {name: string, text: string}[], returns: string,
  *   throws: {type: string, text: string}[]}} Doc
  *
@@ -45,7 +45,7 @@ function docOf(node) {
   };
 }
 
-/** The declaration's own words on one line, without `export`, `declare` and the final semicolon. */
+/** The declaration's own text on one line, without `export`, `declare` and the final semicolon. */
 function signatureOf(node) {
   return oneLine(node.getText())
     .replace(/^export (declare )?/, '')

@@ -7,7 +7,7 @@ const { root } = require('./project');
 const engine = 'sdk/engine/';
 
 /**
- * The include graph of the engine's folders, from the sources.
+ * Computes the include graph of the engine's folders from the sources.
  *
  * @param {string[]} files paths relative to the project's root; those outside of the engine are skipped
  * @returns {Map<string, Map<string, string>>} for each folder, the folders that it includes, each
@@ -28,8 +28,8 @@ function includeGraph(files) {
 }
 
 /**
- * The arrows that the table of docs/architecture.md allows: rows of a folder and the folders that
- * it may include.
+ * Reads the arrows that the table of docs/architecture.md allows: rows of a folder and the folders
+ * that it may include.
  *
  * @returns {Map<string, Set<string>>}
  */
@@ -44,7 +44,7 @@ function readLines(file, pattern) {
 }
 
 /**
- * What is wrong with the graph: folders and arrows that are not in the table, and cycles.
+ * Finds the defects of the graph: folders and arrows that are not in the table, and cycles.
  *
  * @param {ReturnType<typeof includeGraph>} graph
  * @param {ReturnType<typeof allowedIncludes>} allowed

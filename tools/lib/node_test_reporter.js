@@ -3,7 +3,7 @@
 // A reporter for node:test. Prints one line for each test, and appends each outcome as a line of
 // JSON to the file named by LUMO_TEST_RESULTS, at once, so that outcomes survive a crash.
 //
-// A listener keeps the event loop alive for good, so a test file cannot end by itself. Node's
+// A listener keeps the event loop alive, so a test file cannot end by itself. Node's
 // --test-force-exit ends it; where Node has no such option, this reporter does, once every
 // top-level test has reported.
 

@@ -6,8 +6,8 @@ const path = require('node:path');
 const root = path.resolve(__dirname, '../..');
 
 /**
- * Files of the project whose names end as asked: those that git knows and those that it would
- * add (untracked, not ignored). Deleted ones are left out.
+ * Lists the project's files with the given endings: tracked ones and untracked ones that are not
+ * ignored. Deleted ones are left out.
  *
  * @param {...string} endings for example '.cc', '.test.js'
  * @returns {string[]} paths relative to the project's root, sorted

@@ -4,8 +4,8 @@ const { spawn } = require('node:child_process');
 const { root } = require('./project');
 
 /**
- * Runs a program in the project's root and waits for it. Never rejects: a program that cannot be
- * started answers `failed` with the reason.
+ * Runs a program in the project's root and waits for it. Never rejects: for a program that cannot
+ * be started the result is not ok, with the reason.
  *
  * @param {string} command
  * @param {string[]} args

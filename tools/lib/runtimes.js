@@ -50,7 +50,7 @@ async function fetchRuntime(version) {
 }
 
 /**
- * Builds the add-on and what its tests need, in place of what was built for another runtime.
+ * Builds the add-on and what its tests need, in place of a build for another runtime.
  *
  * @param {string} version of `versions`
  * @returns {Promise<{node: string, buildFolder: string}>} the runtime, and where its add-on is

@@ -23,8 +23,8 @@ const kinds = {
   tsan: {
     runtime: 'libtsan.so',
     options: {
-      // What libraries without instrumentation do among themselves cannot be judged: their locks
-      // are invisible. Accesses by the project's own code always are.
+      // Accesses within libraries without instrumentation cannot be checked: their locks are
+      // invisible. Accesses by the project's own code are always checked.
       TSAN_OPTIONS: ['ignore_noninstrumented_modules=1', 'second_deadlock_stack=1'].concat(
         suppressions('tsan'),
       ),
@@ -37,7 +37,7 @@ function reportFolder(kind) {
 }
 
 /**
- * Empties the folder of reports and answers the environment of tests that run sanitized.
+ * Empties the folder of reports and returns the environment of sanitized tests.
  *
  * @param {'asan'|'tsan'} kind
  * @returns {{cpp: NodeJS.ProcessEnv, node: NodeJS.ProcessEnv}} for sanitized programs, and for a
@@ -49,12 +49,13 @@ function sanitizerEnvironment(kind) {
   fs.rmSync(reports, { recursive: true, force: true });
   fs.mkdirSync(reports, { recursive: true });
 
-  // GLib's own allocator would hide who freed what, and hand memory over unseen.
+  // GLib's own allocator would hide who freed which memory, and pass it on unseen.
   const cpp = { G_SLICE: 'always-malloc' };
   for (const [name, flags] of Object.entries(options)) {
     cpp[name] = [...flags, `log_path=${path.join(reports, 'report')}`].join(':');
   }
-  // Node frees neither its heap nor the add-on's objects when it exits, so there leaks mean nothing.
+  // Node frees neither its heap nor the add-on's objects when it exits, so leak reports are
+  // meaningless there.
   const node = { ...cpp, LUMO_TEST_SCALE: process.env.LUMO_TEST_SCALE ?? '0.1' };
   if (kind === 'asan') node.ASAN_OPTIONS += ':detect_leaks=0:fast_unwind_on_malloc=1';
   const found = execFileSync('g++', [`-print-file-name=${runtime}`], { encoding: 'utf8' }).trim();
@@ -62,7 +63,7 @@ function sanitizerEnvironment(kind) {
 }
 
 /**
- * Prints the reports that a stage left behind and counts each as a failure.
+ * Prints the reports of a stage and counts each as a failure.
  *
  * @param {import('./tally').Tally} tally
  * @param {'asan'|'tsan'} kind

@@ -1,7 +1,7 @@
 'use strict';
 
 /**
- * What one stage of a test run came to.
+ * The result of one stage of a test run.
  *
  * @typedef {object} Tally
  * @property {string} stage
@@ -16,7 +16,7 @@ function newTally(stage) {
 }
 
 /**
- * Counts an outcome and names the failed ones on standard output as they come.
+ * Counts an outcome and prints a failed one immediately.
  *
  * @param {Tally} tally
  * @param {boolean} ok
@@ -32,8 +32,8 @@ function count(tally, ok, text) {
 }
 
 /**
- * Runs stages one after the other, whatever each comes to, and prints the summary. A stage that
- * throws, or in which nothing ran, has failed.
+ * Runs stages one after the other, whatever the result of each, and prints the summary. A stage
+ * that throws, or in which nothing ran, has failed.
  *
  * @param {Array<{name: string, run: (tally: Tally) => Promise<void>}>} stages
  * @returns {Promise<boolean>} true when nothing failed

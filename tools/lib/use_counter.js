@@ -1,14 +1,14 @@
 'use strict';
 
-// Loaded in front of every process of a counted test run, also those that tests start: notes which
-// test calls which native method and hears which event. Each first time is a line of JSON,
+// Preloaded into every process of a counted test run, including those that tests start: records
+// which test calls which native method and receives which event. Each first time is a line of JSON,
 // [kind, name, test], in the file that LUMO_USES names. Kinds: "method", a call that came back;
 // "event", a call of a listener; "listens", a listener for a name.
 
 const fs = require('node:fs');
 const path = require('node:path');
 
-// Also tells a process which test has started it.
+// Also passes the name of the test to a process that it starts.
 const RUNNING = 'LUMO_RUNNING_TEST';
 
 const noted = new Set();
@@ -25,7 +25,7 @@ function note(kind, name) {
 
 const defined = new Map();
 
-/** The test's name, with its file, and told from others of that name. */
+/** The test's name, with its file, made unique. */
 function identityOf(name) {
   const text = `${path.basename(process.argv[1])}: ${name}`;
   const times = (defined.get(text) ?? 0) + 1;
@@ -33,7 +33,7 @@ function identityOf(name) {
   return times > 1 ? `${text} (${times})` : text;
 }
 
-/** `body`, as a part of a test; what hooks do is not. */
+/** Runs `body` as a part of a test; hooks are not counted. */
 function during(test, body) {
   return async function run(...args) {
     process.env[RUNNING] = test;

@@ -3,19 +3,19 @@
 const { spawn } = require('node:child_process');
 
 /**
- * A helper program that runs beside this process.
+ * A child process.
  *
  * @typedef {object} Child
  * @property {import('node:child_process').ChildProcess} process
- * @property {Promise<string>} ended resolves when it has ended, with the reason and what it
- *   printed to stderr; never rejects
- * @property {() => Promise<string>} stop asks it to end, insists after two seconds, and waits
+ * @property {Promise<string>} ended resolves when it has ended, with the reason and its output to
+ *   stderr; never rejects
+ * @property {() => Promise<string>} stop terminates it, kills it after two seconds, and waits
  */
 
 /**
  * Starts a program. It runs in a process group of its own, so that Ctrl-C in a terminal reaches
- * only this process, which then ends things in order; and on Linux the kernel ends it when this
- * process dies, however that happens.
+ * only this process, which then shuts down in order; and on Linux the kernel kills it when this
+ * process dies, for whatever reason.
  *
  * @param {string} command
  * @param {string[]} args
@@ -27,7 +27,7 @@ function startChild(command, args) {
   const child = spawn(line[0], line.slice(1), {
     detached: true,
     stdio: ['ignore', 'pipe', 'pipe'],
-    // A preloaded sanitizer runtime is meant for this process, not for other programs.
+    // A preloaded sanitizer runtime is for this process only.
     env: { ...process.env, LD_PRELOAD: '' },
   });
 

@@ -1,6 +1,6 @@
 'use strict';
 
-// Reads what a program writes while it runs; what is not complete at its end is left out.
+// Reads the output of a running program; an incomplete rest at its end is left out.
 
 /**
  * @param {import('node:stream').Readable} stream

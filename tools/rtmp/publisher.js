@@ -3,18 +3,18 @@
 const { runChild, startChild } = require('./child');
 
 /**
- * @typedef {object} Picture
+ * @typedef {object} TestVideo
  * @property {number} [width]
  * @property {number} [height]
  * @property {number} [frameRate]
- * @property {string} [source] ffmpeg's name of the picture's source: "color=red", say
+ * @property {string} [source] ffmpeg's name of the video source, for example "color=red"
  * @property {number} [tone] Hz
  */
 
 /**
- * What ffmpeg is told to make a picture and a tone: H.264 with a key frame a second, and AAC.
+ * ffmpeg's arguments for test video and a tone: H.264 with a key frame per second, and AAC.
  *
- * @param {Picture} [picture]
+ * @param {TestVideo} [options]
  * @returns {string[]}
  */
 function testStream(options = {}) {
@@ -30,11 +30,11 @@ function testStream(options = {}) {
 }
 
 /**
- * Publishes a test picture (ffmpeg's) and a tone until it is stopped: a stream that owes nothing
- * to the SDK.
+ * Publishes ffmpeg's test video and a tone until it is stopped: a stream that does not depend on
+ * the SDK.
  *
  * @param {string} url
- * @param {Picture & {format?: string}} [picture] `format` is that of the stream, default "flv"
+ * @param {TestVideo & {format?: string}} [options] `format` is that of the stream, default "flv"
  * @returns {import('./child').Child}
  */
 function startTestPublisher(url, { format = 'flv', ...options } = {}) {
@@ -42,14 +42,14 @@ function startTestPublisher(url, { format = 'flv', ...options } = {}) {
 }
 
 /**
- * Writes a file of test picture and tone.
+ * Writes a file of test video and a tone.
  *
- * @param {string} file its ending tells the format
+ * @param {string} file its extension selects the format
  * @param {number} seconds
- * @param {Picture} [picture]
+ * @param {TestVideo} [options]
  */
 async function writeTestFile(file, seconds, options) {
-  // As fast as it goes.
+  // As fast as possible.
   const stream = testStream(options).filter((option) => option !== '-re');
   const output = ['-t', String(seconds), '-y', file];
   await runChild('ffmpeg', [...stream, ...output], { deadlineSeconds: 60 });

@@ -10,13 +10,13 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { startChild } = require('./child');
 
 /**
- * What the server knows of one stream.
+ * The server's status of one stream.
  *
  * @typedef {object} StreamStatus
- * @property {boolean} publishing somebody publishes it now
- * @property {number} bytesIn received since its publisher came
+ * @property {boolean} publishing it has a publisher now
+ * @property {number} bytesIn received since its publisher connected
  * @property {number} clients connections: the publisher and the players
- * @property {number} width of the picture, as the stream's metadata have it; 0 without
+ * @property {number} width of the video, from the stream's metadata; 0 without
  * @property {number} height
  * @property {number} frameRate
  */
@@ -26,7 +26,7 @@ const { startChild } = require('./child');
  * in a temporary folder. Nothing of a system-wide nginx is read or touched.
  *
  * @param {object} [options]
- * @param {number} [options.rtmpPort] default: a free one. To bring a server back where it was
+ * @param {number} [options.rtmpPort] default: a free one. To restart a server at the same address
  * @param {Record<string, string>} [options.applications] name -> nginx-rtmp directives; in them,
  *   "FILES" is the folder whose files the server offers over HTTP
  * @param {(request: URLSearchParams) => boolean} [options.authorise] asked whether a stream may be
@@ -66,15 +66,15 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' }, 
     status: async (stream = 'stream') =>
       streamStatus(await get(`http://127.0.0.1:${ports.http}/stat`), stream),
 
-    /** Ends the server at once, as a crash would, and waits for its end. */
+    /** Kills the server, like a crash, and waits for its end. */
     kill: () => {
       child.process.kill('SIGKILL');
       return ended;
     },
-    /** Stops it from doing anything, with its connections open. */
+    /** Suspends it, with its connections open. */
     freeze: () => child.process.kill('SIGSTOP'),
     thaw: () => child.process.kill('SIGCONT'),
-    /** Ends the server and waits until it and its files are gone. Does no harm twice. */
+    /** Ends the server and waits until it and its files are removed. May be called twice. */
     stop: async () => {
       if (isUp) await child.stop();
       await ended;
@@ -90,7 +90,7 @@ async function startRtmpServer({ rtmpPort, applications = { live: 'live on;' }, 
   throw new Error(`The RTMP server did not start. ${await ended}`);
 }
 
-// One process in the foreground: whoever ends it has ended the whole server.
+// One process in the foreground: ending it ends the whole server.
 function configuration(folder, ports, applications, authority) {
   const module = ['/usr/lib/nginx/modules', '/usr/share/nginx/modules']
     .map((modules) => path.join(modules, 'ngx_rtmp_module.so'))
@@ -128,7 +128,9 @@ ${temporary.map((name) => `  ${name}_temp_path ${folder}/${name};`).join('\n')}
 `;
 }
 
-/** @returns {Promise<http.Server>} answers the server's question whether a stream may be published */
+/**
+ * @returns {Promise<http.Server>} answers the server's requests for permission to publish
+ */
 async function startAuthority(authorise) {
   const authority = http.createServer(async (request, response) => {
     let text = '';
@@ -169,7 +171,9 @@ function get(url) {
   });
 }
 
-/** @returns {Promise<number>} a loopback TCP port that nobody listened on just now */
+/**
+ * @returns {Promise<number>} a loopback TCP port without a listener at the moment
+ */
 function freePort() {
   return new Promise((resolve, reject) => {
     const probe = net.createServer();

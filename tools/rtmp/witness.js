@@ -1,14 +1,14 @@
 'use strict';
 
-// Looks at a stream from outside, with FFmpeg's programs: what they say owes nothing to the SDK.
+// Measures a stream from outside, with FFmpeg's programs, independently of the SDK.
 
 const { runChild, startChild } = require('./child');
 const { onLines, onPieces } = require('./output');
 
 /**
  * @typedef {object} StreamReport measured on the packets that arrived, not read from metadata
- * @property {VideoReport} [video] absent when no picture arrived
- * @property {AudioReport} [audio] absent when no sound arrived
+ * @property {VideoReport} [video] absent when no frame arrived
+ * @property {AudioReport} [audio] absent when no audio arrived
  *
  * @typedef {object} VideoReport
  * @property {string} codec FFmpeg's name, for example 'h264'
@@ -16,7 +16,7 @@ const { onLines, onPieces } = require('./output');
  * @property {number} height pixels
  * @property {number} fps frames per second
  * @property {number} bitrate kbit/s
- * @property {number} keyFrameSeconds between key frames; 0 when fewer than two came
+ * @property {number} keyFrameSeconds between key frames; 0 for fewer than two
  * @property {number} longestGapSeconds between two frames
  * @property {number} startSeconds the first frame's time in the stream
  *
@@ -27,14 +27,14 @@ const { onLines, onPieces } = require('./output');
  * @property {number} bitrate kbit/s
  */
 
-/** FFmpeg's options; it otherwise holds back the first seconds to find out the frame rate. */
+/** FFmpeg's options; otherwise it buffers the first seconds to determine the frame rate. */
 const AT_ONCE = ['-v', 'error', '-nostdin', '-fpsprobesize', '0'];
 
 /**
- * Watches a stream for a while.
+ * Measures a stream for a while.
  *
  * @param {string} url
- * @param {number} seconds of the stream to look at
+ * @param {number} seconds of the stream to measure
  * @returns {Promise<StreamReport>}
  * @throws {Error} when nothing can be played there
  */
@@ -95,8 +95,8 @@ function bitrate(packets) {
 }
 
 /**
- * Reports every encoded frame of a stream, from the next key frame on. The first ones come in a
- * burst, after the time that FFmpeg takes to examine the stream.
+ * Reports every encoded frame of a stream, from the next key frame on. The first ones arrive in a
+ * burst, after FFmpeg has examined the stream.
  *
  * @param {string} url
  * @param {(seconds: number, bytes: number, isKey: boolean) => void} onPacket called for each with
@@ -116,10 +116,10 @@ function watchPackets(url, onPacket) {
 }
 
 /**
- * Plays a stream and tells of each picture, as a player that stays would see it.
+ * Plays a stream and reports each decoded frame.
  *
  * @param {string} url
- * @param {(picture: {seconds: number, width: number, height: number}) => void} onFrame
+ * @param {(frame: {seconds: number, width: number, height: number}) => void} onFrame
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
 function watchDecodedFrames(url, onFrame) {
@@ -135,7 +135,7 @@ function watchDecodedFrames(url, onFrame) {
 }
 
 /**
- * Writes the first picture that can be played as a PNG file.
+ * Writes the first decodable frame as a PNG file.
  *
  * @param {string} url
  * @param {string} file
@@ -149,7 +149,7 @@ async function saveImage(url, file) {
 }
 
 /**
- * The mean colours of fields of a picture.
+ * Computes the mean colours of the fields of a frame.
  *
  * @param {string} source a stream's address or a file
  * @param {number} columns
@@ -158,7 +158,7 @@ async function saveImage(url, file) {
  * @throws {Error} when nothing can be played there
  */
 async function frameColours(source, columns, rows) {
-  // Scaled as YUV, few pixels get wrong chroma.
+  // Scaling few pixels as YUV would give wrong chroma.
   const scale = `format=rgb24,scale=${columns}:${rows}:flags=area`;
   const raw = ['-frames:v', '1', '-vf', scale, '-f', 'rawvideo', '-pix_fmt', 'rgb24', 'pipe:1'];
   const bytes = await runChild('ffmpeg', [...AT_ONCE, '-i', source, '-an', ...raw], {
@@ -172,13 +172,13 @@ async function frameColours(source, columns, rows) {
 }
 
 /**
- * Plays a stream and tells the mean colours of fields of each picture.
+ * Plays a stream and reports the mean colours of the fields of each frame.
  *
  * @param {string} url
  * @param {number} columns
  * @param {number} rows
- * @param {(colourAt: (column: number, row: number) => number[]) => void} onFrame given a function
- *   that answers [red, green, blue], each 0 to 255
+ * @param {(colourAt: (column: number, row: number) => number[]) => void} onFrame called with a
+ *   function that returns [red, green, blue], each 0 to 255
  * @returns {import('./child').Child} to be stopped: the end of the stream does not end it
  */
 function watchColours(url, columns, rows, onFrame) {
@@ -190,7 +190,7 @@ function watchColours(url, columns, rows, onFrame) {
 }
 
 /**
- * Plays a stream and tells the loudness of tones in each tenth of a second of its sound.
+ * Plays a stream and reports the loudness of tones in each tenth of a second of its audio.
  *
  * @param {string} url
  * @param {number[]} tones Hz, multiples of 10
@@ -215,7 +215,7 @@ function watchTones(url, tones, onPiece) {
   );
 }
 
-/** Cuts what ffmpeg makes of a stream into pieces of one size. */
+/** Splits ffmpeg's output for a stream into chunks of one size. */
 function watchPieces(url, output, bytes, onPiece) {
   const child = startChild('ffmpeg', [...AT_ONCE, '-i', url, ...output]);
   onPieces(child.process.stdout, bytes, onPiece);

@@ -1,11 +1,11 @@
-// Writes the time of day into a corner of the picture, white on a darkened box. Parameters, as a
-// JSON object; a key that is left out keeps its value:
+// Draws the time of day into a corner of the frame, white on a darkened box. Parameters, as a JSON
+// object; a key that is left out keeps its value:
 //
-//   "position"  "top-left", "top-right", "bottom-left" or "bottom-right" (the default)
-//   "size"      height of the font in parts of the picture's, 0.02 to 0.5; 0.06 by default
-//   "text"      a line to stand before the time, at most 100 bytes; "" by default
+//   "position"  "top-left", "top-right", "bottom-left" or "bottom-right" (the default) "size"
+//   height of the font as a fraction of the frame's, 0.02 to 0.5; 0.06 by default "text"      a
+//   text before the time, at most 100 bytes; "" by default
 //
-// A text that is not accepted as a whole changes nothing.
+// A JSON text with an invalid value changes nothing.
 
 #include <algorithm>
 #include <array>
@@ -55,7 +55,7 @@ std::string timeOfDay() {
   return text.data();
 }
 
-// Puts the label into the picture; `left` and `top` are even. What lies outside is left out.
+// Blends the label into the frame; `left` and `top` are even. Parts outside are clipped.
 void blend(const Planes& planes, const Label& label, int left, int top) {
   constexpr int kBlack = 16;
   constexpr int kWhite = 235;
@@ -81,7 +81,7 @@ void blend(const Planes& planes, const Label& label, int left, int top) {
 class ClockOverlay : public FramePlugin {
  public:
   bool init() override {
-    // Fonts are looked for here, and not while the capture thread waits.
+    // Fonts are searched for here, and not while the capture thread waits.
     return drawLabel("0", 16, 16).width > 0;
   }
 
@@ -98,7 +98,7 @@ class ClockOverlay : public FramePlugin {
   }
 
  private:
-  // What the label shows and how it looks.
+  // The label's text and appearance.
   struct Content {
     std::string text;
     int fontSize = 0;
@@ -123,14 +123,14 @@ class ClockOverlay : public FramePlugin {
     blend(planes, label_, left, top);
   }
 
-  // Where the label starts when `room` pixels are left beside it.
+  // Returns where the label starts if `room` pixels are left beside it.
   static int place(int room, int distance, bool atEnd) {
     const int start = atEnd ? room - distance : distance;
     return std::clamp(start, 0, std::max(room, 0)) & ~1;
   }
 
   SharedValue<Settings> settings_;
-  // The capture thread's own.
+  // Used on the capture thread only.
   Content drawn_;
   Label label_;
 };

@@ -58,7 +58,7 @@ Label drawLabel(const std::string& text, int fontSize, int mostWidth) {
   cairo_move_to(context.get(), margin, margin + line.ascent);
   cairo_show_text(context.get(), text.c_str());
   cairo_surface_flush(surface.get());
-  // Any failure above is remembered here.
+  // The context keeps any failure above.
   if (cairo_status(context.get()) != CAIRO_STATUS_SUCCESS) return {};
 
   const unsigned char* row = cairo_image_surface_get_data(surface.get());

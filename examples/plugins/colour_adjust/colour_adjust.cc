@@ -5,7 +5,7 @@
 //   "saturation"   0 to 4      1: as it is; 0: without colour
 //   "hue"       -180 to 180    0: as it is; in degrees, from red towards yellow
 //
-// A text that is not accepted as a whole changes nothing.
+// A JSON text with an invalid value changes nothing.
 
 #include <algorithm>
 #include <array>

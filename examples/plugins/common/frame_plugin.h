@@ -1,7 +1,7 @@
-// A plug-in that changes pictures while it is switched on; after loading it is off. The operations
-// that few plug-ins need are answered here.
+// Base class of a plug-in that changes frames while it is switched on; after loading it is off.
+// Implements the operations that few plug-ins need.
 //
-// Thread: as the plug-in contract says. A switch counts from the next picture on.
+// Thread: see the plug-in contract. A switch takes effect with the next frame.
 
 #pragma once
 
@@ -32,14 +32,14 @@ class FramePlugin : public LumoLivePushElectronSDK::IVideoFramePlugin {
   }
 
  protected:
-  // Changes the picture in place. Called on the capture thread, which waits for it.
+  // Changes the frame in place. Called on the capture thread, which waits for it.
   virtual void process(const Planes& planes) = 0;
 
  private:
   std::atomic<bool> on_ = false;
 };
 
-// To be defined by each plug-in: makes its instance. Null when that fails.
+// To be defined by each plug-in: creates its instance. Null if that fails.
 std::unique_ptr<FramePlugin> createPlugin();
 
 }  // namespace ExamplePlugins

@@ -1,5 +1,5 @@
-// Reading a plug-in's parameters from a JSON text. Every function answers whether it accepted what
-// it was given; none throws.
+// Reading a plug-in's parameters from a JSON text. Every function returns whether it accepted its
+// input; none throws.
 
 #pragma once
 
@@ -12,7 +12,7 @@ namespace ExamplePlugins {
 
 using Json = nlohmann::json;
 
-// Hands each key and value of the JSON object to `accept` until it refuses one.
+// Passes each key and value of the JSON object to `accept` until it refuses one.
 template <typename Accept>
 bool readObject(const char* text, Accept accept) {
   const Json object = Json::parse(text, nullptr, /*allow_exceptions=*/false);

@@ -1,4 +1,4 @@
-// The three planes of an I420 picture, without the padding at the end of their rows.
+// The three planes of an I420 frame, without the padding at the end of their rows.
 //
 // Ownership: the pixels are the frame's.
 
@@ -27,7 +27,7 @@ struct Plane {
 using Planes = std::array<Plane, 3>;
 
 inline Planes planesOf(const LumoLivePushElectronSDK::VideoFrame& frame) {
-  // Each pixel of U and V colours two by two of Y; the last one fewer when the size is odd.
+  // Each sample of U and V covers 2 by 2 of Y; the last one fewer if the size is odd.
   const int width = (frame.width + 1) / 2;
   const int height = (frame.height + 1) / 2;
   unsigned char* const u = frame.data + static_cast<std::ptrdiff_t>(frame.strideY) * frame.height;

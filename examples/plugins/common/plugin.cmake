@@ -1,4 +1,4 @@
-# How every plug-in is built.
+# Build rules of the plug-ins.
 
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release) # pixels are many

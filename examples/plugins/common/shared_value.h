@@ -1,8 +1,8 @@
-// A value that one thread replaces while another one reads it: parameters come on the JavaScript
-// thread while the capture thread works with them.
+// A value that one thread replaces while another one reads it: parameters arrive on the JavaScript
+// thread while the capture thread uses them.
 //
-// Thread: any. The lock is held for swapping two pointers only, so nobody waits for work.
-// Ownership: a reader shares the value that it got, which never changes.
+// Thread: any. The lock is only held for swapping two pointers, so waits are short.
+// Ownership: a reader shares the value, which never changes.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// Turns the picture left to right, as a mirror shows it. Takes no parameters.
+// Mirrors the frame left to right. Takes no parameters.
 
 #include <algorithm>
 

@@ -18,7 +18,7 @@ namespace {
 constexpr Shape kShape{640, 360};
 constexpr unsigned char kNoColour = 128;
 
-// A part of a picture, in pixels; `right` and `bottom` lie outside.
+// A part of a frame, in pixels; `right` and `bottom` are exclusive.
 struct Box {
   int left = 0;
   int top = 0;
@@ -38,7 +38,7 @@ class ClockOverlayTest : public ::testing::Test {
  protected:
   void SetUp() override { plugin_.enable(true); }
 
-  // Where the picture changed.
+  // Returns the changed part of the frame.
   static Box changed(const Frame& before, const Frame& after) {
     Box box{before.width(0), before.height(0), 0, 0};
     for (int y = 0; y < before.height(0); ++y) {
@@ -61,13 +61,13 @@ class ClockOverlayTest : public ::testing::Test {
     return reader_.read(part);
   }
 
-  // Puts the overlay on `original` and reads it. On grey the whole box differs from the original.
+  // Draws the overlay on `original` and reads it. On grey the whole box differs from the original.
   std::string readOn(const Frame& original) {
     const Frame grey({original.width(0), original.height(0)}, 150, kNoColour);
     return read(plugin_.process(original), changed(grey, plugin_.process(grey)));
   }
 
-  // The time that the overlay shows is that of some moment since `start`.
+  // Checks that the overlay shows a time since `start`.
   static ::testing::AssertionResult isTimeSince(std::time_t start, const std::string& text) {
     const std::time_t end = std::time(nullptr);
     for (std::time_t time = start; time <= end; ++time) {

@@ -26,8 +26,8 @@ struct Adjustment {
 
 using Colour = std::array<double, 3>;
 
-// The reference works on red, green and blue between 0 and 1, in which the four words have their
-// meaning; BT.709 takes it there and back.
+// The reference works on red, green and blue between 0 and 1, in which the four parameters are
+// defined; BT.709 converts there and back.
 Colour toRgb(const Colour& yuv) {
   const double y = (yuv[0] - 16) / 219;
   const double blueness = (yuv[1] - 128) / 224;
@@ -70,7 +70,8 @@ std::string json(const Adjustment& adjustment) {
          ",\"hue\":" + std::to_string(adjustment.hue) + "}";
 }
 
-// How far the pixels of `actual` are from what they should be, at most, in steps of a byte.
+// Returns the largest deviation of the pixels of `actual` from the expected ones, in steps of a
+// byte.
 double worstError(const Frame& original, const Frame& actual, const Adjustment& adjustment) {
   double worst = 0;
   for (int y = 0; y < original.height(0); ++y) {
@@ -151,7 +152,7 @@ TEST_F(ColourAdjustTest, ReachesThePixelsOfEveryShapeAndLeavesThePaddingAlone) {
   }
 }
 
-TEST_F(ColourAdjustTest, TurnsRedTowardsYellowAndGreen) {
+TEST_F(ColourAdjustTest, ShiftsRedTowardsYellowAndGreen) {
   Frame red({2, 2}, 81, 90);
   red.at(2, 0, 0) = 240;
   ASSERT_TRUE(plugin_.set(R"({"hue": 120})"));

@@ -1,4 +1,4 @@
-// What holds for every example plug-in.
+// Tests that apply to every example plug-in.
 
 #include <gtest/gtest.h>
 
@@ -31,12 +31,12 @@ TEST_P(ExamplePluginTest, ChangesFramesWhileItIsOn) {
   }
 }
 
-TEST_P(ExamplePluginTest, ChangesEveryFrameAnew) {
+TEST_P(ExamplePluginTest, ChangesEveryFrame) {
   plugin_.enable(true);
   const Frame once = plugin_.process(original_);
   plugin_.process(Frame::noise({31, 17}, 2));
   const Frame again = plugin_.process(original_);
-  // The clock may have ticked in between: what it writes stays inside of its box.
+  // The clock may have ticked in between: it draws only inside its box.
   int different = 0;
   for (std::size_t i = 0; i < once.bytes().size(); ++i) {
     if (once.bytes()[i] != again.bytes()[i]) ++different;

@@ -1,4 +1,4 @@
-// An I420 picture over exactly its own bytes, the padding of the rows included. Shares no code with
+// An I420 frame over exactly its own bytes, including the padding of the rows. Shares no code with
 // the plug-ins on purpose.
 
 #pragma once
@@ -77,7 +77,7 @@ class Frame {
 
 inline std::ostream& operator<<(std::ostream& out, const Frame& frame) {
   const Shape& shape = frame.shape();
-  return out << "picture of " << shape.width << "x" << shape.height << ", padding " << shape.padY
+  return out << "frame of " << shape.width << "x" << shape.height << ", padding " << shape.padY
              << "," << shape.padU << "," << shape.padV;
 }
 

@@ -1,4 +1,4 @@
-// An example plug-in, loaded from its library and ended as the add-on does it.
+// An example plug-in, loaded from its library and released like in the add-on.
 
 #pragma once
 

@@ -74,7 +74,7 @@ TextReader::Features TextReader::featuresOf(const GreyImage& image, int left, in
     }
   }
   Features features{};
-  // Four samples a field in each direction.
+  // Four samples per cell in each direction.
   constexpr int kSamples = 4;
   const double width = right - left;
   const double height = bottom - top;

@@ -1,6 +1,6 @@
-// Reads digits and colons out of a picture, as a viewer would: compares the shapes that it finds
-// with those of the system's bold monospace font, drawn by FreeType. Shares no code with the
-// plug-ins on purpose.
+// Reads digits and colons in a frame, like a viewer: compares the shapes that it finds with those
+// of the system's bold monospace font, drawn by FreeType. Shares no code with the plug-ins on
+// purpose.
 
 #pragma once
 
@@ -28,7 +28,7 @@ class TextReader {
   std::string read(const GreyImage& image) const;
 
  private:
-  // How much ink is in each field of a grid over the shape, then the shape's proportions.
+  // The ink in each cell of a grid over the shape, then the shape's proportions.
   using Features = std::array<double, 12 * 16 + 1>;
   struct Glyph {
     char character;

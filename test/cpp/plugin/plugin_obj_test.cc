@@ -68,7 +68,7 @@ class ProcessFrameWithPluginsTest : public ::testing::Test {
   PluginMap plugins_;
 };
 
-TEST_F(ProcessFrameWithPluginsTest, WithoutPluginsSaysThatNoneRan) {
+TEST_F(ProcessFrameWithPluginsTest, WithoutPluginsReportsThatNoneRan) {
   EXPECT_FALSE(process());
 }
 
@@ -85,7 +85,7 @@ TEST_F(ProcessFrameWithPluginsTest, RunsEveryVideoFramePluginInTheOrderOfTheIds)
   EXPECT_EQ(pixels_[0], 9) << "each works on the pixels in place";
 }
 
-TEST_F(ProcessFrameWithPluginsTest, GivesOneRecordWithTheFramesFieldsAsInputAndOutput) {
+TEST_F(ProcessFrameWithPluginsTest, PassesOneRecordWithTheFramesFieldsAsInputAndOutput) {
   plugins_ = {{"a", &firstObject_}};
   process();
   EXPECT_TRUE(first_.sameRecord);

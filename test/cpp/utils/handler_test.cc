@@ -29,8 +29,8 @@ std::shared_ptr<Message> Posted(std::function<void()> todo = [] {}) {
   return makeMessage0("test", std::move(todo));
 }
 
-// Raised once by one thread, awaited by another. Copies share one state, so that a thread that
-// nobody joins may raise it last of all.
+// Raised once by one thread, awaited by another. Copies share one state, so that a detached thread
+// may raise it last.
 class Signal {
  public:
   void Raise() const {
@@ -58,7 +58,7 @@ class Signal {
 
 // -------------------------------------------------------------------------------- MessageQueue
 
-TEST(MessageQueueTest, GivesMessagesByDueTimeAndEqualOnesInPostingOrder) {
+TEST(MessageQueueTest, ReturnsMessagesByDueTimeAndEqualOnesInPostingOrder) {
   const auto past = Message::Clock::now() - 1h;
   const std::array<int, 8> offsets = {5, 1, 3, 1, 5, 0, 3, 9};
   const std::array<std::size_t, 8> expected = {5, 1, 3, 2, 6, 0, 4, 7};
@@ -71,7 +71,7 @@ TEST(MessageQueueTest, GivesMessagesByDueTimeAndEqualOnesInPostingOrder) {
   for (const auto index : expected) EXPECT_EQ(queue.next(), posted[index]) << index;
 }
 
-TEST(MessageQueueTest, NeverGivesAMessageEarly) {
+TEST(MessageQueueTest, NeverReturnsAMessageEarly) {
   MessageQueue queue;
   for (const auto delay : {0us, 300us, 900us, 1000us, 1999us, 5500us}) {
     const auto message = At(Message::Clock::now() + delay);
@@ -164,7 +164,7 @@ TEST(MessageQueueTest, WaitsUntilNothingIsPending) {
   waiter.get();
 }
 
-TEST(MessageQueueTest, EightThreadsPostAndEachMessageComesOnceInItsThreadsOrder) {
+TEST(MessageQueueTest, EightThreadsPostAndEachMessageArrivesOnceInItsThreadsOrder) {
   constexpr std::size_t kThreads = 8;
   constexpr int kEach = 500;
   MessageQueue queue;
@@ -355,7 +355,7 @@ TEST(LooperTest, AMessageMayPostTheNext) {
   EXPECT_EQ(rounds, 20);
 }
 
-TEST(LooperTest, StopWithoutJoinDoesNotWaitForTheMessageUnderWay) {
+TEST(LooperTest, StopWithoutJoinDoesNotWaitForTheMessageInProgress) {
   Looper looper;
   Handler handler(&looper);
   const Signal began, ended, release;
@@ -389,7 +389,7 @@ TEST(LooperTest, DoesNotReviveButEntersAndExitsAgain) {
             (Notes{"enter", "enter", "enter", "exit", "exit", "exit", "loop", "loop", "loop"}));
 }
 
-TEST(LooperTest, DestructionDropsWhatIsQueued) {
+TEST(LooperTest, DestructionDropsQueuedMessages) {
   const auto message = Posted([] { ADD_FAILURE() << "ran an hour early"; });
   {
     Looper looper;
@@ -439,8 +439,8 @@ TEST(LooperTest, DestructionAfterADetachingStopDoesNotWaitForTheMessage) {
   ended.Await();
 }
 
-// The thread may be anywhere between its birth and its end when the looper goes.
-TEST(LooperTest, DetachedThreadsNeverTouchALooperThatIsGone) {
+// The thread may be at any point of its execution when the looper is destroyed.
+TEST(LooperTest, DetachedThreadsNeverTouchADestroyedLooper) {
   for (int i = 0; i < 300; ++i) {
     Looper looper;
     Handler handler(&looper);

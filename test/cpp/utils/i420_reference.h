@@ -1,4 +1,4 @@
-// Makes I420 frames and says, byte by byte and slowly, what the stored picture must be. Shares no
+// Creates I420 frames and computes, byte by byte and slowly, the expected stored frame. Shares no
 // code with the product on purpose.
 
 #pragma once

@@ -141,7 +141,7 @@ TEST_F(VideoFrameStoreTest, TakeIsRefusedWhenTheLayoutChangedAfterThePeek) {
   EXPECT_EQ(taken[1], screen.bytes());
 }
 
-TEST_F(VideoFrameStoreTest, TakeGivesTheNewestBytesOfTheSameLayout) {
+TEST_F(VideoFrameStoreTest, TakeReturnsTheNewestBytesOfTheSameLayout) {
   const OwnedFrame older(Tight(16, 4), 1), newer(Tight(16, 4), 2), screen(Tight(8, 2), 3);
   ASSERT_EQ(Store("u", older), 0);
   const auto peeked = store_.PeekFresh("u").value();
@@ -175,7 +175,7 @@ TEST_F(VideoFrameStoreTest, NotifiesFreshUsersInKeyOrderUntilTaken) {
   EXPECT_EQ(observer_.calls, (std::vector<std::string>{"", "0x1f", "b", "preview"}));
 }
 
-TEST_F(VideoFrameStoreTest, DroppedFramesAreNotToldAgainAndNotTaken) {
+TEST_F(VideoFrameStoreTest, DroppedFramesAreNotNotifiedAgainAndNotTaken) {
   const OwnedFrame frame(Tight(16, 4));
   ASSERT_EQ(Store("u", frame), 0);
   ASSERT_EQ(Store("u", frame, kLumoLiveVideoSourceScreen), 0);
@@ -235,7 +235,7 @@ TEST_F(VideoFrameStoreTest, ObserverMayCallBackDuringANotification) {
   EXPECT_EQ(observer_.calls, std::vector<std::string>{"a"});
 }
 
-TEST_F(VideoFrameStoreTest, ClearObserverWaitsForTheCallUnderWay) {
+TEST_F(VideoFrameStoreTest, ClearObserverWaitsForTheCallInProgress) {
   ASSERT_EQ(Store("u", OwnedFrame(Tight(8, 2))), 0);
   std::promise<void> called;
   std::atomic<bool> clearing = false, in_call = true;
@@ -252,7 +252,7 @@ TEST_F(VideoFrameStoreTest, ClearObserverWaitsForTheCallUnderWay) {
   notifier.join();
 }
 
-TEST_F(VideoFrameStoreTest, WritersTakersAndNotifiersSideBySide) {
+TEST_F(VideoFrameStoreTest, WritersTakersAndNotifiersConcurrently) {
   constexpr int kRounds = 300;
   const OwnedFrame small(Tight(10, 6), 1), large(Tight(34, 8), 2);
   const auto small_bytes = ReferenceFrame(small).bytes;

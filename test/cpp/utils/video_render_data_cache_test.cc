@@ -96,7 +96,7 @@ TEST_F(VideoRenderDataManagerTest, OneInstanceForAllThreads) {
   EXPECT_EQ(std::set(seen.begin(), seen.end()), std::set{&manager_});
 }
 
-TEST_F(VideoRenderDataManagerTest, RefusesWhatHasNoLayout) {
+TEST_F(VideoRenderDataManagerTest, RefusesFramesWithoutALayout) {
   const OwnedFrame good(Tight(16, 4));
   auto frame = good.raw();
   frame.strideU = 0;
@@ -105,7 +105,7 @@ TEST_F(VideoRenderDataManagerTest, RefusesWhatHasNoLayout) {
   EXPECT_EQ(manager_.CacheVideoRenderData("u", source, nullptr, &observer_), -1);
 }
 
-TEST_F(VideoRenderDataManagerTest, TellsUnfetchedUsersInKeyOrderAtEveryPass) {
+TEST_F(VideoRenderDataManagerTest, NotifiesUnfetchedUsersInKeyOrderAtEveryPass) {
   for (const char* user : {"preview", "b", "a"}) Cache(user);
   ASSERT_TRUE(manager_.Start());
   const auto calls = observer_.Next(9);
@@ -134,8 +134,8 @@ TEST_F(VideoRenderDataManagerTest, ClearedObserverIsNotCalledAnyMore) {
 }
 
 // A message never runs before it is due, so the distance of two passes of one chain has a lower
-// bound that no load can break. Two chains side by side would break it.
-TEST_F(VideoRenderDataManagerTest, StartAgainDoesNotDoubleThePace) {
+// bound that no load can break. Two concurrent chains would break it.
+TEST_F(VideoRenderDataManagerTest, StartAgainDoesNotDoubleTheRate) {
   Cache("u");
   for (int i = 0; i < 5; ++i) {
     ASSERT_TRUE(manager_.Start());
@@ -147,8 +147,8 @@ TEST_F(VideoRenderDataManagerTest, StartAgainDoesNotDoubleThePace) {
   for (std::size_t i = 1; i < calls.size(); ++i) EXPECT_GE(calls[i].at - calls[i - 1].at, kPace);
 }
 
-// Raises a flag when the thread that set it has ended completely. It ends slowly, so that whoever
-// does not wait for it is ahead of it.
+// Raises a flag when the thread that set it has ended completely. It ends slowly, so that code that
+// does not wait for it is detected.
 struct EndMark {
   std::atomic<bool>* ended = nullptr;
   ~EndMark() {

@@ -2,9 +2,9 @@
 // ended.
 //
 // Usage: rtsp_test_server [LAUNCH [tcp]]
-//   LAUNCH  what is sent to each client, as gst-launch writes it, with payloaders pay0, pay1;
-//           default: a red frame of 640x360, 30 times a second, and a tone
-//   tcp     refuses to send over UDP
+//   LAUNCH  the pipeline for each client, in gst-launch syntax, with payloaders pay0, pay1;
+//           default: a red frame of 640x360, 30 times a second, and a tone tcp     refuses to send
+//           over UDP
 
 #include <gst/rtsp-server/rtsp-server.h>
 

@@ -15,8 +15,8 @@ const { buildDirectory } = require('../../js/support/build_directory');
  * @property {string} url
  * @property {() => void} freeze the sender stops with its connections open
  * @property {() => void} thaw
- * @property {(clip: string) => Promise<void>} change the sender ends, another sends that clip
- * @property {() => Promise<void>} restart the server dies and comes back where it was
+ * @property {(clip: string) => Promise<void>} change the sender ends, another one sends that clip
+ * @property {() => Promise<void>} restart the server dies and restarts at the same address
  * @property {() => Promise<void>} stop
  */
 
@@ -114,11 +114,11 @@ async function startHttpFlv(clip) {
   };
 }
 
-/** The sender is the server: what is done to one happens to both. @returns {Promise<LiveSource>} */
+/** The sender is the server, so every disturbance affects both. @returns {Promise<LiveSource>} */
 async function startSelfServing(clip, url, startSender) {
   let current = clip;
   const sender = keepSending(() => startSender(current));
-  await sleep(500); // nothing shows from outside that a UDP port listens
+  await sleep(500); // there is no way to check that a UDP port listens
   return {
     ...{ url, freeze: sender.freeze, thaw: sender.thaw, restart: sender.kill, stop: sender.stop },
     async change(next) {

@@ -1,14 +1,14 @@
 'use strict';
 
-// A long check, not part of the suite: one player for each live protocol, all at once, each in a
-// process of its own. First they play undisturbed: the latency of the frames, memory, descriptors
+// A long check, not part of the suite: one player for each live protocol, all concurrently, each in
+// a process of its own. First they play undisturbed: the latency of the frames, memory, descriptors
 // and threads must stay level. Then the source freezes for ten seconds, a publisher of another size
-// and rate takes over, and the server dies and comes back: each player must play on.
+// and rate takes over, and the server dies and restarts: each player must resume.
 //
 // Usage: node test/e2e/soak/players.js [--minutes N] [--protocols A,B] [--json FILE]
 //
-// Prints a table: of each disturbance, the longest time without a frame and the frame rate afterwards.
-// The exit code tells whether all was well.
+// Prints a table: for each disturbance, the longest time without a frame and the frame rate
+// afterwards. The exit code is 0 if all players passed.
 
 const fs = require('node:fs');
 const os = require('node:os');
@@ -23,14 +23,14 @@ const { startSoundServer } = require('../support/sound_server');
 const { LIVE_SOURCES } = require('./live_sources');
 
 const FROZEN_MS = 10_000;
-const RECOVERY_MS = 12_000; // what a player may take to have its usual rate again
+const RECOVERY_MS = 12_000; // time for a player to regain its usual rate
 const RATE_SECONDS = 5; // over which a frame rate is taken
 const OTHER = { width: 640, height: 360, fps: 25, rate: 44_100 };
 const LIMITS = { latencyMs: 40, mib: 8, descriptors: 2, threads: 2 };
 
 const PLAYER = path.join(__dirname, '../../../bench/lib/frame_times_process.js');
 
-/** What another publisher sends: another size, frame rate, sample rate and channel count. */
+/** The clip of the other publisher: another size, frame rate, sample rate and channel count. */
 function writeOtherClip(file, seconds) {
   const { width, height, fps, rate } = OTHER;
   const options = [
@@ -51,7 +51,7 @@ function usageOf(pid) {
   };
 }
 
-/** A player's process, its frames and what it uses. */
+/** A player's process, its frames and its resource usage. */
 function watchPlayer(soundServer, url) {
   const child = startChild('env', [
     ...soundServer.environment('default_output'),
@@ -106,7 +106,7 @@ async function playUndisturbed(player, milliseconds) {
 }
 
 /**
- * What a disturbance, which `disturb` makes, does to the frames.
+ * Measures the effect of a disturbance on the frames.
  *
  * @returns {Promise<{gapMs: number, fps: number}>} the longest time without a frame, and the frame
  *   rate at last
@@ -170,7 +170,7 @@ function tableRow(protocol, result) {
 
 const HEAD = [
   ...['protocol', 'frames/s', 'latency ms', 'MiB', 'descriptors', 'threads', 'frozen for 10 s'],
-  ...['other publisher', 'server restarted', 'verdict', 'error'],
+  ...['other publisher', 'server restarted', 'result', 'error'],
 ];
 
 async function main() {

@@ -1,11 +1,11 @@
 'use strict';
 
-// A long check, not part of the suite: one push through many deaths of its server.
+// A long check, not part of the suite: one push through many restarts of its server.
 //
 // Usage: node test/e2e/soak/reconnect.js [OUTAGES]
 //
-// Prints a line for each outage and a verdict; the exit code tells whether every picture was back
-// in time and nothing was left behind.
+// Prints a line for each outage and a summary; the exit code is 0 if video always resumed in time
+// and nothing was leaked.
 
 const fs = require('node:fs');
 const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
@@ -27,8 +27,8 @@ function usage() {
 }
 
 /**
- * How much more was used in the second half than in the first, by the least of each: what a process
- * holds for a moment comes and goes, what it loses stays.
+ * Compares the minimum of resource usage in the second half with that in the first: temporary usage
+ * varies, a leak stays.
  */
 function growth(usages) {
   const middle = Math.floor(usages.length / 2);
@@ -41,7 +41,9 @@ function growth(usages) {
   };
 }
 
-/** @returns {Promise<number>} seconds until the witness has seen pictures, once it looks */
+/**
+ * @returns {Promise<number>} seconds until the witness has received frames, from its start
+ */
 async function secondsToPicture(url) {
   const begin = performance.now();
   await new Promise((resolve) => {

@@ -9,9 +9,9 @@ const SECOND = 1_000_000_000n;
 /**
  * Records what a program plays to an output, with the time of each sample.
  *
- * The server hands samples on in pieces, and this process may be late to read one, but never early:
- * the sample clock is laid through the piece that came soonest. The null sink runs by the same
- * monotonic clock as this process, so that one fit holds for the whole recording.
+ * The server delivers samples in chunks, and this process may be late to read one, but never early:
+ * the sample clock is fitted to the earliest chunk. The null sink runs by the same monotonic clock
+ * as this process, so that one fit holds for the whole recording.
  *
  * @param {string[]} environment for env(1)
  */
@@ -22,8 +22,8 @@ function startRecorder(environment) {
   ]);
   const pieces = [];
   let bytes = 0;
-  let origin; // the time of sample 0, in ns, by the piece that came soonest
-  let latest = 0; // the longest delay of a piece behind that, ns
+  let origin; // the time of sample 0, in ns, by the earliest chunk
+  let latest = 0; // the longest delay of a chunk after that, ns
   child.process.stdout.on('data', (data) => {
     const now = process.hrtime.bigint();
     pieces.push(data);
@@ -51,8 +51,8 @@ function startRecorder(environment) {
  * @typedef {object} Recording
  * @property {Float32Array} samples full scale is 1
  * @property {number} rate Hz
- * @property {number} startMs when sample 0 was heard, monotonic clock
- * @property {number} latestMs how much later than the soonest a piece arrived
+ * @property {number} startMs when sample 0 was played, monotonic clock
+ * @property {number} latestMs the largest delay of a chunk, compared to the earliest one
  */
 
 module.exports = { startRecorder };

@@ -5,7 +5,7 @@ const path = require('node:path');
 const { runChild } = require('../../../tools/rtmp/child');
 
 /**
- * Makes a certificate for 127.0.0.1 that nobody but itself vouches for.
+ * Creates a self-signed certificate for 127.0.0.1.
  *
  * @param {string} folder where its files are put
  * @returns {Promise<{key: Buffer, cert: Buffer, file: string}>} `file` holds the certificate

@@ -1,8 +1,8 @@
 'use strict';
 
 /**
- * Waits for conditions that change only when something arrives, a frame say: they are examined at
- * each arrival instead of by the clock.
+ * Waits for conditions that change only when something arrives, for example a frame: they are
+ * checked at each arrival instead of being polled.
  */
 function createCondition() {
   let waiters = [];

@@ -9,10 +9,10 @@ const { runChild, startChild } = require('../../../tools/rtmp/child');
 const VARIABLES = ['HOME', 'PULSE_SERVER', 'XDG_RUNTIME_DIR'];
 
 /**
- * The system's services that know of cameras and microphones, without hardware: PipeWire with its
- * session manager for cameras, PulseAudio for microphones. This process and the programs that it
- * starts use them, and no others, until they are stopped; what is already connected to others
- * stays so, hence they are started before the SDK.
+ * The system's services for cameras and microphones, without hardware: PipeWire with its session
+ * manager for cameras, PulseAudio for microphones. This process and its child processes use only
+ * these until they are stopped; existing connections to other services stay, so they must be
+ * started before the SDK.
  */
 async function startDeviceServices() {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'devices-'));
@@ -25,7 +25,7 @@ async function startDeviceServices() {
     XDG_RUNTIME_DIR: folder,
   });
   const services = [];
-  // Not for this process: GLib ends the processes that have spoken on a bus which ends.
+  // Not for this process: GLib ends processes whose session bus ends.
   const busAddress = `unix:path=${bus}`;
   const start = (...line) => {
     const service = startChild('env', [`DBUS_SESSION_BUS_ADDRESS=${busAddress}`, ...line]);
@@ -51,7 +51,7 @@ async function startDeviceServices() {
 
   return {
     /**
-     * A camera whose picture is of one colour.
+     * A camera whose frames have one colour.
      *
      * @param {string} id @param {string} name one word
      * @param {number} colour 0xRRGGBB
@@ -76,7 +76,7 @@ async function startDeviceServices() {
     },
 
     /**
-     * A microphone that hears a tone.
+     * A microphone that delivers a tone.
      *
      * @param {string} id @param {string} name one word
      * @param {number} frequency Hz
@@ -99,10 +99,13 @@ async function startDeviceServices() {
       };
     },
 
-    /** Ends what connects cameras with those who use them: they are listed, but cannot be opened. */
+    /**
+     * Stops the session manager, which links cameras with their users: they are listed, but cannot
+     * be opened.
+     */
     stopCameraManager: () => manager.stop(),
 
-    /** Ends the sound server at once, as a crash would. */
+    /** Kills the sound server, like a crash. */
     killSound: () => {
       daemon.process.kill('SIGKILL');
       return daemon.ended;

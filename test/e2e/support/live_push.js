@@ -24,14 +24,16 @@ const TEST_SOURCES = { camera: 'test', microphone: 'test' };
  *
  * @param {object} [options]
  * @param {object} [options.extra] extra configuration, on top of the test sources
- * @param {object} [options.config] for initPusher, on top of a small picture at 30 fps
+ * @param {object} [options.config] for initPusher, on top of a small size at 30 fps
  */
 function openLivePush({ extra = {}, config = {} } = {}) {
   const push = createLivePush();
   if (!push.registPlugin(sdkDirectory)) throw new Error(`no SDK in ${sdkDirectory}`);
   push.setExtraConfig(JSON.stringify({ ...TEST_SOURCES, ...extra }));
 
-  /** @type {{name: string, payload: any}[]} what came, frames excepted */
+  /**
+   * @type {{name: string, payload: any}[]} all events except frames
+   */
   const events = [];
   const waiting = [];
   for (const name of EVENTS) {
@@ -76,7 +78,9 @@ function openLivePush({ extra = {}, config = {} } = {}) {
       return frame;
     },
 
-    /** @returns {Promise<number>} identifies the screen or window of that name, once it is there */
+    /**
+     * @returns {Promise<number>} identifies the screen or window of that name, once it exists
+     */
     async sourceNamed(pattern) {
       for (;;) {
         const sources = push.getScreenShareSourceInfo();

@@ -5,7 +5,7 @@ const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
 /**
  * Kills a server while `live` publishes to it and starts another one in its place.
  *
- * @returns {Promise<object>} the new server, once the push has said that it is back
+ * @returns {Promise<object>} the new server, once the push has reported that it is back
  */
 async function killAndRestart(server, live) {
   const lost = live.next('onReconnectStart');

@@ -1,7 +1,7 @@
 'use strict';
 
 /**
- * A player, with what was raised about it.
+ * A player and its events.
  *
  * @param {ReturnType<import('./live_push').openLivePush>} live
  * @param {object} [config] for initPlayer
@@ -16,7 +16,9 @@ function openPlayer(live, config = {}) {
   return {
     id,
 
-    /** @returns {string[]} the names of its events so far, those of every second excepted */
+    /**
+     * @returns {string[]} the names of its events so far, without the statistics of every second
+     */
     names: () =>
       live.events
         .slice(before)
@@ -27,7 +29,7 @@ function openPlayer(live, config = {}) {
     next: (name, accept = () => true) =>
       live.next(name, (payload) => isOwn(payload) && accept(payload)),
 
-    /** Its next frame that JavaScript receives and `accept` takes. */
+    /** Its next frame that JavaScript receives and `accept` accepts. */
     async nextFrame(accept = () => true) {
       const [frame] = await live.next(
         'onVideoRenderData',
@@ -39,7 +41,7 @@ function openPlayer(live, config = {}) {
     /** @returns {number} */
     start: (url) => push.startPlay(id, url),
 
-    /** Plays `url` and resolves with the first frame, or rejects with the error that came. */
+    /** Plays `url` and resolves with the first frame, or rejects with the error that was raised. */
     async play(url) {
       const failed = this.next('onPlayError').then((error) => {
         throw new Error(`onPlayError ${error.code}: ${error.msg}`);
@@ -47,7 +49,7 @@ function openPlayer(live, config = {}) {
       const frame = this.nextFrame();
       const started = this.next('onPlayStarted');
       const result = push.startPlay(id, url);
-      if (result !== 0) throw new Error(`startPlay gave ${result}`);
+      if (result !== 0) throw new Error(`startPlay returned ${result}`);
       return Promise.race([failed, Promise.all([frame, started]).then(([first]) => first)]);
     },
 
@@ -55,14 +57,14 @@ function openPlayer(live, config = {}) {
     async failureOf(url) {
       const failed = this.next('onPlayError');
       const result = push.startPlay(id, url);
-      if (result !== 0) throw new Error(`startPlay gave ${result}`);
+      if (result !== 0) throw new Error(`startPlay returned ${result}`);
       return failed;
     },
 
     async stop() {
       const stopped = this.next('onPlayStopped');
       const result = push.stopPlay(id);
-      if (result !== 0) throw new Error(`stopPlay gave ${result}`);
+      if (result !== 0) throw new Error(`stopPlay returned ${result}`);
       await stopped;
     },
 

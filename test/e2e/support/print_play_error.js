@@ -1,7 +1,7 @@
 'use strict';
 
-// Plays the URL in its first argument, which must fail, prints the error as JSON and ends. The log
-// goes to standard error.
+// Plays the URL in its first argument, which must fail, prints the error as JSON and exits. The log
+// is written to standard error.
 
 const { openLivePush } = require('./live_push');
 const { openPlayer } = require('./player');

@@ -11,7 +11,7 @@ const { createCondition } = require('./condition');
  */
 
 /**
- * What arrives at a player, second by second of the stream's own time.
+ * Measures the stream at a player for each second of the stream's own time.
  *
  * @param {string} url
  */
@@ -36,9 +36,9 @@ function watchRates(url) {
     };
   };
   return {
-    /** Resolves when the last second is as `accept` wants it. @param {(r: Rates) => boolean} accept */
+    /** Resolves when the last second satisfies `accept`. @param {(r: Rates) => boolean} accept */
     until: (accept) => arrival.until(() => accept(rates())),
-    /** Resolves when that many seconds of the stream have come. */
+    /** Resolves when that many seconds of the stream have arrived. */
     passes: (seconds) => {
       const end = lastTime() + seconds;
       return arrival.until(() => lastTime() >= end);

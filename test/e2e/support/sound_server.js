@@ -7,9 +7,9 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { runChild, startChild } = require('../../../tools/rtmp/child');
 
 /**
- * A PulseAudio of the caller's own, without a sound card. Programs reach it through the environment
- * that `environment` gives, each with an output of its own that goes nowhere but can be recorded;
- * one without a choice plays to "default_output".
+ * A private PulseAudio server without a sound card. Programs connect to it through the environment
+ * that `environment` returns, each with an output of its own, a null sink that can be recorded; the
+ * default is "default_output".
  */
 async function startSoundServer() {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'sound-'));
@@ -17,7 +17,7 @@ async function startSoundServer() {
   const server = `unix:${socket}`;
   const child = startChild('env', [
     ...[`HOME=${folder}`, `XDG_RUNTIME_DIR=${folder}`, 'pulseaudio', '-n', '--daemonize=no'],
-    // With real-time priority it would be killed for a busy machine's stalls.
+    // With real-time priority the kernel would kill it on a busy machine.
     ...['--realtime=no', '--high-priority=no'],
     ...['--exit-idle-time=-1', '--use-pid-file=no', '--disallow-exit', '--log-level=error'],
     ...['-L', `module-native-protocol-unix auth-anonymous=1 socket=${socket}`],

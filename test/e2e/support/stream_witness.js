@@ -11,10 +11,10 @@ const SILENT = 100; // of 32767
 const COLOUR_BYTES = 3;
 
 /**
- * Plays a stream with FFmpeg for as long as it is watched, and keeps what it saw and heard.
+ * Plays a stream with FFmpeg until it is stopped, and records its packets, colours and pitches.
  *
  * @param {string} url
- * @param {{x: number, y: number}} spot where the picture's colour is taken, in parts of its size
+ * @param {{x: number, y: number}} spot where the colour is sampled, as fractions of the frame size
  */
 function watchStream(url, { x, y }) {
   const times = { video: [], audio: [] };
@@ -62,23 +62,25 @@ function watchStream(url, { x, y }) {
     });
 
   return {
-    /** Times of the packets in the stream, in seconds, in the order in which they came. */
+    /** Times of the packets in the stream, in seconds, in order of arrival. */
     times,
-    /** What was heard in each tenth of a second, in Hz; 0 is silence. */
+    /** The pitch of each tenth of a second, in Hz; 0 is silence. */
     pitches,
 
     /** Resolves when the spot has that colour. @param {number[]} wanted red, green and blue */
     untilColour: (wanted) =>
       until(() => colour?.every((value, index) => Math.abs(value - wanted[index]) < 40)),
 
-    /** Resolves when a tone of that pitch was heard for the last half second. */
+    /** Resolves when the last half second was a tone of that pitch. */
     untilTone: (hertz) =>
       until(() => {
         const last = pitches.slice(-5);
         return last.length === 5 && last.every((measured) => Math.abs(measured - hertz) <= 20);
       }),
 
-    /** @returns {number} seconds: the longest time in which nothing was heard */
+    /**
+     * @returns {number} seconds: the longest silence
+     */
     longestSilence() {
       let silence = 0;
       let longest = 0;
@@ -89,7 +91,7 @@ function watchStream(url, { x, y }) {
       return longest;
     },
 
-    /** What became of the three players: empty while all of them still play. */
+    /** The ends of the three players: empty while all of them still play. */
     ended: () =>
       [packets, audioPlayer, videoPlayer].filter(({ process }) => process.exitCode !== null).length,
 
@@ -115,7 +117,9 @@ function packetReader(times) {
   };
 }
 
-/** @returns {number} Hz, by counting how often the wave rises through zero; 0 for silence */
+/**
+ * @returns {number} Hz, by counting upward zero crossings; 0 for silence
+ */
 function pitch(piece) {
   let rises = 0;
   let power = 0;

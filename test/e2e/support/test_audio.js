@@ -4,11 +4,11 @@ const { runChild, startChild } = require('../../../tools/rtmp/child');
 
 const RATE = 48_000;
 
-/** Sounds for ffmpeg's filters, as long as they last. */
+/** Audio sources for ffmpeg's filters. */
 const AUDIO = {
   /** @param {number} level the peak's share of full scale */
   tone: (level) => `aevalsrc=exprs=${level}*sin(2*PI*440*t):sample_rate=${RATE}`,
-  /** White noise, as quiet as a good microphone's own. */
+  /** White noise, at the level of a good microphone's noise. */
   hiss: `anoisesrc=amplitude=0.02:sample_rate=${RATE}:seed=1`,
   silence: `anullsrc=r=${RATE}:cl=mono`,
   /** Spoken words. */
@@ -18,13 +18,13 @@ const AUDIO = {
     "Four grey geese in the green grass are grazing.'",
 };
 
-/** What ffmpeg is told to read a filter's sound. */
+/** ffmpeg's arguments to read a filter's audio. */
 const input = (filter) => ['-f', 'lavfi', '-i', filter];
 
 /**
- * Writes a video file with a grey picture whose sound is the given pieces, one after the other.
+ * Writes a grey video file whose audio is the given pieces, one after the other.
  *
- * @param {string} file its ending tells the format
+ * @param {string} file its extension selects the format
  * @param {{filter: string, seconds: number}[]} pieces
  */
 async function writeAudioFile(file, pieces) {
@@ -49,7 +49,7 @@ async function writeAudioFile(file, pieces) {
 }
 
 /**
- * Publishes a grey picture with a sound until it is stopped.
+ * Publishes grey video with an audio source until it is stopped.
  *
  * @param {string} url
  * @param {string} filter

@@ -3,18 +3,18 @@
 const net = require('node:net');
 const { once } = require('node:events');
 
-// Tokens are handed out this often; between two times a link sends nothing.
+// Interval at which tokens are added; between two of them a link sends nothing.
 const TICK_MS = 10;
 
 /**
- * A network to be made worse: a TCP relay in front of a server. What clients send passes at a rate
- * that can be changed or not at all; what the server sends passes unhindered.
+ * A network of adjustable quality: a TCP relay in front of a server. The clients' data pass at an
+ * adjustable rate or not at all; the server's data pass freely.
  *
  * @typedef {object} ThrottledLink
  * @property {number} port where clients connect to
  * @property {(kbps: number) => void} setRate kbit/s for all connections together; Infinity: no limit
- * @property {() => void} stall nothing passes any more, connections stay open
- * @property {() => void} cut every connection breaks, as when a cable is pulled and put back
+ * @property {() => void} stall no data pass any more, connections stay open
+ * @property {() => void} cut every connection breaks, like when a cable is unplugged briefly
  * @property {() => Promise<void>} close
  */
 
@@ -27,7 +27,7 @@ async function openThrottledLink(targetPort) {
   let bytesPerTick = Infinity;
   let tokens = 0;
 
-  // A small buffer on this side, so that what waits, waits at the sender.
+  // A small buffer on this side, so that data queue up at the sender.
   const server = net.createServer({ highWaterMark: 4096 }, (client) => {
     const target = net.connect(targetPort, '127.0.0.1');
     const connection = { client, target, waiting: [] };
@@ -45,7 +45,7 @@ async function openThrottledLink(targetPort) {
     target.on('data', (chunk) => client.write(chunk));
   });
 
-  /** Passes on what tokens and server allow; reads on only when nothing is left. */
+  /** Forwards as much as tokens and server allow; reads more only when nothing is left. */
   function pass({ client, target, waiting }) {
     while (waiting.length > 0 && tokens >= 1 && !target.writableNeedDrain) {
       const chunk = waiting.shift();
@@ -59,7 +59,7 @@ async function openThrottledLink(targetPort) {
   }
 
   const ticking = setInterval(() => {
-    // No more is saved up than for a tenth of a second.
+    // At most a tenth of a second's tokens accumulate.
     tokens = Math.min(tokens + bytesPerTick, bytesPerTick * 10);
     for (const connection of connections) pass(connection);
   }, TICK_MS);

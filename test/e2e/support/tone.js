@@ -1,7 +1,7 @@
 'use strict';
 
-// Whether a recorded tone is whole: no silence within it, and no jump of its phase, which a lost,
-// repeated or invented piece of audio leaves behind.
+// Checks that a recorded tone is continuous: no silence within it, and no jump of its phase, which
+// a lost, repeated or inserted audio chunk causes.
 
 const GAP_MS = 2;
 const SILENT = 0.02; // of the tone's peak

@@ -3,9 +3,7 @@
 const { once } = require('node:events');
 const { runChild, startChild } = require('../../../tools/rtmp/child');
 
-/**
- * An X server without a screen, with programs on it. `$DISPLAY` of this process names it.
- */
+/** A virtual X server, with programs on it. `$DISPLAY` of this process names it. */
 async function startDisplay({ width = 800, height = 600 } = {}) {
   const server = startChild('Xvfb', [
     ...['-displayfd', '1', '-screen', '0', `${width}x${height}x24`],
@@ -28,7 +26,7 @@ async function startDisplay({ width = 800, height = 600 } = {}) {
       return program;
     },
 
-    /** What the screen shows, as FFmpeg reads it: planes of an I420 picture of that size. */
+    /** The content of the screen as read by FFmpeg: planes of an I420 frame of that size. */
     async screenshot(to) {
       const grab = ['-f', 'x11grab', '-draw_mouse', '1', '-video_size', `${width}x${height}`];
       const scale = `scale=${to.width}:${to.height}:flags=area:out_color_matrix=bt709:out_range=tv`;
@@ -74,7 +72,7 @@ function openNoisyWindow(display, title) {
 }
 
 /**
- * The mean brightness and colour of fields of a picture.
+ * The mean luma and chroma of the fields of a frame.
  *
  * @param {{width: number, height: number, data_y: Buffer, data_u: Buffer, data_v: Buffer}} frame
  * @returns {number[]} Y, U and V, field by field, row by row

@@ -1,6 +1,6 @@
 'use strict';
 
-// Servers of HLS playlists. docs/security.md tells what a playlist may name.
+// Servers of HLS playlists. docs/security.md documents what a playlist may name.
 
 const { answer, head, httpServer, masterOf, playlistOf, response } = require('../support/http');
 
@@ -26,7 +26,7 @@ const serves = (playlist) =>
     await answer(peer, response(playlist));
   });
 
-/** A playlist that goes on. */
+/** A playlist without end. */
 async function endlessPlaylist(peer) {
   await peer.write(head(200));
   await peer.write('#EXTM3U\n#EXT-X-TARGETDURATION:2\n');
@@ -38,7 +38,7 @@ async function endlessZeros(peer) {
   await peer.flood(Buffer.alloc(65_536), 50_000_000);
 }
 
-// What no address may name, whoever names it.
+// Addresses that are always forbidden.
 const FORBIDDEN = [
   'fd://0',
   'file:///etc/passwd',

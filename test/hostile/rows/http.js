@@ -1,6 +1,6 @@
 'use strict';
 
-// HTTP servers, for those who play. docs/security.md has the limits, docs/sdk.md the codes.
+// HTTP servers, for players. docs/security.md documents the limits, docs/sdk.md the codes.
 
 const crypto = require('node:crypto');
 const { setTimeout: sleep } = require('node:timers/promises');
@@ -16,7 +16,7 @@ const TEN_SECONDS = 10_000;
 const KIB_64 = Buffer.alloc(65_536, 'a');
 const FLV_HEADER = Buffer.from('464c5601050000000900000000', 'hex');
 
-/** Attacks as soon as the request is there. */
+/** Attacks as soon as the request has arrived. */
 const afterRequest = (script) =>
   httpServer(async (peer, target) => {
     peer.attack();
@@ -25,7 +25,7 @@ const afterRequest = (script) =>
 
 const answers = (bytes) => afterRequest((peer) => answer(peer, bytes));
 
-/** The same piece again and again, slowly. */
+/** Repeats the same bytes, slowly. */
 async function drip(peer, piece) {
   for (;;) {
     await peer.write(piece);

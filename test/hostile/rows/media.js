@@ -1,6 +1,6 @@
 'use strict';
 
-// Media that are made to exhaust memory, over each protocol that carries them.
+// Media designed to exhaust memory, over each protocol that carries them.
 
 const { EventEmitter, once } = require('node:events');
 const fs = require('node:fs');
@@ -28,7 +28,7 @@ const FLV_HEAD = Buffer.from('464c5601050000000900000000', 'hex');
 // A script tag of 16 MB less one.
 const SCRIPT_TAG = Buffer.from('12ffffff00000000000000', 'hex');
 
-/** Waits until the application reads the file itself: nobody can see it begin. */
+/** Plays a file, which the application reads itself, so that the start cannot be observed. */
 const playFile = (make) => async () => {
   const server = Object.assign(new EventEmitter(), { url: await make(), close: async () => {} });
   const timer = setInterval(() => server.emit('attack'), 50);
@@ -71,7 +71,7 @@ const overHttp =
     });
   };
 
-/** Sends a beginning over HTTP, then the same piece for ever. */
+/** Sends a beginning over HTTP, then repeats the same bytes forever. */
 const endless = (beginning, piece) => async () => {
   const server = new EventEmitter();
   const listener = http.createServer(async (_request, response) => {
@@ -87,7 +87,7 @@ const endless = (beginning, piece) => async () => {
   return listening(server, listener, 'stream');
 };
 
-/** Plays FLV files one after the other over RTMP, with the time stamps that they have. */
+/** Plays FLV files one after the other over RTMP, with their own time stamps. */
 const overRtmp = (...makes) =>
   rtmp.rtmpServer(async (peer, role) => {
     await rtmp.acceptStream(peer, role);
@@ -100,7 +100,7 @@ const overRtmp = (...makes) =>
     }
   });
 
-/** Has ffmpeg send a file over SRT, again and again. */
+/** Sends a file over SRT with ffmpeg, in a loop. */
 const overSrt = (make) => async () => {
   const file = await make();
   const server = new EventEmitter();

@@ -1,7 +1,7 @@
 'use strict';
 
-// RTMP servers, for those who push and those who play. docs/network.md and docs/sdk.md have the
-// codes and times.
+// RTMP servers, for pushers and players. docs/network.md and docs/sdk.md document the codes and
+// times.
 
 const crypto = require('node:crypto');
 const { setTimeout: sleep } = require('node:timers/promises');
@@ -58,7 +58,7 @@ const answersCreateStream = (...values) =>
 const afterAcceptance = (script) =>
   rtmpServer(async (peer, role) => {
     await rtmp.acceptStream(peer, role);
-    // A publisher has begun by then.
+    // By then a publisher has started.
     if (role === 'push') await peer.readUntil('onMetaData');
     peer.attack();
     await script(peer, role);
@@ -71,7 +71,7 @@ const openArray = Buffer.concat([Buffer.from([10]), u32(1)]);
 const resultOf = (transaction, value) =>
   message(TYPE.command, Buffer.concat([rtmp.amf('_result'), rtmp.amf(transaction), value]));
 
-/** The beginnings of messages on many chunk streams, each with a piece of its body. */
+/** The beginnings of messages on many chunk streams, each with a part of its body. */
 const pendingMessages = (count, length, piece) =>
   fillOf(count, (index) =>
     Buffer.concat([
@@ -347,7 +347,7 @@ const ACCEPTED = [
       return peer.flood(message(TYPE.aggregate, parts));
     }),
     push: {},
-    // Whichever is exceeded first: the time, or the limit on what cannot be decoded.
+    // Either limit may be exceeded first: the time, or the bytes that cannot be decoded.
     play: { code: [PLAY.notFound, PLAY.undecodable], ...TEN_SECONDS },
   },
   {
@@ -367,7 +367,7 @@ const ACCEPTED = [
   {
     name: 'broken H.264 and AAC',
     serve: afterAcceptance(async (peer) => {
-      // Headers of a key frame and of AAC, and what they announce; the media are noise.
+      // Headers of a key frame and of AAC, and their configurations; the media are noise.
       const media = [
         [TYPE.video, Buffer.from([0x17, 0, 0, 0, 0]), AVC_CONFIGURATION],
         [TYPE.audio, Buffer.from([0xaf, 0]), AAC_CONFIGURATION],

@@ -28,7 +28,7 @@ const interleaved = (media) =>
     await peer.flood(media, 1_000_000);
   });
 
-/** RTP as it stands between replies: a channel, a length, and so many bytes. */
+/** Interleaved RTP between replies: a channel, a length, and the bytes. */
 const frame = (channel, length, bytes) =>
   Buffer.concat([Buffer.from([0x24, channel, length >> 8, length & 255]), bytes]);
 

@@ -12,7 +12,7 @@ const CODE = { timeout: -3003, rejected: -3202, notFound: -3201, undecodable: -3
 // SRT's own time-out.
 const timeout = { play: { code: CODE.timeout, withinMs: 3500 } };
 
-// What SRT itself would wait for without end.
+// Cases in which SRT itself would wait forever.
 const watched = { play: { code: CODE.timeout, withinMs: 10_000 } };
 
 /** @param {(datagram: Buffer, reply: (bytes: Buffer) => void) => void} script */
@@ -32,7 +32,7 @@ const udpServer = (script) => async () => {
 };
 
 /**
- * A program that listens, and is started again whenever it has ended.
+ * A program that listens, and is restarted whenever it has ended.
  *
  * @param {(port: number) => string[]} commandOf
  * @param {{livesMs?: number}} [options] it is killed after that time
@@ -96,7 +96,7 @@ module.exports = [
     name: 'a handshake that rejects',
     serve: udpServer((datagram, reply) => {
       const answer = Buffer.from(datagram);
-      // The socket that asked is the one that is answered; the type says why it is refused.
+      // The reply goes to the requesting socket; the type is the reason of the refusal.
       datagram.copy(answer, 12, 40, 44);
       answer.writeUInt32BE(1003, 36);
       reply(answer);
@@ -124,7 +124,7 @@ module.exports = [
   {
     name: 'accepts, then random bytes',
     serve: program(gstreamer(['filesrc', 'location=/dev/urandom', 'blocksize=1316'])),
-    // The sender may break off, since more comes than it can send.
+    // The sender may give up, since it cannot send this much.
     play: { code: [CODE.undecodable, CODE.notFound, CODE.rejected], withinMs: 10_000 },
   },
   {

@@ -4,7 +4,7 @@ const { once } = require('node:events');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { startClient } = require('./client');
 
-/** What holds for every case. */
+/** Limits of every case. */
 const LIMITS = { stopMs: 500, destroyMs: 1000, exitMs: 1000, memoryMib: 64 };
 
 // How long a server may act before the application stops, is destroyed or exits.
@@ -19,13 +19,13 @@ const MARGIN_MS = 1000;
 const ERROR_EVENTS = { push: 'onSDKError', play: 'onPlayError' };
 
 /**
- * A hostile server. It emits "attack" each time when it has come to its hostile part.
+ * A hostile server. It emits "attack" each time it begins its hostile part.
  *
  * @typedef {import('node:events').EventEmitter & {url: string, close: () => Promise<void>}} HostileServer
  */
 
 /**
- * What is expected of an application.
+ * The expected behaviour of an application.
  *
  * @typedef {object} Expectation
  * @property {number | number[]} [code] of the error event; without it none may come, and the case
@@ -37,13 +37,13 @@ const ERROR_EVENTS = { push: 'onSDKError', play: 'onPlayError' };
  */
 
 /**
- * A row of the suite: what a server says, and what is expected of those who push to it or play it.
+ * A row of the suite: a server, and the expected behaviour of pushers and players.
  *
  * @typedef {object} Row
- * @property {string} name what the server says
+ * @property {string} name what the server does
  * @property {(role: 'push' | 'play') => Promise<HostileServer>} serve
- * @property {Expectation} [push] without it nobody pushes
- * @property {Expectation} [play] without it nobody plays
+ * @property {Expectation} [push] without it there is no push
+ * @property {Expectation} [play] without it there is no player
  * @property {boolean} [quick] runs with `npm test`
  * @property {object} [settings] extra configuration
  */
@@ -99,11 +99,11 @@ class CaseRun {
   async start() {
     const { server, client } = this;
     const started = await client.act('start', { url: server.url });
-    this.check(started?.result === 0, `the start answers ${started?.result}`);
+    this.check(started?.result === 0, `the start returned ${started?.result}`);
     return performance.now();
   }
 
-  /** Starts, and waits until the server has had some time for its attack. */
+  /** Starts, and waits for a while after the attack has begun. */
   async startAndSuffer() {
     const attacked = once(this.server, 'attack', { signal: AbortSignal.timeout(ATTACK_WAIT_MS) });
     const reached = attacked.then(
@@ -133,8 +133,8 @@ class CaseRun {
       this.check(!error, `error ${error?.code}: ${error?.msg}`);
     } else if (this.check(error, `no error within ${wait + 2000} ms`)) {
       this.check([code].flat().includes(error.code), `error ${error.code}: ${error.msg}`);
-      this.check(took <= wait, `the error came after ${took.toFixed(0)} ms`);
-      this.check(!msg || msg.test(error.msg), `the error says: ${error.msg}`);
+      this.check(took <= wait, `the error was raised after ${took.toFixed(0)} ms`);
+      this.check(!msg || msg.test(error.msg), `the error text is: ${error.msg}`);
     }
     this.figures.code = error?.code;
     this.figures.errorMs = error && took;
@@ -170,7 +170,7 @@ class CaseRun {
     await this.client.act('reopen');
   }
 
-  /** What the application uses once all was released, or after the time for it. */
+  /** Resource usage once everything has been released, or after the time for that. */
   async released() {
     const until = performance.now() + RELEASE_MS;
     for (;;) {
@@ -191,8 +191,8 @@ class CaseRun {
 }
 
 /**
- * Runs one case: an application, in a process of its own, meets the server four times. It waits
- * for the error; stops; is destroyed; exits; the last three while the server is at it.
+ * Runs one case: an application, in a process of its own, connects to the server four times. It
+ * waits for the error; stops; is destroyed; exits; the last three during the attack.
  *
  * @param {{row: Row, role: 'push' | 'play', clip: string}} options
  * @returns {Promise<Result>}

@@ -8,7 +8,7 @@ const KEY = ['-newkey', 'rsa:2048', '-nodes'];
 const LIMIT = { deadlineSeconds: 30 };
 
 /**
- * Makes an authority and server certificates for 127.0.0.1, one of which is as it should be.
+ * Creates an authority and server certificates for 127.0.0.1, one of which is valid.
  *
  * @param {string} folder where their files are put
  * @returns {Promise<{authority: string, good: object, expired: object, otherHost: object,

@@ -7,10 +7,10 @@ const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 
 const WARM_UP_MS = 30_000;
-// Beyond it an action counts as one that never ends.
+// An action that takes longer counts as hanging.
 const ACTION_MS = 5000;
 
-/** What a process has now; `peakMib` since resetPeak(). */
+/** The current resource usage of a process; `peakMib` since resetPeak(). */
 function usageOf(pid) {
   const status = fs.readFileSync(`/proc/${pid}/status`, 'utf8');
   const mib = (name) => Number(status.match(new RegExp(`${name}:\\s+(\\d+)`))[1]) / 1024;
@@ -30,7 +30,7 @@ function usageOf(pid) {
   };
 }
 
-/** Lets the kernel's record of the most memory that a process had begin again. */
+/** Resets the kernel's record of a process's peak memory. */
 const resetPeak = (pid) => fs.writeFileSync(`/proc/${pid}/clear_refs`, '5');
 
 /** Waits until no more threads of the warm-up end. */
@@ -80,8 +80,8 @@ async function startClient({ role, settings, clip }) {
     resetPeak: () => resetPeak(child.pid),
 
     /**
-     * The next event or answer of that name; undefined when none comes in time, or when the
-     * process ends.
+     * The next event or answer of that name; undefined if none arrives in time, or if the process
+     * ends.
      */
     async next(name, timeoutMs) {
       const limit = AbortSignal.timeout(timeoutMs);
@@ -98,14 +98,19 @@ async function startClient({ role, settings, clip }) {
       }
     },
 
-    /** @returns {Promise<{ms: number, result: unknown} | undefined>} undefined: it never ended */
+    /**
+     * @returns {Promise<{ms: number, result: unknown} | undefined>} undefined: it has not ended
+     */
     async act(action, options) {
       const done = client.next(action, ACTION_MS);
       if (child.connected) child.send({ do: action, ...options });
       return done;
     },
 
-    /** Has it call process.exit(). @returns {Promise<number>} ms; Infinity when it had to be killed */
+    /**
+     * Makes it call process.exit(). @returns {Promise<number>} ms; Infinity when it had to be
+     * killed
+     */
     async exit() {
       const exiting = client.next('exiting', ACTION_MS);
       child.send({ do: 'exit' });

@@ -1,7 +1,7 @@
 'use strict';
 
-// The application that a hostile server meets: a process of its own with one pusher or player of
-// the default SDK, driven by messages of its parent.
+// The application that connects to a hostile server: a process of its own with one pusher or player
+// of the default SDK, driven by messages of its parent.
 //
 // Usage: client_process.js ROLE SETTINGS CLIP, as a child with a message channel
 //   ROLE      push or play
@@ -9,8 +9,8 @@
 //   CLIP      a small file; its playing loads what players use
 //
 // Messages in: {do: 'start', url}, {do: 'stop'}, {do: 'destroy'}, {do: 'exit'}. Each is answered by
-// {done, ms, result}, and each event of the SDK is sent as {event, code, msg}. All times are taken
-// here: the parent is busy being the server.
+// {done, ms, result}, and each event of the SDK is sent as {event, code, msg}. All times are
+// measured here: the parent is busy as the server.
 
 const { openLivePush } = require('../../e2e/support/live_push');
 const { openPlayer } = require('../../e2e/support/player');
@@ -77,8 +77,8 @@ process.on('message', async (message) => {
 });
 process.on('disconnect', () => process.exit(1));
 
-// Has everything loaded that pushing or playing loads, so that only what a server causes is
-// measured. Nobody listens on port 1.
+// Loads everything that pushing or playing needs, so that only the server's effects are measured.
+// No server listens on port 1.
 const REFUSED = {
   push: ['rtmp://127.0.0.1:1/live/stream'],
   play: [

@@ -5,7 +5,7 @@
 const { serveTcp } = require('./tcp_server');
 
 /**
- * A server that runs a script for each connection, once the request is there.
+ * A server that runs a script for each connection, once the request has arrived.
  *
  * @param {(peer: object, target: string) => Promise<void>} script `target` as requested
  */

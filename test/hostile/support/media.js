@@ -19,7 +19,7 @@ function fileOf(name) {
   return path.join(folder, name);
 }
 
-/** Has `make` write a file once. @returns {Promise<string>} its path */
+/** Lets `make` write a file once. @returns {Promise<string>} its path */
 function once(name, make) {
   if (!made.has(name)) {
     const file = fileOf(name);
@@ -56,7 +56,9 @@ const small = (extension) =>
     ),
   );
 
-/** Small frames, then huge ones, as one stream of MPEG-TS: what tells is in the stream only. */
+/**
+ * Small frames, then huge ones, as one stream of MPEG-TS: the change is visible in the stream only.
+ */
 const growing = () =>
   once('growing.ts', async (file) => {
     const parts = [await small('h264'), await hugeIn('h264')];
@@ -92,7 +94,7 @@ function crc32(bytes) {
 const png = (side) =>
   once(`${side}.png`, (file) => {
     const header = Buffer.concat([u32(side), u32(side), Buffer.from([8, 2, 0, 0, 0])]);
-    // Rows are all alike, so that a piece that was flushed may be repeated.
+    // Rows are all alike, so that a flushed block may be repeated.
     const rows = side / 20;
     const deflate = (data, flush) => zlib.deflateRawSync(data, { finishFlush: flush });
     const piece = deflate(Buffer.alloc(rows * (1 + side * 3)), zlib.constants.Z_FULL_FLUSH);
@@ -110,7 +112,7 @@ const png = (side) =>
     fs.writeFileSync(file, Buffer.concat([Buffer.from('89504e470d0a1a0a', 'hex'), ...chunks]));
   });
 
-/** A JPEG that says it had that width and height. */
+/** A JPEG whose header has that width and height. */
 const jpeg = (side) =>
   once(`${side}.jpg`, async (file) => {
     await ffmpeg('-f', 'lavfi', '-i', 'color=red:size=64x64', '-frames:v', '1', '-y', file);

@@ -1,11 +1,12 @@
 'use strict';
 
-// Plays what servers at public addresses name, in a network of its own in which this machine has
-// such an address. See hls_origin.test.js.
+// Plays addresses named by servers at public addresses, in a network namespace in which this
+// machine has such an address. See hls_origin.test.js.
 //
 // Usage: origin_process.js PUBLIC_ADDRESS SETTINGS HOST...
 //
-// Prints, for each way to name a local server as each of the hosts, whether that was reached, and the error, as JSON.
+// Prints as JSON, for each way to name a local server by each of the hosts, whether it was reached,
+// and the error.
 
 const http = require('node:http');
 const { once } = require('node:events');

@@ -1,6 +1,6 @@
 'use strict';
 
-// The results as a Markdown table, and the page that has it.
+// The results as a Markdown table, and its page.
 
 const path = require('node:path');
 

@@ -1,7 +1,7 @@
 'use strict';
 
-// The server's side of RTMP, as far as hostile servers need it: bytes, and the way to an accepted
-// stream. Nothing checks what the client says.
+// The server's side of RTMP, as far as hostile servers need it: bytes, and the exchange up to an
+// accepted stream. The client's messages are not checked.
 
 const { serveTcp } = require('./tcp_server');
 
@@ -71,7 +71,7 @@ const chunkHeader = ({ chunkStream = 3, timestamp = 0, length, type, stream = 0 
     ...(timestamp >= 0xffffff ? [u32(timestamp)] : []),
   ]);
 
-/** A whole message. @param {number} [options.chunkSize] what the client was told, first 128 */
+/** A whole message. @param {number} [options.chunkSize] as announced to the client, at first 128 */
 function message(type, body, { chunkSize = 128, chunkStream = 3, timestamp = 0, stream = 0 } = {}) {
   const parts = [chunkHeader({ chunkStream, timestamp, length: body.length, type, stream })];
   for (let at = 0; at === 0 || at < body.length; at += chunkSize) {
@@ -102,14 +102,14 @@ async function shakeHands(peer) {
 
 const connected = command('_result', 1, { fmsVer: 'FMS/3,0,1,123' }, { level: 'status' });
 
-/** Up to an accepted connection. */
+/** Runs up to an accepted connection. */
 async function acceptConnection(peer) {
   await shakeHands(peer);
   await peer.readUntil('connect');
   await peer.write(connected);
 }
 
-/** Up to a stream that may be published or is played. @param {'push' | 'play'} role */
+/** Runs up to an accepted stream. @param {'push' | 'play'} role */
 async function acceptStream(peer, role) {
   await acceptConnection(peer);
   await peer.readUntil('createStream');

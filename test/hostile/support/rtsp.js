@@ -26,7 +26,7 @@ function reply(cseq, { status = '200 OK', headers = [], body = '' } = {}) {
 
 const describeReply = (sdp) => ({ headers: ['Content-Type: application/sdp'], body: textOf(sdp) });
 
-/** What an ordinary server answers. */
+/** The answers of an ordinary server. */
 const ORDINARY = {
   OPTIONS: () => ({ headers: ['Public: OPTIONS, DESCRIBE, SETUP, PLAY, TEARDOWN'] }),
   DESCRIBE: () => describeReply(SDP),

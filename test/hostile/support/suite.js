@@ -32,7 +32,7 @@ async function makeClip(folder) {
   return file;
 }
 
-/** What all cases of a run share. */
+/** State shared by all cases of a run. */
 async function openSuite() {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'hostile-'));
   const clip = await makeClip(folder);

@@ -6,7 +6,7 @@ const { setTimeout: sleep } = require('node:timers/promises');
 
 class PeerGone extends Error {}
 
-/** One connection, as a script sees it. What waits for the peer rejects when it has gone. */
+/** One connection, as passed to a script. Waits for the peer reject when it has disconnected. */
 class Peer {
   #socket;
   #server;
@@ -21,7 +21,7 @@ class Peer {
       socket.on(event, () => this.#changed.emit('change'));
     }
     socket.on('data', (data) => {
-      // The end is enough to find words in; more would be memory for floods.
+      // The end is enough to search for texts; more would cost memory in a flood.
       this.#received = Buffer.concat([this.#received, data]).subarray(-100_000);
       this.#changed.emit('change');
     });
@@ -51,7 +51,7 @@ class Peer {
     return taken;
   }
 
-  /** Takes what has come up to the end of a text, and returns it. */
+  /** Consumes and returns the data up to and including a text. */
   async readUntil(text) {
     await this.#until(() => this.#received.includes(text));
     return this.read(this.#received.indexOf(text) + Buffer.byteLength(text));
@@ -64,7 +64,7 @@ class Peer {
     await this.#until(() => !this.#socket.writableNeedDrain);
   }
 
-  /** Writes pieces until the peer has gone, `bytesPerSecond` at most. */
+  /** Writes chunks until the peer has disconnected, `bytesPerSecond` at most. */
   async flood(piece, bytesPerSecond = 6_000_000) {
     const began = performance.now();
     for (let sent = 0; ; sent += piece.length) {
@@ -74,7 +74,7 @@ class Peer {
     }
   }
 
-  /** Resolves when the peer has gone, which is for as long as it likes. */
+  /** Resolves when the peer has disconnected; there is no timeout. */
   hold() {
     return this.#until(() => false);
   }
@@ -96,8 +96,8 @@ class Peer {
  * A server on loopback that runs a script for each connection and leaves the connection open at
  * the script's end.
  *
- * @param {(peer: Peer, index: number) => Promise<void>} script `index`: the how manieth
- *   connection, from 0 on
+ * @param {(peer: Peer, index: number) => Promise<void>} script `index`: number of the connection,
+ *   from 0 on
  * @param {(port: number) => string} urlOf
  * @returns {Promise<import('./case').HostileServer>}
  */

@@ -1,6 +1,6 @@
 'use strict';
 
-// Monitors the audio that a player plays: a PulseAudio daemon without devices, with a null sink and
+// Records the audio that a player plays: a PulseAudio daemon without devices, with a null sink and
 // a recorder on its monitor.
 
 const fs = require('node:fs');
@@ -19,8 +19,7 @@ const KEPT_SECONDS = 60;
 const SINK = 'out';
 
 /**
- * An audio server for one player. A server of its own: PulseAudio may abort when a client of it is
- * killed.
+ * An audio server for one player. Each has its own: PulseAudio may abort when a client is killed.
  *
  * @returns {Promise<{env: NodeJS.ProcessEnv, between: Function, stop: () => Promise<void>}>} `env`
  *   is for the player's environment
@@ -50,7 +49,7 @@ async function startAudioServer() {
   return {
     env,
     /**
-     * What was played between two times of the wall clock.
+     * Analyses the audio between two times of the wall clock.
      *
      * @returns {AudibleAudio}
      * @throws {Error} when the server has ended
@@ -70,8 +69,8 @@ async function startAudioServer() {
 /**
  * @typedef {object} AudibleAudio
  * @property {number} [firstMs] from `from` until something was audible
- * @property {number} silenceMs how much of the time after that was silent
- * @property {number[]} gaps when each break of the audio began, in milliseconds since `from`
+ * @property {number} silenceMs how much of the time after that was silence
+ * @property {number[]} gaps when each gap of the audio began, in milliseconds since `from`
  * @property {number[]} pitch Hz, left and right, of the last two audible seconds
  */
 
@@ -138,7 +137,7 @@ function peak(data) {
   return highest;
 }
 
-/** Hz, by counting how often the wave rises through zero; 0 for silence. */
+/** Hz, by counting upward zero crossings; 0 for silence. */
 function pitch(pieces, channel) {
   let rises = 0;
   let before = 0;
@@ -146,7 +145,7 @@ function pitch(pieces, channel) {
   for (const { data } of pieces) {
     for (let place = 2 * channel; place < data.length; place += FRAME_BYTES) {
       const value = data.readInt16LE(place);
-      // Small values keep the sign: noise about zero is no wave.
+      // Small values keep the sign: noise around zero is ignored.
       if (Math.abs(value) < AUDIBLE) continue;
       if (before < 0 && value > 0) rises += 1;
       before = value;

@@ -1,7 +1,7 @@
 'use strict';
 
-// Makes the files that senders send. They are kept in a folder for temporary files from run to
-// run, under names made of their parameters.
+// Creates the files of the senders. They are kept in a temporary folder between runs, under names
+// made of their parameters.
 
 const crypto = require('node:crypto');
 const fs = require('node:fs');
@@ -31,7 +31,7 @@ const VIDEO_ENCODERS = {
   av1: ['libsvtav1', '-preset', '12', '-crf', '40'],
   mpeg2: ['mpeg2video', '-b:v', '1500k'],
   mpeg4: ['mpeg4', '-q:v', '4'],
-  // RTP leaves the usual Huffman tables out.
+  // RTP omits the standard Huffman tables.
   mjpeg: ['mjpeg', '-q:v', '5', '-huffman', 'default'],
   theora: ['libtheora', '-q:v', '7'],
 };
@@ -155,7 +155,7 @@ const remux = (from, file, options) =>
 
 const making = new Map();
 
-/** A file made once: `make(file)` writes it, unless an earlier run has. @returns {Promise<string>} */
+/** A cached file: `make(file)` writes it, unless an earlier run has. @returns {Promise<string>} */
 function kept(name, make) {
   if (!making.has(name)) {
     making.set(
@@ -164,7 +164,7 @@ function kept(name, make) {
         const file = path.join(FOLDER, name);
         if (fs.existsSync(file)) return file;
         fs.mkdirSync(FOLDER, { recursive: true });
-        // Another run may make the same file; whoever is last replaces equal by equal.
+        // Another run may create the same file; the last one replaces it by equal content.
         const unfinished = path.join(FOLDER, `${process.pid}-${name}`);
         await make(unfinished);
         fs.renameSync(unfinished, file);
@@ -197,7 +197,7 @@ function clipOf(media) {
 
 /**
  * @param {import('./media').Media} media
- * @param {string} ending of the file's name; tells the container
+ * @param {string} ending file name extension; selects the container
  * @param {string[]} [options] ffmpeg's, for the muxer
  * @returns {Promise<string>} the same clip in that container
  */

@@ -1,7 +1,7 @@
 'use strict';
 
-// Decodes a stream with the FFmpeg 8 that the npm package node-av brings. Prints {"started": true} when
-// it begins to open it, then a ReferenceReport, each on a line.
+// Decodes a stream with the FFmpeg 8 of the npm package node-av. Prints {"started": true} when it
+// starts opening it, then a ReferenceReport, each on a line.
 //
 // Usage: node ffmpeg8_reference_process.js URL SECONDS TIMEOUT_SECONDS OPTIONS
 //   OPTIONS  of the input, as a JSON object
@@ -14,7 +14,7 @@ async function main(url, seconds, timeoutSeconds, options) {
   const report = { player: 'FFmpeg 8', videoFrames: 0, audioSamples: 0 };
   const finish = (error) => {
     if (error) report.error = error;
-    // A thread that waits for the network would hold up an orderly exit.
+    // A thread that waits for the network would block an orderly exit.
     process.stdout.write(`${JSON.stringify(report)}\n`, () => process.kill(process.pid, 'SIGKILL'));
   };
   const limit = setTimeout(() => finish('time-out'), timeoutSeconds * 1000);

@@ -1,7 +1,6 @@
 'use strict';
 
-// Sends a clip again and again with the FFmpeg 8 that the npm package node-av brings, at the clip's
-// own rate.
+// Sends a clip in a loop with the FFmpeg 8 of the npm package node-av, at the clip's own rate.
 //
 // Usage: node ffmpeg8_sender_process.js CLIP FORMAT URL
 

@@ -1,6 +1,6 @@
 'use strict';
 
-// The reference player: ffmpeg, which decodes to nowhere and prints a line for each frame.
+// The reference player: ffmpeg, which discards the decoded frames and prints a line for each.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { startChild } = require('../../../tools/rtmp/child');
@@ -15,12 +15,12 @@ const { onLines } = require('../../../tools/rtmp/output');
  * @property {number} audioSamples
  * @property {number} [width] as shown
  * @property {number} [height]
- * @property {string} [error] what it printed last, when it decoded nothing
+ * @property {string} [error] its last output, if it decoded nothing
  */
 
 /**
- * ffmpeg otherwise waits for the frame rate to be sure, and up to half a minute for a stream that
- * an FLV header announces and that never comes.
+ * Otherwise ffmpeg waits until it is certain of the frame rate, and up to half a minute for a
+ * stream that an FLV header announces but that never arrives.
  */
 const PROMPT = ['-fpsprobesize', '0', '-analyzeduration', '2000000'];
 

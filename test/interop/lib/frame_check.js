@@ -57,13 +57,15 @@ class FrameCheck {
     this.distinct += 1;
     if (before === undefined) return;
     const moved = (place - before + this.#steps) % this.#steps;
-    // Some servers begin with a key frame that they have kept, and not with what follows it.
+    // Some servers start with a cached key frame, without the frames that follow it.
     const isSecond = this.distinct === 2;
     if (moved > this.#steps / 2 && !isSecond) this.backward += 1;
   }
 }
 
-/** A line of the band against its neighbour and against the next of its field, summed up. */
+/**
+ * Sums the differences of a line of the band to its neighbour and to the next line of its field.
+ */
 function combing({ data_y: luma, data_y_len: length, width, height }) {
   const stride = length / height;
   const [first, last] = [Math.floor(height * 0.42), Math.floor(height * 0.58)];

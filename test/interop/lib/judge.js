@@ -14,7 +14,7 @@ const LIMITS = {
   combing: 400,
 };
 
-// All frames are delivered in this form, whatever was sent.
+// All frames are delivered in this form, whatever the source.
 const DELIVERED_MATRIX = 'bt709';
 
 const TONES = [440, 660];
@@ -24,7 +24,7 @@ const average = (values) => values.reduce((sum, value) => sum + value, 0) / valu
 const round = (value, digits = 1) => Number(value.toFixed(digits));
 
 /**
- * What a row comes to.
+ * The result of a row.
  *
  * @typedef {object} Result
  * @property {'ok' | 'failed' | 'no reference'} result "no reference": the reference does not play
@@ -64,7 +64,7 @@ function judge(media, ours, audible, reference, allowance = {}) {
   return { result, reasons, remarks: remarks(media, reference), ours: figures, reference };
 }
 
-/** What the reference lacks is not asked of our player either. */
+/** Our player is not required to have what the reference lacks. */
 function remarks(media, { videoFrames, audioSamples }) {
   if (videoFrames + audioSamples === 0) return [];
   if (media.video && videoFrames === 0) return ['the reference decodes no video'];

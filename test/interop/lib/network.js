@@ -12,7 +12,7 @@ function listening(server) {
   });
 }
 
-/** An encrypted way to a loopback port. @returns {tls.Server} */
+/** A TLS tunnel to a loopback port. @returns {tls.Server} */
 const tunnelTo = (port, identity) =>
   tls.createServer(identity, (socket) => {
     const inner = net.connect(port, '127.0.0.1');
@@ -26,7 +26,7 @@ const tunnelTo = (port, identity) =>
  *
  * @param {string} what is waited for
  * @param {() => unknown} condition may be asynchronous
- * @param {import('../../../tools/rtmp/child').Child[]} children whose end would be in vain
+ * @param {import('../../../tools/rtmp/child').Child[]} children that must not end meanwhile
  * @throws {Error} after 30 s, or when one of the children has ended
  */
 async function until(what, condition, children = []) {
@@ -44,7 +44,7 @@ async function until(what, condition, children = []) {
   }
 }
 
-/** Whether the kernel has a listening TCP socket on that port; no connection is made. */
+/** Returns whether the kernel has a listening TCP socket on that port; no connection is made. */
 function isListening(port) {
   const fs = require('node:fs');
   const wanted = `:${port.toString(16).toUpperCase().padStart(4, '0')}`;

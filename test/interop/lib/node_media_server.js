@@ -10,7 +10,7 @@ const { isListening, until } = require('./network');
 const PROGRAM = path.join(__dirname, 'node_media_server_process.js');
 
 /**
- * node-media-server with its defaults, the cache of the newest group of pictures among them.
+ * node-media-server with its defaults, which include the cache of the newest GOP.
  *
  * @param {string} folder for its files
  * @param {{key: string, cert: string}} identity files
@@ -43,7 +43,7 @@ async function startNodeMediaServer(folder, identity) {
     rtmps: (stream) => `rtmps://127.0.0.1:${ports.rtmps}/live/${stream}`,
     http: (stream) => `http://127.0.0.1:${ports.http}/live/${stream}.flv`,
     https: (stream) => `https://127.0.0.1:${ports.https}/live/${stream}.flv`,
-    /** Resolves when media of that stream have come. */
+    /** Resolves when media of that stream have arrived. */
     published: (stream, sender) =>
       until(`publishing to node-media-server`, () => published.has(`/live/${stream}`), [sender]),
     stop: () => child.stop(),

@@ -1,7 +1,7 @@
 'use strict';
 
-// Runs node-media-server with the configuration in the file that the first argument names. Prints
-// "published PATH" when media of a stream have come.
+// Runs node-media-server with the configuration in the file named by the first argument. Prints
+// "published PATH" when media of a stream have arrived.
 
 const fs = require('node:fs');
 const NodeMediaServer = require('node-media-server');

@@ -6,14 +6,14 @@ const path = require('node:path');
 
 const PROGRAM = path.join(__dirname, 'our_player_process.js');
 
-/** After the player's own limits this is a guard against a process that hangs. */
+/** In addition to the player's own limits, a guard against a process that hangs. */
 const GUARD_SECONDS = 15;
 
 /**
  * A process that is ready to play one stream with the players of this project.
  *
  * @param {NodeJS.ProcessEnv} env added to its environment
- * @param {string} clip a file to be played for a moment before
+ * @param {string} clip a file that is played briefly before
  * @param {string} certificates a file with the authorities to be trusted
  * @returns {Promise<{play: (order: object) => Promise<object>, stop: () => void}>}
  */
@@ -36,7 +36,7 @@ async function openOurPlayer(env, clip, certificates) {
   if (first !== 'ready') throw new Error(`our player does not start: ${first.crash}`);
 
   return {
-    /** Resolves with an OurReport, or with {crash} where the process broke down. */
+    /** Resolves with an OurReport, or with {crash} if the process crashed. */
     async play(order) {
       const seconds = order.seconds + order.timeoutSeconds + GUARD_SECONDS;
       const guard = setTimeout(() => child.kill('SIGKILL'), seconds * 1000);

@@ -1,11 +1,10 @@
 'use strict';
 
-// Plays one stream through the public interface. Once it has sent 'ready', the parent sends {url,
-// seconds, timeoutSeconds, media}; the answer is one message of type OurReport, and this process
-// ends.
+// Plays one stream through the public interface. After 'ready' the parent sends {url, seconds,
+// timeoutSeconds, media}; the reply is one message of type OurReport, and this process exits.
 //
 // Usage: node our_player_process.js CLIP CERTIFICATES
-//   CLIP  a file that is played for a moment before, so that libraries are loaded: the reference's
+//   CLIP  a file that is played briefly before, so that libraries are loaded: the reference's
 //         start-up is not counted either
 
 const { setTimeout: sleep } = require('node:timers/promises');
@@ -19,9 +18,9 @@ const { FrameCheck } = require('./frame_check');
  * @property {number} [firstFrameMs] until the first frame was delivered to JavaScript
  * @property {number} endMs
  * @property {{code: number, msg: string, ms: number}} [error]
- * @property {boolean} ended the stream said that it was over
+ * @property {boolean} ended the stream signalled its end
  * @property {number[]} frameTimes of all frames delivered to JavaScript
- * @property {object} frames what FrameCheck.summary() gives
+ * @property {object} frames from FrameCheck.summary()
  * @property {object[]} statistics of each second, with `ms`
  */
 
@@ -72,7 +71,7 @@ async function play(live, { url, seconds, timeoutSeconds, media }) {
       report.ended = true;
       resolve();
     });
-    player.startPlay(url).catch(() => {}); // a failure also comes as an event
+    player.startPlay(url).catch(() => {}); // a failure is also raised as an event
   });
   report.endMs = now();
   report.frames = check.summary();

@@ -1,7 +1,7 @@
 'use strict';
 
-// docs/compatibility.md: what plays, generated from the rows and their results. A run of some rows
-// replaces their lines and keeps the others.
+// Generates docs/compatibility.md from the rows and their results. A run of some rows replaces
+// their lines and keeps the others.
 
 const { execFileSync } = require('node:child_process');
 const path = require('node:path');

@@ -1,8 +1,8 @@
 'use strict';
 
 // The frames of all clips: four quarters of different colours, across them a dark band in which a
-// white bar moves by one eightieth of the width with each frame. Quarters show whether colours and
-// orientation are right, the bar whether frames follow each other in order.
+// white bar moves by one eightieth of the width with each frame. The quarters verify colours and
+// orientation, the bar the order of frames.
 
 const STEPS = 80;
 const BAND = { top: 3 / 8, height: 1 / 4 };
@@ -23,7 +23,7 @@ function videoPattern({ width, height, rate, matrix, fields }) {
     width: 2 * Math.ceil(width / 40),
     height: 2 * Math.floor((height * BAND.height) / 2),
   };
-  // Fields are half a frame apart; a bar twice as fast makes combs that show.
+  // Fields are half a frame apart; a bar twice as fast makes combing visible.
   const steps = fields ? STEPS / 2 : STEPS;
   const box = (x, y, w, h, colour) => `drawbox=x=${x}:y=${y}:w=${w}:h=${h}:color=${colour}:t=fill`;
   const [half, third] = ['iw/2', 'ih/2'];

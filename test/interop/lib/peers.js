@@ -1,6 +1,6 @@
 'use strict';
 
-// The peers that the whole suite needs beyond what "npm test" does.
+// The peers that the whole suite needs beyond those of "npm test".
 
 const fs = require('node:fs');
 const path = require('node:path');
@@ -12,7 +12,9 @@ const folders = () => (process.env.PATH ?? '').split(path.delimiter);
 const hasProgram = (name) => folders().some((folder) => fs.existsSync(path.join(folder, name)));
 const hasModule = (name) => fs.existsSync(path.join(__dirname, '../node_modules', name));
 
-/** @returns {Set<string>} the names of those that are installed */
+/**
+ * @returns {Set<string>} the names of the installed ones
+ */
 function peersThere() {
   const programs = Object.keys(PROGRAMS).filter((name) => hasProgram(PROGRAMS[name]));
   return new Set([...MODULES.filter(hasModule), ...programs]);

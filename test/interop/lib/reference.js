@@ -30,14 +30,14 @@ async function playWithFfmpeg8(url, { seconds, timeoutSeconds, input = [], onSta
   return report;
 }
 
-/** Whether a reference decoded what the media have. */
+/** Returns whether a reference decoded all streams of the media. */
 function decodes(report, media) {
   return (!media.video || report.videoFrames > 0) && (!media.audio || report.audioSamples > 0);
 }
 
 /**
- * Plays a stream with the reference: Debian's ffmpeg, and where that lacks something and FFmpeg 8
- * is there, FFmpeg 8.
+ * Plays a stream with the reference: Debian's ffmpeg, or FFmpeg 8 if that lacks something and
+ * FFmpeg 8 is installed.
  *
  * @param {() => Promise<{url: string, input?: string[]}>} open gives the address, called once for each player
  * @param {import('./media').Media} media

@@ -1,7 +1,7 @@
 'use strict';
 
-// Programs that send a clip as a live stream. They copy what is encoded already, so that sending
-// costs next to nothing.
+// Programs that send a clip as a live stream. They copy encoded media, so that sending costs very
+// little.
 
 const path = require('node:path');
 const { startChild } = require('../../../tools/rtmp/child');
@@ -23,7 +23,7 @@ async function sendWithFfmpeg(media, format, url, options = []) {
   return startChild('ffmpeg', [...LIVE, ...input, ...copy, ...options, '-f', format, url]);
 }
 
-// What stands between a demultiplexer and a multiplexer.
+// The parsers between demultiplexer and multiplexer.
 const PARSERS = {
   h264: 'h264parse config-interval=-1',
   hevc: 'h265parse config-interval=-1',
@@ -42,7 +42,7 @@ const QUEUE = 'queue max-size-time=0 max-size-buffers=0 max-size-bytes=0';
  * @param {string} sink
  * @param {object} [options]
  * @param {boolean} [options.output] it writes the stream to its standard output
- * @param {boolean} [options.pads] the muxer's pads are named after what they take
+ * @param {boolean} [options.pads] the muxer's pads are named after their media
  */
 async function sendWithGstreamer(media, muxer, sink, { output = false, pads = false } = {}) {
   const file = await clipIn(media, 'mp4');

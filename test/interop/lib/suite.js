@@ -16,10 +16,10 @@ const SECONDS = 4; // of each stream: one to settle, three to be counted
 const TIMEOUT_SECONDS = 20;
 
 /**
- * Shared by all rows: a certificate, the reference's start-up time.
+ * Resources shared by all rows: a certificate, the reference's start-up time.
  *
  * @param {object} options
- * @param {Set<string>} options.peers the optional peers that are there
+ * @param {Set<string>} options.peers the installed optional peers
  * @param {import('./judge').Allowance} [options.allowance] for a busy machine
  */
 async function openSuite({ peers, allowance = {} }) {
@@ -32,7 +32,7 @@ async function openSuite({ peers, allowance = {} }) {
     warmUpClip: await clipOf(readMedia('h264 + aac')),
   };
   return {
-    /** Plays one row; some may be under way at a time. Never rejects. */
+    /** Plays one row; several may run concurrently. Never rejects. */
     run: (row) => runRow(row, shared),
     close() {
       fs.rmSync(folder, { recursive: true, force: true });
@@ -101,7 +101,7 @@ async function playRow(row, shared, context) {
   return judge(media, ours, audible, reference, allowance);
 }
 
-/** Both begin at the same time, unless the source serves one player at a time. */
+/** Starts both at the same time, unless the source serves one player at a time. */
 async function playBoth(play, source, media, options) {
   const startReference = () => {
     let onStart;

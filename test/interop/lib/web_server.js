@@ -14,7 +14,7 @@ const TYPES = {
 };
 
 /**
- * Starts a web server on loopback and ends it with the row.
+ * Starts a web server on loopback that is stopped with the row.
  *
  * @param {object} context of the row
  * @param {http.RequestListener} answer
@@ -32,7 +32,7 @@ async function startWebServer(context, answer, encrypted = false) {
   return `${encrypted ? 'https' : 'http'}://127.0.0.1:${await listening(server)}`;
 }
 
-/** Answers each request with what a program of its own writes, without an end or a length. */
+/** Answers each request with the output of a program of its own, without an end or a length. */
 const streaming = (context, type, startSender) => async (_request, response) => {
   const sender = await startSender();
   context.atEnd(() => sender.stop());
@@ -41,7 +41,7 @@ const streaming = (context, type, startSender) => async (_request, response) => 
   response.on('close', () => sender.stop());
 };
 
-/** Answers with the files of a folder; parts of files where a request asks for them. */
+/** Serves the files of a folder, with range requests. */
 const files = (folder) => (request, response) => {
   const name = path.basename(new URL(request.url, 'http://x').pathname);
   fs.readFile(path.join(folder, name), (error, data) => {

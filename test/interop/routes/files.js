@@ -32,7 +32,7 @@ const localUrl = (container) => async (media) => ({
   url: `file://${await fileOf(media, container)}`,
 });
 
-/** A web server that gives any part of the file. */
+/** A web server with range requests. */
 const web =
   (container, encrypted = false) =>
   async (media, context) => {
@@ -41,7 +41,7 @@ const web =
     return { url: `${address}/${path.basename(file)}` };
   };
 
-/** A web server that gives the file with its length, but only from its beginning. */
+/** A web server that sends the file with its length, but without ranges. */
 const webWithoutRanges = (container) => async (media, context) => {
   const data = fs.readFileSync(await fileOf(media, container));
   const answer = (_request, response) => response.end(data);

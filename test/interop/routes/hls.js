@@ -9,7 +9,7 @@ const { until } = require('../lib/network');
 const { sendWithFfmpeg, sendWithGstreamer } = require('../lib/senders');
 const { files, startWebServer } = require('../lib/web_server');
 
-const SEGMENTS = 3; // there when a player comes
+const SEGMENTS = 3; // available when a player starts
 
 const segmentsIn = (file) =>
   fs.existsSync(file) ? fs.readFileSync(file, 'utf8').split('#EXTINF').length - 1 : 0;

@@ -1,7 +1,7 @@
 'use strict';
 
-// Every row of the suite: what is sent, how, and played from there. One file for each group of
-// protocols; a row is quick when it is one of those that "npm test" runs.
+// The rows of the suite: media, sender and route. One file for each group of protocols; "npm test"
+// runs the quick rows.
 
 const { readMedia } = require('../lib/media');
 

@@ -41,7 +41,7 @@ describe('the options of the first stream', () => {
     assert.equal(readOptions(play).play, play[1]);
     assert.equal(readOptions(['--mix']).mix, true);
     for (const other of [['--mix'], ['--input', FILE], ['--plugin', FILE]]) {
-      assert.throws(() => readOptions([...play, ...other]), /--play goes without/);
+      assert.throws(() => readOptions([...play, ...other]), /--play cannot be combined with/);
     }
   });
 

@@ -1,8 +1,8 @@
 'use strict';
 
-// Hostile calls to the scripted SDK, and some to the default one, in one process after the other.
-// Each process has a seed of its own, counted up from the run's: with `--seed` and `--calls` of what
-// is left, a run goes on where another one ended.
+// Hostile calls to the scripted SDK, and some to the default one, in successive processes. Each
+// process has a seed of its own, counted up from the run's: with `--seed` and the remaining
+// `--calls`, a run continues where another one ended.
 
 const fs = require('node:fs');
 const os = require('node:os');
@@ -22,11 +22,11 @@ const DEFAULT = {
   script: path.join(root, 'test/nightly/support/hostile_sdk_process.js'),
   callsEach: 10_000,
 };
-const DEFAULT_SHARE = 0.02; // of the calls: what they start takes time
+const DEFAULT_SHARE = 0.02; // of the calls: the operations that they start take time
 const JOBS = 2;
 const RUNTIMES = 2;
 
-/** What V8 is told, in turns: nothing, to collect and to move objects all the time. */
+/** V8's options, used in turn: none; collect and move objects all the time. */
 const STRESS = [
   [],
   ['--gc-interval=499'],

@@ -1,6 +1,6 @@
 'use strict';
 
-// Lives of pushers and players with a real server; three of four end before they have begun.
+// Lifetimes of pushers and players with a real server; three of four end before they have started.
 
 const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
 const { runScenario } = require('../support/scenario');

@@ -1,6 +1,6 @@
 'use strict';
 
-// Random use of the default SDK, in one process after the other.
+// Random use of the default SDK, in successive processes.
 
 const { startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
 const { runScenario } = require('../support/scenario');

@@ -1,7 +1,7 @@
 'use strict';
 
-// Publishing and playing where the system lacks something. Every case must end by itself, in order,
-// within its time; which errors it reports stands in the figures.
+// Publishing and playing on a system that lacks resources. Every case must end by itself, in order,
+// within its time; the figures list its errors.
 
 const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
@@ -15,21 +15,21 @@ const { runScenario } = require('../support/scenario');
 
 const SECONDS = 6;
 const MIN_FRAMES_PER_SECOND = 5; // of 15, start included
-/** How GLib or Node end a process themselves that has no descriptors or threads left. */
+/** The signals with which GLib or Node end a process that has no descriptors or threads left. */
 const IN_ORDER = /SIG(ABRT|TRAP)/;
 const limit = (...options) => ['prlimit', ...options];
 
 /**
- * The limit of threads holds for a user, and not for root: the process runs as a user that nobody
- * else is. Needs to be root.
+ * The limit of threads applies per user, and not to root: the process runs as an otherwise unused
+ * user. Needs to be root.
  */
-const NOBODY_ELSE = 60_999;
+const UNUSED_USER = 60_999;
 const limitThreads = (count) => [
-  ...['setpriv', `--reuid=${NOBODY_ELSE}`, `--regid=${NOBODY_ELSE}`, '--clear-groups'],
+  ...['setpriv', `--reuid=${UNUSED_USER}`, `--regid=${UNUSED_USER}`, '--clear-groups'],
   ...limit(`--nproc=${count}`),
 ];
 
-/** Where Debian has libfaketime, which lets a process see another time of day. */
+/** Debian's libfaketime, which simulates another time of day in a process. */
 const FAKETIME = '/usr/lib/x86_64-linux-gnu/faketime/libfaketimeMT.so.1';
 
 function without(...names) {
@@ -44,7 +44,7 @@ function fullFolder(folder) {
   try {
     fs.writeFileSync(path.join(full, 'all'), Buffer.alloc(128 * 1024));
   } catch {
-    // as it should be
+    // as expected
   }
   return { full, close: () => execFileSync('umount', [full]) };
 }
@@ -58,15 +58,14 @@ function casesIn(folder, full) {
     launcher: limit(`--nofile=${count}`),
     ends: count < 32 ? IN_ORDER : undefined,
   }));
-  // Without memory GLib, V8 and the library that finds fonts end the process, some of them by a
-  // crash: what is left to see is that nothing hangs.
+  // Without memory GLib, V8 and fontconfig end the process, some of them by a crash: the check is
+  // that nothing hangs.
   const memory = [900, 1200, 1600].map((mib) => ({
     what: `${mib} MiB of address space`,
     launcher: limit(`--as=${mib * 1024 * 1024}`),
     ends: /SIG(ABRT|ILL|SEGV|TRAP)|exit code/,
   }));
-  // Node itself needs eleven. Where GStreamer finds none in the middle of its work, GLib ends the
-  // process in order.
+  // Node itself needs eleven. If GStreamer cannot start one later, GLib ends the process in order.
   const threads = [12, 16, 24, 32, 48, 64].map((count) => ({
     what: `${count} threads`,
     launcher: limitThreads(count),
@@ -122,7 +121,7 @@ async function runWithDyingServers(server, report) {
   await running;
 }
 
-/** The time of day jumps by an hour, there and back; what is played must go on. */
+/** The time of day jumps by an hour, and back; playback must continue. */
 async function runWithJumpingClock(server, folder, report) {
   const what = 'the time of day jumps by an hour and back';
   const file = path.join(folder, 'clock');

@@ -1,7 +1,7 @@
 'use strict';
 
-// A push with four players while the server is killed, frozen and throttled, at random. Whatever
-// happens, both must be back within their time once the server is well.
+// A push with four players while the server is killed, frozen and throttled, at random. After each
+// disturbance both must resume within their time once the server works again.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { freePort, startRtmpServer } = require('../../../tools/rtmp/rtmp_server');
@@ -13,7 +13,7 @@ const SHARE = 0.5; // of the run's time
 const BACK_MS = 30_000;
 const LIMITS = { mib: 64, descriptors: 8, threads: 8 };
 
-/** Does one thing to the server or the network, and undoes it. */
+/** Disturbs the server or the network in one way, and restores it. */
 async function disturb(state, random) {
   const actions = {
     async kill() {
@@ -55,7 +55,7 @@ async function run({ minutes, seed }, report) {
   const running = runScenario('turmoil_process.js', [url(state.link.port), url(port)], {
     deadlineSeconds: minutes * 60 * SHARE + 180,
     onMessage: ({ frames }, usage) => {
-      // The picture comes back to JavaScript through the server.
+      // The frames return to JavaScript through the server.
       if (frames > 0) lastFrame = performance.now();
       usages.push(usage());
     },

@@ -2,8 +2,8 @@
 
 // Usage: cycles_process.js URL SEED COUNT, as a child with a message channel
 //
-// Makes pushers and players that live for a short while, some of them only for the time that a
-// connection takes, and says {used: cycles} before the first and after the last.
+// Creates short-lived pushers and players, some of them only for the time that a connection takes,
+// and sends {used: cycles} before the first and after the last.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { openLivePush } = require('../../e2e/support/live_push');
@@ -41,7 +41,7 @@ async function cycle(whole) {
   live.close();
 }
 
-/** What ends in the background has ended. */
+/** Waits until background work has ended. */
 async function used(cycles) {
   await sleep(2000);
   globalThis.gc();

@@ -1,11 +1,11 @@
 'use strict';
 
-/*
+/**
  * Usage: node --expose-gc hostile_sdk_process.js SEED CALLS NOTE_FILE URL
  *
  * Makes CALLS hostile calls to the default SDK, which publish to URL and play it now and then, and
- * sees whether it still captures afterwards. The file keeps the call that was made last, for whoever finds this process crashed. Ends with 0, or with 1
- * and a message on standard error.
+ * checks that it still captures afterwards. The file holds the last call, in case this process
+ * crashes. Ends with 0, or with 1 and a message on standard error.
  *
  * setLogDirPath() is left out: with any text it writes files anywhere.
  */
@@ -44,7 +44,7 @@ const MOST_PLAYERS = 8;
 const START_EVERY = 20;
 const RENEW_EVERY = 500;
 
-/** Hostile code with the default SDK in its hands; see hostile_values.js for what it is asked for. */
+/** Hostile code with access to the default SDK; see hostile_values.js for the interface. */
 class World {
   #depth = 0;
   #acts = 0;
@@ -66,7 +66,7 @@ class World {
     for (const name of EVENTS) this.wrapper.addEventListener(name, this.listener());
   }
 
-  /** Gets what hostile code may have ended running again. */
+  /** Restarts what hostile code may have ended. */
   start() {
     this.wrapper.initPusher(CONFIG);
     this.wrapper.startPreview({ view: null, width: 320, height: 180 });
@@ -122,7 +122,7 @@ class World {
   }
 }
 
-/** What hostile listeners throw arrives here, and nothing else may. */
+/** Receives the exceptions of hostile listeners, and must not receive any other. */
 process.on('uncaughtException', (error) => {
   if (error.message !== 'hostile code' && !/^Class constructor/.test(error.message)) fail(error);
 });

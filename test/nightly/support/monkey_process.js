@@ -2,8 +2,8 @@
 
 // Usage: monkey_process.js URL SEED SECONDS, as a child with a message channel
 //
-// Calls the default SDK's methods in any order, with arguments that are mostly right, and lets
-// events arrive in between. At last everything must still work: a push that starts.
+// Calls the default SDK's methods in random order, with mostly valid arguments, and lets events
+// arrive in between. In the end a push must still start.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { openLivePush } = require('../../e2e/support/live_push');

@@ -3,9 +3,10 @@
 // Usage: publish_and_play_process.js URL SECONDS [EXTRA], as a child with a message channel
 //   EXTRA  extra configuration, JSON
 //
-// Publishes and plays what it publishes, for so long, and sends {errors, frames} at the end, where
-// errors are the codes of all error events, or the answer where no pusher can be made. Only a crash,
-// an exception or a hang are failures: on a system that lacks something, errors are right.
+// Publishes a stream and plays it for that time, and sends {errors, frames} at the end, where
+// errors are the codes of all error events, or the result if no pusher can be created. Only a
+// crash, an exception or a hang are failures: on a system that lacks resources, errors are
+// expected.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 const { openLivePush } = require('../../e2e/support/live_push');
@@ -15,7 +16,7 @@ const CONFIG = { width: 320, height: 180, frameRate: 15, mTargetVideoBitrate: 30
 
 const NO_PUSHER = -102;
 
-/** A pusher that is open; none where too few descriptors or threads are left for one. */
+/** Opens a pusher; none if too few descriptors or threads are left. */
 function openIfPossible() {
   try {
     return openLivePush({ config: CONFIG, extra: JSON.parse(extra) });
@@ -36,7 +37,7 @@ async function main() {
   let frames = 0;
   live.next('onVideoRenderData', () => {
     frames += 1;
-    return false; // it goes on being asked
+    return false; // it keeps being polled
   });
   if (process.env.LOG_FOLDER) push.setLogDirPath(process.env.LOG_FOLDER, 512);
   push.startPreview({ view: null, width: 320, height: 180 });

@@ -5,8 +5,7 @@ const path = require('node:path');
 const { usageOf } = require('../../hostile/support/client');
 
 /**
- * Runs a script of this folder in a process of its own, which sends what it wants to say and ends
- * by itself.
+ * Runs a script of this folder in a process of its own, which sends messages and ends by itself.
  *
  * @param {string} name
  * @param {string[]} args

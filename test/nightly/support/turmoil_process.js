@@ -2,8 +2,9 @@
 
 // Usage: turmoil_process.js PUSH_URL PLAY_URL, as a child with a message channel
 //
-// Publishes and plays with four players, begins again whatever has ended, and says once a second how
-// many frames each player has received at least. Ends when the server has been away for three quarters of a minute.
+// Publishes and plays with four players, restarts whatever has ended, and reports once a second the
+// smallest number of frames of a player. Ends when the server has been away for three quarters of a
+// minute.
 
 const { openLivePush } = require('../../e2e/support/live_push');
 
@@ -19,7 +20,7 @@ let away = 0;
 
 live.next('onVideoRenderData', (frames) => {
   for (const { user_id: id } of frames) received.set(id, (received.get(id) ?? 0) + 1);
-  return false; // it goes on being asked
+  return false; // it keeps being polled
 });
 
 function keepPushing() {

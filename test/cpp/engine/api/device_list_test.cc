@@ -5,7 +5,7 @@
 namespace NimboEngine {
 namespace {
 
-TEST(DeviceList, GivesTheRecordsInOrder) {
+TEST(DeviceList, ReturnsTheRecordsInOrder) {
   DeviceList list;
   list.assign({{"id-a", "A", Transport::kUsb}, {"id-b", "B", Transport::kVirtual}});
   ASSERT_EQ(list.getCount(), 2u);

@@ -42,8 +42,8 @@ TEST(RtcString, AssigningToItselfKeepsIt) {
   EXPECT_STREQ(text.c_str(), "same");
 }
 
-// Its storage is the library's own; that these paths neither leak nor touch freed memory is what
-// the sanitizers watch.
+// Its storage is private to the library; the sanitizers check that these paths neither leak nor
+// touch freed memory.
 TEST(MixStreamArray, CopiesAssignsAndClears) {
   LumoLiveMixStream stream{};
   stream.userId = "somebody";
@@ -62,7 +62,7 @@ TEST(MixStreamArray, CopiesAssignsAndClears) {
   EXPECT_EQ(copy.cropMode, 1u);
 }
 
-TEST(LiveBase, TellsVersionAndModes) {
+TEST(LiveBase, ReportsVersionAndModes) {
   ASSERT_NE(LumoLiveBase::GetSDKVersion(), nullptr);
   EXPECT_NE(std::strlen(LumoLiveBase::GetSDKVersion()), 0u);
   EXPECT_TRUE(LumoLiveBase::isSupportLiveMode(kLumoLiveModeBasic));

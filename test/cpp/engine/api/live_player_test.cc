@@ -26,7 +26,7 @@ using test::TestClip;
 
 using Clock = std::chrono::steady_clock;
 
-// Beside threads that still run, which is what the tests that use it are about.
+// Exits while other threads still run, which the tests that use it are about.
 [[noreturn]] void endProcess(int code) {
   std::exit(code);  // NOLINT(concurrency-mt-unsafe): see above
 }
@@ -46,7 +46,7 @@ class LivePlayerTest : public testing::Test {
   LumoLivePlayer* player = LumoLivePlayer::Create("");
 };
 
-// Threads that take pipelines down are not waited for by anybody.
+// Threads that stop pipelines are not joined.
 bool comesDownTo(const test::ProcessUsage& wanted) {
   for (int i = 0; i < 500; ++i) {
     const test::ProcessUsage now = test::processUsage();
@@ -64,7 +64,7 @@ TEST_F(LivePlayerTest, IsNotCreatedWithSettingsThatMakeNoSense) {
   other->destroy();
 }
 
-TEST_F(LivePlayerTest, RefusesWhatCannotBe) {
+TEST_F(LivePlayerTest, RefusesInvalidInput) {
   EXPECT_EQ(player->startPlay(nullptr), kLumoLiveInvalidArgument);
   EXPECT_EQ(player->startPlay("nonsense"), kLumoLiveInvalidArgument);
   EXPECT_EQ(player->stopPlay(), kLumoLiveInvalidState);
@@ -88,9 +88,9 @@ TEST_F(LivePlayerTest, AFilePlaysToItsEnd) {
   EXPECT_EQ(player->getPlayMode(), kLumoLivePlayModeNone);
   EXPECT_EQ(listener.rareEvents(), (std::vector<std::string>{"started", "drawn", "stopped"}));
   EXPECT_LE(listener.frames, 60);
-  EXPECT_GE(listener.frames, 45) << "a busy machine may leave pictures out";
+  EXPECT_GE(listener.frames, 45) << "a busy machine may drop frames";
   EXPECT_EQ(listener.statistics().videoWidth, 320);
-  EXPECT_EQ(player->stopPlay(), kLumoLiveInvalidState) << "it is over";
+  EXPECT_EQ(player->stopPlay(), kLumoLiveInvalidState) << "it has ended";
   EXPECT_EQ(player->startPlay(clip.path()), kLumoLiveOk) << "and once more";
   ASSERT_TRUE(listener.events.waitFor("started", 2));
 }
@@ -127,7 +127,7 @@ TEST_F(LivePlayerTest, AudioAloneIsPlayedToo) {
   EXPECT_EQ(listener.frames, 0);
 }
 
-TEST_F(LivePlayerTest, TextsOfTheFiguresOutliveThePlayer) {
+TEST_F(LivePlayerTest, TextsOfStatisticsOutliveThePlayer) {
   LumoLivePlayerStatsInfo kept;
   {
     const TestClip clip(64, 64, 2);
@@ -141,7 +141,7 @@ TEST_F(LivePlayerTest, TextsOfTheFiguresOutliveThePlayer) {
   EXPECT_NE(std::string(kept.userId).find("nimbo-clip"), std::string::npos);
 }
 
-TEST_F(LivePlayerTest, EachStopIsAnsweredOnce) {
+TEST_F(LivePlayerTest, EachStopIsConfirmedOnce) {
   const TestClip clip(64, 64, 5);
   listener.attachTo(player);
   for (int i = 1; i <= 20; ++i) {
@@ -185,7 +185,7 @@ TEST_F(LivePlayerTest, ADetachedListenerIsNotCalledAnyMore) {
   }
 }
 
-TEST_F(LivePlayerTest, ADestroyedPlayerCallsNobody) {
+TEST_F(LivePlayerTest, ADestroyedPlayerCallsNoListener) {
   const TestClip clip(64, 64, 30);
   for (int i = 0; i < 100; ++i) {
     RecordingPlayerListener passing;
@@ -223,7 +223,7 @@ TEST_F(LivePlayerTest, TheProcessMayEndWhileItBeginsToPlay) {
   EXPECT_EXIT(endProcess(player->startPlay(clip.path())), testing::ExitedWithCode(kLumoLiveOk), "");
 }
 
-// SRT's library is not to be used any more once its own destructors have run.
+// SRT's library must not be used after its own destructors have run.
 TEST_F(LivePlayerTest, TheProcessMayEndWhileItConnectsWithSrt) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto endWhileItConnects = [this] {
@@ -235,7 +235,7 @@ TEST_F(LivePlayerTest, TheProcessMayEndWhileItConnectsWithSrt) {
   EXPECT_EXIT(endWhileItConnects(), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(LivePlayerTest, FiftyLivesLeaveNothingBehind) {
+TEST_F(LivePlayerTest, FiftyLifetimesLeakNothing) {
   constexpr int kWarmUp = 10;
   const TestClip clip(64, 64, 30);
   destroy();
@@ -254,12 +254,12 @@ TEST_F(LivePlayerTest, FiftyLivesLeaveNothingBehind) {
   }
   EXPECT_TRUE(comesDownTo(before));
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-  // Sanitizers bring allocators of their own, which count nothing here.
+  // Sanitizers have their own allocators, which are not counted here.
   EXPECT_LE(test::processUsage().heapKiB, before.heapKiB + 1024);
 #endif
 }
 
-TEST_F(LivePlayerTest, AnswersAtOnce) {
+TEST_F(LivePlayerTest, ReturnsImmediately) {
   const TestClip clip(64, 64, 5);
   std::vector<Clock::duration> times;
   const auto timed = [&](auto request) {

@@ -33,7 +33,7 @@ class LivePlayerViewTest : public testing::Test {
     EXPECT_EQ(player->setPlayView(&id, 1, 1), kLumoLiveOk);
   }
 
-  // Until the window has that colour there, with a guard against hanging.
+  // Waits until the window has that colour there, with a guard against hanging.
   static bool shows(const XWindow& target, double x, double y, const Colour& wanted) {
     for (int i = 0; i < 2000; ++i) {
       const Colour seen = target.at(x, y);
@@ -51,7 +51,7 @@ class LivePlayerViewTest : public testing::Test {
   LumoLivePlayer* const player = LumoLivePlayer::Create("");
 };
 
-TEST_F(LivePlayerViewTest, ShowsTheWholeFrameAndTellsWhenItDoes) {
+TEST_F(LivePlayerViewTest, ShowsTheWholeFrameAndReportsIt) {
   const XWindow window(Size{400, 400});
   show(window);
   player->startPlay(clip.path());
@@ -67,8 +67,8 @@ TEST_F(LivePlayerViewTest, ShowsTheWholeFrameAndTellsWhenItDoes) {
   EXPECT_EQ(listener.rareEvents(), (std::vector<std::string>{"started", "drawn", "stopped"}));
 }
 
-// Where the red quarter of the picture comes to be.
-TEST_F(LivePlayerViewTest, TurnsAndMirrors) {
+// Returns the position of the frame's red quarter.
+TEST_F(LivePlayerViewTest, RotatesAndMirrors) {
   const struct {
     LumoLiveRotation rotation;
     bool mirror;
@@ -140,7 +140,7 @@ TEST_F(LivePlayerViewTest, WhatTheListenerPaintsIsShown) {
   EXPECT_TRUE(shows(window, 0.9, 0.9, kRed));
 }
 
-TEST_F(LivePlayerViewTest, AWindowThatGoesIsReportedAndThePlayerGoesOn) {
+TEST_F(LivePlayerViewTest, AClosedWindowIsReportedAndThePlayerContinues) {
   XWindow window(Size{320, 180});
   show(window);
   player->startPlay(clip.path());
@@ -153,7 +153,7 @@ TEST_F(LivePlayerViewTest, AWindowThatGoesIsReportedAndThePlayerGoesOn) {
   EXPECT_TRUE(shows(another, 0.1, 0.1, kRed));
 }
 
-TEST_F(LivePlayerViewTest, AWindowThatIsNoneIsReported) {
+TEST_F(LivePlayerViewTest, AnInvalidWindowIsReported) {
   uint32_t id = 0x7fffff;
   player->setPlayView(&id, 0, 0);
   player->startPlay(clip.path());
@@ -161,7 +161,7 @@ TEST_F(LivePlayerViewTest, AWindowThatIsNoneIsReported) {
   ASSERT_TRUE(listener.events.waitFor("drawn")) << "then the next frame counts as shown";
 }
 
-TEST_F(LivePlayerViewTest, AFrozenDisplayServerHoldsNothingUp) {
+TEST_F(LivePlayerViewTest, AFrozenDisplayServerBlocksNothing) {
   const XWindow window(Size{320, 180});
   show(window);
   player->startPlay(clip.path());

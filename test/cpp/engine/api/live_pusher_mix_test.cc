@@ -1,5 +1,5 @@
-// Mixes through the public interface: players come and go in a mix that is being published. What a
-// mix looks and sounds like is in the end-to-end tests.
+// Mixes through the public interface: players come and go in a mix that is being published. The
+// content of a mix is checked by the end-to-end tests.
 
 #include <gtest/gtest.h>
 
@@ -61,7 +61,7 @@ TEST_F(LiveMixTest, PlayersComeAndGoInAPublishedMix) {
     player->startPlay(clip.path());
     ASSERT_EQ(mix(pusher, {"", round % 2 == 0 ? idOf(player) : clip.path()}), kLumoLiveOk);
     ASSERT_TRUE(playing.events.waitFor("drawn"));
-    // By turns while it plays, and while it stops.
+    // Alternately while it plays, and while it stops.
     if (round % 3 == 0) player->stopPlay();
     gone = idOf(player);
     player->destroy();

@@ -1,4 +1,4 @@
-// Whole pushes through the public interface: captured, encoded, published, seen by ffprobe.
+// Whole pushes through the public interface: captured, encoded, published, checked with ffprobe.
 
 #include <gtest/gtest.h>
 
@@ -41,7 +41,7 @@ class LivePusherPublishTest : public testing::Test {
   LumoLivePushConfig config;
 };
 
-// The average luma at the server, in ffmpeg's words "YAVG=<number>".
+// The average luma at the server, from ffmpeg's output "YAVG=<number>".
 double lumaAtServer(const std::string& url) {
   const std::string text = test::outputOf(
       {"ffmpeg", "-v", "error", "-rw_timeout", "10000000", "-i", url, "-frames:v", "1", "-vf",
@@ -68,7 +68,7 @@ TEST_F(LivePusherPublishTest, StreamIsSeenAtTheServer) {
                                       "first frame pushed", "push stopped"}));
 }
 
-TEST_F(LivePusherPublishTest, TheStreamSaysHowItsColoursAreCoded) {
+TEST_F(LivePusherPublishTest, TheStreamSignalsItsColorimetry) {
   create()->startPush(server.url().c_str());
   ASSERT_TRUE(listener.events.waitFor("first frame pushed"));
   const std::string seen = test::outputOf(
@@ -118,7 +118,7 @@ TEST_F(LivePusherPublishTest, PushAndPreviewShareTheCapture) {
   ASSERT_TRUE(listener.events.waitFor("first frame pushed"));
   pusher->stopPreview();
   ASSERT_TRUE(listener.events.waitFor("preview stopped"));
-  EXPECT_NE(test::probe(server.url()).find("h264"), std::string::npos) << "the push goes on";
+  EXPECT_NE(test::probe(server.url()).find("h264"), std::string::npos) << "the push continues";
   pusher->startPreview(nullptr, 0, 0);
   ASSERT_TRUE(listener.events.waitFor("preview started", 2));
 }
@@ -162,7 +162,7 @@ TEST_F(LivePusherPublishTest, NewConfigurationAppliesToTheNextPush) {
   EXPECT_EQ(listener.events.count("push stopped"), 1);
 }
 
-TEST_F(LivePusherPublishTest, FrozenServerHoldsNothingUp) {
+TEST_F(LivePusherPublishTest, FrozenServerBlocksNothing) {
   LumoLivePusher* pusher = create();
   pusher->startPush(server.url().c_str());
   ASSERT_TRUE(listener.events.waitFor("first frame pushed"));
@@ -176,7 +176,7 @@ TEST_F(LivePusherPublishTest, FrozenServerHoldsNothingUp) {
   server.thaw();
 }
 
-TEST_F(LivePusherPublishTest, FiftyLivesLeaveNothingBehind) {
+TEST_F(LivePusherPublishTest, FiftyLifetimesLeakNothing) {
   constexpr int kWarmUp = 10;
   constexpr int kLives = 60;
   test::ProcessUsage before;
@@ -198,8 +198,8 @@ TEST_F(LivePusherPublishTest, FiftyLivesLeaveNothingBehind) {
   EXPECT_LE(after.threads, before.threads);
   EXPECT_LE(after.descriptors, before.descriptors);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-  // Sanitizers bring allocators of their own, which count nothing here. GLib's caches grow by
-  // about 300 KiB; fifty lost pictures of this size would be 4 MiB.
+  // Sanitizers have their own allocators, which are not counted here. GLib's caches grow by about
+  // 300 KiB; fifty leaked frames of this size would be 4 MiB.
   EXPECT_LE(after.heapKiB, before.heapKiB + 1024);
 #endif
 }

@@ -1,4 +1,4 @@
-// Screen sharing through the public interface: what is answered, told and published.
+// Screen sharing through the public interface: results, events and the published stream.
 
 #include <gtest/gtest.h>
 
@@ -52,7 +52,7 @@ class ScreenOperationsTest : public testing::Test {
   }
   ~ScreenOperationsTest() override { LumoLivePusher::destroy(); }
 
-  // Until `count` frames more have been captured.
+  // Waits until `count` more frames have been captured.
   static void waitForMore(const std::atomic<int>& frames, int count = 3) {
     const int before = frames;
     for (int i = 0; i < 6000 && frames < before + count; ++i) {
@@ -113,7 +113,7 @@ TEST_F(ScreenOperationsTest, NothingWorksWhileNoScreenIsShared) {
   EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveInvalidState);
 }
 
-TEST_F(ScreenOperationsTest, AudioAloneLeavesNoPlaceForAScreen) {
+TEST_F(ScreenOperationsTest, AudioOnlyCaptureRefusesAScreen) {
   const XServer server;
   const XWindow window(Size{100, 100});
   config.mAudioOnly = true;
@@ -145,7 +145,7 @@ TEST_F(ScreenOperationsTest, TheEncoderConfigurationIsCheckedAndKept) {
 
 TEST_F(ScreenOperationsTest, ARefusedEncoderConfigurationNamesItsOwnFieldAndNumber) {
   struct BadField {
-    const char* problem;
+    const char* error;
     std::function<void(LumoLiveScreenShareEncoderConfig&)> change;
   };
   const std::vector<BadField> fields = {
@@ -158,18 +158,18 @@ TEST_F(ScreenOperationsTest, ARefusedEncoderConfigurationNamesItsOwnFieldAndNumb
       {"mVideoEncodeGop is 0, not 1 to 60", [](auto& bad) { bad.mVideoEncodeGop = 0; }},
   };
   LumoLiveBase::setConsoleEnabled(true);
-  for (const auto& [problem, change] : fields) {
+  for (const auto& [error, change] : fields) {
     LumoLiveScreenShareEncoderConfig bad = kEncoder;
     change(bad);
     testing::internal::CaptureStderr();
     EXPECT_EQ(pusher->setScreenShareEncoderConfiguration(&bad), kLumoLiveInvalidArgument);
     const std::string log = testing::internal::GetCapturedStderr();
-    EXPECT_NE(log.find(std::string("refused: ") + problem + "\n"), std::string::npos) << log;
+    EXPECT_NE(log.find(std::string("refused: ") + error + "\n"), std::string::npos) << log;
   }
   LumoLiveBase::setConsoleEnabled(false);
 }
 
-TEST_F(ScreenOperationsTest, FramesTellTheirSourceBeforeAndAfterTheSwitch) {
+TEST_F(ScreenOperationsTest, FramesCarryTheirOriginBeforeAndAfterTheSwitch) {
   const XServer server;
   const XWindow window(Size{100, 100});
   pusher->init(config);
@@ -186,7 +186,7 @@ TEST_F(ScreenOperationsTest, FramesTellTheirSourceBeforeAndAfterTheSwitch) {
   waitForMore(screenFrames);
 }
 
-TEST_F(ScreenOperationsTest, MinimisedAndClosedWindowsAreTold) {
+TEST_F(ScreenOperationsTest, MinimisedAndClosedWindowsAreReported) {
   const XServer server;
   XWindow window(Size{100, 100});
   pusher->init(config);
@@ -198,12 +198,12 @@ TEST_F(ScreenOperationsTest, MinimisedAndClosedWindowsAreTold) {
   window.destroy();
   ASSERT_TRUE(listener.events.waitFor("SDK error -3302"));
   waitForMore(screenFrames);
-  EXPECT_EQ(pusher->getCurrentScreenShareSourceId(), window.id()) << "its last picture stays";
+  EXPECT_EQ(pusher->getCurrentScreenShareSourceId(), window.id()) << "its last frame stays";
   EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveOk);
   waitForMore(cameraFrames);
 }
 
-TEST_F(ScreenOperationsTest, WhatTheUserRefusesInTheDesktopsDialogueIsTold) {
+TEST_F(ScreenOperationsTest, ARefusalInTheDesktopsDialogueIsReported) {
   const test::SessionBus session;
   test::FakePortal desktop({.start = 1});
   LumoLiveScreenSourceList* list = pusher->getScreenShareSourceInfo();
@@ -212,7 +212,7 @@ TEST_F(ScreenOperationsTest, WhatTheUserRefusesInTheDesktopsDialogueIsTold) {
   list->release();
   pusher->init(config);
   EXPECT_EQ(pusher->startScreenShareByDesktopId(choice), kLumoLiveOk);
-  EXPECT_TRUE(desktop.calls.all().empty()) << "nobody is asked before something is captured";
+  EXPECT_TRUE(desktop.calls.all().empty()) << "the user is not asked before capture starts";
   pusher->startPreview(nullptr, 0, 0);
   ASSERT_TRUE(listener.events.waitFor("SDK error -3303"));
   EXPECT_EQ(pusher->switchScreenToCamera(), kLumoLiveOk);

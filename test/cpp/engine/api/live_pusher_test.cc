@@ -1,4 +1,4 @@
-// The pusher through its public interface, without a server.
+// Tests of the pusher through its public interface, without a server.
 
 #include <gtest/gtest.h>
 
@@ -42,7 +42,7 @@ class LivePusherTest : public testing::Test {
   LumoLivePusher* const pusher;
 };
 
-TEST(LivePusherCreation, OnlyOneLives) {
+TEST(LivePusherCreation, OnlyOneMayExist) {
   LumoLivePusher* first = LumoLivePusher::Create("");
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(LumoLivePusher::Create(""), nullptr);
@@ -59,10 +59,10 @@ TEST(LivePusherCreation, TheProcessMayEndAtOnce) {
               testing::ExitedWithCode(0), "");
 }
 
-TEST(LivePusherCreation, BadSettingsGiveNone) {
+TEST(LivePusherCreation, BadSettingsReturnNull) {
   EXPECT_EQ(LumoLivePusher::Create("{"), nullptr);
   EXPECT_EQ(LumoLivePusher::Create(R"({"camera": 1})"), nullptr);
-  EXPECT_NE(LumoLivePusher::Create("{}"), nullptr) << "a refusal leaves the place free";
+  EXPECT_NE(LumoLivePusher::Create("{}"), nullptr) << "a refused one does not count";
   LumoLivePusher::destroy();
 }
 
@@ -179,8 +179,8 @@ TEST_F(LivePusherTest, PreviewOfAudioAloneStartsWithoutFrames) {
   EXPECT_EQ(listener.frames, 0);
 }
 
-TEST_F(LivePusherTest, PreviewGoesOnWithoutAWindowThatCannotBeHad) {
-  const char* display = std::getenv("DISPLAY");  // NOLINT(concurrency-mt-unsafe): set by nobody
+TEST_F(LivePusherTest, PreviewContinuesWithoutAnInvalidWindow) {
+  const char* display = std::getenv("DISPLAY");  // NOLINT(concurrency-mt-unsafe): never set
   if (display) GTEST_SKIP() << "there is a display: no window is certain not to be there";
   uint32_t window = 4711;
   pusher->init(smallConfig());
@@ -189,7 +189,7 @@ TEST_F(LivePusherTest, PreviewGoesOnWithoutAWindowThatCannotBeHad) {
   EXPECT_TRUE(listener.events.waitFor("preview started"));
 }
 
-TEST_F(LivePusherTest, OperationsOutOfTurnAreRefused) {
+TEST_F(LivePusherTest, OperationsInTheWrongStateAreRefused) {
   pusher->init(smallConfig());
   EXPECT_EQ(pusher->stopPreview(), kLumoLiveInvalidState);
   EXPECT_EQ(pusher->stopPush(), kLumoLiveInvalidState);
@@ -218,10 +218,10 @@ TEST_F(LivePusherTest, AFailedPushReportsAndMayBeRepeated) {
     EXPECT_EQ(listener.events.count("connect fail"), attempt);
   }
   EXPECT_EQ(listener.events.count("push started"), 0);
-  EXPECT_EQ(pusher->stopPush(), kLumoLiveInvalidState) << "the push is over";
+  EXPECT_EQ(pusher->stopPush(), kLumoLiveInvalidState) << "the push has ended";
 }
 
-TEST_F(LivePusherTest, EachStopIsAnsweredOnce) {
+TEST_F(LivePusherTest, EachStopIsConfirmedOnce) {
   const std::string url = "rtmp://127.0.0.1:" + std::to_string(test::freePort()) + "/live/s";
   pusher->init(smallConfig());
   constexpr int kRounds = 20;
@@ -302,10 +302,10 @@ TEST_F(LivePusherTest, TheFrameRateChangesWhileCapturing) {
   const int before = listener.frames;
   const auto begin = std::chrono::steady_clock::now();
   while (listener.frames < before + 60) std::this_thread::sleep_for(5ms);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s) << "60 pictures at 1/s take a minute";
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s) << "60 frames at 1/s take a minute";
 }
 
-TEST_F(LivePusherTest, AMixIsAnsweredByAnEventInTheOrderOfTheRequests) {
+TEST_F(LivePusherTest, MixesAreConfirmedByEventsInTheOrderOfTheRequests) {
   LumoLiveTranscodingConfig good;
   LumoLiveTranscodingConfig bad;
   bad.mixStreams.Add({"nobody", 0, 0, 10, 10, 0});
@@ -354,7 +354,7 @@ TEST_F(LivePusherTest, NoCallbackAfterDetaching) {
   SUCCEED();
 }
 
-TEST_F(LivePusherTest, DestroyedInFullSwingWithItsListenersAttached) {
+TEST_F(LivePusherTest, DestroyedWhileRunningWithItsListenersAttached) {
   for (int round = 0; round < 10; ++round) {
     RecordingListener own;
     LumoLivePusher::destroy();

@@ -51,8 +51,8 @@ class VolumeOperationsTest : public testing::Test {
     ASSERT_TRUE(listener.events.waitFor("preview started"));
   }
 
-  // The next `count` reports of those that begin after this call. The report that is just being
-  // made is left out.
+  // Returns the next `count` reports whose interval begins after this call, so without the report
+  // in progress.
   std::vector<Report> nextReports(std::ptrdiff_t count) {
     const std::ptrdiff_t before = listener.events.count("volume") + 1;
     EXPECT_TRUE(listener.events.waitFor("volume", before + count));
@@ -68,7 +68,7 @@ class VolumeOperationsTest : public testing::Test {
       LumoLivePusher::Create(R"({"camera": "test", "microphone": "test"})");
 };
 
-TEST_F(VolumeOperationsTest, WhatMakesNoSenseIsRefused) {
+TEST_F(VolumeOperationsTest, InvalidArgumentsAreRefused) {
   EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 0, 0), kLumoLiveNotInitialized);
   EXPECT_EQ(pusher->enableAudioVolumeIndication(0, 0, 0), kLumoLiveNotInitialized);
   startCapture();
@@ -86,7 +86,7 @@ TEST_F(VolumeOperationsTest, WhatMakesNoSenseIsRefused) {
   }
 }
 
-TEST_F(VolumeOperationsTest, TheTestToneIsReportedAtTheAskedInterval) {
+TEST_F(VolumeOperationsTest, TheTestToneIsReportedAtTheRequestedInterval) {
   startCapture();
   EXPECT_EQ(pusher->enableAudioVolumeIndication(100, 0, 0), kLumoLiveOk);
   while (nextReports(1)[0].total == 0) {  // the tone begins a moment after the capture
@@ -107,7 +107,7 @@ TEST_F(VolumeOperationsTest, TheTestToneIsReportedAtTheAskedInterval) {
   EXPECT_EQ(threads.size(), 1u);
 }
 
-TEST_F(VolumeOperationsTest, AnotherRequestTakesThePlaceOfTheFirst) {
+TEST_F(VolumeOperationsTest, ALaterRequestReplacesTheFirst) {
   startCapture();
   pusher->enableAudioVolumeIndication(20, 0, 0);
   nextReports(10);

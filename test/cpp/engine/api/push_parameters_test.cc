@@ -143,22 +143,22 @@ TEST(PushParameters, BadValuesAreRefusedByName) {
 TEST(PushParameters, ASharedScreenIsEncodedByItsOwnFields) {
   EncoderSettings encoder;
   encoder.audioBps = 4711;
-  std::string problem;
+  std::string error;
   LumoLiveScreenShareEncoderConfig config{.mResolution = 5,
                                           .width = 0,
                                           .height = 0,
                                           .frameRate = 0,
                                           .bitrate = -1,
                                           .mVideoEncodeGop = 4};
-  EXPECT_EQ(makeScreenEncoder(config, encoder, problem), kLumoLiveOk) << problem;
+  EXPECT_EQ(makeScreenEncoder(config, encoder, error), kLumoLiveOk) << error;
   EXPECT_EQ(encoder.video, (VideoFormat{1280, 720, 15}));
   EXPECT_EQ(encoder.videoKbps, kRateNotSet);
   EXPECT_EQ(encoder.gopSeconds, 4);
-  EXPECT_EQ(encoder.audioBps, 4711) << "what is not the screen's stays";
+  EXPECT_EQ(encoder.audioBps, 4711) << "the other fields stay";
   config.bitrate = 10;
   config.frameRate = 30;
-  EXPECT_EQ(makeScreenEncoder(config, encoder, problem), kLumoLiveInvalidArgument);
-  EXPECT_EQ(problem, "bitrate is 10, not 50 to 50000");
+  EXPECT_EQ(makeScreenEncoder(config, encoder, error), kLumoLiveInvalidArgument);
+  EXPECT_EQ(error, "bitrate is 10, not 50 to 50000");
   EXPECT_EQ(encoder.video.fps, 15) << "a refusal changes nothing";
 }
 

@@ -16,7 +16,7 @@ Samples at(unsigned int percent, Samples samples) {
   return samples;
 }
 
-TEST(AudioGain, ScalesAndCuts) {
+TEST(AudioGain, ScalesAndClips) {
   const Samples samples{0, 1000, -1000, 20000, -20000, 32767, -32768};
   EXPECT_EQ(at(100, samples), samples);
   EXPECT_EQ(at(0, samples), Samples(7, 0));

@@ -18,7 +18,7 @@ void measure(LevelMeter& meter, const Samples& samples, const AudioFormat& forma
   meter.measure(samples.data(), samples.size(), format);
 }
 
-TEST(LevelMeter, TellsTheHighestPeakOfWhatCame) {
+TEST(LevelMeter, ReportsTheHighestPeakSinceTheLastRead) {
   LevelMeter meter;
   EXPECT_EQ(meter.take(kNow).peak, 0);
   measure(meter, {0, -16384});
@@ -30,7 +30,7 @@ TEST(LevelMeter, TellsTheHighestPeakOfWhatCame) {
   EXPECT_EQ(meter.take(kNow).peak, 1);
 }
 
-TEST(LevelMeter, HoldsThePeakForAMomentWhileNothingComes) {
+TEST(LevelMeter, HoldsThePeakBrieflyWithoutNewAudio) {
   LevelMeter meter;
   measure(meter, {-32768});
   EXPECT_EQ(meter.take(kNow).peak, 1);
@@ -39,7 +39,7 @@ TEST(LevelMeter, HoldsThePeakForAMomentWhileNothingComes) {
   EXPECT_EQ(meter.take(kNow + 101ms).peak, 0);
 }
 
-TEST(LevelMeter, ForgetsWhatItIsToldToForget) {
+TEST(LevelMeter, DiscardsMeasuredLevels) {
   LevelMeter meter;
   measure(meter, {-32768});
   meter.discard();
@@ -50,7 +50,7 @@ TEST(LevelMeter, ForgetsWhatItIsToldToForget) {
   EXPECT_EQ(meter.take(kNow).peak, 0);
 }
 
-TEST(LevelMeter, ListensForVoiceWhenItIsTold) {
+TEST(LevelMeter, DetectsVoiceOnlyWhenEnabled) {
   LevelMeter meter;
   const Samples speech = test::speech(48000, 1, 0.3);
   measure(meter, speech);
@@ -64,7 +64,7 @@ TEST(LevelMeter, ListensForVoiceWhenItIsTold) {
   EXPECT_FALSE(meter.take(kNow).voice);
 }
 
-TEST(LevelMeter, TakesAudioOfAnotherShape) {
+TEST(LevelMeter, AcceptsAudioOfAnotherFormat) {
   LevelMeter meter;
   meter.listenForVoice(true);
   measure(meter, Samples(48000, 0));

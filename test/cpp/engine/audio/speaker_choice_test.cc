@@ -17,7 +17,7 @@ LumoLivePlayer* const kBert = reinterpret_cast<LumoLivePlayer*>(0x20);
 
 class SpeakerChoiceTest : public testing::Test {
  protected:
-  // The same readings each 100 ms for `time`. Who has become the active speaker meanwhile, in
+  // Feeds the same readings every 100 ms for `time`. Returns the active speakers meanwhile, in
   // order: "L" the local user, "A", "B".
   std::string during(std::chrono::milliseconds time, const std::vector<UserLevel>& users) {
     std::string changes;
@@ -37,18 +37,18 @@ class SpeakerChoiceTest : public testing::Test {
   SpeakerChoice choice{true};
 };
 
-TEST_F(SpeakerChoiceTest, NobodySpeaksSoNobodyIsIt) {
+TEST_F(SpeakerChoiceTest, WithoutSpeechThereIsNoActiveSpeaker) {
   EXPECT_EQ(during(10s, {quiet(kLocal), quiet(kAnna)}), "");
   EXPECT_EQ(during(10s, {}), "");
 }
 
-TEST_F(SpeakerChoiceTest, WhoSpeaksBecomesItOnceAndSoon) {
+TEST_F(SpeakerChoiceTest, ASpeakerBecomesActiveOnceAndSoon) {
   EXPECT_EQ(during(200ms, {speaking(kLocal, 0.3)}), "");
   EXPECT_EQ(during(100ms, {speaking(kLocal, 0.3)}), "L");
   EXPECT_EQ(during(10s, {speaking(kLocal, 0.3)}), "");
 }
 
-TEST_F(SpeakerChoiceTest, NoiseCountsOnlyWhereVoiceIsNotListenedFor) {
+TEST_F(SpeakerChoiceTest, NoiseCountsOnlyWithoutVoiceDetection) {
   EXPECT_EQ(during(10s, {noisy(kLocal, 0.5)}), "");
   choice = SpeakerChoice(false);
   EXPECT_EQ(during(10s, {noisy(kLocal, 0.5)}), "L");
@@ -59,7 +59,7 @@ TEST_F(SpeakerChoiceTest, TooQuietIsNotSpeaking) {
   EXPECT_EQ(during(10s, {speaking(kLocal, 0.011), quiet(kAnna)}), "L");
 }
 
-TEST_F(SpeakerChoiceTest, TheLoudestOfSeveralIsIt) {
+TEST_F(SpeakerChoiceTest, TheLoudestOfSeveralIsActive) {
   EXPECT_EQ(during(1s, {speaking(kLocal, 0.2), speaking(kAnna, 0.3), noisy(kBert, 0.9)}), "A");
 }
 
@@ -69,7 +69,7 @@ TEST_F(SpeakerChoiceTest, ACoughChangesNothing) {
   EXPECT_EQ(during(10s, {speaking(kLocal, 0.1), quiet(kAnna)}), "");
 }
 
-TEST_F(SpeakerChoiceTest, WhoIsHardlyLouderDoesNotTakeOver) {
+TEST_F(SpeakerChoiceTest, AHardlyLouderUserDoesNotTakeOver) {
   during(1s, {speaking(kLocal, 0.3), quiet(kAnna)});
   EXPECT_EQ(during(10s, {speaking(kLocal, 0.3), speaking(kAnna, 0.59)}), "");
   EXPECT_EQ(during(600ms, {speaking(kLocal, 0.3), speaking(kAnna, 0.61)}), "");
@@ -82,13 +82,13 @@ TEST_F(SpeakerChoiceTest, AfterAPauseAQuieterOneTakesOver) {
   EXPECT_EQ(during(400ms, {quiet(kLocal), speaking(kAnna, 0.1)}), "A");
 }
 
-TEST_F(SpeakerChoiceTest, StaysItWhileAllAreQuiet) {
+TEST_F(SpeakerChoiceTest, StaysActiveWhileAllAreQuiet) {
   during(1s, {speaking(kAnna, 0.3)});
   EXPECT_EQ(during(60s, {quiet(kAnna)}), "");
   EXPECT_EQ(during(1s, {speaking(kAnna, 0.3)}), "");
 }
 
-TEST_F(SpeakerChoiceTest, WhoLeavesIsForgotten) {
+TEST_F(SpeakerChoiceTest, AUserWhoLeavesIsDropped) {
   during(1s, {quiet(kLocal), speaking(kAnna, 0.9)});
   EXPECT_EQ(during(300ms, {speaking(kLocal, 0.1)}), "L") << "the place is free";
   EXPECT_EQ(during(1s, {quiet(kLocal), speaking(kAnna, 0.9)}), "A");
@@ -96,7 +96,7 @@ TEST_F(SpeakerChoiceTest, WhoLeavesIsForgotten) {
   EXPECT_EQ(during(1s, {quiet(kLocal), speaking(kAnna, 0.9)}), "A") << "he has come back";
 }
 
-TEST_F(SpeakerChoiceTest, TwoThatTakeTurnsWithEveryWordDoNotFlicker) {
+TEST_F(SpeakerChoiceTest, TwoAlternatingSpeakersDoNotOscillate) {
   during(1s, {speaking(kAnna, 0.3), quiet(kBert)});
   for (int word = 0; word < 20; ++word) {
     EXPECT_EQ(during(300ms, {speaking(kAnna, 0.2), speaking(kBert, 0.6)}), "");

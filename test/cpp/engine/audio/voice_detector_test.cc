@@ -12,7 +12,7 @@ namespace {
 
 using test::Samples;
 
-// In which pieces of 20 ms there was voice.
+// Returns for each chunk of 20 ms whether there was voice.
 std::vector<bool> detected(const Samples& samples, AudioFormat format = {48000, 1}) {
   VoiceDetector detector(format);
   const Samples all = test::inChannels(samples, format.channels);
@@ -29,7 +29,7 @@ double shareOfVoice(const std::vector<bool>& spoke) {
          static_cast<double>(spoke.size());
 }
 
-TEST(VoiceDetector, HearsSpeechAtEveryRateAndLoudness) {
+TEST(VoiceDetector, DetectsSpeechAtEveryRateAndLoudness) {
   for (const int rate : {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000}) {
     for (const int channels : {1, 2}) {
       const Samples speech = test::speech(rate, 3, 0.3);
@@ -72,7 +72,7 @@ TEST(VoiceDetector, FollowsBeginningAndEnd) {
   EXPECT_NEAR(static_cast<double>(last) / 50, 4.3, 0.2);
 }
 
-TEST(VoiceDetector, TheLengthOfPiecesDoesNotMatter) {
+TEST(VoiceDetector, ChunkLengthsDoNotMatter) {
   const Samples samples = test::speech(48000, 1, 0.3);
   VoiceDetector whole({48000, 1});
   VoiceDetector inBits({48000, 1});

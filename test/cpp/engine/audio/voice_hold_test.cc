@@ -5,7 +5,7 @@
 namespace NimboEngine {
 namespace {
 
-// Hears the same verdict `times` times. How often somebody spoke.
+// Passes the same result `times` times. Returns how often there was speech.
 int spoken(VoiceHold& hold, bool voice, int times) {
   int spoke = 0;
   for (int i = 0; i < times; ++i) {
@@ -14,7 +14,7 @@ int spoken(VoiceHold& hold, bool voice, int times) {
   return spoke;
 }
 
-TEST(VoiceHold, AMomentIsNoVoice) {
+TEST(VoiceHold, AShortBurstIsNoVoice) {
   VoiceHold hold;
   for (int round = 0; round < 20; ++round) {
     EXPECT_EQ(spoken(hold, true, VoiceHold::kOnset - 1), 0);
@@ -27,7 +27,7 @@ TEST(VoiceHold, VoiceLastsForAWhileAfterItsEnd) {
   EXPECT_EQ(spoken(hold, true, VoiceHold::kOnset), 1);
   EXPECT_EQ(spoken(hold, true, 100), 100);
   EXPECT_EQ(spoken(hold, false, 100), VoiceHold::kHold - 1);
-  EXPECT_EQ(spoken(hold, true, VoiceHold::kOnset - 1), 0) << "it must begin anew";
+  EXPECT_EQ(spoken(hold, true, VoiceHold::kOnset - 1), 0) << "it must restart";
 }
 
 TEST(VoiceHold, PausesBetweenWordsDoNotInterrupt) {

@@ -64,10 +64,10 @@ TEST(VolumeRecords, SilenceReadsZeroAtOnce) {
   VolumeRecords records(10);
   for (int report = 0; report < 30; ++report) localVolume(records, 1);
   EXPECT_EQ(localVolume(records, 0), 0);
-  EXPECT_EQ(localVolume(records, 1), 23) << "it begins anew";
+  EXPECT_EQ(localVolume(records, 1), 23) << "it restarts";
 }
 
-TEST(VolumeRecords, EachUserIsSmoothedAloneAndForgottenWithHisEnd) {
+TEST(VolumeRecords, EachUserIsSmoothedSeparatelyAndDroppedOnLeaving) {
   VolumeRecords records(1);
   records.make({user(nullptr, 1), user(kAnna, 1)});
   EXPECT_EQ(records.make({user(nullptr, 1), user(kAnna, 0.5), user(kBert, 1)})[2].volume, 128);

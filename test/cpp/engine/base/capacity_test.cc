@@ -24,7 +24,7 @@ namespace {
 
 using namespace LumoRtc;
 
-// Gives this process less until its end.
+// Lowers a limit of this process during its lifetime.
 class Limit {
  public:
   Limit(__rlimit_resource resource, rlim_t soft) : resource_(resource) {
@@ -45,15 +45,15 @@ Limit fewDescriptors() {
   return {RLIMIT_NOFILE, static_cast<rlim_t>(test::processUsage().descriptors) + 20};
 }
 
-// Room for small allocations, but not for the stack of another thread: the stacks of earlier
-// threads, which the C library keeps, are taken.
+// Leaves room for small allocations, but not for the stack of another thread: the stacks of earlier
+// threads, which the C library keeps, are in use.
 class NoThreads {
  public:
   NoThreads() : limit_(RLIMIT_AS, test::addressSpaceBytes() + rlim_t{4} * 1024 * 1024) {
     try {
       for (;;) idle_.emplace_back([this] { end_.acquire(); });
     } catch (const std::system_error&) {
-      // As it should be.
+      // As expected.
     }
   }
   ~NoThreads() {

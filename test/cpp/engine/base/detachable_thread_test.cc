@@ -16,12 +16,12 @@ TEST(DetachableThread, WaitsForABodyThatEnds) {
   EXPECT_TRUE(ended);
 }
 
-TEST(DetachableThread, LeavesABodyThatHangsAndItsBelongingsGoWithIt) {
+TEST(DetachableThread, DetachesABodyThatHangsAndFreesItsCapturesLater) {
   auto release = std::make_shared<std::promise<void>>();
   auto freed = std::make_shared<std::promise<void>>();
   std::future<void> isFreed = freed->get_future();
   {
-    // The last reference ends with the body, after it was let go.
+    // The last reference is released by the body, after it was unblocked.
     std::shared_ptr<void> belonging(nullptr, [freed](void*) { freed->set_value(); });
     const DetachableThread thread(
         "test", [release, belonging = std::move(belonging)] { release->get_future().wait(); });

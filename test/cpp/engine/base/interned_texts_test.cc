@@ -7,7 +7,7 @@
 namespace NimboEngine {
 namespace {
 
-TEST(InternedTexts, OneTextHasOnePlace) {
+TEST(InternedTexts, EqualTextsShareOneAddress) {
   const char* const text = internText("a stream");
   EXPECT_STREQ(text, "a stream");
   EXPECT_EQ(internText(std::string("a ") + "stream"), text);
@@ -25,7 +25,7 @@ TEST(InternedTexts, LongOnesAreCutBetweenCharacters) {
   EXPECT_EQ(internText(fits), fits);
 }
 
-TEST(InternedTexts, TheOldestGivesItsPlaceToTheNewest) {
+TEST(InternedTexts, TheNewestReplacesTheOldest) {
   const char* const first = internText("the first");
   for (std::size_t i = 1; i < kMostTexts; ++i) internText("stream " + std::to_string(i));
   EXPECT_STREQ(first, "the first");

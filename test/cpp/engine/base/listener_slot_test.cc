@@ -15,14 +15,14 @@ struct Listener {
   std::atomic<bool> alive{true};
 };
 
-TEST(ListenerSlot, CallsTheListenerAndReturnsItsAnswer) {
+TEST(ListenerSlot, CallsTheListenerAndReturnsItsResult) {
   ListenerSlot<Listener> slot;
   Listener listener;
   slot.set(&listener);
   EXPECT_EQ(slot.call([](Listener& l) { return ++l.calls; }), 1);
 }
 
-TEST(ListenerSlot, AnswersZeroWithoutAListener) {
+TEST(ListenerSlot, ReturnsZeroWithoutAListener) {
   ListenerSlot<Listener> slot;
   EXPECT_FALSE(slot.call([](Listener&) { return true; }));
   Listener listener;
@@ -64,7 +64,7 @@ TEST(ListenerSlot, ACallMayDetachItsOwnListener) {
   EXPECT_FALSE(slot.call([](Listener&) { return true; }));
 }
 
-// Detaching against eight threads that call: a call that reaches a detached listener is a defect.
+// Detaches while eight threads call: a call that reaches a detached listener is a defect.
 TEST(ListenerSlot, NoCallAfterDetaching) {
   ListenerSlot<Listener> slot;
   std::atomic<bool> stopping{false};

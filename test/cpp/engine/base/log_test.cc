@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whether `text` contains `pattern`, an extended regular expression of POSIX.
+// Returns whether `text` contains `pattern`, an extended regular expression of POSIX.
 bool matches(const std::string& text, const std::string& pattern) {
   regex_t compiled;
   EXPECT_EQ(regcomp(&compiled, pattern.c_str(), REG_EXTENDED | REG_NOSUB), 0) << pattern;
@@ -50,7 +50,7 @@ class LogTest : public testing::Test {
   fs::path folder;
 };
 
-TEST_F(LogTest, ALineTellsTimeLevelTagThreadPlaceAndText) {
+TEST_F(LogTest, ALineContainsTimeLevelTagThreadPlaceAndText) {
   ASSERT_TRUE(setLogDirectory(folder.c_str(), 1));
   NimboEngineOutputLog("/src/a/b.cc", "InitPusher", 42, "Electron", 5, "failed: %s (%d)", "x", 7);
   const std::string thread = std::to_string(gettid());
@@ -202,10 +202,10 @@ TEST_F(LogTest, OnlyARegularFileIsWrittenTo) {
     return refused;
   };
   ASSERT_EQ(mkfifo(log.c_str(), 0600), 0);
-  EXPECT_TRUE(refuses()) << "a pipe that nobody reads";
+  EXPECT_TRUE(refuses()) << "a pipe without a reader";
   ASSERT_EQ(mkfifo(log.c_str(), 0600), 0);
   const int reader = open(log.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  EXPECT_TRUE(refuses()) << "a pipe that somebody reads";
+  EXPECT_TRUE(refuses()) << "a pipe with a reader";
   close(reader);
   fs::create_symlink(other, log);
   EXPECT_TRUE(refuses()) << "a link";

@@ -17,7 +17,7 @@ class Redaction : public testing::TestWithParam<Case> {};
 TEST_P(Redaction, HidesAndKeeps) {
   const std::string shown = redact(GetParam().given);
   EXPECT_EQ(shown, GetParam().shown);
-  EXPECT_EQ(redact(shown), shown) << "twice is as good as once";
+  EXPECT_EQ(redact(shown), shown) << "redaction is idempotent";
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -14,7 +14,7 @@ namespace {
 
 using Callback = std::function<void(int)>;
 
-// Hands every number that it is sent to its listener.
+// Passes every number that it is sent to its listener.
 struct Echo : WorkerState<Callback, int> {
   using WorkerState::WorkerState;
 
@@ -53,7 +53,7 @@ TEST(Worker, CallsNoListenerOnceItWasAskedToStop) {
   EXPECT_EQ(calls, 0);
 }
 
-TEST(Worker, WaitsForACallOfTheListenerThatIsUnderWay) {
+TEST(Worker, WaitsForAListenerCallInProgress) {
   std::promise<void> entered;
   std::promise<void> release;
   bool left = false;  // not atomic: stopping orders it
@@ -70,7 +70,7 @@ TEST(Worker, WaitsForACallOfTheListenerThatIsUnderWay) {
   releasing.join();
 }
 
-// Blocks until its test lets it go, however often it is asked to stop.
+// Blocks until its test releases it, however often it is asked to stop.
 struct Blocked : WorkerState<Callback> {
   Blocked(Callback callback, std::shared_ptr<std::promise<void>> letGo,
           std::shared_ptr<std::promise<void>> isFreed)
@@ -86,7 +86,7 @@ struct Blocked : WorkerState<Callback> {
   }
 };
 
-TEST(Worker, LeavesWhatBlocksToItsThreadAndIsNotCalledBack) {
+TEST(Worker, DetachesABlockedThreadAndCallsNoListener) {
   auto release = std::make_shared<std::promise<void>>();
   auto freed = std::make_shared<std::promise<void>>();
   std::future<void> isFreed = freed->get_future();

@@ -1,4 +1,4 @@
-// What is heard while one source follows another.
+// Audio while one source replaces another.
 
 #include "capture/audio_ticker.h"
 
@@ -41,7 +41,7 @@ class AudioTickerTest : public testing::Test {
   AudioTicker ticker_{kFormat, consumers_};
 };
 
-TEST_F(AudioTickerTest, ASourceIsHeardUntilItsSuccessorHasSomethingToGive) {
+TEST_F(AudioTickerTest, ASourceIsUsedUntilItsSuccessorHasSamples) {
   const auto first = makeSource();
   const auto second = makeSource();
   give(*first, 1, kMinute);
@@ -50,19 +50,19 @@ TEST_F(AudioTickerTest, ASourceIsHeardUntilItsSuccessorHasSomethingToGive) {
   ticker_.setSource(second);
   give(*second, 2, kPrebuffer - 1);
   for (const AudioChunk& chunk : probe_.audioChunks(10)) {
-    EXPECT_EQ(chunk.samples.back(), 1) << "a cushion has to gather first";
+    EXPECT_EQ(chunk.samples.back(), 1) << "the prebuffer fills first";
   }
   give(*second, 2, kMinute);
   ASSERT_TRUE(waitFor(2));
   for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_EQ(chunk.samples.front(), 2);
 }
 
-TEST_F(AudioTickerTest, WithoutASourceItIsSilentAtOnce) {
+TEST_F(AudioTickerTest, WithoutASourceItIsSilentImmediately) {
   const auto source = makeSource();
   give(*source, 1, kMinute);
   ticker_.setSource(source);
   ASSERT_TRUE(waitFor(1));
-  ticker_.setSource(makeSource());  // never heard
+  ticker_.setSource(makeSource());  // never used
   ticker_.setSource(nullptr);
   ASSERT_TRUE(waitFor(0));
   for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_TRUE(chunk.isSilent());

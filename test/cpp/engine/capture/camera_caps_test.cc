@@ -33,7 +33,7 @@ class CameraCaps : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 };
 
-TEST_F(CameraCaps, TakesWhatIsWantedWhenItIsThere) {
+TEST_F(CameraCaps, TakesTheWantedFormatIfOffered) {
   EXPECT_EQ(choose("video/x-raw,format=YUY2,width=640,height=480,framerate=30/1;"
                    "video/x-raw,format=YUY2,width=1280,height=720,framerate=30/1;"
                    "video/x-raw,format=YUY2,width=1920,height=1080,framerate=30/1"),
@@ -51,7 +51,7 @@ TEST_F(CameraCaps, TakesWhatIsNearestInARange) {
             "video/x-raw 1280 600 30");
 }
 
-TEST_F(CameraCaps, PrefersFluentJpegToSlowRaw) {
+TEST_F(CameraCaps, PrefersSmoothJpegToSlowRaw) {
   EXPECT_EQ(choose("video/x-raw,format=YUY2,width=1280,height=720,framerate=10/1;"
                    "image/jpeg,width=1280,height=720,framerate=30/1"),
             "image/jpeg 1280 720 30");
@@ -68,7 +68,7 @@ TEST_F(CameraCaps, ASlowCameraIsBetterThanNone) {
             "video/x-raw 640 480 5");
 }
 
-TEST_F(CameraCaps, LeavesWhatCannotBeDecodedHere) {
+TEST_F(CameraCaps, SkipsFormatsThatCannotBeDecoded) {
   EXPECT_EQ(choose("video/x-h264,width=1280,height=720,framerate=30/1"), "");
   EXPECT_EQ(choose("video/x-raw(memory:DMABuf),format=NV12,width=1280,height=720,framerate=30/1"),
             "");

@@ -1,7 +1,7 @@
-// A consumer that keeps what was captured, so that a test can wait for it and look at it.
+// A consumer that records captured media, so that a test can wait for them and examine them.
 //
 // Thread: any.
-// Failure: the waits answer false after a deadline that only guards against hanging.
+// Failure: the waits return false after a deadline that only guards against hanging.
 
 #pragma once
 
@@ -20,13 +20,13 @@
 
 namespace NimboEngine::test {
 
-// One captured picture.
+// One captured frame.
 struct Frame {
   std::vector<uint8_t> bytes;
   GstVideoInfo info{};
   GstClockTime time = 0;
 
-  // Y, U and V at a place given in parts of the width and height.
+  // Returns Y, U and V at a place given as fractions of width and height.
   std::array<int, 3> at(double x, double y) const;
 
   bool isBlack() const;
@@ -48,11 +48,11 @@ class CaptureProbe final : public FrameConsumer {
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
 
-  // Waits for a picture or sound, later than this call, of which `wanted` holds.
+  // Waits for a frame or audio chunk, later than this call, that satisfies `wanted`.
   bool waitForFrame(const std::function<bool(const Frame&)>& wanted);
   bool waitForAudio(const std::function<bool(const AudioChunk&)>& wanted);
 
-  // The next `count` pictures or sounds, all of them, from this call on.
+  // Returns the next `count` frames or audio chunks after this call, without gaps.
   std::vector<Frame> frames(size_t count);
   std::vector<AudioChunk> audioChunks(size_t count);
 
@@ -66,7 +66,7 @@ class CaptureProbe final : public FrameConsumer {
   std::condition_variable changed_;
   Frame frame_;
   AudioChunk chunk_;
-  // What pictures() and sounds() collect, as long as that many are missing.
+  // The frames and chunks that are being collected, and how many are missing.
   std::vector<Frame> collectedFrames_;
   std::vector<AudioChunk> collectedChunks_;
   size_t missingFrames_ = 0;

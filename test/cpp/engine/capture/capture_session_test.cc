@@ -1,4 +1,4 @@
-// The session with the test sources: what its consumers see and hear in each situation.
+// The session with the test sources: the frames and audio of its consumers in each situation.
 
 #include "capture/capture_session.h"
 
@@ -60,7 +60,7 @@ void expectColour(const Frame& frame, double x, double y, std::array<int, 3> yuv
   for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(seen[i], yuv[i], 4) << "plane " << i << " at " << x;
 }
 
-// Full-scale colours as ITU-R BT.709 codes them.
+// Full-scale colours in ITU-R BT.709.
 constexpr std::array<std::array<int, 3>, 7> kBars{{{235, 128, 128},
                                                    {219, 16, 138},
                                                    {188, 154, 16},
@@ -73,7 +73,7 @@ double middleOfBar(size_t bar) {
   return (static_cast<double>(bar) + 0.5) / 7;
 }
 
-TEST_F(CaptureSessionTest, ThePatternStandsUprightInItsColours) {
+TEST_F(CaptureSessionTest, ThePatternIsUprightInItsColours) {
   open(testSettings());
   ASSERT_TRUE(probe_.waitForFrame(isPattern));
   const Frame frame = probe_.frames(1).at(0);
@@ -100,7 +100,7 @@ TEST_F(CaptureSessionTest, FramesAreContiguousAtOddSizes) {
   for (size_t bar = 0; bar < 7; ++bar) expectColour(frame, middleOfBar(bar), 0.5, kBars[bar]);
 }
 
-TEST_F(CaptureSessionTest, BothStreamsStandOnTheirGridsOnOneClock) {
+TEST_F(CaptureSessionTest, BothStreamsFollowTheirSchedulesOnOneClock) {
   open(testSettings());
   const std::vector<Frame> frames = probe_.frames(20);
   for (size_t i = 1; i < frames.size(); ++i) {
@@ -133,7 +133,7 @@ TEST_F(CaptureSessionTest, AnImageGoesToTheConsumersAndNotThroughTheCallback) {
   ASSERT_TRUE(probe_.waitForFrame(isGrey));
   const size_t before = calls_;
   const std::vector<Frame> frames = probe_.frames(5);
-  EXPECT_GE(calls_, before + 4) << "capturing goes on";
+  EXPECT_GE(calls_, before + 4) << "capture continues";
   for (size_t i = 0; i < frames.size(); ++i) {
     EXPECT_TRUE(isGrey(frames[i]));
     EXPECT_EQ(frames[i].bytes.size(), 324U * 241 + 2 * 164 * 121) << "laid out as captured";
@@ -165,7 +165,7 @@ TEST_F(CaptureSessionTest, TheToneHas440HertzAndModerateLevel) {
   for (const AudioChunk& chunk : probe_.audioChunks(51)) {
     samples.insert(samples.end(), chunk.samples.begin(), chunk.samples.end());
   }
-  // The first chunk may begin in the silence before the sound.
+  // The first chunk may begin in the silence before the tone.
   samples.erase(samples.begin(), samples.begin() + 960);
   int rising = 0;
   for (size_t i = 1; i < samples.size(); ++i) rising += samples[i - 1] < 0 && samples[i] >= 0;
@@ -173,7 +173,7 @@ TEST_F(CaptureSessionTest, TheToneHas440HertzAndModerateLevel) {
   EXPECT_NEAR(*std::max_element(samples.begin(), samples.end()), 32767 * 0.2, 50);
 }
 
-TEST_F(CaptureSessionTest, TheCallbackChangesWhatConsumersSee) {
+TEST_F(CaptureSessionTest, TheCallbackChangesTheConsumersFrames) {
   open(testSettings({641, 361, 30}),
        [this](FrameOrigin, uint8_t* pixels, const GstVideoInfo& info) {
          pixels[0] = 77;
@@ -187,7 +187,7 @@ TEST_F(CaptureSessionTest, TheCallbackChangesWhatConsumersSee) {
   EXPECT_GE(calls_, 5U);
 }
 
-TEST_F(CaptureSessionTest, AMutedCameraIsBlackAndComesBack) {
+TEST_F(CaptureSessionTest, AMutedCameraIsBlackAndResumes) {
   open(testSettings());
   ASSERT_TRUE(probe_.waitForFrame(isPattern));
   session_->setCameraMuted(true);
@@ -197,7 +197,7 @@ TEST_F(CaptureSessionTest, AMutedCameraIsBlackAndComesBack) {
   EXPECT_TRUE(probe_.waitForFrame(isPattern));
 }
 
-TEST_F(CaptureSessionTest, AStoppedCameraStandsStillAndComesBack) {
+TEST_F(CaptureSessionTest, AStoppedCameraKeepsItsLastFrameAndResumes) {
   open(testSettings());
   ASSERT_TRUE(probe_.waitForFrame(isPattern));
   session_->setCameraRunning(false);
@@ -221,7 +221,7 @@ TEST_F(CaptureSessionTest, TheFrameCallbackSeesEachStillFrameAfresh) {
   for (const Frame& frame : probe_.frames(5)) EXPECT_EQ(frame.bytes[0], 235 / 2);
 }
 
-TEST_F(CaptureSessionTest, MutedAudioIsSilentAndComesBack) {
+TEST_F(CaptureSessionTest, MutedAudioIsSilentAndResumes) {
   open(testSettings());
   const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
   ASSERT_TRUE(probe_.waitForAudio(loud));
@@ -246,7 +246,7 @@ TEST_F(CaptureSessionTest, AudioOnlyHasNoFrames) {
   EXPECT_EQ(probe_.frameCount(), 0U);
 }
 
-TEST_F(CaptureSessionTest, DevicesThatAreNotThereGiveBlackAndSilence) {
+TEST_F(CaptureSessionTest, MissingDevicesYieldBlackAndSilence) {
   CaptureSettings settings = testSettings();
   settings.camera = "no such camera";
   settings.microphone = "no such microphone";
@@ -266,7 +266,7 @@ TEST_F(CaptureSessionTest, TheAudioOfAFileNeedsAFile) {
   EXPECT_EQ(failures_.count("camera"), 0);
 }
 
-TEST_F(CaptureSessionTest, OthersAreTakenWhileItRuns) {
+TEST_F(CaptureSessionTest, DevicesAreSwitchedWhileItRuns) {
   open(testSettings());
   ASSERT_TRUE(probe_.waitForFrame(isPattern));
   const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
@@ -276,7 +276,7 @@ TEST_F(CaptureSessionTest, OthersAreTakenWhileItRuns) {
   probe_.frames(2);  // one may have been under way
   const std::vector<Frame> still = probe_.frames(5);
   for (const Frame& frame : still) EXPECT_EQ(frame.bytes, still[0].bytes);
-  EXPECT_TRUE(isPattern(still[0])) << "the last picture stays";
+  EXPECT_TRUE(isPattern(still[0])) << "the last frame stays";
   EXPECT_TRUE(probe_.waitForAudio(loud)) << "the microphone is the same";
   session_->setDevices(kTestDevice, "no such microphone");
   ASSERT_TRUE(failures_.waitFor("microphone"));
@@ -288,7 +288,7 @@ TEST_F(CaptureSessionTest, OthersAreTakenWhileItRuns) {
   EXPECT_EQ(failures_.all(), (std::vector<std::string>{"camera", "microphone"}));
 }
 
-TEST_F(CaptureSessionTest, ADroppedMicrophoneIsNotHeardAnyMore) {
+TEST_F(CaptureSessionTest, ADroppedMicrophoneIsSilent) {
   open(testSettings());
   const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
   ASSERT_TRUE(probe_.waitForAudio(loud));
@@ -311,7 +311,7 @@ TEST_F(CaptureSessionTest, AStoppedCameraStaysStoppedWhenAnotherIsTaken) {
   EXPECT_TRUE(probe_.waitForFrame(isPattern));
 }
 
-// A consumer that is in the middle of a frame when it is to be removed.
+// A consumer that is processing a frame when it is removed.
 class SlowConsumer final : public FrameConsumer {
  public:
   void onVideoFrame(GstBuffer*, const GstVideoInfo&, GstClockTime) override {
@@ -338,7 +338,7 @@ TEST_F(CaptureSessionTest, RemovingAConsumerWaitsForItsCall) {
   EXPECT_EQ(slow.entered.count("entered"), calls);
 }
 
-TEST_F(CaptureSessionTest, FiftySessionsLeaveNothingBehind) {
+TEST_F(CaptureSessionTest, FiftySessionsLeakNothing) {
   const auto cycle = [this] {
     open(testSettings());
     probe_.frames(1);

@@ -63,7 +63,7 @@ class FileSourceTest : public testing::Test {
     session_->addConsumer(&probe_);
   }
 
-  // A clip of half a second with sound is shown for more than two rounds.
+  // A clip of half a second with audio is played more than twice.
   void expectLooping(const std::string& path);
 
   std::filesystem::path folder_;
@@ -94,7 +94,7 @@ void FileSourceTest::expectLooping(const std::string& path) {
     changes += frame.bytes != last;
     last = frame.bytes;
     return changes > 40;
-  })) << "the picture stopped after "
+  })) << "the video stopped after "
       << changes;
   EXPECT_TRUE(probe_.waitForAudio(isLoud));
   EXPECT_TRUE(failures_.all().empty());
@@ -109,15 +109,15 @@ struct Container {
 
 class Containers : public FileSourceTest, public testing::WithParamInterface<Container> {};
 
-// More than two rounds, counted in the snow of the pattern, which changes with every picture.
-TEST_P(Containers, PlaysOverAndOverWithAudio) {
+// Plays more than twice, counted in the snow of the pattern, which changes with every frame.
+TEST_P(Containers, LoopsWithAudio) {
   const Container& kind = GetParam();
   expectLooping(make(kind.name, std::string(kFrame) + kind.video + " ! mux. " + kAudio +
                                     kind.audio + " ! mux. " + kind.mux + " name=mux ! "));
 }
 
-// Made by ffmpeg: GStreamer's encoder for it leaks.
-TEST_F(FileSourceTest, AnMpegProgramStreamPlaysOverAndOver) {
+// Created by ffmpeg: GStreamer's encoder for it leaks.
+TEST_F(FileSourceTest, AnMpegProgramStreamLoops) {
   const std::string path = folder_ / "a.mpg";
   ASSERT_EQ(ChildProcess({"ffmpeg", "-v", "error", "-nostdin", "-f", "lavfi", "-i",
                           "testsrc2=size=160x120:rate=30:duration=0.5", "-f", "lavfi", "-i",
@@ -142,7 +142,7 @@ TEST_F(FileSourceTest, AFileWithoutAudioIsSilent) {
   EXPECT_TRUE(failures_.all().empty());
 }
 
-TEST_F(FileSourceTest, AnotherShapeGetsBlackBorders) {
+TEST_F(FileSourceTest, AnotherAspectRatioGetsBlackBorders) {
   open(make("narrow.avi", std::string(kFrame) + "jpegenc ! avimux ! "));
   ASSERT_TRUE(probe_.waitForFrame(isPattern));
   const Frame frame = probe_.frames(1).at(0);
@@ -163,7 +163,7 @@ TEST_F(FileSourceTest, OblongPixelsBecomeSquare) {
   EXPECT_GT(frame.at(0.98, 0.5)[0], 200);
 }
 
-// range:matrix:transfer:primaries in GStreamer's numbers; the first digit is 1 for full range.
+// range:matrix:transfer:primaries as GStreamer's enumerators; the first digit is 1 for full range.
 class FileColours : public FileSourceTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(FileColours, AreConvertedToThoseOfTheEngine) {
@@ -203,7 +203,7 @@ TEST_F(FileSourceTest, AStoppedFileIsSilentAndBeginsAgain) {
   EXPECT_TRUE(probe_.waitForAudio(isLoud));
 }
 
-TEST_F(FileSourceTest, ItsAudioIsHeardWithItsFrameAndWithout) {
+TEST_F(FileSourceTest, ItsAudioIsDeliveredWithAndWithoutItsVideo) {
   const std::string path = make("both.avi", std::string(kFrame) + "jpegenc ! mux. " + kAudio +
                                                 "audioconvert ! mux. avimux name=mux ! ");
   open(path);
@@ -213,7 +213,7 @@ TEST_F(FileSourceTest, ItsAudioIsHeardWithItsFrameAndWithout) {
   ASSERT_TRUE(failures_.waitFor("microphone"));
   ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
   session_->setDevices(file, file);
-  EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "with its picture";
+  EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "with its video";
   session_->setDevices("no such camera", "no such microphone");
   ASSERT_TRUE(failures_.waitFor("microphone", 2));
   ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
@@ -251,7 +251,7 @@ TEST_F(BrokenFiles, Folder) {
   expectFailureAndBlack(folder_);
 }
 
-TEST_F(BrokenFiles, AudioWithoutFrame) {
+TEST_F(BrokenFiles, AudioWithoutVideo) {
   expectFailureAndBlack(make("sound.mp4", std::string(kAudio) + "avenc_aac ! mp4mux ! "));
 }
 

@@ -12,7 +12,7 @@ class FrameChoiceTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
 
-  // Of one picture each, by which they are known.
+  // Mailboxes of one frame each, which identifies them.
   struct Box {
     Box() { mailbox->put(frame.get()); }
     const GstPtr<GstBuffer> frame{gst_buffer_new()};
@@ -42,7 +42,7 @@ TEST_F(FrameChoiceTest, APredecessorsFrameStaysUntilItsSuccessorHasOne) {
   choice_.setSource({empty, kScreen, FrameOrigin::kScreen});
   const ShownFrame before = choice_.captured();
   EXPECT_EQ(shownIn(before), camera_.frame.get());
-  EXPECT_EQ(before.format, kCamera) << "format and origin go with the picture";
+  EXPECT_EQ(before.format, kCamera) << "format and origin belong to the frame";
   EXPECT_EQ(before.origin, FrameOrigin::kCamera);
   empty->put(screen_.frame.get());
   const ShownFrame after = choice_.captured();
@@ -59,7 +59,7 @@ TEST_F(FrameChoiceTest, AMutedCameraIsBlackAndAScreenIsNot) {
   EXPECT_EQ(shownIn(choice_.captured()), screen_.frame.get());
 }
 
-TEST_F(FrameChoiceTest, AnImageStandsInOnItsOccasionOnly) {
+TEST_F(FrameChoiceTest, AnImageIsShownUnderItsConditionOnly) {
   choice_.setSource({screen_.mailbox, kScreen, FrameOrigin::kScreen});
   choice_.setImage(Placeholder::kScreenPaused, {paused_.mailbox, kCamera});
   EXPECT_EQ(shownIn(choice_.placeholder()), nullptr);
@@ -84,7 +84,7 @@ TEST_F(FrameChoiceTest, APoorNetworkGoesBeforeAPause) {
   EXPECT_EQ(shownIn(choice_.placeholder()), paused_.frame.get());
 }
 
-TEST_F(FrameChoiceTest, AnImageStaysUntilItIsThereInItsNewSize) {
+TEST_F(FrameChoiceTest, AnImageStaysUntilItsNewSizeIsDecoded) {
   choice_.showPlaceholder(Placeholder::kScreenPaused, true);
   const auto empty = std::make_shared<FrameMailbox>();
   choice_.setImage(Placeholder::kScreenPaused, {empty, kCamera});

@@ -1,4 +1,4 @@
-// Image files as they are read from a folder of the test's own.
+// Image files, read from the test's own folder.
 
 #include "capture/still_image.h"
 
@@ -26,7 +26,7 @@ using namespace std::chrono_literals;
 
 constexpr VideoFormat kFormat{320, 240, 30};
 
-// As ITU-R BT.709 codes them.
+// In ITU-R BT.709.
 constexpr std::array<int, 3> kRed{63, 102, 240};
 constexpr std::array<int, 3> kHalfRed{39, 115, 184};
 constexpr std::array<int, 3> kBlack{16, 128, 128};
@@ -46,7 +46,7 @@ class StillImageTest : public testing::Test {
 
   std::string file(const std::string& name) const { return folder_ / name; }
 
-  // A red picture, as `alpha` says transparent, written by `encoder`.
+  // A red image with the opacity `alpha`, written by `encoder`.
   std::string makeImage(const std::string& name, const std::string& encoder, int width, int height,
                         const std::string& alpha = "1") const {
     EventLog events;
@@ -125,8 +125,8 @@ class StillImageTest : public testing::Test {
   std::shared_ptr<FrameMailbox> frames_;
 };
 
-TEST_F(StillImageTest, FillsTheFrameThatHasItsShape) {
-  // The range and matrix of JPEG files, which the encoder does not see to by itself.
+TEST_F(StillImageTest, FillsAFrameOfItsAspectRatio) {
+  // The range and matrix of JPEG files, which the encoder does not convert to by itself.
   const std::string jpeg = "video/x-raw,format=I420,colorimetry=1:4:0:0 ! jpegenc quality=95";
   for (const std::string& path :
        {makeImage("a.png", "pngenc", 160, 120), makeImage("a.jpg", jpeg, 640, 480)}) {
@@ -136,7 +136,7 @@ TEST_F(StillImageTest, FillsTheFrameThatHasItsShape) {
   }
 }
 
-TEST_F(StillImageTest, KeepsItsShapeBetweenBlackBars) {
+TEST_F(StillImageTest, KeepsItsAspectRatioBetweenBlackBars) {
   show(makeImage("wide.png", "pngenc", 640, 120));
   expectColour(0.01, 0.5, kRed);
   expectColour(0.5, 0.34, kBlack);
@@ -145,33 +145,33 @@ TEST_F(StillImageTest, KeepsItsShapeBetweenBlackBars) {
   expectColour(0.5, 0.66, kBlack);
 }
 
-TEST_F(StillImageTest, BlackShinesThroughWhatIsTransparent) {
+TEST_F(StillImageTest, TransparentPixelsAreBlendedWithBlack) {
   show(makeImage("half.png", "pngenc", 320, 240, "0.5"));
   expectColour(0.5, 0.5, kHalfRed);
   show(makeImage("clear.png", "pngenc", 320, 240, "0"));
   expectColour(0.5, 0.5, kBlack);
 }
 
-TEST_F(StillImageTest, GreyTakesThePlaceOfWhatCannotBeUsed) {
+TEST_F(StillImageTest, AnUnusableFileIsReplacedByGrey) {
   show(file("missing.png"));
   expectColour(0.01, 0.01, kGrey);
   expectColour(0.99, 0.99, kGrey);
 }
 
-TEST_F(StillImageTest, EachReasonIsTold) {
+TEST_F(StillImageTest, EachErrorIsReported) {
   EXPECT_EQ(errorOf(file("missing.png")), "there is no such file");
   EXPECT_EQ(errorOf(folder_), "it is not a regular file");
   EXPECT_EQ(errorOf("/dev/zero"), "it is not a regular file");
   write("empty.png", "");
   EXPECT_EQ(errorOf(file("empty.png")), "it is empty");
-  write("text.png", "no picture at all, but some text");
+  write("text.png", "no image at all, but some text");
   EXPECT_EQ(errorOf(file("text.png")), "it is neither PNG nor JPEG");
   const std::string whole = makeImage("whole.png", "pngenc", 320, 240);
   std::filesystem::resize_file(whole, 60);
   EXPECT_THAT(errorOf(whole), testing::StartsWith("it cannot be decoded: "));
 }
 
-TEST_F(StillImageTest, WhatIsTooLargeIsNotEvenDecoded) {
+TEST_F(StillImageTest, TooLargeImagesAreNotDecoded) {
   using namespace std::string_literals;
   write("bomb.png", blackPng(20'000, 20'000));
   EXPECT_EQ(errorOf(file("bomb.png")), "it has 20000x20000 pixels; 40000000 are allowed");
@@ -208,7 +208,7 @@ TEST_F(StillImageTest, APipeIsRefusedAtOnce) {
   EXPECT_EQ(errorOf(file("pipe.png")), "it is not a regular file");
 }
 
-TEST_F(StillImageTest, ItsEndIsNotWaitedFor) {
+TEST_F(StillImageTest, DestructionDoesNotWaitForDecoding) {
   const std::string path = makeImage("large.png", "pngenc", 4000, 3000);
   const auto frames = std::make_shared<FrameMailbox>();
   const auto begin = std::chrono::steady_clock::now();

@@ -37,7 +37,7 @@ TEST(TickSchedule, ATickIsDueFromItsTimeOn) {
   }
 }
 
-TEST(TickSchedule, SkipsOnlyWhatIsOverdueBeyondTheAllowance) {
+TEST(TickSchedule, SkipsOnlyTicksOverdueBeyondTheAllowance) {
   const TickSchedule schedule(0, 10);
   const uint64_t now = schedule.time(7);
   EXPECT_EQ(schedule.resume(7, now, 0), 7U);

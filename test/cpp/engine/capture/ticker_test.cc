@@ -20,7 +20,7 @@ class TickerTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 };
 
-// Runs a ticker until `count` ticks have come; `first` is called in the first one.
+// Runs a ticker for `count` ticks; `first` is called in the first one.
 std::vector<Call> record(
     uint32_t rate, uint64_t catchUp, size_t count, const std::function<void()>& first = [] {}) {
   std::vector<Call> calls;
@@ -41,7 +41,7 @@ void pause(int ms) {
   std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-TEST_F(TickerTest, TicksStandOnTheGridOfTheirNumbers) {
+TEST_F(TickerTest, TicksFollowTheSchedule) {
   const std::vector<Call> calls = record(100, 1000, 50);
   const TickSchedule schedule(calls[0].time, 100);
   for (size_t i = 0; i < calls.size(); ++i) {
@@ -50,7 +50,7 @@ TEST_F(TickerTest, TicksStandOnTheGridOfTheirNumbers) {
   }
 }
 
-TEST_F(TickerTest, AnotherRateStartsAGridAtTheNextTick) {
+TEST_F(TickerTest, AnotherRateStartsANewScheduleAtTheNextTick) {
   std::vector<Call> calls;
   std::promise<void> some;
   std::promise<void> enough;
@@ -81,12 +81,12 @@ TEST_F(TickerTest, AnOverdueTickIsLeftOutWithoutAllowance) {
   for (const Call& call : calls) EXPECT_EQ(call.time, schedule.time(call.number));
 }
 
-TEST_F(TickerTest, OverdueTicksAreMadeUpWithinTheAllowance) {
+TEST_F(TickerTest, OverdueTicksAreCaughtUpWithinTheAllowance) {
   const std::vector<Call> calls = record(100, 1000, 10, [] { pause(55); });
   for (size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i].number, i);
 }
 
-TEST_F(TickerTest, DestructionWaitsForTheTickUnderWay) {
+TEST_F(TickerTest, DestructionWaitsForTheTickInProgress) {
   std::promise<void> entered;
   bool left = false;
   {

@@ -1,4 +1,4 @@
-// Which device is used: with devices that the test plugs in and out.
+// Device selection, with devices that the test plugs and unplugs.
 
 #include "devices/device_selection.h"
 
@@ -46,7 +46,7 @@ std::vector<std::string> ids(const std::vector<Device>& devices) {
 
 using Ids = std::vector<std::string>;
 
-TEST_F(DeviceSelectionTest, TheListEndsWithWhatIsAlwaysThere) {
+TEST_F(DeviceSelectionTest, TheListEndsWithTheFixedEntries) {
   plug(cameras, "a");
   plug(microphones, "m");
   const DeviceSelection selection = select(kFile, "");
@@ -85,13 +85,13 @@ TEST_F(DeviceSelectionTest, TheDefaultMicrophoneIsARealOne) {
   EXPECT_EQ(select("", "default").current(kMicrophone).id, "m");
 }
 
-TEST_F(DeviceSelectionTest, WhatIsNotThereIsNobodysCurrentDevice) {
+TEST_F(DeviceSelectionTest, AMissingDeviceIsNotCurrent) {
   DeviceSelection selection = select("gone", "file");
   selection.beginCapture();
   EXPECT_EQ(selection.current(kCamera).id, "");
   EXPECT_EQ(selection.current(kMicrophone).id, "");
   EXPECT_EQ(selection.sources().camera, "gone");
-  EXPECT_EQ(selection.sources().microphone, "file") << "without a file it has no sound";
+  EXPECT_EQ(selection.sources().microphone, "file") << "without a file it has no audio";
 }
 
 TEST_F(DeviceSelectionTest, ADeviceIsChosenByIdOrName) {
@@ -119,7 +119,7 @@ TEST_F(DeviceSelectionTest, OfTwoOfOneNameTheFirstIsChosen) {
   EXPECT_EQ(selection.current(kCamera).id, "a");
 }
 
-TEST_F(DeviceSelectionTest, WhatIsUnknownChangesNothing) {
+TEST_F(DeviceSelectionTest, UnknownIdentifiersChangeNothing) {
   plug(cameras, "a");
   DeviceSelection selection = select("", "test");
   for (const bool capturing : {false, true}) {
@@ -209,7 +209,7 @@ TEST_F(DeviceSelectionTest, TheDefaultReplacesALostMicrophone) {
   EXPECT_EQ(selection.lose(kMicrophone, "o", kUnplugged).value().next.id, "file");
 }
 
-TEST_F(DeviceSelectionTest, ADeviceThatComesBackIsNotTakenUpAgain) {
+TEST_F(DeviceSelectionTest, AReturningDeviceIsNotUsedAgain) {
   plug(cameras, "a");
   plug(cameras, "b");
   DeviceSelection selection = select("test", "test");
@@ -226,7 +226,7 @@ TEST_F(DeviceSelectionTest, ADeviceThatComesBackIsNotTakenUpAgain) {
   EXPECT_EQ(selection.current(kCamera).id, "a");
 }
 
-TEST_F(DeviceSelectionTest, WhatWasNotChosenIsLookedForAnewWithEachCapture) {
+TEST_F(DeviceSelectionTest, AnUnchosenDeviceIsResolvedAtEachCapture) {
   plug(cameras, "a");
   DeviceSelection selection = select("", "test");
   selection.beginCapture();
@@ -249,10 +249,10 @@ TEST_F(DeviceSelectionTest, AChosenDeviceIsReplacedWhileNothingIsCaptured) {
   EXPECT_EQ(loss->lost.name, "Name of a");
   EXPECT_EQ(selection.current(kCamera).id, "test");
   DeviceSelection automatic = select("", "test");
-  EXPECT_FALSE(automatic.lose(kCamera, "a", kUnplugged)) << "nobody chose it";
+  EXPECT_FALSE(automatic.lose(kCamera, "a", kUnplugged)) << "it was not chosen";
 }
 
-// It is still in the list, perhaps in somebody else's use.
+// It is still in the list, perhaps in use elsewhere.
 TEST_F(DeviceSelectionTest, AFailedDeviceIsNoReplacementForALostOne) {
   plug(cameras, "a");
   plug(cameras, "b");
@@ -265,7 +265,7 @@ TEST_F(DeviceSelectionTest, AFailedDeviceIsNoReplacementForALostOne) {
       << "a choice forgets what failed before";
 }
 
-TEST_F(DeviceSelectionTest, AFailedDeviceThatWasPluggedAnewIsAReplacement) {
+TEST_F(DeviceSelectionTest, AReconnectedFailedDeviceIsAReplacement) {
   plug(cameras, "a");
   plug(cameras, "b");
   DeviceSelection selection = select("", "test");
@@ -276,7 +276,7 @@ TEST_F(DeviceSelectionTest, AFailedDeviceThatWasPluggedAnewIsAReplacement) {
   EXPECT_EQ(selection.lose(kCamera, "b", kUnplugged).value().next.id, "a");
 }
 
-TEST_F(DeviceSelectionTest, WhatNeedsNoDeviceIsNotReplaced) {
+TEST_F(DeviceSelectionTest, TestSourcesAndFilesAreNotReplaced) {
   plug(cameras, "a");
   DeviceSelection selection = select(kFile, "");
   selection.beginCapture();
@@ -287,9 +287,9 @@ TEST_F(DeviceSelectionTest, WhatNeedsNoDeviceIsNotReplaced) {
   EXPECT_EQ(selection.current(kCamera).id, "test");
 }
 
-TEST_F(DeviceSelectionTest, WhatIsAlwaysThereDoesNotWaitForDevices) {
+TEST_F(DeviceSelectionTest, FixedEntriesDoNotWaitForDevices) {
   DeviceSelection selection(kFile, "test", [](DeviceKind) -> std::vector<PluggedDevice> {
-    ADD_FAILURE() << "looked around";
+    ADD_FAILURE() << "scanned for devices";
     return {};
   });
   selection.beginCapture();
@@ -298,14 +298,14 @@ TEST_F(DeviceSelectionTest, WhatIsAlwaysThereDoesNotWaitForDevices) {
   EXPECT_EQ(selection.current(kCamera).id, "test");
 }
 
-TEST(Devices, FilesAreToldByTheirPrefix) {
+TEST(Devices, FilesAreRecognisedByTheirPrefix) {
   EXPECT_EQ(cameraFile(kFile), "/films/holiday in rome.mp4");
   EXPECT_EQ(cameraFile("file:"), "");
   EXPECT_FALSE(cameraFile("test"));
   EXPECT_FALSE(cameraFile("/films/file:x"));
 }
 
-// Whatever this machine has.
+// Uses the devices of this machine.
 TEST(PluggedDevices, EachIsListedOnceAndCanBeFound) {
   for (const DeviceKind kind : {kCamera, kMicrophone}) {
     std::vector<std::string> seen;

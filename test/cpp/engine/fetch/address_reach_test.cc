@@ -60,7 +60,7 @@ TEST(AddressReach, Ipv6ThatStandsForIpv4CountsAsThat) {
   }
 }
 
-TEST(AddressReach, WhatIsNoAddressIsLocal) {
+TEST(AddressReach, InvalidAddressesCountAsLocal) {
   const std::array<uint8_t, 5> bytes{1, 1, 1, 1, 1};
   EXPECT_EQ(reachOf(bytes), Reach::kLocal);
   EXPECT_EQ(reachOf({}), Reach::kLocal);

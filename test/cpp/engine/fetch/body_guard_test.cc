@@ -72,7 +72,7 @@ TEST(BodyGuard, MediaPassesUnchanged) {
   }
 }
 
-TEST(BodyGuard, APlaylistPassesWholeAndRewritten) {
+TEST(BodyGuard, APlaylistPassesCompleteAndRewritten) {
   const std::string body = "#EXTM3U\n#EXTINF:1,\na\n";
   for (const auto kind : {FetchKind::kStream, FetchKind::kPlaylist, FetchKind::kMedia}) {
     for (std::size_t piece = 1; piece <= body.size(); ++piece) {
@@ -84,7 +84,7 @@ TEST(BodyGuard, APlaylistPassesWholeAndRewritten) {
   EXPECT_EQ(pass(FetchKind::kStream, "#EXTM3U\nbad\n", 5).error, "no");
 }
 
-TEST(BodyGuard, WhatIsKeptInMemoryHasALimit) {
+TEST(BodyGuard, DataKeptInMemoryHaveALimit) {
   const std::string large(5 * kKib, 'a');
   EXPECT_EQ(pass(FetchKind::kStream, "#EXTM3U\n" + large, 100).error,
             "the playlist is larger than 4 KiB, the limit");

@@ -39,7 +39,7 @@ std::string ok(const std::string& body) {
   return fmt::format("HTTP/1.1 200 OK\r\nContent-Length: {}\r\n\r\n{}", body.size(), body);
 }
 
-// Answers each request with what `answer` makes of it, and keeps the last one.
+// Answers each request by calling `answer`, and keeps the last one.
 class Server {
  public:
   explicit Server(std::function<std::string(const std::string&)> answer,
@@ -88,7 +88,7 @@ Outcome fetch(const std::string& address, const ByteRange& range = {},
   return outcome;
 }
 
-TEST(HttpFetch, AsksForWhatIsWanted) {
+TEST(HttpFetch, RequestsTheWantedRange) {
   Server server([](const std::string&) { return ok("hello"); });
   EXPECT_EQ(fetch(server.address("/a b?c=d")).body, "hello");
   EXPECT_TRUE(server.last().starts_with("GET /a%20b?c=d HTTP/1.1\r\nHost: 127.0.0.1:"));
@@ -96,7 +96,7 @@ TEST(HttpFetch, AsksForWhatIsWanted) {
   EXPECT_EQ(server.last().find("Authorization:"), std::string::npos);
 }
 
-TEST(HttpFetch, TakesPartsAndNoMoreThanThat) {
+TEST(HttpFetch, ReadsTheRangeAndNoMore) {
   Server server([](const std::string& request) {
     return request.find("Range: bytes=2-4\r\n") == request.npos
                ? ok("0123456789")
@@ -126,7 +126,7 @@ TEST(HttpFetch, FollowsRedirects) {
   EXPECT_EQ(fetch(server.address("/old")).body, "there");
 }
 
-TEST(HttpFetch, JudgesRedirects) {
+TEST(HttpFetch, ChecksRedirects) {
   std::string target;
   Server server([&](const std::string&) {
     return fmt::format("HTTP/1.1 302 Found\r\nLocation: {}\r\nContent-Length: 0\r\n\r\n", target);
@@ -195,8 +195,8 @@ TEST(HttpFetch, AnUntrustedCertificateHasItsCode) {
   std::filesystem::remove_all(folder);
 }
 
-TEST(HttpFetch, AStopEndsAllWaiting) {
-  // Silent from the start; in the middle of the head; in the middle of the body.
+TEST(HttpFetch, AStopInterruptsAllWaiting) {
+  // No data at all; stopped in the middle of the head; stopped in the middle of the body.
   for (const char* said : {"", "HTTP/1.1 200 OK\r\nX", "HTTP/1.1 200 OK\r\n\r\nbegin"}) {
     LoopbackPeer server([&](PeerStream& peer) {
       send(peer, said);
@@ -223,7 +223,7 @@ std::string readAll(FetchStream& stream, Fetch::Read& last) {
   return text;
 }
 
-TEST(FetchStream, GoesOnWhereTheConnectionBroke) {
+TEST(FetchStream, ResumesWhereTheConnectionBroke) {
   const std::string whole = "0123456789";
   Server server([&](const std::string& request) {
     const auto range = request.find("Range: bytes=");
@@ -241,7 +241,7 @@ TEST(FetchStream, GoesOnWhereTheConnectionBroke) {
   EXPECT_EQ(last, Fetch::Read::kEnd);
 }
 
-TEST(FetchStream, GivesUpWhereNothingComes) {
+TEST(FetchStream, GivesUpWithoutProgress) {
   int requests = 0;
   Server server([&](const std::string& request) {
     ++requests;

@@ -18,7 +18,7 @@ struct Outcome {
   HttpHead head;
 };
 
-// Feeds a response in pieces of that size.
+// Feeds a response in chunks of that size.
 Outcome feed(const std::string& text, std::size_t piece = 1'000'000, bool closes = false) {
   HttpResponse response(kLimit);
   std::vector<uint8_t> body;
@@ -34,7 +34,7 @@ Outcome feed(const std::string& text, std::size_t piece = 1'000'000, bool closes
   return outcome;
 }
 
-TEST(HttpResponse, ACountedBodyInAnyPieces) {
+TEST(HttpResponse, ACountedBodyInAnyChunks) {
   const std::string text = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX: y\r\n\r\nhellomore";
   for (std::size_t piece = 1; piece <= text.size(); ++piece) {
     const Outcome outcome = feed(text, piece);
@@ -45,7 +45,7 @@ TEST(HttpResponse, ACountedBodyInAnyPieces) {
   }
 }
 
-TEST(HttpResponse, AChunkedBodyInAnyPieces) {
+TEST(HttpResponse, AChunkedBodyInAnySplit) {
   const std::string text =
       "HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\nContent-Length: 3\r\n\r\n"
       "5\r\nhello\r\nA;name=value\r\n, everyone\r\n0\r\nTrailer: x\r\n\r\n";
@@ -73,7 +73,7 @@ TEST(HttpResponse, ClosingInTheMiddleIsMalformed) {
   }
 }
 
-TEST(HttpResponse, ReadsWhatMatters) {
+TEST(HttpResponse, ReadsTheRelevantHeaders) {
   const Outcome partial =
       feed("HTTP/1.1 206 Partial\r\nContent-Range: bytes 10-19/200\r\nContent-Length: 10\r\n\r\n");
   EXPECT_EQ(partial.head.rangeStart, 10U);
@@ -97,7 +97,7 @@ TEST(HttpResponse, SkipsInterimResponses) {
   EXPECT_EQ(outcome.head.location, "");
 }
 
-TEST(HttpResponse, RefusesWhatIsNone) {
+TEST(HttpResponse, RefusesInvalidInput) {
   for (const char* text :
        {"hello\r\n", "HTTP/2 200 OK\r\n", "HTTP/1.1 99 X\r\n", "HTTP/1.1 600 X\r\n",
         "HTTP/1.1 101 Switch\r\n", "HTTP/1.1 2x0 OK\r\n", "HTTP/1.1\r\n",

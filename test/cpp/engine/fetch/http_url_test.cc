@@ -24,7 +24,7 @@ std::string resolved(const std::string& base, const std::string& reference) {
   return url ? url->text() : "refused: " + error;
 }
 
-TEST(HttpUrl, IsTakenApart) {
+TEST(HttpUrl, IsParsed) {
   const HttpUrl url = parse("https://host:8443/a/b.m3u8?x=1&y=/2#part");
   EXPECT_TRUE(url.isEncrypted());
   EXPECT_EQ(url.host, "host");

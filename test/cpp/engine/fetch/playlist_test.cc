@@ -72,7 +72,7 @@ TEST(Playlist, OtherTagsWithAddressesAreLeftOut) {
       "#EXTM3U\n#EXTINF:2,\n<2 a>\n");
 }
 
-// Each of these would be read otherwise by another reader.
+// Other parsers would read each of these differently.
 TEST(Playlist, HidesNothing) {
   EXPECT_EQ(rewritten("#EXTM3U#EXT-X-STREAM-INF:BANDWIDTH=1\nfd://0\n"), "#EXTM3U\n<2 fd://0>\n");
   EXPECT_EQ(rewritten("#EXTM3U\rfd://0\na\rfd://0\n"), "#EXTM3U\n<2 a>\n");
@@ -92,7 +92,7 @@ TEST(Playlist, OneRefusedAddressRefusesAll) {
   EXPECT_EQ(rewritten("#EXTM3U\n#EXT-X-MAP:URI=\"bad\"\na\n"), refused);
 }
 
-TEST(Playlist, WhatIsNoTextIsRefused) {
+TEST(Playlist, BinaryDataIsRefused) {
   const std::string refused = "refused: the playlist is no text";
   EXPECT_EQ(rewritten(std::string("#EXTM3U\na\0b\n", 12)), refused);
   EXPECT_EQ(rewritten("#EXTM3U\n\xff\n"), refused);

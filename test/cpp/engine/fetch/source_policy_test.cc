@@ -36,7 +36,7 @@ TEST(SourcePolicy, FilesMayNameFilesOnly) {
   EXPECT_TRUE(policy.refuseScheme(kFile, SourceScheme::kHttps));
 }
 
-TEST(SourcePolicy, EncryptionIsNotGivenUpUnlessASettingSaysSo) {
+TEST(SourcePolicy, EncryptionIsKeptUnlessASettingAllowsOtherwise) {
   EXPECT_TRUE(SourcePolicy({}).refuseScheme(kPublicHttps, SourceScheme::kHttp));
   SourceSettings settings;
   settings.httpFromHttps = true;
@@ -44,7 +44,7 @@ TEST(SourcePolicy, EncryptionIsNotGivenUpUnlessASettingSaysSo) {
   EXPECT_TRUE(SourcePolicy(settings).refuseScheme(kPublicHttps, SourceScheme::kFile));
 }
 
-TEST(SourcePolicy, PublicServersDoNotReachLocalOnesUnlessASettingSaysSo) {
+TEST(SourcePolicy, PublicServersDoNotReachLocalOnesUnlessASettingAllowsIt) {
   const SourcePolicy policy({});
   EXPECT_FALSE(policy.allowsReach(kPublicHttp, Reach::kLocal));
   EXPECT_TRUE(policy.allowsReach(kPublicHttp, Reach::kPublic));

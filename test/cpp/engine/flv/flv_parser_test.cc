@@ -19,7 +19,7 @@ struct Seen {
   bool afterGap;
 };
 
-// Feeds `bytes` in pieces of `step` bytes and returns all tags.
+// Feeds `bytes` in chunks of `step` bytes and returns all tags.
 std::vector<Seen> parse(FlvParser& parser, const FlvBytes& bytes, std::size_t step = SIZE_MAX) {
   std::vector<Seen> seen;
   for (std::size_t at = 0; at < bytes.size();) {

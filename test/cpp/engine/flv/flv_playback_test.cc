@@ -44,7 +44,7 @@ GstFlowReturn onSample(GstAppSink* sink, gpointer data) {
   return GST_FLOW_OK;
 }
 
-// Decodes what comes from a pad of the demuxer.
+// Decodes the data of one of the demuxer's pads.
 void onPad(GstElement* demuxer, GstPad* pad, gpointer data) {
   const bool video = std::string(GST_OBJECT_NAME(pad)) == "video";
   const char* description =

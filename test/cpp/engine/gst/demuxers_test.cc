@@ -11,7 +11,7 @@ namespace {
 constexpr int kTry = 0;
 constexpr int kSkip = 2;
 
-// What a decodebin is told about that element.
+// Returns decodebin's autoplug decision on that element.
 int answerFor(GstElement* decoder, const char* name) {
   GstElementFactory* factory = gst_element_factory_find(name);
   EXPECT_TRUE(factory) << name;
@@ -29,7 +29,7 @@ class Demuxers : public testing::TestWithParam<const char*> {
       GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make(GetParam(), nullptr)))};
 };
 
-TEST_P(Demuxers, WhatFetchesIsNotPlugged) {
+TEST_P(Demuxers, FetchingElementsAreNotPlugged) {
   restrictDemuxers(decoder_.get(), false);
   for (const char* name : {"hlsdemux", "dashdemux", "mssdemux", "sdpdemux"}) {
     EXPECT_EQ(answerFor(decoder_.get(), name), kSkip) << name;

@@ -17,14 +17,14 @@
 namespace NimboEngine::test {
 namespace {
 
-// GStreamer's own plug-ins, which are there whenever GStreamer is.
+// GStreamer's own plug-ins, which are installed with GStreamer itself.
 const std::set<std::string> kCorePlugins{"coreelements", "staticelements"};
 
-// Chosen only where they are installed, one instead of another.
+// Optional alternatives, used if they are installed.
 const std::set<std::string> kAlternatives{"openh264enc", "v4l2h264enc", "vaapih264enc", "vah264enc",
                                           "vah264lpenc"};
 
-// The plug-in that brings an element, and its file; empty when there is no such element.
+// The plug-in that contains an element, and its file; empty if there is no such element.
 std::pair<std::string, std::string> pluginOf(const std::string& factory) {
   GstElementFactory* found = gst_element_factory_find(factory.c_str());
   if (!found) return {};
@@ -63,20 +63,21 @@ class NeededElementsTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 };
 
-TEST_F(NeededElementsTest, ASourceIsReadRightly) {
+TEST_F(NeededElementsTest, ASourceFileIsParsedCorrectly) {
   EXPECT_EQ(elementsIn(R"(run("appsrc name=x ! queue ! h264parse ! video/x-h264 ! mux.video " );
                           const char* word = "pngdec"; text("an x264enc, a volume"); // jpegdec)"),
             (std::set<std::string>{"appsrc", "h264parse", "pngdec"}));
 }
 
-TEST_F(NeededElementsTest, WhatTheSourcesNameIsListed) {
+TEST_F(NeededElementsTest, ElementsNamedInSourcesAreListed) {
   std::set<std::string> listed = kAlternatives;
   for (const NeededElement& needed : neededElements()) listed.insert(needed.factory);
   size_t files = 0;
   size_t uses = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(ENGINE_SOURCES)) {
     if (entry.path().extension() != ".cc" || entry.path().filename() == "runtime.cc") continue;
-    // No pipelines there, but words of a protocol, "level" for one, that are elements' names too.
+    // These contain no pipelines, but terms of a protocol, "level" for example, that are element
+    // names too.
     if (entry.path().parent_path().filename() == "rtmp") continue;
     ++files;
     for (const std::string& element : elementsIn(contents(entry.path()))) {
@@ -89,8 +90,8 @@ TEST_F(NeededElementsTest, WhatTheSourcesNameIsListed) {
   EXPECT_GT(uses, 30U);
 }
 
-// Threads that load at once may lock each other up, too seldom to be tested by itself.
-TEST_F(NeededElementsTest, EachIsLoadedAtTheStart) {
+// Threads that load concurrently may deadlock, too rarely to be tested directly.
+TEST_F(NeededElementsTest, EachIsLoadedAtStart) {
   for (const auto& [factory, package] : neededElements()) {
     const GstPtr<GstObject> found(GST_OBJECT(gst_element_factory_find(factory)));
     ASSERT_NE(found, nullptr) << factory;
@@ -105,7 +106,7 @@ TEST_F(NeededElementsTest, EachIsLoadedAtTheStart) {
   }
 }
 
-TEST_F(NeededElementsTest, EachIsBroughtByThePackageThatIsNamed) {
+TEST_F(NeededElementsTest, EachIsInItsNamedPackage) {
   std::map<std::string, std::string> packageOf;  // of the plug-in's file
   std::vector<std::string> question{"dpkg-query", "-S"};
   for (const auto& [factory, package] : neededElements()) {

@@ -25,7 +25,7 @@ class SourceRunnerTest : public testing::Test {
   EventLog failures_;
 };
 
-// A source from a description; `build` may wait first.
+// A source from a description; `build` may block first.
 class FakeSource : public Source {
  public:
   explicit FakeSource(std::string description, std::shared_future<void> gate = {})
@@ -41,7 +41,7 @@ class FakeSource : public Source {
   const std::shared_future<void> gate_;
 };
 
-TEST_F(SourceRunnerTest, TellsWhyThereIsNoSource) {
+TEST_F(SourceRunnerTest, ReportsWhyASourceCannotBeBuilt) {
   const SourceRunner runner(
       "x",
       [](std::string& error) -> std::unique_ptr<Source> {
@@ -52,7 +52,7 @@ TEST_F(SourceRunnerTest, TellsWhyThereIsNoSource) {
   EXPECT_TRUE(failures_.waitFor("no such thing"));
 }
 
-TEST_F(SourceRunnerTest, TellsOfAnErrorWhileRunningOnce) {
+TEST_F(SourceRunnerTest, ReportsAnErrorWhileRunningOnce) {
   const SourceRunner runner(
       "x",
       [](std::string&) {
@@ -63,7 +63,7 @@ TEST_F(SourceRunnerTest, TellsOfAnErrorWhileRunningOnce) {
   EXPECT_EQ(failures_.all().size(), 1U);
 }
 
-TEST_F(SourceRunnerTest, StartsAnewWhatCannotRewind) {
+TEST_F(SourceRunnerTest, RestartsASourceThatCannotRewind) {
   struct Rounds : FakeSource {
     Rounds(std::string description, EventLog& ends)
         : FakeSource(std::move(description)), log(ends) {}
@@ -84,7 +84,7 @@ TEST_F(SourceRunnerTest, StartsAnewWhatCannotRewind) {
   EXPECT_TRUE(failures_.all().empty());
 }
 
-TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
+TEST_F(SourceRunnerTest, ASourceThatStallsFails) {
   struct Silent : FakeSource {
     using FakeSource::FakeSource;
     int64_t progress() const override { return 5; }
@@ -98,7 +98,7 @@ TEST_F(SourceRunnerTest, ASourceThatFallsSilentFails) {
   EXPECT_TRUE(failures_.waitFor("it delivers no data"));
 }
 
-TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
+TEST_F(SourceRunnerTest, ASourceWithoutDataIsRestartedOnce) {
   struct Undelivering : FakeSource {
     explicit Undelivering(EventLog& log)
         : FakeSource("videotestsrc is-live=true ! fakesink async=false"), builds(log) {}
@@ -118,7 +118,7 @@ TEST_F(SourceRunnerTest, ASourceThatDoesNotBeginIsStartedAnewOnce) {
   EXPECT_EQ(builds.count("build"), 2);
 }
 
-// Tells when it has ended.
+// Signals its end.
 struct Mortal : FakeSource {
   explicit Mortal(EventLog& log)
       : FakeSource("videotestsrc is-live=true ! fakesink async=false"), ends(log) {}
@@ -126,7 +126,7 @@ struct Mortal : FakeSource {
   EventLog& ends;
 };
 
-// The predecessor of a source whose beginning is told by `begun`.
+// The predecessor of a source that sets `begun`.
 SourceRunner::Predecessor mortal(EventLog& ends, std::function<bool()> begun) {
   SourceRunner::Predecessor predecessor;
   predecessor.runner = std::make_unique<SourceRunner>(
@@ -179,7 +179,7 @@ TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatIsStoppedBeforeItBega
   EXPECT_TRUE(ends.waitFor("end"));
 }
 
-TEST_F(SourceRunnerTest, AHangingSourceIsLeftAndNeverHeardOfAgain) {
+TEST_F(SourceRunnerTest, AHangingSourceIsDetachedAndNeverReports) {
   std::promise<void> gate;
   std::weak_ptr<int> belonging;
   std::promise<void> freed;

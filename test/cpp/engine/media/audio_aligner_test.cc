@@ -23,7 +23,7 @@ class AudioAlignerTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
-  // A further piece of a tone, to be heard from `moment` on.
+  // The next chunk of a tone, to be presented from `moment` on.
   AudioAligner::Piece put(Time moment) {
     Samples samples;
     for (int i = 0; i < kPieceFrames; ++i, ++frame) {
@@ -55,7 +55,7 @@ class AudioAlignerTest : public testing::Test {
   int frame = 0;
 };
 
-TEST_F(AudioAlignerTest, PiecesInTimeFollowEachOtherWithoutAGap) {
+TEST_F(AudioAlignerTest, ChunksInTimeAreContiguous) {
   Time next = kStart;
   for (int i = 0; i < 200; ++i) {
     const auto piece = put(kStart + lengthOf(static_cast<std::size_t>(frame) * 2));
@@ -67,14 +67,14 @@ TEST_F(AudioAlignerTest, PiecesInTimeFollowEachOtherWithoutAGap) {
   EXPECT_LE(largestStep(), kToneStep);
 }
 
-TEST_F(AudioAlignerTest, BeginsSoftly) {
+TEST_F(AudioAlignerTest, FadesIn) {
   put(kStart);
   EXPECT_EQ(output[0], 0);
   EXPECT_LT(*std::max_element(output.begin(), output.begin() + 96), 3000);
 }
 
 // FLV rounds its time stamps to milliseconds.
-TEST_F(AudioAlignerTest, RoundedMomentsAreNotHeard) {
+TEST_F(AudioAlignerTest, RoundedTimesAreInaudible) {
   for (int i = 0; i < 500; ++i) {
     const auto exact = lengthOf(static_cast<std::size_t>(frame) * 2);
     put(kStart + std::chrono::round<std::chrono::milliseconds>(exact));
@@ -82,7 +82,7 @@ TEST_F(AudioAlignerTest, RoundedMomentsAreNotHeard) {
   EXPECT_LE(largestStep(), kToneStep);
 }
 
-TEST_F(AudioAlignerTest, FollowsMomentsThatDrift) {
+TEST_F(AudioAlignerTest, FollowsTimesThatDrift) {
   for (const double rate : {1.002, 0.998}) {
     aligner = AudioAligner();
     output.clear();
@@ -105,7 +105,7 @@ TEST_F(AudioAlignerTest, AJumpForwardLeavesAGap) {
   const Time later = kStart + 5s;
   const std::size_t before = output.size();
   EXPECT_EQ(put(later).moment, later);
-  EXPECT_EQ(output[before], 0) << "it begins softly again";
+  EXPECT_EQ(output[before], 0) << "it fades in again";
 }
 
 TEST_F(AudioAlignerTest, AJumpBackDropsWhatOverlaps) {

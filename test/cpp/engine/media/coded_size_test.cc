@@ -10,7 +10,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// What x264, x265, libvpx and FFmpeg's encoder of Flash video wrote.
+// Output of x264, x265, libvpx and FFmpeg's encoder of Flash video.
 constexpr std::string_view kHigh = "6764000cacd941419f9f011000000300100000030320f1429960";
 constexpr std::string_view kInterlaced = "674d401eeca05a126c0440000003004000000c87c50a6580";
 constexpr std::string_view kScalingLists = "67f4001e919b281407b60220000003002000000641e2c5b2c0";
@@ -28,7 +28,7 @@ Bytes bytesOf(std::string_view hex) {
   return bytes;
 }
 
-// The units one after the other, each behind `before`; null: behind a length of four bytes.
+// Concatenates the units, each preceded by `before`; null: by a length of four bytes.
 Bytes joined(const std::vector<std::string_view>& units, const char* before) {
   Bytes all;
   for (const std::string_view hex : units) {
@@ -48,7 +48,7 @@ TEST(CodedSize, ReadsSequenceParameterSets) {
   EXPECT_EQ(readHevcSize(bytesOf(kHevc)), (CodedSize{320, 184}));
 }
 
-TEST(CodedSize, HasNoSizeOfWhatEndsBeforeIt) {
+TEST(CodedSize, TruncatedDataHaveNoSize) {
   for (const std::string_view hex : {kHigh, kInterlaced, kScalingLists, kHuge}) {
     EXPECT_FALSE(readH264Size(bytesOf(hex.substr(0, 10)))) << hex;
   }
@@ -59,7 +59,7 @@ TEST(CodedSize, HasNoSizeOfWhatEndsBeforeIt) {
   EXPECT_FALSE(readHevcSize(Bytes(1000, 0)));
 }
 
-TEST(CodedSize, TakesTheLargestOfAPiece) {
+TEST(CodedSize, ReturnsTheLargestSizeOfAChunk) {
   const CodedSize huge{16384, 8704};
   EXPECT_EQ(largestCodedSize("video/x-h264", 4, joined({kHigh, kHuge, kHigh}, nullptr)), huge);
   EXPECT_EQ(largestCodedSize("video/x-h264", 0, joined({kHigh, kHuge, kHigh}, "000001")), huge);

@@ -32,11 +32,11 @@ TEST_F(FrameMailboxTest, KeepsTheNewest) {
   mailbox_.put(frame(1).get());
   mailbox_.put(frame(2).get());
   EXPECT_EQ(latest(), 2);
-  EXPECT_EQ(latest(), 2) << "looking takes nothing away";
+  EXPECT_EQ(latest(), 2) << "reading does not consume";
   EXPECT_EQ(mailbox_.count(), 2U);
 }
 
-TEST_F(FrameMailboxTest, LetsGoOfWhatIsReplaced) {
+TEST_F(FrameMailboxTest, ReleasesReplacedFrames) {
   const GstPtr<GstBuffer> old = frame(1);
   mailbox_.put(old.get());
   EXPECT_EQ(GST_MINI_OBJECT_REFCOUNT_VALUE(old.get()), 2);

@@ -80,7 +80,7 @@ void paintBars(GstVideoFrame& frame, const Source& source) {
   }
 }
 
-// The strides of a source whose rows have gaps are described by the buffer, as decoders do it.
+// The strides of a source whose rows have gaps are described by the buffer, like those of decoders.
 GstPtr<GstBuffer> makeBars(const Source& source, const GstVideoInfo& info) {
   GstVideoInfo layout = info;
   if (source.extraStride > 0) {
@@ -106,7 +106,7 @@ GstPtr<GstBuffer> makeBars(const Source& source, const GstVideoInfo& info) {
   return buffer;
 }
 
-// Planes directly behind each other, as applications and plug-ins are promised.
+// Contiguous planes, as guaranteed to applications and plug-ins.
 Codes codesAt(const uint8_t* pixels, const GstVideoInfo& info, int x, int y) {
   Codes codes{};
   const uint8_t* plane = pixels;
@@ -123,7 +123,7 @@ class FrameNormalizerTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
-  // How far the middles of the bars are from their codes in the form.
+  // The largest difference between the middles of the bars and their codes in the form.
   static int largestError(const Source& source) {
     FrameNormalizer normalizer(Use::kWrite);
     const GstVideoInfo info = infoOf(source);
@@ -221,7 +221,7 @@ TEST_F(FrameNormalizerTest, RgbGetsTheCodesOfTheForm) {
 
 class FrameNormalizerPassing : public FrameNormalizerTest {
  protected:
-  // Whether the buffer that comes out is the one that went in.
+  // Returns whether the output buffer is the input buffer.
   static bool passes(Use use, Source source, bool shared = false) {
     FrameNormalizer normalizer(use);
     const GstVideoInfo info = infoOf(source);
@@ -237,14 +237,14 @@ class FrameNormalizerPassing : public FrameNormalizerTest {
 
 constexpr Source kInForm{.matrix = GST_VIDEO_COLOR_MATRIX_BT709};
 
-TEST_F(FrameNormalizerPassing, WritersGetWhatHasFormAndLayoutUncopied) {
+TEST_F(FrameNormalizerPassing, WritersGetMatchingFramesUncopied) {
   EXPECT_TRUE(passes(Use::kWrite, kInForm));
   Source source = kInForm;
   source.site = GST_VIDEO_CHROMA_SITE_UNKNOWN;
   EXPECT_TRUE(passes(Use::kWrite, source));
 }
 
-TEST_F(FrameNormalizerPassing, WritersGetACopyOfAllElse) {
+TEST_F(FrameNormalizerPassing, WritersGetACopyOfOtherFrames) {
   EXPECT_FALSE(passes(Use::kWrite, kInForm, true)) << "another holds it";
   Source source = kInForm;
   source.height = 35;
@@ -260,7 +260,7 @@ TEST_F(FrameNormalizerPassing, WritersGetACopyOfAllElse) {
   EXPECT_FALSE(passes(Use::kWrite, source)) << "other colours";
 }
 
-TEST_F(FrameNormalizerPassing, ReadersGetWhatHasTheFormUncopied) {
+TEST_F(FrameNormalizerPassing, ReadersGetFramesInTheFormUncopied) {
   Source source = kInForm;
   source.width = 854;
   source.height = 35;
@@ -280,7 +280,7 @@ TEST_F(FrameNormalizerTest, ReadersGetNoPadding) {
   EXPECT_EQ(frame->info.width, 854);
 }
 
-TEST_F(FrameNormalizerTest, ASampleThatNobodyElseHoldsPassesThrough) {
+TEST_F(FrameNormalizerTest, AnUnsharedSamplePassesThrough) {
   const GstVideoInfo info = infoOf(kInForm);
   const GstPtr<GstCaps> caps(gst_video_info_to_caps(&info));
   GstPtr<GstBuffer> buffer = makeBars(kInForm, info);
@@ -333,7 +333,7 @@ TEST_F(FrameNormalizerTest, ColoursThatTheCapsDoNotDescribeAreGuessedBySize) {
   }
 }
 
-TEST_F(FrameNormalizerTest, TheSitingIsKeptWhereCapsSayNothingOfTheColours) {
+TEST_F(FrameNormalizerTest, TheSitingIsKeptWithoutColorimetryInTheCaps) {
   const auto differentCodes = [](const char* siting) {
     const GstPtr<GstCaps> caps(
         gst_caps_from_string("video/x-raw,format=I420,width=64,height=2,framerate=30/1"));
@@ -357,7 +357,7 @@ TEST_F(FrameNormalizerTest, TheSitingIsKeptWhereCapsSayNothingOfTheColours) {
   EXPECT_EQ(differentCodes(nullptr), 2U) << "as left, like most video";
 }
 
-TEST_F(FrameNormalizerTest, WhatIsNoFrameIsLeftOut) {
+TEST_F(FrameNormalizerTest, InvalidFramesAreDropped) {
   FrameNormalizer normalizer(Use::kWrite);
   EXPECT_FALSE(normalizer.normalize(nullptr));
   const GstPtr<GstCaps> audio(gst_caps_from_string("audio/x-raw"));
@@ -371,7 +371,7 @@ TEST_F(FrameNormalizerTest, WhatIsNoFrameIsLeftOut) {
   gst_buffer_add_video_meta(other.get(), GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_I420, 64, 32);
   const GstPtr<GstBuffer> held = share(other.get());
   EXPECT_FALSE(normalizer.normalize(std::move(other), caps.get())) << "another size than the caps";
-  EXPECT_TRUE(normalizer.normalize(makeBars(kInForm, info), caps.get())) << "the next one is good";
+  EXPECT_TRUE(normalizer.normalize(makeBars(kInForm, info), caps.get())) << "the next one passes";
 }
 
 }  // namespace

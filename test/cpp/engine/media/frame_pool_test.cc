@@ -53,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, FramePoolTest,
                                          VideoFormat{641, 361, 30}, VideoFormat{3, 5, 1},
                                          VideoFormat{1, 1, 60}));
 
-TEST(FramePool, ABufferInUseIsNotGivenAgain) {
+TEST(FramePool, ABufferInUseIsNotReused) {
   ASSERT_TRUE(startGstreamer());
   FramePool pool({64, 48, 30});
   std::vector<GstPtr<GstBuffer>> held;

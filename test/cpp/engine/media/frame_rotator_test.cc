@@ -9,7 +9,7 @@
 namespace NimboEngine {
 namespace {
 
-// A picture of 3 by 2 whose luma reads "abc" over "def", turned and read again.
+// A frame of 3 by 2 whose luma reads "abc" over "def", rotated and read again.
 std::string turned(const ViewStyle& style) {
   GstVideoInfo info;
   gst_video_info_set_format(&info, GST_VIDEO_FORMAT_I420, 3, 2);
@@ -30,7 +30,7 @@ std::string turned(const ViewStyle& style) {
   return text;
 }
 
-TEST(FrameRotator, TurnsClockwiseThenMirrors) {
+TEST(FrameRotator, RotatesClockwiseThenMirrors) {
   ASSERT_TRUE(startGstreamer());
   EXPECT_EQ(turned({.quarterTurns = 0}), "abc/def");
   EXPECT_EQ(turned({.quarterTurns = 1}), "da/eb/fc");

@@ -16,7 +16,7 @@ constexpr GstVideoColorimetry kForm{GST_VIDEO_COLOR_RANGE_16_235, GST_VIDEO_COLO
 constexpr uint8_t kUntouched = 0xA5;
 constexpr ptrdiff_t kGap = 7;  // bytes that belong to no frame, behind each row
 
-// A frame whose rows have gaps behind them.
+// A frame with padded rows.
 struct Frame {
   Frame(int width, int height, int paddedWidth) : planes{} {
     for (size_t i = 0; i < 3; ++i) {
@@ -60,7 +60,7 @@ int rounded(double value) {
   return static_cast<int>(std::lround(std::clamp(value, 0.0, 255.0)));
 }
 
-// The converted code at a place, by exact arithmetic.
+// Returns the converted code at a place, by exact arithmetic.
 int expected(Frame& source, const ColourTransform& by, size_t plane, size_t x, size_t y) {
   const size_t shift = plane == 0 ? 1 : 0;
   const double u = source.at(1, x >> shift, y >> shift) - 128;
@@ -122,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
                                      GST_VIDEO_COLOR_MATRIX_BT2020, GST_VIDEO_COLOR_MATRIX_FCC),
                      testing::Values(GST_VIDEO_COLOR_RANGE_16_235, GST_VIDEO_COLOR_RANGE_0_255)));
 
-// What lies behind the padded columns is not touched, and both sets of loops agree.
+// Bytes beyond the padded columns are not touched, and both sets of loops agree.
 TEST(I420Converter, EverySizeIsConvertedAndPaddedToItsEdges) {
   for (const auto range : {GST_VIDEO_COLOR_RANGE_16_235, GST_VIDEO_COLOR_RANGE_0_255}) {
     for (const auto matrix : {GST_VIDEO_COLOR_MATRIX_BT601, GST_VIDEO_COLOR_MATRIX_BT709}) {

@@ -26,7 +26,7 @@ TEST(SampleFifo, IsSilentBeforeTheFirstSample) {
   EXPECT_EQ(real, 0U);
 }
 
-TEST(SampleFifo, GivesSamplesInOrder) {
+TEST(SampleFifo, DeliversSamplesInOrder) {
   SampleFifo fifo(2, 0, 100);
   const Samples in{1, -1, 2, -2, 3, -3};
   fifo.push(in.data(), 3);
@@ -34,17 +34,17 @@ TEST(SampleFifo, GivesSamplesInOrder) {
   EXPECT_EQ(pull(fifo, 1, 2), (Samples{3, -3}));
 }
 
-TEST(SampleFifo, WaitsForTheCushion) {
+TEST(SampleFifo, WaitsForThePrebuffer) {
   SampleFifo fifo(1, 4, 100);
   const Samples in{1, 2, 3, 4};
   fifo.push(in.data(), 3);
   EXPECT_EQ(pull(fifo, 2, 1), (Samples{0, 0}));
   fifo.push(in.data() + 3, 1);
   EXPECT_EQ(pull(fifo, 2, 1), (Samples{1, 2}));
-  EXPECT_EQ(pull(fifo, 2, 1), (Samples{3, 4})) << "the cushion is for the start only";
+  EXPECT_EQ(pull(fifo, 2, 1), (Samples{3, 4})) << "the prebuffer applies to the start only";
 }
 
-TEST(SampleFifo, RunningDryFillsUpWithSilenceAndGathersANewCushion) {
+TEST(SampleFifo, AnUnderrunFillsWithSilenceAndPrebuffersAgain) {
   SampleFifo fifo(1, 3, 100);
   const Samples in{1, 2, 3};
   fifo.push(in.data(), 3);
@@ -57,19 +57,19 @@ TEST(SampleFifo, RunningDryFillsUpWithSilenceAndGathersANewCushion) {
   EXPECT_EQ(pull(fifo, 3, 1), (Samples{1, 2, 3}));
 }
 
-TEST(SampleFifo, DropsTheOldestDownToTheCushionPastTheLimit) {
+TEST(SampleFifo, DropsTheOldestDownToThePrebufferPastTheLimit) {
   SampleFifo fifo(1, 2, 5);
   Samples in(6);
   std::iota(in.begin(), in.end(), int16_t{1});
   fifo.push(in.data(), 5);
-  EXPECT_EQ(pull(fifo, 1, 1), (Samples{1})) << "nothing goes at the limit itself";
+  EXPECT_EQ(pull(fifo, 1, 1), (Samples{1})) << "nothing is dropped at the limit itself";
   fifo.push(in.data(), 2);  // 2 3 4 5 1 2
   size_t real = 0;
   EXPECT_EQ(pull(fifo, 3, 1, &real), (Samples{1, 2, 0}));
   EXPECT_EQ(real, 2U);
 }
 
-TEST(SampleFifo, StartsAnewWhenItIsCleared) {
+TEST(SampleFifo, RestartsWhenItIsCleared) {
   SampleFifo fifo(1, 2, 5);
   const Samples in{1, 2, 3};
   fifo.push(in.data(), 3);
@@ -78,7 +78,7 @@ TEST(SampleFifo, StartsAnewWhenItIsCleared) {
   fifo.push(in.data(), 1);
   size_t real = 0;
   pull(fifo, 1, 1, &real);
-  EXPECT_EQ(real, 0U) << "the cushion gathers again";
+  EXPECT_EQ(real, 0U) << "it prebuffers again";
 }
 
 TEST(SampleFifo, OneThreadPushesWhileAnotherPulls) {
@@ -94,7 +94,7 @@ TEST(SampleFifo, OneThreadPushesWhileAnotherPulls) {
   while (last < kFrames) {
     size_t real = 0;
     const Samples out = pull(fifo, 7, 2, &real);
-    // The last few stay below the cushion: one more push lets them out.
+    // The last few stay below the prebuffer: one more push releases them.
     const Samples more(20, 0);
     if (real == 0) fifo.push(more.data(), 10);
     for (size_t i = 0; i < real * 2; i += 2) {

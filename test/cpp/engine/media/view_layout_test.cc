@@ -5,7 +5,7 @@
 namespace NimboEngine {
 namespace {
 
-TEST(ViewLayout, TheSameShapeFillsTheView) {
+TEST(ViewLayout, TheSameAspectRatioFillsTheView) {
   for (const ViewMode mode : {ViewMode::kFit, ViewMode::kCrop, ViewMode::kStretch}) {
     const ViewLayout layout = layOut({1280, 720}, {640, 360}, mode);
     EXPECT_EQ(layout.source, (Rect{0, 0, 1280, 720}));
@@ -42,7 +42,7 @@ TEST(ViewLayout, APlaceInsideIsWholeAndBeginsAtEvenPlaces) {
   EXPECT_EQ(layout, (ViewLayout{{0, 0, 640, 480}, {100, 74, 200, 151}}));
 }
 
-TEST(ViewLayout, WhatIsOutsideOfTheViewIsCutOff) {
+TEST(ViewLayout, PartsOutsideTheViewAreClipped) {
   const struct {
     Rect place;
     std::optional<ViewLayout> layout;
@@ -60,7 +60,7 @@ TEST(ViewLayout, WhatIsOutsideOfTheViewIsCutOff) {
   }
 }
 
-TEST(ViewLayout, ExtremeShapesStayInside) {
+TEST(ViewLayout, ExtremeAspectRatiosStayInside) {
   for (const Size frame : {Size{1, 1}, Size{8000, 1}, Size{1, 8000}, Size{641, 361}}) {
     for (const Size view : {Size{1, 1}, Size{32767, 1}, Size{1, 32767}, Size{333, 77}}) {
       for (const ViewMode mode : {ViewMode::kFit, ViewMode::kCrop}) {

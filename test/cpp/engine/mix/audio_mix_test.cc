@@ -44,7 +44,7 @@ class AudioMixTest : public testing::Test {
   AudioMix mix;
 };
 
-TEST_F(AudioMixTest, AddsUpAndCuts) {
+TEST_F(AudioMixTest, AddsUpAndClips) {
   feed(*one, 20000);
   feed(*two, -300);
   EXPECT_EQ(mixed({one, two}, 1000), Samples(kChunk * 2, 20700));
@@ -64,10 +64,10 @@ TEST_F(AudioMixTest, AStreamThatEndsIsSilentFromThereOn) {
   moment += std::chrono::milliseconds(990);
   const Samples end = mixed({one});
   EXPECT_EQ(end.front(), 500);
-  EXPECT_EQ(end.back(), 0) << "the second is over in the middle of the chunk";
+  EXPECT_EQ(end.back(), 0) << "the second ends in the middle of the chunk";
 }
 
-TEST_F(AudioMixTest, AChunkBringsWhatIsHeardAtItsMoment) {
+TEST_F(AudioMixTest, AChunkContainsTheAudioOfItsTime) {
   Samples steps;
   for (int i = 0; i < 50; ++i) steps.insert(steps.end(), kChunk * 2, static_cast<int16_t>(i));
   one->putAudio({steps, kStart});
@@ -79,19 +79,19 @@ TEST_F(AudioMixTest, AChunkBringsWhatIsHeardAtItsMoment) {
       << "chunks that were left out are not made up for";
 }
 
-TEST_F(AudioMixTest, AStreamThatIsNamedTwiceIsHeardOnce) {
+TEST_F(AudioMixTest, AStreamThatIsNamedTwiceIsMixedOnce) {
   feed(*one, 500);
   EXPECT_EQ(mixed({one, one}), Samples(kChunk * 2, 500));
 }
 
-TEST_F(AudioMixTest, StreamsThatStayAreHeardOnWhenOthersComeAndGo) {
+TEST_F(AudioMixTest, StreamsContinueWhenOthersComeAndGo) {
   feed(*one, 500);
   EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 500));
   EXPECT_EQ(mixed({two, one}), Samples(kChunk * 2, 500));
   EXPECT_EQ(mixed({one}), Samples(kChunk * 2, 500));
 }
 
-// How often a tone swings through zero upwards.
+// Counts the upward zero crossings of a tone.
 int swings(const Samples& samples) {
   int count = 0;
   for (size_t i = 1; i < samples.size(); ++i) count += samples[i - 1] < 0 && samples[i] >= 0;
@@ -113,7 +113,7 @@ TEST_F(AudioMixTest, AToneKeepsItsPitchInEveryFormat) {
       const AudioTimeline::Time now = kStart + tick * kChunkTime;
       one->putAudio({tone, now});
       Samples samples(chunk * channels);
-      // The converter reads ahead by the little that it keeps for itself.
+      // The converter reads ahead by the few samples that it buffers.
       mixer.add({one}, format, now - kChunkTime, samples.data(), chunk);
       for (size_t i = 0; i < samples.size(); i += channels) output.push_back(samples[i]);
     }

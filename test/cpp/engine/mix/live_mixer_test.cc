@@ -33,7 +33,7 @@ constexpr GstClockTime kTime = 5 * GST_SECOND;
 constexpr Rect kLeft{0, 0, 160, 180};
 constexpr Rect kRight{160, 0, 160, 180};
 
-// Takes the last of what is published.
+// Keeps the last published media.
 class Published final : public FrameConsumer {
  public:
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& frameInfo, GstClockTime at) override {
@@ -92,14 +92,14 @@ class LiveMixerTest : public testing::Test {
   LiveMixer mixer{published, kFormat};
 };
 
-TEST_F(LiveMixerTest, WithoutALayoutEverythingIsPassedOnAsItIs) {
+TEST_F(LiveMixerTest, WithoutALayoutMediaPassUnchanged) {
   tick();
   EXPECT_EQ(published.frame.get(), captured.get());
   EXPECT_EQ(published.info.width, kCaptured.width);
   EXPECT_EQ(published.audio.get(), recorded.get());
 }
 
-TEST_F(LiveMixerTest, AMixHasTheSizeOfWhatIsPublishedAndTheTimeOfTheCapture) {
+TEST_F(LiveMixerTest, AMixHasThePublishedSizeAndTheCaptureTime) {
   mixer.setLayout(MixLayout{.places = {{{}, kLeft}}});
   tick();
   EXPECT_EQ(published.info.width, kPublished.width);
@@ -117,14 +117,14 @@ TEST_F(LiveMixerTest, AMixHasTheSizeOfWhatIsPublishedAndTheTimeOfTheCapture) {
   EXPECT_EQ(published.frame.get(), captured.get());
 }
 
-TEST_F(LiveMixerTest, WhoHasNoPlaceIsNeitherSeenNorHeard) {
+TEST_F(LiveMixerTest, AUserWithoutAPlaceIsLeftOut) {
   mixer.setLayout(MixLayout{});
   tick();
   expectNear(published.at(10, 10), kBlack);
   EXPECT_EQ(published.firstSample(), 0);
 }
 
-TEST_F(LiveMixerTest, APlayerIsSeenAndHeardWhileItPlays) {
+TEST_F(LiveMixerTest, APlayerIsMixedWhileItPlays) {
   int address = 0;
   const RegisteredPlayer player(playerAt(address));
   mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {userOf(&address), kRight}}});
@@ -163,7 +163,7 @@ TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
   expectNear(published.at(200, 10), kGreen);
 }
 
-// For the sanitizers: everything that may happen at once does.
+// For the sanitizers: everything that may happen concurrently does.
 TEST_F(LiveMixerTest, PlayersAndLayoutsComeAndGoWhileItRuns) {
   test::CaptureProbe probe;
   LiveMixer running(probe, kFormat);

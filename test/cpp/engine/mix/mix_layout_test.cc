@@ -17,7 +17,7 @@ LumoLiveTranscodingConfig configOf(const std::vector<LumoLiveMixStream>& streams
   return config;
 }
 
-// Knows the local user and everybody whose name begins with "u".
+// Finds the local user and every user whose name begins with "u".
 std::optional<MixUser> findUser(const std::string& userId) {
   if (userId.empty() || userId == kLocalMixUser) return MixUser{};
   if (userId[0] == 'u') return MixUser{nullptr, userId};
@@ -37,7 +37,7 @@ Made make(const LumoLiveTranscodingConfig& config) {
   return made;
 }
 
-TEST(MixLayout, TakesColourModeAndPlaces) {
+TEST(MixLayout, ReadsColourModeAndPlaces) {
   LumoLiveTranscodingConfig config =
       configOf({stream("", {1, 2, 3, 4}), stream("u1", {-5, 6, 7, 8})});
   config.backgroundColor = static_cast<int32_t>(0xff8040c0);
@@ -63,7 +63,7 @@ TEST(MixLayout, TheLowestComesFirstAndEqualOnesKeepTheirOrder) {
   EXPECT_EQ(order, "u2,u3,u1,,");
 }
 
-TEST(MixLayout, NobodyIsAMixToo) {
+TEST(MixLayout, AnEmptyLayoutIsAMixToo) {
   const auto made = make(LumoLiveTranscodingConfig());
   EXPECT_EQ(made.result, kLumoLiveOk);
   EXPECT_EQ(made.layout.mode, ViewMode::kCrop);
@@ -81,7 +81,7 @@ TEST(MixLayout, SixteenAtMost) {
   EXPECT_EQ(made.error, "17 streams, more than 16");
 }
 
-TEST(MixLayout, WhatCannotBeIsRefusedAndChangesNothing) {
+TEST(MixLayout, InvalidLayoutsAreRefusedAndChangeNothing) {
   const struct {
     std::vector<LumoLiveMixStream> streams;
     LumoLiveResult result;

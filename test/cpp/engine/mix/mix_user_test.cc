@@ -45,7 +45,7 @@ TEST(MixUser, AreFoundByIdAndByUrl) {
   EXPECT_TRUE(findMixUser("")->isLocal()) << "a player without a URL is not the local user";
 }
 
-TEST(MixUser, OfSeveralThatPlayAUrlTheLastToBeginIsMeant) {
+TEST(MixUser, OfSeveralThatPlayAUrlTheLastStartedIsFound) {
   int addresses[2] = {};
   RegisteredPlayer first(test::playerAt(addresses[0]));
   RegisteredPlayer second(test::playerAt(addresses[1]));
@@ -58,7 +58,7 @@ TEST(MixUser, OfSeveralThatPlayAUrlTheLastToBeginIsMeant) {
   EXPECT_EQ(streamOf(*findMixUser(kUrl)), first.stream());
 }
 
-TEST(MixUser, AnIdMeansOnePlayerForEver) {
+TEST(MixUser, AnIdKeepsReferringToItsPlayer) {
   int player = 0;
   auto gone = std::make_unique<RegisteredPlayer>(test::playerAt(player));
   const auto user = findMixUser(idOf(&player));
@@ -70,7 +70,7 @@ TEST(MixUser, AnIdMeansOnePlayerForEver) {
   EXPECT_NE(streamOf(*user), later.stream());
 }
 
-TEST(MixUser, AUrlMeansWhoeverPlaysIt) {
+TEST(MixUser, AUrlRefersToItsCurrentPlayer) {
   int player = 0;
   auto first = std::make_unique<RegisteredPlayer>(test::playerAt(player));
   first->setUrl(kUrl);

@@ -37,7 +37,7 @@ class VideoMixTest : public testing::Test {
     ASSERT_NE(canvas, nullptr);
   }
 
-  // That the pixel has the colour, but for roundings.
+  // Checks that the pixel has the colour, up to rounding.
   void expect(int x, int y, const Colour& colour) {
     const Colour seen = test::pixelAt(canvas.get(), mix.info(), x, y);
     for (size_t i = 0; i < 3; ++i) {
@@ -91,7 +91,7 @@ TEST_F(VideoMixTest, TheLastOneLiesOnTop) {
   expect(250, 125, kGreen);
 }
 
-TEST_F(VideoMixTest, NoFrameLeavesWhatLiesBeneath) {
+TEST_F(VideoMixTest, WithoutAFrameTheLayerBelowShows) {
   layout.background = 0x00ff00;
   place({0, 0, 200, 180}, kRed);
   place({100, 0, 220, 180}, kBlack);
@@ -112,7 +112,7 @@ TEST_F(VideoMixTest, FitShowsEverythingBetweenBars) {
 }
 
 TEST_F(VideoMixTest, CropFillsAndCutsTheSides) {
-  // The place is a square: of a picture of 4 to 1 its middle quarter is left.
+  // The place is a square: of a frame of 4 to 1 the middle quarter is left.
   layout.mode = ViewMode::kCrop;
   place({0, 0, 80, 80}, {320, 80}, kRed, kGreen);
   draw();
@@ -131,13 +131,13 @@ TEST_F(VideoMixTest, StretchFillsAndCutsNothing) {
   expect(25, 0, kGreen);
 }
 
-TEST_F(VideoMixTest, WhatIsOutsideIsCutOff) {
+TEST_F(VideoMixTest, PartsOutsideAreClipped) {
   place({-80, -45, 160, 90}, {320, 180}, kRed, kGreen);
   place({240, 135, 160, 90}, {320, 180}, kRed, kGreen);
   place({320, 0, 160, 90}, kRed);
   place({-160, 0, 160, 90}, kRed);
   draw();
-  // Of the first the right half is seen, of the second the left one.
+  // The right half of the first is visible, and the left one of the second.
   expect(0, 0, kGreen);
   expect(79, 44, kGreen);
   expect(80, 45, kBlack);
@@ -146,8 +146,8 @@ TEST_F(VideoMixTest, WhatIsOutsideIsCutOff) {
   expect(319, 10, kBlack);
 }
 
-TEST_F(VideoMixTest, ColoursAreThoseOfTheSourceAndStayInTheirPlace) {
-  // The same red, as a small and as a large picture code it.
+TEST_F(VideoMixTest, ColoursMatchTheSource) {
+  // The same red in the colorimetry of a small and of a large frame.
   mix.setFormat({1280, 720, 30});
   layout.places = {{{}, {101, 51, 65, 37}}, {{}, {1200, 700, 640, 360}}, {{}, {-320, 300, 640, 1}}};
   mix.setLayout(layout);
@@ -186,7 +186,7 @@ TEST_F(VideoMixTest, FollowsFramesAndCanvasThatChangeTheirSize) {
   expect(160, 90, kGreen);
 }
 
-TEST_F(VideoMixTest, WhatItIsGivenStaysAsItIs) {
+TEST_F(VideoMixTest, InputFramesStayUnchanged) {
   place({10, 10, 50, 50}, kRed);
   draw();
   EXPECT_EQ(test::pixelAt(frames[0]->buffer.get(), frames[0]->info, 5, 5), kRed);

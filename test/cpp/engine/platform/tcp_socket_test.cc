@@ -56,14 +56,14 @@ TEST_F(TcpSocket, CountsWhatThePeerReceivedAndAcknowledged) {
   std::array<char, 1000> received{};
   ASSERT_EQ(recv(far_, received.data(), received.size(), MSG_WAITALL), 1000);
   EXPECT_EQ(receivedTcpBytes(far_), 1000u);
-  // An answer carries the acknowledgement.
+  // A reply carries the acknowledgement.
   ASSERT_EQ(send(far_, "y", 1, 0), 1);
   ASSERT_EQ(recv(near_, received.data(), 1, 0), 1);
   EXPECT_EQ(acknowledgedTcpBytes(near_) - before, 1000u);
   EXPECT_EQ(unacknowledgedTcpBytes(near_), 0u);
 }
 
-TEST_F(TcpSocket, CountsWhatAPeerDoesNotTake) {
+TEST_F(TcpSocket, CountsUnacknowledgedBytes) {
   const std::string bytes(65536, 'x');
   std::size_t queued = 0;
   for (ssize_t count = 1; count > 0; queued += static_cast<std::size_t>(count)) {
@@ -88,7 +88,7 @@ TEST_F(TcpSocket, WakesBothEndsWhenItIsCut) {
   EXPECT_EQ(recv(far_, &byte, 1, 0), 0);
 }
 
-TEST(TcpSocketOfNothing, HasCountsOfZero) {
+TEST(TcpSocketOfNothing, CountsAreZero) {
   EXPECT_EQ(acknowledgedTcpBytes(-1), 0u);
   EXPECT_EQ(receivedTcpBytes(-1), 0u);
   EXPECT_EQ(unacknowledgedTcpBytes(-1), 0u);

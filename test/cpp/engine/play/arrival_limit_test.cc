@@ -12,7 +12,7 @@ TEST(ArrivalLimit, EndsWhereNothingCanBeDecoded) {
   EXPECT_FALSE(limit.add(1));
 }
 
-TEST(ArrivalLimit, CountsAnewWheneverSomethingCanBeDecoded) {
+TEST(ArrivalLimit, RestartsWheneverSomethingCanBeDecoded) {
   ArrivalLimit limit(100);
   for (int i = 0; i < 10; ++i) {
     EXPECT_TRUE(limit.add(90));

@@ -49,7 +49,7 @@ TEST(DecoderThreads, LiveStreamsThatOneCoreDecodesAreNotDelayed) {
   EXPECT_EQ(live("video/x-h265", 1920, 1080, 30), slices(4));
 }
 
-TEST(DecoderThreads, LargerLiveStreamsTakeAsFewFrameThreadsAsServe) {
+TEST(DecoderThreads, LargerLiveStreamsTakeTheFewestSufficientFrameThreads) {
   EXPECT_EQ(live("video/x-h264", 3840, 2160, 30), frames(2));
   EXPECT_EQ(live("video/x-h264", 3840, 2160, 60), frames(4));
   EXPECT_EQ(live("video/x-h265", 1920, 1080, 60), frames(2));
@@ -69,8 +69,8 @@ TEST(DecoderThreads, DecodersWhoseThreadsDoNotDelayTakeSeveral) {
   EXPECT_EQ(live("video/x-vp8", 1920, 1080, 30, 2), slices(2));
 }
 
-// How many frames FFmpeg's decoder had got when it gave the first one: as many as it has frame
-// threads, since the stream does not reorder.
+// Returns how many frames FFmpeg's decoder had received when it output the first one: as many as it
+// has frame threads, since the stream is not reordered.
 class FirstFrame {
  public:
   FirstFrame(bool isLive, int size) {

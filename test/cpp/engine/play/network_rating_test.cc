@@ -11,7 +11,7 @@ using Second = NetworkRating::Second;
 
 constexpr Second kGoodSecond{.delay = 0ms};
 
-TEST(NetworkRating, TellsTheFirstQualityAndThenChangesOnly) {
+TEST(NetworkRating, ReportsTheFirstQualityAndThenChangesOnly) {
   NetworkRating rating;
   EXPECT_EQ(rating.judge(kGoodSecond), kLumoLiveNetworkQualityExcellent);
   for (int i = 0; i < 10; ++i) EXPECT_EQ(rating.judge(kGoodSecond), std::nullopt);
@@ -44,7 +44,7 @@ TEST(NetworkRating, WorseAtOnceBetterAfterThreeSeconds) {
   EXPECT_EQ(rating.judge({.delay = 2s}), kLumoLiveNetworkQualityBad);
   EXPECT_EQ(rating.judge(kGoodSecond), std::nullopt);
   EXPECT_EQ(rating.judge(kGoodSecond), std::nullopt);
-  EXPECT_EQ(rating.judge({.delay = 2s}), std::nullopt) << "a relapse counts anew";
+  EXPECT_EQ(rating.judge({.delay = 2s}), std::nullopt) << "a relapse restarts the count";
   EXPECT_EQ(rating.judge(kGoodSecond), std::nullopt);
   EXPECT_EQ(rating.judge(kGoodSecond), std::nullopt);
   EXPECT_EQ(rating.judge(kGoodSecond), kLumoLiveNetworkQualityExcellent);

@@ -28,7 +28,7 @@ TEST(OutputClockTest, FollowsADriftSmoothly) {
   EXPECT_LT(std::chrono::abs(clock.ahead() - 24ms), 2ms);
 }
 
-TEST(OutputClockTest, OneStrayReadingIsNoJump) {
+TEST(OutputClockTest, OneOutlierIsNoJump) {
   OutputClock clock;
   for (int i = 0; i < 100; ++i) clock.add(5ms);
   EXPECT_FALSE(clock.add(-1500ms));
@@ -38,7 +38,7 @@ TEST(OutputClockTest, OneStrayReadingIsNoJump) {
   EXPECT_EQ(clock.ahead(), 5ms);
 }
 
-TEST(OutputClockTest, AnOutputThatStoodStillHasJumped) {
+TEST(OutputClockTest, AnOutputThatStalledHasJumped) {
   OutputClock clock;
   for (int i = 0; i < 100; ++i) clock.add(5ms);
   EXPECT_FALSE(clock.add(-1500ms));
@@ -46,7 +46,7 @@ TEST(OutputClockTest, AnOutputThatStoodStillHasJumped) {
   EXPECT_TRUE(clock.add(-1504ms));
   EXPECT_EQ(clock.ahead(), -1504ms);
   clock.add(-1500ms);
-  EXPECT_EQ(clock.ahead(), -1502ms) << "the mean begins again";
+  EXPECT_EQ(clock.ahead(), -1502ms) << "the mean restarts";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Real causes are in the end-to-end tests; here are the distinctions.
+// The classification of errors; real causes are in the end-to-end tests.
 
 #include "play/play_error.h"
 
@@ -31,7 +31,7 @@ TEST(PlayError, BeforeAnythingPlays) {
   EXPECT_EQ(classify(error(GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND)),
             kLumoLiveErrorUndecodable);
   EXPECT_EQ(classify(error(GST_STREAM_ERROR, GST_STREAM_ERROR_FAILED)), kLumoLiveErrorPlayRejected)
-      << "how a source tells that its thread has ended";
+      << "posted when a source's thread has ended";
   EXPECT_EQ(classify(error(GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN)),
             kLumoLiveErrorUndecodable);
 }

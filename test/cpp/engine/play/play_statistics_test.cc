@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(PlayStatistics, CountsWhatPasses) {
+TEST(PlayStatistics, CountsPassingMedia) {
   PlayStatistics meter;
   EXPECT_EQ(meter.counts().arrived(), 0U);
   meter.addEncoded(Media::kVideo, 1000);
@@ -48,7 +48,8 @@ TEST(Statistics, LossIsThePartOfThePackets) {
   const auto stats = statisticsBetween(before, after, 1s);
   EXPECT_EQ(stats.lossRate, 10);
   EXPECT_EQ(stats.audioLossRate, 2);
-  EXPECT_EQ(statisticsBetween(after, before, 1s).lossRate, 0) << "a new attempt counts anew";
+  EXPECT_EQ(statisticsBetween(after, before, 1s).lossRate, 0)
+      << "a new attempt restarts the counts";
   EXPECT_EQ(statisticsBetween({}, {}, 1s).lossRate, 0);
 }
 

@@ -12,7 +12,7 @@ std::optional<PlayUrl> parse(const char* text) {
   return url;
 }
 
-TEST(PlayUrl, TakesApartWhatCanBePlayed) {
+TEST(PlayUrl, ParsesPlayableUrls) {
   const auto rtmp = parse("rtmp://host:19350/live/room/stream?secret=1");
   ASSERT_TRUE(rtmp);
   EXPECT_EQ(rtmp->protocol, PlayProtocol::kRtmp);
@@ -62,7 +62,7 @@ TEST(PlayUrl, SrtCallsUnlessASettingSaysOtherwise) {
   }
 }
 
-TEST(PlayUrl, AProblemDoesNotRepeatTheAddress) {
+TEST(PlayUrl, AnErrorDoesNotRepeatTheAddress) {
   std::string error;
   EXPECT_FALSE(parsePlayUrl("http://user:s3cret@h:port/?s3cret", error));
   EXPECT_EQ(error.find("s3cret"), std::string::npos) << error;

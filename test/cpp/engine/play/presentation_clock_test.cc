@@ -17,7 +17,7 @@ constexpr Duration kOrigin = 500s;  // what the stream's time stamps begin with
 
 class PresentationClockTest : public testing::Test {
  protected:
-  // Both streams, even and in time but for the delays, from `from` on.
+  // Feeds both streams, evenly and in time except for the delays, from `from` on.
   void play(milliseconds from, milliseconds to, milliseconds videoDelay, milliseconds audioDelay) {
     for (auto time = from; time < to; time += 20ms) {
       if (time % 40ms == 0ms) ready(Media::kVideo, time, videoDelay);
@@ -29,7 +29,7 @@ class PresentationClockTest : public testing::Test {
     return clock.ready(media, kStart + time + delay, kOrigin + time, waited);
   }
 
-  // How long after its place in the stream something is presented.
+  // Returns how long after its position in the stream something is presented.
   double presented(milliseconds time, Media media = Media::kVideo) const {
     const auto after = clock.due(media, kOrigin + time) - (kStart + time);
     return std::chrono::duration<double, std::milli>(after).count();
@@ -38,7 +38,7 @@ class PresentationClockTest : public testing::Test {
   PresentationClock clock{LatencySettings{}};
 };
 
-TEST_F(PresentationClockTest, VideoAloneIsHeldBackByTheSmallestBuffer) {
+TEST_F(PresentationClockTest, VideoAloneIsDelayedByTheSmallestBuffer) {
   for (auto time = 0ms; time < 20s; time += 40ms) ready(Media::kVideo, time);
   EXPECT_NEAR(presented(20s), 20, 3) << "latency.minMs";
 }
@@ -48,7 +48,7 @@ TEST_F(PresentationClockTest, BothStreamsAreDueTogether) {
   EXPECT_EQ(clock.due(Media::kVideo, kOrigin + 5s), clock.due(Media::kAudio, kOrigin + 5s));
 }
 
-TEST_F(PresentationClockTest, AudioIsReadyALeadBeforeItIsHeard) {
+TEST_F(PresentationClockTest, AudioIsDueALeadBeforeItsPresentation) {
   play(0ms, 30s, 0ms, 40ms);
   EXPECT_NEAR(presented(30s), 140 + 40 + 15, 5);
 }
@@ -76,7 +76,7 @@ TEST_F(PresentationClockTest, FollowsSlowlyEnoughForAudioToBeResampled) {
   }
 }
 
-TEST_F(PresentationClockTest, StandsStillOnceTheJitterHasBeenLearnt) {
+TEST_F(PresentationClockTest, IsStableOnceTheJitterHasBeenMeasured) {
   play(0ms, 600ms, 0ms, 0ms);
   play(600ms, 1600ms, 0ms, 25ms);
   const double learnt = presented(1600ms);
@@ -105,11 +105,11 @@ TEST_F(PresentationClockTest, AudioThatIsLateIsWaitedForAtOnce) {
   play(0ms, 10s, 0ms, 0ms);
   const double before = presented(10s);
   ready(Media::kAudio, 10s, 200ms);
-  EXPECT_GE(presented(10s), 200 + 30) << "it can be heard";
+  EXPECT_GE(presented(10s), 200 + 30) << "it can be played";
   EXPECT_GT(presented(10s), before + 50);
 }
 
-TEST_F(PresentationClockTest, WhatIsLaterThanTheLargestBufferIsAnOutage) {
+TEST_F(PresentationClockTest, LatenessBeyondTheLargestBufferIsAnOutage) {
   play(0ms, 10s, 0ms, 0ms);
   const double before = presented(10s);
   for (auto time = 10s + 0ms; time < 11s; time += 40ms) {
@@ -120,7 +120,7 @@ TEST_F(PresentationClockTest, WhatIsLaterThanTheLargestBufferIsAnOutage) {
   EXPECT_NEAR(presented(13s), before, 25);
 }
 
-TEST_F(PresentationClockTest, ASenderThatStoodStillIsFollowed) {
+TEST_F(PresentationClockTest, ASenderThatStalledIsFollowed) {
   play(0ms, 10s, 0ms, 0ms);
   const double before = presented(10s);
   play(10s, 14s, 10s, 10s);
@@ -128,7 +128,7 @@ TEST_F(PresentationClockTest, ASenderThatStoodStillIsFollowed) {
 }
 
 // A server's cache of two seconds, then the live stream.
-TEST_F(PresentationClockTest, TheLiveEndOfACacheIsReachedAtOnce) {
+TEST_F(PresentationClockTest, TheLiveEdgeBehindACacheIsReachedImmediately) {
   for (auto frame = 0; frame < 50; ++frame) {
     clock.ready(Media::kVideo, kStart + 2s + frame * 1ms, kOrigin + frame * 40ms, false);
     clock.ready(Media::kAudio, kStart + 2s + frame * 1ms, kOrigin + frame * 40ms, false);
@@ -155,7 +155,7 @@ TEST_F(PresentationClockTest, StaysLevelWithASenderWhoseClockDrifts) {
   }
 }
 
-TEST_F(PresentationClockTest, WhatWaitedForThePresenterSaysNothingOfTheNetwork) {
+TEST_F(PresentationClockTest, QueueingInThePresenterIsNotNetworkDelay) {
   play(0ms, 10s, 0ms, 0ms);
   const double before = presented(10s);
   for (auto time = 10s + 0ms; time < 20s; time += 40ms) ready(Media::kVideo, time, 300ms, true);
@@ -169,13 +169,13 @@ TEST_F(PresentationClockTest, TimeStampsThatJumpAreFollowed) {
   EXPECT_TRUE(clock.due(Media::kVideo, 3s) < kStart + 5s + 300ms);
 }
 
-TEST_F(PresentationClockTest, DepthIsWhatIsHeldBack) {
+TEST_F(PresentationClockTest, DepthIsTheBufferedTime) {
   play(0ms, 5s, 0ms, 0ms);
   EXPECT_NEAR(static_cast<double>(clock.depth().count()), presented(5s), 5);
 }
 
 // Half a second of audio in each packet.
-TEST_F(PresentationClockTest, AudioInLargePacketsIsTornAtMostOnce) {
+TEST_F(PresentationClockTest, AudioInLargePacketsHasAtMostOneGap) {
   int late = 0;
   for (auto packet = 0ms; packet < 10s; packet += 480ms) {
     for (auto time = packet; time < packet + 480ms; time += 40ms) ready(Media::kVideo, time);
@@ -212,7 +212,7 @@ INSTANTIATE_TEST_SUITE_P(Settings, LatencyBounds,
                          testing::Values(Bounds{20ms, 600ms, 115}, Bounds{300ms, 600ms, 300},
                                          Bounds{0ms, 0ms, 0}, Bounds{0ms, 50ms, 50}));
 
-TEST(LowestLatency, FramesAreDueWhenTheyAreReadyAndAudioIsWhole) {
+TEST(LowestLatency, FramesAreDueWhenReadyAndAudioIsContinuous) {
   PresentationClock clock({.lowest = true});
   for (auto time = 0ms; time < 10s; time += 20ms) {
     clock.ready(Media::kVideo, kStart + time, time, false);
@@ -228,7 +228,7 @@ class TimedClockTest : public PresentationClockTest {
   TimedClockTest() { clock.setLive(false); }
 };
 
-TEST_F(TimedClockTest, KeepsItsOffsetWhateverComesEarly) {
+TEST_F(TimedClockTest, KeepsItsOffsetForEarlyMedia) {
   EXPECT_TRUE(ready(Media::kVideo, 0ms));
   const double first = presented(0ms);
   for (auto time = 40ms; time < 10s; time += 40ms) {
@@ -247,7 +247,7 @@ TEST_F(TimedClockTest, WaitsForAudioThatIsMissing) {
   EXPECT_GT(presented(1s), before + 600);
 }
 
-TEST_F(TimedClockTest, SlowDecodingOfVideoDoesNotHoldUpAudio) {
+TEST_F(TimedClockTest, SlowVideoDecodingDoesNotDelayAudio) {
   ready(Media::kVideo, 0ms);
   const double before = presented(0ms);
   for (auto time = 40ms; time < 5s; time += 40ms) {

@@ -67,7 +67,7 @@ class PresenterTest : public testing::Test {
   Clock::duration lead{};
 };
 
-TEST_F(PresenterTest, TheFirstFrameIsShownAtOnceAndTheOthersWhenTheyAreDue) {
+TEST_F(PresenterTest, TheFirstFrameIsShownImmediatelyAndTheOthersWhenDue) {
   Presenter presenter({}, sinks());
   presenter.setLive(false);
   const Time start = Clock::now();
@@ -81,17 +81,17 @@ TEST_F(PresenterTest, TheFirstFrameIsShownAtOnceAndTheOthersWhenTheyAreDue) {
   while (!presenter.isDrained()) std::this_thread::yield();  // nothing tells that it is
 }
 
-TEST_F(PresenterTest, AudioIsHandedOverAheadOfItsMoment) {
+TEST_F(PresenterTest, AudioIsDeliveredAheadOfItsTime) {
   Presenter presenter({}, sinks());
   presenter.setLive(false);
   for (int i = 0; i < 10; ++i) presenter.pushAudio(audio(), i * 20ms);
   ASSERT_TRUE(wait([&] { return pieces == 10; }));
   EXPECT_GT(lead, 0ms);
   EXPECT_LE(lead, PresentationClock::kAudioLead + 25ms);
-  EXPECT_FALSE(presenter.isDrained()) << "the last piece has not been heard yet";
+  EXPECT_FALSE(presenter.isDrained()) << "the last chunk has not been played yet";
 }
 
-TEST_F(PresenterTest, FramesWhoseSuccessorIsDueAreLeftOutAndCounted) {
+TEST_F(PresenterTest, FramesWhoseSuccessorIsDueAreDroppedAndCounted) {
   std::promise<void> go;
   auto gate = go.get_future().share();
   auto slow = sinks();
@@ -113,7 +113,7 @@ TEST_F(PresenterTest, FramesWhoseSuccessorIsDueAreLeftOutAndCounted) {
   EXPECT_EQ(presenter.counts().lateFrames, 8U);
 }
 
-TEST_F(PresenterTest, WithTheLowestLatencyEveryFrameIsShownAtOnce) {
+TEST_F(PresenterTest, WithTheLowestLatencyEveryFrameIsShownImmediately) {
   Presenter presenter({.lowest = true}, sinks());
   for (gsize i = 1; i <= 5; ++i) {
     presenter.pushVideo(bufferOf(i), {}, i * 10min);
@@ -122,7 +122,7 @@ TEST_F(PresenterTest, WithTheLowestLatencyEveryFrameIsShownAtOnce) {
   EXPECT_EQ(presenter.counts().lateFrames, 0U);
 }
 
-TEST_F(PresenterTest, ADecoderWaitsWhileEnoughIsDecodedAheadAndCloseReleasesIt) {
+TEST_F(PresenterTest, ADecoderWaitsForAFullQueueAndCloseReleasesIt) {
   Presenter presenter({}, sinks());
   presenter.setLive(false);
   std::atomic<int> pushed{0};

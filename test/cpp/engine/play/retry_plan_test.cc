@@ -9,7 +9,7 @@ using namespace std::chrono_literals;
 
 constexpr RetryPlan::Time kStart{1h};
 
-TEST(RetryPlan, SoonAtFirstThenLessOftenThenNotAnyMore) {
+TEST(RetryPlan, SoonAtFirstThenLessOftenThenNever) {
   RetryPlan plan;
   EXPECT_FALSE(plan.isLost());
   EXPECT_EQ(plan.nextPause(kStart), 500ms);
@@ -20,7 +20,7 @@ TEST(RetryPlan, SoonAtFirstThenLessOftenThenNotAnyMore) {
   EXPECT_EQ(plan.nextPause(kStart + 10s), std::nullopt);
 }
 
-TEST(RetryPlan, EachLossBeginsAnew) {
+TEST(RetryPlan, EachLossStartsFromTheBeginning) {
   RetryPlan plan;
   plan.nextPause(kStart);
   plan.nextPause(kStart + 1s);

@@ -54,7 +54,7 @@ class RtmpFeedTest : public testing::Test {
   std::unique_ptr<RtmpFeed> feed;
 };
 
-TEST_F(RtmpFeedTest, HandsOnFlv) {
+TEST_F(RtmpFeedTest, DeliversFlv) {
   const LoopbackPeer peer([](PeerStream& stream) {
     RtmpScript script;
     Bytes metadata;
@@ -90,7 +90,7 @@ TEST_F(RtmpFeedTest, AMissingStreamIsAnError) {
   EXPECT_TRUE(tags.empty());
 }
 
-TEST_F(RtmpFeedTest, CanBeStoppedAndDestroyedWhileItFlows) {
+TEST_F(RtmpFeedTest, CanBeStoppedAndDestroyedWhileReceiving) {
   const LoopbackPeer peer([](PeerStream& stream) {
     RtmpScript script;
     stream.send(script.accepted("NetStream.Play.Start"));

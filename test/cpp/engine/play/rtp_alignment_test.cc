@@ -13,12 +13,12 @@ using Nanoseconds = RtpAlignment::Nanoseconds;
 constexpr Nanoseconds kMs = 1'000'000;
 constexpr uint32_t kVideoRate = 90'000;
 constexpr uint32_t kAudioRate = 48'000;
-// What the two streams' time stamps were at the sender's time 0; video's wrap soon.
+// The two streams' time stamps at the sender's time 0; video's wrap soon.
 constexpr uint32_t kVideoBase = 0xFFFF0000;
 constexpr uint32_t kAudioBase = 1'234'567;
 constexpr uint64_t kWallBase = 4'004'286'895'078'580'999;  // of the year 2026
 
-// A sender whose time is in milliseconds. Its video comes `videoDelay` after it was captured.
+// A sender whose time is in milliseconds. Its video is sent `videoDelay` after its capture.
 class RtpAlignmentTest : public testing::Test {
  protected:
   static uint32_t videoStamp(int64_t ms) {
@@ -104,12 +104,12 @@ TEST_F(RtpAlignmentTest, AnOlderKeyFrameAtTheStartIsOlder) {
 
 TEST_F(RtpAlignmentTest, ABurstAtTheStartKeepsTheAlignment) {
   addBoth(true);
-  // Three seconds of video come within 75 ms, then both streams as they are made.
+  // Three seconds of video arrive within 75 ms, then both streams in real time.
   for (int64_t ms = 0; ms < 3000; ms += 40) presentVideo(ms, 3000 - ms + ms / 40);
   EXPECT_NEAR(play(3080, 10'000), 0, 0.1);
 }
 
-TEST_F(RtpAlignmentTest, RtpInfoThatCannotBeIsIgnored) {
+TEST_F(RtpAlignmentTest, ImpossibleRtpInfoIsIgnored) {
   video = alignment.add({false, kVideoRate, 0});
   audio = alignment.add({true, kAudioRate, 0});
   EXPECT_NEAR(play(0, 400, 20), -20, 0.1);

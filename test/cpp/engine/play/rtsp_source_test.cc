@@ -52,7 +52,7 @@ class BeatPlayer {
         return std::abs(a - flash) < std::abs(b - flash);
       };
       const auto beep = std::min_element(beeps_.begin(), beeps_.end(), closer);
-      // The first or the last flash may have no beep beside it.
+      // The first or the last flash may have no matching beep.
       if (beep != beeps_.end() && std::abs(*beep - flash) < 250) {
         differences.push_back(*beep - flash);
       }
@@ -89,7 +89,8 @@ class BeatPlayer {
     return static_cast<double>(time) / GST_MSECOND;
   }
 
-  // Adds `time` where what was off is on now. What is on from the beginning may have begun before.
+  // Adds `time` at each change from off to on. A signal that is on from the beginning may have
+  // started before.
   void note(bool on, double time, bool& was, std::vector<double>& begins) {
     std::lock_guard lock(mutex_);
     if (on && !was) begins.push_back(time);
@@ -150,7 +151,7 @@ TEST_F(RtspSourceTest, AlignsAudioAndVideoAtEveryStart) {
   }
 }
 
-// Without the set-up the delay is seen, so the server of the test above is one that needs it.
+// Without the set-up the delay is visible, so the server of the test above needs it.
 TEST_F(RtspSourceTest, TheServersVideoComesLate) {
   const test::RtspServer server(kVideoDelay);
   BeatPlayer player(server.url(), "tcp", false);

@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A server that accepts and says nothing, and a client as GStreamer's sources have one.
+// A server that accepts and sends nothing, and a client like that of GStreamer's sources.
 class SourceSocketsTest : public testing::Test {
  protected:
   SourceSocketsTest() : listener_(g_socket_listener_new()) {
@@ -58,12 +58,12 @@ TEST_F(SourceSocketsTest, CuttingEndsAReadThatWaits) {
     return read(stream.get());
   });
   reading.get_future().wait();
-  EXPECT_EQ(result.wait_for(50ms), std::future_status::timeout) << "nobody sends";
+  EXPECT_EQ(result.wait_for(50ms), std::future_status::timeout) << "nothing is sent";
   sockets_->cut();
   EXPECT_EQ(result.wait_for(5s), std::future_status::ready);
 }
 
-TEST_F(SourceSocketsTest, WhatComesAfterACutFails) {
+TEST_F(SourceSocketsTest, ConnectionsAfterACutFail) {
   sockets_->adoptThread();
   sockets_->cut();
   EXPECT_FALSE(connect());
@@ -75,7 +75,7 @@ TEST_F(SourceSocketsTest, OtherThreadsAreLeftAlone) {
   EXPECT_TRUE(std::async(std::launch::async, [this] { return connect() != nullptr; }).get());
 }
 
-TEST_F(SourceSocketsTest, CountsWhatComes) {
+TEST_F(SourceSocketsTest, CountsReceivedBytes) {
   sockets_->adoptThread();
   const auto stream = connect();
   const GlibPtr<GIOStream> peer(
@@ -88,7 +88,7 @@ TEST_F(SourceSocketsTest, CountsWhatComes) {
   EXPECT_EQ(sockets_->receivedBytes(), 5u);
 }
 
-TEST_F(SourceSocketsTest, RefusesConnectionsWithoutEnd) {
+TEST_F(SourceSocketsTest, RefusesTooManyConnections) {
   sockets_->adoptThread();
   for (int i = 0; i < SourceSockets::kMaxConnections; ++i) EXPECT_TRUE(connect()) << i;
   EXPECT_EQ(refusal_, "");
@@ -96,7 +96,7 @@ TEST_F(SourceSocketsTest, RefusesConnectionsWithoutEnd) {
   EXPECT_EQ(refusal_, "the server redirects without end");
 }
 
-TEST_F(SourceSocketsTest, ADelayedCutDoesNotWaitOnceItIsOver) {
+TEST_F(SourceSocketsTest, ADelayedCutDoesNotBlockDestruction) {
   const auto began = std::chrono::steady_clock::now();
   { const DelayedCut cut(sockets_, 1h); }
   EXPECT_LT(std::chrono::steady_clock::now() - began, 10s);

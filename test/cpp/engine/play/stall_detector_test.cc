@@ -19,7 +19,7 @@ TEST(StallDetector, NothingArrives) {
   }
 }
 
-TEST(StallDetector, WhatArrivesMustBecomeFramesOrAudio) {
+TEST(StallDetector, ReceivedDataMustBecomeFramesOrAudio) {
   StallDetector watch(kStart, 5s);
   PlayCounts counts;
   for (auto time = 8s; time < 23s; time += 1s) {
@@ -30,17 +30,17 @@ TEST(StallDetector, WhatArrivesMustBecomeFramesOrAudio) {
   EXPECT_EQ(watch.check(kStart + 23s, counts, true), kLumoLiveErrorUndecodable);
 }
 
-TEST(StallDetector, AStreamThatPlaysMustGoOn) {
+TEST(StallDetector, APlayingStreamMustContinue) {
   StallDetector watch(kStart, 5s);
   PlayCounts counts{.videoBytes = 1000, .frames = 1};
   EXPECT_EQ(watch.check(kStart + 1s, counts, true), std::nullopt);
-  counts.audioBytes = 10;  // sound alone will do
+  counts.audioBytes = 10;  // audio alone is enough
   EXPECT_EQ(watch.check(kStart + 5s, counts, true), std::nullopt);
   EXPECT_EQ(watch.check(kStart + 9s, counts, true), std::nullopt);
   EXPECT_EQ(watch.check(kStart + 10s, counts, true), kLumoLiveErrorConnectionLost);
 }
 
-TEST(StallDetector, AFileMayStandStill) {
+TEST(StallDetector, AFileMayStall) {
   StallDetector watch(kStart, std::nullopt);
   const PlayCounts counts{.frames = 1};
   EXPECT_EQ(watch.check(kStart, counts, false), std::nullopt);

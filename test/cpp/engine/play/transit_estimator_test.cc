@@ -38,7 +38,7 @@ TEST_F(TransitEstimatorTest, AnEvenStreamHasNoDelayAndNoJitter) {
   EXPECT_LE(jitter(), 2);
 }
 
-TEST_F(TransitEstimatorTest, WhatComesLateIsCountedOnce) {
+TEST_F(TransitEstimatorTest, LateMediaCountOnce) {
   stream(0ms, 1s, 30ms);
   stream(1s, 1200ms, 530ms);
   EXPECT_NEAR(worst(1700ms), 500, 3);
@@ -46,7 +46,7 @@ TEST_F(TransitEstimatorTest, WhatComesLateIsCountedOnce) {
   EXPECT_LE(worst(2s), 3);
 }
 
-TEST_F(TransitEstimatorTest, OverdueDataCountBeforeTheyCome) {
+TEST_F(TransitEstimatorTest, OverdueDataCountBeforeTheyArrive) {
   stream(0ms, 1s, 0ms);
   EXPECT_NEAR(worst(3s), 2000, 3);
   EXPECT_NEAR(worst(4s), 3000, 3);
@@ -70,7 +70,7 @@ TEST_F(TransitEstimatorTest, VideoCountsForTheDelayAndAudioOnlyWithoutIt) {
   }
 }
 
-TEST_F(TransitEstimatorTest, JitterCoversWhatComesLateAgainAndAgain) {
+TEST_F(TransitEstimatorTest, JitterCoversRepeatedLateness) {
   for (auto time = 0s; time < 10s; time += 1s) {
     stream(time, time + 800ms, 30ms);
     stream(time + 800ms, time + 1s, 150ms);
@@ -78,7 +78,7 @@ TEST_F(TransitEstimatorTest, JitterCoversWhatComesLateAgainAndAgain) {
   EXPECT_NEAR(jitter(), 120, 5);
 }
 
-TEST_F(TransitEstimatorTest, ASingleInterruptionIsNoJitter) {
+TEST_F(TransitEstimatorTest, ASingleInterruptionIsNotJitter) {
   stream(0ms, 6s, 30ms);
   // A second of frames comes at once.
   for (auto time = 6s + 0ms; time < 7s; time += 40ms) {
@@ -96,7 +96,7 @@ TEST_F(TransitEstimatorTest, EachStreamHasItsJitterAboveTheCommonShortestTransit
 }
 
 // A server that sends its cache: two seconds of frames within 60 ms.
-TEST_F(TransitEstimatorTest, ACacheIsForgottenAsItIsCaughtUpWith) {
+TEST_F(TransitEstimatorTest, ACacheIsForgottenAfterCatchingUp) {
   int restarts = 0;
   for (auto frame = 0; frame < 50; ++frame) {
     restarts += estimator.add(Media::kVideo, kStart + frame * 1ms, frame * 40ms);

@@ -26,22 +26,21 @@ Samples readAt(const AudioTimeline& timeline, AudioTimeline::Time moment, std::s
   return out;
 }
 
-TEST(AudioTimeline, IsSilentBeforeAnythingCame) {
+TEST(AudioTimeline, IsSilentBeforeTheFirstAudio) {
   const AudioTimeline timeline;
   EXPECT_EQ(readAt(timeline, kStart, 10), Samples(20, 0));
 }
 
-TEST(AudioTimeline, GivesWhatIsHeardAtTheMoment) {
+TEST(AudioTimeline, ReturnsTheAudioOfTheTime) {
   AudioTimeline timeline;
   timeline.put(numbered(1, 480), kStart);
   timeline.put(numbered(481, 480), kStart + 10ms);
   EXPECT_EQ(readAt(timeline, kStart, 960), numbered(1, 960));
   EXPECT_EQ(readAt(timeline, kStart + 5ms, 480), numbered(241, 480));
-  EXPECT_EQ(readAt(timeline, kStart + 5ms, 480), numbered(241, 480))
-      << "reading takes nothing away";
+  EXPECT_EQ(readAt(timeline, kStart + 5ms, 480), numbered(241, 480)) << "reading does not consume";
 }
 
-TEST(AudioTimeline, IsSilentWhereNothingIs) {
+TEST(AudioTimeline, IsSilentInGaps) {
   AudioTimeline timeline;
   timeline.put(numbered(1, 48), kStart);
   timeline.put(numbered(1, 48), kStart + 3ms);
@@ -56,7 +55,7 @@ TEST(AudioTimeline, IsSilentWhereNothingIs) {
   EXPECT_EQ(readAt(timeline, kStart - 1ms, 6 * 48), wanted);
 }
 
-TEST(AudioTimeline, JoinsPiecesWhoseMomentsAreRounded) {
+TEST(AudioTimeline, JoinsChunksWithRoundedTimes) {
   AudioTimeline timeline;
   timeline.put(numbered(1, 100), kStart);
   timeline.put(numbered(101, 100), kStart + 2083'334ns + 20us);
@@ -71,7 +70,7 @@ TEST(AudioTimeline, KeepsTheLastSecond) {
   EXPECT_EQ(readAt(timeline, kStart + 1490ms, 480), numbered(149, 480));
 }
 
-TEST(AudioTimeline, BeginsAgainWhenTheMomentsGoBack) {
+TEST(AudioTimeline, RestartsWhenTimeGoesBack) {
   AudioTimeline timeline;
   timeline.put(numbered(1, 480), kStart + 1min);
   timeline.put(numbered(7, 480), kStart);
@@ -79,7 +78,7 @@ TEST(AudioTimeline, BeginsAgainWhenTheMomentsGoBack) {
   EXPECT_EQ(readAt(timeline, kStart + 1min, 480), Samples(960, 0));
 }
 
-TEST(AudioTimeline, HasNothingLeftOnceCleared) {
+TEST(AudioTimeline, IsEmptyOnceCleared) {
   AudioTimeline timeline;
   timeline.put(numbered(1, 480), kStart);
   timeline.clear();

@@ -12,7 +12,7 @@
 namespace NimboEngine {
 namespace {
 
-TEST(RemoteStream, HasTheFrameAndAudioThatPlayAndNothingAfterwards) {
+TEST(RemoteStream, HasFrameAndAudioOnlyWhilePlaying) {
   ASSERT_TRUE(startGstreamer());
   RemoteStream stream;
   EXPECT_FALSE(stream.frame());

@@ -27,7 +27,7 @@ TEST(Backoff, TakesOffUpToAHalf) {
   EXPECT_EQ(delays(policy, 0.5), (std::vector<int64_t>{75, 150, 300}));
 }
 
-TEST(Backoff, StartsAnewAfterAReset) {
+TEST(Backoff, RestartsAfterAReset) {
   Backoff backoff({.maxAttempts = 2, .firstDelay = 100ms, .maxDelay = 1000ms}, [] { return 1.0; });
   backoff.next();
   backoff.next();

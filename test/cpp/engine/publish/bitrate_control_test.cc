@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 class BitrateControlTest : public testing::Test {
  protected:
-  // Looks every 50 ms for `time` while media of `waiting` wait; gives each rate that came.
+  // Updates every 50 ms for `time` while media of `waiting` are queued; returns each new rate.
   std::vector<int> pass(std::chrono::milliseconds time, std::chrono::milliseconds waiting) {
     std::vector<int> rates;
     for (auto passed = 0ms; passed < time; passed += 50ms) {
@@ -46,19 +46,19 @@ TEST_F(BitrateControlTest, GoesDownOnceASecondToTheMinimum) {
   EXPECT_EQ(pass(60s, 900ms), Rates{300});
 }
 
-TEST_F(BitrateControlTest, WaitsWhileWhatWaitsIsGettingLess) {
+TEST_F(BitrateControlTest, WaitsWhileTheQueueShrinks) {
   pass(50ms, 1000ms);
   EXPECT_EQ(pass(10s, 999ms), Rates{});
   EXPECT_EQ(pass(50ms, 1000ms), Rates{490});
 }
 
-TEST_F(BitrateControlTest, ANewCongestionIsJudgedByItself) {
+TEST_F(BitrateControlTest, ANewCongestionCountsSeparately) {
   pass(50ms, 2000ms);
   pass(2s, 300ms);
   EXPECT_EQ(pass(50ms, 600ms), Rates{490});
 }
 
-TEST_F(BitrateControlTest, ComesBackStepByStep) {
+TEST_F(BitrateControlTest, RecoversStepByStep) {
   pass(5s, 2000ms);
   ASSERT_EQ(control->kbps(), 300);
   EXPECT_EQ(pass(3s, 0ms), Rates{});
@@ -67,7 +67,7 @@ TEST_F(BitrateControlTest, ComesBackStepByStep) {
   EXPECT_EQ(pass(60s, 0ms), (Rates{675, 800, 925, 1000}));
 }
 
-TEST_F(BitrateControlTest, NotClearEnoughToComeBack) {
+TEST_F(BitrateControlTest, NotClearEnoughToRecover) {
   pass(50ms, 2000ms);
   for (int round = 0; round < 10; ++round) {
     EXPECT_EQ(pass(2900ms, 200ms), Rates{});
@@ -94,7 +94,8 @@ TEST_F(BitrateControlTest, ALoweredRateClimbsToTheNewCeiling) {
   pass(50ms, 2000ms);
   ASSERT_EQ(control->kbps(), 700);
   control->setLimits(300, 1600);
-  EXPECT_EQ(control->kbps(), 700) << "what the network did not take is not tried at once";
+  EXPECT_EQ(control->kbps(), 700)
+      << "a rate that the network did not sustain is not tried immediately";
   EXPECT_EQ(pass(7s, 0ms), (Rates{900, 1100}));
   control->setLimits(300, 1000);
   EXPECT_EQ(control->kbps(), 1000);
@@ -127,7 +128,7 @@ TEST_F(BitrateControlTest, BeginsWithTheInitialRate) {
   EXPECT_EQ(pass(4s, 0ms), Rates{625});
 }
 
-TEST_F(BitrateControlTest, ANewConnectionStartsCountingAnew) {
+TEST_F(BitrateControlTest, ANewConnectionRestartsTheCount) {
   pass(50ms, 2000ms);
   pass(2s, 0ms);
   control->onNewConnection();

@@ -15,7 +15,7 @@ TEST(DefaultVideoBitrate, FollowsSizeAndRate) {
   EXPECT_EQ(defaultVideoKbps({4096, 4096, 60}), 61440) << "no overflow at the largest size";
 }
 
-TEST(BitrateLimits, FillInWhatIsNotSet) {
+TEST(BitrateLimits, FillInDefaults) {
   EncoderSettings settings;
   settings.video = {1280, 720, 30};
   BitrateLimits limits = bitrateLimits(settings);

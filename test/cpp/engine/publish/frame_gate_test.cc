@@ -26,7 +26,7 @@ TEST(FrameGate, IsClosedAtFirst) {
   EXPECT_FALSE(sends(gate, FlvTag::kMetadata));
 }
 
-TEST(FrameGate, BeginsWithAKeyFrame) {
+TEST(FrameGate, StartsWithAKeyFrame) {
   FrameGate gate(false);
   gate.open();
   EXPECT_FALSE(sends(gate, FlvTag::kVideoHeader)) << "headers are repeated before the first frame";
@@ -40,7 +40,7 @@ TEST(FrameGate, BeginsWithAKeyFrame) {
   EXPECT_TRUE(sends(gate, FlvTag::kVideoFrame));
 }
 
-TEST(FrameGate, AudioAloneBeginsWithAudio) {
+TEST(FrameGate, AudioOnlyStartsWithAudio) {
   FrameGate gate(true);
   gate.open();
   EXPECT_TRUE(gate.decide(FlvTag::kAudioFrame, 0ms).first);
@@ -61,7 +61,7 @@ TEST(FrameGate, CatchesUpAtAKeyFrame) {
   const auto dropping = gate.decide(FlvTag::kVideoFrame, kLimit + 1ms);
   EXPECT_FALSE(dropping.send);
   EXPECT_TRUE(dropping.beginsToDrop);
-  EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, kLimit + 1ms).beginsToDrop) << "told once";
+  EXPECT_FALSE(gate.decide(FlvTag::kVideoFrame, kLimit + 1ms).beginsToDrop) << "reported once";
   EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame, kLimit + 1ms)) << "a key frame is no way around";
   EXPECT_FALSE(sends(gate, FlvTag::kAudioFrame, kLimit / 2)) << "a little room is not enough";
   const auto decision = gate.decide(FlvTag::kVideoFrame, kLimit / 4);
@@ -74,7 +74,7 @@ TEST(FrameGate, CatchesUpAtAKeyFrame) {
   EXPECT_EQ(gate.dropped(), 6u);
 }
 
-TEST(FrameGate, ANewConnectionBeginsAnew) {
+TEST(FrameGate, ANewConnectionRestarts) {
   FrameGate gate = flowing();
   gate.close();
   EXPECT_FALSE(sends(gate, FlvTag::kVideoKeyFrame));

@@ -12,7 +12,7 @@
 namespace NimboEngine {
 namespace {
 
-// Which encoder a machine with these elements uses.
+// Returns the encoder that a machine with these elements uses.
 std::string chosen(bool wantsHardware, const std::set<std::string>& elements) {
   const H264Encoder* encoder = chooseH264Encoder(
       wantsHardware, [&](const std::string& factory) { return elements.contains(factory); });
@@ -23,7 +23,7 @@ TEST(H264EncoderChoice, X264IsTheDefault) {
   EXPECT_EQ(chosen(false, {"openh264enc", "x264enc"}), "x264enc");
 }
 
-TEST(H264EncoderChoice, OpenH264StandsIn) {
+TEST(H264EncoderChoice, OpenH264IsTheFallback) {
   EXPECT_EQ(chosen(false, {"openh264enc"}), "openh264enc");
   EXPECT_EQ(chosen(true, {"openh264enc"}), "openh264enc");
 }
@@ -49,7 +49,7 @@ TEST(H264EncoderChoice, NoneAtAll) {
 }
 
 // Each of the encoders that this machine has encodes as described, and can be changed.
-TEST(H264Encoder, SoftwareEncodersTakeWhatTheyAreTold) {
+TEST(H264Encoder, SoftwareEncodersApplyTheirSettings) {
   startGstreamer();
   struct Case {
     const char* factory;

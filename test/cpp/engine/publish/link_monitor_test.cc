@@ -12,7 +12,8 @@ constexpr auto kStep = 50ms;
 
 class LinkMonitorTest : public testing::Test {
  protected:
-  // Looks every 50 ms for `time`: media of `waiting` wait, and the server takes them if `flows`.
+  // Samples every 50 ms for `time`: media of `waiting` are queued, and the server acknowledges them
+  // if `flows`.
   std::vector<NetworkEvent> pass(std::chrono::milliseconds time, std::chrono::milliseconds waiting,
                                  bool flows = true) {
     std::vector<NetworkEvent> events;
@@ -34,7 +35,7 @@ class LinkMonitorTest : public testing::Test {
   uint64_t taken_ = 0;
 };
 
-TEST_F(LinkMonitorTest, AGoodLinkIsNotMentioned) {
+TEST_F(LinkMonitorTest, AGoodLinkRaisesNoEvent) {
   EXPECT_EQ(pass(60s, 999ms), Events{});
   EXPECT_FALSE(watch.isPoor());
 }
@@ -43,7 +44,7 @@ TEST_F(LinkMonitorTest, PoorWhenASecondWaitsForHalfASecond) {
   EXPECT_EQ(pass(500ms, 1000ms), Events{});
   EXPECT_EQ(pass(50ms, 1000ms), Events{NetworkEvent::kNetworkPoor});
   EXPECT_TRUE(watch.isPoor());
-  EXPECT_EQ(pass(60s, 5000ms), Events{}) << "told once";
+  EXPECT_EQ(pass(60s, 5000ms), Events{}) << "reported once";
 }
 
 TEST_F(LinkMonitorTest, AShortPeakIsNotPoor) {
@@ -59,7 +60,7 @@ TEST_F(LinkMonitorTest, RecoveredWhenLittleWaitsForTwoSeconds) {
   EXPECT_EQ(pass(2s, 300ms), Events{});
   EXPECT_EQ(pass(50ms, 300ms), Events{NetworkEvent::kNetworkRecovery});
   EXPECT_FALSE(watch.isPoor());
-  EXPECT_EQ(pass(1s, 2000ms), Events{NetworkEvent::kNetworkPoor}) << "and all over again";
+  EXPECT_EQ(pass(1s, 2000ms), Events{NetworkEvent::kNetworkPoor}) << "and once more";
 }
 
 TEST_F(LinkMonitorTest, AShortLullIsNoRecovery) {
@@ -70,7 +71,7 @@ TEST_F(LinkMonitorTest, AShortLullIsNoRecovery) {
   }
 }
 
-TEST_F(LinkMonitorTest, NoProgressIsATimeoutAndThenDeath) {
+TEST_F(LinkMonitorTest, NoProgressIsATimeoutAndThenDead) {
   pass(1s, 0ms);
   EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
   EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout});
@@ -85,10 +86,10 @@ TEST_F(LinkMonitorTest, ProgressEndsATimeout) {
   pass(4s, 200ms, false);
   EXPECT_EQ(pass(50ms, 200ms, true), Events{});
   EXPECT_EQ(pass(3950ms, 200ms, false), Events{});
-  EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout}) << "told again";
+  EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout}) << "reported again";
 }
 
-TEST_F(LinkMonitorTest, NothingToSendIsNoStall) {
+TEST_F(LinkMonitorTest, NothingToSendIsNotAStall) {
   for (int round = 0; round < 1000; ++round) {
     EXPECT_EQ(watch.update({.waiting = 0ms, .empty = true, .taken = 7}), Events{});
     pass(0ms, 0ms);
@@ -103,7 +104,7 @@ TEST_F(LinkMonitorTest, ANewConnectionHasItsOwnTimes) {
   EXPECT_EQ(pass(50ms, 200ms, false), Events{NetworkEvent::kSendDataTimeout});
 }
 
-TEST_F(LinkMonitorTest, PoorOutlivesTheConnectionThatWas) {
+TEST_F(LinkMonitorTest, PoorOutlastsItsConnection) {
   pass(1s, 2000ms);
   watch.restart();
   EXPECT_TRUE(watch.isPoor());

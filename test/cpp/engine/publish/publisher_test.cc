@@ -1,4 +1,4 @@
-// A push from the encoder to a real server, without capture: what is fed is made here.
+// A push from the encoder to a real server, without capture: the test generates the media.
 
 #include "publish/publisher.h"
 
@@ -69,7 +69,7 @@ class PublisherTest : public testing::Test {
     engine_.run([this] { publisher_->stop(); });
   }
 
-  // The code with which a push to `url` fails.
+  // Returns the error code of a push to `url`.
   LumoLiveErrorCode failureOf(const std::string& url) {
     start(url);
     EXPECT_TRUE(events.waitFor("connect failed")) << testing::PrintToString(events.all());
@@ -90,7 +90,7 @@ class PublisherTest : public testing::Test {
   std::optional<MediaFeeder> feeder_;
 };
 
-TEST_F(PublisherTest, PublishesFrameAndAudio) {
+TEST_F(PublisherTest, PublishesVideoAndAudio) {
   const RtmpServer server;
   start(server.url());
   ASSERT_TRUE(events.waitFor("first frame"));
@@ -123,7 +123,7 @@ TEST_F(PublisherTest, PublishesAudioAlone) {
   EXPECT_EQ(seen.find("h264"), std::string::npos) << seen;
 }
 
-TEST_F(PublisherTest, NobodyListens) {
+TEST_F(PublisherTest, NoServerListens) {
   const std::string url = "rtmp://127.0.0.1:" + std::to_string(test::freePort()) + "/live/s";
   EXPECT_EQ(failureOf(url), kLumoLiveErrorConnectRefused);
 }
@@ -148,7 +148,7 @@ TEST_F(PublisherTest, AuthorisationForbids) {
   EXPECT_EQ(events.all(), (std::vector<std::string>{"overdue", "connect failed"}));
 }
 
-// A server that takes the connection and then says nothing.
+// A server that accepts the connection and then sends nothing.
 TEST_F(PublisherTest, SilentServer) {
   const int listener = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address{};
@@ -172,9 +172,9 @@ TEST_F(PublisherTest, ServerDies) {
   EXPECT_EQ(code, kLumoLiveErrorConnectionLost);
 }
 
-// Only limits on the socket make a frozen server noticeable: otherwise the kernel would swallow
-// the stream for minutes.
-TEST_F(PublisherTest, FrozenServerIsNoticed) {
+// A frozen server is only detected by limits on the socket: otherwise the kernel would buffer the
+// stream for minutes.
+TEST_F(PublisherTest, FrozenServerIsDetected) {
   RtmpServer server;
   settings.videoKbps = 2000;
   start(server.url());

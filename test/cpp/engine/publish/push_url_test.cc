@@ -51,7 +51,7 @@ TEST(PushUrl, KnowsItsExpiry) {
   }
 }
 
-TEST(PushUrl, TakesWhatServersUse) {
+TEST(PushUrl, AcceptsUrlsInUse) {
   EXPECT_EQ(accepted("rtmp://[::1]:1935/live/s").host, "::1");
   EXPECT_EQ(accepted("rtmp://h/app/instance/s").application, "app/instance");
   EXPECT_EQ(accepted("rtmp://user:word@h/live/s").host, "h");
@@ -68,7 +68,7 @@ TEST(PushUrl, KeepsTheStreamNameOutOfTheLog) {
   EXPECT_EQ(accepted("rtmp://h:1/live?token=t/secret").forLog(), "h:1/live/…");
 }
 
-TEST(PushUrl, RefusesWithTheReason) {
+TEST(PushUrl, RefusesWithAnError) {
   EXPECT_EQ(refused(nullptr), "the URL is empty");
   EXPECT_EQ(refused(""), "the URL is empty");
   EXPECT_EQ(refused("http://h/a/s"), "the scheme is http, not rtmp or rtmps");

@@ -127,7 +127,7 @@ TEST_F(RtmpConnectionTest, SendsTheBodiesOfTags) {
   EXPECT_EQ(audio[0].body, (Bytes{0xaf, 1, 5}));
 }
 
-// An acceptance that is taken back at once is none.
+// An acceptance that is followed by closing does not count.
 TEST_F(RtmpConnectionTest, AcceptedAndClosedIsRefused) {
   const LoopbackPeer peer([](PeerStream& stream) {
     RtmpScript script;

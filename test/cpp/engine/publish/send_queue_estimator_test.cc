@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(SendQueueEstimator, TellsThePlayingTimeOfWhatWaits) {
+TEST(SendQueueEstimator, ReturnsThePlayingTimeOfTheQueue) {
   SendQueueEstimator estimator;
   EXPECT_EQ(estimator.playingTime(0), 0ms);
   EXPECT_EQ(estimator.playingTime(500), 0ms) << "bytes of the protocol's own";

@@ -20,7 +20,7 @@ AmfError errorOf(const Bytes& bytes) {
   return reader.error();
 }
 
-// `opening` again and again: values within values.
+// `opening` repeated: values within values.
 Bytes nested(const Bytes& opening, int depth) {
   Bytes bytes;
   for (int i = 0; i < depth; ++i) bytes.insert(bytes.end(), opening.begin(), opening.end());

@@ -24,7 +24,7 @@ struct Seen {
 
 class Reading {
  public:
-  // In pieces of `step` bytes.
+  // Reads in chunks of `step` bytes.
   explicit Reading(const Bytes& bytes, std::size_t step = SIZE_MAX) {
     for (std::size_t at = 0; at < bytes.size() && !failure; at += std::min(step, bytes.size())) {
       const auto rest = std::span(bytes).subspan(at);
@@ -183,7 +183,7 @@ TEST(ChunkReader, AbortedAndRestartedMessagesAreDropped) {
   EXPECT_EQ(reading.reader.pendingBytes(), 0u);
 }
 
-TEST(ChunkReader, RefusesWhatCannotBe) {
+TEST(ChunkReader, RefusesInvalidInput) {
   struct Case {
     const char* name;
     Bytes bytes;

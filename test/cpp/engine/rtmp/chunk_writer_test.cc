@@ -10,7 +10,7 @@ namespace {
 
 using test::Bytes;
 
-TEST(ChunkWriter, WhatItWritesIsReadBack) {
+TEST(ChunkWriter, RoundTrips) {
   struct Case {
     uint32_t timestamp;
     std::size_t size;
@@ -60,11 +60,11 @@ TEST(ChunkWriter, HeadersShrinkWhileTheStreamStays) {
   EXPECT_EQ(sizeOf(4, 100, 1), 12u);
   EXPECT_EQ(sizeOf(4, 120, 1), 8u);
   EXPECT_EQ(sizeOf(6, 120, 1), 12u) << "another chunk stream";
-  EXPECT_EQ(sizeOf(4, 110, 1), 12u) << "time that goes back";
+  EXPECT_EQ(sizeOf(4, 110, 1), 12u) << "a time stamp that goes back";
   EXPECT_EQ(sizeOf(4, 130, 2), 12u) << "another message stream";
 }
 
-TEST(ChunkWriter, TheBodyIsAskedForPieceByPiece) {
+TEST(ChunkWriter, TheBodyIsCopiedChunkByChunk) {
   ChunkWriter writer;
   Bytes out;
   std::vector<std::pair<std::size_t, std::size_t>> pieces;

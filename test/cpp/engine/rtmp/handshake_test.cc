@@ -18,7 +18,7 @@ TEST(Handshake, BeginsWithTheVersionAndItsPart) {
   EXPECT_EQ(Bytes(out.begin() + 5, out.begin() + 9), Bytes(4, 0));
 }
 
-TEST(Handshake, InPiecesOfAnySize) {
+TEST(Handshake, InChunksOfAnySize) {
   Bytes all = RtmpScript::handshake();
   all.insert(all.end(), {1, 2, 3});
   for (const std::size_t step : {std::size_t{1}, std::size_t{7}, std::size_t{1536}, all.size()}) {

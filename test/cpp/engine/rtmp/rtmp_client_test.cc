@@ -55,7 +55,7 @@ class Certificate {
 class RtmpClientTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { startGstreamer(); }
-  // The files that were trusted are gone: back to the system's.
+  // The trusted files have been removed: back to the system's.
   static void TearDownTestSuite() {
     g_tls_backend_set_default_database(g_tls_backend_get_default(), nullptr);
   }
@@ -82,7 +82,7 @@ class RtmpClientTest : public testing::Test {
         timeout);
   }
 
-  // How a connection to a server that does `talk` ends.
+  // Returns how a connection to a server that runs `talk` ends.
   ConnectionFailure failureWith(const LoopbackPeer::Talk& talk,
                                 std::chrono::milliseconds timeout = 10s,
                                 RtmpRole role = RtmpRole::kPublish) {
@@ -93,7 +93,7 @@ class RtmpClientTest : public testing::Test {
     return ended.value_or(ConnectionFailure{});
   }
 
-  // How long it takes.
+  // Returns how long it takes.
   std::chrono::milliseconds destroy() {
     const auto begin = std::chrono::steady_clock::now();
     client.reset();
@@ -112,7 +112,7 @@ class RtmpClientTest : public testing::Test {
   std::unique_ptr<RtmpClient> client;  // ends first: its thread uses the rest
 };
 
-// Serves the whole way to an accepted stream.
+// Serves a client up to an accepted stream.
 void accept(PeerStream& stream, const char* code) {
   RtmpScript script;
   stream.send(script.accepted(code));
@@ -183,7 +183,7 @@ TEST_F(RtmpClientTest, PlaysABurstAndThenTheEnd) {
   EXPECT_EQ(ended->error, ConnectionError::kStreamEnded);
 }
 
-// The server's writing stops when the handler does, and goes on with it.
+// The server's writing stops and continues with the handler.
 TEST_F(RtmpClientTest, ABlockedHandlerStopsTheServer) {
   constexpr std::size_t kBody = 100'000;
   std::atomic<std::size_t> sent = 0;
@@ -207,7 +207,7 @@ TEST_F(RtmpClientTest, ABlockedHandlerStopsTheServer) {
 
 // ----------------------------------------------------------------------------------- hostile peers
 
-TEST_F(RtmpClientTest, FailuresOfTheWay) {
+TEST_F(RtmpClientTest, ConnectFailures) {
   connect(RtmpRole::kPublish, test::freePort());
   ASSERT_TRUE(events.waitFor("ended"));
   EXPECT_EQ(ended->error, ConnectionError::kRefused);
@@ -246,13 +246,13 @@ TEST_F(RtmpClientTest, HostilePeers) {
          s.receiveAll();
        },
        ConnectionError::kTimeout},
-      {"silent behind the handshake",
+      {"no data after the handshake",
        [](PeerStream& s) {
          s.send(RtmpScript::handshake());
          s.receiveAll();
        },
        ConnectionError::kTimeout},
-      {"connected, then silent",
+      {"connected, then no data",
        [](PeerStream& s) {
          s.send(joined({RtmpScript::handshake(), RtmpScript().connectAccepted()}));
          s.receiveAll();
@@ -282,7 +282,7 @@ TEST_F(RtmpClientTest, HostilePeers) {
       {"accepted, then reset",
        [](PeerStream& s) {
          accept(s, kPublishStart);
-         // The client has then read at least as far as that the stream was created.
+         // By then the client has read at least the creation of the stream.
          RtmpTranscript transcript;
          while (!transcript.find("publish")) transcript.read(s.receiveSome());
          s.resetOnClose();
@@ -308,7 +308,7 @@ TEST_F(RtmpClientTest, AHandshakeByteByByte) {
   EXPECT_TRUE(events.waitFor("started"));
 }
 
-// The server neither reads the answers nor stops asking.
+// The server neither reads the responses nor stops sending pings.
 TEST_F(RtmpClientTest, AFloodOfPings) {
   std::atomic<int> sent = 0;
   const LoopbackPeer peer([&](PeerStream& stream) {
@@ -328,7 +328,7 @@ TEST_F(RtmpClientTest, AFloodOfPings) {
   EXPECT_LT(destroy(), 1s);
 }
 
-// Media go out all the same while the server asks.
+// Media are still sent while the server sends pings.
 TEST_F(RtmpClientTest, PingsDoNotStarveMedia) {
   RtmpTranscript transcript;
   std::atomic<bool> flooding = true;
@@ -370,7 +370,7 @@ TEST_F(RtmpClientTest, AFrozenServerFillsTheBacklog) {
   constexpr std::size_t kFrame = 100'000;
   constexpr std::size_t kFrames = 200;
   for (std::size_t i = 0; i < kFrames; ++i) sendFrame(kFrame);
-  // What its and this system's buffers do not take stays here, where it is seen.
+  // Data beyond its and this system's buffers stay queued here and are visible.
   EXPECT_GT(client->backlog(), kFrame * kFrames / 2);
   EXPECT_LT(destroy(), 1s);
   thaw.set_value();
@@ -393,8 +393,8 @@ TEST_F(RtmpClientTest, NothingIsRaisedOnceStopped) {
   EXPECT_LE(events.all().size(), before.size() + 1);
 }
 
-// However early a connection is stopped, it leaves nothing.
-TEST_F(RtmpClientTest, StoppedEarlyItLeavesNothing) {
+// However early a connection is stopped, it leaks nothing.
+TEST_F(RtmpClientTest, StoppedEarlyItLeaksNothing) {
   const test::RtmpServer server;
   const LoopbackPeer silent([](PeerStream& stream) { stream.receiveAll(); });
   const int ports[] = {silent.port(), server.port()};
@@ -418,7 +418,7 @@ TEST_F(RtmpClientTest, StoppedEarlyItLeavesNothing) {
   EXPECT_LE(after.descriptors, before.descriptors);
 }
 
-// Descriptors that a child process would get.
+// Descriptors that a child process would inherit.
 std::set<int> inheritedDescriptors() {
   std::set<int> inherited;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -484,7 +484,7 @@ TEST_F(RtmpClientTest, PublishesOverTls) {
       certificate.file());
   connect(RtmpRole::kPublish, peer.port(), 10s, "rtmps");
   ASSERT_TRUE(events.waitFor("started"));
-  // More than the buffers take, so that writing is interrupted and resumed.
+  // More than fits into the buffers, so that writing is interrupted and resumed.
   constexpr std::size_t kFrame = 150'000;
   constexpr std::size_t kFrames = 100;
   for (std::size_t i = 0; i < kFrames; ++i) sendFrame(kFrame, static_cast<uint32_t>(i));
@@ -518,7 +518,7 @@ TEST_F(RtmpClientTest, PlaysOverTls) {
   EXPECT_LT(destroy(), 1s);
 }
 
-TEST_F(RtmpClientTest, TlsThatIsNone) {
+TEST_F(RtmpClientTest, AServerWithoutTls) {
   const Certificate certificate("IP:127.0.0.1");
   ASSERT_EQ(trustCertificates(certificate.file()), "");
   const LoopbackPeer garbage([](PeerStream& s) {

@@ -49,7 +49,7 @@ class RtmpSessionTest : public testing::Test {
     transmit();
   }
 
-  // Up to an accepted stream.
+  // Runs a session up to an accepted stream.
   void beginStarted(RtmpRole role) {
     begin(role);
     serve(RtmpScript::handshake());
@@ -75,7 +75,7 @@ class RtmpSessionTest : public testing::Test {
     return ended ? std::optional(ended->error) : std::nullopt;
   }
 
-  // What becomes of a session that is served `bytes` behind what `before` says.
+  // Returns the end of a session that receives `bytes` after the state `before`.
   std::optional<ConnectionError> errorAfter(RtmpRole role, const Bytes& before,
                                             const Bytes& bytes) {
     ended.reset();
@@ -134,7 +134,7 @@ TEST_F(RtmpSessionTest, Publishes) {
   EXPECT_FALSE(ended);
 }
 
-TEST_F(RtmpSessionTest, PlaysWhatComesOnAnyMessageStream) {
+TEST_F(RtmpSessionTest, PlaysMediaOnAnyMessageStream) {
   beginStarted(RtmpRole::kPlay);
   EXPECT_EQ(client.commands(),
             (std::vector<std::string>{"connect", "createStream", "FCSubscribe", "play"}));
@@ -162,7 +162,7 @@ TEST_F(RtmpSessionTest, ByteByByte) {
   EXPECT_EQ(media, (std::vector<Media>{{RtmpType::kAudio, 5, Bytes(300, 1)}}));
 }
 
-TEST_F(RtmpSessionTest, DataLoseTheirWrapping) {
+TEST_F(RtmpSessionTest, DataAreUnwrapped) {
   beginStarted(RtmpRole::kPlay);
   const auto onMetadata = [](AmfWriter& amf) {
     amf.string("onMetaData").beginObject().name("width").number(2).endObject();
@@ -185,7 +185,7 @@ TEST_F(RtmpSessionTest, DataLoseTheirWrapping) {
   EXPECT_FALSE(ended);
 }
 
-TEST_F(RtmpSessionTest, AggregatesAreTakenApart) {
+TEST_F(RtmpSessionTest, AggregatesAreSplit) {
   beginStarted(RtmpRole::kPlay);
   const Bytes body = {8, 0, 0, 1, 0, 0, 10, 0, 0, 0, 0, 0xa, 0, 0, 0, 12,
                       9, 0, 0, 1, 0, 0, 30, 0, 0, 0, 0, 0xb, 0, 0, 0, 12};
@@ -207,7 +207,7 @@ TEST_F(RtmpSessionTest, CommandsMayComeAsAmf3) {
   EXPECT_FALSE(ended);
 }
 
-TEST_F(RtmpSessionTest, WhatNeedsNoAnswerIsIgnored) {
+TEST_F(RtmpSessionTest, CommandsWithoutAnswerAreIgnored) {
   beginStarted(RtmpRole::kPublish);
   serve(
       script.values([](AmfWriter& amf) { amf.string("onBWDone").number(0).null().number(8192); }));
@@ -331,7 +331,7 @@ TEST_F(RtmpSessionTest, ARecordingMayEndAsData) {
   EXPECT_EQ(error(), ConnectionError::kStreamEnded);
 }
 
-TEST_F(RtmpSessionTest, ClosingMeansWhatWasOwed) {
+TEST_F(RtmpSessionTest, ClosingAnswersThePendingRequest) {
   const Bytes handshake = RtmpScript::handshake();
   const Bytes connected = joined({handshake, script.connectAccepted()});
   const Bytes created = joined({connected, script.streamCreated()});
@@ -356,10 +356,10 @@ TEST_F(RtmpSessionTest, ClosingMeansWhatWasOwed) {
   }
   errorAfter(RtmpRole::kPublish, created, {});
   session->onPeerClosed({ConnectionError::kTimeout, "no answer"});
-  EXPECT_EQ(error(), ConnectionError::kTimeout) << "another failure stays what it is";
+  EXPECT_EQ(error(), ConnectionError::kTimeout) << "another failure stays unchanged";
 }
 
-TEST_F(RtmpSessionTest, BrokenConversations) {
+TEST_F(RtmpSessionTest, BrokenSessions) {
   const Bytes handshake = RtmpScript::handshake();
   const Bytes connected = joined({handshake, script.connectAccepted()});
   const auto command = [this](const Bytes& body) {
@@ -418,7 +418,7 @@ TEST_F(RtmpSessionTest, AcknowledgesWhatItReceived) {
   EXPECT_GT(readU32(acknowledgements.back().body.data()), 5000u) << "the handshake counts, too";
 }
 
-TEST_F(RtmpSessionTest, AWindowOfZeroWantsNothing) {
+TEST_F(RtmpSessionTest, AWindowOfZeroRequestsNothing) {
   beginStarted(RtmpRole::kPlay);
   serve(script.number(RtmpType::kWindowSize, 0));
   serve(script.message(RtmpType::kVideo, Bytes(50'000, 1)));

@@ -5,7 +5,7 @@
 namespace NimboEngine {
 namespace {
 
-TEST(RtmpUrl, TakesAnAddressApart) {
+TEST(RtmpUrl, ParsesAnAddress) {
   struct Case {
     const char* text;
     const char* host;
@@ -40,7 +40,7 @@ TEST(RtmpUrl, TakesAnAddressApart) {
   }
 }
 
-TEST(RtmpUrl, RefusesWhatIsNone) {
+TEST(RtmpUrl, RefusesInvalidInput) {
   for (const char* text : {"", "x", "http://h/live/s", "rtmp://", "rtmp:///live/s", "rtmp://h",
                            "rtmp://h/", "rtmp://h/s", "rtmp://h/live/", "rtmp://h/live/?x",
                            "rtmp://h//s", "rtmp://h/?x/y", "rtmp://h:99999/live/s"}) {

@@ -1,4 +1,4 @@
-// Colour bars in any coding of colours, and what codes a coding gives them, by exact arithmetic.
+// Colour bars in any colour coding, and their exact codes.
 
 #pragma once
 
@@ -36,7 +36,7 @@ inline constexpr std::array<Rgb, 16> kColourBars = {{{1, 1, 1},
                                                      {0, 0, .75},
                                                      {.5, .5, .5}}};
 
-// Shares of red and blue in luma, as the standards of the matrices have them.
+// Shares of red and blue in luma, from the standards of the matrices.
 struct LumaShares {
   double red, blue;
 };
@@ -72,7 +72,7 @@ inline Codes codesOf(const Rgb& colour, GstVideoColorMatrix matrix, bool fullRan
   return {code(unit * (16 + 219 * y)), code(unit * (128 + 224 * u)), code(unit * (128 + 224 * v))};
 }
 
-// The codes that every frame which leaves the engine has for a colour.
+// The codes of a colour in every frame that leaves the engine.
 inline Codes formCodesOf(const Rgb& colour) {
   return codesOf(colour, GST_VIDEO_COLOR_MATRIX_BT709, false);
 }

@@ -1,7 +1,7 @@
-// What happened, in order, collected from any thread; a test waits for an event, never for a time.
+// A log of events in order, collected from any thread; a test waits for an event, never for a time.
 //
 // Thread: any.
-// Failure: waitFor answers false after a deadline that only guards against hanging.
+// Failure: waitFor returns false after a deadline that only guards against hanging.
 
 #pragma once
 
@@ -23,7 +23,7 @@ class EventLog {
     changed_.notify_all();
   }
 
-  // Until `event` has happened `times` times.
+  // Waits until `event` has happened `times` times.
   bool waitFor(const std::string& event, std::ptrdiff_t times = 1,
                std::chrono::seconds deadline = std::chrono::seconds(60)) {
     std::unique_lock lock(mutex_);

@@ -1,4 +1,4 @@
-// A desktop's portal on the session bus that answers as it is told.
+// A desktop's portal on the session bus with scripted answers.
 //
 // Thread: used on one thread; it answers on one of its own, which calls `openRemote` too.
 // Failure: a bus that cannot be reached throws std::runtime_error.
@@ -20,8 +20,8 @@ class FakePortal {
   static constexpr uint32_t kSilent = 1000;   // no answer to the request
   static constexpr uint32_t kRefuses = 1001;  // the call itself is an error
 
-  // What the requests' signals say: 0 done, 1 cancelled by the user, 2 ended otherwise; or one of
-  // the above.
+  // The results in the requests' signals: 0 done, 1 cancelled by the user, 2 ended otherwise; or
+  // one of the above.
   struct Answers {
     uint32_t createSession = 0;
     uint32_t selectSources = 0;
@@ -37,7 +37,7 @@ class FakePortal {
   FakePortal(const FakePortal&) = delete;
   FakePortal& operator=(const FakePortal&) = delete;
 
-  // As when the user ends the sharing.
+  // Ends the sharing, like the user.
   void endSession();
 
   // "CreateSession", "SelectSources types=3 cursor_mode=2", …, and "gone" when the client has left.

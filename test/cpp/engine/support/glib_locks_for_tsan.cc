@@ -1,8 +1,8 @@
 // Makes GLib's locks visible to ThreadSanitizer, in such builds only.
 //
-// GLib is not instrumented and its locks are bare futexes, so everything that GStreamer hands from
-// thread to thread under them would look like a race. Reports are not suppressed: the locks below
-// tell the sanitizer what they order, and whatever they do not order is still reported.
+// GLib is not instrumented and its locks are bare futexes, so all data that GStreamer passes
+// between threads under them would be reported as races. Reports are not suppressed: the locks
+// below are annotated, and real races are still reported.
 
 #if defined(__SANITIZE_THREAD__)
 

@@ -113,7 +113,7 @@ void LoopbackPeer::serve(int descriptor) {
   const Owned<GSocketConnection> connection(
       g_socket_connection_factory_create_connection(socket.get()));
   talkOver(connection.get());
-  // Out of the list before the number can be another connection's.
+  // Removed from the list before another connection can reuse the number.
   std::lock_guard lock(mutex_);
   std::erase(open_, descriptor);
   g_socket_close(socket.get(), nullptr);

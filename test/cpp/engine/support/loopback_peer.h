@@ -28,13 +28,13 @@ class PeerStream {
   bool send(std::span<const uint8_t> bytes);
   bool receive(std::size_t count);
 
-  // What arrives next; none at the end.
+  // Returns the next data; none at the end.
   std::vector<uint8_t> receiveSome();
 
-  // Until the other side closes.
+  // Waits until the other side closes.
   void receiveAll();
 
-  // The end will be a reset.
+  // Makes the connection end with a reset.
   void resetOnClose();
 
  private:

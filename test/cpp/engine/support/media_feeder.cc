@@ -34,7 +34,7 @@ void MediaFeeder::feedVideo(const VideoFormat& format) {
   gst_video_info_set_format(&info, GST_VIDEO_FORMAT_I420, static_cast<guint>(format.width),
                             static_cast<guint>(format.height));
   GstClockTime time = gst_clock_get_time(clock.get());
-  // Noise, moved on from picture to picture, so that the encoder needs all of its bit rate.
+  // Noise, shifted from frame to frame, so that the encoder needs all of its bit rate.
   constexpr gsize kShifts = 1024;
   std::vector<guint8> noise(info.size + kShifts);
   std::minstd_rand random(1);

@@ -1,4 +1,4 @@
-// Feeds a consumer with noisy pictures and with silence, in real time, as capture does.
+// Feeds a consumer with noisy frames and with silence, in real time, like capture.
 //
 // Thread: the consumer is called on two threads of the feeder's.
 // Ownership: the consumer is given; destruction waits until no call is running.

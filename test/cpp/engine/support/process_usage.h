@@ -1,4 +1,4 @@
-// What this process uses, for tests that something does not grow.
+// Resource usage of this process, for tests that something does not grow.
 
 #pragma once
 
@@ -16,7 +16,7 @@ ProcessUsage processUsage();
 
 std::size_t addressSpaceBytes();
 
-// The most memory that was resident since it was last reset.
+// The peak of resident memory since the last reset.
 void resetPeakMemory();
 std::ptrdiff_t peakMemoryKiB();
 

@@ -1,6 +1,6 @@
-// All listeners of a pusher in one: writes down each event, and counts the frames.
+// All listeners of a pusher in one: records each event, and counts the frames.
 //
-// Thread: any. Detach it before it ends.
+// Thread: any. Detach it before destroying it.
 
 #pragma once
 
@@ -79,9 +79,9 @@ class RecordingListener final : public LumoRtc::LumoLivePushErrorListener,
 
   EventLog events;
   std::atomic<int> frames{0};
-  // Sees, and may change, each captured frame. To be set before the listener is attached.
+  // Receives, and may change, each captured frame. To be set before the listener is attached.
   bool (*edit)(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&) = nullptr;
-  // Hears each volume report. To be set before the listener is attached.
+  // Receives each volume report. To be set before the listener is attached.
   std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> onVolume;
 };
 

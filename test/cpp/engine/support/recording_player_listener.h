@@ -1,6 +1,6 @@
-// Both listeners of a player in one: writes down each event, and counts the frames.
+// Both listeners of a player in one: records each event, and counts the frames.
 //
-// Thread: any. Detach it before it ends.
+// Thread: any. Detach it before destroying it.
 
 #pragma once
 
@@ -72,7 +72,7 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
     return statistics_;
   }
 
-  // Without the frames and the figures, of which there are many.
+  // Without the frames and the statistics, of which there are many.
   std::vector<std::string> rareEvents() const {
     auto rare = events.all();
     std::erase_if(
@@ -82,9 +82,9 @@ class RecordingPlayerListener final : public LumoRtc::LumoLivePlayInfoListener,
 
   EventLog events;
   std::atomic<int> frames{0};
-  // Sees, and may change, each frame. To be set before the listener is attached.
+  // Receives, and may change, each frame. To be set before the listener is attached.
   std::function<bool(LumoRtc::LumoLiveVideoSource, LumoRtc::LumoLiveVideoRawData&)> onFrame;
-  // Hears each volume report. To be set before the listener is attached.
+  // Receives each volume report. To be set before the listener is attached.
   std::function<void(std::span<const LumoRtc::LumoLiveUserVolumeInfo>, int total)> onVolume;
 
  private:

@@ -1,5 +1,5 @@
-// The server's side of an RTMP conversation, as bytes: what a scripted server sends, and what a
-// client sent to it.
+// The server's side of an RTMP session, as bytes: data that a scripted server sends, and data that
+// a client has sent to it.
 //
 // Thread: one at a time.
 
@@ -29,7 +29,7 @@ inline Bytes joined(std::initializer_list<Bytes> parts) {
 
 class RtmpScript {
  public:
-  // Everything the handshake takes, at once.
+  // The whole handshake at once.
   static Bytes handshake(uint8_t version = 3);
 
   Bytes message(RtmpType type, std::span<const uint8_t> body, uint32_t timestamp = 0,
@@ -53,7 +53,7 @@ class RtmpScript {
   ChunkWriter writer_;
 };
 
-// Reads what a client sends.
+// Parses the data of a client.
 class RtmpTranscript {
  public:
   struct Entry {

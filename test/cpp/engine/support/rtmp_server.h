@@ -1,7 +1,7 @@
 // A real RTMP server: nginx with its RTMP module on a free loopback port.
 //
-// Applications: "live" takes streams, "denied" refuses them, "forbidden" has them refused by the
-// server's own authorisation (HTTP 403); any other is unknown.
+// Applications: "live" accepts streams, "denied" refuses them, "forbidden" refuses them by the
+// server's authorisation (HTTP 403); any other is unknown.
 //
 // Thread: one at a time.
 // Failure: throws std::runtime_error when the server does not come up.
@@ -33,10 +33,10 @@ class RtmpServer {
   std::unique_ptr<ChildProcess> nginx_;
 };
 
-// A TCP port of the loopback interface on which nobody listens just now.
+// A TCP port of the loopback interface on which no process currently listens.
 int freePort();
 
-// What ffprobe sees of a stream, in its "compact" form: one line for each of its parts.
+// Returns ffprobe's description of a stream, in "compact" form: one line for each of its parts.
 std::string probe(const std::string& url);
 
 }  // namespace NimboEngine::test

@@ -79,7 +79,7 @@ struct RtspServer::Service {
 
   ~Service() {
     if (thread.joinable()) {
-      // Also when the loop has not begun to run yet.
+      // Also if the loop is not running yet.
       g_main_context_invoke(
           context,
           [](gpointer running) {

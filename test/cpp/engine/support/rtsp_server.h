@@ -1,6 +1,6 @@
-// An RTSP server in the test's process. Its stream, at 25 frames a second, is black and silent but
-// for one white frame and 20 ms of a tone that begin together, twice a second. All clients watch
-// the same stream; the video leaves the server `videoDelay` after the audio.
+// An RTSP server in the test's process. Its stream, at 25 frames a second, is black and silent
+// except for one white frame and 20 ms of a tone that start together, twice a second. All clients
+// receive the same stream; the video leaves the server `videoDelay` after the audio.
 //
 // Thread: any; serves on a thread of its own until it is destroyed.
 // Failure: a server that cannot listen throws std::runtime_error.

@@ -15,7 +15,7 @@ std::filesystem::path makeFolder() {
 
 }  // namespace
 
-// Set before what is tested begins, and back when it has ended.
+// Set before the tested code starts, and restored when it has ended.
 // NOLINTBEGIN(concurrency-mt-unsafe)
 Environment::Environment(const std::string& name, const char* value) : name_(name) {
   if (const char* before = getenv(name.c_str())) {

@@ -1,5 +1,4 @@
-// A session bus of a test's own, in a folder of its own, as a Wayland session without an X server
-// would have it.
+// A test's own session bus, in its own folder, like that of a Wayland session without an X server.
 //
 // Thread: one at a time.
 // Failure: a bus that does not come up throws std::runtime_error.
@@ -15,7 +14,7 @@
 
 namespace NimboEngine::test {
 
-// Sets an environment variable for as long as it lives, or takes it away.
+// Sets or removes an environment variable during its lifetime.
 class Environment {
  public:
   Environment(const std::string& name, const char* value);
@@ -36,7 +35,7 @@ class SessionBus {
   SessionBus(const SessionBus&) = delete;
   SessionBus& operator=(const SessionBus&) = delete;
 
-  // For sockets and settings of what else belongs to the session.
+  // The folder for sockets and settings of other programs of the session.
   const std::filesystem::path& folder() const { return folder_; }
 
   void kill() { daemon_.reset(); }
@@ -51,7 +50,7 @@ class SessionBus {
   std::unique_ptr<ChildProcess> daemon_;
 };
 
-// Waits for a file, a socket for example, that another program makes.
+// Waits for a file, a socket for example, that another program creates.
 void waitForFile(const std::filesystem::path& file);
 
 }  // namespace NimboEngine::test

@@ -1,5 +1,5 @@
-// Sound made of numbers: speech-like, noise, tones. Every sample is computed, so that a test hears
-// the same each time.
+// Synthetic audio: speech-like, noise, tones. Every sample is computed, so that it is the same in
+// each run.
 //
 // Thread: any.
 
@@ -19,8 +19,8 @@ Samples tone(int rate, double seconds, double frequency, double level);
 // Low-passed by `colour`: 0 is white, towards 1 it becomes darker.
 Samples noise(int rate, double seconds, double level, double colour = 0);
 
-// What a voice does that a tone does not: a rich, gliding pitch, formants that change with every
-// syllable, four of them a second, and gaps between.
+// The properties of a voice that a tone lacks: a rich, gliding pitch, formants that change with
+// every syllable, four of them a second, and gaps between.
 Samples speech(int rate, double seconds, double level);
 
 Samples joined(Samples first, const Samples& second);

@@ -6,7 +6,7 @@
 
 namespace NimboEngine::test {
 
-// A picture whose upper left quarter is red and whose rest is blue, and a tone of full loudness.
+// Video whose upper left quarter is red and whose rest is blue, and a tone at full scale.
 class TestClip {
  public:
   // `codec` is ffmpeg's name of the video codec, `ending` that of the file.

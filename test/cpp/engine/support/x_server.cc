@@ -31,7 +31,7 @@ std::string waitForDisplay(const std::string& file) {
 XServer::XServer(const std::vector<std::string>& options)
     : displayFile_(std::filesystem::temp_directory_path() /
                    ("nimbo-display-" + std::to_string(getpid()))) {
-  // Without -noreset the server starts afresh whenever its last client goes.
+  // Without -noreset the server restarts whenever its last client disconnects.
   std::vector<std::string> arguments{"Xvfb",       "-displayfd", "1",   "-screen", "0",
                                      "800x600x24", "-nolisten",  "tcp", "-noreset"};
   arguments.insert(arguments.end(), options.begin(), options.end());
@@ -129,7 +129,7 @@ void XWindow::showPointer(std::array<uint16_t, 3> colour) {
   sync();
 }
 
-// Returns when the server has done all that was asked.
+// Returns when the server has processed all requests.
 void XWindow::sync() {
   std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }

@@ -1,4 +1,4 @@
-// A display server of a test's own, and a window on it that the test owns.
+// A test's own display server, and a window on it that the test owns.
 //
 // Thread: one at a time.
 // Failure: a server that does not come up throws std::runtime_error.
@@ -17,7 +17,7 @@
 
 namespace NimboEngine::test {
 
-// Xvfb with a screen of 800 by 600; $DISPLAY names it while it lives.
+// Xvfb with a screen of 800 by 600; $DISPLAY names it during its lifetime.
 class XServer {
  public:
   // `options` are further options of Xvfb.
@@ -63,7 +63,7 @@ class XWindow {
   // A cursor of that colour, 16 by 16 pixels, in the middle of the window.
   void showPointer(std::array<uint16_t, 3> colour);
 
-  // Red, green and blue of what the window shows, at a place given in parts of its size.
+  // Returns red, green and blue of the window's content, at a place given as fractions of its size.
   std::array<int, 3> at(double x, double y) const;
 
  private:

@@ -1,5 +1,5 @@
-// Sharing through the desktop's portal: the portal is played by the test, what it hands out is a
-// real stream of a PipeWire of the test's own.
+// Sharing through the desktop's portal: the test implements the portal, which provides a real
+// stream of the test's own PipeWire.
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 
 constexpr VideoFormat kFormat{320, 240, 30};
 
-// What a portal hands out: a connection to PipeWire.
+// The portal's result: a connection to PipeWire.
 int connectTo(const std::string& socketFile) {
   const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un address{};
@@ -64,7 +64,7 @@ class PortalSharingTest : public testing::Test {
   std::unique_ptr<ScreenCapture> capture_;
 };
 
-// A screen of one colour, as a desktop's PipeWire offers it.
+// A screen of one colour, as offered by a desktop's PipeWire.
 class OfferedScreen {
  public:
   explicit OfferedScreen(const SessionBus& bus)
@@ -82,7 +82,7 @@ class OfferedScreen {
 
   int connection() const { return connectTo(socket_); }
 
-  // Its number in PipeWire; 0 as long as it has none.
+  // Its number in PipeWire; 0 while it has none.
   uint32_t node() const {
     std::istringstream nodes(outputOf({"pw-cli", "ls", "Node"}));
     uint32_t id = 0;
@@ -103,7 +103,7 @@ class OfferedScreen {
 bool isRed(GstBuffer* frame) {
   GstMapInfo map;
   if (!frame || !gst_buffer_map(frame, &map, GST_MAP_READ)) return false;
-  // The stream is wider than the picture: black above, red in the middle.
+  // The stream is wider than the frame: black above, red in the middle.
   const int above = map.data[10 * kFormat.width + 160];
   const int middle = map.data[120 * kFormat.width + 160];
   gst_buffer_unmap(frame, &map);
@@ -120,17 +120,17 @@ TEST_F(PortalSharingTest, TheStreamsFramesArriveUntilTheDesktopEndsIt) {
   ASSERT_TRUE(errors_.all().empty()) << messages_.all().at(0);
   desktop.endSession();
   EXPECT_TRUE(errors_.waitFor("lost"));
-  EXPECT_TRUE(isRed(frames_->latest().get())) << "the last picture stays";
+  EXPECT_TRUE(isRed(frames_->latest().get())) << "the last frame stays";
 }
 
-TEST_F(PortalSharingTest, ARefusalIsTold) {
+TEST_F(PortalSharingTest, ARefusalIsReported) {
   FakePortal desktop({.start = 1});
   share();
   EXPECT_TRUE(errors_.waitFor("refused"));
   EXPECT_FALSE(frames_->latest());
 }
 
-TEST_F(PortalSharingTest, APortalThatFailsIsALoss) {
+TEST_F(PortalSharingTest, AFailedPortalIsReportedAsLost) {
   FakePortal desktop({.start = 2});
   share();
   EXPECT_TRUE(errors_.waitFor("lost"));

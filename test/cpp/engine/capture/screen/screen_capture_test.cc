@@ -1,5 +1,4 @@
-// Pictures of monitors and windows, on a display server of the test's own with windows of known
-// colours.
+// Capture of monitors and windows, on the test's own display server with windows of known colours.
 
 #include "capture/screen/screen_capture.h"
 
@@ -25,7 +24,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr VideoFormat kFormat{320, 240, 30};
 
-// As X has colours, and as ITU-R BT.709 codes them.
+// Colours in X, and in ITU-R BT.709.
 struct Colour {
   uint32_t rgb;
   std::array<int, 3> yuv;
@@ -49,7 +48,7 @@ class ScreenCaptureTest : public testing::Test {
         });
   }
 
-  // Whether the newest picture has that colour at a place given in parts of its size.
+  // Returns whether the newest frame has that colour at a place given as fractions of its size.
   bool shows(double x, double y, const Colour& colour) const {
     const GstPtr<GstBuffer> buffer = frames_->latest();
     const GstVideoInfo info = frameInfo(kFormat);
@@ -80,7 +79,7 @@ class ScreenCaptureTest : public testing::Test {
     return eventually([&] { return shows(x, y, colour); });
   }
 
-  // Until so many pictures more have come of a window that changes its colour all the time.
+  // Waits for `count` more frames of a window that changes its colour all the time.
   bool goesOn(XWindow& window, uint64_t count) const {
     const uint64_t before = frames_->count();
     uint32_t colour = 0;
@@ -146,7 +145,7 @@ TEST_F(ScreenCaptureTest, SharedMemoryIsUsedWhereItCanBe) {
   }
 }
 
-TEST_F(ScreenCaptureTest, WhatDoesNotChangeIsNotAFrameAgain) {
+TEST_F(ScreenCaptureTest, AnUnchangedScreenYieldsNoNewFrame) {
   using Outcome = ScreenGrabber::Outcome;
   for (const std::vector<std::string>& without :
        {std::vector<std::string>{}, {"-extension", "MIT-SHM"}}) {
@@ -213,7 +212,7 @@ TEST_F(ScreenCaptureTest, AResizedWindowIsFollowed) {
   EXPECT_TRUE(errors_.all().empty());
 }
 
-TEST_F(ScreenCaptureTest, AMinimisedWindowStandsStillAndComesBack) {
+TEST_F(ScreenCaptureTest, AMinimisedWindowKeepsItsLastFrameAndResumes) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
@@ -243,7 +242,7 @@ TEST_F(ScreenCaptureTest, AClosedWindowIsLostAndItsLastFrameStays) {
   EXPECT_EQ(errors_.count("lost"), 1);
 }
 
-TEST_F(ScreenCaptureTest, AKilledServerIsNoticed) {
+TEST_F(ScreenCaptureTest, AKilledServerIsDetected) {
   XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
@@ -253,7 +252,7 @@ TEST_F(ScreenCaptureTest, AKilledServerIsNoticed) {
   EXPECT_TRUE(shows(0.5, 0.5, kRed));
 }
 
-TEST_F(ScreenCaptureTest, AFrozenServerDoesNotHoldTheEnd) {
+TEST_F(ScreenCaptureTest, AFrozenServerDoesNotBlockTheEnd) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
@@ -266,7 +265,7 @@ TEST_F(ScreenCaptureTest, AFrozenServerDoesNotHoldTheEnd) {
   EXPECT_TRUE(errors_.all().empty());
 }
 
-TEST_F(ScreenCaptureTest, NothingThereIsLostAtOnce) {
+TEST_F(ScreenCaptureTest, AMissingSourceIsLostImmediately) {
   capture(1);  // no $DISPLAY
   EXPECT_TRUE(errors_.waitFor("lost"));
   const XServer server;
@@ -289,7 +288,7 @@ TEST_F(ScreenCaptureTest, ThePointerIsDrawn) {
   EXPECT_TRUE(comesToShow(260.0 / 800, 220.0 / 600, kBlue));
 }
 
-TEST_F(ScreenCaptureTest, PausedItStandsStill) {
+TEST_F(ScreenCaptureTest, PausedItDeliversNoFrames) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
@@ -297,7 +296,7 @@ TEST_F(ScreenCaptureTest, PausedItStandsStill) {
   capture_->setPaused(true);
   const uint64_t count = frames_->count();
   window.setColour(kGreen.rgb);
-  std::this_thread::sleep_for(200ms);  // time in which six pictures would come
+  std::this_thread::sleep_for(200ms);  // time for six frames
   EXPECT_EQ(frames_->count(), count);
   EXPECT_TRUE(shows(0.5, 0.5, kRed));
   capture_->setPaused(false);
@@ -319,7 +318,7 @@ TEST_F(ScreenCaptureTest, TheRateIsKept) {
   EXPECT_GE(Clock::now() - begin, 430ms);
 }
 
-TEST_F(ScreenCaptureTest, AnotherFormatShowsThePresentFrameToo) {
+TEST_F(ScreenCaptureTest, AnotherFormatShowsTheCurrentFrameToo) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   capture(window.id());
@@ -332,10 +331,10 @@ TEST_F(ScreenCaptureTest, AnotherFormatShowsThePresentFrameToo) {
   const GstVideoMeta* layout = gst_buffer_get_video_meta(buffer.get());
   EXPECT_EQ(layout->width, 160U);
   EXPECT_EQ(layout->height, 120U);
-  EXPECT_TRUE(before->latest()) << "who still looks there sees the old one";
+  EXPECT_TRUE(before->latest()) << "readers of the old mailbox still get its frame";
 }
 
-TEST_F(ScreenCaptureTest, ThirtyCapturesLeaveNothingBehind) {
+TEST_F(ScreenCaptureTest, ThirtyCapturesLeakNothing) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   const auto cycle = [&] {

@@ -1,4 +1,4 @@
-// The conversation with the desktop's portal, which is played by the test.
+// The protocol of the desktop's portal, which the test implements.
 
 #include "capture/screen/screen_portal.h"
 
@@ -26,7 +26,7 @@ int openSomething() {
 
 class ScreenPortalTest : public testing::Test {
  protected:
-  // Asks one portal, with long timeouts where those are not the point.
+  // Asks one portal, with long timeouts unless they are tested.
   Answer ask(const ScreenPortal::Timeouts& timeouts = {.portal = 20'000ms, .user = 20'000ms}) {
     portal_ = std::make_unique<ScreenPortal>(cancelled_.get(), timeouts);
     error_.clear();
@@ -59,7 +59,7 @@ TEST_F(ScreenPortalTest, AsksForNoPointerThatThePortalCannotShow) {
   EXPECT_EQ(desktop.calls.all().at(1), "SelectSources types=3");
 }
 
-TEST_F(ScreenPortalTest, NoticesThatTheUserEndsTheSharing) {
+TEST_F(ScreenPortalTest, DetectsThatTheUserEndsTheSharing) {
   FakePortal desktop({.openRemote = openSomething});
   ASSERT_EQ(ask(), Answer::kShared) << error_;
   desktop.endSession();
@@ -89,7 +89,7 @@ TEST_F(ScreenPortalTest, EveryStepMayFail) {
   EXPECT_NE(errorOf({}).find("the portal does not open PipeWire: "), std::string::npos);
 }
 
-TEST_F(ScreenPortalTest, SilenceEnds) {
+TEST_F(ScreenPortalTest, AMissingReplyTimesOut) {
   {
     FakePortal desktop({.createSession = FakePortal::kSilent});
     EXPECT_EQ(ask({.portal = 300ms, .user = 20'000ms}), Answer::kFailed);
@@ -111,7 +111,7 @@ TEST_F(ScreenPortalTest, AnotherThreadEndsTheWaitForTheUser) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
   impatient.join();
   portal_.reset();
-  EXPECT_TRUE(desktop.calls.waitFor("gone")) << "so the desktop takes its chooser away";
+  EXPECT_TRUE(desktop.calls.waitFor("gone")) << "so the desktop closes its chooser";
 }
 
 TEST_F(ScreenPortalTest, WithoutAPortalOrABusNothingIsListed) {
@@ -129,7 +129,7 @@ TEST_F(ScreenPortalTest, ItIsListedInAWaylandSessionOnly) {
   ASSERT_EQ(sources.size(), 1U);
   EXPECT_EQ(sources[0].id, kPortalSource);
   EXPECT_EQ(sources[0].name, "Choose a screen or window\u2026");
-  EXPECT_TRUE(desktop.calls.all().empty()) << "nobody is asked";
+  EXPECT_TRUE(desktop.calls.all().empty()) << "the user is not asked";
   const Environment none("WAYLAND_DISPLAY", nullptr);
   EXPECT_TRUE(listScreenSources().empty());
 }

@@ -1,4 +1,4 @@
-// A shared screen in the camera's place, seen by the session's consumers.
+// A shared screen in the camera's place, as received by the session's consumers.
 
 #include <gtest/gtest.h>
 
@@ -63,12 +63,12 @@ class ScreenSharingSessionTest : public testing::Test {
   std::unique_ptr<CaptureSession> session_;
 };
 
-// Mirrored, the pattern begins with blue; its first bar stands at the right.
+// Mirrored, the pattern begins with blue; its first bar is at the right.
 bool isMirroredPattern(const Frame& frame) {
   return frame.at(0.93, 0.5)[0] > 200;
 }
 
-TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndGivesItBackWithoutAGap) {
+TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndRestoresItWithoutAGap) {
   ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   share(window_);
   ASSERT_TRUE(probe_.waitForFrame(isRed));
@@ -78,7 +78,7 @@ TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndGivesItBackWithoutAGap) {
   EXPECT_TRUE(isMirroredPattern(afterwards.back()));
   EXPECT_FALSE(isPattern(afterwards.back())) << "mirrored still";
   session_->stopScreen();  // once is enough
-  EXPECT_EQ(mislabelled_, 0) << "each frame's source is told rightly";
+  EXPECT_EQ(mislabelled_, 0) << "each frame has the right origin";
   EXPECT_TRUE(events_.all().empty());
 }
 
@@ -132,7 +132,7 @@ bool hasSize(const Frame& frame, int width, int height) {
   return frame.info.width == width && frame.info.height == height;
 }
 
-TEST_F(ScreenSharingSessionTest, TheScreenTakesOnAnotherSizeAndTheCameraKeepsItsOwn) {
+TEST_F(ScreenSharingSessionTest, TheScreenChangesItsSizeAndTheCameraKeepsItsOwn) {
   ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   share(window_);
   ASSERT_TRUE(probe_.waitForFrame(isRed));
@@ -153,7 +153,7 @@ TEST_F(ScreenSharingSessionTest, TheScreenTakesOnAnotherSizeAndTheCameraKeepsIts
   EXPECT_EQ(mislabelled_, 0);
 }
 
-TEST_F(ScreenSharingSessionTest, PausedTheFrameStands) {
+TEST_F(ScreenSharingSessionTest, PausedItKeepsTheLastFrame) {
   share(window_);
   ASSERT_TRUE(probe_.waitForFrame(isRed));
   session_->setScreenPaused(true);

@@ -1,4 +1,4 @@
-// What is listed, on a display server of the test's own.
+// The list of sources, on the test's own display server.
 
 #include "capture/screen/screen_sources.h"
 

@@ -1,4 +1,4 @@
-// The view in a window on a display server of the test's own.
+// The view in a window on the test's own display server.
 
 #include "platform/x11/x11_view.h"
 
@@ -22,7 +22,7 @@ constexpr Colour kBlack{0, 0, 0};
 constexpr Colour kRed{255, 0, 0};
 constexpr Colour kBlue{0, 0, 255};
 
-// A picture of 16:9, red on the left and blue on the right.
+// A frame of 16:9, red on the left and blue on the right.
 GstPtr<GstBuffer> redAndBlue(FramePool& pool) {
   GstPtr<GstBuffer> buffer = pool.acquire();
   GstVideoFrame frame;
@@ -142,7 +142,7 @@ TEST_F(X11ViewTest, FollowsTheWindowsSize) {
   EXPECT_EQ(events_.count("lost"), 0);
 }
 
-TEST_F(X11ViewTest, SurvivesTheWindowsEnd) {
+TEST_F(X11ViewTest, SurvivesTheWindowsDestruction) {
   const XServer server;
   XWindow window(Size{400, 400});
   X11View view(window.id(), events());
@@ -162,7 +162,7 @@ TEST_F(X11ViewTest, SurvivesTheServersEnd) {
   EXPECT_TRUE(showUntilLost(view));
 }
 
-TEST_F(X11ViewTest, IsLostAtOnceWithoutServerOrWindow) {
+TEST_F(X11ViewTest, IsLostImmediatelyWithoutServerOrWindow) {
   {
     X11View view(1, events());  // no $DISPLAY
     EXPECT_TRUE(showUntilLost(view));
@@ -173,7 +173,7 @@ TEST_F(X11ViewTest, IsLostAtOnceWithoutServerOrWindow) {
   EXPECT_TRUE(events_.waitFor("lost", 2));
 }
 
-TEST_F(X11ViewTest, AFrozenServerDoesNotHoldTheViewsEnd) {
+TEST_F(X11ViewTest, AFrozenServerDoesNotBlockDestruction) {
   const XServer server;
   const XWindow window(Size{400, 400});
   {
@@ -192,7 +192,7 @@ TEST_F(X11ViewTest, AViewWithoutFramesEnds) {
   const X11View view(window.id(), events());
 }
 
-TEST_F(X11ViewTest, FiftyViewsLeaveNothingBehind) {
+TEST_F(X11ViewTest, FiftyViewsLeakNothing) {
   const XServer server;
   const XWindow window(Size{400, 400});
   const auto cycle = [&] {
