@@ -19,7 +19,7 @@ const MILESTONES = [
  * (the record), failures as 'failure' (a text), and each played frame as 'played'.
  */
 class PusherSession extends EventEmitter {
-  /** @type {{name: string, seconds: number, payload?: object}[]} seconds since `start` */
+  /** @type {{name: string, seconds: number, payload?: object}[]} seconds since it was made */
   events = [];
   /** @type {number[]} when each captured frame arrived in JavaScript, by `performance.now()` */
   deliveries = [];
@@ -30,7 +30,7 @@ class PusherSession extends EventEmitter {
 
   #live = createLivePush();
   #players = [];
-  #startedAt = performance.now();
+  #madeAt = performance.now();
 
   /**
    * @param {{camera: string, microphone: string}} sources the SDK's extra configuration
@@ -57,9 +57,9 @@ class PusherSession extends EventEmitter {
     for (const [index, plugin] of plugins.entries()) this.#runPlugin(index, plugin);
   }
 
-  /** @returns {number} seconds since `start` */
+  /** @returns {number} seconds since it was made */
   get seconds() {
-    return (performance.now() - this.#startedAt) / 1000;
+    return (performance.now() - this.#madeAt) / 1000;
   }
 
   /**
@@ -94,7 +94,6 @@ class PusherSession extends EventEmitter {
 
   /** Starts capture and push. @param {string} url @throws {Error} when the SDK refuses */
   start(url) {
-    this.#startedAt = performance.now();
     const preview = this.#live.startPreview({ view: null, ...PICTURE });
     if (preview !== 0) throw new Error(`startPreview returned ${preview}`);
     const push = this.#live.startPush(url);

@@ -4,6 +4,7 @@
 // pattern, a camera, a screen or a video file, publishes it, measures the stream at the server with
 // FFmpeg, and prints a report. Or plays a stream. Run with --help for the options.
 
+const { signals } = require('node:os').constants;
 const { firstStream } = require('./first_stream');
 const { playStream } = require('./play_stream');
 const { readOptions, usage } = require('./options');
@@ -23,13 +24,16 @@ async function main() {
     return 0;
   }
   const interruption = new AbortController();
-  for (const signal of ['SIGINT', 'SIGTERM']) process.on(signal, () => interruption.abort());
+  for (const name of ['SIGINT', 'SIGTERM']) process.on(name, () => interruption.abort(name));
 
   const progress = new Progress(process.stderr);
   const [run, text] = options.play ? [playStream, playReport] : [firstStream, textReport];
   const report = await run(options, progress, interruption.signal);
   progress.end();
+  if (interruption.signal.aborted) console.error('interrupted');
   console.log(options.json ? JSON.stringify(report, null, 2) : text(report));
+  // As a shell reports the end by a signal.
+  if (interruption.signal.aborted) return 128 + signals[interruption.signal.reason];
   return report.seen && report.errors.length === 0 ? 0 : 1;
 }
 

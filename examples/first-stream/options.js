@@ -20,8 +20,8 @@ const usage = `Usage: npm start -- [--seconds N] [--input INPUT] [--mix] [--plug
   --json        print one JSON object at the end instead of text
 
 Writes first-stream-preview.png and first-stream-remote.png into the current folder. Exit code 0
-when the stream was seen at the server. With --play, writes first-stream-played.png; exit code 0 when
-something was played.`;
+when the stream was seen at the server, 130 when Ctrl-C ended it. With --play, writes
+first-stream-played.png; exit code 0 when something was played.`;
 
 /**
  * @typedef {object} Options

@@ -41,17 +41,23 @@ class Progress {
       const frames =
         captured === 0
           ? "waiting for the server's first key frame"
-          : `${captured} frames captured, ${delivered} delivered to JavaScript`;
+          : `${captured} frames captured, ${delivered} delivered`;
       this.status(
         `${now.seconds.toFixed(2).padStart(7)} s  ${frames}, ${Math.round(kbits)} kbit/s at the server`,
       );
     }, 1000);
   }
 
-  /** Prints a status line, which the next one replaces. @param {string} status */
+  /**
+   * Prints a status line, which the next one replaces. A terminal shows what fits into one line: of
+   * a longer one the rest would stay.
+   *
+   * @param {string} status
+   */
   status(status) {
-    this.#status = this.#stream.isTTY ? status : '';
-    this.#stream.write(this.#stream.isTTY ? `\r\x1b[K${status}` : `${status}\n`);
+    if (!this.#stream.isTTY) return void this.#stream.write(`${status}\n`);
+    this.#status = status.slice(0, (this.#stream.columns || 80) - 1);
+    this.#stream.write(`\r\x1b[K${this.#status}`);
   }
 
   /** Ends the status line. */

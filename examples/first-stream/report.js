@@ -11,20 +11,20 @@ function textReport({ seen, errors, frames, witness, images }) {
   if (frames) {
     const rate = frames.delivered / Math.max(frames.seconds, 0.001);
     lines.push(
-      `  frames    ${frames.captured} captured, ${frames.delivered} delivered to JavaScript ` +
+      `  frames    ${frames.captured} captured, ${frames.delivered} delivered ` +
         `(${rate.toFixed(1)} a second), ${frames.dropped} replaced by newer ones`,
     );
   }
   const { video, audio } = witness ?? {};
   if (video) {
     lines.push(
-      `  picture   ${video.codec} ${video.width}x${video.height}, ${video.fps} frames a second, ` +
+      `  video     ${video.codec} ${video.width}x${video.height}, ${video.fps} frames/s, ` +
         `${video.bitrate} kbit/s, a key frame every ${video.keyFrameSeconds} s`,
     );
   }
   if (audio) {
     lines.push(
-      `  sound     ${audio.codec} ${audio.sampleRate} Hz, ${audio.channels} channels, ` +
+      `  audio     ${audio.codec} ${audio.sampleRate} Hz, ${audio.channels} channels, ` +
         `${audio.bitrate} kbit/s`,
     );
   }
