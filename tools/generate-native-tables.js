@@ -1,8 +1,8 @@
 'use strict';
 
-// Writes the native tables of methods and events from lib/methods.js and lib/events.js. CMake runs it
-// when it configures; a file that would stay the same is left alone, so that nothing is compiled
-// again.
+// Writes the native tables of methods and events from lib/methods.js and lib/events.js, and the
+// declarations of the SDK's callbacks from its headers. CMake runs it when it configures; a file that
+// would stay the same is left alone, so that nothing is compiled again.
 //
 // Usage: node tools/generate-native-tables.js FOLDER
 
@@ -10,6 +10,7 @@ const path = require('node:path');
 const { EVENTS } = require('../lib/events');
 const { METHODS } = require('../lib/methods');
 const { writeGenerated } = require('./lib/generated');
+const { isListener, sdkInterface } = require('./lib/sdk_interface');
 
 const NAME = /^[a-z]\w*$/;
 
@@ -66,7 +67,24 @@ ${macro('LUMO_PLAIN_PLAYER_EVENTS', 'EVENT', plain('player', 'playerID'))}
 `;
 }
 
+/** Each callback of the listener interfaces once, as an override. */
+function listenerCallbacks() {
+  const qualified = (type) => type.replace(/\b(Lumo\w+|String)\b/, 'LumoRtc::$1');
+  const types = ({ parameters }) => parameters.map(({ type }) => qualified(type)).join(', ');
+  const rows = sdkInterface()
+    .classes.filter(isListener)
+    .flatMap(({ functions }) => functions)
+    .map((one) => `${one.result} ${one.name}(${types(one)}) override;`);
+  return `// The callbacks of the SDK's listener interfaces, as members of a class that has all of them.
+
+#pragma once
+
+${['#define LUMO_LISTENER_CALLBACKS', ...new Set(rows)].join(' \\\n  ')}
+`;
+}
+
 writeGenerated(path.resolve(process.argv[2]), 'tools/generate-native-tables.js', {
   'method_table.h': methodTable(),
   'event_names.h': eventNames(),
+  'listener_callbacks.h': listenerCallbacks(),
 });

@@ -18,6 +18,7 @@
 
 #include "NimboSdk/LumoLivePlayer.h"
 #include "NimboSdk/LumoLivePusher.h"
+#include "generated/listener_callbacks.h"
 #include "plugin/plugin_obj.h"
 #include "utils/callback_queue.h"
 #include "utils/event_dispatcher.h"
@@ -59,42 +60,9 @@ class EventListener final : public EventDispatcher,
   // Queues "onOccurError" with the code as its one argument.
   void NotifyError(LumoLivePushJSWrapperErrorCode code);
 
-  // The callbacks whose event says nothing more, of the pusher and of a player (lib/events.js)
-#define LUMO_DECLARE_PUSHER_CALLBACK(callback, event) \
-  void callback(LumoRtc::LumoLivePusher*) override;
-#define LUMO_DECLARE_PLAYER_CALLBACK(callback, event) \
-  void callback(LumoRtc::LumoLivePlayer* player) override;
-  LUMO_PLAIN_PUSHER_EVENTS(LUMO_DECLARE_PUSHER_CALLBACK)
-  LUMO_PLAIN_PLAYER_EVENTS(LUMO_DECLARE_PLAYER_CALLBACK)
-#undef LUMO_DECLARE_PUSHER_CALLBACK
-#undef LUMO_DECLARE_PLAYER_CALLBACK
-
-  // LumoLivePushErrorListener
-  void onSystemError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) override;
-  void onSDKError(LumoRtc::LumoLivePusher*, LumoRtc::LumoLivePushError error) override;
-
-  // LumoLivePushInfoListener
-  void onAudioVolumeCallback(const LumoRtc::LumoLiveUserVolumeInfo* volumes, int volumeInfoCount,
-                             int totalVolume) override;  // LumoLivePlayInfoListener's as well
-  void onActiveSpeaker(LumoRtc::LumoLivePusher*) override;
-  void onSetLiveMixTranscodingConfig(LumoRtc::LumoLivePusher*, bool isSuccess,
-                                     LumoRtc::String message) override;
-
-  // LumoLivePlayInfoListener
-  void onError(LumoRtc::LumoLivePlayer* player, LumoRtc::LumoLivePlayError code,
-               const char* message) override;
-  void onNetworkQualityChange(LumoRtc::LumoLivePlayer* player,
-                              LumoRtc::LumoLiveNetworkQuality quality) override;
-  void onPlayerStatistics(LumoRtc::LumoLivePlayer* player,
-                          LumoRtc::LumoLivePlayerStatsInfo stats) override;
-  void onActiveSpeaker(LumoRtc::LumoLiveUserVolumeEnum userType,
-                       LumoRtc::LumoLivePlayer* player) override;
-
-  // LumoLiveVideoFrameListener
-  bool onCaptureVideoSample(LumoRtc::LumoLivePusher*, LumoRtc::LumoLiveVideoSource source,
-                            LumoRtc::LumoLiveVideoRawData& frame) override;
-  bool onRemoteVideoSample(LumoRtc::LumoLivePlayer* player, LumoRtc::LumoLiveVideoSource source,
-                           LumoRtc::LumoLiveVideoRawData& frame) override;
+  // The callbacks of all listener interfaces, as the SDK's headers declare them. One that two
+  // interfaces have, such as onAudioVolumeCallback, serves both.
+  LUMO_LISTENER_CALLBACKS
 
   // VideoRenderDataObserver
   void OnVideoRenderDataNeedUpdate(std::string& uid) override;

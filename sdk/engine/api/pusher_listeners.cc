@@ -49,20 +49,13 @@ void PusherListeners::detachAll() {
   networkSlot.set(nullptr);
 }
 
-void PusherListeners::info(InfoEvent event) {
-  infoSlot.call([&](LumoLivePushInfoListener& listener) { (listener.*event)(pusher_); });
-}
-
 void PusherListeners::network(NetworkEvent event) {
   networkSlot.call(
       [&](LumoLivePushNetworkListener& listener) { (listener.*operationOf(event))(pusher_); });
 }
 
 void PusherListeners::mixResult(bool success, const std::string& reason) {
-  const std::string shown = redact(reason);
-  infoSlot.call([&](LumoLivePushInfoListener& listener) {
-    listener.onSetLiveMixTranscodingConfig(pusher_, success, shown.c_str());
-  });
+  info(&LumoLivePushInfoListener::onSetLiveMixTranscodingConfig, success, redact(reason).c_str());
 }
 
 void PusherListeners::volumes(const std::vector<LumoLiveUserVolumeInfo>& records) {

@@ -10,6 +10,7 @@
 #include <gst/video/video.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "NimboSdk/LumoLivePusher.h"
@@ -22,14 +23,17 @@ namespace NimboEngine {
 
 class PusherListeners {
  public:
-  using InfoEvent = void (LumoRtc::LumoLivePushInfoListener::*)(LumoRtc::LumoLivePusher*);
-
   // `pusher` is passed to the listeners and not used otherwise.
   explicit PusherListeners(LumoRtc::LumoLivePusher* pusher) : pusher_(pusher) {}
 
   void detachAll();
 
-  void info(InfoEvent event);
+  // Calls one callback of the info listener with the pusher and `values`.
+  template <class... Types>
+  void info(void (LumoRtc::LumoLivePushInfoListener::*event)(LumoRtc::LumoLivePusher*, Types...),
+            std::type_identity_t<Types>... values) {
+    infoSlot.call([&](auto& listener) { (listener.*event)(pusher_, values...); });
+  }
   void network(NetworkEvent event);
   void mixResult(bool success, const std::string& reason);
   // At least one record.
