@@ -3,20 +3,13 @@
 const fs = require('node:fs');
 const path = require('node:path');
 const { AddonLoadError } = require('./addon_load_error');
+const { findBinaries } = require('./binaries');
 const { explainLoadFailure } = require('./explain_load_failure');
-const { unpackedPath } = require('./unpacked_path');
 
-/**
- * The folder that holds the add-on and, beside it, NimboSdk.framework. LUMO_BUILD_DIR names another
- * one, for example a build with sanitizers.
- */
-const sdkDirectory = unpackedPath(
-  path.resolve(process.env.LUMO_BUILD_DIR || path.join(__dirname, '..', 'build', 'release')),
-);
+const { directory: sdkDirectory, addon: file } = findBinaries(path.join(__dirname, '..'));
 
 /** @returns {{addon?: object, loadError?: AddonLoadError}} never throws */
 function load() {
-  const file = path.join(sdkDirectory, 'lumolivepush_electron_sdk.node');
   const sdk = path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk');
   try {
     if (!fs.existsSync(file)) return { loadError: explainLoadFailure(file, sdk) };
@@ -40,4 +33,10 @@ function failing(loadError) {
 
 const { addon, loadError } = load();
 
-module.exports = { AddonLoadError, addon: addon ?? failing(loadError), loadError, sdkDirectory };
+module.exports = {
+  AddonLoadError,
+  addon: addon ?? failing(loadError),
+  addonFile: file,
+  loadError,
+  sdkDirectory,
+};

@@ -27,13 +27,12 @@ function checkRuntime() {
 }
 
 /** @returns {Check[]} of the add-on and of the libraries that it and the SDK need */
-function checkBinaries({ sdkDirectory, loadError }) {
-  const addon = path.join(sdkDirectory, 'lumolivepush_electron_sdk.node');
-  const files = [addon, path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk')];
+function checkBinaries({ addonFile, sdkDirectory, loadError }) {
+  const files = [addonFile, path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk')];
   const checks = [
     loadError
       ? { what: 'add-on', state: 'missing', detail: `${loadError.code}: ${loadError.message}` }
-      : { what: 'add-on', state: 'ok', detail: addon },
+      : { what: 'add-on', state: 'ok', detail: addonFile },
   ];
   if (process.platform !== 'linux' || !files.every((file) => fs.existsSync(file))) return checks;
   const missing = missingLibraries(files);

@@ -1,12 +1,12 @@
 'use strict';
 
-const { loadError, sdkDirectory } = require('../native');
+const { addonFile, loadError, sdkDirectory } = require('../native');
 const { installCommand } = require('../system_libraries');
 const checks = require('./checks');
 
 /** @returns {import('./checks').Check[]} all that is known about this system, in reading order */
 function examine() {
-  const binaries = checks.checkBinaries({ sdkDirectory, loadError });
+  const binaries = checks.checkBinaries({ addonFile, sdkDirectory, loadError });
   return [
     checks.checkRuntime(),
     ...binaries,
