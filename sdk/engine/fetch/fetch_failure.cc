@@ -3,22 +3,10 @@
 namespace NimboEngine {
 
 LumoRtc::LumoLiveErrorCode playErrorCode(ConnectionError error) {
-  switch (error) {
-    case ConnectionError::kHostNotFound:
-      return LumoRtc::kLumoLiveErrorHostNotFound;
-    case ConnectionError::kRefused:
-      return LumoRtc::kLumoLiveErrorConnectRefused;
-    case ConnectionError::kUnreachable:
-    case ConnectionError::kTimeout:
-      return LumoRtc::kLumoLiveErrorConnectTimeout;
-    case ConnectionError::kTlsUntrusted:
-      return LumoRtc::kLumoLiveErrorServerUntrusted;
-    case ConnectionError::kStreamNotFound:
-    case ConnectionError::kStreamEnded:
-      return LumoRtc::kLumoLiveErrorStreamNotFound;
-    default:
-      return LumoRtc::kLumoLiveErrorPlayRejected;
-  }
+  if (const auto code = routeErrorCode(error)) return *code;
+  const bool isAbsent =
+      error == ConnectionError::kStreamNotFound || error == ConnectionError::kStreamEnded;
+  return isAbsent ? LumoRtc::kLumoLiveErrorStreamNotFound : LumoRtc::kLumoLiveErrorPlayRejected;
 }
 
 }  // namespace NimboEngine

@@ -44,4 +44,20 @@ std::string_view nameOf(ConnectionError error) {
   return "unknown";
 }
 
+std::optional<LumoRtc::LumoLiveErrorCode> routeErrorCode(ConnectionError error) {
+  switch (error) {
+    case ConnectionError::kHostNotFound:
+      return LumoRtc::kLumoLiveErrorHostNotFound;
+    case ConnectionError::kRefused:
+      return LumoRtc::kLumoLiveErrorConnectRefused;
+    case ConnectionError::kUnreachable:
+    case ConnectionError::kTimeout:
+      return LumoRtc::kLumoLiveErrorConnectTimeout;
+    case ConnectionError::kTlsUntrusted:
+      return LumoRtc::kLumoLiveErrorServerUntrusted;
+    default:
+      return std::nullopt;
+  }
+}
+
 }  // namespace NimboEngine

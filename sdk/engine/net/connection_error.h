@@ -1,11 +1,14 @@
-// Errors of an RTMP connection: why it could not be established, or ended.
+// Errors of a connection: why it could not be established, or ended.
 //
 // Thread: plain values.
 
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "NimboSdk/LumoLiveResult.h"
 
 namespace NimboEngine {
 
@@ -35,6 +38,10 @@ enum class ConnectionError {
 
 // For log lines and tests: "host not found", "refused" and so on.
 std::string_view nameOf(ConnectionError error);
+
+// The code of an error on the way to the server, which is the same for publishing and playing.
+// None for other errors.
+std::optional<LumoRtc::LumoLiveErrorCode> routeErrorCode(ConnectionError error);
 
 struct ConnectionFailure {
   ConnectionError error{};

@@ -72,17 +72,12 @@ Encoder::Events Publisher::encoderEvents() {
               }};
 }
 
-// ------------------------------------------------------------------------------ start, stop,
-// states
+// ----------------------------------------------------------------------------- start, stop, states
 
 void Publisher::start(const PushUrl& url) {
   NIMBO_LOG_INFO("publishing to {}", url.forLog());
   url_ = url;
   apply(PushInput::kStart);
-  if (encoder_.start()) return connect();
-  engine_.post(ownerGuard_.bind([this] {
-    apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, "the encoder cannot be started");
-  }));
 }
 
 void Publisher::stop() {
@@ -120,7 +115,8 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
     case PushPhase::kIdle:
       return closeConnection();
     case PushPhase::kConnecting:
-      return;  // start() continues when the encoder runs
+      if (startEncoder()) connect();
+      return;
     case PushPhase::kPublishing:
       if (before == PushPhase::kConnecting) beginSending();
       return;
@@ -138,6 +134,14 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
       output_.detach();
       return finishConnection();
   }
+}
+
+bool Publisher::startEncoder() {
+  if (encoder_.start()) return true;
+  engine_.post(ownerGuard_.bind([this] {
+    apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, "the encoder cannot be started");
+  }));
+  return false;
 }
 
 // --------------------------------------------------------------------------------- one connection

@@ -67,6 +67,7 @@ class Publisher final : public FrameConsumer {
   Encoder::Events encoderEvents();
   void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
   void entered(PushPhase before, const PushState::Step& step);
+  bool startEncoder();
   void connect();
   void onConnectionFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
   void beginSending();

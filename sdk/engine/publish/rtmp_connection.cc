@@ -33,34 +33,16 @@ GstPtr<GstBuffer> withKeepMetadata(GstBuffer* tag, std::size_t offset, std::size
 }  // namespace
 
 LumoLiveErrorCode publishErrorCode(ConnectionError error) {
+  if (const auto code = routeErrorCode(error)) return *code;
   switch (error) {
-    case ConnectionError::kHostNotFound:
-      return kLumoLiveErrorHostNotFound;
-    case ConnectionError::kRefused:
-      return kLumoLiveErrorConnectRefused;
-    case ConnectionError::kUnreachable:
-    case ConnectionError::kTimeout:
-      return kLumoLiveErrorConnectTimeout;
-    case ConnectionError::kTlsUntrusted:
-      return kLumoLiveErrorServerUntrusted;
     case ConnectionError::kNameInUse:
       return kLumoLiveErrorStreamNameInUse;
     case ConnectionError::kPublishDenied:
     case ConnectionError::kAuthenticationNeeded:
       return kLumoLiveErrorPublishDenied;
-    case ConnectionError::kTlsFailed:
-    case ConnectionError::kClosedByPeer:  // it answered, then closed: a refusal
-    case ConnectionError::kSystem:
-    case ConnectionError::kProtocolViolation:
-    case ConnectionError::kLimitExceeded:
-    case ConnectionError::kConnectRejected:
-    case ConnectionError::kPublishRejected:
-    case ConnectionError::kPlayDenied:
-    case ConnectionError::kStreamNotFound:
-    case ConnectionError::kStreamEnded:
-      break;
+    default:  // also one that answered, then closed: a refusal
+      return kLumoLiveErrorPublishRejected;
   }
-  return kLumoLiveErrorPublishRejected;
 }
 
 RtmpConnection::RtmpConnection(EngineThread& engine, PushUrl url, Events events)
