@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
 
   const GstPtr<GstBuffer> tag(copied(data, size));
   const GstPtr<GstBuffer> pieces(copiedInPieces(data, size));
-  const FlvTag kind = classifyFlvTag(tag.get());
+  const PacketKind kind = classifyFlvTag(tag.get());
   require(classifyFlvTag(pieces.get()) == kind, "splitting makes no difference");
   const GstPtr<GstBuffer> later = withFlvTimestamp(tag.get(), time);
   require(gst_buffer_get_size(later.get()) == size, "the size stays");

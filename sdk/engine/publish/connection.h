@@ -1,4 +1,4 @@
-// One connection to a server for publishing: FLV tags in, events out. A failed or finished
+// One connection to a server for publishing: muxed packets in, events out. A failed or finished
 // connection is not reused; the next attempt is a new object.
 //
 // Thread: created, used and destroyed on the engine thread, where the events are raised too;
@@ -42,8 +42,8 @@ class Connection {
   // Starts connecting.
   virtual void open() = 0;
 
-  // Never blocks. `tag` is a whole FLV tag: its header, its body, its size.
-  virtual void send(GstPtr<GstBuffer> tag) = 0;
+  // Never blocks. `packet` comes from the protocol's muxer.
+  virtual void send(GstPtr<GstBuffer> packet) = 0;
 
   // Bytes passed to send() that the server has not acknowledged yet.
   virtual std::size_t backlog() const = 0;
@@ -55,9 +55,5 @@ class Connection {
   // raises onDrained. Nothing may be sent afterwards.
   virtual void finish() = 0;
 };
-
-// The connection for the URL's scheme.
-std::unique_ptr<Connection> makeConnection(EngineThread& engine, const PushUrl& url,
-                                           Connection::Events events);
 
 }  // namespace NimboEngine

@@ -21,20 +21,15 @@ constexpr int kQueuedFrames = 8;
 // In frames, more than there ever are between two key frames: those are requested by time.
 constexpr int kLongestInterval = 60 * 60;
 
-std::string audioBranch(const EncoderSettings& settings) {
+std::string audioBranch(const EncoderSettings& settings, const Muxer& muxer) {
   return fmt::format(
       "appsrc name=audio is-live=true format=time max-bytes=0 max-time=1000000000 "
       "leaky-type=downstream "
       "caps=audio/x-raw,format=" GST_AUDIO_NE(S16) ",layout=interleaved,rate={},channels={} ! "
       "audioconvert ! "
-      "avenc_aac bitrate={} ! aacparse ! audio/mpeg,mpegversion=4,stream-format=raw ! mux.audio ",
-      settings.audio.rate, settings.audio.channels, settings.audioBps);
+      "avenc_aac bitrate={} ! aacparse ! {} ! mux.audio ",
+      settings.audio.rate, settings.audio.channels, settings.audioBps, muxer.audioCaps);
 }
-
-// latency: how long the muxer waits for the slower of both streams.
-constexpr char kMuxer[] =
-    "flvmux name=mux streamable=true latency=500000000 ! "
-    "appsink name=flv sync=false async=false enable-last-sample=false";
 
 void push(GstElement* source, GstBuffer* buffer) {
   gst_app_src_push_buffer(GST_APP_SRC(source), share(buffer).release());  // takes the reference
@@ -64,22 +59,24 @@ Encoder::~Encoder() {
   tsanAcquire(this);
 }
 
-std::string Encoder::videoBranch() const {
+std::string Encoder::videoBranch(const Muxer& muxer) const {
   const int kbps = bitrateLimits(settings_).initial;
   return fmt::format(
       "appsrc name=video is-live=true format=time max-bytes=0 max-buffers={} "
       "leaky-type=downstream ! videocrop name=crop ! videoconvertscale add-borders=true ! "
       "capsfilter name=size ! {} ! "
-      "h264parse ! video/x-h264,stream-format=avc,alignment=au ! mux.video ",
-      kQueuedFrames, h264_->describe(kbps, kLongestInterval));
+      "h264parse ! {} ! mux.video ",
+      kQueuedFrames, h264_->describe(kbps, kLongestInterval), muxer.videoCaps);
 }
 
-bool Encoder::start() {
+bool Encoder::start(const Muxer& muxer) {
   if (!settings_.audioOnly && !h264_) {
     NIMBO_LOG_ERROR("there is no H.264 encoder");
     return false;
   }
-  const std::string description = (h264_ ? videoBranch() : "") + audioBranch(settings_) + kMuxer;
+  const std::string description =
+      (h264_ ? videoBranch(muxer) : "") + audioBranch(settings_, muxer) + muxer.element +
+      " name=mux ! appsink name=packets sync=false async=false enable-last-sample=false";
   pipeline_ = Pipeline::parse("encoder", description, [this](const PipelineMessage& message) {
     if (message.kind == PipelineMessage::Kind::kError) events_.onFailed(message.text);
   });
@@ -98,12 +95,12 @@ bool Encoder::start() {
     tsanAcquire(self);
     const GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
     if (sample)
-      static_cast<Encoder*>(self)->events_.onTag(share(gst_sample_get_buffer(sample.get())));
+      static_cast<Encoder*>(self)->events_.onPacket(share(gst_sample_get_buffer(sample.get())));
     tsanRelease(self);
     return GST_FLOW_OK;
   };
   tsanRelease(this);
-  const GstPtr<GstElement> sink = pipeline_->element("flv");
+  const GstPtr<GstElement> sink = pipeline_->element("packets");
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, this, nullptr);
 
   // The pipeline's running time is the clock's own time, which the buffers carry: they are pushed

@@ -1,8 +1,8 @@
-// Encodes captured media to H.264 and AAC and muxes both into FLV tags. It lasts for the whole
-// push, through all its connections, so that time stamps never go back for a viewer.
+// Encodes captured media to H.264 and AAC and muxes both. It lasts for the whole push, through all
+// its connections, so that time stamps never go back for a viewer.
 //
 // Thread: create, start and destroy on one thread; pushVideo and pushAudio from the capture
-//   threads, the rest from any. The handlers are called on threads of its own: onTag on one
+//   threads, the rest from any. The handlers are called on threads of its own: onPacket on one
 //   of them only. Destruction waits for a running handler; none follows.
 // Ownership: owns its pipeline; buffers pushed are referenced, not copied.
 // Failure: start() returns false; later failures are reported once through onFailed.
@@ -20,13 +20,14 @@
 #include "gst/pipeline.h"
 #include "publish/encoder_settings.h"
 #include "publish/h264_encoder.h"
+#include "publish/muxer.h"
 
 namespace NimboEngine {
 
 class Encoder {
  public:
   struct Events {
-    std::function<void(GstPtr<GstBuffer> tag)> onTag;
+    std::function<void(GstPtr<GstBuffer> packet)> onPacket;
     std::function<void(const std::string& message)> onFailed;
   };
 
@@ -35,7 +36,8 @@ class Encoder {
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
-  bool start();
+  // `muxer` must outlive the encoder.
+  bool start(const Muxer& muxer);
 
   // Buffers carry their time as described in FrameConsumer. The frame size may change.
   void pushVideo(GstBuffer* buffer, const GstVideoInfo& info);
@@ -50,7 +52,7 @@ class Encoder {
   void setVideoFormat(const VideoFormat& format);
 
  private:
-  std::string videoBranch() const;
+  std::string videoBranch(const Muxer& muxer) const;
   void applyFormats();
 
   const EncoderSettings settings_;

@@ -18,23 +18,22 @@ constexpr uint8_t kConfiguration = 0;
 
 }  // namespace
 
-FlvTag classifyFlvTag(GstBuffer* buffer) {
+PacketKind classifyFlvTag(GstBuffer* buffer) {
   std::array<uint8_t, kFlvTagHeader + 2> head{};
   const gsize size = gst_buffer_extract(buffer, 0, head.data(), head.size());
-  if (size >= 3 && head[0] == 'F' && head[1] == 'L' && head[2] == 'V') return FlvTag::kFileHeader;
-  if (size < head.size()) return FlvTag::kOther;
+  if (size < head.size()) return PacketKind::kOther;
   const bool configuration = head[kFlvTagHeader + 1] == kConfiguration;
   switch (head[0]) {
     case kScriptType:
-      return FlvTag::kMetadata;
+      return PacketKind::kMetadata;
     case kAudioType:
-      return configuration ? FlvTag::kAudioHeader : FlvTag::kAudioFrame;
+      return configuration ? PacketKind::kAudioHeader : PacketKind::kAudioFrame;
     case kVideoType:
-      if (configuration) return FlvTag::kVideoHeader;
-      return head[kFlvTagHeader] >> 4 == kKeyFrameType ? FlvTag::kVideoKeyFrame
-                                                       : FlvTag::kVideoFrame;
+      if (configuration) return PacketKind::kVideoHeader;
+      return head[kFlvTagHeader] >> 4 == kKeyFrameType ? PacketKind::kVideoKeyFrame
+                                                       : PacketKind::kVideoFrame;
     default:
-      return FlvTag::kOther;
+      return PacketKind::kOther;
   }
 }
 
@@ -55,5 +54,14 @@ GstPtr<GstBuffer> withFlvTimestamp(GstBuffer* tag, uint32_t milliseconds) {
   gst_buffer_fill(copy.get(), kTimestampOffset, bytes.data(), bytes.size());
   return copy;
 }
+
+// latency: how long the muxer waits for the slower of both streams.
+const Muxer kFlvMuxer{.element = "flvmux streamable=true latency=500000000",
+                      .videoCaps = "video/x-h264,stream-format=avc,alignment=au",
+                      .audioCaps = "audio/mpeg,mpegversion=4,stream-format=raw",
+                      .framing = kFlvTagFraming,
+                      .kindOf = classifyFlvTag,
+                      .timestampOf = flvTimestamp,
+                      .withTimestamp = withFlvTimestamp};
 
 }  // namespace NimboEngine

@@ -6,10 +6,6 @@ namespace {
 // How far a viewer may fall behind before frames are skipped.
 constexpr std::chrono::milliseconds kLimit{2000};
 
-bool isFrame(FlvTag tag) {
-  return tag == FlvTag::kVideoKeyFrame || tag == FlvTag::kVideoFrame || tag == FlvTag::kAudioFrame;
-}
-
 }  // namespace
 
 FrameGate::FrameGate(bool audioOnly) : audioOnly_(audioOnly) {}
@@ -23,17 +19,16 @@ void FrameGate::close() {
   state_ = State::kClosed;
 }
 
-bool FrameGate::startsStream(FlvTag tag) const {
-  return tag == (audioOnly_ ? FlvTag::kAudioFrame : FlvTag::kVideoKeyFrame);
+bool FrameGate::startsStream(FrameKind frame) const {
+  return frame == (audioOnly_ ? FrameKind::kAudio : FrameKind::kKeyFrame);
 }
 
-FrameGate::Decision FrameGate::decide(FlvTag tag, std::chrono::milliseconds waiting) {
-  if (!isFrame(tag)) return {};
+FrameGate::Decision FrameGate::decide(FrameKind frame, std::chrono::milliseconds waiting) {
   switch (state_) {
     case State::kClosed:
       return {};
     case State::kWaiting: {
-      if (!startsStream(tag)) {
+      if (!startsStream(frame)) {
         if (started_) ++dropped_;
         return {};
       }

@@ -6,7 +6,7 @@
 // it drops everything until three quarters of them have been sent, requests a key frame and
 // continues from there.
 //
-// Only frames are handled here. The caller sends the headers before the frames that need them.
+// Headers are not handled here. The caller sends them before the frames that need them.
 //
 // Thread: one at a time; the caller locks.
 
@@ -15,9 +15,9 @@
 #include <chrono>
 #include <cstdint>
 
-#include "publish/flv_tag.h"
-
 namespace NimboEngine {
+
+enum class FrameKind { kKeyFrame, kDeltaFrame, kAudio };
 
 class FrameGate {
  public:
@@ -34,8 +34,8 @@ class FrameGate {
   void open();
   void close();
 
-  // Decides about `tag` while media of this playing time are queued.
-  Decision decide(FlvTag tag, std::chrono::milliseconds waiting);
+  // Decides about a frame while media of this playing time are queued.
+  Decision decide(FrameKind frame, std::chrono::milliseconds waiting);
 
   // Total of frames dropped to catch up.
   uint64_t dropped() const { return dropped_; }
@@ -43,7 +43,7 @@ class FrameGate {
  private:
   enum class State { kClosed, kWaiting, kFlowing, kCatchingUp };
 
-  bool startsStream(FlvTag tag) const;
+  bool startsStream(FrameKind frame) const;
   Decision flow(std::chrono::milliseconds waiting);
   Decision catchUp(std::chrono::milliseconds waiting);
 

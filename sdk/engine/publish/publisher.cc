@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "publish/protocol.h"
 
 namespace NimboEngine {
 namespace {
@@ -40,7 +41,7 @@ Publisher::~Publisher() {
 
 // ---------------------------------------------------------------------------- events of the parts
 
-FlvOutput::Events Publisher::outputEvents() {
+ConnectionOutput::Events Publisher::outputEvents() {
   auto firstFrame = ownerGuard_.bind([this] {
     if (phase() == PushPhase::kPublishing && !std::exchange(notifiedFirstFrame_, true)) {
       events_.onFirstFrame();
@@ -65,7 +66,7 @@ Encoder::Events Publisher::encoderEvents() {
   auto failed = ownerGuard_.bind([this](const std::string& message) {
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, message);
   });
-  return {.onTag = [this](GstPtr<GstBuffer> tag) { output_.deliver(std::move(tag)); },
+  return {.onPacket = [this](GstPtr<GstBuffer> packet) { output_.deliver(std::move(packet)); },
           .onFailed =
               [this, failed](const std::string& message) {
                 engine_.post([failed, message]() mutable { failed(message); });
@@ -137,7 +138,8 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
 }
 
 bool Publisher::startEncoder() {
-  if (encoder_.start()) return true;
+  output_.setMuxer(url_.protocol->muxer);
+  if (encoder_.start(url_.protocol->muxer)) return true;
   engine_.post(ownerGuard_.bind([this] {
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, "the encoder cannot be started");
   }));
@@ -151,7 +153,7 @@ void Publisher::connect() {
   const auto now =
       std::chrono::time_point_cast<PushUrl::Time::duration>(std::chrono::system_clock::now());
   if (url_.expiry && *url_.expiry < now) notifyOverdue();
-  connection_ = makeConnection(
+  connection_ = url_.protocol->connect(
       engine_, url_,
       {.onAccepted = [this] { apply(PushInput::kAccepted); },
        .onFailed = [this](LumoLiveErrorCode code,

@@ -20,8 +20,8 @@
 #include "media/frame_consumer.h"
 #include "publish/bitrate_control.h"
 #include "publish/connection.h"
+#include "publish/connection_output.h"
 #include "publish/encoder.h"
-#include "publish/flv_output.h"
 #include "publish/link_monitor.h"
 #include "publish/network_event.h"
 #include "publish/network_settings.h"
@@ -63,7 +63,7 @@ class Publisher final : public FrameConsumer {
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
 
  private:
-  FlvOutput::Events outputEvents();
+  ConnectionOutput::Events outputEvents();
   Encoder::Events encoderEvents();
   void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
   void entered(PushPhase before, const PushState::Step& step);
@@ -88,7 +88,7 @@ class Publisher final : public FrameConsumer {
   bool notifiedFirstFrame_ = false;
   bool notifiedOverdue_ = false;
   std::unique_ptr<Connection> connection_;
-  FlvOutput output_;
+  ConnectionOutput output_;
   int appliedKbps_ = 0;
   Encoder encoder_;  // destroyed first: its threads use the output
 };

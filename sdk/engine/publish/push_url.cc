@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/redaction.h"
+#include "publish/protocol.h"
 #include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
@@ -61,16 +62,22 @@ std::optional<PushUrl> parsePushUrl(const char* text, std::string& error) {
     error = "the URL is empty";
     return std::nullopt;
   }
-  const auto target = parseRtmpUrl(text, error);
-  if (!target) return std::nullopt;
   PushUrl url;
   url.text = text;
+  url.protocol = findPublishProtocol(url.text, error);
+  if (!url.protocol || !url.protocol->parse(url, error)) return std::nullopt;
+  return url;
+}
+
+bool parseRtmpPushUrl(PushUrl& url, std::string& error) {
+  const auto target = parseRtmpUrl(url.text, error);
+  if (!target) return false;
   url.host = target->host;
   url.port = target->port;
   url.application = target->application.substr(0, target->application.find('?'));
   url.expiry = expiryOf(queryOf(target->stream));
   if (!url.expiry) url.expiry = expiryOf(queryOf(target->application));
-  return url;
+  return true;
 }
 
 }  // namespace NimboEngine

@@ -10,11 +10,14 @@
 
 namespace NimboEngine {
 
+struct PublishProtocol;
+
 struct PushUrl {
   // In milliseconds, since the system clock's own range ends in the year 2262.
   using Time = std::chrono::sys_time<std::chrono::milliseconds>;
 
   std::string text;  // as given; may end in a secret stream key
+  const PublishProtocol* protocol = nullptr;
   std::string host;
   int port = 0;
   std::string application;     // without its query
@@ -24,11 +27,15 @@ struct PushUrl {
   std::string forLog() const;
 };
 
-// Accepts what parseRtmpUrl() does (see rtmp/rtmp_url.h). Without a value, `error` describes the
+// Accepts what the scheme's protocol does. Without a value, `error` describes the
 // defect.
 //
 // The first of the parameters "expires", "expire", "exp" and "deadline" whose value is a whole
 // number of seconds since 1970 (or of milliseconds, from 10^11 on) is the expiry.
 std::optional<PushUrl> parsePushUrl(const char* text, std::string& error);
+
+// The protocol's part of it for RTMP and RTMPS, which accepts what parseRtmpUrl() does (see
+// rtmp/rtmp_url.h).
+bool parseRtmpPushUrl(PushUrl& url, std::string& error);
 
 }  // namespace NimboEngine

@@ -91,7 +91,7 @@ void RtmpConnection::send(GstPtr<GstBuffer> tag) {
   if (size < kFlvTagFraming || gst_buffer_extract(tag.get(), 0, &type, 1) != 1) return;
   const uint32_t timestamp = flvTimestamp(tag.get());
   const gsize bodySize = size - kFlvTagFraming;
-  if (classifyFlvTag(tag.get()) == FlvTag::kMetadata) {
+  if (classifyFlvTag(tag.get()) == PacketKind::kMetadata) {
     tag = withKeepMetadata(tag.get(), kFlvTagHeader, bodySize);
     return client_->send(RtmpType::kData, timestamp, std::move(tag), 0,
                          bodySize + kKeepMetadataBytes);

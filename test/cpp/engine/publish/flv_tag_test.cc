@@ -26,24 +26,24 @@ class FlvTagTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
 
-  static FlvTag kindOf(const Bytes& bytes) { return classifyFlvTag(bufferOf(bytes).get()); }
+  static PacketKind kindOf(const Bytes& bytes) { return classifyFlvTag(bufferOf(bytes).get()); }
 };
 
 TEST_F(FlvTagTest, KnowsTheKinds) {
-  EXPECT_EQ(kindOf({'F', 'L', 'V', 1, 5, 0, 0, 0, 9, 0, 0, 0, 0}), FlvTag::kFileHeader);
-  EXPECT_EQ(kindOf(tag(18, {2, 0, 10})), FlvTag::kMetadata);
-  EXPECT_EQ(kindOf(tag(9, {0x17, 0, 0})), FlvTag::kVideoHeader);
-  EXPECT_EQ(kindOf(tag(9, {0x17, 1, 0})), FlvTag::kVideoKeyFrame);
-  EXPECT_EQ(kindOf(tag(9, {0x27, 1, 0})), FlvTag::kVideoFrame);
-  EXPECT_EQ(kindOf(tag(8, {0xaf, 0, 0})), FlvTag::kAudioHeader);
-  EXPECT_EQ(kindOf(tag(8, {0xaf, 1, 0})), FlvTag::kAudioFrame);
+  EXPECT_EQ(kindOf({'F', 'L', 'V', 1, 5, 0, 0, 0, 9, 0, 0, 0, 0}), PacketKind::kOther);
+  EXPECT_EQ(kindOf(tag(18, {2, 0, 10})), PacketKind::kMetadata);
+  EXPECT_EQ(kindOf(tag(9, {0x17, 0, 0})), PacketKind::kVideoHeader);
+  EXPECT_EQ(kindOf(tag(9, {0x17, 1, 0})), PacketKind::kVideoKeyFrame);
+  EXPECT_EQ(kindOf(tag(9, {0x27, 1, 0})), PacketKind::kVideoFrame);
+  EXPECT_EQ(kindOf(tag(8, {0xaf, 0, 0})), PacketKind::kAudioHeader);
+  EXPECT_EQ(kindOf(tag(8, {0xaf, 1, 0})), PacketKind::kAudioFrame);
 }
 
 TEST_F(FlvTagTest, DoesNotGuess) {
-  EXPECT_EQ(kindOf({}), FlvTag::kOther);
-  EXPECT_EQ(kindOf({9, 0, 0}), FlvTag::kOther);
-  EXPECT_EQ(kindOf(tag(9, {0x17})), FlvTag::kOther);
-  EXPECT_EQ(kindOf(tag(5, {0x17, 1, 0})), FlvTag::kOther);
+  EXPECT_EQ(kindOf({}), PacketKind::kOther);
+  EXPECT_EQ(kindOf({9, 0, 0}), PacketKind::kOther);
+  EXPECT_EQ(kindOf(tag(9, {0x17})), PacketKind::kOther);
+  EXPECT_EQ(kindOf(tag(5, {0x17, 1, 0})), PacketKind::kOther);
 }
 
 TEST_F(FlvTagTest, ReadsTheTimestampWithItsUpperByte) {
@@ -56,7 +56,7 @@ TEST_F(FlvTagTest, CopiesWithAnotherTimestamp) {
   const auto copy = withFlvTimestamp(original.get(), 0xfedcba98);
   EXPECT_EQ(flvTimestamp(copy.get()), 0xfedcba98u);
   EXPECT_EQ(flvTimestamp(original.get()), 0x04010203u);
-  EXPECT_EQ(classifyFlvTag(copy.get()), FlvTag::kMetadata);
+  EXPECT_EQ(classifyFlvTag(copy.get()), PacketKind::kMetadata);
   EXPECT_EQ(gst_buffer_get_size(copy.get()), gst_buffer_get_size(original.get()));
 }
 

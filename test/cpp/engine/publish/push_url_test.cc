@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "publish/protocol.h"
+
 namespace NimboEngine {
 namespace {
 
@@ -30,6 +32,11 @@ TEST(PushUrl, KnowsTheSchemesPorts) {
   EXPECT_EQ(accepted("rtmp://h/a/s").port, 1935);
   EXPECT_EQ(accepted("rtmps://h/a/s").port, 443);
   EXPECT_EQ(accepted("RTMP://h/a/s").port, 1935);
+}
+
+TEST(PushUrl, KnowsItsProtocol) {
+  EXPECT_EQ(accepted("rtmp://h/a/s").protocol->scheme, "rtmp");
+  EXPECT_EQ(accepted("RTMPS://h/a/s").protocol->scheme, "rtmps");
 }
 
 TEST(PushUrl, KnowsItsExpiry) {

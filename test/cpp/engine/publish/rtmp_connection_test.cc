@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "gst/runtime.h"
+#include "publish/protocol.h"
 #include "support/event_log.h"
 #include "support/loopback_peer.h"
 #include "support/rtmp_script.h"
@@ -63,14 +64,14 @@ class RtmpConnectionTest : public testing::Test {
     const std::string text = fmt::format("rtmp://127.0.0.1:{}/live/s", port);
     const auto url = parsePushUrl(text.c_str(), reason);
     engine.run([&] {
-      connection = makeConnection(engine, *url,
-                                  {.onAccepted = [this] { events.add("accepted"); },
-                                   .onFailed =
-                                       [this](LumoLiveErrorCode why, const std::string&) {
-                                         code = why;
-                                         events.add("failed");
-                                       },
-                                   .onDrained = [this] { events.add("drained"); }});
+      connection = url->protocol->connect(engine, *url,
+                                          {.onAccepted = [this] { events.add("accepted"); },
+                                           .onFailed =
+                                               [this](LumoLiveErrorCode why, const std::string&) {
+                                                 code = why;
+                                                 events.add("failed");
+                                               },
+                                           .onDrained = [this] { events.add("drained"); }});
       connection->open();
     });
   }

@@ -17,16 +17,16 @@
 #include <mutex>
 #include <optional>
 
-#include "publish/flv_tag.h"
 #include "publish/frame_gate.h"
 #include "publish/link_monitor.h"
+#include "publish/muxer.h"
 #include "publish/send_queue_estimator.h"
 
 namespace NimboEngine {
 
 class Connection;
 
-class FlvOutput {
+class ConnectionOutput {
  public:
   struct Events {
     std::function<void()> onFirstFrame;  // the first frame of a connection was sent
@@ -35,15 +35,18 @@ class FlvOutput {
     std::function<void()> onFramesDropped;  // once each time that a connection catches up
   };
 
-  FlvOutput(bool audioOnly, Events events);
+  ConnectionOutput(bool audioOnly, Events events);
 
-  // From the next key frame on, tags go to `connection`.
+  // Call before the first packet. `muxer` creates the packets and outlives this object.
+  void setMuxer(const Muxer& muxer) { muxer_ = &muxer; }
+
+  // From the next key frame on, packets go to `connection`.
   void attach(Connection* connection);
 
   // After it has returned, the connection is not used any more.
   void detach();
 
-  void deliver(GstPtr<GstBuffer> tag);
+  void deliver(GstPtr<GstBuffer> packet);
 
   // Samples the state of the connection; all zero without one.
   LinkSample sample();
@@ -54,18 +57,19 @@ class FlvOutput {
 
  private:
   std::chrono::milliseconds waiting();
-  void send(GstPtr<GstBuffer> tag);
-  void sendHeader(FlvTag kind, uint32_t timestamp);
+  void send(GstPtr<GstBuffer> packet);
+  void sendHeader(PacketKind kind, uint32_t timestamp);
 
   const Events events_;
+  const Muxer* muxer_ = nullptr;
   std::mutex mutex_;
   FrameGate gate_;
   Connection* connection_ = nullptr;
   SendQueueEstimator sendQueue_;        // of the connection
-  uint64_t payload_ = 0;                // bytes in the tags sent to the connection
+  uint64_t payload_ = 0;                // bytes in the packets sent to the connection
   uint64_t acknowledgedBefore_ = 0;     // bytes acknowledged when it was attached
   std::optional<uint64_t> firstFrame_;  // bytes acknowledged once the first frame has arrived
-  std::map<FlvTag, GstPtr<GstBuffer>> headers_;
+  std::map<PacketKind, GstPtr<GstBuffer>> headers_;
   bool videoHeaderChanged_ = false;  // since it was last sent
 };
 
