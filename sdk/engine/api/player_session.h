@@ -17,8 +17,9 @@
 #include "api/player_listeners.h"
 #include "audio/audio_gain.h"
 #include "base/engine_thread.h"
+#include "base/sink_list.h"
 #include "base/weak_owner_guard.h"
-#include "media/consumer_list.h"
+#include "media/frame_consumer.h"
 #include "platform/x11/x11_view.h"
 #include "play/audio_output.h"
 #include "play/playback.h"
@@ -91,7 +92,7 @@ class PlayerSession {
   std::atomic<bool> waitsForView_{false};
   std::atomic<bool> notifiedFirstDrawn_{true};
   std::atomic<bool> notifiedFirstAudio_{true};
-  ConsumerList consumers_;
+  SinkList<FrameConsumer> consumers_;
 
   std::unique_ptr<AudioOutput> output_;
   std::unique_ptr<Playback> playback_;  // destroyed before what it uses

@@ -234,7 +234,8 @@ void PusherSession::beginPush(const PushRequest& request) {
               [this] { listeners_.info(&LumoLivePushInfoListener::onFirstFramePushed); },
           .onNetworkEvent = [this](NetworkEvent event) { onNetworkEvent(event); }});
   publisher_->start(request.url);
-  mixer_ = std::make_unique<LiveMixer>(*publisher_, wantedEncoder().video);
+  mixer_ = std::make_unique<LiveMixer>(wantedEncoder().video);
+  mixer_->addSink(publisher_.get());
   mixer_->setLayout(mix_);
   capture_->addConsumer(mixer_.get());
 }

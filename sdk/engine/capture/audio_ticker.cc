@@ -20,7 +20,7 @@ uint64_t firstFrame(uint64_t number, int rate) {
 
 }  // namespace
 
-AudioTicker::AudioTicker(const AudioFormat& format, ConsumerList& consumers)
+AudioTicker::AudioTicker(const AudioFormat& format, SinkList<FrameConsumer>& consumers)
     : format_(format),
       consumers_(consumers),
       ticker_("capture-audio", kChunksPerSecond, kCatchUp,

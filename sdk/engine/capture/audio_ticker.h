@@ -12,8 +12,9 @@
 #include <memory>
 #include <mutex>
 
+#include "base/sink_list.h"
 #include "capture/ticker.h"
-#include "media/consumer_list.h"
+#include "media/frame_consumer.h"
 #include "media/sample_fifo.h"
 
 namespace NimboEngine {
@@ -22,7 +23,7 @@ class AudioTicker {
  public:
   static constexpr uint32_t kChunksPerSecond = 50;
 
-  AudioTicker(const AudioFormat& format, ConsumerList& consumers);
+  AudioTicker(const AudioFormat& format, SinkList<FrameConsumer>& consumers);
 
   // Selects the source, which takes over from its predecessor as soon as it has samples. Null:
   // none, immediately.
@@ -35,7 +36,7 @@ class AudioTicker {
   std::shared_ptr<SampleFifo> currentSource();
 
   const AudioFormat format_;
-  ConsumerList& consumers_;
+  SinkList<FrameConsumer>& consumers_;
   std::atomic<bool> silent_{false};
   std::mutex mutex_;
   std::shared_ptr<SampleFifo> source_;

@@ -108,7 +108,7 @@ class CaptureSession {
   CaptureSettings settings_;  // its video.fps changes, under the mutex
   VideoFormat wanted_;
   const FailureCallback onFailure_;
-  ConsumerList consumers_;
+  SinkList<FrameConsumer> consumers_;
   std::unique_ptr<VideoTicker> video_;  // null when only audio is captured
   AudioTicker audio_;
   std::mutex mutex_;

@@ -11,7 +11,8 @@ constexpr uint8_t kBlack = 16;
 
 }  // namespace
 
-VideoTicker::VideoTicker(const VideoFormat& format, FrameCallback onFrame, ConsumerList& consumers)
+VideoTicker::VideoTicker(const VideoFormat& format, FrameCallback onFrame,
+                         SinkList<FrameConsumer>& consumers)
     : onFrame_(std::move(onFrame)),
       consumers_(consumers),
       choice_(format),

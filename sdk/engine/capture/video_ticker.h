@@ -12,9 +12,10 @@
 #include <functional>
 #include <memory>
 
+#include "base/sink_list.h"
 #include "capture/frame_choice.h"
 #include "capture/ticker.h"
-#include "media/consumer_list.h"
+#include "media/frame_consumer.h"
 #include "media/frame_pool.h"
 
 namespace NimboEngine {
@@ -27,7 +28,7 @@ using FrameCallback =
 
 class VideoTicker {
  public:
-  VideoTicker(const VideoFormat& format, FrameCallback onFrame, ConsumerList& consumers);
+  VideoTicker(const VideoFormat& format, FrameCallback onFrame, SinkList<FrameConsumer>& consumers);
 
   FrameChoice& choice() { return choice_; }
 
@@ -39,7 +40,7 @@ class VideoTicker {
   bool draw(GstBuffer* frame, const ShownFrame& shown);
 
   const FrameCallback onFrame_;
-  ConsumerList& consumers_;
+  SinkList<FrameConsumer>& consumers_;
   FrameChoice choice_;
   VideoFormat format_;  // of the pool; tick thread only, like the pool
   std::unique_ptr<FramePool> pool_;

@@ -7,7 +7,7 @@
 
 namespace NimboEngine {
 
-LiveMixer::LiveMixer(FrameConsumer& behind, const VideoFormat& format) : behind_(behind) {
+LiveMixer::LiveMixer(const VideoFormat& format) {
   videoMix_.setFormat(format);
 }
 
@@ -24,7 +24,7 @@ void LiveMixer::setLayout(std::optional<MixLayout> layout) {
 
 void LiveMixer::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) {
   std::lock_guard lock(videoMutex_);
-  if (!layout_) return behind_.onVideoFrame(buffer, info, time);
+  if (!layout_) return deliverVideo(buffer, info, time);
   std::vector<std::optional<RemoteStream::Frame>> frames;
   for (const MixPlace& place : layout_->places) {
     if (place.user.isLocal()) {
@@ -40,12 +40,12 @@ void LiveMixer::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClo
     return;
   }
   GST_BUFFER_PTS(mixed.get()) = time;
-  behind_.onVideoFrame(mixed.get(), videoMix_.info(), time);
+  deliverVideo(mixed.get(), videoMix_.info(), time);
 }
 
 void LiveMixer::onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) {
   std::lock_guard lock(audioMutex_);
-  if (!layout_) return behind_.onAudioChunk(buffer, format, time);
+  if (!layout_) return deliverAudio(buffer, format, time);
   bool isLocalAudible = false;
   std::vector<std::shared_ptr<RemoteStream>> streams;
   for (const MixPlace& place : layout_->places) {
@@ -61,7 +61,15 @@ void LiveMixer::onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstCl
   audioMix_.add(streams, format, moment, samples.data(), samples.size() / channels);
   const GstPtr<GstBuffer> mixed(gst_buffer_new_memdup(samples.data(), bytes));
   GST_BUFFER_PTS(mixed.get()) = time;
-  behind_.onAudioChunk(mixed.get(), format, time);
+  deliverAudio(mixed.get(), format, time);
+}
+
+void LiveMixer::deliverVideo(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) {
+  sinks_.each([&](FrameConsumer& sink) { sink.onVideoFrame(buffer, info, time); });
+}
+
+void LiveMixer::deliverAudio(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) {
+  sinks_.each([&](FrameConsumer& sink) { sink.onAudioChunk(buffer, format, time); });
 }
 
 }  // namespace NimboEngine

@@ -2,7 +2,7 @@
 // layout, the mix in their place. The preview still shows only the captured media.
 //
 // Thread: the consumer's side on the capture threads, the rest on any other.
-// Ownership: the consumer behind it is given and outlives it. Shares the streams of its layout.
+// Ownership: the sinks are the caller's. Shares the streams of its layout.
 // Failure: a frame for which there is no memory is dropped.
 
 #pragma once
@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 
+#include "base/sink_list.h"
 #include "media/frame_consumer.h"
 #include "mix/audio_mix.h"
 #include "mix/mix_layout.h"
@@ -20,7 +21,11 @@ namespace NimboEngine {
 class LiveMixer final : public FrameConsumer {
  public:
   // `format` is that of the published frames, in whose pixels a layout is given.
-  LiveMixer(FrameConsumer& behind, const VideoFormat& format);
+  explicit LiveMixer(const VideoFormat& format);
+
+  // The receivers of the published media. removeSink() blocks until a running call has returned.
+  void addSink(FrameConsumer* sink) { sinks_.add(sink); }
+  void removeSink(FrameConsumer* sink) { sinks_.remove(sink); }
 
   void setFormat(const VideoFormat& format);
 
@@ -31,7 +36,10 @@ class LiveMixer final : public FrameConsumer {
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
 
  private:
-  FrameConsumer& behind_;
+  void deliverVideo(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time);
+  void deliverAudio(GstBuffer* buffer, const AudioFormat& format, GstClockTime time);
+
+  SinkList<FrameConsumer> sinks_;
   // Each is held while its medium is mixed; the layout is changed with both held.
   std::mutex videoMutex_;
   std::mutex audioMutex_;

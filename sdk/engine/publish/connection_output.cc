@@ -48,15 +48,15 @@ void ConnectionOutput::detach() {
   gate_.close();
 }
 
-void ConnectionOutput::deliver(GstPtr<GstBuffer> packet) {
-  const PacketKind kind = muxer_->kindOf(packet.get());
+void ConnectionOutput::onPacket(GstBuffer* packet) {
+  const PacketKind kind = muxer_->kindOf(packet);
   const std::optional<FrameKind> frame = frameKind(kind);
   std::unique_lock lock(mutex_);
-  if (isHeader(kind)) headers_[kind] = share(packet.get());
+  if (isHeader(kind)) headers_[kind] = share(packet);
   if (kind == PacketKind::kVideoHeader) videoHeaderChanged_ = true;
   if (!connection_ || !frame) return;
   const FrameGate::Decision decision = gate_.decide(*frame, waiting());
-  const uint32_t timestamp = muxer_->timestampOf(packet.get());
+  const uint32_t timestamp = muxer_->timestampOf(packet);
   // The muxer outputs the new codec header first and then its metadata: both are held for the key
   // frame that follows.
   const bool newFormat = kind == PacketKind::kVideoKeyFrame && decision.send && videoHeaderChanged_;
@@ -66,7 +66,7 @@ void ConnectionOutput::deliver(GstPtr<GstBuffer> packet) {
     videoHeaderChanged_ = false;
   }
   if (decision.first) sendHeader(PacketKind::kAudioHeader, timestamp);
-  if (decision.send) send(std::move(packet));
+  if (decision.send) send(share(packet));
   if (decision.first) firstFrame_ = acknowledgedBefore_ + payload_;
   if (decision.needsKeyFrame) {
     NIMBO_LOG_WARN("the network is too slow: {} frames dropped so far", gate_.dropped());

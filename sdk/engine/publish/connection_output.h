@@ -3,8 +3,8 @@
 // that a connection cannot take. Metadata are sent before the first frame of a connection and
 // before a frame of another format.
 //
-// Thread: deliver() on the encoder's thread, the rest from any. The handlers are called from
-//   deliver() and must return soon.
+// Thread: onPacket() on the encoder's thread, the rest from any. The handlers are called from
+//   onPacket() and must return soon.
 // Ownership: the connection is the caller's; detach() it before its destruction.
 // Failure: none.
 
@@ -20,13 +20,14 @@
 #include "publish/frame_gate.h"
 #include "publish/link_monitor.h"
 #include "publish/muxer.h"
+#include "publish/packet_sink.h"
 #include "publish/send_queue_estimator.h"
 
 namespace NimboEngine {
 
 class Connection;
 
-class ConnectionOutput {
+class ConnectionOutput final : public PacketSink {
  public:
   struct Events {
     std::function<void()> onFirstFrame;  // the first frame of a connection was sent
@@ -46,7 +47,7 @@ class ConnectionOutput {
   // After it has returned, the connection is not used any more.
   void detach();
 
-  void deliver(GstPtr<GstBuffer> packet);
+  void onPacket(GstBuffer* packet) override;
 
   // Samples the state of the connection; all zero without one.
   LinkSample sample();

@@ -94,8 +94,10 @@ bool Encoder::start(const Muxer& muxer) {
   callbacks.new_sample = [](GstAppSink* sink, gpointer self) {
     tsanAcquire(self);
     const GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
-    if (sample)
-      static_cast<Encoder*>(self)->events_.onPacket(share(gst_sample_get_buffer(sample.get())));
+    if (sample) {
+      GstBuffer* packet = gst_sample_get_buffer(sample.get());
+      static_cast<Encoder*>(self)->sinks_.each([=](PacketSink& each) { each.onPacket(packet); });
+    }
     tsanRelease(self);
     return GST_FLOW_OK;
   };

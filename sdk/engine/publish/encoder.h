@@ -2,8 +2,8 @@
 // its connections, so that time stamps never go back for a viewer.
 //
 // Thread: create, start and destroy on one thread; pushVideo and pushAudio from the capture
-//   threads, the rest from any. The handlers are called on threads of its own: onPacket on one
-//   of them only. Destruction waits for a running handler; none follows.
+//   threads, the rest from any. Sinks and handlers are called on threads of its own, the sinks on
+//   one of them only. Destruction waits for a running call; none follows.
 // Ownership: owns its pipeline; buffers pushed are referenced, not copied.
 // Failure: start() returns false; later failures are reported once through onFailed.
 //
@@ -17,17 +17,18 @@
 #include <mutex>
 #include <string>
 
+#include "base/sink_list.h"
 #include "gst/pipeline.h"
 #include "publish/encoder_settings.h"
 #include "publish/h264_encoder.h"
 #include "publish/muxer.h"
+#include "publish/packet_sink.h"
 
 namespace NimboEngine {
 
 class Encoder {
  public:
   struct Events {
-    std::function<void(GstPtr<GstBuffer> packet)> onPacket;
     std::function<void(const std::string& message)> onFailed;
   };
 
@@ -35,6 +36,10 @@ class Encoder {
   ~Encoder();
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
+
+  // removeSink() blocks until a running call has returned.
+  void addSink(PacketSink* sink) { sinks_.add(sink); }
+  void removeSink(PacketSink* sink) { sinks_.remove(sink); }
 
   // `muxer` must outlive the encoder.
   bool start(const Muxer& muxer);
@@ -58,6 +63,8 @@ class Encoder {
   const EncoderSettings settings_;
   const Events events_;
   const H264Encoder* const h264_;  // null if there is none, or only audio
+
+  SinkList<PacketSink> sinks_;
 
   std::mutex formats_;
   VideoFormat captured_;   // the input

@@ -33,7 +33,9 @@ Publisher::Publisher(EngineThread& engine, const EncoderSettings& encoder,
       bitrate_(bitrateLimits(encoder), &BitrateControl::Clock::now),
       format_(encoder.video),
       output_(encoder.audioOnly, outputEvents()),
-      encoder_(encoder, encoderEvents()) {}
+      encoder_(encoder, encoderEvents()) {
+  encoder_.addSink(&output_);
+}
 
 Publisher::~Publisher() {
   output_.detach();
@@ -66,11 +68,9 @@ Encoder::Events Publisher::encoderEvents() {
   auto failed = ownerGuard_.bind([this](const std::string& message) {
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, message);
   });
-  return {.onPacket = [this](GstPtr<GstBuffer> packet) { output_.deliver(std::move(packet)); },
-          .onFailed =
-              [this, failed](const std::string& message) {
-                engine_.post([failed, message]() mutable { failed(message); });
-              }};
+  return {.onFailed = [this, failed](const std::string& message) {
+    engine_.post([failed, message]() mutable { failed(message); });
+  }};
 }
 
 // ----------------------------------------------------------------------------- start, stop, states

@@ -37,7 +37,7 @@ class AudioTickerTest : public testing::Test {
   }
 
   CaptureProbe probe_;
-  ConsumerList consumers_;
+  SinkList<FrameConsumer> consumers_;
   AudioTicker ticker_{kFormat, consumers_};
 };
 

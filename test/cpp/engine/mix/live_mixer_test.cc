@@ -61,6 +61,8 @@ class Published final : public FrameConsumer {
 
 class LiveMixerTest : public testing::Test {
  protected:
+  LiveMixerTest() { mixer.addSink(&published); }
+
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
   static MixUser userOf(const void* player) {
@@ -89,7 +91,7 @@ class LiveMixerTest : public testing::Test {
   const GstPtr<GstBuffer> recorded{
       gst_buffer_new_memdup(local.data(), local.size() * sizeof(int16_t))};
   Published published;
-  LiveMixer mixer{published, kFormat};
+  LiveMixer mixer{kFormat};
 };
 
 TEST_F(LiveMixerTest, WithoutALayoutMediaPassUnchanged) {
@@ -97,6 +99,18 @@ TEST_F(LiveMixerTest, WithoutALayoutMediaPassUnchanged) {
   EXPECT_EQ(published.frame.get(), captured.get());
   EXPECT_EQ(published.info.width, kCaptured.width);
   EXPECT_EQ(published.audio.get(), recorded.get());
+}
+
+TEST_F(LiveMixerTest, EverySinkReceivesThePublishedMedia) {
+  Published second;
+  mixer.addSink(&second);
+  mixer.setLayout(MixLayout{.places = {{{}, kLeft}}});
+  tick();
+  EXPECT_EQ(second.frame.get(), published.frame.get());
+  EXPECT_EQ(second.audio.get(), published.audio.get());
+  mixer.removeSink(&second);
+  tick();
+  EXPECT_NE(second.frame.get(), published.frame.get());
 }
 
 TEST_F(LiveMixerTest, AMixHasThePublishedSizeAndTheCaptureTime) {
@@ -166,7 +180,8 @@ TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
 // For the sanitizers: everything that may happen concurrently does.
 TEST_F(LiveMixerTest, PlayersAndLayoutsComeAndGoWhileItRuns) {
   test::CaptureProbe probe;
-  LiveMixer running(probe, kFormat);
+  LiveMixer running(kFormat);
+  running.addSink(&probe);
   std::atomic<bool> stopping{false};
   std::thread players([&stopping] {
     while (!stopping) {

@@ -1,0 +1,42 @@
+// The receivers of captured media, a mix or encoded packets.
+//
+// Thread: any. each() may run on several threads at once; add() and remove() block until no call is
+//   running, so they must not be called from a sink.
+// Ownership: the sinks are the caller's; each must be removed before it ends.
+// Failure: none.
+
+#pragma once
+
+#include <mutex>
+#include <shared_mutex>
+#include <vector>
+
+namespace NimboEngine {
+
+template <class Sink>
+class SinkList {
+ public:
+  void add(Sink* sink) {
+    std::lock_guard lock(mutex_);
+    sinks_.push_back(sink);
+  }
+
+  // After it has returned, no call of `sink` is running and none follows.
+  void remove(Sink* sink) {
+    std::lock_guard lock(mutex_);
+    std::erase(sinks_, sink);
+  }
+
+  // Calls `use` with each, in the order in which they were added.
+  template <class Use>
+  void each(Use&& use) {
+    std::shared_lock lock(mutex_);
+    for (Sink* sink : sinks_) use(*sink);
+  }
+
+ private:
+  std::shared_mutex mutex_;
+  std::vector<Sink*> sinks_;
+};
+
+}  // namespace NimboEngine
