@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <chrono>
-#include <cstring>
 #include <future>
 #include <memory>
 #include <string>
@@ -86,8 +85,7 @@ int LivePlayer::initPlayer(LumoLivePlayerConfig config) {
 
 // The view follows the window's own size, so the one given here does not matter.
 int LivePlayer::setPlayView(void* view, uint32_t, uint32_t) {
-  std::optional<uint32_t> window;
-  if (view) std::memcpy(&window.emplace(), view, sizeof *window);
+  const std::optional<NativeWindow> window = readNativeWindow(view);
   return post([window](PlayerSession& session) { session.setWindow(window); });
 }
 

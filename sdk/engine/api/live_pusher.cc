@@ -1,6 +1,5 @@
 #include "api/live_pusher.h"
 
-#include <cstring>
 #include <utility>
 
 #include "base/log.h"
@@ -85,8 +84,7 @@ int LivePusher::startPreview(void* view, uint32_t, uint32_t) {
     NIMBO_LOG_ERROR("the preview runs already");
     return kLumoLiveInvalidState;
   }
-  std::optional<uint32_t> window;
-  if (view) std::memcpy(&window.emplace(), view, sizeof *window);
+  const std::optional<NativeWindow> window = readNativeWindow(view);
   const LumoLiveResult result =
       submit([window](PusherSession& session) { session.startPreview(window); });
   previewing_ = result == kLumoLiveOk;

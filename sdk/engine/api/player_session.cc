@@ -34,30 +34,29 @@ PlayerSession::~PlayerSession() {
 
 void PlayerSession::configure(const ViewStyle& style) {
   style_ = style;
-  if (view_) openView();
+  if (view_) showInWindow();
 }
 
-void PlayerSession::setWindow(std::optional<uint32_t> window) {
+void PlayerSession::setWindow(std::optional<NativeWindow> window) {
   window_ = window;
-  if (playback_) openView();
+  if (playback_) showInWindow();
 }
 
-void PlayerSession::openView() {
+void PlayerSession::showInWindow() {
   closeView();
   if (!window_) return;
   waitsForView_ = true;
   auto lost = ownerGuard_.bind(
       [this](const std::string& message) { listeners_->error(kLumoLiveErrorViewLost, message); });
-  view_ = std::make_unique<X11View>(
-      *window_,
-      ViewEvents{.onFirstDrawn = [this] { notifyFirstDrawn(); },
-                 .onLost =
-                     [this, lost](const std::string& message) {
-                       waitsForView_ = false;  // the next frame counts as shown
-                       engine_.post([lost, message]() mutable { lost(message); });
-                     },
-                 .onDrawn = [this] { ++shown_; }},
-      style_);
+  view_ = openView(*window_,
+                   ViewEvents{.onFirstDrawn = [this] { notifyFirstDrawn(); },
+                              .onLost =
+                                  [this, lost](const std::string& message) {
+                                    waitsForView_ = false;  // the next frame counts as shown
+                                    engine_.post([lost, message]() mutable { lost(message); });
+                                  },
+                              .onDrawn = [this] { ++shown_; }},
+                   style_);
   consumers_.add(view_.get());
 }
 
@@ -99,7 +98,7 @@ void PlayerSession::begin(const PlayRequest& request) {
     return listeners_->error(kLumoLiveErrorNoCapacity, missing);
   }
   output_ = std::make_unique<AudioOutput>();
-  openView();
+  showInWindow();
   playback_ =
       std::make_unique<Playback>(engine_, request.url, settings_, handlers(), events(request.url));
 }

@@ -20,7 +20,7 @@
 #include "base/sink_list.h"
 #include "base/weak_owner_guard.h"
 #include "media/frame_consumer.h"
-#include "platform/x11/x11_view.h"
+#include "platform/view/view.h"
 #include "play/audio_output.h"
 #include "play/playback.h"
 #include "players/player_registry.h"
@@ -46,8 +46,7 @@ class PlayerSession {
   PlayerSession& operator=(const PlayerSession&) = delete;
 
   void configure(const ViewStyle& style);
-  // `window` is an X11 window's identifier.
-  void setWindow(std::optional<uint32_t> window);
+  void setWindow(std::optional<NativeWindow> window);
 
   // A playback requested while its predecessor is still stopping starts when that has stopped.
   void startPlay(PlayRequest request);
@@ -64,7 +63,7 @@ class PlayerSession {
   void onAudio(const AudioAligner::Piece& piece);
   void onFrame(GstBuffer* buffer, const GstVideoInfo& info);
   void onOver(const PlayOutcome& outcome);
-  void openView();
+  void showInWindow();
   void closeView();
   void notifyFirstDrawn();
   void onFirstDrawn(uint32_t playNumber);
@@ -82,7 +81,7 @@ class PlayerSession {
   const EngineThread::Task firstAudio_;
 
   ViewStyle style_;
-  std::optional<uint32_t> window_;
+  std::optional<NativeWindow> window_;
   std::atomic<uint32_t> playNumber_{0};
   std::optional<PlayRequest> nextPlay_;
 
@@ -96,7 +95,7 @@ class PlayerSession {
 
   std::unique_ptr<AudioOutput> output_;
   std::unique_ptr<Playback> playback_;  // destroyed before what it uses
-  std::unique_ptr<X11View> view_;       // null without a window
+  std::unique_ptr<View> view_;          // null without a window
 };
 
 }  // namespace NimboEngine

@@ -4,14 +4,14 @@
 
 namespace NimboEngine {
 
-Preview::Preview(EngineThread& engine, CaptureSession& capture, std::optional<uint32_t> window,
+Preview::Preview(EngineThread& engine, CaptureSession& capture, std::optional<NativeWindow> window,
                  bool audioOnly, Events events)
     : engine_(engine),
       capture_(capture),
       audioOnly_(audioOnly),
       events_(std::move(events)),
       started_(ownerGuard_.bind(events_.onStarted)) {
-  if (window && !audioOnly) openView(*window);
+  if (window && !audioOnly) showIn(*window);
   capture_.addConsumer(this);
 }
 
@@ -20,16 +20,16 @@ Preview::~Preview() {
   if (view_) capture_.removeConsumer(view_.get());
 }
 
-void Preview::openView(uint32_t window) {
+void Preview::showIn(const NativeWindow& window) {
   waitsForView_ = true;
   auto lost = ownerGuard_.bind(events_.onViewLost);
-  view_ = std::make_unique<X11View>(
-      window, ViewEvents{.onFirstDrawn = [this] { notifyStarted(); },
-                         .onLost =
-                             [this, lost](const std::string& message) {
-                               waitsForView_ = false;  // the next frame counts as shown
-                               engine_.post([lost, message]() mutable { lost(message); });
-                             }});
+  view_ =
+      openView(window, ViewEvents{.onFirstDrawn = [this] { notifyStarted(); },
+                                  .onLost =
+                                      [this, lost](const std::string& message) {
+                                        waitsForView_ = false;  // the next frame counts as shown
+                                        engine_.post([lost, message]() mutable { lost(message); });
+                                      }});
   capture_.addConsumer(view_.get());
 }
 

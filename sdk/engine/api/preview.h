@@ -17,7 +17,7 @@
 #include "base/engine_thread.h"
 #include "base/weak_owner_guard.h"
 #include "capture/capture_session.h"
-#include "platform/x11/x11_view.h"
+#include "platform/view/view.h"
 
 namespace NimboEngine {
 
@@ -28,8 +28,7 @@ class Preview final : private FrameConsumer {
     std::function<void(const std::string& message)> onViewLost;
   };
 
-  // `window` is an X11 window's identifier.
-  Preview(EngineThread& engine, CaptureSession& capture, std::optional<uint32_t> window,
+  Preview(EngineThread& engine, CaptureSession& capture, std::optional<NativeWindow> window,
           bool audioOnly, Events events);
   ~Preview();
   Preview(const Preview&) = delete;
@@ -38,7 +37,7 @@ class Preview final : private FrameConsumer {
  private:
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
-  void openView(uint32_t window);
+  void showIn(const NativeWindow& window);
   void notifyStarted();
 
   EngineThread& engine_;
@@ -49,7 +48,7 @@ class Preview final : private FrameConsumer {
   const EngineThread::Task started_;
   std::atomic<bool> waitsForView_{false};
   std::atomic<bool> notified_{false};
-  std::unique_ptr<X11View> view_;  // null without a window
+  std::unique_ptr<View> view_;  // null without a window
 };
 
 }  // namespace NimboEngine

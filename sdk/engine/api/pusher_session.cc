@@ -187,7 +187,7 @@ void PusherSession::refuseMix(const std::string& reason) {
 
 // ------------------------------------------------------------------------------------- preview
 
-void PusherSession::startPreview(std::optional<uint32_t> window) {
+void PusherSession::startPreview(std::optional<NativeWindow> window) {
   if (const std::string missing = missingCapacity(); !missing.empty()) {
     return listeners_.systemError(kLumoLiveErrorNoCapacity, missing);
   }

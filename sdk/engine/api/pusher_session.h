@@ -50,8 +50,7 @@ class PusherSession {
   // Takes effect immediately on running media.
   void changeEncoder(const EncoderSettings& settings);
 
-  // `window` is an X11 window's identifier.
-  void startPreview(std::optional<uint32_t> window);
+  void startPreview(std::optional<NativeWindow> window);
   void stopPreview();
 
   // A push requested while its predecessor is still stopping starts when that has stopped.

@@ -1,5 +1,7 @@
 #include "platform/x11/x11_view.h"
 
+#include <cstring>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -75,6 +77,18 @@ X11View::~X11View() = default;
 
 void X11View::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime) {
   worker_->put({share(buffer), info});
+}
+
+std::optional<NativeWindow> readNativeWindow(const void* handle) {
+  if (!handle) return std::nullopt;
+  uint32_t identifier = 0;
+  std::memcpy(&identifier, handle, sizeof identifier);
+  return NativeWindow{identifier};
+}
+
+std::unique_ptr<View> openView(const NativeWindow& window, ViewEvents events,
+                               const ViewStyle& style) {
+  return std::make_unique<X11View>(static_cast<uint32_t>(window.number), std::move(events), style);
 }
 
 }  // namespace NimboEngine

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <memory>
+#include <optional>
 
 #include "gst/runtime.h"
 #include "media/frame_pool.h"
@@ -60,7 +62,7 @@ class X11ViewTest : public testing::Test {
   }
 
   // Shows frames until the window has that colour at that place, with a guard against hanging.
-  bool showUntil(X11View& view, const XWindow& window, double x, double y, const Colour& wanted) {
+  bool showUntil(View& view, const XWindow& window, double x, double y, const Colour& wanted) {
     for (int i = 0; i < 1000; ++i) {
       view.onVideoFrame(frame_.get(), pool_.info(), 0);
       if (isNear(window.at(x, y), wanted)) return true;
@@ -69,7 +71,7 @@ class X11ViewTest : public testing::Test {
     return false;
   }
 
-  bool showUntilLost(X11View& view) {
+  bool showUntilLost(View& view) {
     for (int i = 0; i < 1000 && events_.count("lost") == 0; ++i) {
       view.onVideoFrame(frame_.get(), pool_.info(), 0);
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -77,7 +79,7 @@ class X11ViewTest : public testing::Test {
     return events_.count("lost") == 1;
   }
 
-  void expectFit(X11View& view, const XWindow& window) {
+  void expectFit(View& view, const XWindow& window) {
     EXPECT_TRUE(showUntil(view, window, 0.25, 0.5, kRed));
     EXPECT_TRUE(isNear(window.at(0.75, 0.5), kBlue));
     EXPECT_TRUE(isNear(window.at(0.25, 0.02), kBlack));
@@ -96,6 +98,17 @@ TEST_F(X11ViewTest, DrawsUprightWithBorders) {
   expectFit(view, window);
   EXPECT_TRUE(events_.waitFor("drawn"));
   EXPECT_EQ(events_.all(), std::vector<std::string>{"drawn"}) << "once, however many frames";
+}
+
+TEST_F(X11ViewTest, IsTheViewOfAWindowByItsHandle) {
+  const XServer server;
+  const XWindow window(Size{400, 400});
+  const uint32_t handle = window.id();
+  const std::optional<NativeWindow> native = readNativeWindow(&handle);
+  ASSERT_TRUE(native);
+  const std::unique_ptr<View> view = openView(*native, events());
+  expectFit(*view, window);
+  EXPECT_FALSE(readNativeWindow(nullptr));
 }
 
 TEST_F(X11ViewTest, DrawsWithoutSharedMemory) {
