@@ -28,6 +28,10 @@ const build = electron
   ? `Run "npx cmake-js compile -O build/release --runtime electron --runtime-version ${electron}" in ${root}.`
   : `Run "npm run build" in ${root}.`;
 
+const UNPACK =
+  'With electron-builder: "asarUnpack": ["**/node_modules/lumolivepush-electron-sdk/**"]; with ' +
+  'Electron Forge: packagerConfig.asar.unpackDir "**/node_modules/lumolivepush-electron-sdk".';
+
 /** @returns {{platform: string, arch: string} | undefined} undefined when it cannot be told */
 function targetOf(file) {
   try {
@@ -130,8 +134,7 @@ const CAUSES = [
       addon.includes('app.asar.unpacked') &&
       !fs.existsSync(addon) &&
       `it lies inside an asar archive, from which no native library can be loaded; ${addon} is missing.`,
-    remedy:
-      'Have your packager unpack it: "asarUnpack": ["**/node_modules/lumolivepush-electron-sdk/**"].',
+    remedy: UNPACK,
   },
   {
     code: 'NO_BUILD',
@@ -163,7 +166,10 @@ const CAUSES = [
       message.includes('NimboSdk') &&
       !fs.existsSync(sdk) &&
       `NimboSdk was not found: ${sdk} is missing.`,
-    remedy: `Put NimboSdk.framework beside the add-on. ${build}`,
+    remedy: ({ sdk }) =>
+      sdk.includes('app.asar.unpacked')
+        ? `It was left inside the asar archive: unpack NimboSdk.framework too. ${UNPACK}`
+        : `Put NimboSdk.framework beside the add-on. ${build}`,
   },
   {
     code: 'SDK_MISMATCH',

@@ -301,6 +301,13 @@ describe('inside app.asar', () => {
     assert.match(remedy, /asarUnpack/);
   });
 
+  it('a build of which only the add-on was unpacked is explained', { skip: notLinux }, () => {
+    makeBuild('half/app.asar.unpacked/build', { [ADDON]: same });
+    const { code, remedy } = failureOf(path.join(temporary, 'half/app.asar/build'));
+    assert.equal(code, 'SDK_NOT_FOUND');
+    assert.match(remedy, /unpack NimboSdk\.framework too/);
+  });
+
   it('only the archive itself is mapped', () => {
     const { unpackedPath } = require('../../../lib/unpacked_path');
     assert.equal(unpackedPath('/a/app.asar/b.so'), '/a/app.asar.unpacked/b.so');
