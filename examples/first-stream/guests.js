@@ -1,7 +1,7 @@
 'use strict';
 
 const { startTestPublisher } = require('../../tools/rtmp/publisher');
-const { PICTURE } = require('./live_session');
+const { VIDEO_SIZE } = require('./live_session');
 
 const SIZE = { width: 384, height: 216 };
 const MARGIN = 32;
@@ -34,11 +34,11 @@ class Guests {
     });
     const players = STREAMS.map(({ name }) => session.play(this.#server.url(name)));
     await Promise.race([failed, Promise.all(players.map(({ drawn }) => drawn))]);
-    const y = PICTURE.height - SIZE.height - MARGIN;
-    const places = [MARGIN, PICTURE.width - SIZE.width - MARGIN];
+    const y = VIDEO_SIZE.height - SIZE.height - MARGIN;
+    const places = [MARGIN, VIDEO_SIZE.width - SIZE.width - MARGIN];
     session.mix({
       mixStreams: [
-        { userId: 'local', x: 0, y: 0, ...PICTURE, zOrder: 0 },
+        { userId: 'local', x: 0, y: 0, ...VIDEO_SIZE, zOrder: 0 },
         ...players.map(({ id }, index) => ({
           userId: id,
           x: places[index],

@@ -3,8 +3,8 @@
 const { EventEmitter, once } = require('node:events');
 const { createLivePush, sdkDirectory } = require('../../lib');
 
-const PICTURE = { width: 1280, height: 720 };
-const CONFIG = { ...PICTURE, frameRate: 30, mTargetVideoBitrate: 2000, mVideoEncodeGop: 2 };
+const VIDEO_SIZE = { width: 1280, height: 720 };
+const CONFIG = { ...VIDEO_SIZE, frameRate: 30, mTargetVideoBitrate: 2000, mVideoEncodeGop: 2 };
 
 const FAILURES = ['onSystemError', 'onSDKError', 'onConnectFail', 'onReconnectFail', 'onPlayError'];
 const MILESTONES = [
@@ -94,7 +94,7 @@ class PusherSession extends EventEmitter {
 
   /** Starts capture and push. @param {string} url @throws {Error} when the SDK refuses */
   start(url) {
-    const preview = this.#live.startPreview({ view: null, ...PICTURE });
+    const preview = this.#live.startPreview({ view: null, ...VIDEO_SIZE });
     if (preview !== 0) throw new Error(`startPreview returned ${preview}`);
     const push = this.#live.startPush(url);
     if (push !== 0) throw new Error(`startPush returned ${push}`);
@@ -161,4 +161,4 @@ class PusherSession extends EventEmitter {
   }
 }
 
-module.exports = { PusherSession, PICTURE };
+module.exports = { PusherSession, VIDEO_SIZE };

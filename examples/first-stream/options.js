@@ -15,7 +15,7 @@ const usage = `Usage: npm start -- [--seconds N] [--input INPUT] [--mix] [--plug
                 without plug-ins; else a video file and its sound, if it has any
   --plugin FILE[=JSON]
                 run a video-frame plug-in with these parameters; several run in the order given
-  --mix         publish two more streams, play them, and mix them into the stream as small pictures
+  --mix         publish two more streams, play them, and mix them into the stream as small insets
   --play URL    play a stream instead of publishing one (rtmp, http, rtsp, srt, a file)
   --json        print one JSON object at the end instead of text
 

@@ -102,8 +102,8 @@ describe('devices', GUARD, () => {
   async function assertUnbroken(name) {
     assert.equal((await server.status(name)).publishing, true);
     assert.equal(witness.ended(), 0, 'all players still play');
-    const told = live.names().filter((event) => event !== 'onSDKError');
-    assert.deepEqual(told, ['onPushStarted', 'onSendMessage', 'onFirstFramePushed']);
+    const names = live.names().filter((event) => event !== 'onSDKError');
+    assert.deepEqual(names, ['onPushStarted', 'onSendMessage', 'onFirstFramePushed']);
     for (const times of Object.values(witness.times)) {
       const { longest, shortest } = gaps(times);
       assert.ok(shortest >= 0, 'time never goes back');

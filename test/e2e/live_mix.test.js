@@ -204,7 +204,7 @@ describe('a live mix', GUARD, () => {
     await witness.shows([60, 60, YELLOW], [400, 60, RED]);
   });
 
-  it('shows the background where a player has been destroyed, or whoever plays its URL', async () => {
+  it('shows the background where a player has been destroyed, or the player of its URL', async () => {
     await mixOf(place(server.url('lime'), 0, 0, 320, 180), place(lime.id, 320, 0, 320, 180));
     await witness.shows([60, 60, LIME], [400, 60, LIME]);
     lime.close();

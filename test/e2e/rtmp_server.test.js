@@ -96,8 +96,8 @@ describe('the RTMP server and the witness', GUARD, () => {
   });
 
   it('save a frame', async (t) => {
-    const file = `${fs.mkdtempSync('/tmp/witness-')}/picture.png`;
-    t.after(() => fs.rmSync(file.replace('/picture.png', ''), { recursive: true }));
+    const file = `${fs.mkdtempSync('/tmp/witness-')}/frame.png`;
+    t.after(() => fs.rmSync(file.replace('/frame.png', ''), { recursive: true }));
     await saveImage(server.url(), file);
     assert.equal((await frameColours(file, 2, 1))[0].length, 2);
   });

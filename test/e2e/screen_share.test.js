@@ -138,9 +138,9 @@ describe('sharing a screen', GUARD, () => {
     push.startScreenShareByDesktopId(id);
     const isGreen = (frame) => isScreen(frame) && Math.abs(pixel(frame, 0.02, 0.5)[0] - 173) < 8;
     await live.nextFrame(isGreen);
-    const told = live.next('onSDKError', ({ code }) => code === WINDOW_LOST);
+    const reported = live.next('onSDKError', ({ code }) => code === WINDOW_LOST);
     await program.stop();
-    await told;
+    await reported;
     assert.ok(isGreen(await live.nextFrame(isScreen)));
     assert.equal(push.getCurrentScreenShareSourceId(), id);
     assert.equal(push.switchScreenToCamera(), 0);

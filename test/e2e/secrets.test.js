@@ -141,7 +141,7 @@ describe('secrets of an address', GUARD, () => {
     assert.doesNotMatch(JSON.stringify(live.events), SECRET);
     const lines = log();
     assert.match(lines, /pipeline player: \S+ failed/);
-    const told = lines.split('\n').filter((line) => SECRET.test(line));
-    assert.deepEqual(told, []);
+    const leaked = lines.split('\n').filter((line) => SECRET.test(line));
+    assert.deepEqual(leaked, []);
   });
 });

@@ -83,9 +83,9 @@ describe('video in a window', GUARD, () => {
     assert.equal(live.push.startPreviewAsync(view), 0);
     const frame = await live.nextFrame((each) => pixel(each, 0.07, 0.4)[0] > 225);
     await screenShows(fieldsOf(frame));
-    const told = live.next('onSystemError');
+    const reported = live.next('onSystemError');
     await window.close();
-    assert.equal((await told).code, VIEW_LOST);
+    assert.equal((await reported).code, VIEW_LOST);
     await live.nextFrame(); // capture continues
   });
 

@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   require(redactPath(text).size() <= text.size() * 3 + 8, "a path grows by its marks only");
 
   const std::string_view url = kUrls.at(data[0] % kUrls.size());
-  // A user's name cannot be told from a host before there is some of the password.
+  // A user's name cannot be distinguished from a host before there is some of the password.
   const std::size_t least = url.find("Hidden0", url.find("Hidden0") + 1) + 1;
   const std::size_t kept = std::min(url.size(), least + data[1]);
   const std::size_t before = data[2] % (text.size() + 1);

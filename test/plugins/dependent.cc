@@ -1,4 +1,4 @@
-// Needs a function of another library, which it does not name.
+// Needs a function of another library, on which it does not declare a dependency.
 
 #include "recording_plugin.h"
 

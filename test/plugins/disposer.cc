@@ -1,4 +1,4 @@
-// The disposer that every plug-in library exports, but for the one that lacks it.
+// The disposer that every plug-in library exports, except the one that lacks it.
 
 #include "plugin/IVideoFramePlugin.h"
 

@@ -1,4 +1,4 @@
-// What the dependent plug-in needs.
+// The function that the dependent plug-in needs.
 
 #include "plugin/IVideoFramePlugin.h"
 

@@ -1,4 +1,4 @@
-// The factory gives nothing.
+// A plug-in whose factory returns null.
 
 #include "recording_plugin.h"
 

@@ -1,4 +1,4 @@
-// What happens to a test plug-in, told to the test: one line a call in the file that the
+// Records the calls of a test plug-in for the test: one line per call in the file that the
 // environment variable LUMO_PLUGIN_LOG named when the library was opened. Without it nothing is
 // recorded. The opening and the closing of the library are recorded as "open" and "close".
 //

@@ -1,4 +1,4 @@
-// Sees frames and leaves them alone.
+// Receives frames and leaves them unchanged.
 
 #include "recording_plugin.h"
 

@@ -1,7 +1,7 @@
 // The well-behaved plug-in that the others differ from: it records every call and accepts it.
 //
 // Interface: INimboPlugin, or IVideoFramePlugin for one that gets frames.
-// Thread, ownership, failure: as the plug-in contract says.
+// Thread, ownership, failure: see the plug-in contract.
 
 #pragma once
 
@@ -55,7 +55,7 @@ class RecordingVideoPlugin : public RecordingPlugin<IVideoFramePlugin> {
   }
 
  protected:
-  // std::to_string would bring a symbol into the library that keeps it from ever being closed.
+  // std::to_string would add a symbol to the library that prevents it from being closed.
   static std::string describe(const VideoFrame& frame) {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%dx%d %d,%d,%d", frame.width, frame.height,

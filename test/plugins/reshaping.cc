@@ -1,4 +1,4 @@
-// Overwrites every field of the record that it is given.
+// Overwrites every field of its frame record.
 
 #include "recording_plugin.h"
 

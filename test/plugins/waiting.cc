@@ -1,4 +1,4 @@
-// Stays inside each frame until a parameter comes: a slow plug-in without a clock.
+// Blocks in each frame until a parameter arrives: a slow plug-in without a clock.
 
 #include <chrono>
 #include <semaphore>

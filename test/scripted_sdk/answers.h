@@ -1,8 +1,8 @@
-// What an operation may answer, by the type of its result: the answer when the test gives none,
-// the check of what a test gives, and the result made of it.
+// The scripted results of operations, by type: the default, the check of a result that a test
+// gives, and its conversion.
 //
 // Thread: any.
-// Failure: check() throws std::invalid_argument; to() does not throw, its answer was checked.
+// Failure: check() throws std::invalid_argument; to() does not throw, its result has been checked.
 
 #pragma once
 

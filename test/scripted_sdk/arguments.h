@@ -1,7 +1,7 @@
 // The arguments of callbacks, by type: how a test gives them, and what the listener gets.
 //
-// Argument<Type> reads one from the test's fields. on(object) makes what lives while the callback
-// runs: get() is passed on, and report() adds to the result afterwards.
+// Argument<Type> reads one from the test's fields. on(object) creates the value for the duration of
+// the callback: get() is passed on, and report() adds to the result afterwards.
 //
 // Thread: an argument may be used by several threads at once.
 // Failure: reading throws std::invalid_argument.
@@ -25,7 +25,7 @@ struct LiveValue {
   static void report(Json&) {}
 };
 
-// Memory that is spoilt when the callback has returned.
+// Memory that is overwritten after the callback has returned.
 template <class Item>
 struct LiveMemory {
   std::unique_ptr<Temporary<Item>> memory;
@@ -98,7 +98,7 @@ class Argument<LumoRtc::String> {
   Text text_;
 };
 
-// A record: its fields stand among the test's own. Its texts live as long as the process.
+// A record: its fields are among the test's own. Its texts are valid for the life of the process.
 template <IsRecord Record>
 class Argument<Record> {
  public:
@@ -153,7 +153,7 @@ class Argument<const Record*> {
   std::vector<Record> all_;
 };
 
-// A frame, see frame.h; with "readBack" the result shows how the listener left it.
+// A frame, see frame.h; with "readBack" the result shows its state after the listener.
 template <>
 class Argument<LumoRtc::LumoLiveVideoRawData&> {
  public:

@@ -1,8 +1,8 @@
-// One call of an SDK operation, as every operation makes it: record it, perform what the test
-// hooked to it, and answer as told.
+// One call of an SDK operation: records it, performs the test's hooked actions, and returns the
+// scripted result.
 //
 // Thread: any. No lock is held while hooked callbacks run.
-// Failure: none; answers were checked when the test gave them.
+// Failure: none; results were checked when the test set them.
 
 #pragma once
 
@@ -17,10 +17,10 @@ class Call {
   // `name` is the operation's whole name; `self` the object, null for a static function.
   Call(const char* name, const void* self, Json args);
 
-  // Says in the call's record that the object had been destroyed before.
+  // Marks in the call's record that the object had been destroyed before.
   void markDestroyed();
 
-  // The operation's answer to this call.
+  // The operation's result of this call.
   Json answer();
   void recordResult(Json result);
 

@@ -1,4 +1,4 @@
-// Every callback of the listener interfaces: reading its arguments from a test, and making it.
+// Every callback of the listener interfaces: reads its arguments from a test, and makes it.
 //
 // Thread: any. No lock is held while a listener runs.
 // Failure: reading throws std::invalid_argument; making does not throw.
@@ -13,8 +13,8 @@
 
 namespace ScriptedSdk {
 
-// Whose listener gets the callback: the pusher or player at `target`, null for the newest living
-// one when the callback is made.
+// Selects the object whose listener gets the callback: the pusher or player at `target`, null for
+// the newest living one when the callback is made.
 struct Aim {
   const void* target = nullptr;
   Through through = Through::kCurrent;

@@ -48,7 +48,7 @@ Json onCall(Fields& fields) {
   return nullptr;
 }
 
-// What is alive, independent of any reset.
+// The living objects, independent of any reset.
 Json alive(Fields&) {
   return {{"strings", stringsAlive()},
           {"arrays", mixStreamArraysAlive()},
@@ -62,7 +62,7 @@ Json forget(Fields&) {
   return nullptr;
 }
 
-// Objects that still live stay usable; those that were destroyed end now.
+// Living objects stay usable; destroyed ones are freed now.
 Json reset(Fields&) {
   settleNativeThreads();
   script().forget();

@@ -1,7 +1,7 @@
-// The one entrance for tests: a request and its answer as JSON texts.
+// The control interface for tests: a request and its reply as JSON texts.
 //
-// A request is {"op": …, …}; control.cc lists the operations. The answer is {"value": …}, or
-// {"error": text} when the request cannot be met.
+// A request is {"op": …, …}; control.cc lists the operations. The reply is {"value": …}, or
+// {"error": text} if the request fails.
 //
 // Thread: any.
 // Failure: does not throw.

@@ -23,7 +23,8 @@ Through readThrough(Fields& fields) {
 
 // Posts `work`, which must not throw, and returns its coming result.
 std::future<Json> postTo(NativeThread& thread, std::function<Json()> work) {
-  // Not a packaged_task: it would run the work inside pthread_once, where ThreadSanitizer is blind.
+  // Not a packaged_task: it would run the work inside pthread_once, which ThreadSanitizer cannot
+  // see into.
   const auto promise = std::make_shared<std::promise<Json>>();
   thread.post([promise, work = std::move(work)] { promise->set_value(work()); });
   return promise->get_future();

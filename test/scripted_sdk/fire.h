@@ -1,4 +1,4 @@
-// Firing callbacks from the threads that a test chooses.
+// Fires callbacks from the threads that a test chooses.
 //
 // A fire is {"callback", "thread", "target", "through", …arguments}: "thread" names a native
 // thread, null stands for the calling one, and "sdk" is the default; "target" is the pusher or
@@ -29,12 +29,12 @@ struct Fire {
   Json perform() const;
 };
 
-// Lets several threads fire at once: none begins before all are ready. `lanes` is an array of
+// Lets several threads fire at once: none starts before all are ready. `lanes` is an array of
 // {"thread", "fires"}; the fires of a lane are made in order, on the lane's thread. Returns a
 // ticket for collectBurst().
 uint64_t startBurst(const Json& lanes);
 
-// Waits for the burst and returns the results, an array for each lane. A ticket is good for once.
+// Waits for the burst and returns the results, an array for each lane. A ticket can be used once.
 // Throws std::runtime_error when the threads do not end.
 Json collectBurst(uint64_t ticket);
 

@@ -117,8 +117,8 @@ void Fields::finish() const {
   }
 }
 
-void Fields::refuse(const std::string& problem) const {
-  throw std::invalid_argument(what_ + ": " + problem);
+void Fields::refuse(const std::string& error) const {
+  throw std::invalid_argument(what_ + ": " + error);
 }
 
 }  // namespace ScriptedSdk

@@ -33,8 +33,8 @@ Text readText(const Json& value);
 std::string readBytes(const Json& value);
 void* readPointer(const Json& value);
 
-// Reads an object field by field. Every field that the reader did not ask for is a mistake of the
-// test's author and refused by finish().
+// Reads an object field by field. Every field that was not read is a mistake of the test's author
+// and refused by finish().
 class Fields {
  public:
   // `what` names the object in messages. `object` must outlive this reader.
@@ -60,8 +60,8 @@ class Fields {
   // Refuses fields that were not read.
   void finish() const;
 
-  // Throws with `problem`, naming the object.
-  [[noreturn]] void refuse(const std::string& problem) const;
+  // Throws with `error`, naming the object.
+  [[noreturn]] void refuse(const std::string& error) const;
 
  private:
   int64_t integer(const char* key, int64_t lowest, int64_t highest);

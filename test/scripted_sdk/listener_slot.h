@@ -1,10 +1,10 @@
-// Holds one listener and keeps the interface's promise: set(nullptr) returns only when no call of
-// the listener is running and none will run any more.
+// Holds one listener and keeps the interface's guarantee: set(nullptr) returns only when no call of
+// the listener is running or will run.
 //
-// Thread: any. Calls of one listener run side by side. A callback may detach its own listener: set
-//   does not wait for calls that run on the calling thread.
-// Ownership: the listener is the caller's. The slot remembers the last one, so that a test can
-//   show what a callback does that comes after the detaching.
+// Thread: any. Calls of one listener may run concurrently. A callback may detach its own listener:
+//   set does not wait for calls that run on the calling thread.
+// Ownership: the listener is the caller's. The slot keeps the last one, so that a test can fire a
+//   callback after the listener was detached.
 // Failure: none.
 
 #pragma once
@@ -18,7 +18,7 @@
 
 namespace ScriptedSdk {
 
-// Which listener a callback goes through: the one that is set, or the last that was set.
+// Selects the listener of a callback: the one that is set, or the last that was set.
 enum class Through { kCurrent, kLast };
 
 template <class Listener>
@@ -35,7 +35,7 @@ class ListenerSlot {
     });
   }
 
-  // Calls `use` with the listener. False when there is none.
+  // Calls `use` with the listener. Returns false if there is none.
   template <class Use>
   bool call(Through through, Use&& use) {
     std::unique_lock lock(mutex_);
@@ -46,7 +46,7 @@ class ListenerSlot {
     use(*listener);
     lock.lock();
     calls_.erase(running);
-    // Under the lock: once it is given up, set() may return and the slot may end.
+    // Under the lock: once it is released, set() may return and the slot may be destroyed.
     idle_.notify_all();
     return true;
   }

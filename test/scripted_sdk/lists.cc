@@ -11,7 +11,7 @@ namespace ScriptedSdk {
 
 namespace {
 
-// Every screen-source list that has not been forgotten; kept until the process ends.
+// Every screen-source list since the last reset; kept until the process ends.
 struct ScreenLists {
   std::mutex mutex;
   std::list<ScreenSourceList> all;
@@ -22,7 +22,7 @@ ScreenLists& screenLists() {
   return lists;
 }
 
-// The device lists that were given out; kept until the process ends.
+// The returned device lists; kept until the process ends.
 struct DeviceLists {
   std::mutex mutex;
   std::map<std::pair<const void*, std::string>, DeviceList> all;

@@ -1,4 +1,4 @@
-// The device lists and screen-source lists that the pusher hands out.
+// The device lists and screen-source lists that the pusher returns.
 //
 // A test gives a list as an array of entries, or as {"entries": […], "counts": […]}: then each ask
 // for the count takes the next of `counts`, and the last one stays.
@@ -42,7 +42,7 @@ struct ScriptedList {
   uint32_t takeCount();
 };
 
-// One for each object and operation, filled anew each time that the list is asked for.
+// One for each object and operation, refilled on every query.
 class DeviceList final : public LumoRtc::LumoLiveDeviceList {
  public:
   static ScriptedList<ScriptedDevice> read(const Json& value);

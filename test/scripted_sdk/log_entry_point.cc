@@ -1,5 +1,4 @@
-// The logging entry point. It stands alone in this file because one build of the library leaves it
-// out.
+// The logging entry point. It has its own file because one build of the library omits it.
 
 #include <cstdarg>
 #include <cstring>
@@ -15,7 +14,7 @@ extern "C" LUMO_RTC_EXPORT void NimboEngineOutputLog(const char* file, const cha
                                                      int line, const char* tag, int level,
                                                      const char* format, ...) {
   Json arguments = Json::array();
-  // Lines that come from JavaScript are plain text: their '%' asks for no arguments.
+  // Lines that come from JavaScript are plain text: their '%' takes no arguments.
   if (format && tag && std::strcmp(tag, "Electron-JS") != 0) {
     va_list list;
     va_start(list, format);

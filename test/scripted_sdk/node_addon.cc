@@ -46,7 +46,7 @@ napi_value control(napi_env env, napi_callback_info info) {
 napi_value addressOf(napi_env env, napi_callback_info info) {
   napi_value argument = firstArgument(env, info);
   bool isBuffer = false;
-  // Asked before: Node 18 aborts on anything else instead of refusing it.
+  // Checked before: Node 18 aborts on anything else instead of refusing it.
   if (napi_is_buffer(env, argument, &isBuffer) != napi_ok || !isBuffer) {
     return throwTypeError(env, "addressOf: expected a Buffer");
   }

@@ -9,10 +9,10 @@ namespace ScriptedSdk {
 
 namespace {
 
-// Whom LumoLivePusher::destroy(), which names no pusher, means when several live: the pusher that
-// was used last. A caller detaches its own pusher's listeners right before, so a pusher left over
-// from an earlier test, destroyed late by a garbage collection, does not take the present one with
-// it.
+// The pusher that LumoLivePusher::destroy(), which has no argument, destroys if several exist: the
+// one that was used last. A caller detaches its own pusher's listeners right before, so a pusher
+// left over from an earlier test, destroyed late by a garbage collection, does not destroy the
+// current one.
 std::atomic<const void*> lastUsed{nullptr};
 
 std::shared_ptr<Pusher> pusherToDestroy() {

@@ -1,4 +1,4 @@
-// A pusher and a player that record their calls and answer as told.
+// A pusher and a player that record their calls and return scripted results.
 //
 // Thread: any.
 // Failure: none.

@@ -1,4 +1,4 @@
-// Every operation of the interface: its name, and what a test may let it answer (answers.h).
+// Every operation of the interface: its name, and the results that a test may script (answers.h).
 //
 // Thread: any.
 
@@ -23,7 +23,7 @@ std::span<const Operation> operations();
 // such an operation. Throws std::invalid_argument.
 const Operation& findOperation(const std::string& name);
 
-// Throws std::invalid_argument when `operation` cannot answer `answer`.
+// Throws std::invalid_argument if `operation` cannot return `answer`.
 void checkAnswer(const Operation& operation, const Json& answer);
 
 }  // namespace ScriptedSdk

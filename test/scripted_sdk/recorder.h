@@ -1,6 +1,6 @@
-// The one ordered record of everything that was done with the library.
+// The ordered record of everything that was done with the library.
 //
-// An entry has "seq", "kind", what its maker gave, and the "thread" that made it.
+// An entry has "seq", "kind", the given fields, and the "thread" that added it.
 //
 // Thread: any.
 // Failure: none.
@@ -23,18 +23,18 @@ class Recorder {
   // Appends `entry`. Returns its sequence number, which no later entry of the process has.
   uint64_t add(Kind kind, const Json& entry);
 
-  // Sets a field of an entry; nothing happens when it has been forgotten.
+  // Sets a field of an entry; does nothing if it has been cleared.
   void complete(uint64_t seq, const char* key, Json value);
 
   Json entries() const;
   void forget();
 
-  // Calls of objects after their end, through the life of the process: cheaper to ask for than to
-  // look for in the entries.
+  // The number of calls on destroyed objects during the life of the process: cheaper than searching
+  // the entries.
   void countLateCall() { ++lateCalls_; }
   uint64_t lateCalls() const { return lateCalls_; }
 
-  // Strings come and go by the dozen in one call, so they are recorded only on demand.
+  // A call creates and destroys dozens of Strings, so they are recorded only on demand.
   void recordStrings(bool on) { recordsStrings_ = on; }
   bool recordsStrings() const { return recordsStrings_; }
 
@@ -46,7 +46,7 @@ class Recorder {
   std::atomic<bool> recordsStrings_{false};
 };
 
-// Lives until the process ends: listeners may be called, and objects end, that late.
+// Never destroyed: listeners may be called, and objects destroyed, until the process ends.
 Recorder& recorder();
 
 }  // namespace ScriptedSdk

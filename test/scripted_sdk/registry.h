@@ -1,4 +1,4 @@
-// The pushers, or the players, that were made.
+// The registry of the pushers, or of the players.
 //
 // A destroyed object stays here until forgetRetired(), so that a call on it is recorded instead of
 // being undefined.
@@ -20,7 +20,7 @@ namespace ScriptedSdk {
 template <class Object>
 class Registry {
  public:
-  // Lives until the process ends.
+  // Never destroyed.
   static Registry& instance() {
     static auto& registry = *new Registry;
     return registry;
@@ -76,7 +76,7 @@ class Registry {
     bool alive;
   };
 
-  // The address under which the interface's users know the object.
+  // The address of the object in the interface.
   static const void* identity(const typename Object::Interface& object) { return &object; }
 
   std::mutex mutex_;

@@ -1,4 +1,4 @@
-// What the test wants to happen at each operation: the answers, and the callbacks to fire.
+// The test's script for each operation: the results, and the callbacks to fire.
 //
 // Thread: any.
 
@@ -28,11 +28,11 @@ class Script {
   // The next queued answer, else the standing one, else the default.
   Json takeAnswer(const Operation& operation);
 
-  // Lets the next `times` calls of the operation perform `actions`, in order, before they take
+  // Makes the next `times` calls of the operation perform `actions`, in order, before they take
   // effect.
   void onCall(const Operation& operation, std::vector<Action> actions, int times);
 
-  // The actions that a call, made now, has to perform.
+  // The actions that a call made now must perform.
   std::vector<Action> takeActions(const Operation& operation);
 
   void forget();
@@ -49,7 +49,7 @@ class Script {
   std::map<std::string, std::list<Hook>> hooks_;
 };
 
-// Lives until the process ends.
+// Never destroyed.
 Script& script();
 
 }  // namespace ScriptedSdk

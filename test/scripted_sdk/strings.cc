@@ -12,7 +12,7 @@ namespace ScriptedSdk {
 
 namespace {
 
-const char kNullText[] = "";  // its address tells a String built from null
+const char kNullText[] = "";  // its address marks a String built from null
 
 std::atomic<int> aliveCount{0};
 

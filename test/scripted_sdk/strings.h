@@ -1,7 +1,7 @@
 // The library's own handling of LumoRtc::String.
 //
-// Unlike other builds of the interface this one remembers whether a String was built from a null
-// text or from an empty one, so that tests can tell the two apart. c_str() answers "" for both.
+// Unlike other builds of the interface this one records whether a String was built from a null text
+// or from an empty one, so that tests can distinguish the two. c_str() returns "" for both.
 //
 // Thread: any.
 
@@ -16,12 +16,12 @@ Json textJson(const LumoRtc::String& text);
 
 LumoRtc::String makeString(const Text& text);
 
-// A copy of `text` that lives as long as the process; null for none.
+// Returns a copy of `text` that is valid for the life of the process; null for none.
 const char* immortalText(const Text& text);
 
 int stringsAlive();
 
-// While one lives, Strings that come and go on this thread are the library's own doing and are
+// During its lifetime, Strings created and destroyed on this thread are the library's own and are
 // recorded with "bySdk".
 class SdkScope {
  public:

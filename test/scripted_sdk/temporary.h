@@ -1,4 +1,4 @@
-// Memory that is valid only during a callback, and spoilt at once afterwards: whoever kept a
+// Memory that is valid only during a callback, and overwritten afterwards: code that has kept a
 // pointer into it instead of a copy reads something else.
 //
 // Thread: one owner at a time.
@@ -29,7 +29,7 @@ class Temporary {
   Temporary(const Temporary&) = delete;
   Temporary& operator=(const Temporary&) = delete;
 
-  // Null when it was made from a null text or from no items.
+  // Null if it was created from a null text or from no items.
   Item* get() { return items_.empty() ? nullptr : items_.data(); }
 
  private:

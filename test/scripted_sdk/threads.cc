@@ -14,7 +14,7 @@ const std::thread::id kLoadingThread = std::this_thread::get_id();
 
 thread_local const NativeThread* currentNativeThread = nullptr;
 
-// Kept until the process ends: its threads run as long.
+// Never destroyed: its threads run until the process ends.
 struct NativeThreads {
   std::mutex mutex;
   std::map<std::string, NativeThread*> byName;

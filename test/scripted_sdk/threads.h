@@ -1,4 +1,4 @@
-// Threads as the records name them, and the named threads from which callbacks are fired.
+// The names of threads in the records, and the named threads from which callbacks are fired.
 //
 // Thread: any.
 // Ownership: native threads are made on demand and kept until the process ends.
@@ -36,7 +36,7 @@ class NativeThread {
   // Runs `job` after everything posted before it.
   void post(std::function<void()> job);
 
-  // Whether every posted job has returned, waiting at most kHangGuard for it.
+  // Waits at most kHangGuard until every posted job has returned; returns whether they have.
   bool settle();
 
   bool isCurrent() const;

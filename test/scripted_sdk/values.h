@@ -48,7 +48,7 @@ Json toJson(const Type& value) {
 }
 
 // Sets `value` to the field `key`; an absent one leaves numbers and pointers alone and empties
-// texts. A `const char*` is made to live as long as the process.
+// texts. A `const char*` is made valid for the life of the process.
 template <class Type>
 void readField(Fields& fields, const char* key, Type& value) {
   if constexpr (std::is_same_v<Type, bool>) {

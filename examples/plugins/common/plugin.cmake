@@ -3,7 +3,7 @@
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release) # pixels are many
 endif()
-if(PROJECT_IS_TOP_LEVEL) # else whoever includes it has done so
+if(PROJECT_IS_TOP_LEVEL) # else the including project has done so
   include(${LUMO_PACKAGE_DIR}/cmake/Hardening.cmake)
 endif()
 

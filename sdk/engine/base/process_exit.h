@@ -1,5 +1,5 @@
 // Stops the engine when the process exits while it is still working: in the order of ExitStage,
-// before the libraries that it uses are torn down.
+// before the libraries that it uses are unloaded.
 //
 // GStreamer loads plug-ins when they are first needed. One that is loaded while the process exits,
 // after the libraries' own exit handlers, aborts it. Exit handlers run in reverse order of their

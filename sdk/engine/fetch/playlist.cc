@@ -171,7 +171,7 @@ std::optional<std::string> rewritePlaylist(std::string_view text, std::size_t mo
                                            const NameAddress& nameAddress, std::string& error) {
   if (text.find('\0') != text.npos ||
       !g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
-    error = "the playlist is no text";
+    error = "the playlist is not text";
     return std::nullopt;
   }
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());

@@ -64,7 +64,7 @@ bool hasChromaFields(uint32_t profile) {
   return std::ranges::find(kProfiles, profile) != kProfiles.end();
 }
 
-void skipPictureOrder(BitReader& reader) {
+void skipPicOrderCount(BitReader& reader) {
   const uint32_t kind = reader.unsignedGolomb();
   if (kind == 0) {
     reader.unsignedGolomb();
@@ -198,7 +198,7 @@ std::optional<CodedSize> readH264Size(std::span<const uint8_t> unit) {
     if (reader.bit() != 0) skipScalingLists(reader, chromaFormat);
   }
   reader.unsignedGolomb();
-  skipPictureOrder(reader);
+  skipPicOrderCount(reader);
   reader.unsignedGolomb();
   reader.bit();
   const uint64_t columns = uint64_t{reader.unsignedGolomb()} + 1;

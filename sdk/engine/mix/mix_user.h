@@ -1,8 +1,9 @@
-// Who can be placed in a mix: the local user, or what one of the process's players plays.
+// A user that can be placed in a mix: the local user, or the stream of one of the process's
+// players.
 //
 // Thread: any.
-// Ownership: a user shares the stream of the player that it means.
-// Failure: what is not found is null.
+// Ownership: a user shares the stream of its player.
+// Failure: lookups return null if nothing is found.
 
 #pragma once
 
@@ -14,7 +15,7 @@
 
 namespace NimboEngine {
 
-// What the local user is called; "" is the same.
+// The local user's ID; "" is the same.
 inline constexpr char kLocalMixUser[] = "local";
 
 struct MixUser {
@@ -25,12 +26,12 @@ struct MixUser {
   bool operator==(const MixUser&) const = default;
 };
 
-// Who is meant by a user ID now. A player's ID means that player for ever, also when a later player
-// is given the same address; a URL means whoever plays it at any time, of several players the one
-// that began last.
+// Resolves a user ID. A player's ID keeps referring to that player, even if a later player is
+// created at the same address; a URL refers to whichever player plays it at the time, of several
+// the one that started last.
 std::optional<MixUser> findMixUser(const std::string& userId);
 
-// What `user`, who is not the local one, plays. Null when nobody plays the URL.
+// Returns the stream that `user`, not the local one, plays. Null if no player plays the URL.
 std::shared_ptr<RemoteStream> streamOf(const MixUser& user);
 
 }  // namespace NimboEngine

@@ -74,7 +74,7 @@ bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, boo
 bool PresentationClock::isLateForGood(Time now, Duration late) {
   const Duration ceiling = transit_.shortest() + settings_.maximum + (hasAudio_ ? kAudioLead : 0ms);
   const bool waits = late > kTolerance && *offset_ + late + kMargin <= ceiling;
-  // The audio is torn: far enough that it need not be torn again.
+  // The audio gets a gap: large enough that a second one is not needed.
   if (waits) offset_ = std::max(*offset_ + late + kMargin, transit_.shortest() + wantedDepth());
   if (waits || late <= kTolerance) {
     outage_.reset();

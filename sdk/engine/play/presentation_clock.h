@@ -4,10 +4,10 @@
 //   live   moment = time stamp + shortest transit + depth. The depth covers the jitter of either
 //          stream between the bounds of the settings, and for audio the lead that the output needs.
 //          It follows by at most 4 ms a second, which audio takes by resampling; it jumps where
-//          data were late or were found to have waited, since there the audio is torn anyway, and
-//          to earlier moments when it has learnt the jitter, 1.5 s after the beginning.
-//   timed  moment = time stamp + a constant, chosen when the first media are ready, and later only
-//          moved when the data do not come in time.
+//          data were late or were found to have been queued upstream, since the audio has a gap
+//          there anyway, and to earlier times when the jitter has been measured, 1.5 s after the
+//          start. timed  moment = time stamp + a constant, chosen when the first media are ready,
+//          and later only moved when the data do not come in time.
 //
 // With the setting `lowest`, video frames of live streams are due when they are ready.
 //

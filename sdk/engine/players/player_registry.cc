@@ -14,7 +14,7 @@ namespace {
 
 struct Entry {
   std::string id;
-  std::shared_ptr<RemoteStream> stream;  // also tells the entry from others
+  std::shared_ptr<RemoteStream> stream;  // also identifies the entry
   AudiblePlayer audible;
   std::string url;
   // When it was asked to play, and when it became audible: numbers that ascend.

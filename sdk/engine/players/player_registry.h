@@ -1,10 +1,10 @@
-// The players of this process, for those who do not know them otherwise: a mix finds what a player
-// plays by the player's ID or by the URL, and volume reports list the players that can be heard.
+// The registry of this process's players: a mix finds a player's stream by the player's ID or by
+// the URL, and volume reports list the audible players.
 //
 // Thread: any.
 // Ownership: LivePlayer and its session share a RegisteredPlayer; streams and meters are shared
-//   with whoever found them.
-// Failure: what is not found is null.
+//   with those who look them up.
+// Failure: lookups return null if nothing is found.
 
 #pragma once
 
@@ -19,7 +19,7 @@
 
 namespace NimboEngine {
 
-// Raise a player's own volume events, as far as it still plays by then.
+// Raise a player's own volume events if it still plays by then.
 struct VolumeEvents {
   std::function<void(const LumoRtc::LumoLiveUserVolumeInfo&)> onVolume;
   std::function<void()> onActiveSpeaker;
@@ -28,19 +28,19 @@ struct VolumeEvents {
 // One player's entry, from construction to withdraw() or destruction.
 class RegisteredPlayer {
  public:
-  // `player` is the pointer that the application knows: an identity only.
+  // `player` is the pointer that the application has: an identity only.
   explicit RegisteredPlayer(LumoRtc::LumoLivePlayer* player);
   ~RegisteredPlayer();
   RegisteredPlayer(const RegisteredPlayer&) = delete;
   RegisteredPlayer& operator=(const RegisteredPlayer&) = delete;
 
-  // The application has given the player back: it is not found any more, for good.
+  // To be called when the application has released the player: it is never found again.
   void withdraw();
 
-  // What the player is asked to play; "": nothing.
+  // The URL that the player is requested to play; "": none.
   void setUrl(const std::string& url);
 
-  // From now on the player has its record in volume reports, or has none any more.
+  // Adds the player's record to volume reports, or removes it.
   void setAudible(VolumeEvents events);
   void setInaudible();
 
@@ -52,10 +52,11 @@ class RegisteredPlayer {
   const std::shared_ptr<LevelMeter> meter_;
 };
 
-// What the player with this ID plays. The ID is the text of the player's pointer.
+// Returns the stream of the player with this ID. The ID is the text of the player's pointer.
 std::shared_ptr<RemoteStream> findStreamById(const std::string& id);
 
-// What is played from this URL: of several players by the one that began last.
+// Returns the stream that is played from this URL, of several players that of the one that started
+// last.
 std::shared_ptr<RemoteStream> findStreamByUrl(const std::string& url);
 
 struct AudiblePlayer {
@@ -64,7 +65,7 @@ struct AudiblePlayer {
   VolumeEvents events;
 };
 
-// In the order in which they became audible.
+// Returns the audible players in the order in which they became audible.
 std::vector<AudiblePlayer> audiblePlayers();
 
 }  // namespace NimboEngine

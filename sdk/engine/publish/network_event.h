@@ -1,5 +1,5 @@
-// What a push tells of its network, from the part that notices to the application. Each event is
-// named after the listener's operation; docs/network.md says when it is raised.
+// The network events of a push, from their detection to the application. Each is named after the
+// listener's operation; docs/network.md documents when it is raised.
 //
 // Thread: plain values.
 

@@ -28,7 +28,7 @@ enum LumoLiveErrorCode : int32_t {
   kLumoLiveErrorConnectRefused = -3002,   // no server listens at that address
   kLumoLiveErrorConnectTimeout = -3003,   // the server does not answer
   kLumoLiveErrorPublishRejected = -3004,  // the server refuses the application or the stream
-  kLumoLiveErrorStreamNameInUse = -3005,  // somebody already publishes under that name
+  kLumoLiveErrorStreamNameInUse = -3005,  // that name is already being published
   kLumoLiveErrorConnectionLost = -3006,   // the connection broke
   kLumoLiveErrorEncoderFailed = -3007,    // encoding stopped
   kLumoLiveErrorPublishDenied = -3008,    // the server's authorisation refuses the stream

@@ -44,7 +44,7 @@ function growth(usages) {
 /**
  * @returns {Promise<number>} seconds until the witness has received frames, from its start
  */
-async function secondsToPicture(url) {
+async function secondsToFrame(url) {
   const begin = performance.now();
   await new Promise((resolve) => {
     const witness = watchPackets(url, () => witness.stop().then(resolve));
@@ -68,14 +68,14 @@ async function main() {
     const lost = performance.now();
     server = await killAndRestart(server, live);
     const back = performance.now();
-    const seconds = (back - server.startedAt) / 1000 + (await secondsToPicture(server.url()));
+    const seconds = (back - server.startedAt) / 1000 + (await secondsToFrame(server.url()));
     global.gc?.();
     const last = usage();
     usages.push(last);
     if (seconds > LIMIT_SECONDS) late += 1;
     console.log(
       `outage ${outage}: down ${((server.startedAt - lost) / 1000).toFixed(2)} s, back after ` +
-        `${((back - server.startedAt) / 1000).toFixed(2)} s, picture after ${seconds.toFixed(2)} s, ` +
+        `${((back - server.startedAt) / 1000).toFixed(2)} s, frames after ${seconds.toFixed(2)} s, ` +
         `${last.rssMiB.toFixed(1)} MiB, ${last.descriptors} descriptors, ${last.threads} threads`,
     );
   }

@@ -65,7 +65,7 @@ async function viaLiveTransmit(media, context) {
   const sender = await sendWithFfmpeg(media, 'mpegts', `udp://127.0.0.1:${udp}?${PACKETS}`);
   context.atEnd(() => sender.stop());
   const url = `srt://127.0.0.1:${port}`;
-  // A player joins anywhere in a group of pictures, which lasts a second.
+  // A player joins anywhere in a GOP, which lasts a second.
   return { url, again: async () => ({ url }), allowanceMs: 1000 };
 }
 

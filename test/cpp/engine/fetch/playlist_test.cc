@@ -93,7 +93,7 @@ TEST(Playlist, OneRefusedAddressRefusesAll) {
 }
 
 TEST(Playlist, BinaryDataIsRefused) {
-  const std::string refused = "refused: the playlist is no text";
+  const std::string refused = "refused: the playlist is not text";
   EXPECT_EQ(rewritten(std::string("#EXTM3U\na\0b\n", 12)), refused);
   EXPECT_EQ(rewritten("#EXTM3U\n\xff\n"), refused);
 }

@@ -34,7 +34,7 @@ class PresenterTest : public testing::Test {
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
   struct Shown {
-    gsize size;  // tells the frames apart
+    gsize size;  // identifies the frames
     Time time;
   };
 
@@ -78,7 +78,7 @@ TEST_F(PresenterTest, TheFirstFrameIsShownImmediatelyAndTheOthersWhenDue) {
     EXPECT_EQ(frames[i].size, i + 1);
     EXPECT_GE(frames[i].time - start, 130ms + i * 20ms) << "none is early";
   }
-  while (!presenter.isDrained()) std::this_thread::yield();  // nothing tells that it is
+  while (!presenter.isDrained()) std::this_thread::yield();  // there is no event for it
 }
 
 TEST_F(PresenterTest, AudioIsDeliveredAheadOfItsTime) {
