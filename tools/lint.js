@@ -1,17 +1,19 @@
 'use strict';
 
-// Checks the project's files without running them: formatting, JavaScript lint, clang-tidy, and
-// that the build compiles every C++ source. Needs a configured build/release.
+// Checks the project's files without running them: formatting, JavaScript lint, the words of the
+// glossary, the engine's include graph, clang-tidy, and that the build compiles every C++ source.
+// Needs a configured build/release.
 //
 // Usage: node tools/lint.js
 
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
+const { glossaryDefects } = require('./lib/glossary');
 const { allowedIncludes, graphDefects, includeGraph } = require('./lib/include_graph');
 const { buildFolder, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 
-/** @param {import('./lib/tally').Tally} tally each of the five checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the six checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -23,6 +25,9 @@ async function lint(tally) {
   const options = ['--error-on-warnings', `--colors=${colours}`];
   const biome = await run('node_modules/.bin/biome', ['ci', ...options]);
   count(tally, biome.ok, 'Biome: see above; npm run format fixes the formatting');
+
+  const words = glossaryDefects(sourceFiles(''));
+  count(tally, words.length === 0, `words, see CONTRIBUTING.md:\n${words.join('\n')}`);
 
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
