@@ -2,7 +2,7 @@
 //
 // Thread: that of the pusher's caller.
 // Ownership: belongs to the pusher, which refills it on every query.
-// Failure: an index past the end gives an empty record.
+// Failure: an index past the end yields an empty record.
 
 #pragma once
 

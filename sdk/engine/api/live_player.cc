@@ -31,7 +31,7 @@ EngineThread& playersThread();
 
 void stopPlayersAtExit() {
   constexpr std::chrono::seconds kTimeout{3};
-  PlayAttempt::stopAllForGood();
+  PlayAttempt::shutDownAll();
   const auto idle = std::make_shared<std::promise<void>>();
   playersThread().post([idle] { idle->set_value(); });
   idle->get_future().wait_for(kTimeout);

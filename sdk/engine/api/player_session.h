@@ -35,8 +35,8 @@ struct PlayRequest {
 
 class PlayerSession {
  public:
-  // What plays goes to the stream of `registered` too. `onPlayOver(number)` comes before the events of a playback
-  // that ended without having been stopped.
+  // The output goes to the stream of `registered` too. `onPlayOver(number)` is called before the
+  // events of a playback that ended without having been stopped.
   PlayerSession(EngineThread& engine, const PlaySettings& settings,
                 std::shared_ptr<PlayerListeners> listeners,
                 std::shared_ptr<RegisteredPlayer> registered,

@@ -2,7 +2,7 @@
 //
 // Thread: that of its caller.
 // Ownership: created by make(), owned by the caller until release(), which destroys it.
-// Failure: an index past the end gives an empty record.
+// Failure: an index past the end yields an empty record.
 
 #pragma once
 

@@ -55,7 +55,7 @@ void writeLog(int level, const char* tag, const LogSite& site, std::string_view 
 
 // The library's logging entry point for its users, found by name. `format` and what follows it
 // are as for printf, except for lines tagged "Electron-JS": their `format` is written as it is,
-// since it comes from scripts and has no arguments behind it. Null texts count as empty.
+// since it is from scripts and has no arguments. Null texts count as empty.
 extern "C" LUMO_RTC_EXPORT void NimboEngineOutputLog(const char* file, const char* function,
                                                      int line, const char* tag, int level,
                                                      const char* format, ...);

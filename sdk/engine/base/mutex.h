@@ -1,5 +1,5 @@
-// The standard library's mutex, lock and condition variable under names that clang's thread-safety
-// analysis knows (see thread_annotations.h). They do nothing that those do not.
+// The standard library's mutex, lock and condition variable annotated for clang's thread-safety
+// analysis (see thread_annotations.h), without further behaviour.
 //
 // Thread: as the standard library's.
 
@@ -40,7 +40,8 @@ class NIMBO_SCOPED_CAPABILITY MutexLock {
 };
 
 // The waiting functions take a MutexLock that holds the mutex. Conditions are called with the mutex
-// held; one that reads guarded members says so: `[this]() NIMBO_REQUIRES(mutex_) { … }`.
+// held; one that reads guarded members needs the annotation: `[this]() NIMBO_REQUIRES(mutex_) { …
+// }`.
 class ConditionVariable {
  public:
   void notify_all() { condition_.notify_all(); }

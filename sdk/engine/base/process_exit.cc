@@ -29,7 +29,7 @@ Stages& theStages() {
   return *stages;
 }
 
-// Null when there is nothing to run.
+// Returns null if there is nothing to run.
 void (*takeStage(std::size_t index))() {
   const MutexLock lock(theStages().mutex);
   Stage& stage = theStages().stages[index];

@@ -156,7 +156,7 @@ void appendUrl(std::string& out, View url, bool cut) {
   const View authority = rest.substr(0, findSymbol(rest, "/"));
   const bool whole = !cut || authority.size() < rest.size() || queryAt < url.size();
   const bool port = findSymbol(authority, ":") < authority.size();
-  if (!isAuthority(authority)) {  // a user without a host, and what comes next may be anything
+  if (!isAuthority(authority)) {  // a user without a host, followed by anything
     out += kHidden;
     return;
   }

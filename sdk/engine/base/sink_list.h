@@ -2,7 +2,7 @@
 //
 // Thread: any. each() may run on several threads at once; add() and remove() block until no call is
 //   running, so they must not be called from a sink.
-// Ownership: the sinks are the caller's; each must be removed before it ends.
+// Ownership: the sinks are the caller's; each must be removed before it is destroyed.
 // Failure: none.
 
 #pragma once
@@ -21,7 +21,7 @@ class SinkList {
     sinks_.push_back(sink);
   }
 
-  // After it has returned, no call of `sink` is running and none follows.
+  // After it has returned, no call of `sink` is running or will follow.
   void remove(Sink* sink) {
     std::lock_guard lock(mutex_);
     std::erase(sinks_, sink);

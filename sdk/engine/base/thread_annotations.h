@@ -1,7 +1,7 @@
-// Says which lock or thread a member or function needs, so that clang refuses what does not keep
-// to it (-Wthread-safety). Other compilers see nothing of it.
+// Annotations of the lock or thread that a member or function requires, which clang checks
+// (-Wthread-safety). They are empty for other compilers.
 //
-// Thread: no code.
+// Thread: macros only.
 
 #pragma once
 
@@ -11,17 +11,17 @@
 #define NIMBO_ANNOTATE(attribute)
 #endif
 
-// Of a class: its objects can be held, like a lock or a thread.
+// On a class: its objects can be held, like a lock or a thread.
 #define NIMBO_CAPABILITY(name) NIMBO_ANNOTATE(capability(name))
 #define NIMBO_SCOPED_CAPABILITY NIMBO_ANNOTATE(scoped_lockable)
-// Of a member: it is read and written while `x` is held.
+// On a member: it is read and written only while `x` is held.
 #define NIMBO_GUARDED_BY(x) NIMBO_ANNOTATE(guarded_by(x))
-// Of a function: its caller holds `x`, or does not.
+// On a function: its caller must hold `x`, or must not.
 #define NIMBO_REQUIRES(...) NIMBO_ANNOTATE(requires_capability(__VA_ARGS__))
 #define NIMBO_EXCLUDES(...) NIMBO_ANNOTATE(locks_excluded(__VA_ARGS__))
-// Of a function: `x` is held from then on, not any more, or already.
+// On a function: it acquires `x`, releases it, or asserts that it is held.
 #define NIMBO_ACQUIRE(...) NIMBO_ANNOTATE(acquire_capability(__VA_ARGS__))
 #define NIMBO_RELEASE(...) NIMBO_ANNOTATE(release_capability(__VA_ARGS__))
 #define NIMBO_ASSERT_CAPABILITY(x) NIMBO_ANNOTATE(assert_capability(x))
-// Of a function whose locking the compiler cannot follow.
+// On a function whose locking the compiler cannot follow.
 #define NIMBO_NO_THREAD_SAFETY_ANALYSIS NIMBO_ANNOTATE(no_thread_safety_analysis)

@@ -139,7 +139,7 @@ bool DeviceSelection::chooseName(DeviceKind kind, const std::string& name) {
   return device && chooseId(kind, device->id);
 }
 
-// A microphone that follows the camera does so when a file comes or goes.
+// A microphone that follows the camera changes when the camera becomes a file or stops being one.
 void DeviceSelection::use(DeviceKind kind, const Device& device) {
   const auto before = std::exchange(slot(kind).used, device);
   const bool wasFile = before && cameraFile(before->id);

@@ -1,6 +1,6 @@
 // Names and identifiers of cameras and microphones.
 //
-// Identifiers are stable while the process lives and, where the system gives stable names, beyond:
+// Identifiers are stable while the process lives and, if the system provides stable names, beyond:
 //   "test"         the test pattern or the test tone
 //   "file:<path>"  a media file as camera "file"         that file's audio as microphone other
 //   a device, by its node name or path

@@ -4,8 +4,7 @@
 // Interim responses (100 to 199) are skipped. Content codings are not decoded: an unrequested
 // coding is reported in the head.
 //
-// Thread: one at a time.
-// Memory: the headers up to the limit. The body is handed on as it comes.
+// Thread: one at a time. Memory: the headers up to the limit. The body is passed on as it arrives.
 // Failure: kMalformed and kHeaderLimit are final.
 
 #pragma once

@@ -27,7 +27,7 @@ enum class FlvTagType : uint8_t { kAudio = 8, kVideo = 9, kScript = 18 };
 struct RawFlvTag {
   FlvTagType type = FlvTagType::kScript;
   bool encrypted = false;
-  bool afterGap = false;  // bytes were skipped or a file header came since the previous tag
+  bool afterGap = false;  // bytes were skipped or there was a file header since the previous tag
   uint32_t timestampMs = 0;
   std::span<const uint8_t> body;
 };

@@ -27,8 +27,8 @@ class SampleFifo {
   // Appends `frames` interleaved frames.
   void push(const int16_t* samples, size_t frames);
 
-  // Fills `out` with `frames` frames. Returns how many of them came from the source; the rest,
-  // after them, is silence.
+  // Fills `out` with `frames` frames. Returns how many of them are from the source; the rest, after
+  // them, is silence.
   size_t pull(int16_t* out, size_t frames);
 
   // Returns whether the next pull() delivers samples of the source.

@@ -8,7 +8,8 @@
 
 namespace NimboEngine {
 
-// The path without symbolic links; empty when `file` is not open or the kernel does not answer.
+// Returns the path with symbolic links resolved; empty if `file` is not open or its path is
+// unknown.
 std::string pathOfOpenFile(int file);
 
 }  // namespace NimboEngine

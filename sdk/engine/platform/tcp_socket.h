@@ -21,7 +21,7 @@ struct TcpSendOptions {
 void setTcpSendOptions(int socket, const TcpSendOptions& options);
 
 // Acknowledges the next received data immediately instead of with a response or after a delay.
-// Linux goes back to delaying by itself, so this is repeated after each read.
+// Linux reverts to delaying by itself, so this must be repeated after each read.
 void acknowledgeTcpAtOnce(int socket);
 
 // Shuts the socket down in both directions; threads that poll it wake up.

@@ -10,7 +10,7 @@
 
 namespace NimboEngine {
 
-// Linux shows 15 characters; what is longer is cut. `thread` must be joinable.
+// Linux shows 15 characters; longer names are cut. `thread` must be joinable.
 void nameThread(std::thread& thread, std::string_view name);
 
 }  // namespace NimboEngine

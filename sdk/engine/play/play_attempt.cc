@@ -81,7 +81,7 @@ struct PlayAttempt::Running {
   Mutex mutex;
   ConditionVariable changed;
   std::set<State*> states NIMBO_GUARDED_BY(mutex);
-  bool stoppedForGood NIMBO_GUARDED_BY(mutex) = false;
+  bool isShutDown NIMBO_GUARDED_BY(mutex) = false;
 
   static Running& instance() {
     static NeverDestroyed<Running> running;
@@ -91,7 +91,7 @@ struct PlayAttempt::Running {
   // Returns whether it may run.
   bool add(State* state) {
     const MutexLock lock(mutex);
-    return !stoppedForGood && states.insert(state).second;
+    return !isShutDown && states.insert(state).second;
   }
 
   void remove(State* state) {
@@ -104,7 +104,7 @@ struct PlayAttempt::Running {
   void stopAll() {
     constexpr std::chrono::milliseconds kTimeout{500};
     MutexLock lock(mutex);
-    stoppedForGood = true;
+    isShutDown = true;
     for (State* state : states) state->requestStop();
     changed.wait_for(lock, kTimeout, [this]() NIMBO_REQUIRES(mutex) { return states.empty(); });
   }
@@ -308,7 +308,7 @@ PlayAttempt::PlayAttempt(PlayUrl url, const SourceSettings& sources,
 
 PlayAttempt::~PlayAttempt() = default;
 
-void PlayAttempt::stopAllForGood() {
+void PlayAttempt::shutDownAll() {
   Running::instance().stopAll();
 }
 

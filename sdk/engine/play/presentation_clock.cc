@@ -23,7 +23,7 @@ constexpr Duration kLearning = 1500ms;
 // Lateness below this is left to the slow way.
 constexpr Duration kTolerance = 20ms;
 // A sender that was paused and does not catch up is late permanently.
-constexpr Duration kLateForGood = 1500ms;
+constexpr Duration kLongestOutage = 1500ms;
 
 // Timed media: how much is buffered before the first is presented, and again after an underrun.
 constexpr Duration kTimedStart = 40ms;
@@ -54,7 +54,7 @@ bool PresentationClock::ready(Media media, Time now, Duration timestamp, bool wa
 bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, bool waited) {
   if (waited && offset_) return false;
   bool begins = transit_.add(media, now, timestamp);
-  if (!begins && isLateForGood(now, lateness(media, now, timestamp))) {
+  if (!begins && isPermanentlyLate(now, lateness(media, now, timestamp))) {
     transit_.restart();
     begins = transit_.add(media, now, timestamp);
   }
@@ -71,7 +71,7 @@ bool PresentationClock::readyLive(Media media, Time now, Duration timestamp, boo
 
 // If media are late the clock waits for them, within the bounds of the settings. Beyond that it is
 // an outage, whose media are dropped until the sender has caught up; some never do.
-bool PresentationClock::isLateForGood(Time now, Duration late) {
+bool PresentationClock::isPermanentlyLate(Time now, Duration late) {
   const Duration ceiling = transit_.shortest() + settings_.maximum + (hasAudio_ ? kAudioLead : 0ms);
   const bool waits = late > kTolerance && *offset_ + late + kMargin <= ceiling;
   // The audio gets a gap: large enough that a second one is not needed.
@@ -81,7 +81,7 @@ bool PresentationClock::isLateForGood(Time now, Duration late) {
   } else if (!outage_) {
     outage_ = now;
   }
-  return outage_ && now - *outage_ > kLateForGood;
+  return outage_ && now - *outage_ > kLongestOutage;
 }
 
 void PresentationClock::follow(Time now) {

@@ -61,7 +61,7 @@ class PresentationClock {
  private:
   bool readyLive(Media media, Time now, Duration timestamp, bool waited);
   bool readyTimed(Media media, Time now, Duration timestamp);
-  bool isLateForGood(Time now, Duration late);
+  bool isPermanentlyLate(Time now, Duration late);
   void follow(Time now);
   Duration lateness(Media media, Time now, Duration timestamp) const;
   Duration wantedDepth() const;

@@ -17,7 +17,7 @@ struct Entry {
   std::shared_ptr<RemoteStream> stream;  // also identifies the entry
   AudiblePlayer audible;
   std::string url;
-  // When it was asked to play, and when it became audible: numbers that ascend.
+  // When it was requested to play, and when it became audible: ascending numbers.
   uint64_t playOrder = 0;
   std::optional<uint64_t> audibleOrder;
 };
@@ -49,7 +49,7 @@ class Registry {
     if (entry != entries_.end()) change(*entry, ++order_);
   }
 
-  // The last to play of those with that value.
+  // Returns the last one to play with that value.
   std::shared_ptr<RemoteStream> find(std::string Entry::*key, const std::string& value) const {
     const MutexLock lock(mutex_);
     const Entry* found = nullptr;

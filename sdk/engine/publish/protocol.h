@@ -18,7 +18,7 @@ namespace NimboEngine {
 struct PublishProtocol {
   std::string_view scheme;  // in lower case
 
-  // Fills in what `url`, which has its text, says; false with `error`.
+  // Parses the text in `url` into its other fields; returns false with `error`.
   bool (*parse)(PushUrl& url, std::string& error);
 
   const Muxer& muxer;
@@ -27,7 +27,7 @@ struct PublishProtocol {
                                          Connection::Events events);
 };
 
-// Null with `error` for a URL without a scheme, and for one that no protocol has.
+// Returns null with `error` for a URL without a scheme, or with an unknown one.
 const PublishProtocol* findPublishProtocol(const std::string& url, std::string& error);
 
 }  // namespace NimboEngine

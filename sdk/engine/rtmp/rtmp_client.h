@@ -106,7 +106,7 @@ class RtmpClient {
   bool writable_ = true;  // as far as is known
   bool readable_ = true;
   bool sendFailed_ = false;
-  bool streamEnded_ = false;  // all media and the end of the stream were handed to the session
+  bool streamEnded_ = false;  // all media and the end of the stream were passed to the session
   std::optional<ConnectionFailure> failure_;
 
   mutable std::mutex mutex_;

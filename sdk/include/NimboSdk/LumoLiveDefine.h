@@ -1,7 +1,7 @@
 // Enumerations and records shared by the pusher and the player.
 //
-// Every enumeration has a fixed 32-bit underlying type: applications hand over any 32-bit number,
-// and such a number must survive the cast even when it names no member.
+// Every enumeration has a fixed 32-bit underlying type: applications pass any 32-bit number, and
+// such a number must survive the cast even when it names no member.
 //
 // Units, everywhere unless a field says otherwise: sizes and strides in pixels and bytes, bit
 // rates of video in kbit/s, of audio in bit/s, frame rates in frames per second, key-frame

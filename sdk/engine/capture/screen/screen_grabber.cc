@@ -72,7 +72,7 @@ ScreenGrabber::Outcome ScreenGrabber::grab() {
   if (found != Outcome::kFrame) return found;
   const Outcome fetched = fetch(place);
   while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection())}) {
-    // Errors of requests that came too late for the window arrive here.
+    // Discards errors of requests that were too late for the window.
   }
   if (xcb_connection_has_error(connection()))
     return ended(Outcome::kGone, "the X server has ended");

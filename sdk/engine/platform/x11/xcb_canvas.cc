@@ -27,7 +27,7 @@ bool XcbCanvas::refresh() {
   const XReply<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window_), nullptr));
   while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
-    // Errors of requests that came too late for the window arrive here.
+    // Discards errors of requests that were too late for the window.
   }
   if (!geometry) return false;
   if (gc_ == 0) {
