@@ -1,9 +1,9 @@
-# Makes everything that is built from here on hard to exploit: a smashed or skipped stack and an
-# overrun buffer of known size end the process, indirect branches land only where they may (on
-# processors that see to that), and no table of addresses stays writable.
+# Hardens all targets defined after it: stack overflows and clashes, and overruns of buffers of
+# known size, end the process, indirect branches are checked (on processors that support it), and
+# relocation tables are read-only.
 #
-# Sanitizers bring checks of their own, which these would hide. Without optimization the compiler
-# knows no buffer's size.
+# Sanitizers have their own checks, which these would hide. Without optimization the compiler does
+# not know buffer sizes.
 if(LUMO_SANITIZER OR NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
   return()
 endif()

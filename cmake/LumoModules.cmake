@@ -1,4 +1,4 @@
-# The two kinds of binaries that must look alike wherever they are built.
+# Build rules of the two kinds of binaries, which must be the same in every build.
 
 # lumo_add_node_module(<target> <folder> <source>...)
 # A module that the runtime loads, put into <folder> of the build. It finds NimboSdk in the
@@ -16,8 +16,8 @@ function(lumo_add_node_module target folder)
   if(APPLE)
     target_link_options(${target} PRIVATE -undefined dynamic_lookup)
   else()
-    # registPlugin may open another copy of the SDK for all to see. Bound at once, every call
-    # stays with the copy that was linked.
+    # registPlugin may open another copy of the SDK with global symbols. With immediate binding
+    # every call stays with the linked copy.
     target_link_options(${target} PRIVATE -Wl,-z,now)
   endif()
 endfunction()
@@ -35,7 +35,7 @@ function(lumo_add_nimbo_sdk target folder)
                SUFFIX ""
                LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${folder}/NimboSdk.framework)
   if(NOT APPLE)
-    # Two copies may live in one process; each keeps to its own functions.
+    # Two copies may be loaded in one process; each calls its own functions.
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,now)
   endif()
 endfunction()

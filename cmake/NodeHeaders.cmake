@@ -1,8 +1,8 @@
 # Finds the headers of the runtime that the add-on is built for and offers them as lumo_node.
 #
-# cmake-js hands them over in CMAKE_JS_INC. A plain `cmake --preset` asks cmake-js for the same
-# answer, so there is one authority: npm's `nodedir` setting, else the headers installed beside
-# the running Node, else cmake-js's own download.
+# cmake-js passes them in CMAKE_JS_INC. A plain `cmake --preset` queries cmake-js for the same path,
+# so there is one rule: npm's `nodedir` setting, else the headers installed beside the running Node,
+# else cmake-js's own download.
 if(NOT DEFINED CMAKE_JS_INC)
   if(NOT DEFINED ENV{npm_config_nodedir})
     execute_process(
@@ -21,6 +21,6 @@ if(NOT DEFINED CMAKE_JS_INC)
   set(CMAKE_JS_INC "${node_headers}" CACHE STRING "Folders of the runtime's headers")
 endif()
 
-# SYSTEM: the runtime's headers are not held to this project's warnings.
+# SYSTEM: the runtime's headers are exempt from this project's warnings.
 add_library(lumo_node INTERFACE)
 target_include_directories(lumo_node SYSTEM INTERFACE ${CMAKE_JS_INC})

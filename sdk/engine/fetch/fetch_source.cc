@@ -89,7 +89,7 @@ gboolean doSeek(GstBaseSrc* element, GstSegment* segment) {
   return TRUE;
 }
 
-// Answers that buffering by download is not worthwhile.
+// Marks the source as bandwidth-limited, so that nothing is downloaded repeatedly.
 gboolean onQuery(GstBaseSrc* element, GstQuery* query) {
   const gboolean answered = GST_BASE_SRC_CLASS(parentClass)->query(element, query);
   if (GST_QUERY_TYPE(query) == GST_QUERY_SCHEDULING) {
