@@ -16,11 +16,11 @@ constexpr Duration kFirstJitter = 40ms;
 // The slew rate of the clock while media are presented: 0.4 %, a fourteenth of a semitone. Audio,
 // which may be resampled by more than that, keeps up.
 constexpr int kSlewDivisor = 250;
-// The jitter is learnt in this time, from the first media and from the first audio on. At its end
-// the clock jumps to earlier moments, however little, so that it need not move for seconds; not to
+// The jitter is measured for this time, from the first media and from the first audio on. At its end
+// the clock jumps to earlier times, however little, so that it need not slew for seconds; not to
 // later ones: that would leave a gap in the audio, which its lead often makes unnecessary.
 constexpr Duration kLearning = 1500ms;
-// Lateness below this is left to the slow way.
+// Lateness below this is corrected by slewing.
 constexpr Duration kTolerance = 20ms;
 // A sender that was paused and does not catch up is late permanently.
 constexpr Duration kLongestOutage = 1500ms;
