@@ -27,8 +27,7 @@ struct PushUrl {
   std::string forLog() const;
 };
 
-// Accepts what the scheme's protocol does. Without a value, `error` describes the
-// defect.
+// Accepts what the scheme's protocol accepts. Without a value, `error` describes the defect.
 //
 // The first of the parameters "expires", "expire", "exp" and "deadline" whose value is a whole
 // number of seconds since 1970 (or of milliseconds, from 10^11 on) is the expiry.

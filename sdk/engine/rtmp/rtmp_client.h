@@ -5,9 +5,8 @@
 //   measures may be called from any. The events are raised on the connection's own thread, one at a
 //   time. onMedia may block: nothing is read from the server meanwhile, which eventually slows it
 //   down; it must return soon after stop(), since destruction waits for it.
-// Ownership: owns thread and socket. stop() cuts the connection and returns at once; no event
-// begins
-//   afterwards. Destruction stops and joins, which no server can delay.
+// Ownership: owns thread and socket. stop() cuts the connection and returns immediately; no event
+//   is raised afterwards. Destruction stops and joins, which no server can delay.
 // Failure: onEnded, once; then only destruction is left.
 
 #pragma once
