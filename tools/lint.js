@@ -2,7 +2,7 @@
 
 // Checks the project's files without running them: formatting, JavaScript lint, the words of the
 // glossary, the engine's include graph, clang-tidy, and that the build compiles every C++ source.
-// Needs a configured build/release.
+// Configures build/lint, where each source is compiled alone.
 //
 // Usage: node tools/lint.js
 
@@ -32,14 +32,16 @@ async function lint(tally) {
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
 
-  const release = buildFolder('release');
-  const compiled = compileCommands(release);
+  const configured = await run('cmake', ['--preset', 'lint'], { capture: true });
+  if (!configured.ok) throw new Error(`cmake --preset lint: ${configured.output}`);
+  const folder = buildFolder('lint');
+  const compiled = compileCommands(folder);
   const sources = sourceFiles('.cc');
   const orphans = sources.filter((file) => !compiled.has(file));
   count(tally, orphans.length === 0, `sources in no target: ${orphans.join(', ')}`);
 
   const checked = sources.filter((file) => compiled.has(file));
-  const bad = await clangTidy(checked, release);
+  const bad = await clangTidy(checked, folder);
   count(
     tally,
     checked.length > 0 && bad.length === 0,

@@ -23,7 +23,7 @@ namespace {
 
 using Access = LumoRtc::LumoLiveMixStreamArrayAccess;
 
-std::atomic<int> aliveCount{0};
+std::atomic<int> aliveArrays{0};
 
 void record(const char* name, const LumoRtc::LumoLiveMixStreamArray& self,
             const Json& details = Json::object()) {
@@ -42,7 +42,7 @@ Json mixStreamsJson(const LumoRtc::LumoLiveMixStreamArray& streams) {
 }
 
 int mixStreamArraysAlive() {
-  return aliveCount;
+  return aliveArrays;
 }
 
 }  // namespace ScriptedSdk
@@ -50,21 +50,21 @@ int mixStreamArraysAlive() {
 namespace LumoRtc {
 
 using ScriptedSdk::Access;
-using ScriptedSdk::aliveCount;
+using ScriptedSdk::aliveArrays;
 using ScriptedSdk::pointerJson;
 using ScriptedSdk::record;
 using ScriptedSdk::SdkScope;
 using ScriptedSdk::toJson;
 
 LumoLiveMixStreamArray::LumoLiveMixStreamArray() : mStorage(new Access::Streams) {
-  ++aliveCount;
+  ++aliveArrays;
   record("construct", *this);
 }
 
 LumoLiveMixStreamArray::LumoLiveMixStreamArray(const LumoLiveMixStreamArray& other) {
   const SdkScope scope;
   mStorage = new Access::Streams(Access::streams(other));
-  ++aliveCount;
+  ++aliveArrays;
   record("copy", *this, {{"from", pointerJson(&other)}});
 }
 
@@ -79,7 +79,7 @@ LumoLiveMixStreamArray::~LumoLiveMixStreamArray() {
   const SdkScope scope;
   record("destroy", *this);
   delete &Access::streams(*this);
-  --aliveCount;
+  --aliveArrays;
 }
 
 void LumoLiveMixStreamArray::Add(const LumoLiveMixStream& stream) {

@@ -14,7 +14,7 @@ namespace {
 
 const char kNullText[] = "";  // its address marks a String built from null
 
-std::atomic<int> aliveCount{0};
+std::atomic<int> aliveStrings{0};
 
 thread_local int sdkDepth = 0;
 
@@ -51,7 +51,7 @@ const char* immortalText(const Text& text) {
 }
 
 int stringsAlive() {
-  return aliveCount;
+  return aliveStrings;
 }
 
 SdkScope::SdkScope() {
@@ -65,17 +65,17 @@ SdkScope::~SdkScope() {
 
 namespace LumoRtc {
 
-using ScriptedSdk::aliveCount;
+using ScriptedSdk::aliveStrings;
 using ScriptedSdk::duplicate;
 using ScriptedSdk::record;
 
 String::String(const char* text) : mText(duplicate(text)) {
-  ++aliveCount;
+  ++aliveStrings;
   record("construct", *this);
 }
 
 String::String(const String& other) : mText(duplicate(other.mText)) {
-  ++aliveCount;
+  ++aliveStrings;
   record("copy", *this, &other);
 }
 
@@ -91,7 +91,7 @@ String& String::operator=(const String& other) {
 String::~String() {
   record("destroy", *this);
   std::free(mText);
-  --aliveCount;
+  --aliveStrings;
 }
 
 const char* String::c_str() const {

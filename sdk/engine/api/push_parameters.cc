@@ -11,20 +11,20 @@ namespace {
 
 using namespace LumoRtc;
 
-struct Size {
+struct FrameSize {
   int width;
   int height;
 };
 
 // Widths are multiples of 8: JavaScript gets frames of other widths padded.
-constexpr std::array<Size, 8> kLadder = {{{320, 180},
-                                          {424, 240},
-                                          {640, 360},
-                                          {848, 480},
-                                          {960, 540},
-                                          {1280, 720},
-                                          {1920, 1080},
-                                          {2560, 1440}}};
+constexpr std::array<FrameSize, 8> kLadder = {{{320, 180},
+                                               {424, 240},
+                                               {640, 360},
+                                               {848, 480},
+                                               {960, 540},
+                                               {1280, 720},
+                                               {1920, 1080},
+                                               {2560, 1440}}};
 constexpr uint32_t kSampleRates[] = {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
 constexpr int kLowestKbps = 50;
 constexpr int kHighestKbps = 50000;
@@ -55,7 +55,7 @@ class Check {
   std::string& error_;
 };
 
-Size frameSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {
+FrameSize frameSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {
   if (width == 0 && height == 0) {
     check.range("mResolution", resolution, 0, kLadder.size() - 1);
     return kLadder[std::min<std::size_t>(resolution, kLadder.size() - 1)];
@@ -67,7 +67,7 @@ Size frameSize(uint32_t resolution, int64_t width, int64_t height, Check& check)
 
 template <class Config>
 VideoFormat videoFormat(const Config& config, uint32_t fps, Check& check) {
-  const Size size = frameSize(config.mResolution, config.width, config.height, check);
+  const FrameSize size = frameSize(config.mResolution, config.width, config.height, check);
   check.fps(fps);
   return {size.width, size.height, static_cast<int>(fps)};
 }
@@ -135,7 +135,7 @@ LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
 LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
                           PushParameters& parameters, std::string& error) {
   Check check(error);
-  const Size size = frameSize(resolution, width, height, check);
+  const FrameSize size = frameSize(resolution, width, height, check);
   if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.video.width = size.width;
   parameters.encoder.video.height = size.height;

@@ -13,7 +13,7 @@ using namespace LumoRtc;
 using namespace std::chrono_literals;
 
 constexpr auto kTick = 250ms;
-constexpr auto kSecond = 1s;
+constexpr auto kReportInterval = 1s;
 constexpr auto kLogInterval = 10s;
 // Stopping a pipeline took 130 ms at most, unless it hung.
 constexpr auto kStopTimeout = 400ms;
@@ -169,7 +169,7 @@ void Playback::tick() {
     if (wrong) onAttemptFailed(*wrong, textOf(*wrong));
   }
   if (over_) return;
-  if (started_ && now - lastReport_ >= kSecond) reportSecond(now);
+  if (started_ && now - lastReport_ >= kReportInterval) reportSecond(now);
   engine_.postAfter(kTick, ownerGuard_.bind([this] { tick(); }));
 }
 
@@ -203,7 +203,7 @@ NetworkRating::Second Playback::lastSecond(Clock::time_point now, const PlayCoun
   if (live_) {
     second.delay = output_->takeWorstDelay(now);
   } else if (counts.decoded() == lastCounts_.decoded()) {
-    second.delay = kSecond;  // waiting for data
+    second.delay = kReportInterval;  // waiting for data
   }
   return second;
 }

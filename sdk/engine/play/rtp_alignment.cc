@@ -13,7 +13,7 @@ constexpr Nanoseconds kSecond = 1'000'000'000;
 
 // A packet this far from the average of the arrivals has a time stamp of another mapping. Servers
 // that start with a cached GOP send some seconds of it at once.
-constexpr Nanoseconds kJump = 10 * kSecond;
+constexpr Nanoseconds kOtherMapping = 10 * kSecond;
 // The average of the arrivals gains this part of each difference: it follows clocks that drift
 // apart, and takes several hundred packets to follow anything else.
 constexpr int kLeadDivisor = 256;
@@ -72,7 +72,7 @@ Nanoseconds RtpAlignment::present(size_t stream, uint32_t rtpTime, Nanoseconds a
     begin(state, unwrapped, arrival);
   } else {
     const Nanoseconds ahead = streamTime(state, unwrapped) + state.shift - arrival - state.lead;
-    if (std::abs(ahead) > kJump) {
+    if (std::abs(ahead) > kOtherMapping) {
       restart(state, unwrapped, arrival);
     } else {
       state.lead += ahead / kLeadDivisor;

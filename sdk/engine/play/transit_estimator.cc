@@ -9,7 +9,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // No sender pauses for this long; its time stamps have been reset.
-constexpr TransitEstimator::Duration kJump = 10s;
+constexpr TransitEstimator::Duration kReset = 10s;
 // Decoders output frames in order; larger steps back mean that the sender was restarted.
 constexpr TransitEstimator::Duration kReordering = 1s;
 // The decay of the shortest transit: 1 ms per second. Computer clocks drift a tenth of that,
@@ -64,7 +64,7 @@ bool TransitEstimator::hasFallen(Media media, Time now, Duration drop) {
 bool TransitEstimator::hasJumped(const Stream& stream, Duration timestamp) {
   if (!stream.timestamp) return false;
   const Duration step = timestamp - *stream.timestamp;
-  return step > kJump || step < -kReordering;
+  return step > kReset || step < -kReordering;
 }
 
 void TransitEstimator::restart() {

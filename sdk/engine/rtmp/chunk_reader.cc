@@ -10,7 +10,6 @@
 namespace NimboEngine {
 namespace {
 
-constexpr uint32_t kExtendedMark = 0xffffff;
 constexpr std::size_t kExtendedBytes = 4;
 
 // Format 0 has all fields: time stamp (3), length (3), type (1), message stream (4); 1 has no

@@ -7,7 +7,6 @@
 namespace NimboEngine {
 namespace {
 
-constexpr uint32_t kExtendedMark = 0xffffff;
 // The upper two bits of a chunk's first byte.
 constexpr uint8_t kSameStream = 1 << 6;
 constexpr uint8_t kContinuation = 3 << 6;

@@ -26,6 +26,9 @@ enum class RtmpType : uint8_t {
   kAggregate = 22,
 };
 
+// In the 24 bits of a chunk header's time: the time stands behind the header, in 32 bits.
+inline constexpr uint32_t kExtendedMark = 0xffffff;
+
 struct RtmpMessage {
   RtmpType type{};
   uint32_t timestamp = 0;  // ms; wraps

@@ -10,8 +10,8 @@ namespace {
 using namespace LumoRtc;
 
 // Identities only.
-LumoLivePlayer* const kAnna = reinterpret_cast<LumoLivePlayer*>(0x10);
-LumoLivePlayer* const kBert = reinterpret_cast<LumoLivePlayer*>(0x20);
+LumoLivePlayer* const kFirst = reinterpret_cast<LumoLivePlayer*>(0x10);
+LumoLivePlayer* const kSecond = reinterpret_cast<LumoLivePlayer*>(0x20);
 
 UserLevel user(LumoLivePlayer* player, double peak, bool voice = false) {
   return {.player = player, .reading = {.peak = peak, .voice = voice}};
@@ -33,20 +33,20 @@ TEST(VolumeRecords, TheScaleFollowsItsFormula) {
 
 TEST(VolumeRecords, NamesEachUserAndSumsUp) {
   VolumeRecords records(0);
-  const auto made = records.make({user(nullptr, 0.2), user(kAnna, 0.4, true), user(kBert, 0)});
+  const auto made = records.make({user(nullptr, 0.2), user(kFirst, 0.4, true), user(kSecond, 0)});
   ASSERT_EQ(made.size(), 3u);
   EXPECT_EQ(made[0].userType, kLumoLiveUserVolumeLocal);
   EXPECT_EQ(made[0].player, nullptr);
   EXPECT_EQ(made[0].volume, 51);
   EXPECT_FALSE(made[0].speechState);
   EXPECT_EQ(made[1].userType, kLumoLiveUserVolumeRemote);
-  EXPECT_EQ(made[1].player, kAnna);
+  EXPECT_EQ(made[1].player, kFirst);
   EXPECT_EQ(made[1].volume, 102);
   EXPECT_TRUE(made[1].speechState);
-  EXPECT_EQ(made[2].player, kBert);
+  EXPECT_EQ(made[2].player, kSecond);
   EXPECT_EQ(made[2].volume, 0);
   for (const auto& record : made) EXPECT_EQ(record.sumVolume, 153);
-  EXPECT_EQ(records.make({user(nullptr, 0.8), user(kAnna, 0.8)}).front().sumVolume, 255);
+  EXPECT_EQ(records.make({user(nullptr, 0.8), user(kFirst, 0.8)}).front().sumVolume, 255);
 }
 
 TEST(VolumeRecords, SmoothingTakesItsPartOfTheWay) {
@@ -69,10 +69,10 @@ TEST(VolumeRecords, SilenceReadsZeroAtOnce) {
 
 TEST(VolumeRecords, EachUserIsSmoothedSeparatelyAndDroppedOnLeaving) {
   VolumeRecords records(1);
-  records.make({user(nullptr, 1), user(kAnna, 1)});
-  EXPECT_EQ(records.make({user(nullptr, 1), user(kAnna, 0.5), user(kBert, 1)})[2].volume, 128);
+  records.make({user(nullptr, 1), user(kFirst, 1)});
+  EXPECT_EQ(records.make({user(nullptr, 1), user(kFirst, 0.5), user(kSecond, 1)})[2].volume, 128);
   records.make({user(nullptr, 1)});
-  EXPECT_EQ(records.make({user(nullptr, 1), user(kAnna, 1)})[1].volume, 128);
+  EXPECT_EQ(records.make({user(nullptr, 1), user(kFirst, 1)})[1].volume, 128);
 }
 
 }  // namespace

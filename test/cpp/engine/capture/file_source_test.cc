@@ -79,7 +79,7 @@ constexpr char kFrame[] =
 constexpr char kAudio[] =
     "audiotestsrc num-buffers=24 samplesperbuffer=1000 ! audio/x-raw,rate=48000 ! ";
 
-bool isPattern(const Frame& frame) {
+bool showsBars(const Frame& frame) {
   return frame.at(0.2, 0.5)[0] > 180;
 }
 bool isLoud(const AudioChunk& chunk) {
@@ -137,14 +137,14 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Containers,
 
 TEST_F(FileSourceTest, AFileWithoutAudioIsSilent) {
   open(make("silent.avi", std::string(kFrame) + "jpegenc ! avimux ! "));
-  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(showsBars));
   for (const AudioChunk& chunk : probe_.audioChunks(20)) EXPECT_TRUE(chunk.isSilent());
   EXPECT_TRUE(failures_.all().empty());
 }
 
 TEST_F(FileSourceTest, AnotherAspectRatioGetsBlackBorders) {
   open(make("narrow.avi", std::string(kFrame) + "jpegenc ! avimux ! "));
-  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(showsBars));
   const Frame frame = probe_.frames(1).at(0);
   // 4:3 in 16:9 covers the middle three quarters.
   for (const double x : {0.02, 0.1, 0.9, 0.98}) EXPECT_NEAR(frame.at(x, 0.5)[0], 16, 3) << x;
@@ -157,7 +157,7 @@ TEST_F(FileSourceTest, OblongPixelsBecomeSquare) {
             "videotestsrc pattern=white num-buffers=15 ! "
             "video/x-raw,width=160,height=120,framerate=30/1,pixel-aspect-ratio=4/3 ! "
             "x264enc ! matroskamux ! "));
-  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(showsBars));
   const Frame frame = probe_.frames(1).at(0);
   EXPECT_GT(frame.at(0.02, 0.5)[0], 200) << "160 by 120 with 4:3 pixels fills 16:9";
   EXPECT_GT(frame.at(0.98, 0.5)[0], 200);
@@ -171,7 +171,7 @@ TEST_P(FileColours, AreConvertedToThoseOfTheEngine) {
                                     "video/x-raw,format=RGB,width=320,height=180,framerate=30/1 ! "
                                     "videoconvert ! video/x-raw,format=I420,colorimetry=") +
                             GetParam() + " ! x264enc bitrate=20000 ! matroskamux ! "));
-  ASSERT_TRUE(probe_.waitForFrame(isPattern));
+  ASSERT_TRUE(probe_.waitForFrame(showsBars));
   const Frame frame = probe_.frames(1).at(0);
   for (size_t bar = 0; bar < 7; ++bar) {
     const auto seen = frame.at((static_cast<double>(bar) + 0.5) / 7, 0.3);

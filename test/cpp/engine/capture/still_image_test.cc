@@ -24,7 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr VideoFormat kFormat{320, 240, 30};
+constexpr VideoFormat kVideoFormat{320, 240, 30};
 
 // In ITU-R BT.709.
 constexpr std::array<int, 3> kRed{63, 102, 240};
@@ -67,7 +67,7 @@ class StillImageTest : public testing::Test {
     std::ofstream(file(name), std::ios::binary) << bytes;
   }
 
-  void show(const std::string& path, const VideoFormat& format = kFormat) {
+  void show(const std::string& path, const VideoFormat& format = kVideoFormat) {
     frames_ = std::make_shared<FrameMailbox>();
     const StillImage image(path, format, frames_);
     for (const auto end = std::chrono::steady_clock::now() + 30s; !frames_->latest();) {
@@ -78,7 +78,7 @@ class StillImageTest : public testing::Test {
 
   void expectColour(double x, double y, const std::array<int, 3>& yuv) const {
     const GstPtr<GstBuffer> buffer = frames_->latest();
-    const GstVideoInfo info = frameInfo(kFormat);
+    const GstVideoInfo info = frameInfo(kVideoFormat);
     GstVideoFrame frame;
     ASSERT_TRUE(gst_video_frame_map(&frame, &info, buffer.get(), GST_MAP_READ));
     for (int plane = 0; plane < 3; ++plane) {
@@ -212,7 +212,7 @@ TEST_F(StillImageTest, DestructionDoesNotWaitForDecoding) {
   const std::string path = makeImage("large.png", "pngenc", 4000, 3000);
   const auto frames = std::make_shared<FrameMailbox>();
   const auto begin = std::chrono::steady_clock::now();
-  { const StillImage image(path, kFormat, frames); }
+  { const StillImage image(path, kVideoFormat, frames); }
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr Origin kFile{SourceScheme::kFile, Reach::kLocal};
+constexpr Origin kLocalFile{SourceScheme::kFile, Reach::kLocal};
 
 class FileFetchTest : public testing::Test {
  protected:
@@ -40,7 +40,7 @@ class FileFetchTest : public testing::Test {
 };
 
 TEST_F(FileFetchTest, ReadsAPart) {
-  FileFetch file({1, FetchKind::kMedia, kFile, path("list/a b.ts")});
+  FileFetch file({1, FetchKind::kMedia, kLocalFile, path("list/a b.ts")});
   ASSERT_FALSE(file.open({2, 5}));
   EXPECT_EQ(file.length(), 10U);
   std::vector<uint8_t> bytes;
@@ -76,7 +76,7 @@ TEST_F(FileFetchTest, NamesFilesOfItsFolder) {
 
 TEST_F(FileFetchTest, ALinkThatCameLaterIsNotFollowed) {
   fs::create_symlink(path("outside.ts"), path("list/later.ts"));
-  FileFetch file({1, FetchKind::kMedia, kFile, path("list/later.ts")});
+  FileFetch file({1, FetchKind::kMedia, kLocalFile, path("list/later.ts")});
   const auto failure = file.open({});
   ASSERT_TRUE(failure);
   EXPECT_TRUE(failure->isFinal);

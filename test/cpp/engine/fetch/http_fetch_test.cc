@@ -69,15 +69,15 @@ class Server {
   LoopbackPeer peer_;
 };
 
-struct Outcome {
+struct Fetched {
   std::optional<FetchFailure> failure;
   std::string body;
 };
 
-Outcome fetch(const std::string& address, const ByteRange& range = {},
+Fetched fetch(const std::string& address, const ByteRange& range = {},
               const MaybeOrigin& origin = std::nullopt, const SourceSettings& settings = {}) {
   HttpFetch fetching({1, FetchKind::kMedia, origin, address}, settings);
-  Outcome outcome{fetching.open(range), {}};
+  Fetched outcome{fetching.open(range), {}};
   std::vector<uint8_t> bytes;
   while (!outcome.failure) {
     const auto read = fetching.read(bytes);
@@ -112,7 +112,7 @@ TEST(HttpFetch, ReadsTheRangeAndNoMore) {
 TEST(HttpFetch, APartBehindTheEndIsEmpty) {
   Server server(
       [](const std::string&) { return "HTTP/1.1 416 No\r\nContent-Length: 2\r\n\r\nno"; });
-  const Outcome outcome = fetch(server.address("/"), {5, {}});
+  const Fetched outcome = fetch(server.address("/"), {5, {}});
   EXPECT_FALSE(outcome.failure);
   EXPECT_EQ(outcome.body, "");
 }
@@ -147,7 +147,7 @@ TEST(HttpFetch, AServerAtAPublicAddressDoesNotReachALocalOne) {
        {std::string("127.0.0.1"), std::string("localhost"), std::string("[::ffff:127.0.0.1]")}) {
     std::string address = server.address("/");
     address.replace(address.find("127.0.0.1"), 9, host);
-    const Outcome outcome = fetch(address, {}, kPublic);
+    const Fetched outcome = fetch(address, {}, kPublic);
     ASSERT_TRUE(outcome.failure) << host;
     EXPECT_TRUE(outcome.failure->isFinal) << host << ": " << outcome.failure->text;
     EXPECT_NE(outcome.failure->text.find("at a local address"), std::string::npos) << host;

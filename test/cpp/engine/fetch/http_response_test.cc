@@ -12,17 +12,17 @@ using Status = HttpResponse::Status;
 
 constexpr std::size_t kLimit = 1000;
 
-struct Outcome {
+struct Parsed {
   Status status{};
   std::string body;
   HttpHead head;
 };
 
 // Feeds a response in chunks of that size.
-Outcome feed(const std::string& text, std::size_t piece = 1'000'000, bool closes = false) {
+Parsed feed(const std::string& text, std::size_t piece = 1'000'000, bool closes = false) {
   HttpResponse response(kLimit);
   std::vector<uint8_t> body;
-  Outcome outcome;
+  Parsed outcome;
   for (std::size_t at = 0; at < text.size(); at += piece) {
     const std::string part = text.substr(at, piece);
     outcome.status =
@@ -37,7 +37,7 @@ Outcome feed(const std::string& text, std::size_t piece = 1'000'000, bool closes
 TEST(HttpResponse, ACountedBodyInAnyChunks) {
   const std::string text = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX: y\r\n\r\nhellomore";
   for (std::size_t piece = 1; piece <= text.size(); ++piece) {
-    const Outcome outcome = feed(text, piece);
+    const Parsed outcome = feed(text, piece);
     EXPECT_EQ(outcome.status, Status::kComplete);
     EXPECT_EQ(outcome.body, "hello") << "what is behind the end is ignored";
     EXPECT_EQ(outcome.head.status, 200);
@@ -50,7 +50,7 @@ TEST(HttpResponse, AChunkedBodyInAnySplit) {
       "HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\nContent-Length: 3\r\n\r\n"
       "5\r\nhello\r\nA;name=value\r\n, everyone\r\n0\r\nTrailer: x\r\n\r\n";
   for (std::size_t piece = 1; piece <= text.size(); ++piece) {
-    const Outcome outcome = feed(text, piece);
+    const Parsed outcome = feed(text, piece);
     EXPECT_EQ(outcome.status, Status::kComplete);
     EXPECT_EQ(outcome.body, "hello, everyone");
     EXPECT_FALSE(outcome.head.length) << "chunks are what counts";
@@ -59,7 +59,7 @@ TEST(HttpResponse, AChunkedBodyInAnySplit) {
 
 TEST(HttpResponse, ABodyUntilTheConnectionCloses) {
   EXPECT_EQ(feed("HTTP/1.0 200 OK\n\nhello").status, Status::kBody);
-  const Outcome outcome = feed("HTTP/1.0 200 OK\n\nhello", 3, true);
+  const Parsed outcome = feed("HTTP/1.0 200 OK\n\nhello", 3, true);
   EXPECT_EQ(outcome.status, Status::kComplete);
   EXPECT_EQ(outcome.body, "hello");
   EXPECT_EQ(feed("ICY 200 OK\r\nicy-name: radio\r\n\r\nhello").body, "hello");
@@ -74,12 +74,12 @@ TEST(HttpResponse, ClosingInTheMiddleIsMalformed) {
 }
 
 TEST(HttpResponse, ReadsTheRelevantHeaders) {
-  const Outcome partial =
+  const Parsed partial =
       feed("HTTP/1.1 206 Partial\r\nContent-Range: bytes 10-19/200\r\nContent-Length: 10\r\n\r\n");
   EXPECT_EQ(partial.head.rangeStart, 10U);
   EXPECT_EQ(partial.head.wholeLength, 200U);
   EXPECT_FALSE(feed("HTTP/1.1 206 P\r\nContent-Range: bytes 1-2/*\r\n\r\n").head.wholeLength);
-  const Outcome redirect =
+  const Parsed redirect =
       feed("HTTP/1.1 302 Found\r\nlocation:  /there?a=b \r\nContent-Length: 0\r\n\r\n");
   EXPECT_EQ(redirect.head.location, "/there?a=b");
   EXPECT_EQ(redirect.status, Status::kComplete);
@@ -90,7 +90,7 @@ TEST(HttpResponse, ReadsTheRelevantHeaders) {
 }
 
 TEST(HttpResponse, SkipsInterimResponses) {
-  const Outcome outcome = feed(
+  const Parsed outcome = feed(
       "HTTP/1.1 100 Continue\r\nLocation: /x\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: "
       "2\r\n\r\nhi");
   EXPECT_EQ(outcome.body, "hi");

@@ -12,7 +12,8 @@ namespace {
 constexpr std::size_t kMost = 100'000;
 
 // Names each address "<kind of address>", and refuses "bad".
-std::optional<std::string> name(const std::string& reference, FetchKind kind, std::string& error) {
+std::optional<std::string> listedName(const std::string& reference, FetchKind kind,
+                                      std::string& error) {
   if (reference == "bad") {
     error = "it is bad";
     return std::nullopt;
@@ -22,7 +23,7 @@ std::optional<std::string> name(const std::string& reference, FetchKind kind, st
 
 std::string rewritten(const std::string& text) {
   std::string error;
-  const auto result = rewritePlaylist(text, kMost, name, error);
+  const auto result = rewritePlaylist(text, kMost, listedName, error);
   EXPECT_EQ(error.empty(), result.has_value()) << error;
   return result.value_or("refused: " + error);
 }
@@ -112,9 +113,9 @@ TEST(Playlist, HasLimits) {
   std::string text = "#EXTM3U\n";
   for (std::size_t i = 0; i <= kMostPlaylistEntries; ++i) text += "a\n";
   std::string error;
-  EXPECT_FALSE(rewritePlaylist(text, 100'000'000, name, error));
+  EXPECT_FALSE(rewritePlaylist(text, 100'000'000, listedName, error));
   EXPECT_EQ(error, "the playlist has more than 50000 entries");
-  EXPECT_FALSE(rewritePlaylist("#EXTM3U\naaaa\n", 10, name, error));
+  EXPECT_FALSE(rewritePlaylist("#EXTM3U\naaaa\n", 10, listedName, error));
 }
 
 }  // namespace

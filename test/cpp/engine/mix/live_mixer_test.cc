@@ -27,8 +27,8 @@ using test::playerAt;
 constexpr Size kCaptured{64, 36};
 constexpr Size kPublished{320, 180};
 constexpr VideoFormat kFormat{kPublished.width, kPublished.height, 30};
-constexpr AudioFormat kStereo{48000, 2};
-constexpr char kUrl[] = "rtmp://a/live/b";
+constexpr AudioFormat kAudioFormat{48000, 2};
+constexpr char kPlayerUrl[] = "rtmp://a/live/b";
 constexpr GstClockTime kTime = 5 * GST_SECOND;
 constexpr Rect kLeft{0, 0, 160, 180};
 constexpr Rect kRight{160, 0, 160, 180};
@@ -73,7 +73,7 @@ class LiveMixerTest : public testing::Test {
 
   void tick() {
     mixer.onVideoFrame(captured.get(), i420(kCaptured), kTime);
-    mixer.onAudioChunk(recorded.get(), kStereo, kTime);
+    mixer.onAudioChunk(recorded.get(), kAudioFormat, kTime);
   }
 
   static void play(const RegisteredPlayer& player, const Colour& colour, int16_t audio) {
@@ -162,8 +162,8 @@ TEST_F(LiveMixerTest, APlayerIsMixedWhileItPlays) {
 TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
   int address = 0;
   auto player = std::make_unique<RegisteredPlayer>(playerAt(address));
-  player->setUrl(kUrl);
-  mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {findMixUser(kUrl).value(), kRight}}});
+  player->setUrl(kPlayerUrl);
+  mixer.setLayout(MixLayout{.places = {{{}, kLeft}, {findMixUser(kPlayerUrl).value(), kRight}}});
   play(*player, kGreen, 0);
   tick();
   expectNear(published.at(200, 10), kGreen);
@@ -171,7 +171,7 @@ TEST_F(LiveMixerTest, APlayerMayEndAndItsUrlMayBePlayedByAnother) {
   tick();
   expectNear(published.at(200, 10), kBlack);
   RegisteredPlayer other(playerAt(address));
-  other.setUrl(kUrl);
+  other.setUrl(kPlayerUrl);
   play(other, kGreen, 0);
   tick();
   expectNear(published.at(200, 10), kGreen);
@@ -187,17 +187,17 @@ TEST_F(LiveMixerTest, PlayersAndLayoutsComeAndGoWhileItRuns) {
     while (!stopping) {
       int address = 0;
       RegisteredPlayer player(playerAt(address));
-      player.setUrl(kUrl);
+      player.setUrl(kPlayerUrl);
       for (int i = 0; i < 3; ++i) play(player, kGreen, 100);
       player.stream()->clear();
       play(player, kRed, 100);
     }
   });
   {
-    const test::MediaFeeder feeder(running, {kCaptured.width, kCaptured.height, 100}, kStereo);
+    const test::MediaFeeder feeder(running, {kCaptured.width, kCaptured.height, 100}, kAudioFormat);
     for (int i = 0; i < 200; ++i) {
       MixLayout layout{.background = static_cast<uint32_t>(i), .places = {{{}, kLeft}}};
-      layout.places.push_back({{nullptr, kUrl}, {i, i, 50 + i, 50}});
+      layout.places.push_back({{nullptr, kPlayerUrl}, {i, i, 50 + i, 50}});
       running.setLayout(std::move(layout));
       running.setFormat({320 + 2 * (i % 5), 180, 30});
       if (i % 10 == 0) running.setLayout(std::nullopt);

@@ -7,27 +7,27 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr RetryPlan::Time kStart{1h};
+constexpr RetryPlan::Time kFirstFailure{1h};
 
 TEST(RetryPlan, SoonAtFirstThenLessOftenThenNever) {
   RetryPlan plan;
   EXPECT_FALSE(plan.isLost());
-  EXPECT_EQ(plan.nextPause(kStart), 500ms);
+  EXPECT_EQ(plan.nextPause(kFirstFailure), 500ms);
   EXPECT_TRUE(plan.isLost());
-  EXPECT_EQ(plan.nextPause(kStart + 1s), 1s);
-  EXPECT_EQ(plan.nextPause(kStart + 2s), 2s);
-  EXPECT_EQ(plan.nextPause(kStart + 9s), 2s);
-  EXPECT_EQ(plan.nextPause(kStart + 10s), std::nullopt);
+  EXPECT_EQ(plan.nextPause(kFirstFailure + 1s), 1s);
+  EXPECT_EQ(plan.nextPause(kFirstFailure + 2s), 2s);
+  EXPECT_EQ(plan.nextPause(kFirstFailure + 9s), 2s);
+  EXPECT_EQ(plan.nextPause(kFirstFailure + 10s), std::nullopt);
 }
 
 TEST(RetryPlan, EachLossStartsFromTheBeginning) {
   RetryPlan plan;
-  plan.nextPause(kStart);
-  plan.nextPause(kStart + 1s);
+  plan.nextPause(kFirstFailure);
+  plan.nextPause(kFirstFailure + 1s);
   plan.recovered();
   EXPECT_FALSE(plan.isLost());
-  EXPECT_EQ(plan.nextPause(kStart + 20s), 500ms);
-  EXPECT_EQ(plan.nextPause(kStart + 29s), 1s);
+  EXPECT_EQ(plan.nextPause(kFirstFailure + 20s), 500ms);
+  EXPECT_EQ(plan.nextPause(kFirstFailure + 29s), 1s);
 }
 
 }  // namespace

@@ -8,19 +8,19 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 
-constexpr TransitEstimator::Time kStart{1h};
+constexpr TransitEstimator::Time kEpoch{1h};
 
 class TransitEstimatorTest : public testing::Test {
  protected:
   // A frame every 40 ms of the stream, from `from` on, each ready `delay` late.
   void stream(milliseconds from, milliseconds to, milliseconds delay, Media media = Media::kVideo) {
     for (auto time = from; time < to; time += 40ms) {
-      estimator.add(media, kStart + time + delay, 7s + time);
+      estimator.add(media, kEpoch + time + delay, 7s + time);
     }
   }
 
   double worst(milliseconds when) {
-    return static_cast<double>(estimator.takeWorst(kStart + when).count());
+    return static_cast<double>(estimator.takeWorst(kEpoch + when).count());
   }
 
   double jitter(Media media = Media::kVideo) {
@@ -54,7 +54,7 @@ TEST_F(TransitEstimatorTest, OverdueDataCountBeforeTheyArrive) {
 
 TEST_F(TransitEstimatorTest, ASlowSlideShowIsNotLate) {
   for (auto time = 0s; time < 20s; time += 2s) {
-    estimator.add(Media::kVideo, kStart + time, 7s + time);
+    estimator.add(Media::kVideo, kEpoch + time, 7s + time);
   }
   EXPECT_LE(worst(19s), 0);
 }
@@ -63,8 +63,8 @@ TEST_F(TransitEstimatorTest, VideoCountsForTheDelayAndAudioOnlyWithoutIt) {
   for (const bool video : {false, true}) {
     estimator = {};
     for (auto time = 0ms; time < 1s; time += 10ms) {
-      if (video) estimator.add(Media::kVideo, kStart + time, time);
-      estimator.add(Media::kAudio, kStart + time + (time == 500ms ? 400ms : 0ms), time);
+      if (video) estimator.add(Media::kVideo, kEpoch + time, time);
+      estimator.add(Media::kAudio, kEpoch + time + (time == 500ms ? 400ms : 0ms), time);
     }
     EXPECT_EQ(worst(990ms) > 390, !video);
   }
@@ -82,7 +82,7 @@ TEST_F(TransitEstimatorTest, ASingleInterruptionIsNotJitter) {
   stream(0ms, 6s, 30ms);
   // A second of frames comes at once.
   for (auto time = 6s + 0ms; time < 7s; time += 40ms) {
-    estimator.add(Media::kVideo, kStart + 7030ms, 7s + time);
+    estimator.add(Media::kVideo, kEpoch + 7030ms, 7s + time);
   }
   stream(7s, 10s, 30ms);
   EXPECT_LE(jitter(), 30);
@@ -99,11 +99,11 @@ TEST_F(TransitEstimatorTest, EachStreamHasItsJitterAboveTheCommonShortestTransit
 TEST_F(TransitEstimatorTest, ACacheIsForgottenAfterCatchingUp) {
   int restarts = 0;
   for (auto frame = 0; frame < 50; ++frame) {
-    restarts += estimator.add(Media::kVideo, kStart + frame * 1ms, frame * 40ms);
+    restarts += estimator.add(Media::kVideo, kEpoch + frame * 1ms, frame * 40ms);
   }
   EXPECT_GT(restarts, 20);
   for (auto frame = 50; frame < 100; ++frame) {
-    EXPECT_FALSE(estimator.add(Media::kVideo, kStart + 50ms + (frame - 49) * 40ms, frame * 40ms));
+    EXPECT_FALSE(estimator.add(Media::kVideo, kEpoch + 50ms + (frame - 49) * 40ms, frame * 40ms));
   }
   EXPECT_LE(jitter(), 50) << "the cached frames, up to two seconds old, do not count";
 }
@@ -113,18 +113,18 @@ TEST_F(TransitEstimatorTest, FollowsASenderWhoseClockIsFastOrSlow) {
     estimator = {};
     for (auto time = 0ms; time < 60s; time += 40ms) {
       const auto timestamp = std::chrono::duration_cast<std::chrono::nanoseconds>(time * rate);
-      EXPECT_EQ(estimator.add(Media::kVideo, kStart + time, timestamp), time == 0ms);
+      EXPECT_EQ(estimator.add(Media::kVideo, kEpoch + time, timestamp), time == 0ms);
     }
     EXPECT_LE(jitter(), rate < 1 ? 60 : 25) << rate;
   }
 }
 
 TEST_F(TransitEstimatorTest, ATimestampThatJumpsRestartsTheEstimate) {
-  EXPECT_TRUE(estimator.add(Media::kVideo, kStart, 100s));
-  EXPECT_FALSE(estimator.add(Media::kVideo, kStart + 40ms, 100s + 40ms));
-  EXPECT_FALSE(estimator.add(Media::kVideo, kStart + 80ms, 100s)) << "reordering";
-  EXPECT_TRUE(estimator.add(Media::kVideo, kStart + 120ms, 0s));
-  EXPECT_TRUE(estimator.add(Media::kVideo, kStart + 160ms, 1h));
+  EXPECT_TRUE(estimator.add(Media::kVideo, kEpoch, 100s));
+  EXPECT_FALSE(estimator.add(Media::kVideo, kEpoch + 40ms, 100s + 40ms));
+  EXPECT_FALSE(estimator.add(Media::kVideo, kEpoch + 80ms, 100s)) << "reordering";
+  EXPECT_TRUE(estimator.add(Media::kVideo, kEpoch + 120ms, 0s));
+  EXPECT_TRUE(estimator.add(Media::kVideo, kEpoch + 160ms, 1h));
   EXPECT_LE(worst(160ms), 1);
 }
 

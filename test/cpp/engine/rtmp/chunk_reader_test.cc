@@ -13,13 +13,13 @@ namespace {
 using test::Bytes;
 using test::joined;
 
-struct Seen {
+struct Received {
   RtmpType type;
   uint32_t timestamp;
   uint32_t stream;
   Bytes body;
 
-  bool operator==(const Seen&) const = default;
+  bool operator==(const Received&) const = default;
 };
 
 class Reading {
@@ -36,11 +36,11 @@ class Reading {
   }
 
   ChunkReader reader;
-  std::vector<Seen> messages;
+  std::vector<Received> messages;
   std::optional<ConnectionFailure> failure;
 };
 
-std::optional<ConnectionError> errorOf(const Bytes& bytes) {
+std::optional<ConnectionError> readingError(const Bytes& bytes) {
   const Reading reading(bytes);
   if (!reading.failure) return std::nullopt;
   EXPECT_NE(reading.failure->text, "");
@@ -82,7 +82,7 @@ TEST(ChunkReader, FollowsEachFormatOfHeader) {
       full(5000, 1, 9, 1, {0xf}),
       {0xc4, 0x1},  // right behind a full header: the same time
   });
-  const std::vector<Seen> expected = {
+  const std::vector<Received> expected = {
       {RtmpType::kAudio, 1000, 1, {0xa, 0xb}}, {RtmpType::kVideo, 1020, 1, {0xc}},
       {RtmpType::kVideo, 1050, 1, {0xd}},      {RtmpType::kVideo, 1080, 1, {0xe}},
       {RtmpType::kVideo, 5000, 1, {0xf}},      {RtmpType::kVideo, 5000, 1, {0x1}}};
@@ -107,9 +107,9 @@ TEST(ChunkReader, InterleavedMessagesOfManyChunkStreams) {
       {0x01, 0xff, 0xff, 0, 0, 9, 0, 0, 1, 8, 1, 0, 0, 0, 3},  // 65599, the last there is
   });
   const Reading reading(bytes, 1);
-  EXPECT_EQ(reading.messages, (std::vector<Seen>{{RtmpType::kVideo, 0, 1, first},
-                                                 {RtmpType::kAudio, 7, 1, second},
-                                                 {RtmpType::kAudio, 9, 1, {3}}}));
+  EXPECT_EQ(reading.messages, (std::vector<Received>{{RtmpType::kVideo, 0, 1, first},
+                                                     {RtmpType::kAudio, 7, 1, second},
+                                                     {RtmpType::kAudio, 9, 1, {3}}}));
   EXPECT_EQ(reading.reader.pendingBytes(), 0u);
 }
 
@@ -129,7 +129,8 @@ TEST(ChunkReader, ExtendedTimestamps) {
     for (const std::size_t step : {std::size_t{1}, std::size_t{5}, SIZE_MAX}) {
       const Reading reading(each.bytes, step);
       ASSERT_EQ(reading.messages.size(), 1u) << each.name;
-      EXPECT_EQ(reading.messages[0], (Seen{RtmpType::kVideo, 0x01020304, 1, whole})) << each.name;
+      EXPECT_EQ(reading.messages[0], (Received{RtmpType::kVideo, 0x01020304, 1, whole}))
+          << each.name;
     }
   }
 }
@@ -168,7 +169,7 @@ TEST(ChunkReader, ChunkSizeChanges) {
 TEST(ChunkReader, EmptyMessages) {
   const Reading reading(joined({full(5, 0, 8, 1, {}), full(6, 1, 8, 1, {9})}));
   EXPECT_EQ(reading.messages,
-            (std::vector<Seen>{{RtmpType::kAudio, 5, 1, {}}, {RtmpType::kAudio, 6, 1, {9}}}));
+            (std::vector<Received>{{RtmpType::kAudio, 5, 1, {}}, {RtmpType::kAudio, 6, 1, {9}}}));
 }
 
 TEST(ChunkReader, AbortedAndRestartedMessagesAreDropped) {
@@ -179,7 +180,7 @@ TEST(ChunkReader, AbortedAndRestartedMessagesAreDropped) {
       full(0, 200, 9, 1, Bytes(128, 1), 5), full(7, 1, 9, 1, {3}, 5),  // begins again in the middle
   }));
   EXPECT_FALSE(reading.failure);
-  EXPECT_EQ(reading.messages, (std::vector<Seen>{{RtmpType::kVideo, 7, 1, {3}}}));
+  EXPECT_EQ(reading.messages, (std::vector<Received>{{RtmpType::kVideo, 7, 1, {3}}}));
   EXPECT_EQ(reading.reader.pendingBytes(), 0u);
 }
 
@@ -200,7 +201,7 @@ TEST(ChunkReader, RefusesInvalidInput) {
       {"format 3 first", {0xc4, 9}, ConnectionError::kProtocolViolation},
       {"a message of 16 MB", full(0, 0xffffff, 9, 1, {}), ConnectionError::kLimitExceeded},
   };
-  for (const Case& each : cases) EXPECT_EQ(errorOf(each.bytes), each.error) << each.name;
+  for (const Case& each : cases) EXPECT_EQ(readingError(each.bytes), each.error) << each.name;
 }
 
 TEST(ChunkReader, ManyChunkStreamsWithPendingMessages) {

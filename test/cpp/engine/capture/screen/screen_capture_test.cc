@@ -22,7 +22,7 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr VideoFormat kFormat{320, 240, 30};
+constexpr VideoFormat kCaptured{320, 240, 30};
 
 // Colours in X, and in ITU-R BT.709.
 struct Colour {
@@ -41,7 +41,7 @@ class ScreenCaptureTest : public testing::Test {
   void capture(uint32_t id, int fps = 30) {
     frames_ = std::make_shared<FrameMailbox>();
     capture_ = std::make_unique<ScreenCapture>(
-        id, VideoFormat{kFormat.width, kFormat.height, fps}, frames_,
+        id, VideoFormat{kCaptured.width, kCaptured.height, fps}, frames_,
         [this](ScreenError error, const std::string& message) {
           EXPECT_FALSE(message.empty());
           errors_.add(error == ScreenError::kHidden ? "hidden" : "lost");
@@ -51,7 +51,7 @@ class ScreenCaptureTest : public testing::Test {
   // Returns whether the newest frame has that colour at a place given as fractions of its size.
   bool shows(double x, double y, const Colour& colour) const {
     const GstPtr<GstBuffer> buffer = frames_->latest();
-    const GstVideoInfo info = frameInfo(kFormat);
+    const GstVideoInfo info = frameInfo(kCaptured);
     GstVideoFrame frame;
     if (!buffer || !gst_video_frame_map(&frame, &info, buffer.get(), GST_MAP_READ)) return false;
     bool same = true;
@@ -311,7 +311,7 @@ TEST_F(ScreenCaptureTest, TheRateIsKept) {
   auto begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));
   EXPECT_GE(Clock::now() - begin, 880ms);
-  capture_->setFormat({kFormat.width, kFormat.height, 20}, frames_);
+  capture_->setFormat({kCaptured.width, kCaptured.height, 20}, frames_);
   ASSERT_TRUE(goesOn(window, 1));
   begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));

@@ -15,13 +15,13 @@
 namespace NimboEngine::test {
 namespace {
 
-constexpr uint32_t kRed = 0xff0000;
+constexpr uint32_t kRedRgb = 0xff0000;
 
 bool isPattern(const Frame& frame) {
   return frame.at(0.07, 0.5)[0] > 200;
 }
 
-bool isRed(const Frame& frame) {
+bool isRedFrame(const Frame& frame) {
   return std::abs(frame.at(0.07, 0.5)[0] - 63) < 4 && frame.at(0.07, 0.5)[2] > 235;
 }
 
@@ -56,7 +56,7 @@ class ScreenSharingSessionTest : public testing::Test {
   }
 
   const XServer server_;
-  XWindow window_{{.place = {0, 0, 320, 240}, .colour = kRed}};
+  XWindow window_{{.place = {0, 0, 320, 240}, .colour = kRedRgb}};
   EventLog events_;
   std::atomic<int> mislabelled_{0};
   CaptureProbe probe_;
@@ -71,8 +71,8 @@ bool isMirroredPattern(const Frame& frame) {
 TEST_F(ScreenSharingSessionTest, ReplacesTheCameraAndRestoresItWithoutAGap) {
   ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   share(window_);
-  ASSERT_TRUE(probe_.waitForFrame(isRed));
-  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(isRed(frame));
+  ASSERT_TRUE(probe_.waitForFrame(isRedFrame));
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(isRedFrame(frame));
   session_->stopScreen();
   const std::vector<Frame> afterwards = probe_.frames(5);
   EXPECT_TRUE(isMirroredPattern(afterwards.back()));
@@ -101,27 +101,27 @@ TEST_F(ScreenSharingSessionTest, AMutedCameraDoesNotHideTheScreenAndIsNeverSeen)
     EXPECT_TRUE(frame.isBlack()) << "what was seen last is still the camera";
   }
   window_.map();
-  EXPECT_TRUE(probe_.waitForFrame(isRed));
+  EXPECT_TRUE(probe_.waitForFrame(isRedFrame));
   session_->stopScreen();
   EXPECT_TRUE(probe_.waitForFrame(&Frame::isBlack));
 }
 
 TEST_F(ScreenSharingSessionTest, TheCameraMayStopAndStartUnseen) {
   share(window_);
-  ASSERT_TRUE(probe_.waitForFrame(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRedFrame));
   session_->setCameraRunning(false);
   session_->setCameraRunning(true);
-  for (const Frame& frame : probe_.frames(10)) EXPECT_TRUE(isRed(frame));
+  for (const Frame& frame : probe_.frames(10)) EXPECT_TRUE(isRedFrame(frame));
   session_->stopScreen();
   EXPECT_TRUE(probe_.waitForFrame(isMirroredPattern));
 }
 
 TEST_F(ScreenSharingSessionTest, AClosedWindowLeavesItsFrameUntilAnotherIsShared) {
   share(window_);
-  ASSERT_TRUE(probe_.waitForFrame(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRedFrame));
   window_.destroy();
   ASSERT_TRUE(events_.waitFor("lost"));
-  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(isRed(frame));
+  for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(isRedFrame(frame));
   const XWindow another({.place = {0, 0, 320, 240}, .colour = 0xffffff});
   share(another);
   EXPECT_TRUE(
@@ -135,18 +135,18 @@ bool hasSize(const Frame& frame, int width, int height) {
 TEST_F(ScreenSharingSessionTest, TheScreenChangesItsSizeAndTheCameraKeepsItsOwn) {
   ASSERT_TRUE(probe_.waitForFrame(isMirroredPattern));
   share(window_);
-  ASSERT_TRUE(probe_.waitForFrame(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRedFrame));
   session_->setFormat({640, 480, 30});
   ASSERT_TRUE(probe_.waitForFrame(
-      [](const Frame& frame) { return hasSize(frame, 640, 480) && isRed(frame); }));
+      [](const Frame& frame) { return hasSize(frame, 640, 480) && isRedFrame(frame); }));
   session_->setScreenPaused(true);
   session_->setFormat({160, 120, 30});
   for (const Frame& frame : probe_.frames(5)) {
-    EXPECT_TRUE(isRed(frame)) << "paused, what was seen last stands in its old size";
+    EXPECT_TRUE(isRedFrame(frame)) << "paused, what was seen last stands in its old size";
   }
   session_->setScreenPaused(false);
   ASSERT_TRUE(probe_.waitForFrame(
-      [](const Frame& frame) { return hasSize(frame, 160, 120) && isRed(frame); }));
+      [](const Frame& frame) { return hasSize(frame, 160, 120) && isRedFrame(frame); }));
   session_->stopScreen();
   ASSERT_TRUE(probe_.waitForFrame(
       [](const Frame& frame) { return hasSize(frame, 320, 240) && isMirroredPattern(frame); }));
@@ -155,10 +155,10 @@ TEST_F(ScreenSharingSessionTest, TheScreenChangesItsSizeAndTheCameraKeepsItsOwn)
 
 TEST_F(ScreenSharingSessionTest, PausedItKeepsTheLastFrame) {
   share(window_);
-  ASSERT_TRUE(probe_.waitForFrame(isRed));
+  ASSERT_TRUE(probe_.waitForFrame(isRedFrame));
   session_->setScreenPaused(true);
   window_.setColour(0xffffff);
-  for (const Frame& frame : probe_.frames(10)) EXPECT_TRUE(isRed(frame));
+  for (const Frame& frame : probe_.frames(10)) EXPECT_TRUE(isRedFrame(frame));
   session_->setScreenPaused(false);
   EXPECT_TRUE(
       probe_.waitForFrame([](const Frame& frame) { return frame.at(0.07, 0.07)[0] == 235; }));
