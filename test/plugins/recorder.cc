@@ -1,5 +1,6 @@
 #include "recorder.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -20,19 +21,29 @@ class Library {
     const int file = ::open(log_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (file < 0) return;
     const bool fromLoader = std::this_thread::get_id() == loader_;
-    const std::string line = std::string(LUMO_TEST_PLUGIN_NAME "\t") + call + "\t" + argument +
+    const std::string line = name_ + "\t" + call + "\t" + argument +
                              "\t" + (fromLoader ? "loader" : "other") + "\n";
     [[maybe_unused]] const auto written = ::write(file, line.data(), line.size());
     ::close(file);
   }
 
  private:
+  // The file's name without folder and ending.
+  std::string fileName() const {
+    Dl_info info{};
+    if (::dladdr(this, &info) == 0) return "unknown";
+    const std::string path = info.dli_fname;
+    const std::string file = path.substr(path.rfind('/') + 1);
+    return file.substr(0, file.rfind('.'));
+  }
+
   static std::string logOfEnvironment() {
     // Nothing in these tests changes the environment while a library is opened.
     const char* name = std::getenv("LUMO_PLUGIN_LOG");  // NOLINT(concurrency-mt-unsafe)
     return name ? name : "";
   }
 
+  const std::string name_ = fileName();
   const std::string log_ = logOfEnvironment();
   const std::thread::id loader_ = std::this_thread::get_id();
 };
