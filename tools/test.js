@@ -2,8 +2,9 @@
 
 // Runs the whole test suite: lint, C++ tests, JavaScript tests with the scripted SDK, end-to-end
 // tests with the default SDK, the quick rows of the interoperability suite and of the hostile
-// servers. Every stage runs, whatever the results of the earlier ones. The last line is `N passed,
-// N failed` for all together; the exit code is 0 when nothing failed.
+// servers. Every stage runs, whatever the results of the earlier ones. Lint runs at the same time at
+// low priority, because most of the other stages wait for media. The last line is `N passed, N
+// failed` for all together; the exit code is 0 when nothing failed.
 //
 // Usage: node tools/test.js [--sanitizer asan|tsan] [--only STAGE]... [--cpp PATTERN] [FILE...]
 //   --sanitizer KIND  test build/KIND instead of build/release; lint is left out, and interop and
@@ -23,6 +24,14 @@ const { lint } = require('./lint');
 
 const names = ['lint', 'cpp', 'js', 'e2e', 'interop', 'hostile'];
 const nodeStages = ['js', 'e2e', 'interop', 'hostile'];
+/** Number of files that run at a time; the files of the other stages start several processes. */
+const JOBS = { js: 2, e2e: 2 };
+/** These measure times and rates, so no other test file may take their processor time. */
+const ALONE = [
+  'test/e2e/live_mix_sync.test.js',
+  'test/e2e/playback_audio_whole.test.js',
+  'test/e2e/poor_network.test.js',
+];
 const notSanitized = ['lint', 'interop', 'hostile'];
 
 function readArguments() {
@@ -65,10 +74,9 @@ async function main() {
     runNodeTests(
       tally,
       files.length > 0 ? files.filter((file) => isTestOf(stage, file)) : testFiles(stage),
-      { buildFolder: folder, env: environment.node },
+      { buildFolder: folder, env: environment.node, alone: ALONE, jobs: JOBS[stage] },
     );
   const stages = {
-    lint: { name: 'lint', run: lint },
     cpp: {
       name: 'C++ tests',
       run: (tally) => runCtest(tally, folder, { env: environment.cpp, pattern: cpp }),
@@ -78,8 +86,11 @@ async function main() {
     interop: { name: 'interoperability', run: runNode('interop') },
     hostile: { name: 'hostile servers', run: runNode('hostile') },
   };
-  const selected = names.filter((name) => only.includes(name)).map((name) => stages[name]);
-  return runStages(sanitizer ? selected.map((stage) => checked(stage, sanitizer)) : selected);
+  const selected = names.filter((name) => only.includes(name) && stages[name]);
+  return runStages(
+    selected.map((name) => (sanitizer ? checked(stages[name], sanitizer) : stages[name])),
+    only.includes('lint') ? [{ name: 'lint', run: lint }] : [],
+  );
 }
 
 /** A stage whose sanitizer reports are counted at its end, even when it throws. */

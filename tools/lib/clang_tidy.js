@@ -6,6 +6,8 @@ const path = require('node:path');
 const { root, sourceFiles } = require('./project');
 const { run } = require('./run');
 
+const TOOL = 'clang-tidy';
+
 /**
  * Reads the compile command of each of the project's files.
  *
@@ -20,9 +22,9 @@ function compileCommands(buildFolder) {
 }
 
 /**
- * Checks files with clang-tidy, two at a time. A file that was found clean before is not checked
- * again until it, its compile command, any of the project's headers, `.clang-tidy` or the tool
- * itself changes.
+ * Checks files with clang-tidy, two at a time, at low priority. A file that was found clean before
+ * is not checked again until it, its compile command, any of the project's headers, `.clang-tidy` or
+ * the tool itself changes.
  *
  * @param {string[]} files relative to the project's root
  * @param {string} buildFolder absolute; also keeps the record of clean files
@@ -33,7 +35,7 @@ async function clangTidy(files, buildFolder) {
   const cleanFolder = path.join(buildFolder, 'clang-tidy-clean');
   fs.mkdirSync(cleanFolder, { recursive: true });
 
-  const version = (await run('clang-tidy', ['--version'], { capture: true })).output;
+  const version = (await run(TOOL, ['--version'], { capture: true })).output;
   const shared = digest([version, ...['.clang-tidy', ...sourceFiles('.h')].map(content)]);
   const waiting = files
     .map((file) => {
@@ -49,14 +51,14 @@ async function clangTidy(files, buildFolder) {
   const worker = async () => {
     for (let next = waiting.shift(); next; next = waiting.shift()) {
       const args = ['--quiet', '-p', buildFolder, next.file];
-      const { ok, output } = await run('clang-tidy', args, { capture: true });
+      const { ok, output } = await run(TOOL, args, { capture: true, background: true });
       done += 1;
-      console.log(`clang-tidy: ${done}/${total} ${next.file}`);
+      if (done % 50 === 0) console.log(`clang-tidy: ${done} of ${total}`);
       if (ok) {
         fs.writeFileSync(next.record, '');
       } else {
         bad.push(next.file);
-        console.log(output);
+        console.log(`clang-tidy: ${next.file}\n${output}`);
       }
     }
   };

@@ -32,28 +32,37 @@ function count(tally, ok, text) {
 }
 
 /**
+ * @typedef {object} Stage
+ * @property {string} name
+ * @property {(tally: Tally) => Promise<void>} run
+ */
+
+/**
  * Runs stages one after the other, whatever the result of each, and prints the summary. A stage
  * that throws, or in which nothing ran, has failed.
  *
- * @param {Array<{name: string, run: (tally: Tally) => Promise<void>}>} stages
+ * @param {Stage[]} stages
+ * @param {Stage[]} [beside] they begin at once and run beside those
  * @returns {Promise<boolean>} true when nothing failed
  */
-async function runStages(stages) {
+async function runStages(stages, beside = []) {
+  const others = beside.map(runStage);
   const tallies = [];
-  for (const { name, run } of stages) {
-    console.log(`\n=== ${name}`);
-    const started = process.hrtime.bigint();
-    const tally = newTally(name);
-    try {
-      await run(tally);
-      if (tally.passed + tally.failures.length === 0) count(tally, false, `${name}: nothing ran`);
-    } catch (error) {
-      count(tally, false, `${name}: ${error.stack}`);
-    }
-    const seconds = Number((process.hrtime.bigint() - started) / 1_000_000_000n);
-    tallies.push({ ...tally, seconds });
+  for (const stage of stages) tallies.push(await runStage(stage));
+  return summarize([...(await Promise.all(others)), ...tallies]);
+}
+
+async function runStage({ name, run }) {
+  console.log(`\n=== ${name}`);
+  const began = performance.now();
+  const tally = newTally(name);
+  try {
+    await run(tally);
+    if (tally.passed + tally.failures.length === 0) count(tally, false, `${name}: nothing ran`);
+  } catch (error) {
+    count(tally, false, `${name}: ${error.stack}`);
   }
-  return summarize(tallies);
+  return { ...tally, seconds: Math.round((performance.now() - began) / 1000) };
 }
 
 function summarize(tallies) {
