@@ -21,8 +21,8 @@ class Library {
     const int file = ::open(log_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (file < 0) return;
     const bool fromLoader = std::this_thread::get_id() == loader_;
-    const std::string line = name_ + "\t" + call + "\t" + argument +
-                             "\t" + (fromLoader ? "loader" : "other") + "\n";
+    const std::string line =
+        name_ + "\t" + call + "\t" + argument + "\t" + (fromLoader ? "loader" : "other") + "\n";
     [[maybe_unused]] const auto written = ::write(file, line.data(), line.size());
     ::close(file);
   }
