@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
   gst_rtsp_media_factory_set_launch(factory, launch.c_str());
   gst_rtsp_media_factory_set_protocols(factory,
                                        tcp ? GST_RTSP_LOWER_TRANS_TCP : GST_RTSP_LOWER_TRANS_UDP);
-  GstClock* clock = makeClock(argc > 3 ? std::atof(argv[3]) : 1);
+  GstClock* clock = makeClock(argc > 3 ? std::stod(argv[3]) : 1);
   gst_rtsp_media_factory_set_clock(factory, clock);
   GstRTSPMountPoints* mounts = gst_rtsp_server_get_mount_points(server);
   gst_rtsp_mount_points_add_factory(mounts, "/clip", factory);  // takes the factory

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace LumoLivePushElectronSDK {
 namespace {
@@ -38,7 +39,7 @@ v8::Local<v8::Value> Member(v8::Isolate* isolate, v8::Local<v8::Object>& object,
 template <typename Result, typename Convert>
 Result ReadMember(v8::Isolate* isolate, v8::Local<v8::Object>& object, const std::string& key,
                   Result fallback, Convert convert) {
-  return isolate ? convert(isolate, Member(isolate, object, key)) : fallback;
+  return isolate ? convert(isolate, Member(isolate, object, key)) : std::move(fallback);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@ const path = require('node:path');
 const { root, sourceFiles } = require('./project');
 const { run } = require('./run');
 
-const TOOL = 'clang-tidy';
+const TOOL = 'clang-tidy-22';
 
 /**
  * Reads the compile command of each of the project's files.

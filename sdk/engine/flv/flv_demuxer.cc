@@ -122,9 +122,9 @@ GstFlowReturn Demuxer::takeFrame(const FlvMedia& media, const RawFlvTag& tag) {
     NIMBO_LOG_DEBUG("FLV: time stamps jump to {} ms", tag.timestampMs);
     markDiscontinuity();
   }
-  const auto dts = static_cast<GstClockTime>(static_cast<GstClockTimeDiff>(kFlvTimeOffset) +
-                                             ms * GstClockTimeDiff{GST_MSECOND}) +
-                   media.nanoseconds;
+  const auto dts =
+      static_cast<GstClockTime>(static_cast<GstClockTimeDiff>(kFlvTimeOffset) + ms * GST_MSECOND) +
+      media.nanoseconds;
   const Bytes bytes = tag.body.subspan(media.offset, media.size);
   return combine(stream.pad(), stream.push(media, bytes, dts));
 }

@@ -52,7 +52,7 @@ bool FlvStream::isBeforeKeyFrame(const FlvMedia& frame) {
 GstFlowReturn FlvStream::push(const FlvMedia& frame, std::span<const uint8_t> bytes,
                               GstClockTime dts) {
   GstBuffer* buffer = gst_buffer_new_memdup(bytes.data(), bytes.size());
-  const GstClockTimeDiff composition = frame.compositionMs * GstClockTimeDiff{GST_MSECOND};
+  const GstClockTimeDiff composition = frame.compositionMs * GST_MSECOND;
   GST_BUFFER_DTS(buffer) = dts;
   GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(
       std::max(static_cast<GstClockTimeDiff>(dts) + composition, GstClockTimeDiff{0}));

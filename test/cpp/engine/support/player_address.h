@@ -7,7 +7,7 @@
 namespace NimboEngine::test {
 
 inline LumoRtc::LumoLivePlayer* playerAt(int& place) {
-  return static_cast<LumoRtc::LumoLivePlayer*>(static_cast<void*>(&place));
+  return reinterpret_cast<LumoRtc::LumoLivePlayer*>(&place);
 }
 
 }  // namespace NimboEngine::test
