@@ -33,8 +33,8 @@ void Initialize(v8::Local<v8::Object> exports, v8::Local<v8::Value> /*module*/,
 
 NODE_MODULE_CONTEXT_AWARE(lumolivepush_electron_sdk, LumoLivePushElectronSDK::Initialize)
 
-// Registration happens once, when the library is loaded. A worker that is refused gives its
-// registration back, but the library stays; this is how the runtime finds the way in after that.
+// Registration happens once, when the library is loaded. A refused worker's registration is undone,
+// but the library stays loaded; later loads enter through this symbol.
 extern "C" NODE_MODULE_EXPORT void NODE_MODULE_INITIALIZER(v8::Local<v8::Object> exports,
                                                            v8::Local<v8::Value> module,
                                                            v8::Local<v8::Context> context) {

@@ -1,4 +1,4 @@
-// The module's entry: what the runtime calls when it loads the add-on.
+// The module's entry point, which the runtime calls when it loads the add-on.
 
 #pragma once
 

@@ -16,14 +16,15 @@
 //   removePlugin             uninit, release, destoryNimboPlugin
 //
 // releasePluginManager, and a LumoLivePushJSWrapper that is garbage-collected, end all plug-ins
-// like removePlugin. When createNimboPlugin gives null, or init false, addPlugin fails; the latter
-// is ended like that too. The library is closed last. When the process exits, nothing is called.
+// like removePlugin. When createNimboPlugin returns null, or init false, addPlugin fails; in the
+// latter case the instance is ended like that too. The library is closed last. When the process
+// exits, nothing is called.
 //
 // Thread: everything but processVideoFrame is called on the JavaScript thread, one call at a time,
 //   and the application waits for it. V8 must not be used: a call may come out of a garbage
 //   collection. processVideoFrame is called on the SDK's capture thread.
-// Ownership: createNimboPlugin gives the instance away; its own library's destoryNimboPlugin takes
-//   it back. Texts are valid during the call only.
+// Ownership: the caller of createNimboPlugin owns the instance and returns it to the same library's
+//   destoryNimboPlugin. Texts are valid during the call only.
 // Failure: nothing may throw.
 
 #pragma once
@@ -35,10 +36,9 @@
 
 namespace LumoLivePushElectronSDK {
 
-// One I420 picture: the Y plane, then U, then V, contiguous from `data`; strides in bytes. A row
-// may be longer than the picture is wide. U and V are (width + 1) / 2 wide and (height + 1) / 2
-// high. The pixels may be changed in place; changes to the record's own fields are not seen by
-// anybody.
+// One I420 frame: the Y plane, then U, then V, contiguous from `data`; strides in bytes. A row
+// may be longer than the frame is wide. U and V are (width + 1) / 2 wide and (height + 1) / 2
+// high. The pixels may be changed in place; changes to the record's own fields have no effect.
 struct VideoFrame {
   unsigned char* data = nullptr;
   int32_t strideY = 0;
@@ -69,14 +69,14 @@ class LUMO_PLUGIN_INTERFACE INimboPlugin {
 
   // Called by enablePlugin, also while processVideoFrame runs. Switches the plug-in's effect on or
   // off. The add-on keeps no flag of its own: it goes on calling processVideoFrame, and a plug-in
-  // that is off leaves the pixels alone. The result tells whether the switch was accepted.
+  // that is off does not change the pixels. Returns whether the switch was accepted.
   virtual bool enable(bool on) = 0;
 
   // Called by setPluginParameter, also while processVideoFrame runs, with a text of the plug-in's
-  // own format. The result tells whether it was accepted.
+  // own format. Returns whether it was accepted.
   virtual bool setParameter(const char* parameter) = 0;
 
-  // Kept for the shape of the interface; the add-on never calls it.
+  // Kept for compatibility; the add-on never calls it.
   virtual const char* getParameter() = 0;
 };
 

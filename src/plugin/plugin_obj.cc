@@ -7,8 +7,8 @@ bool ProcessFrameWithPlugins(const PluginMap& plugins, const LumoRtc::LumoLiveVi
   for (const auto& [id, object] : plugins) {
     auto* plugin = object ? dynamic_cast<IVideoFramePlugin*>(object->plugin) : nullptr;
     if (!plugin) continue;
-    // A record of its own for each call: whatever a plug-in does to the fields ends with it, so
-    // that the SDK's description of the frame never changes.
+    // A separate record for each call, so that a plug-in cannot change the SDK's description of
+    // the frame.
     VideoFrame record{frame.data,    frame.strideY, frame.strideU,
                       frame.strideV, frame.height,  frame.width};
     plugin->processVideoFrame(&record, &record);

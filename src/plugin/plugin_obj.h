@@ -1,4 +1,4 @@
-// A loaded plug-in, and running the loaded plug-ins over a captured frame.
+// A loaded plug-in, and the call of all loaded plug-ins for a captured frame.
 
 #pragma once
 
@@ -16,14 +16,14 @@ struct PluginObj {
   void* handle = nullptr;
 };
 
-// Key: the plug-in ID chosen by the application. A null value is what a lookup of an unknown ID
-// leaves behind; every walk skips it.
+// Key: the plug-in ID chosen by the application. A lookup of an unknown ID inserts a null value,
+// which every loop skips.
 using PluginMap = std::map<std::string, PluginObj*>;
 
 // Runs every plug-in that is an IVideoFramePlugin over `frame`, in the order of their IDs. Returns
 // whether there was one.
 //
-// Thread: any, while nobody changes the map.
+// Thread: any, while the map is not changed.
 bool ProcessFrameWithPlugins(const PluginMap& plugins, const LumoRtc::LumoLiveVideoRawData& frame);
 
 }  // namespace LumoLivePushElectronSDK

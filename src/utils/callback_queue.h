@@ -5,9 +5,8 @@
 // Ownership: owns the closures and, through libuv, the async handle: the handle's memory is freed
 //   by a later turn of the loop. The queue may be destroyed by a closure that it is running;
 //   closures that are still pending are destroyed unrun. No AsyncCall of another thread may be
-//   under way then.
-// Failure: a call that is refused loses its closure and says so. What a closure throws is not
-//   caught.
+//   running then.
+// Failure: a refused call drops its closure and returns -1. Exceptions of closures are not caught.
 
 #pragma once
 
@@ -26,7 +25,7 @@ namespace LumoLivePushElectronSDK {
 
 class CallBackQueue {
  public:
-  // Without a handle (none can be made) the queue begins stopped.
+  // If no handle can be created, the queue starts stopped.
   CallBackQueue() : async_(OpenHandle(this)), stopped_(!async_) {}
 
   ~CallBackQueue() {
@@ -42,7 +41,7 @@ class CallBackQueue {
   CallBackQueue(const CallBackQueue&) = delete;
   CallBackQueue& operator=(const CallBackQueue&) = delete;
 
-  // Never waits for JavaScript: the thread of a camera must be released at once. Returns 0, or -1
+  // Never waits for JavaScript, since it may be called on a capture thread. Returns 0, or -1
   // when the queue is stopped or libuv cannot be woken (then the closure stays queued and runs at
   // the next wake-up). `reserved` is ignored.
   int AsyncCall(std::function<void()>&& task, unsigned long long /*reserved*/) {
@@ -61,26 +60,26 @@ class CallBackQueue {
     return uv_async_send(async_.get()) == 0 ? 0 : -1;
   }
 
-  // Runs everything that is pending, and what these closures add.
+  // Runs all pending closures, and those that they add.
   void HandlerEvent() {
     // A closure may destroy this queue; the state outlives it.
     const std::shared_ptr<State> state = state_;
     while (auto task = TakeFirst(*state)) (*task)();
   }
 
-  // libuv's callback: drains the queue that the handle's user data names.
+  // Callback of libuv: drains the queue in the handle's user data.
   static void AsyncCallback(uv_async_t* async) {
     static_cast<CallBackQueue*>(async->data)->HandlerEvent();
   }
 
-  // The most closures that may be pending before a call drops the oldest; 0, the default, is no
-  // bound.
+  // Maximum number of pending closures, beyond which a call drops the oldest; 0, the default, means
+  // unlimited.
   void SetMaxLength(unsigned long long max_length) {
     const std::lock_guard lock(state_->mutex);
     state_->max_length = max_length;
   }
 
-  // From now on calls are refused; what is pending still runs. For a path that shuts down.
+  // Refuses calls from now on; pending closures still run. Used for shutdown.
   void Stop() { stopped_ = true; }
 
  private:
@@ -90,7 +89,7 @@ class CallBackQueue {
     std::mutex mutex;  // guards all members
     std::deque<Task> pending;
     unsigned long long max_length = 0;
-    bool closed = false;  // the queue is gone
+    bool closed = false;  // the queue was destroyed
   };
 
   struct CloseHandle {

@@ -3,7 +3,7 @@
 // Thread: the JavaScript thread only; there is no lock.
 // Ownership: holds the function and its receiver strongly. A replaced or removed record is not
 //   released, nor are the records when the dispatcher ends: they live as long as the process.
-// Failure: an event that nobody listens to is dropped without a word.
+// Failure: an event without a listener is dropped silently.
 
 #pragma once
 
@@ -21,12 +21,12 @@ class EventDispatcher {
                         v8::Persistent<v8::Function>& callback);
   void RemoveEventListener(const std::string& name);
 
-  // Whoever builds a payload asks first: an allocation for an event that nobody hears could collect
-  // the wrapper, and with it this dispatcher. With a listener the record keeps the wrapper alive.
+  // To be called before a payload is built: without a listener the allocation could collect the
+  // wrapper, and with it this dispatcher. With a listener the record keeps the wrapper alive.
   bool HasEventListener(const std::string& name) const;
 
   // Calls the listener with `argc` arguments and the registered receiver as `this`; its promises
-  // and ticks are settled before the return. What it throws becomes an uncaught exception.
+  // and ticks are settled before the return. Its exceptions become uncaught exceptions.
   void DispatchEvent(const std::string& name, int argc, v8::Local<v8::Value>* argv);
 
  private:

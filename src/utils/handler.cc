@@ -12,10 +12,10 @@ constexpr auto kIdleWait = 3'600'000ms;
 constexpr auto kSpinWindow = 1ms;
 constexpr auto kEmptyPoll = 20ms;
 
-// Which looper the current thread works for; null on every other thread.
+// The looper of the current thread; null on threads without one.
 thread_local const void* current_life = nullptr;
 
-// Gives a held mutex up for the length of a scope.
+// Releases a held mutex during a scope.
 class Unguarded {
  public:
   explicit Unguarded(std::mutex& guard) : guard_(guard) { guard_.unlock(); }
@@ -139,7 +139,7 @@ void Looper::run(Looper* looper, const std::shared_ptr<Life>& life) {
 }
 
 void Looper::loop() {
-  // A message may destroy this looper: from here on only the life is touched.
+  // A message may destroy this looper: only the Life is used from here on.
   const auto life = life_;
   const Unguarded messages_run_unguarded(life->guard);
   while (const auto message = life->queue.next()) message->process();

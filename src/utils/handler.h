@@ -3,20 +3,20 @@
 //
 // Waking up. The queue is sorted by due time; equal times keep their posting order. Posting wakes
 // the thread only when the new message becomes the first one: a message behind the first cannot
-// shorten the wait that is under way.
+// shorten the current wait.
 //
 // The last millisecond. Waits are cut to whole milliseconds so that they never overshoot, and the
-// rest, below one millisecond, is spun away. A message therefore never runs early, and is late
-// only by what the operating system takes.
+// rest, below one millisecond, is spent in a busy loop. A message therefore never runs early, and
+// late only by the scheduling delay of the operating system.
 //
 // A thread that outlives its looper. stop(false), and destruction on the looper's own thread,
-// leave a thread behind that may still be running a message. It shares the looper's Life: the
-// queue, and a guard with the mark that says whether the looper still exists. The thread holds the
-// guard whenever it is inside the looper's operations and gives it up only while loop() waits for
-// messages and runs them; the destructor takes the guard to clear the mark. So no operation is
-// ever called on a looper that is gone, and the queue that the thread returns to is still there.
+// detach the thread, which may still be running a message. It shares the looper's Life: the queue,
+// and a guard with a flag that is set while the looper exists. The thread holds the guard whenever
+// it is inside the looper's operations and releases it only while loop() waits for messages and
+// runs them; the destructor takes the guard to clear the flag. So no operation is called on a
+// destroyed looper, and the queue that the thread returns to still exists.
 //
-// Thread: any, where nothing else is said.
+// Thread: any, unless stated otherwise.
 // Ownership: messages are shared; a message's identity is the identity of the object.
 // Failure: start() passes on std::system_error when no thread can be created. An exception that
 //   escapes a message ends the process.
@@ -35,7 +35,7 @@
 
 namespace LumoLivePushElectronSDK {
 
-// Something to do on a looper's thread.
+// A task for a looper's thread.
 class Message {
  public:
   using Clock = std::chrono::steady_clock;
@@ -47,10 +47,10 @@ class Message {
   Message(const Message&) = delete;
   Message& operator=(const Message&) = delete;
 
-  const std::string name;  // a label for people
+  const std::string name;  // for debugging
   // The due time. While the message is queued it belongs to the queue's mutex. Posting an object
-  // that is already queued gives both of its entries the new time and leaves the older one where
-  // it stands.
+  // that is already queued sets the new time for both of its entries and does not move the older
+  // one.
   Time when;
 };
 
@@ -79,26 +79,26 @@ class MessageQueue {
   void enqueueMessage(std::shared_ptr<Message> message);
 
   // Sets the due time to now plus `delay` and inserts, in one step: the due time of a message that
-  // is already queued must not change under the consumer's eyes.
+  // is already queued must not change while the consumer reads it.
   void postMessage(std::shared_ptr<Message> message, std::chrono::milliseconds delay);
 
-  // Whether that very object is queued.
+  // Returns whether this object (compared by identity) is queued.
   bool hasMessage(const std::shared_ptr<Message>& message) const;
 
-  // Takes out the first entry that holds that very object; false when there is none.
+  // Removes the first entry with this object; returns false when there is none.
   bool removeMessage(const std::shared_ptr<Message>& message);
 
-  // Drops every entry and wakes nobody.
+  // Drops every entry without waking a waiting thread.
   void clearMessages();
 
   // Blocks until the first message is due and returns it; null once the queue is quitting, at once
   // and whatever is queued.
   std::shared_ptr<Message> next();
 
-  // Blocks until the queue is empty or quitting. Looks every 20 ms.
+  // Blocks until the queue is empty or quitting. Polls every 20 ms.
   void waitUntilNoPendingMessage();
 
-  // Ends every wait, now and for good.
+  // Ends every current and future wait.
   void quit();
   bool isQuitting() const;
 
@@ -112,8 +112,8 @@ class MessageQueue {
   bool quitting_ = false;
 };
 
-// A derived class leaves stop(false) alone and calls stop(true) in its own destructor: the thread
-// may be in its operations.
+// A derived class does not use stop(false) and calls stop(true) in its own destructor: the thread
+// may be inside its operations.
 class Looper {
  public:
   Looper();
@@ -123,8 +123,8 @@ class Looper {
   Looper(const Looper&) = delete;
   Looper& operator=(const Looper&) = delete;
 
-  // Starts the thread unless it runs. Returns true. A looper that was stopped does not revive: its
-  // new thread ends at once.
+  // Starts the thread unless it runs. Returns true. A stopped looper cannot be restarted: its new
+  // thread ends at once.
   bool start();
 
   // Ends the loop; messages that are still queued are never run. Waits for the thread when `join`
@@ -151,7 +151,7 @@ class Looper {
   };
 
   static void run(Looper* looper, const std::shared_ptr<Life>& life);
-  // Joins, or detaches when that is not wanted or would be a thread waiting for itself.
+  // Joins the thread; detaches it instead if `join` is false or it is the calling thread.
   static void part(std::thread thread, bool join);
 
   std::mutex control_;  // guards thread_
@@ -160,7 +160,7 @@ class Looper {
 };
 
 // Posts to one looper, which it does not own and which must exist while the handler is used.
-// Every operation answers a null message with false and does nothing.
+// Every operation returns false for a null message and does nothing.
 class Handler {
  public:
   explicit Handler(Looper* looper) : looper_(looper) {}

@@ -39,8 +39,7 @@ uint64_t Aligned(uint64_t width) {
   return (width + kAlignment - 1) / kAlignment * kAlignment;
 }
 
-// The rows are copied in the order in which the picture is walked, two luma rows and one of each
-// chroma at a time. Deliberate: of an odd height the last step still copies two luma rows. The
+// The rows are copied from top to bottom, two luma rows and one of each chroma plane at a time. Deliberate: of an odd height the last step still copies two luma rows. The
 // second of them reads what follows the luma plane, which is chroma, and lands on the chroma of
 // the target, where the chroma rows of that same step then overwrite part of it.
 void RepackRows(const LumoRtc::LumoLiveVideoRawData& frame, uint64_t aligned_width,

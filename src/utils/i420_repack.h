@@ -1,11 +1,11 @@
-// How an I420 picture is laid out for JavaScript, and the copy into that layout.
+// Layout of an I420 frame for JavaScript, and the copy into that layout.
 //
-// A picture whose width is a multiple of 8 is taken as it is, strides included. Any other is
+// A frame whose width is a multiple of 8 is copied unchanged, strides included. Any other is
 // centred in rows of the next multiple of 8, with zero bytes around it.
 //
 // Thread: any; nothing is shared.
 // Ownership: the caller's buffers, both of them.
-// Failure: a picture that cannot be laid out has no layout.
+// Failure: an invalid frame has no layout.
 
 #pragma once
 
@@ -16,7 +16,7 @@
 
 namespace LumoLivePushElectronSDK {
 
-// Sizes in bytes, width and height in pixels, of the picture as JavaScript gets it: the Y plane,
+// Sizes in bytes, width and height in pixels, of the frame as JavaScript receives it: the Y plane,
 // then U, then V, without gaps.
 struct I420Layout {
   uint32_t width = 0;
@@ -34,8 +34,8 @@ struct I420Layout {
 std::optional<I420Layout> LayOutI420(const LumoRtc::LumoLiveVideoRawData& frame);
 
 // Writes all `layout.size` bytes of `target`; `layout` is the frame's own. Never reads outside the
-// frame's extent (strideY rows of luma, strideU and strideV half rows of chroma): what a row lacks
-// there stays zero.
+// frame's extent (strideY rows of luma, strideU and strideV half rows of chroma): missing bytes of
+// a row stay zero.
 void CopyI420(const LumoRtc::LumoLiveVideoRawData& frame, const I420Layout& layout,
               unsigned char* target);
 

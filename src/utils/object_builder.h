@@ -1,5 +1,5 @@
-// Builds the objects that JavaScript receives, key by key, in the order in which it sees them.
-// Every key becomes the object's own, without running a setter that a prototype may have.
+// Builds the objects that JavaScript receives, key by key, in the order of its enumeration. Every
+// key becomes the object's own, without running a setter that a prototype may have.
 //
 // Thread: the JavaScript thread, inside a handle scope.
 
@@ -20,7 +20,7 @@ class ObjectBuilder {
       : isolate_(isolate), object_(v8::Object::New(isolate)) {}
 
   ObjectBuilder& Set(const char* key, v8::Local<v8::Value> value) {
-    // Nothing, for a script that is being stopped, leaves the key out: nobody will look.
+    // Nothing (the script is being stopped) leaves the key out: the object is not used any more.
     [[maybe_unused]] const auto set = object_->CreateDataProperty(
         isolate_->GetCurrentContext(), TypeConverterUtils::CreateStringParam(isolate_, key), value);
     return *this;

@@ -3,9 +3,8 @@
 // Thread: any. One recursive lock guards everything; it is held while observers are called, so an
 //   observer may call back into the store, and it is not held while a taker allocates.
 // Ownership: frames are copied in and copied out. Users and their buffers stay as long as the
-//   store. Observers are not owned: whoever destroys one calls ClearObserver first.
-// Failure: each operation says its answer; memory exhaustion is std::bad_alloc and changes nothing
-//   in the slot.
+//   store. Observers are not owned: ClearObserver must be called before one is destroyed.
+// Failure: see each operation; memory exhaustion is std::bad_alloc and does not change the slot.
 
 #pragma once
 
@@ -24,7 +23,7 @@ namespace LumoLivePushElectronSDK {
 
 class VideoRenderDataObserver {
  public:
-  // A user has frames that nobody has fetched. Runs on the pacing thread with the store's lock
+  // A user has unfetched frames. Called on the delivery thread with the store's lock
   // held: it must not wait for the JavaScript thread.
   virtual void OnVideoRenderDataNeedUpdate(std::string& uid) = 0;
   virtual ~VideoRenderDataObserver() = default;
@@ -34,8 +33,8 @@ class VideoRenderDataObserver {
 inline constexpr std::size_t kFrameSlots = 2;
 
 struct VideoFrameSlot {
-  // At least layout.size bytes. Replaced when the picture's dimensions change or when it needs
-  // more; steady streams keep it.
+  // At least layout.size bytes. Reallocated when the frame's dimensions change or when it needs
+  // more.
   std::vector<unsigned char> buffer;
   I420Layout layout;
   bool fresh = false;  // stored and not yet taken
@@ -49,9 +48,9 @@ struct UserVideoRenderDataCache {
   bool HasFreshFrame() const { return slots[0].fresh || slots[1].fresh; }
 };
 
-// What a user has to fetch: the layout of each fresh slot.
+// The layout of each fresh slot of a user.
 using FreshFrames = std::array<std::optional<I420Layout>, kFrameSlots>;
-// Where the bytes of each fresh slot go; unused for a slot that is not fresh.
+// The destination of each fresh slot's bytes; unused for a slot that is not fresh.
 using FrameTargets = std::array<unsigned char*, kFrameSlots>;
 
 class VideoFrameStore {
@@ -63,21 +62,21 @@ class VideoFrameStore {
             const LumoRtc::LumoLiveVideoRawData* frame, VideoRenderDataObserver* observer);
 
   // Taking frames has two steps, so that the memory for them is allocated without the lock.
-  // First: what is fresh. None for an unknown user.
+  // First: the fresh frames. None for an unknown user.
   std::optional<FreshFrames> PeekFresh(const std::string& user_id) const;
   // Then: copies every frame of `expected` to its target, the newest bytes, and clears its fresh
-  // flag. False, with nothing done, when one of them is not fresh any more or has another layout
-  // by now; then begin again with PeekFresh.
+  // flag. Returns false, without any effect, when one of them is not fresh any more or has another
+  // layout by now; then restart with PeekFresh.
   bool TakeFresh(const std::string& user_id, const FreshFrames& expected,
                  const FrameTargets& targets);
 
   // Clears the fresh flags of a user whose observer this is; does nothing for another one's.
   void DropFresh(const std::string& user_id, const VideoRenderDataObserver* observer);
 
-  // Tells the observer of every user that has fresh frames, in the order of the user IDs.
+  // Notifies the observer of every user that has fresh frames, in the order of the user IDs.
   void NotifyObservers();
 
-  // No user has this observer any more. Waits for a call of it that runs on another thread.
+  // Removes this observer from all users. Waits for a call of it that runs on another thread.
   void ClearObserver(const VideoRenderDataObserver* observer);
 
  private:

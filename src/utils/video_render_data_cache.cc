@@ -7,11 +7,11 @@
 namespace LumoLivePushElectronSDK {
 namespace {
 
-constexpr uint32_t kPaceMs = 33;  // from the end of a pass to the next
+constexpr uint32_t kDeliveryIntervalMs = 33;  // from the end of a pass to the next
 
 }  // namespace
 
-// The two live and die together: whoever holds the loop may post to its handler.
+// Both have one lifetime: an owner of the loop may post to its handler.
 struct VideoRenderDataManager::PacingLoop {
   Looper looper;
   Handler handler{&looper};
@@ -78,7 +78,7 @@ void VideoRenderDataManager::PostPass(const std::weak_ptr<PacingLoop>& loop, uin
 
 void VideoRenderDataManager::ProcessVideoDataCallBack(const std::weak_ptr<PacingLoop>& loop) {
   frames_.NotifyObservers();
-  PostPass(loop, kPaceMs);
+  PostPass(loop, kDeliveryIntervalMs);
 }
 
 }  // namespace LumoLivePushElectronSDK

@@ -1,11 +1,11 @@
-// Keeps every user's latest raw frames and paces their delivery: a thread of its own tells the
-// observers of users with unfetched frames, then waits 33 ms, and so on. A user is told again at
-// every pass until its frames have been fetched or dropped.
+// Keeps every user's latest raw frames and schedules their delivery: a thread of its own notifies
+// the observers of users with unfetched frames every 33 ms. A user is notified again at every pass
+// until its frames have been fetched or dropped.
 //
 // Thread: any, but FetchVideoRenderDataByUid: the JavaScript thread.
-// Ownership: one instance a process, never destroyed: SDK threads and the pacing thread may use it
-//   while the process exits.
-// Failure: each operation says its answer; nothing is logged.
+// Ownership: one instance per process, never destroyed: SDK threads and the delivery thread may use
+//   it while the process exits.
+// Failure: see each operation; nothing is logged.
 
 #pragma once
 
@@ -16,7 +16,7 @@
 
 #include "utils/video_frame_store.h"
 
-// Only the fetching side knows V8.
+// V8 is used only by the fetching side.
 namespace v8 {
 class Array;
 template <class T>
@@ -31,13 +31,13 @@ class VideoRenderDataManager {
   VideoRenderDataManager(const VideoRenderDataManager&) = delete;
   VideoRenderDataManager& operator=(const VideoRenderDataManager&) = delete;
 
-  // Begins to pace, with a first pass at once. A pacing thread that runs already is stopped and
-  // joined and a new one takes its place (called on that thread itself, it is left to end by
-  // itself). Returns whether the thread runs; passes on std::system_error when none can be made.
+  // Starts the delivery thread, with a first pass at once. A running delivery thread is stopped,
+  // joined and replaced (when called on that thread itself, it is detached). Returns whether the
+  // thread runs; throws std::system_error when none can be created.
   bool Start();
 
-  // Ends the pacing and joins its thread. Deliberate: the stopped loop is kept, only Start
-  // replaces it.
+  // Stops and joins the delivery thread. Deliberate: the stopped loop is kept, only Start replaces
+  // it.
   void Stop();
 
   // Copies a frame. Returns 0, or -1 for a frame that is refused: null, without data, a dimension
@@ -50,8 +50,8 @@ class VideoRenderDataManager {
   // or -101, with `out` untouched, for a user that never had a frame.
   int FetchVideoRenderDataByUid(std::string& uid, v8::Local<v8::Array>& out);
 
-  // Drops the user's unfetched frames if `observer` is the user's observer, so that it is not told
-  // of them again.
+  // Drops the user's unfetched frames if `observer` is the user's observer, so that it is not
+  // notified of them again.
   void DropVideoRenderData(const std::string& uid, const VideoRenderDataObserver* observer);
 
   // The observer is not called any more once this returns.
@@ -63,9 +63,9 @@ class VideoRenderDataManager {
   VideoRenderDataManager() = default;
   ~VideoRenderDataManager() = default;
 
-  // Posts the next pass of `loop`'s own chain; does nothing when the loop is gone.
+  // Posts the next pass to `loop`; does nothing when the loop was destroyed.
   void PostPass(const std::weak_ptr<PacingLoop>& loop, uint32_t delay_ms);
-  // One pass, on the pacing thread.
+  // One pass, on the delivery thread.
   void ProcessVideoDataCallBack(const std::weak_ptr<PacingLoop>& loop);
 
   static std::atomic<VideoRenderDataManager*> sInstance;

@@ -1,4 +1,4 @@
-// The V8 half of the render-data cache.
+// The V8 part of the render-data cache.
 
 #include <node.h>
 #include <node_buffer.h>

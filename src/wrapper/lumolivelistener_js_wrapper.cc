@@ -37,7 +37,7 @@ EventListener::EventListener(PluginMap& plugins, std::mutex& pluginsMutex)
     : mPlugins(plugins), mPluginsMutex(pluginsMutex) {}
 
 EventListener::~EventListener() {
-  // First of all, so that the pacing thread calls nobody who is being taken apart.
+  // First, so that the delivery thread does not call an object that is being destroyed.
   VideoRenderDataManager::GetInstance()->ClearObserver(this);
 }
 
@@ -177,7 +177,7 @@ bool EventListener::onCaptureVideoSample(LumoRtc::LumoLivePusher*,
     }
     processed = ProcessFrameWithPlugins(plugins, frame);
   }
-  // After the plug-ins, so that what JavaScript shows has their effect.
+  // After the plug-ins, so that JavaScript receives frames with their effect.
   VideoRenderDataManager::GetInstance()->CacheVideoRenderData(kPreviewOwnerId, source, &frame,
                                                               this);
   return processed;
@@ -195,8 +195,8 @@ void EventListener::OnVideoRenderDataNeedUpdate(std::string& uid) {
   mQueue.AsyncCall(
       [this, uid]() mutable {
         auto* manager = VideoRenderDataManager::GetInstance();
-        // Consumed unseen: otherwise each pass would queue a closure for a frame that is never
-        // fetched, and a later listener would get it however old it is.
+        // Dropped: otherwise each pass would queue a closure for a frame that is never fetched,
+        // and a later listener would receive it however old it is.
         if (!HasEventListener(Event_VideoRenderData))
           return manager->DropVideoRenderData(uid, this);
         auto* isolate = v8::Isolate::GetCurrent();

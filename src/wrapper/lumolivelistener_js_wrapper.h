@@ -3,10 +3,10 @@
 //
 // Thread: the callbacks may come from any number of SDK threads at once. NotifyError from any.
 //   Construction, destruction and the dispatcher: the JavaScript thread.
-// Ownership: owned by its wrapper; refers to the wrapper's plug-in map. Whoever destroys it has
-//   detached it from the pusher and all players before. Closures that are still queued are then
-//   destroyed unrun.
-// Failure: none is reported to the SDK; an event that nobody listens to is dropped.
+// Ownership: owned by its wrapper; refers to the wrapper's plug-in map. It must be detached from the
+//   pusher and all players before it is destroyed. Closures that are still queued are then
+//   destroyed without being run.
+// Failure: none is reported to the SDK; an event without a listener is dropped.
 
 #pragma once
 
@@ -27,15 +27,14 @@
 
 namespace LumoLivePushElectronSDK {
 
-// The text that names a player towards JavaScript: its address as an output stream writes an
-// untyped pointer ("0x…"), "" for null.
+// A player's ID in JavaScript: its address as an output stream writes an untyped pointer ("0x…"), "" for null.
 std::string GET_PLAYER_ID(const LumoRtc::LumoLivePlayer* player);
 
-// A native value on its way to JavaScript. A `const char*` is read only on the JavaScript thread,
+// A native value that is delivered to JavaScript. A `const char*` is read only on the JavaScript thread,
 // so it must live as long as the process.
 using PayloadValue = std::variant<std::string, const char*, int32_t, uint32_t, bool>;
 
-// Key and value, in the order in which JavaScript sees them.
+// Key and value, in the order of the JavaScript object's keys.
 struct PayloadEntry {
   const char* key;
   PayloadValue value;
@@ -54,7 +53,7 @@ class EventListener final : public EventDispatcher,
   EventListener(PluginMap& plugins, std::mutex& pluginsMutex);
   ~EventListener() override;
 
-  // Waits until no captured frame is with plug-ins that the map may have lost by now.
+  // Waits until no plug-in that was removed from the map is processing a captured frame.
   void AwaitCapturedFrame();
 
   // Queues "onOccurError" with the code as its one argument.

@@ -52,7 +52,7 @@ bool LumoLivePushJSWrapper::Init(v8::Local<v8::Object> exports) {
   return exports->Set(context, className, function).FromMaybe(false);
 }
 
-// Answers a new wrapper, or throws what its construction throws: a stack overflow, say.
+// Returns a new wrapper, or throws what its construction throws, for example a stack overflow.
 void LumoLivePushJSWrapper::Construct(const Arguments& args, std::span<v8::Local<v8::Value>> argv) {
   auto* isolate = args.GetIsolate();
   v8::Local<v8::Object> instance;

@@ -3,7 +3,7 @@
 // Thread: the JavaScript thread only. SDK threads reach JavaScript through the EventListener's
 //   queue and never touch a wrapper.
 // Ownership: see the members. A wrapper lives as long as its JavaScript object is reachable.
-// Failure: nothing is thrown to JavaScript; each method answers its documented failure value.
+// Failure: nothing is thrown to JavaScript; each method returns its documented failure value.
 
 #pragma once
 
@@ -28,7 +28,7 @@ class EventListener;
 
 using Arguments = v8::FunctionCallbackInfo<v8::Value>;
 
-// Where a log line comes from. Take it with LUMO_HERE in the handler itself: lines carry the
+// The origin of a log line. Take it with LUMO_HERE in the handler itself: lines carry the
 // handler's name, which a lambda or a helper would replace by its own.
 struct CallSite {
   const char* function;
@@ -51,7 +51,7 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   LUMO_METHOD_TABLE(LUMO_DECLARE_HANDLER)
 #undef LUMO_DECLARE_HANDLER
 
-  // ---- Finding things
+  // ---- Lookups
 
   // Null when the receiver was not built by New.
   static LumoLivePushJSWrapper* Find(const Arguments& args);
@@ -75,13 +75,13 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   LumoRtc::LumoLivePusher* GetLivePusher();
   void AttachListener();
   void DestroyPusher();
-  // What stands in mLivePusher now, without creating anything: user code that ran since the lookup
-  // may have destroyed the pusher.
+  // The present pusher, without creating one: user code that ran since the lookup may have destroyed
+  // the pusher.
   LumoRtc::LumoLivePusher* CurrentPusher() const {
     return mLivePusher;
   }
 
-  // A miss leaves a null entry behind; an empty ID is looked up nowhere.
+  // An unknown ID inserts a null entry; an empty ID is not looked up.
   LumoRtc::LumoLivePlayer* GetLivePlayer(const std::string& playerId);
   bool HasPlayer(LumoRtc::LumoLivePlayer* player) const;
   static void DestroyPlayer(LumoRtc::LumoLivePlayer* player);
@@ -92,14 +92,15 @@ class LumoLivePushJSWrapper : public node::ObjectWrap {
   static int ExjectPlugin(PluginObj* object);
   // uninit, release, ExjectPlugin, and the end of the record. Null is accepted.
   static void UnloadPlugin(PluginObj* object);
-  // The same for plug-ins that have just left the map: a frame may still be with them.
+  // The same for plug-ins that have just been removed from the map: they may still be processing a
+  // frame.
   void UnloadAfterFrame(const PluginMap& plugins);
-  // A miss leaves a null entry behind; an empty ID is looked up nowhere.
+  // An unknown ID inserts a null entry; an empty ID is not looked up.
   PluginObj* GetPluginObj(const std::string& pluginId);
 
   // ---- SDK library, log and errors
 
-  // Opens the SDK library in sdk_path and finds its logger there. Whether the library opened.
+  // Opens the SDK library in sdk_path and finds its logger there. Returns whether the library opened.
   static bool LoadSDK();
 
   // Writes a line on behalf of JavaScript. `message` is the logger's format.

@@ -1,6 +1,6 @@
-// The steps that the methods share: refusing arguments, obtaining what a method works on, and
-// handing the result over. A handler names, in this order, what it accepts, what it logs and
-// answers when it refuses, which options it reads, and which SDK operation it calls.
+// The steps that the methods share: refusing arguments, obtaining the pusher, and returning the
+// result. A handler names, in this order, the arguments that it accepts, the log line and result of
+// a refusal, the options that it reads, and the SDK operation that it calls.
 //
 // Thread: the JavaScript thread, inside a method call.
 
@@ -16,7 +16,7 @@
 
 namespace LumoLivePushElectronSDK {
 
-// ---- What methods answer when they fail
+// ---- Results of methods that fail
 
 inline constexpr int kFailed = 1;
 inline constexpr int kFailedLater = -901;  // the methods that came later to the interface
@@ -50,8 +50,8 @@ inline void SetResult(const Arguments& args, EmptyObject) {
 }
 inline void SetResult(const Arguments&, Undefined) {}
 
-// An array of what `entryAt` gives for each index of an SDK list. The count is asked again before
-// every entry: the list is the SDK's and may shrink.
+// An array of entryAt(index) for each index of an SDK list. The count is read again before every
+// entry: the list belongs to the SDK and may shrink.
 template <typename List, typename EntryAt>
 v8::Local<v8::Array> ArrayOfCounted(v8::Isolate* isolate, List& list, EntryAt entryAt) {
   const auto array = v8::Array::New(isolate, static_cast<int>(list.getCount()));
@@ -59,7 +59,7 @@ v8::Local<v8::Array> ArrayOfCounted(v8::Isolate* isolate, List& list, EntryAt en
   return array;
 }
 
-// ---- What methods accept. "First": more arguments may follow; "only": none may.
+// ---- Accepted arguments. "First": more arguments may follow; "only": none may.
 
 inline bool FirstIsObject(const Arguments& args) {
   return args.Length() >= 1 && args[0]->IsObject();

@@ -77,9 +77,9 @@ constexpr auto option(const char* key) {
                         }};
 }
 
-// Whether the runtime stops the script, so that everything is to be left at once. To be asked
-// directly after whatever may have run a getter: V8 forgets about it at the next call that can
-// fail, and a getter that is run then could go on for ever.
+// Returns whether the runtime is stopping the script, so that everything must return at once. To be
+// called directly after any code that may have run a getter: V8 clears the state at the next call
+// that can fail, and a getter that runs then could run for ever.
 inline bool IsBeingStopped(v8::Isolate* isolate) {
   return isolate->IsExecutionTerminating();
 }
@@ -96,7 +96,7 @@ inline v8::Local<v8::Value> ValueOf(v8::Isolate* isolate, v8::Local<v8::Object> 
 }
 
 // Calls `visit(name, value)` for each own, enumerable, string-named property, in the engine's
-// order; every value is fetched, also that of a name nobody knows.
+// order; every value is fetched, also that of an unknown name.
 template <typename Visit>
 void WalkOptions(v8::Isolate* isolate, v8::Local<v8::Value> object, Visit visit) {
   const auto context = isolate->GetCurrentContext();
@@ -116,7 +116,7 @@ void WalkOptions(v8::Isolate* isolate, v8::Local<v8::Value> object, Visit visit)
   }
 }
 
-// `record` comes with the defaults and leaves with what the object's keys gave.
+// `record` holds the defaults, which the object's keys overwrite.
 template <typename Record, std::size_t size>
 void ReadOptions(v8::Isolate* isolate, v8::Local<v8::Value> object,
                  const OptionTable<Record, size>& table, Record& record) {

@@ -1,4 +1,4 @@
-// Where a picture is shown: the options of the preview and of a player's view.
+// The options of the preview and of a player's view.
 
 #pragma once
 
@@ -13,8 +13,8 @@ struct ViewOptions {
   uint32_t width = 0;
   uint32_t height = 0;
 
-  // The Buffer's data, null without one. To be asked when all options have been read: a getter of
-  // a later one may take the Buffer's memory away.
+  // The Buffer's data, null without one. To be called when all options have been read: a getter of
+  // a later one may detach the Buffer's memory.
   void* Handle(v8::Isolate* isolate) const {
     return view.IsEmpty() ? nullptr : TypeConverterUtils::GetCharValue(isolate, view);
   }

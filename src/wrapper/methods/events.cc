@@ -14,7 +14,7 @@ void LumoLivePushJSWrapper::AddEventListener(const Arguments& args) {
     return LogFailure(LUMO_HERE, "%s: invaild param", __func__);
   }
   const std::string name = StringAt(args, 0);
-  // The listener that owns the dispatcher comes into being with the pusher.
+  // The listener that owns the dispatcher is created together with the pusher.
   if (!GetPusherInstance(args)) return FailWithoutPusher(args, LUMO_HERE, kListenerNeedsPusher);
   auto* isolate = args.GetIsolate();
   v8::Persistent<v8::Function> callback(isolate, args[1].As<v8::Function>());

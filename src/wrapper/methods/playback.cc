@@ -1,5 +1,5 @@
-// Control of an existing player. The player is resolved first, so the lookup's own log line and the
-// null entry that it leaves come before any complaint about further arguments.
+// Control of an existing player. The player is looked up first, so the lookup's own log line and
+// the null entry that it inserts come before the check of further arguments.
 
 #include "wrapper/method_support.h"
 #include "wrapper/view_options.h"
@@ -9,7 +9,7 @@ namespace {
 
 using LumoRtc::LumoLivePlayer;
 
-// `accepts` looks at the arguments behind the player ID; `operation` takes the player.
+// `accepts` checks the arguments after the player ID; `operation` takes the player.
 template <typename Accepts, typename Operation>
 void CallPlayer(const Arguments& args, CallSite site, const char* failureMessage, int failure,
                 Accepts accepts, Operation operation) {

@@ -64,7 +64,7 @@ void LumoLivePushJSWrapper::InitPlayer(const Arguments& args) {
   LumoLivePlayerConfig config;
   ReadOptions(args.GetIsolate(), args[0], kPlayerKeys, config);
   auto* wrapper = Find(args);
-  // A getter may have destroyed the player; its ID was not out yet, but it can be guessed.
+  // A getter may have destroyed the player; its ID was not returned yet, but it can be guessed.
   if (!wrapper->HasPlayer(player)) return SetResult(args, "");
   player->initPlayer(config);
   if (auto* listener = wrapper->mEventListener.get()) {

@@ -1,5 +1,5 @@
-// The plug-in manager: loading and unloading plug-in libraries, and talking to their instances.
-// Everywhere 0 means success and 1 failure, also where the plug-in itself answers with a bool.
+// The plug-in manager: loading and unloading plug-in libraries, and calling their instances. 0 means
+// success and 1 failure everywhere, also where the plug-in itself returns a bool.
 
 #include <dlfcn.h>
 
@@ -29,7 +29,7 @@ constexpr OptionTable<PluginOptions, 3> kPluginKeys{
     option<&PluginOptions::type>("type"),
 };
 
-// Missing symbols are told on standard output, not in the log.
+// Missing symbols are reported on standard output, not in the log.
 template <typename Function>
 Function FindSymbol(void* library, const char* name) {
   auto* function = reinterpret_cast<Function>(dlsym(library, name));
@@ -45,9 +45,9 @@ struct CloseLibrary {
 };
 using Library = std::unique_ptr<void, CloseLibrary>;
 
-// Null, and the reason in `error`, when it does not open.
+// Returns null and sets `error` when it cannot be opened.
 Library OpenLibrary(const std::string& path, const char*& error) {
-  // The loader takes a bare name to its stack, so a huge one would end the process.
+  // The loader copies a bare name to its stack, so a huge one would end the process.
   if (path.size() >= PATH_MAX) {
     error = "the path is too long";
     return nullptr;

@@ -57,7 +57,7 @@ void LumoLivePushJSWrapper::StartCamera(const Arguments& args) {
 void LumoLivePushJSWrapper::StopCamera(const Arguments& args) {
   CallPusher(args, LUMO_HERE, kFailed, [](auto& pusher) {
     pusher.stopCamera();
-    return 0;  // deliberate: whatever the SDK says
+    return 0;  // deliberate: whatever the SDK returns
   });
 }
 

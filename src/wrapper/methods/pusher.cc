@@ -1,4 +1,4 @@
-// setExtraConfig, initPusher, destroyPusher: the pusher's life and its configuration.
+// setExtraConfig, initPusher, destroyPusher: the pusher's lifetime and configuration.
 
 #include "wrapper/method_support.h"
 

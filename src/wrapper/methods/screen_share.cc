@@ -1,4 +1,4 @@
-// Publishing a desktop instead of the camera.
+// Publishing a screen or window instead of the camera.
 
 #include "wrapper/method_support.h"
 
@@ -26,7 +26,7 @@ LumoLiveScreenShareEncoderConfig EncoderDefaults() {
           .mVideoEncodeGop = 2};
 }
 
-// Deliberate: every number, unsigned ones too, is handed out as a signed 32-bit integer.
+// Deliberate: every number, also an unsigned one, is returned as a signed 32-bit integer.
 v8::Local<v8::Object> ToObject(v8::Isolate* isolate,
                                const LumoLiveScreenShareEncoderConfig& config) {
   return ObjectBuilder(isolate)
@@ -92,7 +92,7 @@ void LumoLivePushJSWrapper::GetScreenShareSourceInfo(const Arguments& args) {
     if (!list) return v8::Array::New(isolate);
     const auto sources = ArrayOfCounted(
         isolate, *list, [=](uint32_t index) { return SourceAt(isolate, *list, index); });
-    list->release();  // this list, unlike the devices', is the caller's to give back
+    list->release();  // this list, unlike the devices', is released by the caller
     return sources;
   });
 }
