@@ -1,7 +1,8 @@
 'use strict';
 
 /**
- * Why the native add-on could not be loaded, and what to do about it. Thrown by whatever needs it.
+ * A failure to load the native add-on, with its cause and a remedy. Thrown by everything that needs
+ * the add-on.
  *
  * @property {string} code names the cause, see the table of explain_load_failure.js
  * @property {string} remedy what to do; the message ends with it too

@@ -3,8 +3,8 @@
 const { inspect } = require('node:util');
 
 /**
- * Several listeners for an event, each kept from the others: what one throws goes to the listeners
- * of "error", or becomes a warning of the process when there is none.
+ * Several listeners for an event, isolated from each other: an exception of one is reported to the
+ * listeners of "error", or becomes a warning of the process when there is none.
  *
  * @typedef {object} Subscription
  * @property {(...args: any[]) => any} listener
@@ -58,7 +58,7 @@ class EventHub {
     }
   }
 
-  /** Removes the listeners of `owner`, of everybody when it is left out. */
+  /** Removes the listeners of `owner`, or all if it is left out. */
   clear(owner) {
     for (const subscriptions of this.#subscriptions.values()) {
       for (const subscription of subscriptions) {
@@ -67,7 +67,7 @@ class EventHub {
     }
   }
 
-  /** Calls the listeners that there were when it began and that nobody removed meanwhile. */
+  /** Calls the listeners that were registered at the start and have not been removed since. */
   dispatch(name, args) {
     const subscriptions = this.#subscriptions.get(name) ?? new Set();
     for (const subscription of [...subscriptions]) {
@@ -81,7 +81,7 @@ class EventHub {
   #call(name, { listener, owner }, args) {
     try {
       const result = listener.apply(owner, args);
-      // An async listener fails later.
+      // An async listener may fail later.
       if (typeof result?.then === 'function') {
         Promise.resolve(result).catch((error) => this.#report(name, error));
       }
@@ -91,8 +91,8 @@ class EventHub {
   }
 
   #report(event, error) {
-    const heard = this.#subscriptions.get('error')?.size > 0;
-    if (event !== 'error' && heard) return this.dispatch('error', [{ error, event }]);
+    const hasListener = this.#subscriptions.get('error')?.size > 0;
+    if (event !== 'error' && hasListener) return this.dispatch('error', [{ error, event }]);
     const text = error instanceof Error ? error.stack : inspect(error);
     process.emitWarning(`A listener of "${event}" threw: ${text}`, 'LivePushListenerWarning');
   }

@@ -2,14 +2,14 @@
 
 /*
  * The events of the add-on, in the order of the documents. This is the one list of them: the native
- * names, and the native handlers of events that carry nothing or the player only, are generated from it,
- * LivePush and LivePlayer take their events from it, and the tests check the native code, the type
+ * names, and the native handlers of events that carry nothing or the player only, are generated from
+ * it, LivePush and LivePlayer take their events from it, and the tests check the native code, the type
  * declarations and the documents against it.
  *
  *   raised by  "pusher" or "player": the SDK's callback of the same name, or the one that follows;
  *              "both"; "add-on"; "nothing": the name is reserved
- *   carries    the keys of the payload, in their order; [] when there is none. ANOTHER: what the
- *              listener gets is not an object.
+ *   carries    the keys of the payload, in their order; [] when there is none. ANOTHER: the
+ *              listener's argument is not an object.
  */
 
 const ANOTHER = null;
@@ -62,7 +62,7 @@ const EVENTS = {
 
 const EVENT_NAMES = Object.freeze(Object.keys(EVENTS));
 
-/** Those that concern one player. */
+/** The events that concern one player. */
 const PLAYER_EVENT_NAMES = Object.freeze(
   EVENT_NAMES.filter((name) => ['player', 'both'].includes(EVENTS[name].raisedBy)),
 );

@@ -11,11 +11,11 @@ const { installCommand, missingLibraries } = require('./system_libraries');
 const PLATFORMS = ['linux', 'darwin'];
 
 /**
- * What is known about a failure.
+ * A failure, as far as it is known.
  * @typedef {object} Failure
  * @property {string} addon the add-on's file
  * @property {string} sdk the file of the SDK beside it
- * @property {string} message what the runtime said; empty when it was not asked
+ * @property {string} message the runtime's message; empty when it was not called
  * @property {string} [code] the runtime's own code for it
  */
 
@@ -32,7 +32,7 @@ const UNPACK =
   'With electron-builder: "asarUnpack": ["**/node_modules/lumolivepush-electron-sdk/**"]; with ' +
   'Electron Forge: packagerConfig.asar.unpackDir "**/node_modules/lumolivepush-electron-sdk".';
 
-/** @returns {{platform: string, arch: string} | undefined} undefined when it cannot be told */
+/** @returns {{platform: string, arch: string} | undefined} undefined when it is unknown */
 function targetOf(file) {
   try {
     return binaryTarget(file);
@@ -41,7 +41,7 @@ function targetOf(file) {
   }
 }
 
-/** Whether Node's permission model, where it is on, lets a file be read. */
+/** Returns whether Node's permission model, if enabled, allows a file to be read. */
 function mayRead(file) {
   return process.permission?.has('fs.read', file) ?? true;
 }
@@ -91,7 +91,7 @@ function installMissing(failure) {
 }
 
 /**
- * The causes, the first that applies wins. `reason` answers undefined (or false) when the cause
+ * The causes, the first that applies wins. `reason` returns undefined (or false) when the cause
  * does not apply.
  * @type {{code: string, reason: (failure: Failure) => any,
  *   remedy: string | ((failure: Failure) => string)}[]}

@@ -11,14 +11,14 @@ export function createLivePush(): LumoLivePushJSWrapper;
 /** The folder that holds the bundled SDK, ready for registPlugin. */
 export const sdkDirectory: string;
 
-/** Whether the native add-on could be loaded. If not, `loadError` tells why. */
+/** Returns whether the native add-on could be loaded. If not, `loadError` is the reason. */
 export function isSupported(): boolean;
 
-/** Why the native add-on cannot be used; undefined when it can. */
+/** The reason for which the native add-on cannot be used; undefined when it can. */
 export const loadError: AddonLoadError | undefined;
 
 /**
- * What stands in the way of the native add-on.
+ * The cause for which the native add-on cannot be loaded.
  *
  * - `UNSUPPORTED_PLATFORM`: there is no build for this operating system.
  * - `BUILDING_SNAPSHOT`: a startup snapshot is being built.
@@ -50,15 +50,15 @@ export type AddonLoadErrorCode =
   | 'LOAD_FAILED';
 
 /**
- * Why the native add-on could not be loaded, and what to do about it. Importing the package never
+ * A failure to load the native add-on, with its cause and a remedy. Importing the package never
  * throws; this is thrown when createLivePush or a class is used.
  */
 export class AddonLoadError extends Error {
   private constructor();
   readonly name: 'AddonLoadError';
   readonly code: AddonLoadErrorCode;
-  /** What to do; the message ends with it too. */
+  /** The recommended action; the message ends with it too. */
   readonly remedy: string;
-  /** What the runtime threw, when it was the runtime that refused. */
+  /** The runtime's exception, if the runtime refused to load it. */
   readonly cause?: Error;
 }

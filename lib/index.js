@@ -1,8 +1,8 @@
 'use strict';
 
 /*
- * What an application requires. Requiring it never throws: without a usable add-on, `loadError`
- * says why, and the functions and classes throw it when they are used.
+ * The package's entry point. Requiring it never throws: without a usable add-on, `loadError` is the
+ * reason, and the functions and classes throw it when they are used.
  */
 
 const { LivePlayer } = require('./live_player');

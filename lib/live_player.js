@@ -4,7 +4,7 @@ const { PLAYER_EVENT_NAMES } = require('./events');
 const { LivePushError } = require('./live_push_error');
 const { Operations } = require('./operations');
 
-/** Whether an event of the add-on is about the player `id`. */
+/** Returns whether an event of the add-on concerns the player `id`. */
 function concerns(id, payload) {
   const about = Array.isArray(payload) ? payload[0]?.user_id : payload?.playerID;
   return about === id;
@@ -25,7 +25,7 @@ class LivePlayer {
   #disposed = false;
 
   /**
-   * @param {object} session what LivePush shares with its players
+   * @param {object} session the parts of LivePush that its players share
    * @param {(method: string, args: unknown[]) => unknown} session.call
    * @param {import('./event_hub').EventHub} session.hub
    * @param {(player: LivePlayer) => void} session.forget called once, when the player is disposed
@@ -70,7 +70,7 @@ class LivePlayer {
     return this.#call('getPlayMode');
   }
 
-  /** Destroys the player and rejects what waits for an outcome. Once is enough. */
+  /** Destroys the player and rejects its pending promises. Further calls have no effect. */
   dispose() {
     if (this.#disposed) return;
     this.#call('destroyPlayer');

@@ -20,7 +20,7 @@ const SILENT = [
   ...['setLogLevel', 'setConsoleEnabled'],
 ];
 
-/** By type as methods.js names it: what it is called, and whether a value is of it. */
+/** By type as methods.js names it: its name in messages, and a check of a value. */
 const TYPES = {
   string: ['a string', (value) => typeof value === 'string'],
   object: ['an object', isObject],
@@ -40,12 +40,12 @@ function checkedArguments(method, args) {
 
 const withUnpackedPath = (path) => (typeof path === 'string' ? unpackedPath(path) : path);
 
-/** Methods of the native object that are not methods of this class: its players have them, or on(). */
+/** Whether a method of the native object is not one of this class, but of its players, or on(). */
 const isElsewhere = (method) =>
   METHODS[method].takes[0] === 'player' || ['initPlayer', 'addEventListener'].includes(method);
 
 /**
- * A live push with listeners, errors and promises in today's manner, on top of one native object.
+ * A live push on top of one native object, with several listeners for an event, errors and promises.
  *
  * Methods have the native ones' names. They throw a LivePushError where those return a failure
  * value, and TypeErrors for arguments that the native side would misunderstand silently. Those
@@ -109,7 +109,7 @@ class LivePush {
     await this.#run('setLiveMixTranscodingConfig', [checkedMixLayout(layout)], wait);
   }
 
-  /** Destroys the SDK's pusher and rejects what waits for an outcome of it. */
+  /** Destroys the SDK's pusher and rejects the pending promises of its operations. */
   destroyPusher() {
     this.#call('destroyPusher', []);
     this.#operations.interrupt('INTERRUPTED');
@@ -118,7 +118,7 @@ class LivePush {
   /** @returns {LivePlayer} */
   createPlayer(config = {}) {
     this.#mustBeUsable('createPlayer');
-    // A player that is made before there is a listener never reports anything.
+    // A player that is created before there is a listener never reports anything.
     this.#hub.open('onPlayStarted');
     const session = {
       call: (name, args) => this.#call(name, args),
@@ -131,8 +131,8 @@ class LivePush {
   }
 
   /**
-   * Ends everything: the pusher, the players, the plug-ins, the listeners, and what waits for an
-   * outcome. Once is enough. The native object stays usable.
+   * Ends the pusher, the players, the plug-ins and the listeners, and rejects pending promises.
+   * Further calls have no effect. The native object stays usable.
    */
   dispose() {
     if (this.#disposed) return;

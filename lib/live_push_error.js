@@ -3,12 +3,12 @@
 /**
  * An operation of LivePush or LivePlayer that failed.
  *
- * @property {string} code "REFUSED": the add-on turned the call down, because of its arguments or
- *   because there is no pusher, player or plug-in. "SDK_ERROR": the SDK answered an error, or
+ * @property {string} code "REFUSED": the add-on refused the call, because of its arguments or
+ *   because there is no pusher, player or plug-in. "SDK_ERROR": the SDK returned an error, or
  *   reported one instead of the outcome. "INTERRUPTED": something else ended the operation first.
  *   "TIMEOUT": no outcome within `timeoutMs`. "DISPOSED": the object is not usable any more.
  * @property {string} method the method that failed
- * @property {unknown} nativeCode what the native side answered, or the error event's code
+ * @property {unknown} nativeCode the native method's return value, or the error event's code
  */
 class LivePushError extends Error {
   constructor(code, method, { text, nativeCode } = {}) {

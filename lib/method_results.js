@@ -4,7 +4,7 @@ const { LivePushError } = require('./live_push_error');
 const { METHODS } = require('./methods');
 
 /**
- * Tells success from failure. The add-on's own failure values are no error codes of the SDK.
+ * Distinguishes success from failure. The add-on's own failure values are not error codes of the SDK.
  *
  * @param {string} method
  * @param {unknown} result what the native method returned

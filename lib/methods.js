@@ -12,9 +12,9 @@
  *   takes     the types of the arguments that must be there: a JavaScript type, "integer" for 32
  *             bits, "object or null", or the ID of a "player" or "plug-in". Further arguments are
  *             ignored, unless only() says otherwise.
- *   returns   "status" (0 is success), or what it gives: "text", "number", "boolean", "list",
+ *   returns   "status" (0 is success), or the type of its value: "text", "number", "boolean", "list",
  *             "record", "nothing"
- *   failures  what it returns for bad arguments, or when there is no pusher, player or plug-in. Any
+ *   failures  its results for bad arguments, or when there is no pusher, player or plug-in. Any
  *             other status but 0 is an error code of the SDK.
  */
 

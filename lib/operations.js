@@ -2,8 +2,8 @@
 
 const { LivePushError } = require('./live_push_error');
 
-// Some SDKs tell that a push failed and only then, in an event of its own, why. Some refuse a
-// request at once and then, in an event, again.
+// Some SDKs report that a push failed and the reason only afterwards, in an event of its own. Some
+// refuse a request at once and report it again in an event.
 const REASON_GRACE_MS = 250;
 
 const PREVIEW = { started: 'onPreviewStarted', stopped: 'onPreviewStopped' };
@@ -16,9 +16,9 @@ const PUSH = {
 const PLAY = { started: 'onPlayStarted', stopped: 'onPlayStopped', failed: 'onPlayError' };
 
 /*
- * The operations whose outcome is an event. One that starts something is over when it has started,
- * failed or been stopped. The others are answered by one event each, in the order of the requests;
- * `answersRefusals`: an SDK may answer those too that it has refused at once.
+ * The operations whose outcome is an event. One that starts something completes when it has started,
+ * failed or been stopped. Each of the others is answered by one event, in the order of the requests;
+ * `answersRefusals`: an SDK may also answer those that it has refused at once.
  */
 const OUTCOMES = {
   startPreview: { start: PREVIEW },
@@ -73,7 +73,7 @@ class Operations {
     });
   }
 
-  /** Rejects everything that waits. @param {string} code of the LivePushError */
+  /** Rejects all pending operations. @param {string} code of the LivePushError */
   interrupt(code) {
     for (const queue of this.#awaiting.values()) queue.length = 0;
     for (const { method, settle } of [...this.#pending]) settle(new LivePushError(code, method));
@@ -106,7 +106,7 @@ class Operations {
       if (event) operation.cleanUp.push(this.#hub.add(event, { ...this.#subscriber, listener }));
     };
     const fail = (code, error) => operation.settle(failure(operation.method, code, error));
-    // What comes before stops that were requested earlier are answered is not about this start.
+    // Events before the answers to earlier stop requests do not concern this start.
     let earlierStops = this.#awaitingOf(stopped).length;
     let lastReason;
     let hasFailed = false;
@@ -131,7 +131,7 @@ class Operations {
     });
   }
 
-  /** The operations that `event` will answer; an abandoned one still takes its answer. */
+  /** The operations that `event` will answer; an abandoned one still consumes its answer. */
   #awaitingOf(event) {
     const known = this.#awaiting.get(event);
     if (known) return known;
@@ -152,7 +152,7 @@ class Operations {
   }
 }
 
-/** For a while the next failure is taken for that of `operation`, which has been refused. */
+/** For a while the next failure is attributed to `operation`, which has been refused. */
 function expectRefusal(queue, operation) {
   operation.isRefused = true;
   queue.push(operation);
@@ -166,7 +166,7 @@ function after(operation, milliseconds, action) {
   operation.cleanUp.push(() => clearTimeout(timer));
 }
 
-/** @param {{msg?: string, code?: number}} [event] the payload that tells why */
+/** @param {{msg?: string, code?: number}} [event] the payload with the reason */
 function failure(method, code, event) {
   return new LivePushError(code, method, {
     text: event?.msg || undefined,

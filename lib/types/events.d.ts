@@ -10,10 +10,10 @@ export interface SdkError {
   code: number;
 }
 
-/** The SDK's verdict on a mix layout. */
+/** The SDK's result for a mix layout. */
 export interface MixVerdict {
   isSuccess: boolean;
-  /** The reason of a refusal. */
+  /** The reason for a refusal. */
   msg: string;
 }
 
@@ -56,7 +56,7 @@ export interface PlayerStatistics extends PlayerEvent {
   lossRate: number;
 }
 
-/** Whose sound it is: 0 the local user's, 1 the mix of all, 2 a remote user's. */
+/** The owner of the audio: 0 the local user, 1 the mix of all, 2 a remote user. */
 export type UserType = 0 | 1 | 2;
 
 export interface ActiveSpeaker extends PlayerEvent {
@@ -73,13 +73,13 @@ export interface AudioVolume extends PlayerEvent {
   userType: UserType;
   /** "" unless `userType` is 2. */
   playerID: string;
-  /** Whether somebody has spoken since the last report; false unless it was asked for. */
+  /** Whether the user has spoken since the last report; false unless voice reports are enabled. */
   speechState: boolean;
   /** 0 (silent) to 255 (full scale). */
   volume: number;
   /** The volumes of all users together, 0 to 255. */
   sumVolume: number;
-  /** How many records the report had. */
+  /** The number of records in the report. */
   volumeInfoCount: number;
   /** The SDK's total of the report; the default SDK's is `sumVolume`. */
   totalVolume: number;
@@ -97,7 +97,7 @@ export interface AudioVolume extends PlayerEvent {
 export interface VideoFrame {
   /** 0 camera, 1 screen. */
   source: 0 | 1;
-  /** "preview" for captured pictures, else the player ID. */
+  /** "preview" for captured frames, else the player ID. */
   user_id: string;
   /**
    * Pixels, a multiple of 8. A player's frame of another width has its last column repeated; a
@@ -119,11 +119,11 @@ export interface VideoFrame {
 
 /** Every event, with the arguments of its listener. */
 export interface EventMap {
-  /** The machine failed the SDK: a device, a file, memory. */
+  /** A device, a file or another resource of the system failed. */
   onSystemError: [error: SdkError];
   /** An operation of the SDK failed. */
   onSDKError: [error: SdkError];
-  /** The preview shows its first picture. */
+  /** The preview shows its first frame. */
   onPreviewStarted: [];
   /** The preview has ended. */
   onPreviewStopped: [];
@@ -131,56 +131,56 @@ export interface EventMap {
   onPushStarted: [];
   /** The push has ended. */
   onPushStopped: [];
-  /** The first picture has left for the server. */
+  /** The first frame was sent to the server. */
   onFirstFramePushed: [];
-  /** The verdict on the layout of setLiveMixTranscodingConfig. */
-  onSetLiveMixTranscodingConfig: [verdict: MixVerdict];
-  /** A player plays. */
+  /** The result for the layout of setLiveMixTranscodingConfig. */
+  onSetLiveMixTranscodingConfig: [result: MixVerdict];
+  /** A player has started to play. */
   onPlayStarted: [player: PlayerEvent];
   /** A player has stopped. */
   onPlayStopped: [player: PlayerEvent];
-  /** A player shows its first picture. */
+  /** A player shows its first frame. */
   onFirstRemoteVideoFrameDrawn: [player: PlayerEvent];
   /** A player failed. */
   onPlayError: [error: PlayError];
   /** The quality of a player's connection has changed. */
   onNetworkQualityChange: [change: NetworkQualityChange];
-  /** Once a second for each player that plays. */
+  /** Once a second for each playing player. */
   onPlayerStatistics: [statistics: PlayerStatistics];
   /** A volume report, see enableAudioVolumeIndication. */
   onAudioVolumeCallback: [volume: AudioVolume];
-  /** Who speaks has changed. */
+  /** The active speaker has changed. */
   onActiveSpeaker: [speaker: ActiveSpeaker];
   /** The connection to the server is too slow for the stream. */
   onNetworkPoor: [];
   /** The connection to the server is good again. */
   onNetworkRecovery: [];
-  /** After "onConnectionLost": the SDK tries to connect again, and the push goes on. */
+  /** After "onConnectionLost": the SDK tries to reconnect, and the push goes on. */
   onReconnectStart: [];
   /** The connection broke. Unless "onReconnectStart" follows, the push has ended. */
   onConnectionLost: [];
-  /** The SDK has given up connecting again, and the push has ended; "onSDKError" tells why. */
+  /** The SDK has given up reconnecting, and the push has ended; "onSDKError" carries the reason. */
   onReconnectFail: [];
-  /** The SDK has connected again, and the server takes pictures. */
+  /** The SDK has reconnected, and the server accepts frames. */
   onReconnectSucceed: [];
-  /** The server has not taken data for too long. */
+  /** The server has not accepted data for too long. */
   onSendDataTimeout: [];
-  /** The push could not begin; "onSDKError" tells why. */
+  /** The push could not start; "onSDKError" carries the reason. */
   onConnectFail: [];
-  /** The server denies the stream, or the push URL says that it has expired. */
+  /** The server denies the stream, or the push URL has expired. */
   onPushURLAuthenticationOverdue: [];
-  /** The stream's metadata were sent: a connection begins, or the picture's format changes. */
+  /** The stream's metadata were sent: on each new connection, and when the video format changes. */
   onSendMessage: [];
-  /** Pictures and sound were left out, since the network is too slow for them. */
+  /** Video and audio frames were dropped, because the network is too slow for them. */
   onPacketsLost: [];
   /** Reserved, never raised: see "onVideoRenderData". */
   onCaptureVideoSample: [sample: never];
   /** Reserved, never raised: see "onVideoRenderData". */
   onReceivedRemoteVideoSample: [sample: never];
   /**
-   * New raw pictures of one owner, the camera's before the screen's; sometimes none. A thread looks
-   * for them every 33 ms; of pictures that came in between only the newest arrives. Players
-   * hand out their frames evenly, so nearly all of a stream of 30 a second arrive; a busy machine
+   * New raw frames of one owner, the camera's before the screen's; sometimes none. They are collected
+   * every 33 ms; of several frames in between only the newest is delivered. Players output their
+   * frames evenly, so nearly all frames of a stream of 30 a second are delivered; a busy machine
    * loses some. Frames are delivered from the first registration of this event on.
    */
   onVideoRenderData: [frames: VideoFrame[]];

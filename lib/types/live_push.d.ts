@@ -3,11 +3,11 @@ import type { ExtraConfig, PlayerConfig, ViewOptions } from './records';
 import type { LivePushMethods, LumoLivePushJSWrapper } from './wrapper';
 
 /**
- * Why an operation failed.
+ * The reason for the failure of an operation.
  *
- * - `REFUSED`: the add-on turned the call down, because of its arguments or because there is no
- *   pusher, player or plug-in.
- * - `SDK_ERROR`: the SDK answered an error, or reported one instead of the outcome.
+ * - `REFUSED`: the add-on refused the call, because of its arguments or because there is no pusher,
+ *   player or plug-in.
+ * - `SDK_ERROR`: the SDK returned an error, or reported one instead of the outcome.
  * - `INTERRUPTED`: something else ended the operation first, a stop or destroyPusher for example.
  * - `TIMEOUT`: no outcome within `timeoutMs`.
  * - `DISPOSED`: the object is not usable any more.
@@ -21,7 +21,7 @@ export class LivePushError extends Error {
   readonly code: LivePushErrorCode;
   /** The method that failed. */
   readonly method: string;
-  /** What the native method returned, or the code of the event that told the failure. */
+  /** The native method's return value, or the code of the event that reported the failure. */
   readonly nativeCode: unknown;
 }
 
@@ -36,7 +36,7 @@ export interface WaitOptions {
 /** Removes the listener that was added; more calls do nothing. */
 export type Unsubscribe = () => void;
 
-/** What a listener threw, or the promise that it returned was rejected with. */
+/** An exception of a listener, or the reason with which its returned promise was rejected. */
 export interface ListenerFailure {
   error: unknown;
   /** The event that the listener was called for. */
@@ -59,8 +59,8 @@ export interface LivePushOptions {
 export interface LivePush extends LivePushMethods {}
 
 /**
- * A live push in today's manner, on top of one native object: several listeners for an event,
- * errors, promises.
+ * A live push on top of one native object, with several listeners for an event, errors and
+ * promises.
  *
  * Methods have the native ones' names. They throw a LivePushError where those return a failure
  * value, and a TypeError for arguments that those would misunderstand silently. Methods whose
@@ -81,8 +81,8 @@ export class LivePush implements AsyncDisposable {
   // ------------------------------------------------------------------------------------- events
 
   /**
-   * Adds a listener; one added twice is called twice. The first listener creates the pusher: give
-   * the extra configuration before. What a listener throws stops neither the others nor the
+   * Adds a listener; one added twice is called twice. The first listener creates the pusher: set
+   * the extra configuration before. An exception of a listener stops neither the others nor the
    * process, see "error".
    * @throws {LivePushError} "REFUSED" when the pusher cannot be created
    */
@@ -105,18 +105,18 @@ export class LivePush implements AsyncDisposable {
 
   // ------------------------------------------------------------------------------------ players
 
-  /** Creates a player, and before it the pusher, by which its events come. */
+  /** Creates a player, and before it the pusher, which its events require. */
   createPlayer(config?: PlayerConfig): LivePlayer;
 
   // ---------------------------------------------------------------------------------------- end
 
   /**
-   * Ends the pusher, the players, the plug-ins and the listeners, and rejects what waits for an
-   * outcome with "DISPOSED". Once is enough. What the native object has registered keeps the
-   * process alive all the same.
+   * Ends the pusher, the players, the plug-ins and the listeners, and rejects pending promises with
+   * "DISPOSED". Further calls have no effect. The native object's registered listeners still keep the
+   * process alive.
    */
   dispose(): void;
-  /** The same, for `await using`; there where the runtime knows the symbol. */
+  /** The same, for `await using`; present where the runtime has the symbol. */
   [Symbol.asyncDispose](): Promise<void>;
 }
 
@@ -152,6 +152,6 @@ export class LivePlayer {
   setRemoteAudioVolume(volume: number): void;
   /** @returns the SDK's play mode */
   getPlayMode(): number;
-  /** Destroys the player and rejects what waits for an outcome of it. Once is enough. */
+  /** Destroys the player and rejects its pending promises. Further calls have no effect. */
   dispose(): void;
 }

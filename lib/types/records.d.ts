@@ -1,18 +1,18 @@
 /// <reference types="node" />
 
-// The objects that methods take and answer. Sizes are in pixels, video bit rates in kbit/s, frame
+// The objects that methods take and return. Sizes are in pixels, video bit rates in kbit/s, frame
 // rates in frames per second. A key that is left out keeps its default; a key whose value has a
 // wrong type does not: it becomes 0, -1 (signed numbers), false, "" or null. Unknown keys are
 // ignored.
 
-/** How a line of the log weighs: trace, debug, verbose, information, warning, failure. */
+/** The level of a log line: trace, debug, verbose, information, warning, failure. */
 export type LogLevel = 0 | 1 | 2 | 3 | 4 | 5;
 
 /** 0: publishing over RTMP. 1: publishing and playing at once. */
 export type LiveMode = 0 | 1;
 
 /**
- * The bytes of a native window handle, as Electron's `getNativeWindowHandle()` gives them; null for
+ * The bytes of a native window handle, as Electron's `getNativeWindowHandle()` returns them; null for
  * none. On X11 a 32-bit window identifier in host byte order. The bytes are read during the call;
  * the window must live until the preview or the player has stopped.
  */
@@ -20,7 +20,7 @@ export type ViewHandle = NodeJS.ArrayBufferView | null;
 
 /**
  * The default SDK's settings, as JSON for setExtraConfig. Numbers are whole. A value of a wrong type
- * or out of its range is refused when the pusher or a player is created. `docs/sdk.md` tells more.
+ * or out of its range is refused when the pusher or a player is created. See `docs/sdk.md`.
  */
 export interface ExtraConfig {
   /** "" the first camera, "test" the test pattern, "file:<path>", or an identifier. Default "". */
@@ -30,15 +30,15 @@ export interface ExtraConfig {
    * identifier. Default "".
    */
   microphone?: string;
-  /** What is done when the connection to the server breaks. */
+  /** Reconnecting after the connection to the server broke. */
   reconnect?: ReconnectSettings;
   /** Milliseconds without progress until "onSendDataTimeout", 500 to 5000. Default 4000. */
   sendTimeoutMs?: number;
-  /** How long a player holds a live stream back. */
+  /** The delay of players of live streams. */
   latency?: LatencySettings;
-  /** What a player takes from a server or a file. */
+  /** Limits on what a player accepts from a server or a file. */
   limits?: LimitSettings;
-  /** What an address that is played may name. */
+  /** Limits on the addresses that a played stream may refer to. */
   sources?: SourceSettings;
   /** A PEM file with the trusted certificate authorities; "", the default, for the system's. */
   trustedCertificates?: string;
@@ -78,13 +78,13 @@ export interface SourceSettings {
   srtListener?: boolean;
   /** The largest HLS playlist, 16 to 65536. Default 2048. */
   maxPlaylistKiB?: number;
-  /** The largest headers of an HTTP answer, 4 to 1024. Default 64. */
+  /** The largest headers of an HTTP response, 4 to 1024. Default 64. */
   maxHeaderKiB?: number;
   /** The largest ID3 and APE tags in front of media, 16 to 262144. Default 8192. */
   maxTagKiB?: number;
 }
 
-/** How a pusher captures, encodes and publishes. The limits are those of the default SDK. */
+/** Capture, encoding and publishing of a pusher. The limits are those of the default SDK. */
 export interface PushConfig {
   /** Default 0. The default SDK knows 0 only. */
   mLivePushMode?: LiveMode;
@@ -94,9 +94,9 @@ export interface PushConfig {
   mVideoEncodeMode?: number;
   /** Default 1. No effect in the default SDK. */
   mAudioEncodeMode?: number;
-  /** Publishes sound only. Default false. */
+  /** Publishes audio only. Default false. */
   mAudioOnly?: boolean;
-  /** Mirrors the captured picture. Default false. */
+  /** Mirrors the captured frames. Default false. */
   mPushMirror?: boolean;
   /** Hz, a rate of AAC from 8000 to 48000. Default 48000. */
   mAudioSampleRate?: number;
@@ -109,7 +109,7 @@ export interface PushConfig {
    * 2560x1440. Default 3.
    */
   mResolution?: number;
-  /** kbit/s, 50 to 50000; -1, the default, for one that fits the picture. */
+  /** kbit/s, 50 to 50000; -1, the default, for one that fits the frame size. */
   mTargetVideoBitrate?: number;
   /** kbit/s, 50 to 50000; -1, the default, for a quarter of the target. */
   mMinVideoBitrate?: number;
@@ -131,13 +131,13 @@ export interface PushConfig {
   enableBitrateControl?: boolean;
   /** Default false. No effect in the default SDK. */
   enableAutoResolution?: boolean;
-  /** The picture that is published while the push pauses. Default "". */
+  /** Path of the image that is published while the push is paused. Default "". */
   mPausePushImagePath?: string;
-  /** The picture that is published while the network is poor. Default "". */
+  /** Path of the image that is published while the network is poor. Default "". */
   mNetworkPoorPushImagePath?: string;
 }
 
-/** Where a picture is shown. */
+/** A view: a window and its size. */
 export interface ViewOptions {
   /** Default null: no window. */
   view?: ViewHandle;
@@ -208,7 +208,7 @@ export interface MixLayout {
   mixStreams?: MixStream[];
 }
 
-/** How a shared screen is encoded. */
+/** Encoding of a shared screen. */
 export interface ScreenShareEncoderConfig {
   /** Resolution code, see `PushConfig.mResolution`. Default 3. */
   mResolution: number;
@@ -231,13 +231,13 @@ export interface ScreenSource {
   sourceId: number;
 }
 
-/** How a player shows its stream. */
+/** Presentation of a player's stream in its view. */
 export interface PlayerConfig {
   /** Default false. */
   isMirror?: boolean;
   /** Default false. */
   isFullScreen?: boolean;
-  /** 0, the default: whole picture, with borders. 1: cut to fill the view. 2: stretched. */
+  /** 0, the default: whole frame, with borders. 1: cut to fill the view. 2: stretched. */
   renderMode?: 0 | 1 | 2;
   /** In quarters: 0, 90, 180, 270 degrees. Default 0. */
   rotation?: 0 | 1 | 2 | 3;

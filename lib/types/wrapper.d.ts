@@ -21,11 +21,11 @@ import type {
  * The native object: one pusher, its players and its plug-ins.
  *
  * Use it on the main thread only. Methods return at once and throw nothing: failures are return
- * values, and what becomes of a request arrives as an event. The result types are those of calls
- * with arguments of the declared types; what other arguments give is told with each method.
+ * values, and the outcome of a request arrives as an event. The result types are those of calls with
+ * arguments of the declared types; results for other arguments are documented with each method.
  *
- * The pusher comes into being with the first method that can fail for "no pusher", and a process
- * has one at a time. "No pusher" means that it could not be created.
+ * The pusher is created by the first method that can fail for "no pusher"; a process has one at a
+ * time. "No pusher" means that it could not be created.
  */
 export class LumoLivePushJSWrapper {
   /**
@@ -50,15 +50,15 @@ export class LumoLivePushJSWrapper {
   registPlugin(directory: string): boolean;
 
   /**
-   * Configures the pusher and lets its events reach JavaScript. What the SDK thinks of the
-   * configuration shows when preview or push start.
+   * Configures the pusher and attaches its listeners, so that its events are delivered. An invalid
+   * configuration is reported when preview or push start.
    * @returns undefined; 1 when there is no pusher; undefined too when the argument is no object
    */
   initPusher(config: PushConfig): undefined | 1;
 
   /**
-   * Stops everything that the pusher does and destroys it. Listeners stay, but hear of the next
-   * pusher only after initPusher.
+   * Stops and destroys the pusher. Listeners stay registered, but receive the next pusher's events
+   * only after initPusher.
    */
   destroyPusher(): undefined;
 
@@ -103,7 +103,7 @@ export class LumoLivePushJSWrapper {
   /** @returns 0, the SDK's error code, or 1 for no pusher */
   startCamera(): number;
 
-  /** @returns 0 whatever the SDK answers, or 1 for no pusher */
+  /** @returns 0 whatever the SDK returns, or 1 for no pusher */
   stopCamera(): 0 | 1;
 
   /**
@@ -113,7 +113,7 @@ export class LumoLivePushJSWrapper {
   setMute(options: MuteOptions): number;
 
   /**
-   * Replaces the camera's picture by black, or shows it again. Exactly one argument.
+   * Replaces the camera's frames by black, or shows them again. Exactly one argument.
    * @returns 0, the SDK's error code, or -901 for no pusher; undefined for bad arguments
    */
   muteLocalCamera(mute: boolean): number;
@@ -159,36 +159,36 @@ export class LumoLivePushJSWrapper {
   enableAudioVolumeIndication(options: VolumeIndicationOptions): number;
 
   /**
-   * The most that the video may have from now on. Exactly one argument.
+   * Sets the maximum video bit rate. Exactly one argument.
    * @param bitrate kbit/s
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
   setTargetVideoBitrate(bitrate: number): number;
 
   /**
-   * What a poor network may lower the bit rate to. Exactly one argument.
+   * Sets the minimum to which a poor network may lower the video bit rate. Exactly one argument.
    * @param bitrate kbit/s
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
   setMinVideoBitrate(bitrate: number): number;
 
   /**
-   * Changes the published picture, also while live. The default SDK goes on capturing in the size
+   * Changes the published frame size, also while live. The default SDK goes on capturing in the size
    * with which capture began and scales.
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
   setResolution(options: ResolutionOptions): number;
 
   /**
-   * Changes the rate of captured and published pictures, also while live. Exactly one argument.
+   * Changes the rate of captured and published frames, also while live. Exactly one argument.
    * @param fps frames per second
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
   setFps(fps: number): number;
 
   /**
-   * Mixes several users' streams into the published one; "onSetLiveMixTranscodingConfig" brings
-   * the verdict.
+   * Mixes several users' streams into the published one; "onSetLiveMixTranscodingConfig" carries
+   * the result.
    * @param layout null ends the mix
    * @returns 0, the SDK's error code, or -901 for bad arguments or no pusher
    */
@@ -198,7 +198,7 @@ export class LumoLivePushJSWrapper {
 
   /**
    * Publishes a screen or window instead of the camera. Exactly one argument.
-   * @param id unsigned, 32 bits; the `sourceId` of a ScreenSource will do
+   * @param id unsigned, 32 bits; the `sourceId` of a ScreenSource is accepted as it is
    * @returns 0, the SDK's error code, or -901 for no pusher; undefined for bad arguments
    */
   startScreenShareByDesktopId(id: number): number;
@@ -359,14 +359,14 @@ export interface LivePushMethods {
   /** A path inside app.asar is taken as the unpacked one. */
   registPlugin(directory: string): true;
   initPusher(config: PushConfig): void;
-  /** Rejects what waits for an outcome of the pusher with "INTERRUPTED". */
+  /** Rejects the pending promises of the pusher's operations with "INTERRUPTED". */
   destroyPusher(): void;
 
   // --------------------------------------------------------------------------- preview and push
 
   /**
-   * Fulfilled by "onPreviewStarted". A camera or window that fails is told by "onSystemError" and
-   * does not reject: the preview goes on without it.
+   * Fulfilled by "onPreviewStarted". A failure of a camera or window is reported by "onSystemError"
+   * and does not reject: the preview goes on without it.
    */
   startPreview(options: ViewOptions, wait?: WaitOptions): Promise<void>;
   /** As startPreview, by the SDK's asynchronous operation. */
