@@ -134,11 +134,11 @@ describe('the module, required by a worker thread before anybody else', () => {
 describe('the class', () => {
   useFreshSdk();
 
-  it('has the sixty methods, named and in order', () => {
+  it('keeps the first sixty methods, named and in order', () => {
     const { prototype } = addon.LumoLivePushJSWrapper;
     assert.equal(METHODS.length, 60);
     assert.deepEqual(
-      Object.keys(prototype).filter((key) => key !== 'constructor'),
+      Object.keys(prototype).filter((key) => METHODS.includes(key)),
       METHODS,
     );
     for (const method of METHODS) assert.equal(prototype[method].name, method);
