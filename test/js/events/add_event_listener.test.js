@@ -1,5 +1,7 @@
 'use strict';
 
+// addEventListener: registration, refused arguments, and how a registered listener is called.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, recordEvents, sdk } = require('../support/addon');
@@ -23,7 +25,7 @@ function newAttachedWrapper() {
 describe('addEventListener', () => {
   useFreshSdk();
 
-  it('answers true and creates the pusher, but attaches nothing', () => {
+  it('returns true and creates the pusher, but attaches nothing', () => {
     const wrapper = newWrapper();
     assert.equal(wrapper.addEventListener('onPushStarted', noop), true);
     assert.equal(wrapper.addEventListener('anyName', noop), true);
@@ -56,7 +58,7 @@ describe('addEventListener', () => {
     assert.deepEqual(events, []);
   });
 
-  it('answers -102 when no pusher can be had', () => {
+  it('returns -102 when no pusher can be had', () => {
     assert.equal(newWrapperWithoutPusher().addEventListener('x', noop), -102);
     assert.deepEqual(logLines(), [['AddEventListener', 'GetLivePusher failed: AddEventListener']]);
     sdk.answer('pusher.Create', null);
@@ -111,7 +113,7 @@ describe('dispatching', () => {
     assert.deepEqual(events, []);
   });
 
-  it('each wrapper hears its own pusher only', async () => {
+  it('each wrapper receives its own pusher only', async () => {
     const [first, second] = [newAttachedWrapper(), newAttachedWrapper()];
     const heard = [recordEvents(first), recordEvents(second)];
     const [older, newer] = sdk.alive().pushers.slice(-2);

@@ -1,5 +1,7 @@
 'use strict';
 
+// Callbacks from several native threads at once arrive each once, in the order of their thread.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, recordEvents, sdk } = require('../support/addon');

@@ -1,5 +1,7 @@
 'use strict';
 
+// The payloads of a player's events and of volume reports, value by value.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, recordEvents, sdk } = require('../support/addon');
@@ -127,7 +129,7 @@ describe('player events', () => {
     );
   });
 
-  it('tell players apart, fired from many threads at once', async () => {
+  it('name their player, fired from many threads at once', async () => {
     const wrapper = newWrapper();
     wrapper.initPusher({});
     const ids = Array.from({ length: 4 }, () => wrapper.initPlayer({}));
@@ -178,7 +180,7 @@ describe('player events', () => {
   });
 });
 
-describe('loudness', () => {
+describe('volume reports', () => {
   useFreshSdk();
 
   for (const side of ['pusher', 'player']) {

@@ -1,5 +1,7 @@
 'use strict';
 
+// The payloads of the pusher's events, value by value, and their order.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { EVENTS } = require('../../../lib/events');

@@ -1,5 +1,7 @@
 'use strict';
 
+// Raw frames of pushers and players arrive in "onVideoRenderData", laid out as documented.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, sdk } = require('../support/addon');
@@ -174,14 +176,14 @@ describe('captured frames', () => {
     assert.equal(frame.data_y[0], 5);
   });
 
-  it('onCaptureVideoSample answers false without plug-ins, also for other sources', () => {
+  it('onCaptureVideoSample returns false without plug-ins, also for other sources', () => {
     newAttachedWrapper();
     for (const source of [0, 1, 7]) {
       assert.equal(capture({ width: 8, height: 2 }, source).result, false);
     }
   });
 
-  it('reach nobody without a listener, and nothing is queued for them', async () => {
+  it('are not delivered without a listener, and nothing is queued for them', async () => {
     const wrapper = newAttachedWrapper();
     const seen = [];
     for (const name of ['onCaptureVideoSample', 'onReceivedRemoteVideoSample']) {
@@ -192,7 +194,7 @@ describe('captured frames', () => {
     assert.deepEqual(seen, []);
   });
 
-  it('that arrive while nobody is subscribed are consumed; a later listener gets newer ones', async () => {
+  it('that arrive without a listener are consumed; a later listener gets newer ones', async () => {
     const [silent, pacing] = [newAttachedWrapper(), newAttachedWrapper()];
     silent.initPlayer({});
     const remoteFrame = (fill) =>

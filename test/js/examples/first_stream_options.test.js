@@ -1,5 +1,7 @@
 'use strict';
 
+// The command line of the first stream: defaults, every option, and mistakes.
+
 const assert = require('node:assert/strict');
 const path = require('node:path');
 const { describe, it } = require('node:test');

@@ -1,5 +1,7 @@
 'use strict';
 
+// LivePush: construction, results as values or errors, listeners, and disposal.
+
 const assert = require('node:assert/strict');
 const { once: nextOf } = require('node:events');
 const { afterEach, describe, it } = require('node:test');
@@ -42,7 +44,7 @@ describe('LivePush', () => {
     assert.deepEqual(callNames(), ['pusher.Create', 'pusher.stopPreview']);
   });
 
-  it('loads the bundled SDK, or the one it is told', () => {
+  it('loads the bundled SDK, or the one that is given', () => {
     open();
     assert.throws(
       () => new LivePush({ sdkDirectory: '/nowhere' }),
@@ -250,7 +252,7 @@ describe("LivePush's listeners", () => {
     assert.deepEqual(seen, ['first', 'late']);
   });
 
-  it('hear of no event that does not exist', () => {
+  it('refuse events that do not exist', () => {
     open();
     assert.throws(() => live.on('onpushstarted', () => {}), TypeError);
     assert.throws(() => live.on('onPushStarted', 5), TypeError);
@@ -295,7 +297,7 @@ describe("LivePush's listeners", () => {
     ['an error', new Error('oops')],
     ['anything', { oops: Object.create(null) }],
   ]) {
-    it(`that throw ${what} become a warning when nobody hears of it`, async () => {
+    it(`that throw ${what} become a warning without a listener for "error"`, async () => {
       open().initPusher({});
       live.on('onPushStarted', () => {
         throw value;

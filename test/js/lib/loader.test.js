@@ -1,5 +1,7 @@
 'use strict';
 
+// Loading the package: where the binaries are looked for, and what a failure explains.
+
 const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
@@ -142,7 +144,7 @@ describe('the loader', () => {
     assert.equal(cause, undefined);
   });
 
-  it('tells how to build for Electron', () => {
+  it('explains how to build for Electron', () => {
     const before = `Object.defineProperty(process, 'versions',
       { value: { ...process.versions, electron: '99.1.2' } });`;
     const { message, remedy } = failureOf(makeBuild('empty', {}), { before });
@@ -224,7 +226,7 @@ describe('the loader', () => {
     assert.equal(error.cause, words);
   });
 
-  it('passes on what it does not know', () => {
+  it('passes on an unknown failure', () => {
     const { code, message, cause } = failureOf(
       makeBuild('garbage', { [ADDON]: () => Buffer.from('no library at all, but long enough') }),
     );
@@ -233,13 +235,15 @@ describe('the loader', () => {
     assert.ok(message.includes(cause));
   });
 
-  it('tells how to start Node where it may load no add-ons', () => {
+  it('explains how to start Node where it may load no add-ons', () => {
     const { code, message } = failureOf(scriptedDirectory, { flags: ['--no-addons'] });
     assert.equal(code, 'ADDONS_DISABLED');
     assert.match(message, /--no-addons/);
   });
 
-  it('tells how to start Node with its permission model', { skip: !permission && 'none' }, () => {
+  it('explains how to start Node with its permission model', {
+    skip: !permission && 'none',
+  }, () => {
     const all = failureOf(scriptedDirectory, { flags: [permission, '--allow-fs-read=*'] });
     assert.equal(all.code, 'ADDONS_DISABLED');
     assert.match(all.message, /--allow-addons/);

@@ -1,5 +1,7 @@
 'use strict';
 
+// Promises of LivePush and LivePlayer are settled by the events that report the outcome.
+
 const assert = require('node:assert/strict');
 const { afterEach, beforeEach, describe, it } = require('node:test');
 const { flush, scriptedDirectory, sdk } = require('../support/addon');
@@ -172,7 +174,7 @@ describe('outcomes', () => {
     assert.equal(await stateOf(start), 'fulfilled');
   });
 
-  it('the application hears of the events too', async () => {
+  it('the application receives the events too', async () => {
     const seen = [];
     live.on('onPushStarted', () => seen.push('onPushStarted'));
     const promise = live.startPush(URL);
@@ -258,7 +260,7 @@ describe('mix layouts', () => {
   });
   afterEach(() => live.dispose());
 
-  it('reach the SDK, and its verdict comes back', async () => {
+  it('reach the SDK, and its result is delivered', async () => {
     const promise = live.setLiveMixTranscodingConfig({ backgroundColor: 0xff00ff00, ...LAYOUT });
     const [{ args }] = sdk.calls('setLiveMixTranscodingConfig');
     assert.equal(args.config.backgroundColor, 0xff00ff00 | 0);
@@ -415,7 +417,7 @@ describe('LivePlayer', () => {
     await stop;
   });
 
-  it('takes no error of a stream that it was told to stop for that of the next', async () => {
+  it('takes no error of a stream that was stopped for one of the next', async () => {
     const player = live.createPlayer();
     const stop = player.stopPlay();
     const start = later(player.startPlay(URL));
@@ -426,7 +428,7 @@ describe('LivePlayer', () => {
     await start;
   });
 
-  it('hears of events about itself', async () => {
+  it('receives events about itself', async () => {
     const [first, second] = [live.createPlayer(), live.createPlayer()];
     const seen = [];
     first.on('onFirstRemoteVideoFrameDrawn', function drawn(event) {
@@ -445,7 +447,7 @@ describe('LivePlayer', () => {
     assert.throws(() => first.on('onPushStarted', () => {}), TypeError);
   });
 
-  it('takes its listeners away', async () => {
+  it('removes its listeners', async () => {
     const player = live.createPlayer();
     const heardBy = [];
     function hear() {
@@ -461,7 +463,7 @@ describe('LivePlayer', () => {
     assert.deepEqual(heardBy, [live]);
   });
 
-  it('hears nothing after its end, also not of a player that has its ID', async () => {
+  it('receives nothing after its end, also not of a player that has its ID', async () => {
     const [player, other] = [live.createPlayer(), live.createPlayer()];
     const seen = [];
     player.on('onPlayStarted', (event) => seen.push(event));

@@ -38,7 +38,7 @@ describe('a listener that throws', () => {
     assert.equal(stdout, 'from a listener,heard,from a listener\n');
   });
 
-  it('ends the process when nobody handles it, as any uncaught exception does', () => {
+  it('ends the process without a handler for it, as any uncaught exception does', () => {
     const { status, stderr } = runScript(`
       wrapper.addEventListener('onPushStarted', () => { throw new Error('from a listener'); });
       sdk.fire('onPushStarted');`);

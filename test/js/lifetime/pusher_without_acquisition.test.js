@@ -74,7 +74,7 @@ describe('a wrapper without the acquisition flag, given a pusher', () => {
     assert.deepEqual(callNames(), ['base.GetSDKVersion']);
   });
 
-  it('hears of events without initPusher', async () => {
+  it('receives events without initPusher', async () => {
     const wrapper = newWrapperWithGivenPusher(false);
     const events = recordEvents(wrapper, ['onPushStarted']);
     assert.deepEqual(callNames(), LISTENER_SETTERS);
@@ -130,7 +130,7 @@ describe('a listener that is taken away', () => {
     assert.equal(again.length, 1);
   });
 
-  it('hears nothing of what was raised before and is still queued', async () => {
+  it('receives nothing of what was raised before and is still queued', async () => {
     const wrapper = newWrapperWithGivenPusher(false);
     const events = recordEvents(wrapper, ['onSDKError']);
     sdk.fire('onSDKError', { target: sdk.alive().pushers.at(-1), msg: 'queued' });

@@ -1,5 +1,7 @@
 'use strict';
 
+// A garbage-collected wrapper releases the SDK's objects in order; one with listeners stays.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { addon, createLivePush, flush, scriptedDirectory, sdk } = require('../support/addon');
@@ -38,7 +40,7 @@ async function callsOfTheEnd(use) {
 describe('a wrapper without listeners', () => {
   useFreshSdk();
 
-  it('that never had a pusher ends without a word', async () => {
+  it('that never had a pusher ends silently', async () => {
     assert.deepEqual(await callsOfTheEnd(() => {}), []);
   });
 
@@ -137,7 +139,7 @@ describe('a wrapper without listeners', () => {
 describe('a wrapper with a listener', () => {
   useFreshSdk();
 
-  it('is never collected, even when nobody else holds it', async () => {
+  it('is never collected, even when nothing else references it', async () => {
     let heard = 0;
     (() => {
       const wrapper = new addon.LumoLivePushJSWrapper();

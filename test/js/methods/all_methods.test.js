@@ -184,12 +184,12 @@ describe('every method', () => {
     const { accepts, exactly } = row;
 
     if (passesOn(METHODS[method])) {
-      it(`${method} passes its arguments on and returns what the SDK answers`, () =>
+      it(`${method} passes its arguments on and returns what the SDK returns`, () =>
         assertPassesOn(method, METHODS[method]));
     }
 
     if (METHODS[method].actsOn === 'pusher') {
-      it(`${method} when the SDK gives no pusher`, () => {
+      it(`${method} when the SDK returns no pusher`, () => {
         sdk.answer('pusher.Create', null);
         const wrapper = newWrapper();
         const { result, log } = row.withoutPusher;

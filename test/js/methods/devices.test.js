@@ -1,5 +1,7 @@
 'use strict';
 
+// Device lists and the current devices, as the SDK returns them.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');
@@ -26,14 +28,14 @@ describe('listing devices', () => {
       result: [entryOf(BUILT_IN), entryOf(HEADSET)],
     });
 
-    it(`${method} gives plain objects with three keys, in order`, () => {
+    it(`${method} returns plain objects with three keys, in order`, () => {
       sdk.answer(method, [BUILT_IN]);
       const [entry] = newWrapper()[method]();
       assert.deepEqual(Object.keys(entry), ['deviceName', 'deviceId', 'deviceTransportType']);
       assert.equal(Object.getPrototypeOf(entry), Object.prototype);
     });
 
-    it(`${method} gives an array of a list's length, empty for an empty one`, () => {
+    it(`${method} returns an array of a list's length, empty for an empty one`, () => {
       sdk.answer(method, []);
       assert.deepEqual(newWrapper()[method](), []);
       assert.deepEqual(
@@ -95,7 +97,7 @@ describe('listing devices', () => {
     });
   }
 
-  it('getAudioCaptureList answers an empty array when the SDK gives no list, without a word', () => {
+  it('getAudioCaptureList returns an empty array when the SDK returns no list, silently', () => {
     sdk.answer('getAudioCaptureList', null);
     assert.deepEqual(newWrapper().getAudioCaptureList(), []);
     assert.deepEqual([sdk.lists(), sdk.logs()], [[], []]);
@@ -111,7 +113,7 @@ describe('reading the current device', () => {
     'getCurrentCameraName',
     'getCurrentCameraID',
   ]) {
-    it(`${method} gives "" for an empty and for a null text`, () => {
+    it(`${method} returns "" for an empty and for a null text`, () => {
       const wrapper = newWrapper();
       for (const text of ['', null]) {
         sdk.answer(method, text);

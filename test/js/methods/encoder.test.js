@@ -1,5 +1,7 @@
 'use strict';
 
+// Options and conversions of the encoder's methods and of the volume reports.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');

@@ -1,5 +1,7 @@
 'use strict';
 
+// The layout of a mix: its keys, its streams, and the SDK's result.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, recordEvents, sdk } = require('../support/addon');

@@ -1,5 +1,7 @@
 'use strict';
 
+// Methods of an existing player: which player they act on, and what is passed on.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');
@@ -29,7 +31,7 @@ describe('playback', () => {
     return { wrapper, id };
   }
 
-  it('setPlayView makes one call on the named player and answers its result', () => {
+  it('setPlayView makes one call on the named player and returns its result', () => {
     const { wrapper, id } = newPlayer();
     wrapper.initPlayer({});
     sdk.forget();
@@ -41,7 +43,7 @@ describe('playback', () => {
   });
 
   for (const [method, good, failure] of METHODS) {
-    it(`${method} answers ${failure} for an ID that names no player`, () => {
+    it(`${method} returns ${failure} for an ID that names no player`, () => {
       const { wrapper } = newPlayer();
       for (const id of ['', '0xdead', '0xdead']) {
         assert.equal(wrapper[method](id, ...good), failure);
@@ -49,7 +51,7 @@ describe('playback', () => {
       }
     });
 
-    it(`${method} answers ${failure} for a player that was destroyed`, () => {
+    it(`${method} returns ${failure} for a player that was destroyed`, () => {
       const { wrapper, id } = newPlayer();
       wrapper.destroyPlayer(id);
       sdk.forget();
@@ -59,7 +61,7 @@ describe('playback', () => {
   }
 
   for (const method of ['setPlayView', 'startPlay', 'setRemoteAudioVolume']) {
-    it(`${method} looks the player up before it minds its further arguments`, () => {
+    it(`${method} looks the player up before it checks its further arguments`, () => {
       const { wrapper } = newPlayer();
       assert.equal(wrapper[method]('0xdead', Symbol('bad')), 1);
       assert.deepEqual(logLines()[0], ['GetPlayerInstanceByPlayerID', 'Get livePlayer failed']);

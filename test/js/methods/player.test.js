@@ -1,5 +1,7 @@
 'use strict';
 
+// initPlayer and destroyPlayer: creation, options, and the end of a player.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, recordEvents, sdk } = require('../support/addon');
@@ -24,7 +26,7 @@ function newWrapperWithListener() {
 describe('initPlayer', () => {
   useFreshSdk();
 
-  it('creates a player, initialises it, attaches the listener in order, answers its ID', () => {
+  it('creates a player, initialises it, attaches the listener in order, returns its ID', () => {
     const wrapper = newWrapperWithListener();
     const id = wrapper.initPlayer({}, 'ignored');
     assert.match(id, /^0x[0-9a-f]+$/);
@@ -72,7 +74,7 @@ describe('initPlayer', () => {
     },
   );
 
-  it('ignores what the SDK answers', () => {
+  it('ignores what the SDK returns', () => {
     sdk.answer('player.initPlayer', -42);
     assert.match(newWrapper().initPlayer({}), /^0x/);
   });
@@ -100,7 +102,7 @@ describe('initPlayer', () => {
     );
   });
 
-  it('answers "" and logs when the SDK gives no player', () => {
+  it('returns "" and logs when the SDK returns no player', () => {
     sdk.answer('player.Create', null);
     let walked = false;
     const options = new Proxy(
@@ -213,7 +215,7 @@ describe('destroyPlayer', () => {
     assert.deepEqual(logLines(), NOT_FOUND);
   });
 
-  it("knows no other wrapper's players", () => {
+  it("cannot use another wrapper's players", () => {
     const id = newWrapper().initPlayer({});
     sdk.forget();
     newWrapper().destroyPlayer(id);

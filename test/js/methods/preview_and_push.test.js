@@ -1,5 +1,7 @@
 'use strict';
 
+// Options and conversions of preview, push and mute methods.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');
@@ -73,7 +75,7 @@ describe('preview, push and capture', () => {
     });
   }
 
-  it('stopCamera answers 0 whatever the SDK says', () => {
+  it('stopCamera returns 0 whatever the SDK says', () => {
     const wrapper = newWrapper();
     for (const result of [0, 1, -901, 2147483647]) {
       sdk.answer('stopCamera', result);

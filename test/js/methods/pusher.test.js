@@ -1,5 +1,7 @@
 'use strict';
 
+// setExtraConfig, initPusher, destroyPusher: the configuration and the lifetime of the pusher.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { flush, recordEvents, sdk } = require('../support/addon');
@@ -54,7 +56,7 @@ function configOf(config) {
 describe('setExtraConfig', () => {
   useFreshSdk();
 
-  it('answers undefined and reaches the SDK with the next pusher', () => {
+  it('returns undefined and reaches the SDK with the next pusher', () => {
     const wrapper = newWrapper();
     assert.equal(wrapper.setExtraConfig('{"é": 1}', 'ignored'), undefined);
     assert.deepEqual(callNames(), []);
@@ -106,7 +108,7 @@ describe('initPusher', () => {
     assert.ok(given.every((listener) => listener !== null));
   });
 
-  it('an empty object gives the defaults, the paths from null texts', () => {
+  it('an empty object means the defaults, the paths from null texts', () => {
     assert.deepEqual(configOf({}), DEFAULTS);
   });
 
@@ -119,7 +121,7 @@ describe('initPusher', () => {
       assert.deepEqual(configOf({ [key]: given }), { ...DEFAULTS, [key]: given });
     });
 
-    it(`"${key}" of a wrong type gives the converter's fallback, not the default`, () => {
+    it(`"${key}" of a wrong type has the converter's fallback, not the default`, () => {
       const fallback = { number: isSigned ? -1 : 0, boolean: false, string: '' }[type];
       const wrong = { number: ['30', null, true], boolean: [1, 'true'], string: [5, Object('x')] };
       for (const given of [...wrong[type], undefined, {}]) {
@@ -209,7 +211,7 @@ describe('initPusher', () => {
     assert.deepEqual(logLines(), [['InitPusher', 'GetLivePusher failed: InitPusher']]);
   });
 
-  it('answers 1 and logs twice when the SDK gives no pusher, and tries again next time', () => {
+  it('returns 1 and logs twice when the SDK returns no pusher, and tries again next time', () => {
     const wrapper = newWrapper();
     sdk.answerOnce('pusher.Create', null);
     assert.equal(wrapper.initPusher({}), 1);
@@ -221,13 +223,13 @@ describe('initPusher', () => {
     assert.equal(sdk.calls('init').length, 1);
   });
 
-  it('answers 1 when the wrapper may not create a pusher', () => {
+  it('returns 1 when the wrapper may not create a pusher', () => {
     assert.equal(newWrapperWithoutPusher().initPusher({}), 1);
     assert.deepEqual(logLines(), [['InitPusher', 'GetLivePusher failed: InitPusher']]);
     assert.deepEqual(callNames(), []);
   });
 
-  it('ignores what init answers, and can be called again', () => {
+  it('ignores what init returns, and can be called again', () => {
     const wrapper = newWrapper();
     sdk.answer('init', -5);
     assert.equal(wrapper.initPusher({}, 'ignored'), undefined);

@@ -17,7 +17,7 @@ const { callNames, logLines, newWrapper } = require('../support/wrapper');
  * @param {any} [row.result] what JavaScript gets, the answer when left out
  */
 function itIsAPusherMethod({ method, good = [], given = {}, answer, result = answer }) {
-  it(`${method} makes one SDK call and answers its result`, () => {
+  it(`${method} makes one SDK call and returns its result`, () => {
     sdk.answer(`pusher.${method}`, answer);
     assert.deepEqual(newWrapper()[method](...good, 'one', 'too many'), result);
     assert.deepEqual(callNames(), ['pusher.Create', `pusher.${method}`]);

@@ -1,5 +1,7 @@
 'use strict';
 
+// Screen sharing: identifiers, the encoder's configuration, and the list of sources.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');
@@ -55,7 +57,7 @@ describe('the encoder of the desktop', () => {
 
   itIsAPusherMethod({ method: getter, answer: CONFIG });
 
-  it(`${getter} gives six keys in order, every number as signed 32-bit`, () => {
+  it(`${getter} returns six keys in order, every number as signed 32-bit`, () => {
     const largest = { mResolution: 4294967295, frameRate: 2147483648, mVideoEncodeGop: 3e9 };
     sdk.answer(getter, { ...largest, width: -1, height: -2147483648, bitrate: 2147483647 });
     assert.equal(
@@ -115,7 +117,7 @@ describe('the sources that can be shared', () => {
     assert.deepEqual(steps(), ['getCount', 'getCount', 'release']);
   });
 
-  it('are none when the SDK gives no list, without a word', () => {
+  it('are none when the SDK returns no list, silently', () => {
     sdk.answer(method, null);
     assert.deepEqual(newWrapper()[method](), []);
     assert.deepEqual([callNames().length, sdk.lists(), sdk.logs()], [2, [], []]);

@@ -1,5 +1,7 @@
 'use strict';
 
+// registPlugin opens the SDK's library; log lines carry function, level and text.
+
 const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
@@ -27,7 +29,7 @@ function inFreshProcess(script) {
 describe('registPlugin', () => {
   useFreshSdk();
 
-  it('opens the library and says so in its log', () => {
+  it('opens the library and logs it', () => {
     assert.equal(newWrapper().registPlugin(scriptedDirectory), true);
     assert.deepEqual(logLines(), [['LoadSDK', 'Load SDK Finish', 3]]);
   });
@@ -129,7 +131,7 @@ describe('writeLog', () => {
   useFreshSdk();
   const levels = () => sdk.logs('Electron-JS').map(({ level }) => level);
 
-  it('writes the message as the format, at level 3, and answers undefined', () => {
+  it('writes the message as the format, at level 3, and returns undefined', () => {
     assert.equal(newWrapper().writeLog('50 %s done %n'), undefined);
     const [line] = sdk.logs();
     assert.deepEqual(

@@ -1,5 +1,7 @@
 'use strict';
 
+// Settings of the whole SDK need no pusher; conversions of their arguments.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { sdk } = require('../support/addon');
@@ -29,7 +31,7 @@ describe('settings of the whole SDK', () => {
     assert.deepEqual(sdk.calls('SetLogDirPath')[0].args, { path: '/tmp/lög', maxSizeMiB: 512 });
   });
 
-  it('isSupportLiveMode converts to unsigned 32-bit and answers a boolean', () => {
+  it('isSupportLiveMode converts to unsigned 32-bit and returns a boolean', () => {
     const wrapper = newWrapper();
     for (const mode of [-1, 1.9, 4294967296]) assert.equal(wrapper.isSupportLiveMode(mode), false);
     assert.deepEqual(
@@ -72,7 +74,7 @@ describe('settings of the whole SDK', () => {
 describe('getSDKVersion', () => {
   useFreshSdk();
 
-  it('answers the text that the SDK gives, whatever its arguments', () => {
+  it('returns the text that the SDK returns, whatever its arguments', () => {
     sdk.answer('GetSDKVersion', '1.2.3-β');
     assert.equal(newWrapper().getSDKVersion(1, 2, 3), '1.2.3-β');
     assert.equal(newWrapperWithoutPusher().getSDKVersion(), '1.2.3-β');
@@ -80,7 +82,7 @@ describe('getSDKVersion', () => {
     assert.deepEqual(logLines(), []);
   });
 
-  it('answers "" for an empty text and for none', () => {
+  it('returns "" for an empty text and for none', () => {
     for (const version of ['', null]) {
       sdk.answer('GetSDKVersion', version);
       assert.equal(newWrapper().getSDKVersion(), '');

@@ -1,5 +1,7 @@
 'use strict';
 
+// The native module: exports, class, constructors, receivers, and loading it more than once.
+
 const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
 const path = require('node:path');

@@ -1,5 +1,7 @@
 'use strict';
 
+// Conversions between JavaScript values and native ones, each with its fallback.
+
 const assert = require('node:assert/strict');
 const path = require('node:path');
 const { describe, it } = require('node:test');
@@ -25,12 +27,12 @@ describe('reading a key of an object', () => {
       assert.equal(read({ key: good }, 'key'), converted);
     });
 
-    it(`${name} answers ${JSON.stringify(fallback)} for a missing key or a wrong type`, () => {
+    it(`${name} returns ${JSON.stringify(fallback)} for a missing key or a wrong type`, () => {
       assert.equal(read({}, 'key'), fallback);
       for (const value of wrong) assert.equal(read({ key: value }, 'key'), fallback);
     });
 
-    it(`${name} answers its fallback for an empty key, a null handle and a null isolate`, () => {
+    it(`${name} returns its fallback for an empty key, a null handle and a null isolate`, () => {
       const seen = [];
       const spy = new Proxy({ '': good }, { has: (_, key) => seen.push(key), get: () => good });
       assert.equal(read(spy, ''), fallback);
@@ -135,7 +137,7 @@ describe('reading one value', () => {
 });
 
 describe('creating values', () => {
-  it('CreateStringParam reads UTF-8; a null text gives the empty string', () => {
+  it('CreateStringParam reads UTF-8; a null text makes the empty string', () => {
     assert.equal(converter.CreateStringParam('größe 😀'), 'größe 😀');
     assert.equal(converter.CreateStringParam('cut\0here'), 'cut');
     assert.equal(converter.CreateStringParam(null), '');

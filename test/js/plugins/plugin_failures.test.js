@@ -1,5 +1,7 @@
 'use strict';
 
+// addPlugin fails for libraries that cannot be used, and leaves nothing loaded.
+
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const os = require('node:os');
@@ -75,7 +77,7 @@ describe('a library that cannot be used', () => {
     assert.equal(output, '1 1\n1\nInjectPlugin 5 4096 true\n');
   });
 
-  it('because its factory gives nothing: 1, and it is closed', () => {
+  it('because its factory returns null: 1, and it is closed', () => {
     const wrapper = newWrapper();
     assert.equal(wrapper.addPlugin({ id: 'a', path: pluginPath('null_factory') }), FAILED);
     assert.deepEqual(pluginCallNames(), ['open', 'create', 'close']);

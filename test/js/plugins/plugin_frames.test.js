@@ -1,5 +1,7 @@
 'use strict';
 
+// Captured frames pass the plug-ins in order, in place, also while plug-ins change.
+
 const assert = require('node:assert/strict');
 const { describe, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');

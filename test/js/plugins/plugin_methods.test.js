@@ -1,5 +1,7 @@
 'use strict';
 
+// Loading, listing, calling and unloading plug-ins.
+
 const assert = require('node:assert/strict');
 const path = require('node:path');
 const { describe, it } = require('node:test');
@@ -44,7 +46,7 @@ describe('loading a plug-in', () => {
   useFreshSdk();
   useFreshPluginCalls();
 
-  it('opens the library, creates the plug-in, starts it and tells it its directory', () => {
+  it('opens the library, creates the plug-in, starts it and passes it its directory', () => {
     const wrapper = newWrapper();
     assert.equal(wrapper.addPlugin({ id: 'a', path: pluginPath('recording') }, 'ignored'), DONE);
     assert.deepEqual(pluginCallNames(), START);
@@ -70,7 +72,7 @@ describe('loading a plug-in', () => {
     assert.deepEqual(pluginCalls(), []);
   });
 
-  it('without an ID or a path fails without a word', () => {
+  it('without an ID or a path fails silently', () => {
     const library = pluginPath('recording');
     const thrower = {
       id: 'a',
@@ -204,7 +206,7 @@ describe('unloading plug-ins', () => {
     wrapper.releasePluginManager();
   });
 
-  it('removePlugin answers 1 and logs for what names no plug-in', () => {
+  it('removePlugin returns 1 and logs for what names no plug-in', () => {
     const wrapper = newWrapperWith({ a: 'recording' });
     for (const id of ['', 'A', 'a ', '\0a']) assert.equal(wrapper.removePlugin(id), FAILED);
     assert.deepEqual(logLines(), Array(4).fill(NOT_FOUND));
@@ -287,7 +289,7 @@ describe('listing plug-ins', () => {
   useFreshSdk();
   useFreshPluginCalls();
 
-  it('gives objects with one key, in the byte order of the IDs', () => {
+  it('returns objects with one key, in the byte order of the IDs', () => {
     const wrapper = newWrapper();
     assert.deepEqual(wrapper.getPlugins(), []);
     const ids = ['ä', 'b', 'a', 'Z', '10', '9', 'aa'];
@@ -337,7 +339,7 @@ describe('listing plug-ins', () => {
     assert.deepEqual(idsOf(wrapper), ['p', 'r']);
   });
 
-  it("knows no other wrapper's plug-ins", () => {
+  it("cannot use another wrapper's plug-ins", () => {
     const wrapper = newWrapperWith({ a: 'recording' });
     assert.deepEqual(newWrapper().getPlugins(), []);
     wrapper.releasePluginManager();
@@ -352,7 +354,7 @@ describe('talking to a plug-in', () => {
     ['enablePlugin', 'enable', [true, false]],
     ['setPluginParameter', 'setParameter', ['{"level": 5}', 'ä', '']],
   ]) {
-    it(`${method} passes its argument on and answers 0 when the plug-in accepts`, () => {
+    it(`${method} passes its argument on and returns 0 when the plug-in accepts`, () => {
       const wrapper = newWrapperWith({ a: 'recording', b: 'refusing' });
       for (const argument of good) assert.equal(wrapper[method]('a', argument, 'ignored'), DONE);
       assert.deepEqual(
@@ -368,7 +370,7 @@ describe('talking to a plug-in', () => {
       wrapper.releasePluginManager();
     });
 
-    it(`${method} answers 1 when the plug-in refuses`, () => {
+    it(`${method} returns 1 when the plug-in refuses`, () => {
       const wrapper = newWrapperWith({ a: 'recording', b: 'refusing' });
       for (const argument of good) assert.equal(wrapper[method]('b', argument), FAILED);
       assert.deepEqual(pluginCallNames(), Array(good.length).fill(call));
@@ -383,7 +385,7 @@ describe('talking to a plug-in', () => {
       wrapper.releasePluginManager();
     });
 
-    it(`${method} looks the plug-in up before it minds its further argument`, () => {
+    it(`${method} looks the plug-in up before it checks its further argument`, () => {
       const wrapper = newWrapper();
       for (const id of ['', 'unknown', 'unknown']) assert.equal(wrapper[method](id, 5), FAILED);
       assert.deepEqual(logLines(), Array(3).fill(NOT_FOUND));
@@ -397,7 +399,7 @@ describe('talking to a plug-in', () => {
     wrapper.releasePluginManager();
   });
 
-  it('initializePluginManager and getPluginParameter answer 0 and do nothing', () => {
+  it('initializePluginManager and getPluginParameter return 0 and do nothing', () => {
     const wrapper = newWrapperWith({ a: 'recording' });
     for (const method of ['initializePluginManager', 'getPluginParameter']) {
       for (const args of [[], ['a'], ['unknown'], [{}], [null, 5]]) {
