@@ -10,10 +10,9 @@ using NimboEngine::test::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string text = NimboEngine::test::textOf(data, size);
-  std::string error;
-  const auto url = parsePlayUrl(text.c_str(), error);
+  const auto url = parsePlayUrl(text.c_str());
   if (!url) {
-    require(!error.empty(), "a refusal has an error");
+    require(!url.error().text.empty(), "a refusal has an error");
     return 0;
   }
   require(url->stream.find('/') == std::string::npos, "the stream is the last part of the path");

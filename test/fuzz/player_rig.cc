@@ -84,8 +84,7 @@ bool sendAll(int connection, const std::string& bytes) {
 void playToItsEnd(const std::string& address, std::chrono::milliseconds timeout) {
   static const bool started = startGstreamer();
   require(started, "GStreamer starts");
-  std::string error;
-  const auto url = parsePlayUrl(address.c_str(), error);
+  const auto url = parsePlayUrl(address.c_str());
   require(url.has_value(), "the address can be played");
   auto output = std::make_shared<DecodedMediaSink>(
       PlaySettings{}, DecodedMediaSink::Handlers{.onFrame = readFrame, .onAudio = readAudio});

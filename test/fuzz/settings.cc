@@ -10,10 +10,9 @@ using NimboEngine::test::require;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   using std::chrono::milliseconds;
   const std::string text = NimboEngine::test::textOf(data, size);
-  std::string error;
-  const auto settings = parseSettings(text.c_str(), error);
+  const auto settings = parseSettings(text.c_str());
   if (!settings) {
-    require(!error.empty(), "a refusal has an error");
+    require(!settings.error().text.empty(), "a refusal has an error");
     return 0;
   }
   const auto& [reconnect, sendTimeout] = settings->network;

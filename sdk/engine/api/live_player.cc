@@ -94,11 +94,10 @@ int LivePlayer::startPlay(const char* url) {
     NIMBO_LOG_ERROR("the player plays already");
     return kLumoLiveInvalidState;
   }
-  std::string error;
-  std::optional<PlayUrl> target = parsePlayUrl(url, error, sources_.srtListener);
+  Result<PlayUrl> target = parsePlayUrl(url, sources_.srtListener);
   if (!target) {
-    NIMBO_LOG_ERROR("cannot play: {}", error);
-    return kLumoLiveInvalidArgument;
+    NIMBO_LOG_ERROR("cannot play: {}", target.error().text);
+    return target.error().code;
   }
   const uint32_t number = ++lastPlay_;
   *play_ = number;
@@ -150,14 +149,12 @@ LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
     NIMBO_LOG_ERROR("no player: {}", error);
     return nullptr;
   };
-  std::string error;
-  const auto settings = NimboEngine::parseSettings(extraConfig, error);
-  if (!settings) return refuse("the settings cannot be used: " + error);
+  const auto settings = NimboEngine::parseSettings(extraConfig);
+  if (!settings) return refuse("the settings cannot be used: " + settings.error().text);
   const std::string missing = NimboEngine::missingCapacity();
   if (!missing.empty()) return refuse(missing);
-  if (!NimboEngine::applySettings(*settings, error)) {
-    return refuse("the settings cannot be used: " + error);
-  }
+  const auto applied = NimboEngine::applySettings(*settings);
+  if (!applied) return refuse("the settings cannot be used: " + applied.error().text);
   if (++NimboEngine::playerCount > NimboEngine::kMaxPlayers) {
     --NimboEngine::playerCount;
     return refuse(fmt::format("there are {} already", NimboEngine::kMaxPlayers));

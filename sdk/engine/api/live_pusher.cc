@@ -46,16 +46,15 @@ int LivePusher::init(LumoLivePushConfig config) {
     NIMBO_LOG_ERROR("the configuration cannot change while preview or push runs");
     return kLumoLiveInvalidState;
   }
-  PushParameters parameters;
-  std::string error;
-  const LumoLiveResult result = makePushParameters(config, parameters, error);
-  if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the configuration is refused: {}", error);
-    return result;
+  const Result<PushParameters> parameters = makePushParameters(config);
+  if (!parameters) {
+    NIMBO_LOG_ERROR("the configuration is refused: {}", parameters.error().text);
+    return parameters.error().code;
   }
   initialized_ = true;
-  parameters_ = parameters;
-  return submit([parameters](PusherSession& session) { session.configure(parameters); });
+  parameters_ = *parameters;
+  return submit(
+      [parameters = parameters_](PusherSession& session) { session.configure(parameters); });
 }
 
 // ----------------------------------------------------------------------------------- listeners
@@ -109,11 +108,10 @@ int LivePusher::startPush(const char* url) {
     NIMBO_LOG_ERROR("a push runs already");
     return kLumoLiveInvalidState;
   }
-  std::string error;
-  std::optional<PushUrl> target = parsePushUrl(url, error);
+  Result<PushUrl> target = parsePushUrl(url);
   if (!target) {
-    NIMBO_LOG_ERROR("cannot publish: {}", error);
-    return kLumoLiveInvalidArgument;
+    NIMBO_LOG_ERROR("cannot publish: {}", target.error().text);
+    return target.error().code;
   }
   const uint32_t number = ++lastPush_;
   push_ = number;
@@ -155,42 +153,32 @@ int LivePusher::muteLocalCamera(bool mute) {
 
 // ------------------------------------------------------------------------------------- encoder
 
-LumoLiveResult LivePusher::change(
-    const std::function<LumoLiveResult(PushParameters&, std::string&)>& edit) {
+LumoLiveResult LivePusher::change(const Result<PushParameters>& changed) {
   if (!initialized_) return submit({});
-  std::string error;
-  const LumoLiveResult result = edit(parameters_, error);
-  if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the change is refused: {}", error);
-    return result;
+  if (!changed) {
+    NIMBO_LOG_ERROR("the change is refused: {}", changed.error().text);
+    return changed.error().code;
   }
+  parameters_ = *changed;
   return submit([parameters = parameters_](PusherSession& session) {
     session.changeEncoder(parameters.encoder);
   });
 }
 
 int LivePusher::setTargetVideoBitrate(int32_t kbps) {
-  return change([kbps](PushParameters& parameters, std::string& error) {
-    return changeRate(&EncoderSettings::videoKbps, kbps, parameters, error);
-  });
+  return change(changeRate(parameters_, &EncoderSettings::videoKbps, kbps));
 }
 
 int LivePusher::setMinVideoBitrate(int32_t kbps) {
-  return change([kbps](PushParameters& parameters, std::string& error) {
-    return changeRate(&EncoderSettings::minVideoKbps, kbps, parameters, error);
-  });
+  return change(changeRate(parameters_, &EncoderSettings::minVideoKbps, kbps));
 }
 
 int LivePusher::setResolution(uint32_t resolution, int32_t width, int32_t height) {
-  return change([=](PushParameters& parameters, std::string& error) {
-    return changeSize(resolution, width, height, parameters, error);
-  });
+  return change(changeSize(parameters_, resolution, width, height));
 }
 
 int LivePusher::setFps(uint32_t fps) {
-  return change([fps](PushParameters& parameters, std::string& error) {
-    return changeFps(fps, parameters, error);
-  });
+  return change(changeFps(parameters_, fps));
 }
 
 }  // namespace NimboEngine

@@ -84,10 +84,9 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   LumoRtc::LumoLiveResult submit(SessionTask task);
   LumoRtc::LumoLiveResult submitWhileSharing(SessionTask task, uint32_t sharedAfterwards);
   void post(SessionTask task);
-  // Changes the parameters and posts them to the engine thread, or returns why it cannot. `edit` is
-  // one of the changes in push_parameters.h with its arguments bound.
-  LumoRtc::LumoLiveResult change(
-      const std::function<LumoRtc::LumoLiveResult(PushParameters&, std::string&)>& edit);
+  // Takes over the parameters and posts them to the engine thread, or returns why it cannot.
+  // `changed` is the result of one of the changes in push_parameters.h.
+  LumoRtc::LumoLiveResult change(const Result<PushParameters>& changed);
   using ChooseDevice = bool (DeviceSelection::*)(DeviceKind, const std::string&);
   LumoRtc::LumoLiveResult choose(ChooseDevice how, DeviceKind kind, const char* text);
   // Logs once that this build does not support `operation`.

@@ -39,16 +39,14 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
     NIMBO_LOG_ERROR("no pusher: {}", error);
     return nullptr;
   };
-  std::string error;
-  const auto settings = NimboEngine::parseSettings(extraConfig, error);
-  if (!settings) return refuse("the settings cannot be used: " + error);
+  const auto settings = NimboEngine::parseSettings(extraConfig);
+  if (!settings) return refuse("the settings cannot be used: " + settings.error().text);
   std::lock_guard lock(theInstance().mutex);
   if (theInstance().pusher) return refuse("there is one already");
   const std::string missing = NimboEngine::missingCapacity();
   if (!missing.empty()) return refuse(missing);
-  if (!NimboEngine::applySettings(*settings, error)) {
-    return refuse("the settings cannot be used: " + error);
-  }
+  const auto applied = NimboEngine::applySettings(*settings);
+  if (!applied) return refuse("the settings cannot be used: " + applied.error().text);
   NimboEngine::onProcessExit(NimboEngine::ExitStage::kPusher, LumoLivePusher::destroy);
   try {
     theInstance().pusher = std::make_unique<NimboEngine::LivePusher>(*settings);

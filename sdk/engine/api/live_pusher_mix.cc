@@ -15,15 +15,13 @@ int LivePusher::setLiveMixTranscodingConfig(const LumoLiveTranscodingConfig* con
   if (!config || !initialized_) {
     return submit([](PusherSession& session) { session.setMix(std::nullopt); });
   }
-  MixLayout layout;
-  std::string error;
-  const LumoLiveResult result = makeMixLayout(*config, findMixUser, layout, error);
-  if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the mix is refused: {}", error);
-    post([error](PusherSession& session) { session.refuseMix(error); });
-    return result;
+  const Result<MixLayout> layout = makeMixLayout(*config, findMixUser);
+  if (!layout) {
+    NIMBO_LOG_ERROR("the mix is refused: {}", layout.error().text);
+    post([error = layout.error().text](PusherSession& session) { session.refuseMix(error); });
+    return layout.error().code;
   }
-  return submit([layout](PusherSession& session) { session.setMix(layout); });
+  return submit([layout = *layout](PusherSession& session) { session.setMix(layout); });
 }
 
 }  // namespace NimboEngine

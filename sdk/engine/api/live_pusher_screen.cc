@@ -73,15 +73,13 @@ int LivePusher::setScreenShareEncoderConfiguration(const LumoLiveScreenShareEnco
     NIMBO_LOG_ERROR("there is no configuration");
     return kLumoLiveInvalidArgument;
   }
-  EncoderSettings encoder;
-  std::string error;
-  const LumoLiveResult result = makeScreenEncoder(*config, encoder, error);
-  if (result != kLumoLiveOk) {
-    NIMBO_LOG_ERROR("the screen's configuration is refused: {}", error);
-    return result;
+  const Result<EncoderSettings> encoder = makeScreenEncoder(*config, {});
+  if (!encoder) {
+    NIMBO_LOG_ERROR("the screen's configuration is refused: {}", encoder.error().text);
+    return encoder.error().code;
   }
   screenConfig_ = *config;
-  post([encoder](PusherSession& session) { session.setScreenEncoder(encoder); });
+  post([encoder = *encoder](PusherSession& session) { session.setScreenEncoder(encoder); });
   return kLumoLiveOk;
 }
 

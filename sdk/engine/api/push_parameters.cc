@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <utility>
 
 namespace NimboEngine {
 namespace {
@@ -35,8 +36,6 @@ constexpr uint32_t kDefaultScreenFps = 15;
 // Collects the first defect.
 class Check {
  public:
-  explicit Check(std::string& error) : error_(error) { error_.clear(); }
-
   void range(const char* field, int64_t value, int64_t low, int64_t high) {
     require(value >= low && value <= high, "{} is {}, not {} to {}", field, value, low, high);
   }
@@ -51,8 +50,15 @@ class Check {
   }
   bool passed() const { return error_.empty(); }
 
+  // `value` if everything is as it should be.
+  template <class Value>
+  Result<Value> result(Value value) const {
+    if (!passed()) return refused("{}", error_);
+    return value;
+  }
+
  private:
-  std::string& error_;
+  std::string error_;
 };
 
 FrameSize frameSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {
@@ -83,13 +89,12 @@ AudioFormat audioFormat(const LumoLivePushConfig& config, Check& check) {
 
 }  // namespace
 
-LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParameters& parameters,
-                                  std::string& error) {
-  Check check(error);
+Result<PushParameters> makePushParameters(const LumoLivePushConfig& config) {
   if (config.mLivePushMode != kLumoLiveModeBasic) {
-    error = fmt::format("mLivePushMode is {}; this build knows 0 only", config.mLivePushMode);
-    return kLumoLiveNotSupported;
+    return failed(kLumoLiveNotSupported, "mLivePushMode is {}; this build knows 0 only",
+                  static_cast<int64_t>(config.mLivePushMode));
   }
+  Check check;
   PushParameters result;
   EncoderSettings& encoder = result.encoder;
   encoder.video = videoFormat(config, config.frameRate, check);
@@ -101,7 +106,6 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
   check.rate("mTargetVideoBitrate", config.mTargetVideoBitrate);
   check.rate("mMinVideoBitrate", config.mMinVideoBitrate);
   check.rate("mInitialVideoBitrate", config.mInitialVideoBitrate);
-  if (!check.passed()) return kLumoLiveInvalidArgument;
 
   encoder.audioOnly = config.mAudioOnly;
   encoder.gopSeconds = static_cast<int>(config.mVideoEncodeGop);
@@ -114,49 +118,43 @@ LumoLiveResult makePushParameters(const LumoLivePushConfig& config, PushParamete
   result.mirror = config.mPushMirror;
   result.pauseImage = config.mPausePushImagePath.c_str();
   result.networkPoorImage = config.mNetworkPoorPushImagePath.c_str();
-  parameters = result;
-  return kLumoLiveOk;
+  return check.result(std::move(result));
 }
 
-LumoLiveResult makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
-                                 EncoderSettings& encoder, std::string& error) {
-  Check check(error);
+Result<EncoderSettings> makeScreenEncoder(const LumoLiveScreenShareEncoderConfig& config,
+                                          EncoderSettings encoder) {
+  Check check;
   const uint32_t fps = config.frameRate == 0 ? kDefaultScreenFps : config.frameRate;
-  const VideoFormat video = videoFormat(config, fps, check);
+  encoder.video = videoFormat(config, fps, check);
   check.rate("bitrate", config.bitrate);
   check.gop(config.mVideoEncodeGop);
-  if (!check.passed()) return kLumoLiveInvalidArgument;
-  encoder.video = video;
   encoder.videoKbps = config.bitrate;
   encoder.gopSeconds = static_cast<int>(config.mVideoEncodeGop);
-  return kLumoLiveOk;
+  return check.result(std::move(encoder));
 }
 
-LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
-                          PushParameters& parameters, std::string& error) {
-  Check check(error);
+Result<PushParameters> changeSize(PushParameters parameters, uint32_t resolution, int32_t width,
+                                  int32_t height) {
+  Check check;
   const FrameSize size = frameSize(resolution, width, height, check);
-  if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.video.width = size.width;
   parameters.encoder.video.height = size.height;
-  return kLumoLiveOk;
+  return check.result(std::move(parameters));
 }
 
-LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& error) {
-  Check check(error);
+Result<PushParameters> changeFps(PushParameters parameters, uint32_t fps) {
+  Check check;
   check.fps(fps);
-  if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.video.fps = static_cast<int>(fps);
-  return kLumoLiveOk;
+  return check.result(std::move(parameters));
 }
 
-LumoLiveResult changeRate(int EncoderSettings::*rate, int32_t kbps, PushParameters& parameters,
-                          std::string& error) {
-  Check check(error);
+Result<PushParameters> changeRate(PushParameters parameters, int EncoderSettings::*rate,
+                                  int32_t kbps) {
+  Check check;
   check.range("the bit rate", kbps, kLowestKbps, kHighestKbps);
-  if (!check.passed()) return kLumoLiveInvalidArgument;
   parameters.encoder.*rate = kbps;
-  return kLumoLiveOk;
+  return check.result(std::move(parameters));
 }
 
 }  // namespace NimboEngine

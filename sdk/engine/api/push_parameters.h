@@ -33,7 +33,7 @@
 #include <string>
 
 #include "NimboSdk/LumoLiveDefine.h"
-#include "NimboSdk/LumoLiveResult.h"
+#include "base/result.h"
 #include "publish/encoder_settings.h"
 
 namespace NimboEngine {
@@ -46,22 +46,19 @@ struct PushParameters {
   std::string networkPoorImage;
 };
 
-// Unless the result is kLumoLiveOk, `error` names the field and `parameters` is unchanged.
-LumoRtc::LumoLiveResult makePushParameters(const LumoRtc::LumoLivePushConfig& config,
-                                           PushParameters& parameters, std::string& error);
+// An error names the field.
+Result<PushParameters> makePushParameters(const LumoRtc::LumoLivePushConfig& config);
 
-// The encoder for a shared screen: size, frame rate, bit rate and key frames of `encoder` are set.
-// The fields have the limits of the table; a frame rate of 0 means 15. Unless the result is
-// kLumoLiveOk, `error` names the field and `encoder` is unchanged.
-LumoRtc::LumoLiveResult makeScreenEncoder(const LumoRtc::LumoLiveScreenShareEncoderConfig& config,
-                                          EncoderSettings& encoder, std::string& error);
+// The encoder for a shared screen: `encoder` with another size, frame rate, bit rate and key frames.
+// The fields have the limits of the table; a frame rate of 0 means 15. An error names the field.
+Result<EncoderSettings> makeScreenEncoder(const LumoRtc::LumoLiveScreenShareEncoderConfig& config,
+                                          EncoderSettings encoder);
 
-// The changes that are possible at any time, with the limits of the table. Unless the result is
-// kLumoLiveOk, `error` describes why and `parameters` is unchanged.
-LumoRtc::LumoLiveResult changeSize(uint32_t resolution, int32_t width, int32_t height,
-                                   PushParameters& parameters, std::string& error);
-LumoRtc::LumoLiveResult changeFps(uint32_t fps, PushParameters& parameters, std::string& error);
-LumoRtc::LumoLiveResult changeRate(int EncoderSettings::*rate, int32_t kbps,
-                                   PushParameters& parameters, std::string& error);
+// The changes that are possible at any time, with the limits of the table.
+Result<PushParameters> changeSize(PushParameters parameters, uint32_t resolution, int32_t width,
+                                  int32_t height);
+Result<PushParameters> changeFps(PushParameters parameters, uint32_t fps);
+Result<PushParameters> changeRate(PushParameters parameters, int EncoderSettings::*rate,
+                                  int32_t kbps);
 
 }  // namespace NimboEngine

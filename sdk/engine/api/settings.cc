@@ -174,43 +174,39 @@ std::string readObject(const std::string& prefix, const json& object, Settings& 
 
 }  // namespace
 
-std::optional<Settings> parseSettings(const char* text, std::string& error) {
+Result<Settings> parseSettings(const char* text) {
   Settings settings;
   if (!text || !*text) return settings;
   json object;
   try {
     object = json::parse(text);
-  } catch (const json::exception& thrown) {  // bad syntax, or a number outside of double's range
-    error = thrown.what();
-    return std::nullopt;
+  } catch (const json::exception& thrown) {  // bad syntax, or a number that is no double
+    return refused("{}", thrown.what());
   }
   if (!object.is_object()) {
-    error = fmt::format("the text is a JSON {}, not an object", object.type_name());
-    return std::nullopt;
+    return refused("the text is a JSON {}, not an object", object.type_name());
   }
-  error = readObject("", object, settings);
+  if (const std::string wrong = readObject("", object, settings); !wrong.empty()) {
+    return refused("{}", wrong);
+  }
+  LatencySettings& latency = settings.play.latency;
   if (!object.contains("/latency/maxMs"_json_pointer)) {
-    settings.play.latency.maximum =
-        std::max(settings.play.latency.maximum, settings.play.latency.minimum);
+    latency.maximum = std::max(latency.maximum, latency.minimum);
   }
-  if (error.empty() && settings.play.latency.minimum > settings.play.latency.maximum) {
-    error =
-        fmt::format("\"latency.minMs\" is {}, more than \"latency.maxMs\", which is {}",
-                    settings.play.latency.minimum.count(), settings.play.latency.maximum.count());
+  if (latency.minimum > latency.maximum) {
+    return refused("\"latency.minMs\" is {}, more than \"latency.maxMs\", which is {}",
+                   latency.minimum.count(), latency.maximum.count());
   }
-  if (!error.empty()) return std::nullopt;
   return settings;
 }
 
-bool applySettings(const Settings& settings, std::string& error) {
-  if (settings.trustedCertificates.empty()) return true;
+Result<void> applySettings(const Settings& settings) {
+  if (settings.trustedCertificates.empty()) return {};
   startGstreamer();
-  const std::string refusal = trustCertificates(settings.trustedCertificates);
-  if (!refusal.empty()) {
-    error = fmt::format("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
-                        settings.trustedCertificates, refusal);
-  }
-  return refusal.empty();
+  const std::string wrong = trustCertificates(settings.trustedCertificates);
+  if (wrong.empty()) return {};
+  return refused("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
+                 settings.trustedCertificates, wrong);
 }
 
 }  // namespace NimboEngine

@@ -6,9 +6,9 @@
 
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "base/result.h"
 #include "play/play_settings.h"
 #include "publish/network_settings.h"
 
@@ -22,11 +22,11 @@ struct Settings {
   std::string trustedCertificates;
 };
 
-// Without a value, `error` describes the defect and names the key. A null text counts as empty.
-std::optional<Settings> parseSettings(const char* text, std::string& error);
+// An error names the key. A null text counts as empty.
+Result<Settings> parseSettings(const char* text);
 
-// Applies the settings of the whole process: TLS trust. Returns false if they cannot be applied;
-// then nothing changes. Starts GStreamer if that needs it, which may take 0.15 s.
-bool applySettings(const Settings& settings, std::string& error);
+// Applies the settings of the whole process: TLS trust. A failure changes nothing. Starts GStreamer
+// if that needs it, which may take 0.15 s.
+Result<void> applySettings(const Settings& settings);
 
 }  // namespace NimboEngine

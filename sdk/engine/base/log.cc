@@ -60,10 +60,12 @@ bool setLogDirectory(const char* directory, int maxMiB) {
   std::string error;
   {
     std::lock_guard lock(theLog().mutex);  // no thread may write to files that are being removed
-    if (auto file = LogFile::open(directory, fileSize, error)) {
-      theLog().file.swap(file);
+    auto file = LogFile::open(directory, fileSize);
+    if (file) {
+      theLog().file.swap(*file);
       return true;
     }
+    error = file.error().text;
   }
   NIMBO_LOG_ERROR("cannot write a log into {}: {}", directory, error);
   return false;

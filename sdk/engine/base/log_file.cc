@@ -34,17 +34,14 @@ void makeDirectories(const std::string& directory) {
 
 }  // namespace
 
-std::unique_ptr<LogFile> LogFile::open(const std::string& directory, std::size_t fileSize,
-                                       std::string& error) {
+Result<std::unique_ptr<LogFile>> LogFile::open(const std::string& directory, std::size_t fileSize) {
   makeDirectories(directory);
   const int descriptor = ::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) {
-    error = reasonOf(errno);
-    return nullptr;
-  }
+  if (descriptor < 0) return failed(LumoRtc::kLumoLiveNotFound, "{}", reasonOf(errno));
   std::unique_ptr<LogFile> file(new LogFile(descriptor, fileSize));
   file->removeTooLarge();
-  return file->openCurrent(error) ? std::move(file) : nullptr;
+  if (auto opened = file->openCurrent(); !opened) return tl::unexpected(opened.error());
+  return file;
 }
 
 LogFile::~LogFile() {
@@ -52,7 +49,7 @@ LogFile::~LogFile() {
   close(directory_);
 }
 
-bool LogFile::openCurrent(std::string& error) {
+Result<void> LogFile::openCurrent() {
   // NONBLOCK: opening a pipe without a reader would block the caller forever.
   constexpr int kFlags =
       O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
@@ -64,15 +61,11 @@ bool LogFile::openCurrent(std::string& error) {
       fchmod(file, kFileMode) == 0) {
     file_ = file;
     written_ = static_cast<std::size_t>(status.st_size);
-    return true;
+    return {};
   }
-  if (file >= 0) {
-    error = fmt::format("{} is not a regular file of this user's", name);
-    close(file);
-  } else {
-    error = fmt::format("{}: {}", name, reasonOf(code));
-  }
-  return false;
+  if (file < 0) return failed(LumoRtc::kLumoLiveNotFound, "{}: {}", name, reasonOf(code));
+  close(file);
+  return refused("{} is not a regular file of this user's", name);
 }
 
 void LogFile::removeTooLarge() const {
@@ -92,16 +85,14 @@ void LogFile::rotate() {
   }
   close(file_);
   file_ = -1;
-  std::string error;
-  if (!openCurrent(error) || written_ == 0) return;
+  if (!openCurrent() || written_ == 0) return;
   // It could not be renamed; the size limit still applies.
   if (ftruncate(file_, 0) == 0) written_ = 0;
 }
 
 void LogFile::write(std::string_view line) {
   if (file_ >= 0 && written_ > 0 && written_ + line.size() > fileSize_) rotate();
-  std::string error;
-  if (file_ < 0 && !openCurrent(error)) return;
+  if (file_ < 0 && !openCurrent()) return;
   ssize_t count = 0;
   do {
     count = ::write(file_, line.data(), line.size());

@@ -6,7 +6,7 @@
 // user is never written to.
 //
 // Thread: one at a time.
-// Failure: open() returns null and an error text; a line that cannot be written later is lost as a
+// Failure: open() returns an error; a line that cannot be written later is lost as a
 //   whole.
 
 #pragma once
@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
+
 namespace NimboEngine {
 
 class LogFile {
@@ -24,8 +26,7 @@ class LogFile {
 
   // No file grows beyond `fileSize` bytes, unless one line alone is larger; files of an earlier,
   // larger limit are removed.
-  static std::unique_ptr<LogFile> open(const std::string& directory, std::size_t fileSize,
-                                       std::string& error);
+  static Result<std::unique_ptr<LogFile>> open(const std::string& directory, std::size_t fileSize);
   ~LogFile();
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
@@ -36,7 +37,7 @@ class LogFile {
  private:
   LogFile(int directory, std::size_t fileSize) : directory_(directory), fileSize_(fileSize) {}
 
-  bool openCurrent(std::string& error);
+  Result<void> openCurrent();
   void removeTooLarge() const;
   void rotate();
 

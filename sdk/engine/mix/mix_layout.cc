@@ -40,35 +40,33 @@ std::string errorOf(const LumoLiveTranscodingConfig& config) {
 
 }  // namespace
 
-LumoLiveResult makeMixLayout(const LumoLiveTranscodingConfig& config, const FindMixUser& findUser,
-                             MixLayout& layout, std::string& error) {
-  error = errorOf(config);
-  if (!error.empty()) return kLumoLiveInvalidArgument;
+Result<MixLayout> makeMixLayout(const LumoLiveTranscodingConfig& config,
+                                const FindMixUser& findUser) {
+  if (const std::string wrong = errorOf(config); !wrong.empty()) return refused("{}", wrong);
   std::vector<LumoLiveMixStream> streams = streamsOf(config.mixStreams);
   std::stable_sort(streams.begin(), streams.end(),
                    [](const auto& low, const auto& high) { return low.zOrder < high.zOrder; });
-  MixLayout made{static_cast<uint32_t>(config.backgroundColor) & 0xffffff,
-                 static_cast<ViewMode>(config.cropMode),
-                 {}};
+  MixLayout layout{static_cast<uint32_t>(config.backgroundColor) & 0xffffff,
+                   static_cast<ViewMode>(config.cropMode),
+                   {}};
   for (const LumoLiveMixStream& stream : streams) {
-    const auto refuse = [&](LumoLiveResult result, const std::string& reason) {
-      error = fmt::format("user \"{}\": {}", stream.userId.c_str(), reason);
-      return result;
-    };
+    const char* const name = stream.userId.c_str();
     const Rect rect{stream.x, stream.y, stream.width, stream.height};
     if (const std::string wrong = errorOf(rect); !wrong.empty()) {
-      return refuse(kLumoLiveInvalidArgument, wrong);
+      return refused("user \"{}\": {}", name, wrong);
     }
-    const std::optional<MixUser> user = findUser(stream.userId.c_str());
-    if (!user) return refuse(kLumoLiveNotFound, "no player has this ID or plays this URL");
-    if (std::any_of(made.places.begin(), made.places.end(),
+    const std::optional<MixUser> user = findUser(name);
+    if (!user) {
+      return failed(kLumoLiveNotFound, "user \"{}\": no player has this ID or plays this URL",
+                    name);
+    }
+    if (std::any_of(layout.places.begin(), layout.places.end(),
                     [&](const MixPlace& place) { return place.user == *user; })) {
-      return refuse(kLumoLiveInvalidArgument, "placed twice");
+      return refused("user \"{}\": placed twice", name);
     }
-    made.places.push_back({*user, rect});
+    layout.places.push_back({*user, rect});
   }
-  layout = std::move(made);
-  return kLumoLiveOk;
+  return layout;
 }
 
 }  // namespace NimboEngine

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "NimboSdk/LumoLiveDefine.h"
-#include "NimboSdk/LumoLiveResult.h"
+#include "base/result.h"
 #include "media/view_layout.h"
 #include "mix/mix_user.h"
 
@@ -32,10 +32,8 @@ struct MixLayout {
 
 using FindMixUser = std::function<std::optional<MixUser>(const std::string& userId)>;
 
-// Validates the requested layout. `layout` is changed only if the result is kLumoLiveOk; otherwise
-// `error` describes the defect.
-LumoRtc::LumoLiveResult makeMixLayout(const LumoRtc::LumoLiveTranscodingConfig& config,
-                                      const FindMixUser& findUser, MixLayout& layout,
-                                      std::string& error);
+// Validates the requested layout. The code is kLumoLiveNotFound for a user unknown to `findUser`.
+Result<MixLayout> makeMixLayout(const LumoRtc::LumoLiveTranscodingConfig& config,
+                                const FindMixUser& findUser);
 
 }  // namespace NimboEngine

@@ -45,19 +45,16 @@ PlayUrl fileAt(const std::string& path) {
   return url;
 }
 
-std::optional<PlayUrl> parseFileUri(const char* text, std::string& error) {
+Result<PlayUrl> parseFileUri(const char* text) {
   GError* failure = nullptr;
   gchar* host = nullptr;
   const GstPtr<gchar> path(g_filename_from_uri(text, &host, &failure));
   const GstPtr<gchar> ownedHost(host);
-  if (!path) {
-    error = GstPtr<GError>(failure)->message;
-  } else if (host && std::string_view(host) != "localhost") {
-    error = fmt::format("the file is on another computer, {}", host);
-  } else {
-    return fileAt(path.get());
+  if (!path) return refused("{}", GstPtr<GError>(failure)->message);
+  if (host && std::string_view(host) != "localhost") {
+    return refused("the file is on another computer, {}", host);
   }
-  return std::nullopt;
+  return fileAt(path.get());
 }
 
 // Returns whether a query has a parameter "mode" with any other value than "caller": GStreamer's
@@ -83,9 +80,9 @@ bool asksToListen(const char* query) {
 }
 
 // RTMP addresses have their own syntax: parameters may be in the middle.
-std::optional<PlayUrl> parseRtmp(const char* text, std::string& error) {
-  const auto target = parseRtmpUrl(text, error);
-  if (!target) return std::nullopt;
+Result<PlayUrl> parseRtmp(const char* text) {
+  const auto target = parseRtmpUrl(text);
+  if (!target) return tl::unexpected(target.error());
   const auto withoutQuery = [](const std::string& part) { return part.substr(0, part.find('?')); };
   PlayUrl url;
   url.text = text;
@@ -105,30 +102,23 @@ std::string PlayUrl::forLog() const {
   return fmt::format("{}:{}/{}/…", host, port, redactPath(channel));
 }
 
-std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool srtListener) {
-  if (!text || !*text) {
-    error = "the URL is empty";
-    return std::nullopt;
-  }
+Result<PlayUrl> parsePlayUrl(const char* text, bool srtListener) {
+  if (!text || !*text) return refused("the URL is empty");
   if (*text == '/') return fileAt(text);
   // ENCODED: components keep their percent encoding, so that no URL is refused for an odd stream
   // name.
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
       text, static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED), nullptr));
-  if (!uri) {
-    // Not GLib's own text, which repeats the address.
-    error = "the URL cannot be read";
-    return std::nullopt;
-  }
+  // Not GLib's own text, which repeats the address.
+  if (!uri) return refused("the URL cannot be read");
   const std::string name = g_uri_get_scheme(uri.get());
   const auto* scheme = std::find_if(std::begin(kSchemes), std::end(kSchemes),
                                     [&](const Scheme& known) { return name == known.name; });
   if (scheme == std::end(kSchemes)) {
-    error = fmt::format("the scheme is {}, not one that can be played", name);
-    return std::nullopt;
+    return refused("the scheme is {}, not one that can be played", name);
   }
-  if (scheme->protocol == PlayProtocol::kFile) return parseFileUri(text, error);
-  if (scheme->protocol == PlayProtocol::kRtmp) return parseRtmp(text, error);
+  if (scheme->protocol == PlayProtocol::kFile) return parseFileUri(text);
+  if (scheme->protocol == PlayProtocol::kRtmp) return parseRtmp(text);
   PlayUrl url;
   url.text = text;
   url.protocol = scheme->protocol;
@@ -136,17 +126,13 @@ std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool s
   url.port = std::max(g_uri_get_port(uri.get()), 0);
   if (url.port == 0) url.port = scheme->port;
   setPath(url, g_uri_get_path(uri.get()));
-  if (url.host.empty()) {
-    error = "the host is missing";
-  } else if (url.port == 0) {
-    error = "the port is missing";
-  } else if (scheme->protocol == PlayProtocol::kSrt && !srtListener &&
-             asksToListen(g_uri_get_query(uri.get()))) {
-    error = "an srt URL may ask for the mode caller only";
-  } else {
-    return url;
+  if (url.host.empty()) return refused("the host is missing");
+  if (url.port == 0) return refused("the port is missing");
+  if (scheme->protocol == PlayProtocol::kSrt && !srtListener &&
+      asksToListen(g_uri_get_query(uri.get()))) {
+    return refused("an srt URL may ask for the mode caller only");
   }
-  return std::nullopt;
+  return url;
 }
 
 }  // namespace NimboEngine

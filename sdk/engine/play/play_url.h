@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "base/result.h"
 #include "rtmp/rtmp_url.h"
 
 namespace NimboEngine {
@@ -27,8 +27,7 @@ struct PlayUrl {
 };
 
 // Accepts rtmp, rtmps, http, https, rtsp, srt and file URLs, and absolute paths of files. An srt
-// URL may request another mode than "caller" only with `srtListener`. Without a value, `error`
-// describes the defect.
-std::optional<PlayUrl> parsePlayUrl(const char* text, std::string& error, bool srtListener = false);
+// URL may request another mode than "caller" only with `srtListener`.
+Result<PlayUrl> parsePlayUrl(const char* text, bool srtListener = false);
 
 }  // namespace NimboEngine

@@ -34,17 +34,13 @@ std::string knownSchemes() {
 
 }  // namespace
 
-const PublishProtocol* findPublishProtocol(const std::string& url, std::string& error) {
+Result<const PublishProtocol*> findPublishProtocol(const std::string& url) {
   const char* scheme = g_uri_peek_scheme(url.c_str());
-  if (!scheme) {
-    error = "the URL cannot be read";
-    return nullptr;
-  }
+  if (!scheme) return refused("the URL cannot be read");
   for (const PublishProtocol& protocol : kProtocols) {
     if (protocol.scheme == scheme) return &protocol;
   }
-  error = fmt::format("the scheme is {}, not {}", scheme, knownSchemes());
-  return nullptr;
+  return refused("the scheme is {}, not {}", scheme, knownSchemes());
 }
 
 }  // namespace NimboEngine

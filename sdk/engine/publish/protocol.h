@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "publish/connection.h"
 #include "publish/muxer.h"
 #include "publish/push_url.h"
@@ -18,8 +19,8 @@ namespace NimboEngine {
 struct PublishProtocol {
   std::string_view scheme;  // in lower case
 
-  // Parses the text in `url` into its other fields; returns false with `error`.
-  bool (*parse)(PushUrl& url, std::string& error);
+  // Parses `text` into everything of the URL but `text` and `protocol`.
+  Result<PushUrl> (*parse)(const std::string& text);
 
   const Muxer& muxer;
 
@@ -27,7 +28,7 @@ struct PublishProtocol {
                                          Connection::Events events);
 };
 
-// Returns null with `error` for a URL without a scheme, or with an unknown one.
-const PublishProtocol* findPublishProtocol(const std::string& url, std::string& error);
+// Fails for a URL without a scheme, or with an unknown one.
+Result<const PublishProtocol*> findPublishProtocol(const std::string& url);
 
 }  // namespace NimboEngine

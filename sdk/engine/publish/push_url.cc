@@ -57,27 +57,27 @@ std::string PushUrl::forLog() const {
   return fmt::format("{}:{}/{}/…", host, port, redactPath(application));
 }
 
-std::optional<PushUrl> parsePushUrl(const char* text, std::string& error) {
-  if (!text || !*text) {
-    error = "the URL is empty";
-    return std::nullopt;
-  }
-  PushUrl url;
-  url.text = text;
-  url.protocol = findPublishProtocol(url.text, error);
-  if (!url.protocol || !url.protocol->parse(url, error)) return std::nullopt;
+Result<PushUrl> parsePushUrl(const char* text) {
+  if (!text || !*text) return refused("the URL is empty");
+  const Result<const PublishProtocol*> protocol = findPublishProtocol(text);
+  if (!protocol) return tl::unexpected(protocol.error());
+  Result<PushUrl> url = (*protocol)->parse(text);
+  if (!url) return url;
+  url->text = text;
+  url->protocol = *protocol;
   return url;
 }
 
-bool parseRtmpPushUrl(PushUrl& url, std::string& error) {
-  const auto target = parseRtmpUrl(url.text, error);
-  if (!target) return false;
+Result<PushUrl> parseRtmpPushUrl(const std::string& text) {
+  const auto target = parseRtmpUrl(text);
+  if (!target) return tl::unexpected(target.error());
+  PushUrl url;
   url.host = target->host;
   url.port = target->port;
   url.application = target->application.substr(0, target->application.find('?'));
   url.expiry = expiryOf(queryOf(target->stream));
   if (!url.expiry) url.expiry = expiryOf(queryOf(target->application));
-  return true;
+  return url;
 }
 
 }  // namespace NimboEngine

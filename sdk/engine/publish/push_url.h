@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "base/result.h"
+
 namespace NimboEngine {
 
 struct PublishProtocol;
@@ -27,14 +29,14 @@ struct PushUrl {
   std::string forLog() const;
 };
 
-// Accepts what the scheme's protocol accepts. Without a value, `error` describes the defect.
+// Accepts what the scheme's protocol accepts.
 //
 // The first of the parameters "expires", "expire", "exp" and "deadline" whose value is a whole
 // number of seconds since 1970 (or of milliseconds, from 10^11 on) is the expiry.
-std::optional<PushUrl> parsePushUrl(const char* text, std::string& error);
+Result<PushUrl> parsePushUrl(const char* text);
 
-// The protocol's part of it for RTMP and RTMPS, which accepts what parseRtmpUrl() does (see
-// rtmp/rtmp_url.h).
-bool parseRtmpPushUrl(PushUrl& url, std::string& error);
+// The protocol's part of it for RTMP and RTMPS: everything but `text` and `protocol`. Accepts what
+// parseRtmpUrl() does (see rtmp/rtmp_url.h).
+Result<PushUrl> parseRtmpPushUrl(const std::string& text);
 
 }  // namespace NimboEngine

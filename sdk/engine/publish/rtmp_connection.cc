@@ -52,9 +52,8 @@ RtmpConnection::~RtmpConnection() = default;
 
 void RtmpConnection::open() {
   state_ = State::kConnecting;
-  std::string error;
-  const auto target = parseRtmpUrl(url_.text, error);
-  if (!target) return fail(kLumoLiveErrorPublishRejected, error);
+  const auto target = parseRtmpUrl(url_.text);
+  if (!target) return fail(kLumoLiveErrorPublishRejected, target.error().text);
   // Called on the thread of the client, which is destroyed before this object.
   auto started = ownerGuard_.bind([this] { onStarted(); });
   auto ended = ownerGuard_.bind([this](const ConnectionFailure& failure) { onEnded(failure); });

@@ -18,16 +18,6 @@ struct UriRelease {
 
 using Uri = std::unique_ptr<GUri, UriRelease>;
 
-Uri parseUri(const std::string& text, std::string& error) {
-  // ENCODED: components keep their percent encoding, which the server decodes.
-  Uri uri(g_uri_parse(text.c_str(),
-                      static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED),
-                      nullptr));
-  // Not GLib's own text: it quotes what it parses as a port, which may be a password.
-  if (!uri) error = "the URL cannot be read";
-  return uri;
-}
-
 // Returns where a file name begins in the path, npos if there is none.
 std::size_t fileNameIn(std::string_view path) {
   for (const std::string_view kind : {"/mp4:", "/flv:", "/mp3:"}) {
@@ -53,20 +43,22 @@ void splitPath(RtmpUrl& url, const std::string& path, const std::string& query) 
 
 }  // namespace
 
-std::optional<RtmpUrl> parseRtmpUrl(const std::string& address, std::string& error) {
-  const Uri uri = parseUri(address, error);
-  if (!uri) return std::nullopt;
+Result<RtmpUrl> parseRtmpUrl(const std::string& address) {
+  // ENCODED: parts keep their percent signs, which belong to the server.
+  const Uri uri(g_uri_parse(address.c_str(),
+                            static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED),
+                            nullptr));
+  // Not GLib's own words: they quote what they take for a port, which may be a password.
+  if (!uri) return refused("the URL cannot be read");
   const std::string scheme = g_uri_get_scheme(uri.get());
   if (scheme != "rtmp" && scheme != "rtmps") {
-    error = fmt::format("the scheme is {}, not rtmp or rtmps", scheme);
-    return std::nullopt;
+    return refused("the scheme is {}, not rtmp or rtmps", scheme);
   }
   RtmpUrl url;
   url.tls = scheme == "rtmps";
   if (const char* host = g_uri_get_host(uri.get())) url.host = host;
   if (url.host.empty()) {
-    error = "the host is missing";
-    return std::nullopt;
+    return refused("the host is missing");
   }
   const int usualPort = url.tls ? kRtmpsPort : kRtmpPort;
   url.port = g_uri_get_port(uri.get()) > 0 ? g_uri_get_port(uri.get()) : usualPort;
@@ -76,12 +68,10 @@ std::optional<RtmpUrl> parseRtmpUrl(const std::string& address, std::string& err
   if (const char* text = g_uri_get_fragment(uri.get())) query += fmt::format("#{}", text);
   splitPath(url, g_uri_get_path(uri.get()), query);
   if (url.application.empty()) {
-    error = "the application name is missing: rtmp://host/application/stream";
-    return std::nullopt;
+    return refused("the application name is missing: rtmp://host/application/stream");
   }
   if (url.stream.empty() || url.stream.front() == '?') {
-    error = "the stream name is missing: rtmp://host/application/stream";
-    return std::nullopt;
+    return refused("the stream name is missing: rtmp://host/application/stream");
   }
   const bool needsBrackets = url.host.find(':') != url.host.npos;
   url.tcUrl = fmt::format("{}://{}{}{}", scheme, needsBrackets ? "[" : "", url.host,

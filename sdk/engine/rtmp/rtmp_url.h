@@ -4,8 +4,9 @@
 
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "base/result.h"
 
 namespace NimboEngine {
 
@@ -21,7 +22,7 @@ struct RtmpUrl {
 // Accepts rtmp://host[:port]/application[/more]/stream[?query] and the same with rtmps. The stream
 // begins after the path's last slash, or at a file name with "mp4:", "flv:" or "mp3:". A query
 // stays with the component that it follows: in rtmp://host/application?token=x/stream that is the
-// application. Nothing is decoded. Without a value, `error` describes the defect.
-std::optional<RtmpUrl> parseRtmpUrl(const std::string& text, std::string& error);
+// application. Nothing is decoded.
+Result<RtmpUrl> parseRtmpUrl(const std::string& text);
 
 }  // namespace NimboEngine

@@ -13,17 +13,16 @@ using namespace LumoRtc;
 
 using Change = std::function<void(LumoLivePushConfig&)>;
 
-LumoLiveResult resultOf(const Change& change, PushParameters& parameters, std::string& error) {
+Result<PushParameters> resultOf(const Change& change) {
   LumoLivePushConfig config;
   change(config);
-  return makePushParameters(config, parameters, error);
+  return makePushParameters(config);
 }
 
 PushParameters accepted(const Change& change) {
-  PushParameters parameters;
-  std::string error;
-  EXPECT_EQ(resultOf(change, parameters, error), kLumoLiveOk) << error;
-  return parameters;
+  const auto parameters = resultOf(change);
+  EXPECT_TRUE(parameters) << parameters.error().text;
+  return parameters.value_or(PushParameters());
 }
 
 TEST(PushParameters, DefaultsAreUsable) {
@@ -87,23 +86,27 @@ TEST(PushParameters, TakesOverWhatIsGiven) {
   EXPECT_TRUE(parameters.encoder.hardware);
 }
 
-TEST(PushParameters, ChangesAreTakenOverOrLeaveEverythingAsItWas) {
-  PushParameters parameters = accepted([](auto&) {});
-  std::string error;
-  EXPECT_EQ(changeSize(5, 0, 0, parameters, error), kLumoLiveOk);
-  EXPECT_EQ(parameters.encoder.video, (VideoFormat{1280, 720, 15}));
-  EXPECT_EQ(changeSize(5, 640, 361, parameters, error), kLumoLiveOk);
-  EXPECT_EQ(changeFps(25, parameters, error), kLumoLiveOk);
-  EXPECT_EQ(changeRate(&EncoderSettings::minVideoKbps, 99, parameters, error), kLumoLiveOk);
-  EXPECT_EQ(changeSize(8, 0, 0, parameters, error), kLumoLiveInvalidArgument);
-  EXPECT_EQ(changeSize(0, 640, -1, parameters, error), kLumoLiveInvalidArgument);
-  EXPECT_EQ(error, "height is -1, not 16 to 4096");
-  EXPECT_EQ(changeFps(0, parameters, error), kLumoLiveInvalidArgument);
-  EXPECT_EQ(changeRate(&EncoderSettings::videoKbps, 49, parameters, error),
-            kLumoLiveInvalidArgument);
-  EXPECT_EQ(parameters.encoder.video, (VideoFormat{640, 361, 25}));
-  EXPECT_EQ(parameters.encoder.videoKbps, -1);
-  EXPECT_EQ(parameters.encoder.minVideoKbps, 99);
+TEST(PushParameters, ChangesHaveTheLimitsOfTheConfiguration) {
+  const PushParameters parameters = accepted([](auto&) {});
+  const auto formatOf = [](const Result<PushParameters>& changed) {
+    return changed ? changed->encoder.video : VideoFormat{};
+  };
+  const auto errorOf = [](const Result<PushParameters>& changed) {
+    EXPECT_EQ(changed ? kLumoLiveOk : changed.error().code, kLumoLiveInvalidArgument);
+    return changed ? "" : changed.error().text;
+  };
+  EXPECT_EQ(formatOf(changeSize(parameters, 5, 0, 0)), (VideoFormat{1280, 720, 15}));
+  EXPECT_EQ(formatOf(changeSize(parameters, 5, 640, 361)), (VideoFormat{640, 361, 15}));
+  EXPECT_EQ(formatOf(changeFps(parameters, 25)), (VideoFormat{848, 480, 25}));
+  const auto rate = changeRate(parameters, &EncoderSettings::minVideoKbps, 99);
+  ASSERT_TRUE(rate);
+  EXPECT_EQ(rate->encoder.minVideoKbps, 99);
+  EXPECT_EQ(rate->encoder.videoKbps, -1);
+  EXPECT_EQ(errorOf(changeSize(parameters, 8, 0, 0)), "mResolution is 8, not 0 to 7");
+  EXPECT_EQ(errorOf(changeSize(parameters, 0, 640, -1)), "height is -1, not 16 to 4096");
+  EXPECT_EQ(errorOf(changeFps(parameters, 0)), "frameRate is 0, not 1 to 60");
+  EXPECT_EQ(errorOf(changeRate(parameters, &EncoderSettings::videoKbps, 49)),
+            "the bit rate is 49, not 50 to 50000");
 }
 
 struct BadField {
@@ -131,43 +134,41 @@ TEST(PushParameters, BadValuesAreRefusedByName) {
       {"mInitialVideoBitrate", [](auto& config) { config.mInitialVideoBitrate = 50001; }},
   };
   for (const BadField& field : fields) {
-    PushParameters parameters;
-    parameters.encoder.videoKbps = 4711;
-    std::string error;
-    EXPECT_EQ(resultOf(field.change, parameters, error), kLumoLiveInvalidArgument) << field.name;
-    EXPECT_EQ(error.find(field.name), 0u) << error;
-    EXPECT_EQ(parameters.encoder.videoKbps, 4711) << "a refused configuration changes nothing";
+    const auto parameters = resultOf(field.change);
+    ASSERT_FALSE(parameters) << field.name;
+    EXPECT_EQ(parameters.error().code, kLumoLiveInvalidArgument) << field.name;
+    EXPECT_EQ(parameters.error().text.find(field.name), 0u) << parameters.error().text;
   }
 }
 
 TEST(PushParameters, ASharedScreenIsEncodedByItsOwnFields) {
   EncoderSettings encoder;
   encoder.audioBps = 4711;
-  std::string error;
   LumoLiveScreenShareEncoderConfig config{.mResolution = 5,
                                           .width = 0,
                                           .height = 0,
                                           .frameRate = 0,
                                           .bitrate = -1,
                                           .mVideoEncodeGop = 4};
-  EXPECT_EQ(makeScreenEncoder(config, encoder, error), kLumoLiveOk) << error;
-  EXPECT_EQ(encoder.video, (VideoFormat{1280, 720, 15}));
-  EXPECT_EQ(encoder.videoKbps, kRateNotSet);
-  EXPECT_EQ(encoder.gopSeconds, 4);
-  EXPECT_EQ(encoder.audioBps, 4711) << "the other fields stay";
+  const auto screen = makeScreenEncoder(config, encoder);
+  ASSERT_TRUE(screen) << screen.error().text;
+  EXPECT_EQ(screen->video, (VideoFormat{1280, 720, 15}));
+  EXPECT_EQ(screen->videoKbps, kRateNotSet);
+  EXPECT_EQ(screen->gopSeconds, 4);
+  EXPECT_EQ(screen->audioBps, 4711) << "the other fields stay";
   config.bitrate = 10;
   config.frameRate = 30;
-  EXPECT_EQ(makeScreenEncoder(config, encoder, error), kLumoLiveInvalidArgument);
-  EXPECT_EQ(error, "bitrate is 10, not 50 to 50000");
-  EXPECT_EQ(encoder.video.fps, 15) << "a refusal changes nothing";
+  const auto bad = makeScreenEncoder(config, encoder);
+  ASSERT_FALSE(bad);
+  EXPECT_EQ(bad.error().code, kLumoLiveInvalidArgument);
+  EXPECT_EQ(bad.error().text, "bitrate is 10, not 50 to 50000");
 }
 
 TEST(PushParameters, OtherModesAreNotSupported) {
-  PushParameters parameters;
-  std::string error;
-  EXPECT_EQ(resultOf([](auto& config) { config.mLivePushMode = 1; }, parameters, error),
-            kLumoLiveNotSupported);
-  EXPECT_EQ(error.find("mLivePushMode"), 0u);
+  const auto parameters = resultOf([](auto& config) { config.mLivePushMode = 1; });
+  ASSERT_FALSE(parameters);
+  EXPECT_EQ(parameters.error().code, kLumoLiveNotSupported);
+  EXPECT_EQ(parameters.error().text.find("mLivePushMode"), 0u);
 }
 
 }  // namespace

@@ -5,10 +5,9 @@
 namespace NimboEngine {
 namespace {
 
-std::optional<PlayUrl> parse(const char* text) {
-  std::string error;
-  auto url = parsePlayUrl(text, error);
-  EXPECT_EQ(error.empty(), url.has_value()) << error;
+Result<PlayUrl> parse(const char* text) {
+  auto url = parsePlayUrl(text);
+  EXPECT_TRUE(url || !url.error().text.empty());
   return url;
 }
 
@@ -57,15 +56,14 @@ TEST(PlayUrl, SrtCallsUnlessASettingSaysOtherwise) {
                            "srt://h:9000?m%6fde=listener", "srt://h:9000?mode=Listener",
                            "srt://h:9000?mode=%6cistener"}) {
     EXPECT_FALSE(parse(text)) << text;
-    std::string error;
-    EXPECT_TRUE(parsePlayUrl(text, error, true)) << error;
+    EXPECT_TRUE(parsePlayUrl(text, true)) << text;
   }
 }
 
 TEST(PlayUrl, AnErrorDoesNotRepeatTheAddress) {
-  std::string error;
-  EXPECT_FALSE(parsePlayUrl("http://user:s3cret@h:port/?s3cret", error));
-  EXPECT_EQ(error.find("s3cret"), std::string::npos) << error;
+  const auto url = parse("http://user:s3cret@h:port/?s3cret");
+  ASSERT_FALSE(url);
+  EXPECT_EQ(url.error().text.find("s3cret"), std::string::npos) << url.error().text;
 }
 
 TEST(PlayUrl, RefusesTheRest) {

@@ -28,9 +28,8 @@ class RtmpFeedTest : public testing::Test {
   static void SetUpTestSuite() { startGstreamer(); }
 
   void begin(int port) {
-    std::string reason;
     feed = std::make_unique<RtmpFeed>(
-        *parseRtmpUrl(fmt::format("rtmp://127.0.0.1:{}/live/s", port), reason),
+        *parseRtmpUrl(fmt::format("rtmp://127.0.0.1:{}/live/s", port)),
         RtmpFeed::Events{.onAnswered = [this] { events.add("answered"); },
                          .onTag =
                              [this](const GstPtr<GstBuffer>& tag) {

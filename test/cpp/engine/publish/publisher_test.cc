@@ -44,9 +44,8 @@ class PublisherTest : public testing::Test {
   }
 
   void start(const std::string& url) {
-    std::string reason;
-    const auto target = parsePushUrl(url.c_str(), reason);
-    ASSERT_TRUE(target) << reason;
+    const auto target = parsePushUrl(url.c_str());
+    ASSERT_TRUE(target) << target.error().text;
     engine_.run([&] {
       publisher_ = std::make_unique<Publisher>(
           engine_, settings, network,

@@ -8,16 +8,15 @@ namespace NimboEngine {
 namespace {
 
 PushUrl accepted(const char* text) {
-  std::string reason;
-  const auto url = parsePushUrl(text, reason);
-  EXPECT_TRUE(url) << text << ": " << reason;
+  const auto url = parsePushUrl(text);
+  EXPECT_TRUE(url) << text << ": " << url.error().text;
   return url.value_or(PushUrl{});
 }
 
-std::string refused(const char* text) {
-  std::string reason;
-  EXPECT_FALSE(parsePushUrl(text, reason)) << text;
-  return reason;
+std::string refusalOf(const char* text) {
+  const auto url = parsePushUrl(text);
+  EXPECT_FALSE(url) << text;
+  return url ? "" : url.error().text;
 }
 
 TEST(PushUrl, ReadsTheParts) {
@@ -76,19 +75,19 @@ TEST(PushUrl, KeepsTheStreamNameOutOfTheLog) {
 }
 
 TEST(PushUrl, RefusesWithAnError) {
-  EXPECT_EQ(refused(nullptr), "the URL is empty");
-  EXPECT_EQ(refused(""), "the URL is empty");
-  EXPECT_EQ(refused("http://h/a/s"), "the scheme is http, not rtmp or rtmps");
-  EXPECT_EQ(refused("rtmp:///a/s"), "the host is missing");
-  EXPECT_NE(refused("rtmp://h").find("application"), std::string::npos);
-  EXPECT_NE(refused("rtmp://h/").find("application"), std::string::npos);
-  EXPECT_NE(refused("rtmp://h/s").find("application"), std::string::npos);
-  EXPECT_NE(refused("rtmp://h//s").find("application"), std::string::npos);
-  EXPECT_NE(refused("rtmp://h/a/").find("stream name"), std::string::npos);
-  EXPECT_NE(refused("rtmp://h/a/?s").find("stream name"), std::string::npos);
-  EXPECT_FALSE(refused("rtmp://h:99999/a/s").empty());
-  EXPECT_FALSE(refused("live/stream").empty());
-  EXPECT_FALSE(refused("rtmp://h:port/a/s").empty());
+  EXPECT_EQ(refusalOf(nullptr), "the URL is empty");
+  EXPECT_EQ(refusalOf(""), "the URL is empty");
+  EXPECT_EQ(refusalOf("http://h/a/s"), "the scheme is http, not rtmp or rtmps");
+  EXPECT_EQ(refusalOf("rtmp:///a/s"), "the host is missing");
+  EXPECT_NE(refusalOf("rtmp://h").find("application"), std::string::npos);
+  EXPECT_NE(refusalOf("rtmp://h/").find("application"), std::string::npos);
+  EXPECT_NE(refusalOf("rtmp://h/s").find("application"), std::string::npos);
+  EXPECT_NE(refusalOf("rtmp://h//s").find("application"), std::string::npos);
+  EXPECT_NE(refusalOf("rtmp://h/a/").find("stream name"), std::string::npos);
+  EXPECT_NE(refusalOf("rtmp://h/a/?s").find("stream name"), std::string::npos);
+  EXPECT_FALSE(refusalOf("rtmp://h:99999/a/s").empty());
+  EXPECT_FALSE(refusalOf("live/stream").empty());
+  EXPECT_FALSE(refusalOf("rtmp://h:port/a/s").empty());
 }
 
 }  // namespace

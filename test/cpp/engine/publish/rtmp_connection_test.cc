@@ -60,9 +60,8 @@ class RtmpConnectionTest : public testing::Test {
   }
 
   void open(int port) {
-    std::string reason;
     const std::string text = fmt::format("rtmp://127.0.0.1:{}/live/s", port);
-    const auto url = parsePushUrl(text.c_str(), reason);
+    const auto url = parsePushUrl(text.c_str());
     engine.run([&] {
       connection = url->protocol->connect(engine, *url,
                                           {.onAccepted = [this] { events.add("accepted"); },

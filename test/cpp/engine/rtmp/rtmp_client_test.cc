@@ -62,8 +62,7 @@ class RtmpClientTest : public testing::Test {
 
   void connect(RtmpRole role, int port, std::chrono::milliseconds timeout = 10s,
                const char* scheme = "rtmp") {
-    std::string reason;
-    const auto url = parseRtmpUrl(fmt::format("{}://127.0.0.1:{}/live/s", scheme, port), reason);
+    const auto url = parseRtmpUrl(fmt::format("{}://127.0.0.1:{}/live/s", scheme, port));
     client = std::make_unique<RtmpClient>(
         role, *url,
         RtmpClient::Events{.onConnected = [this] { events.add("connected"); },
@@ -211,12 +210,10 @@ TEST_F(RtmpClientTest, ConnectFailures) {
   connect(RtmpRole::kPublish, test::freePort());
   ASSERT_TRUE(events.waitFor("ended"));
   EXPECT_EQ(ended->error, ConnectionError::kRefused);
-  std::string reason;
   ConnectionFailure failure;
   {
     std::promise<void> done;
-    const RtmpClient unknown(RtmpRole::kPlay,
-                             *parseRtmpUrl("rtmp://no-such-host.invalid/a/s", reason),
+    const RtmpClient unknown(RtmpRole::kPlay, *parseRtmpUrl("rtmp://no-such-host.invalid/a/s"),
                              {.onConnected = {},
                               .onStarted = {},
                               .onMedia = {},

@@ -30,9 +30,8 @@ struct Media {
 class RtmpSessionTest : public testing::Test {
  protected:
   void begin(RtmpRole role, const char* address = "rtmp://host/app/inst/s?key=1") {
-    std::string reason;
     session = std::make_unique<RtmpSession>(
-        role, *parseRtmpUrl(address, reason),
+        role, *parseRtmpUrl(address),
         RtmpSession::Events{
             .onConnected = [this] { ++timesConnected; },
             .onStarted = [this] { ++started; },

@@ -29,9 +29,8 @@ TEST(RtmpUrl, ParsesAnAddress) {
       {"rtmp://h/live/key#1", "h", 1935, "live", "key#1", "rtmp://h/live"},
   };
   for (const Case& each : cases) {
-    std::string reason;
-    const auto url = parseRtmpUrl(each.text, reason);
-    ASSERT_TRUE(url) << each.text << ": " << reason;
+    const auto url = parseRtmpUrl(each.text);
+    ASSERT_TRUE(url) << each.text << ": " << url.error().text;
     EXPECT_EQ(url->host, each.host) << each.text;
     EXPECT_EQ(url->port, each.port) << each.text;
     EXPECT_EQ(url->application, each.application) << each.text;
@@ -44,9 +43,10 @@ TEST(RtmpUrl, RefusesInvalidInput) {
   for (const char* text : {"", "x", "http://h/live/s", "rtmp://", "rtmp:///live/s", "rtmp://h",
                            "rtmp://h/", "rtmp://h/s", "rtmp://h/live/", "rtmp://h/live/?x",
                            "rtmp://h//s", "rtmp://h/?x/y", "rtmp://h:99999/live/s"}) {
-    std::string reason;
-    EXPECT_FALSE(parseRtmpUrl(text, reason)) << text;
-    EXPECT_NE(reason, "") << text;
+    const auto url = parseRtmpUrl(text);
+    ASSERT_FALSE(url) << text;
+    EXPECT_EQ(url.error().code, LumoRtc::kLumoLiveInvalidArgument) << text;
+    EXPECT_NE(url.error().text, "") << text;
   }
 }
 
