@@ -15,11 +15,8 @@ namespace {
 constexpr std::string_view kApproved = "approved:";
 constexpr std::size_t kMost = 1 << 20;
 
-std::optional<std::string> approve(const std::string& reference, FetchKind, std::string& error) {
-  if (reference.find('!') != reference.npos) {
-    error = "not that one";
-    return std::nullopt;
-  }
+Result<std::string> approve(const std::string& reference, FetchKind) {
+  if (reference.find('!') != reference.npos) return refused("not that one");
   return std::string(kApproved);
 }
 
@@ -42,9 +39,8 @@ void requireApproved(std::string_view line) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   beginsPlaylist({data, size});
-  std::string error;
-  const auto rewritten = rewritePlaylist(text, kMost, approve, error);
-  require(rewritten.has_value() == error.empty(), "a refusal has an error");
+  const auto rewritten = rewritePlaylist(text, kMost, approve);
+  require(rewritten || !rewritten.error().text.empty(), "a refusal has an error");
   if (!rewritten) return 0;
   require(rewritten->size() <= kMost, "the result stays within its limit");
   require(rewritten->find_first_of(std::string_view("\r\0", 2)) == rewritten->npos,

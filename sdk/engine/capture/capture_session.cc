@@ -190,7 +190,7 @@ void CaptureSession::openCamera() {
   cameraOpened_ = Clock::now();
   camera_ = std::make_unique<SourceRunner>(
       "camera " + settings_.camera,
-      [id = settings_.camera, outputs](std::string&) { return makeCamera(id, outputs); },
+      [id = settings_.camera, outputs] { return makeCamera(id, outputs); },
       [this, id = settings_.camera](const std::string& message) {
         onFailure_(DeviceKind::kCamera, id, message);
       });
@@ -210,7 +210,7 @@ void CaptureSession::openMicrophone() {
   microphoneOpened_ = Clock::now();
   microphone_ = std::make_unique<SourceRunner>(
       "microphone " + settings_.microphone,
-      [id = settings_.microphone, outputs](std::string&) { return makeMicrophone(id, outputs); },
+      [id = settings_.microphone, outputs] { return makeMicrophone(id, outputs); },
       [this, id = settings_.microphone](const std::string& message) {
         onFailure_(DeviceKind::kMicrophone, id, message);
       },

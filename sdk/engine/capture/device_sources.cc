@@ -20,15 +20,15 @@ void setIfKnown(GstElement* element, const char* property, gboolean value) {
 
 // Builds a pipeline of the device's own element followed by `description`, whose first element must
 // be named kEntry.
-std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::string& description,
-                                              const SourceOutputs& outputs,
-                                              Pipeline::Handler handler, std::string& error) {
+Result<std::unique_ptr<Pipeline>> buildDevicePipeline(GstDevice* device,
+                                                      const std::string& description,
+                                                      const SourceOutputs& outputs,
+                                                      Pipeline::Handler handler) {
   const GstPtr<gchar> name(gst_device_get_display_name(device));
   auto pipeline = Pipeline::parse(name.get(), description, std::move(handler));
   GstElement* source = pipeline ? gst_device_create_element(device, nullptr) : nullptr;
   if (!source) {
-    error = fmt::format("{} cannot be opened", name.get());
-    return nullptr;
+    return failed(LumoRtc::kLumoLiveNotFound, "{} cannot be opened", name.get());
   }
   gst_bin_add(GST_BIN(pipeline->get()), source);
   setIfKnown(source, "provide-clock", FALSE);  // everything runs on the system clock
@@ -36,8 +36,7 @@ std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::stri
   setIfKnown(source, "always-copy", TRUE);
   const GstPtr<GstElement> entry = pipeline->element(kEntry);
   if (!gst_element_link(source, entry.get())) {
-    error = fmt::format("{} offers no usable format", name.get());
-    return nullptr;
+    return failed(LumoRtc::kLumoLiveNotFound, "{} offers no usable format", name.get());
   }
   connectOutputs(pipeline->get(), outputs);
   return pipeline;
@@ -48,13 +47,13 @@ std::unique_ptr<Pipeline> buildDevicePipeline(GstDevice* device, const std::stri
 CameraSource::CameraSource(std::string id, SourceOutputs outputs)
     : id_(std::move(id)), outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::string& error) {
+Result<std::unique_ptr<Pipeline>> CameraSource::build(Pipeline::Handler handler) {
   const GstPtr<GstDevice> device = findPlugged(DeviceKind::kCamera, id_);
   const GstPtr<GstCaps> offered(device ? gst_device_get_caps(device.get()) : nullptr);
   const GstPtr<GstCaps> chosen = offered ? chooseCameraCaps(*offered, outputs_.video) : nullptr;
   if (!chosen) {
-    error = fmt::format("camera {} {}", id_, device ? "offers no usable format" : "is not there");
-    return nullptr;
+    return failed(LumoRtc::kLumoLiveNotFound, "camera {} {}", id_,
+                  device ? "offers no usable format" : "is not there");
   }
   const GstPtr<gchar> caps(gst_caps_to_string(chosen.get()));
   const bool compressed =
@@ -62,7 +61,7 @@ std::unique_ptr<Pipeline> CameraSource::build(Pipeline::Handler handler, std::st
   const std::string description =
       fmt::format("capsfilter name={} caps=\"{}\" ! {}videoconvert ! deinterlace ! {}", kEntry,
                   caps.get(), compressed ? "jpegdec ! " : "", videoBranch(outputs_, Timing::kLive));
-  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler), error);
+  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler));
 }
 
 int64_t CameraSource::progress() const {
@@ -72,15 +71,14 @@ int64_t CameraSource::progress() const {
 MicrophoneSource::MicrophoneSource(std::string id, SourceOutputs outputs)
     : id_(std::move(id)), outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> MicrophoneSource::build(Pipeline::Handler handler, std::string& error) {
+Result<std::unique_ptr<Pipeline>> MicrophoneSource::build(Pipeline::Handler handler) {
   const GstPtr<GstDevice> device = findPlugged(DeviceKind::kMicrophone, id_);
   if (!device) {
-    error = fmt::format("microphone {} is not there", id_);
-    return nullptr;
+    return failed(LumoRtc::kLumoLiveNotFound, "microphone {} is not there", id_);
   }
   const std::string description =
       fmt::format("queue name={} ! {}", kEntry, audioBranch(outputs_, Timing::kLive));
-  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler), error);
+  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler));
 }
 
 int64_t MicrophoneSource::progress() const {

@@ -17,7 +17,7 @@ namespace NimboEngine {
 class CameraSource : public Source {
  public:
   CameraSource(std::string id, SourceOutputs outputs);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
   int64_t progress() const override;
 
  private:
@@ -28,7 +28,7 @@ class CameraSource : public Source {
 class MicrophoneSource : public Source {
  public:
   MicrophoneSource(std::string id, SourceOutputs outputs);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
   int64_t progress() const override;
 
  private:

@@ -66,20 +66,16 @@ void FileSource::Decoded::finish(GstElement* decoder) const {
 FileSource::FileSource(std::string path, SourceOutputs outputs)
     : path_(std::move(path)), outputs_(std::move(outputs)) {}
 
-std::unique_ptr<Pipeline> FileSource::build(Pipeline::Handler handler, std::string& error) {
+Result<std::unique_ptr<Pipeline>> FileSource::build(Pipeline::Handler handler) {
   GError* failure = nullptr;
   const GstPtr<gchar> uri(gst_filename_to_uri(path_.c_str(), &failure));
   if (!uri) {
     const GstPtr<GError> owned(failure);
-    error = fmt::format("{}: {}", path_, failure->message);
-    return nullptr;
+    return failed(LumoRtc::kLumoLiveNotFound, "{}: {}", path_, failure->message);
   }
   auto pipeline =
       Pipeline::parse("file", "pipeline.( uridecodebin name=decoder )", std::move(handler));
-  if (!pipeline) {
-    error = "its pipeline cannot be built";
-    return nullptr;
-  }
+  if (!pipeline) return failed(LumoRtc::kLumoLiveNotSupported, "its pipeline cannot be built");
   const GstPtr<GstElement> decoder = pipeline->element("decoder");
   g_object_set(decoder.get(), "uri", uri.get(), nullptr);
   restrictDemuxers(decoder.get(), false);

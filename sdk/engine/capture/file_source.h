@@ -20,7 +20,7 @@ class FileSource : public Source {
   // `path` is absolute or relative to the process's working directory.
   FileSource(std::string path, SourceOutputs outputs);
 
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
   bool rewind(Pipeline& pipeline) override;
   int64_t progress() const override;
 

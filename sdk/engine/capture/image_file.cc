@@ -41,26 +41,24 @@ class Descriptor {
 };
 
 // Reads regular files only: opening or reading a pipe or a device might block forever.
-std::vector<uint8_t> read(const std::string& file, std::string& error) {
+Result<std::vector<uint8_t>> read(const std::string& file) {
   const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (descriptor.get() < 0) {
-    error = errno == ENOENT ? "there is no such file" : "it cannot be read";
-  } else if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    error = "it is not a regular file";
-  } else if (static_cast<uint64_t>(status.st_size) > kMostBytes) {
-    error = fmt::format("it has {} bytes; {} are allowed", status.st_size, kMostBytes);
-  } else if (status.st_size == 0) {
-    error = "it is empty";
+    return failed(LumoRtc::kLumoLiveNotFound, "{}",
+                  errno == ENOENT ? "there is no such file" : "it cannot be read");
   }
-  if (!error.empty()) return {};
+  if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return refused("it is not a regular file");
+  }
+  if (static_cast<uint64_t>(status.st_size) > kMostBytes) {
+    return refused("it has {} bytes; {} are allowed", status.st_size, kMostBytes);
+  }
+  if (status.st_size == 0) return refused("it is empty");
   std::vector<uint8_t> bytes(static_cast<size_t>(status.st_size));
   for (size_t at = 0; at < bytes.size();) {
     const ssize_t count = ::read(descriptor.get(), bytes.data() + at, bytes.size() - at);
-    if (count <= 0) {
-      error = "it cannot be read";
-      return {};
-    }
+    if (count <= 0) return failed(LumoRtc::kLumoLiveNotFound, "it cannot be read");
     at += static_cast<size_t>(count);
   }
   return bytes;
@@ -71,8 +69,8 @@ bool beginsWith(Bytes file, const std::array<uint8_t, Length>& signature) {
   return file.size() >= Length && std::equal(signature.begin(), signature.end(), file.begin());
 }
 
-std::string undecodable(const char* reason) {
-  return fmt::format("it cannot be decoded: {}", reason);
+tl::unexpected<Error<>> undecodable(const char* reason) {
+  return refused("it cannot be decoded: {}", reason);
 }
 
 // Blends transparent pixels with a black background.
@@ -88,22 +86,20 @@ void flatten(uint8_t* pixel, size_t bytes) {
   }
 }
 
-// Allocates an image of that size, whose pixels `fill` writes; `fill` returns whether it succeeded.
+// Allocates an image of that size, whose pixels `fill` writes.
 template <class Fill>
-DecodedImage makeImage(uint64_t width, uint64_t height, std::string& error, Fill fill) {
+Result<DecodedImage> makeImage(uint64_t width, uint64_t height, Fill fill) {
   if (width * height > kMostPixels) {
-    error = fmt::format("it has {}x{} pixels; {} are allowed", width, height, kMostPixels);
-    return {};
+    return refused("it has {}x{} pixels; {} are allowed", width, height, kMostPixels);
   }
   // Not GStreamer's allocator: it ends the process when memory is exhausted.
   const size_t bytes = width * height * 4;
   std::unique_ptr<uint8_t, decltype(&std::free)> pixels(static_cast<uint8_t*>(std::malloc(bytes)),
                                                         &std::free);
-  if (!pixels) {
-    error = "there is no memory for its pixels";
-    return {};
+  if (!pixels) return refused("there is no memory for its pixels");
+  if (const Result<void> filled = fill(pixels.get()); !filled) {
+    return tl::unexpected(filled.error());
   }
-  if (!fill(pixels.get())) return {};
   flatten(pixels.get(), bytes);
   DecodedImage image;
   gst_video_info_set_format(&image.info, GST_VIDEO_FORMAT_RGBA, static_cast<guint>(width),
@@ -114,28 +110,23 @@ DecodedImage makeImage(uint64_t width, uint64_t height, std::string& error, Fill
   return image;
 }
 
-DecodedImage decodePng(Bytes file, std::string& error) {
+Result<DecodedImage> decodePng(Bytes file) {
   png_image png{};
   png.version = PNG_IMAGE_VERSION;
   const std::unique_ptr<png_image, decltype(&png_image_free)> release(&png, &png_image_free);
   if (!png_image_begin_read_from_memory(&png, file.data(), file.size())) {
-    error = undecodable(png.message);
-    return {};
+    return undecodable(png.message);
   }
   png.format = PNG_FORMAT_RGBA;
-  return makeImage(png.width, png.height, error, [&](uint8_t* pixels) {
-    if (png_image_finish_read(&png, nullptr, pixels, 0, nullptr)) return true;
-    error = undecodable(png.message);
-    return false;
+  return makeImage(png.width, png.height, [&](uint8_t* pixels) -> Result<void> {
+    if (png_image_finish_read(&png, nullptr, pixels, 0, nullptr)) return {};
+    return undecodable(png.message);
   });
 }
 
-DecodedImage decodeJpeg(Bytes file, std::string& error) {
+Result<DecodedImage> decodeJpeg(Bytes file) {
   const std::unique_ptr<void, decltype(&tjDestroy)> jpeg(tjInitDecompress(), &tjDestroy);
-  if (!jpeg) {
-    error = "its decoder cannot be started";
-    return {};
-  }
+  if (!jpeg) return refused("its decoder cannot be started");
   int width = 0;
   int height = 0;
   int subsampling = 0;
@@ -143,34 +134,30 @@ DecodedImage decodeJpeg(Bytes file, std::string& error) {
   const auto size = static_cast<unsigned long>(file.size());
   if (tjDecompressHeader3(jpeg.get(), file.data(), size, &width, &height, &subsampling, &colours) !=
       0) {
-    error = undecodable(tjGetErrorStr2(jpeg.get()));
-    return {};
+    return undecodable(tjGetErrorStr2(jpeg.get()));
   }
-  return makeImage(static_cast<uint64_t>(width), static_cast<uint64_t>(height), error,
-                   [&](uint8_t* pixels) {
+  return makeImage(static_cast<uint64_t>(width), static_cast<uint64_t>(height),
+                   [&](uint8_t* pixels) -> Result<void> {
                      const int result = tjDecompress2(jpeg.get(), file.data(), size, pixels, width,
                                                       0, height, TJPF_RGBA, TJFLAG_LIMITSCANS);
                      // A warning leaves a flawed image, for example from a truncated file.
-                     if (result == 0 || tjGetErrorCode(jpeg.get()) == TJERR_WARNING) return true;
-                     error = undecodable(tjGetErrorStr2(jpeg.get()));
-                     return false;
+                     if (result == 0 || tjGetErrorCode(jpeg.get()) == TJERR_WARNING) return {};
+                     return undecodable(tjGetErrorStr2(jpeg.get()));
                    });
 }
 
 }  // namespace
 
-DecodedImage decodeImage(Bytes file, std::string& error) {
-  error.clear();
-  if (beginsWith(file, kPngSignature)) return decodePng(file, error);
-  if (beginsWith(file, kJpegSignature)) return decodeJpeg(file, error);
-  error = "it is neither PNG nor JPEG";
-  return {};
+Result<DecodedImage> decodeImage(Bytes file) {
+  if (beginsWith(file, kPngSignature)) return decodePng(file);
+  if (beginsWith(file, kJpegSignature)) return decodeJpeg(file);
+  return refused("it is neither PNG nor JPEG");
 }
 
-DecodedImage decodeImageFile(const std::string& file, std::string& error) {
-  error.clear();
-  const std::vector<uint8_t> bytes = read(file, error);
-  return error.empty() ? decodeImage(bytes, error) : DecodedImage{};
+Result<DecodedImage> decodeImageFile(const std::string& file) {
+  const auto bytes = read(file);
+  if (!bytes) return tl::unexpected(bytes.error());
+  return decodeImage(*bytes);
 }
 
 }  // namespace NimboEngine

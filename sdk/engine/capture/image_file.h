@@ -5,7 +5,7 @@
 //
 // Thread: any. Blocks while decoding: up to a second at 40 million pixels.
 // Ownership: the pixels are the caller's.
-// Failure: no pixels, and a text in `error`. GStreamer must have been started.
+// Failure: an error that says what is wrong with the file. GStreamer must have been started.
 
 #pragma once
 
@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 
+#include "base/result.h"
 #include "gst/gst_ptr.h"
 
 namespace NimboEngine {
@@ -24,8 +25,8 @@ struct DecodedImage {
   GstVideoInfo info{};
 };
 
-DecodedImage decodeImage(std::span<const uint8_t> file, std::string& error);
+Result<DecodedImage> decodeImage(std::span<const uint8_t> file);
 
-DecodedImage decodeImageFile(const std::string& file, std::string& error);
+Result<DecodedImage> decodeImageFile(const std::string& file);
 
 }  // namespace NimboEngine

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "capture/image_file.h"
 #include "media/frame_converter.h"
 #include "media/frame_pool.h"
 
@@ -13,16 +12,6 @@ namespace NimboEngine {
 namespace {
 
 constexpr uint8_t kDarkGrey = 60;
-
-GstPtr<GstBuffer> fitted(const DecodedImage& image, const VideoFormat& format) {
-  FramePool pool(format);
-  GstPtr<GstBuffer> frame = pool.acquire();
-  FrameConverter converter(ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_CUBIC);
-  if (!frame || !converter.convert(image.pixels.get(), image.info, frame.get(), pool.info())) {
-    return nullptr;
-  }
-  return frame;
-}
 
 GstPtr<GstBuffer> plain(const VideoFormat& format) {
   FramePool pool(format);
@@ -34,20 +23,36 @@ GstPtr<GstBuffer> plain(const VideoFormat& format) {
   return frame;
 }
 
+Result<GstPtr<GstBuffer>> loadFrame(const std::string& file, const VideoFormat& format) {
+  const auto image = decodeImageFile(file);
+  if (!image) return tl::unexpected(image.error());
+  return fitImage(*image, format);
+}
+
 void load(const std::string& file, const VideoFormat& format, FrameMailbox& frames,
           const std::atomic<bool>& stopping) {
-  std::string error = "there is no memory for it";
-  const DecodedImage image = decodeImageFile(file, error);
-  GstPtr<GstBuffer> frame = image.pixels ? fitted(image, format) : nullptr;
+  const auto loaded = loadFrame(file, format);
   if (stopping) return;
-  if (!frame) {
-    NIMBO_LOG_WARN("the image {} cannot be shown: {}; a grey image takes its place", file, error);
-    frame = plain(format);
+  if (!loaded) {
+    NIMBO_LOG_WARN("the image {} cannot be shown: {}; a grey image takes its place", file,
+                   loaded.error().text);
   }
+  const GstPtr<GstBuffer> frame = loaded ? share(loaded->get()) : plain(format);
   if (frame) frames.put(frame.get());
 }
 
 }  // namespace
+
+Result<GstPtr<GstBuffer>> fitImage(const DecodedImage& image, const VideoFormat& format) {
+  FramePool pool(format);
+  GstPtr<GstBuffer> frame = pool.acquire();
+  if (!frame) return refused("there is no memory for it");
+  FrameConverter converter(ViewMode::kFit, GST_VIDEO_RESAMPLER_METHOD_CUBIC);
+  if (!converter.convert(image.pixels.get(), image.info, frame.get(), pool.info())) {
+    return refused("its pixels cannot be converted");
+  }
+  return frame;
+}
 
 StillImage::StillImage(std::string file, const VideoFormat& format,
                        std::shared_ptr<FrameMailbox> frames)

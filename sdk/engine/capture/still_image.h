@@ -16,10 +16,15 @@
 #include <string>
 
 #include "base/detachable_thread.h"
+#include "base/result.h"
+#include "capture/image_file.h"
 #include "media/frame_consumer.h"
 #include "media/frame_mailbox.h"
 
 namespace NimboEngine {
+
+// `image` in a frame of that format, as described above.
+Result<GstPtr<GstBuffer>> fitImage(const DecodedImage& image, const VideoFormat& format);
 
 class StillImage {
  public:

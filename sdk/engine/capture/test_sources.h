@@ -16,7 +16,7 @@ namespace NimboEngine {
 class TestPatternSource : public Source {
  public:
   explicit TestPatternSource(SourceOutputs outputs);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
 
  private:
   const SourceOutputs outputs_;
@@ -26,7 +26,7 @@ class TestPatternSource : public Source {
 class TestToneSource : public Source {
  public:
   explicit TestToneSource(SourceOutputs outputs);
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override;
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
 
  private:
   const SourceOutputs outputs_;

@@ -75,12 +75,10 @@ std::optional<FetchFailure> BodyGuard::finish(std::vector<uint8_t>& rest) {
   rest = std::exchange(held_, {});
   isKnown_ = true;
   if (!isPlaylist_) return rest.empty() ? std::nullopt : pass(rest);
-  std::string error;
-  const auto rewritten =
-      rewritePlaylist({reinterpret_cast<const char*>(rest.data()), rest.size()},
-                      settings_.playlistBytes * kPlaylistGrowth, nameAddress_, error);
+  const auto rewritten = rewritePlaylist({reinterpret_cast<const char*>(rest.data()), rest.size()},
+                                         settings_.playlistBytes * kPlaylistGrowth, nameAddress_);
   rest.clear();
-  if (!rewritten) return refusedFetch(std::move(error));
+  if (!rewritten) return refusedFetch(rewritten.error().text);
   rest.assign(rewritten->begin(), rewritten->end());
   return std::nullopt;
 }

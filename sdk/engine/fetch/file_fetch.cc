@@ -80,14 +80,13 @@ Fetch::Read FileFetch::read(std::vector<uint8_t>& bytes) {
 
 NameAddress FileFetch::nameAddress() const {
   const std::string folder = std::filesystem::path(path_).parent_path().string();
-  return [folder, player = uri_.player](const std::string& reference, FetchKind kind,
-                                        std::string& error) -> std::optional<std::string> {
+  return [folder, player = uri_.player](const std::string& reference,
+                                        FetchKind kind) -> Result<std::string> {
     std::error_code code;
     const std::string path =
         std::filesystem::weakly_canonical(pathIn(folder, reference), code).string();
     if (code || !path.starts_with(folder.ends_with('/') ? folder : folder + "/")) {
-      error = "a local playlist may name files of its own folder only";
-      return std::nullopt;
+      return refused("a local playlist may name files of its own folder only");
     }
     return FetchUri{player, kind, Origin{SourceScheme::kFile, Reach::kLocal}, path}.text();
   };

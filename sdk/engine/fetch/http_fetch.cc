@@ -53,8 +53,7 @@ HttpFetch::HttpFetch(FetchUri uri, const SourceSettings& settings)
     : uri_(std::move(uri)), settings_(settings), policy_(settings) {}
 
 std::optional<FetchFailure> HttpFetch::open(const ByteRange& range) {
-  std::string error;
-  auto url = parseHttpUrl(uri_.address, error);
+  auto url = parseHttpUrl(uri_.address);
   MaybeOrigin origin = uri_.origin;
   for (int hops = 0; url && hops <= kMostRedirects; ++hops) {
     if (const auto refusal = policy_.refuseScheme(origin, url->scheme)) {
@@ -63,9 +62,9 @@ std::optional<FetchFailure> HttpFetch::open(const ByteRange& range) {
     if (auto failure = request(*url, origin, range)) return failure;
     if (!isRedirect(response_->head())) return judge(*url, range);
     origin = self_;
-    url = resolveHttpUrl(url->text(), response_->head().location, error);
+    url = resolveHttpUrl(url->text(), response_->head().location);
   }
-  if (!url) return refusedFetch(error);
+  if (!url) return refusedFetch(url.error().text);
   return refusedFetch(fmt::format("more than {} redirects", kMostRedirects));
 }
 
@@ -221,13 +220,11 @@ FetchFailure HttpFetch::errorOf(HttpResponse::Status status) const {
 
 NameAddress HttpFetch::nameAddress() const {
   return [base = url_.text(), player = uri_.player, origin = self_, policy = policy_](
-             const std::string& reference, FetchKind kind,
-             std::string& error) -> std::optional<std::string> {
-    const auto url = resolveHttpUrl(base, reference, error);
-    if (!url) return std::nullopt;
+             const std::string& reference, FetchKind kind) -> Result<std::string> {
+    const auto url = resolveHttpUrl(base, reference);
+    if (!url) return tl::unexpected(url.error());
     if (const auto refusal = policy.refuseScheme(origin, url->scheme)) {
-      error = *refusal;
-      return std::nullopt;
+      return refused("{}", *refusal);
     }
     return FetchUri{player, kind, origin, url->text()}.text();
   };

@@ -88,28 +88,19 @@ std::string HttpUrl::text() const {
                      userInfo.empty() ? "" : "@", authority(), target);
 }
 
-std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error) {
-  if (std::any_of(text.begin(), text.end(), isControl)) {
-    error = "an address has control characters";
-    return std::nullopt;
-  }
+Result<HttpUrl> parseHttpUrl(const std::string& text) {
+  if (std::any_of(text.begin(), text.end(), isControl))
+    return refused("an address has control characters");
   const Uri uri(g_uri_parse(text.c_str(), kFlags, nullptr));
-  if (!uri) {
-    error = "an address cannot be read";
-    return std::nullopt;
-  }
+  if (!uri) return refused("an address cannot be read");
   const std::string_view scheme = g_uri_get_scheme(uri.get());
   if (scheme != "http" && scheme != "https") {
     // A scheme is made of letters, digits and three signs: it is safe to show.
-    error = fmt::format("an address has the scheme {}, not http or https", scheme);
-    return std::nullopt;
+    return refused("an address has the scheme {}, not http or https", scheme);
   }
   HttpUrl url;
   url.scheme = scheme == "https" ? SourceScheme::kHttps : SourceScheme::kHttp;
-  if (!setHost(url, uri.get())) {
-    error = "an address has no host";
-    return std::nullopt;
-  }
+  if (!setHost(url, uri.get())) return refused("an address has no host");
   url.port = g_uri_get_port(uri.get());
   if (url.port <= 0) url.port = url.isEncrypted() ? kHttpsPort : kHttpPort;
   const std::string path = textOf(g_uri_get_path(uri.get()));
@@ -119,15 +110,11 @@ std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error)
   return url;
 }
 
-std::optional<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference,
-                                      std::string& error) {
+Result<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference) {
   const GlibPtr<gchar> absolute(
       g_uri_resolve_relative(base.c_str(), reference.c_str(), kFlags, nullptr));
-  if (!absolute) {
-    error = "an address cannot be read";
-    return std::nullopt;
-  }
-  return parseHttpUrl(absolute.get(), error);
+  if (!absolute) return refused("an address cannot be read");
+  return parseHttpUrl(absolute.get());
 }
 
 }  // namespace NimboEngine

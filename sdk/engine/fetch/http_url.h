@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "base/result.h"
 #include "fetch/source_policy.h"
 
 namespace NimboEngine {
@@ -30,12 +30,11 @@ struct HttpUrl {
   std::string text() const;
 };
 
-// Without a value, `error` describes the defect; it repeats nothing of the address.
-std::optional<HttpUrl> parseHttpUrl(const std::string& text, std::string& error);
+// The text of an error repeats nothing of the address.
+Result<HttpUrl> parseHttpUrl(const std::string& text);
 
-// Resolves `reference`, found in the resource at `base`. Without a value, `error` describes the
-// defect: it is not an address, or neither http nor https.
-std::optional<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference,
-                                      std::string& error);
+// Resolves `reference`, found in the resource at `base`. Fails if it is not an address, or neither
+// http nor https.
+Result<HttpUrl> resolveHttpUrl(const std::string& base, const std::string& reference);
 
 }  // namespace NimboEngine

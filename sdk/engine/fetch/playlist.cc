@@ -61,14 +61,14 @@ std::optional<std::vector<Attribute>> attributesIn(std::string_view list) {
 
 class Rewriter {
  public:
-  Rewriter(std::size_t most, const NameAddress& nameAddress, std::string& error)
-      : most_(most), nameAddress_(nameAddress), error_(error) {}
+  Rewriter(std::size_t most, const NameAddress& nameAddress)
+      : most_(most), nameAddress_(nameAddress) {}
 
-  bool add(std::string_view line) {
-    if (line.empty()) return true;
+  Result<void> add(std::string_view line) {
+    if (line.empty()) return {};
     if (!line.starts_with('#')) return addAddress(line);
     if (line.starts_with(kFirstLine)) return append(kFirstLine);
-    if (!line.starts_with("#EXT")) return true;  // a comment
+    if (!line.starts_with("#EXT")) return {};  // a comment
     const auto colon = line.find(':');
     const std::string_view name = line.substr(0, colon);
     if (name == "#EXT-X-STREAM-INF") {
@@ -80,49 +80,43 @@ class Rewriter {
     if (tag != std::end(kAddressTags)) return addTag(*tag, line.substr(name.size() + 1));
     // A title may contain anything; it is not an address.
     const auto comma = line.find(',');
-    return name != "#EXTINF" || comma == line.npos || append(line.substr(0, comma + 1));
+    if (name != "#EXTINF" || comma == line.npos) return {};
+    return append(line.substr(0, comma + 1));
   }
 
   std::string take() { return std::move(result_); }
 
  private:
-  bool fail(std::string error) {
-    error_ = std::move(error);
-    return false;
-  }
-
-  bool append(std::string_view line) {
+  Result<void> append(std::string_view line) {
     if (result_.size() + line.size() + 1 > most_) {
-      return fail(fmt::format("the addresses of the playlist take more than {} MiB", most_ >> 20));
+      return refused("the addresses of the playlist take more than {} MiB", most_ >> 20);
     }
     result_.append(line).push_back('\n');
-    return true;
+    return {};
   }
 
-  std::optional<std::string> approved(std::string_view reference, FetchKind kind) {
+  Result<std::string> approved(std::string_view reference, FetchKind kind) {
     if (++entries_ > kMostPlaylistEntries) {
-      fail(fmt::format("the playlist has more than {} entries", kMostPlaylistEntries));
-      return std::nullopt;
+      return refused("the playlist has more than {} entries", kMostPlaylistEntries);
     }
-    auto address = nameAddress_(std::string(reference), kind, error_);
+    auto address = nameAddress_(std::string(reference), kind);
     // It has to fit between quotation marks, on one line.
     if (address && address->find_first_of("\"\r\n") != address->npos) {
-      fail("an address of the playlist has quotation marks");
-      return std::nullopt;
+      return refused("an address of the playlist has quotation marks");
     }
     return address;
   }
 
-  bool addAddress(std::string_view line) {
+  Result<void> addAddress(std::string_view line) {
     const bool playlist = std::exchange(nextIsPlaylist_, false);
     const auto address = approved(line, playlist ? FetchKind::kPlaylist : FetchKind::kMedia);
-    return address && append(*address);
+    if (!address) return tl::unexpected(address.error());
+    return append(*address);
   }
 
-  bool addTag(const AddressTag& tag, std::string_view list) {
+  Result<void> addTag(const AddressTag& tag, std::string_view list) {
     const auto attributes = attributesIn(list);
-    if (!attributes)
-      return fail(fmt::format("the tag {} of the playlist cannot be read", tag.name));
+    if (!attributes) return refused("the tag {} of the playlist cannot be read", tag.name);
     std::string line = fmt::format("{}:", tag.name);
     for (const Attribute& attribute : *attributes) {
       if (!line.ends_with(':')) line += ',';
@@ -134,7 +128,7 @@ class Rewriter {
       std::string_view reference = attribute.value;
       if (reference.starts_with('"')) reference = reference.substr(1, reference.size() - 2);
       const auto address = approved(reference, tag.kind);
-      if (!address) return false;
+      if (!address) return tl::unexpected(address.error());
       line += fmt::format("\"{}\"", *address);
     }
     return append(line);
@@ -142,7 +136,6 @@ class Rewriter {
 
   const std::size_t most_;
   const NameAddress& nameAddress_;
-  std::string& error_;
   std::string result_;
   std::size_t entries_ = 0;
   bool nextIsPlaylist_ = false;
@@ -167,17 +160,18 @@ std::optional<bool> beginsPlaylist(std::span<const uint8_t> bytes) {
   return text.starts_with(kFirstLine);
 }
 
-std::optional<std::string> rewritePlaylist(std::string_view text, std::size_t most,
-                                           const NameAddress& nameAddress, std::string& error) {
+Result<std::string> rewritePlaylist(std::string_view text, std::size_t most,
+                                    const NameAddress& nameAddress) {
   if (text.find('\0') != text.npos ||
       !g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
-    error = "the playlist is not text";
-    return std::nullopt;
+    return refused("the playlist is not text");
   }
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  Rewriter rewriter(most, nameAddress, error);
+  Rewriter rewriter(most, nameAddress);
   while (!text.empty()) {
-    if (!rewriter.add(takeLine(text))) return std::nullopt;
+    if (const auto added = rewriter.add(takeLine(text)); !added) {
+      return tl::unexpected(added.error());
+    }
   }
   return rewriter.take();
 }

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "fetch/fetch_uri.h"
 
 namespace NimboEngine {
@@ -28,13 +29,12 @@ inline constexpr std::size_t kPlaylistGrowth = 8;
 // Returns whether `bytes` begin a playlist. None: too few bytes to decide.
 std::optional<bool> beginsPlaylist(std::span<const uint8_t> bytes);
 
-// Returns the form in which an address of the playlist is passed on; none if it is refused, with a
-// text in `error`.
-using NameAddress = std::function<std::optional<std::string>(const std::string& reference,
-                                                             FetchKind kind, std::string& error)>;
+// Returns the form in which an address of the playlist is passed on, or why it is refused.
+using NameAddress =
+    std::function<Result<std::string>(const std::string& reference, FetchKind kind)>;
 
-// `most` limits the size of the result. Without a value, `error` describes the defect.
-std::optional<std::string> rewritePlaylist(std::string_view text, std::size_t most,
-                                           const NameAddress& nameAddress, std::string& error);
+// `most` limits the size of the result.
+Result<std::string> rewritePlaylist(std::string_view text, std::size_t most,
+                                    const NameAddress& nameAddress);
 
 }  // namespace NimboEngine

@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
 #include "gst/pipeline.h"
 
 namespace NimboEngine {
@@ -19,8 +20,8 @@ class Source {
  public:
   virtual ~Source() = default;
 
-  // Builds the pipeline, not started. Returns null on failure, with a text in `error`.
-  virtual std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) = 0;
+  // Builds the pipeline, not started. Never null.
+  virtual Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) = 0;
 
   // Rewinds at the end of the media. Returns false if the pipeline must be restarted instead.
   virtual bool rewind(Pipeline&) { return false; }

@@ -66,16 +66,15 @@ void SourceRunner::State::run() {
 
 // Returns the error that ended the source; empty if it was asked to end.
 std::string SourceRunner::State::work() {
-  std::string error;
-  const std::unique_ptr<Source> source = make(error);
-  if (!source) return error;
+  const auto source = make();
+  if (!source) return source.error().text;
   auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
     if (message.kind != Kind::kBuffering) self->send(message);
   };
   for (;;) {
-    const std::unique_ptr<Pipeline> pipeline = source->build(onMessage, error);
-    if (!pipeline) return error;
-    error = follow(*source, *pipeline);
+    const auto pipeline = (*source)->build(onMessage);
+    if (!pipeline) return pipeline.error().text;
+    const std::string error = follow(**source, **pipeline);
     if (!error.empty() || !shouldRestart) return error;
     shouldRestart = false;
     mayRestart = false;

@@ -20,7 +20,7 @@ namespace NimboEngine {
 
 class SourceRunner {
  public:
-  using MakeSource = std::function<std::unique_ptr<Source>(std::string& error)>;
+  using MakeSource = std::function<Result<std::unique_ptr<Source>>()>;
   using FailureCallback = std::function<void(const std::string& message)>;
 
   // A source that keeps running until its successor has `begun`, or has ended without beginning.
@@ -29,8 +29,7 @@ class SourceRunner {
     std::function<bool()> begun;
   };
 
-  // `name` appears in log lines. `make` is called on the runner's thread; it returns null, with a
-  // text in `error`, if there is no such source.
+  // `name` appears in log lines. `make` is called on the runner's thread.
   SourceRunner(std::string name, MakeSource make, FailureCallback onFailure,
                Predecessor predecessor = {});
   ~SourceRunner();

@@ -84,7 +84,7 @@ class AudioOutput::Sink final : public Source {
   explicit Sink(std::shared_ptr<Input> input) : input_(std::move(input)) {}
   ~Sink() override { input_->set(nullptr); }
 
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override {
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override {
     auto pipeline = Pipeline::parse(
         "audio output",
         fmt::format("appsrc name=source is-live=true format=time block=false "
@@ -97,13 +97,10 @@ class AudioOutput::Sink final : public Source {
                     kMostWaitingBytes, GST_AUDIO_NE(S16), kPlayedAudio.rate, kPlayedAudio.channels,
                     kAlignmentNs, kDeviceBufferUs, kDevicePeriodUs),
         std::move(handler));
-    if (pipeline) {
-      // Presentation times already include the output's latency.
-      gst_pipeline_set_latency(GST_PIPELINE(pipeline->get()), 0);
-      input_->set(pipeline.get());
-    } else {
-      error = "it cannot be built";
-    }
+    if (!pipeline) return failed(LumoRtc::kLumoLiveNotSupported, "it cannot be built");
+    // Presentation times already include the output's latency.
+    gst_pipeline_set_latency(GST_PIPELINE(pipeline->get()), 0);
+    input_->set(pipeline.get());
     return pipeline;
   }
 
@@ -120,7 +117,7 @@ AudioOutput::~AudioOutput() {
 void AudioOutput::open() {
   if (runner_) return;
   runner_.emplace(
-      "audio output", [input = input_](std::string&) { return std::make_unique<Sink>(input); },
+      "audio output", [input = input_] { return std::make_unique<Sink>(input); },
       [](const std::string&) {});
 }
 

@@ -8,10 +8,10 @@
 namespace NimboEngine {
 
 ScreenReader::Outcome PortalReader::open() {
-  std::string error;
-  const auto answer = portal_.ask(error);
-  if (answer == ScreenPortal::Answer::kRefused) return ended(Outcome::kRefused, error);
-  if (answer == ScreenPortal::Answer::kFailed) return ended(Outcome::kGone, error);
+  if (const auto answer = portal_.ask(); !answer) {
+    const bool refused = answer.error().code == ScreenPortal::Failure::kRefused;
+    return ended(refused ? Outcome::kRefused : Outcome::kGone, answer.error().text);
+  }
   // Copied, since the frames are in the desktop's memory, which disappears when the sharing ends.
   pipeline_ = Pipeline::parse(
       "portal",

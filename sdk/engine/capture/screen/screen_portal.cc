@@ -13,6 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
+using Failure = ScreenPortal::Failure;
 
 constexpr char kPortal[] = "org.freedesktop.portal.Desktop";
 constexpr char kPath[] = "/org/freedesktop/portal/desktop";
@@ -53,20 +54,17 @@ std::string textOf(GError* failure) {
   return owned ? owned->message : "unknown reason";
 }
 
-GlibPtr<GDBusConnection> connectToBus(GCancellable* cancelled, std::string& error) {
+Result<GlibPtr<GDBusConnection>, Failure> connectToBus(GCancellable* cancelled) {
   const std::string address = busAddress();
-  if (address.empty()) {
-    error = "there is no session bus";
-    return nullptr;
-  }
+  if (address.empty()) return failed(Failure::kFailed, "there is no session bus");
   GError* failure = nullptr;
   GlibPtr<GDBusConnection> connection(g_dbus_connection_new_for_address_sync(
       address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, cancelled, &failure));
-  if (!connection) error = fmt::format("the session bus cannot be reached: {}", textOf(failure));
-  return connection;
+  if (connection) return connection;
+  return failed(Failure::kFailed, "the session bus cannot be reached: {}", textOf(failure));
 }
 
 // Returns a numeric property of the portal.
@@ -107,9 +105,8 @@ guint subscribe(GDBusConnection* connection, const char* interface, const char* 
 }  // namespace
 
 bool ScreenPortal::isThere() {
-  std::string error;
-  const auto connection = connectToBus(nullptr, error);
-  return connection && property(connection.get(), "version", 1000ms, nullptr);
+  const auto connection = connectToBus(nullptr);
+  return connection && property(connection->get(), "version", 1000ms, nullptr);
 }
 
 ScreenPortal::ScreenPortal(GCancellable* cancelled, const Timeouts& timeouts)
@@ -127,15 +124,14 @@ ScreenPortal::~ScreenPortal() {
   }
 }
 
-ScreenPortal::Answer ScreenPortal::ask(std::string& error) {
+ScreenPortal::Answer ScreenPortal::ask() {
   const ContextOfThread own(context_.get());
-  if (!connect(error)) return Answer::kFailed;
-  for (const auto step : {&ScreenPortal::createSession, &ScreenPortal::selectSources,
-                          &ScreenPortal::start, &ScreenPortal::openRemote}) {
-    const Answer answer = (this->*step)(error);
-    if (answer != Answer::kShared) return answer;
+  for (const auto step :
+       {&ScreenPortal::connect, &ScreenPortal::createSession, &ScreenPortal::selectSources,
+        &ScreenPortal::start, &ScreenPortal::openRemote}) {
+    if (Answer answer = (this->*step)(); !answer) return answer;
   }
-  return Answer::kShared;
+  return {};
 }
 
 bool ScreenPortal::isShared() {
@@ -145,43 +141,43 @@ bool ScreenPortal::isShared() {
   return !closed_ && !g_dbus_connection_is_closed(connection_.get());
 }
 
-bool ScreenPortal::connect(std::string& error) {
-  connection_ = connectToBus(cancelled_, error);
-  return connection_ != nullptr;
-}
-
 // --------------------------------------------------------------------------------------- the steps
 
-ScreenPortal::Answer ScreenPortal::createSession(std::string& error) {
+ScreenPortal::Answer ScreenPortal::connect() {
+  auto connection = connectToBus(cancelled_);
+  if (!connection) return tl::unexpected(connection.error());
+  connection_ = std::move(*connection);
+  return {};
+}
+
+ScreenPortal::Answer ScreenPortal::createSession() {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&options, "{sv}", "session_handle_token", g_variant_new_string("nimbo"));
-  Response response;
-  const Answer answer = request("CreateSession", {}, options, timeouts_.portal, response, error);
-  if (answer != Answer::kShared) return answer;
-  const GlibPtr<GVariant> handle(
-      g_variant_lookup_value(response.results.get(), "session_handle", nullptr));
+  const auto results = request("CreateSession", {}, options, timeouts_.portal);
+  if (!results) return tl::unexpected(results.error());
+  const GlibPtr<GVariant> handle(g_variant_lookup_value(results->get(), "session_handle", nullptr));
   if (!handle || !g_variant_is_object_path(g_variant_get_string(handle.get(), nullptr))) {
-    error = "the portal names no session";
-    return Answer::kFailed;
+    return failed(Failure::kFailed, "the portal names no session");
   }
   session_ = g_variant_get_string(handle.get(), nullptr);
   closedSubscription_ =
       subscribe<bool>(connection_.get(), "org.freedesktop.portal.Session", "Closed", session_,
                       &closed_, [](bool& closed, GVariant*) { closed = true; });
-  return Answer::kShared;
+  return {};
 }
 
-ScreenPortal::Answer ScreenPortal::selectSources(std::string& error) {
+ScreenPortal::Answer ScreenPortal::selectSources() {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&options, "{sv}", "types", g_variant_new_uint32(kMonitorsAndWindows));
   if (canShowPointer()) {
     g_variant_builder_add(&options, "{sv}", "cursor_mode", g_variant_new_uint32(kPointerInFrame));
   }
-  Response response;
-  return request("SelectSources", {g_variant_new_object_path(session_.c_str())}, options,
-                 timeouts_.portal, response, error);
+  const auto results = request("SelectSources", {g_variant_new_object_path(session_.c_str())},
+                               options, timeouts_.portal);
+  if (!results) return tl::unexpected(results.error());
+  return {};
 }
 
 bool ScreenPortal::canShowPointer() {
@@ -190,25 +186,23 @@ bool ScreenPortal::canShowPointer() {
   return modes && (*modes & kPointerInFrame) != 0;
 }
 
-ScreenPortal::Answer ScreenPortal::start(std::string& error) {
+ScreenPortal::Answer ScreenPortal::start() {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-  Response response;
-  const Answer answer =
+  const auto results =
       request("Start", {g_variant_new_object_path(session_.c_str()), g_variant_new_string("")},
-              options, timeouts_.user, response, error);
-  if (answer != Answer::kShared) return answer;
+              options, timeouts_.user);
+  if (!results) return tl::unexpected(results.error());
   GVariantIter* streams = nullptr;
-  if (g_variant_lookup(response.results.get(), "streams", "a(ua{sv})", &streams)) {
+  if (g_variant_lookup(results->get(), "streams", "a(ua{sv})", &streams)) {
     const bool any = g_variant_iter_next(streams, "(u@a{sv})", &node_, nullptr) != FALSE;
     g_variant_iter_free(streams);
-    if (any) return Answer::kShared;
+    if (any) return {};
   }
-  error = "the portal names no stream";
-  return Answer::kFailed;
+  return failed(Failure::kFailed, "the portal names no stream");
 }
 
-ScreenPortal::Answer ScreenPortal::openRemote(std::string& error) {
+ScreenPortal::Answer ScreenPortal::openRemote() {
   GError* failure = nullptr;
   GUnixFDList* list = nullptr;
   const GlibPtr<GVariant> reply(g_dbus_connection_call_with_unix_fd_list_sync(
@@ -218,25 +212,22 @@ ScreenPortal::Answer ScreenPortal::openRemote(std::string& error) {
       cancelled_, &failure));
   const GlibPtr<GUnixFDList> descriptors(list);
   if (!reply) {
-    error = fmt::format("the portal does not open PipeWire: {}", textOf(failure));
-    return Answer::kFailed;
+    return failed(Failure::kFailed, "the portal does not open PipeWire: {}", textOf(failure));
   }
   gint32 index = 0;
   g_variant_get(reply.get(), "(h)", &index);
   remote_ = descriptors ? g_unix_fd_list_get(descriptors.get(), index, nullptr) : -1;
-  if (remote_ >= 0) return Answer::kShared;
-  error = "the portal opens PipeWire without a descriptor";
-  return Answer::kFailed;
+  if (remote_ >= 0) return {};
+  return failed(Failure::kFailed, "the portal opens PipeWire without a descriptor");
 }
 
-// -------------------------------------------------------------------------------------- one
-// request
+// ------------------------------------------------------------------------------------ one request
 
-// kShared: it has completed, and `response` holds the results.
-ScreenPortal::Answer ScreenPortal::request(const char* method, std::vector<GVariant*> arguments,
-                                           GVariantBuilder& options,
-                                           std::chrono::milliseconds timeout, Response& response,
-                                           std::string& error) {
+Result<GlibPtr<GVariant>, Failure> ScreenPortal::request(const char* method,
+                                                         std::vector<GVariant*> arguments,
+                                                         GVariantBuilder& options,
+                                                         std::chrono::milliseconds timeout) {
+  Response response;
   const std::string token = fmt::format("nimbo{}", ++requests_);
   g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));
   arguments.push_back(g_variant_builder_end(&options));
@@ -254,26 +245,25 @@ ScreenPortal::Answer ScreenPortal::request(const char* method, std::vector<GVari
                             received.results.reset(results);
                             received.arrived = true;
                           });
-  const bool called = call(method, g_variant_new_tuple(arguments.data(), arguments.size()), error);
+  const Answer called = call(method, g_variant_new_tuple(arguments.data(), arguments.size()));
   const bool answered = called && wait(response, timeout);
   g_dbus_connection_signal_unsubscribe(connection_.get(), subscription);
-  if (!called) return Answer::kFailed;
-  if (answered && response.code == kDone) return Answer::kShared;
+  if (!called) return tl::unexpected(called.error());
+  if (answered && response.code == kDone) return std::move(response.results);
   if (answered && response.code == kCancelledByUser) {
-    error = "the user does not want to share the screen";
-    return Answer::kRefused;
+    return failed(Failure::kRefused, "the user does not want to share the screen");
   }
-  error = fmt::format("the portal {} {}", answered ? "refuses" : "does not answer", method);
-  return Answer::kFailed;
+  return failed(Failure::kFailed, "the portal {} {}", answered ? "refuses" : "does not answer",
+                method);
 }
 
-bool ScreenPortal::call(const char* method, GVariant* arguments, std::string& error) {
+ScreenPortal::Answer ScreenPortal::call(const char* method, GVariant* arguments) {
   GError* failure = nullptr;
   const GlibPtr<GVariant> reply(g_dbus_connection_call_sync(
       connection_.get(), kPortal, kPath, kScreenCast, method, arguments, G_VARIANT_TYPE("(o)"),
       G_DBUS_CALL_FLAGS_NONE, static_cast<gint>(timeouts_.portal.count()), cancelled_, &failure));
-  if (!reply) error = fmt::format("the portal fails at {}: {}", method, textOf(failure));
-  return reply != nullptr;
+  if (reply) return {};
+  return failed(Failure::kFailed, "the portal fails at {}: {}", method, textOf(failure));
 }
 
 // Returns false if it is cancelled, the bus connection breaks or the timeout expires.

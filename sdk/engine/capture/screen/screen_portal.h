@@ -10,7 +10,7 @@
 // Thread: one thread; `cancelled` may be cancelled on any, and ends every wait immediately.
 // Ownership: a bus connection of its own. The portal closes chooser and session when the connection
 //   closes, which happens in the destructor.
-// Failure: an Answer and an error text; a portal that does not answer within 5 s, or a user within
+// Failure: an error; a portal that does not answer within 5 s, or a user within
 //   three minutes, is a failure too.
 
 #pragma once
@@ -22,12 +22,14 @@
 #include <vector>
 
 #include "base/glib_ptr.h"
+#include "base/result.h"
 
 namespace NimboEngine {
 
 class ScreenPortal {
  public:
-  enum class Answer { kShared, kRefused, kFailed };
+  enum class Failure { kRefused, kFailed };  // by the user; for any other reason
+  using Answer = Result<void, Failure>;
 
   struct Timeouts {
     std::chrono::milliseconds portal{5000};
@@ -43,8 +45,8 @@ class ScreenPortal {
   ScreenPortal(const ScreenPortal&) = delete;
   ScreenPortal& operator=(const ScreenPortal&) = delete;
 
-  // To be called once; `error` describes why nothing is shared.
-  Answer ask(std::string& error);
+  // To be called once. Fails if nothing is shared.
+  Answer ask();
 
   // The PipeWire connection, and the shared stream there. The descriptor stays the portal's.
   int remote() const { return remote_; }
@@ -61,14 +63,16 @@ class ScreenPortal {
     GlibPtr<GVariant> results;
   };
 
-  bool connect(std::string& error);
-  Answer createSession(std::string& error);
-  Answer selectSources(std::string& error);
-  Answer start(std::string& error);
-  Answer openRemote(std::string& error);
-  Answer request(const char* method, std::vector<GVariant*> arguments, GVariantBuilder& options,
-                 std::chrono::milliseconds timeout, Response& response, std::string& error);
-  bool call(const char* method, GVariant* arguments, std::string& error);
+  Answer connect();
+  Answer createSession();
+  Answer selectSources();
+  Answer start();
+  Answer openRemote();
+  // Returns the results of the request.
+  Result<GlibPtr<GVariant>, Failure> request(const char* method, std::vector<GVariant*> arguments,
+                                             GVariantBuilder& options,
+                                             std::chrono::milliseconds timeout);
+  Answer call(const char* method, GVariant* arguments);
   bool wait(const Response& response, std::chrono::milliseconds timeout);
   bool canShowPointer();
 

@@ -115,10 +115,9 @@ class StillImageTest : public testing::Test {
   }
 
   static std::string errorOf(const std::string& path) {
-    std::string error;
-    const DecodedImage image = decodeImageFile(path, error);
-    EXPECT_FALSE(image.pixels);
-    return error;
+    const auto image = decodeImageFile(path);
+    EXPECT_FALSE(image);
+    return image ? "" : image.error().text;
   }
 
   const std::filesystem::path folder_;
@@ -185,6 +184,16 @@ TEST_F(StillImageTest, TooLargeImagesAreNotDecoded) {
   EXPECT_EQ(errorOf(file("long.png")), "it has 32000001 bytes; 32000000 are allowed");
 }
 
+// A buffer with fewer bytes than the size needs cannot be mapped.
+TEST_F(StillImageTest, PixelsThatCannotBeMappedHaveAText) {
+  DecodedImage image;
+  gst_video_info_set_format(&image.info, GST_VIDEO_FORMAT_RGBA, 160, 120);
+  image.pixels.reset(gst_buffer_new_allocate(nullptr, 16, nullptr));
+  const auto frame = fitImage(image, kVideoFormat);
+  ASSERT_FALSE(frame);
+  EXPECT_EQ(frame.error().text, "its pixels cannot be converted");
+}
+
 TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
   const std::string first = makeImage("first.png", "pngenc", 160, 120);
   std::ofstream(first, std::ios::binary | std::ios::app) << blackPng(20'000, 20'000);
@@ -194,11 +203,10 @@ TEST_F(StillImageTest, OnlyTheFirstImageOfAFileIsDecoded) {
   for (const std::string& path : {first, photo}) {
     resetPeakMemory();
     const ptrdiff_t before = peakMemoryKiB();
-    std::string error;
-    const DecodedImage image = decodeImageFile(path, error);
-    ASSERT_TRUE(image.pixels) << error;
-    EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&image.info), 160);
-    EXPECT_EQ(GST_VIDEO_INFO_HEIGHT(&image.info), 120);
+    const auto image = decodeImageFile(path);
+    ASSERT_TRUE(image) << image.error().text;
+    EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&image->info), 160);
+    EXPECT_EQ(GST_VIDEO_INFO_HEIGHT(&image->info), 120);
     EXPECT_LT(peakMemoryKiB() - before, 16 * 1024) << path;
   }
 }

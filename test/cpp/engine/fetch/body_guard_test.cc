@@ -16,9 +16,9 @@ SourceSettings settings() {
   return small;
 }
 
-std::optional<std::string> name(const std::string& reference, FetchKind, std::string& error) {
-  error = "no";
-  return reference == "bad" ? std::nullopt : std::optional("named-" + reference);
+Result<std::string> name(const std::string& reference, FetchKind) {
+  if (reference == "bad") return refused("no");
+  return "named-" + reference;
 }
 
 struct Outcome {

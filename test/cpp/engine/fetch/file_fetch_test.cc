@@ -53,9 +53,8 @@ TEST_F(FileFetchTest, NamesFilesOfItsFolder) {
   FileFetch file({1, FetchKind::kStream, std::nullopt, path("list/list.m3u8")});
   ASSERT_FALSE(file.open({}));
   const NameAddress name = file.nameAddress();
-  std::string error;
   const auto named = [&](const std::string& reference) {
-    return name(reference, FetchKind::kMedia, error).value_or("refused");
+    return name(reference, FetchKind::kMedia).value_or("refused");
   };
   const std::string prefix = "nimbo:1:media:file:";
   EXPECT_EQ(named("a%20b.ts"), prefix + path("list/a b.ts"));

@@ -163,12 +163,12 @@ TEST(HttpFetch, NamesWhatAPlaylistMayName) {
   HttpFetch fetching({3, FetchKind::kStream, std::nullopt, server.address("/a/list.m3u8?t=1")}, {});
   ASSERT_FALSE(fetching.open({}));
   const NameAddress name = fetching.nameAddress();
-  std::string error;
-  const auto named = name("b.ts", FetchKind::kMedia, error);
-  ASSERT_TRUE(named) << error;
+  const auto named = name("b.ts", FetchKind::kMedia);
+  ASSERT_TRUE(named) << named.error().text;
   EXPECT_EQ(*named, "nimbo:3:media:http-local:" + server.address("/a/b.ts"));
-  EXPECT_FALSE(name("udp://h:1", FetchKind::kMedia, error));
-  EXPECT_EQ(error, "an address has the scheme udp, not http or https");
+  const auto udp = name("udp://h:1", FetchKind::kMedia);
+  ASSERT_FALSE(udp);
+  EXPECT_EQ(udp.error().text, "an address has the scheme udp, not http or https");
 }
 
 TEST(HttpFetch, ErrorsNameHostAndPortAtMost) {

@@ -6,22 +6,20 @@ namespace NimboEngine {
 namespace {
 
 HttpUrl parse(const std::string& text) {
-  std::string error;
-  const auto url = parseHttpUrl(text, error);
-  EXPECT_TRUE(url) << text << ": " << error;
+  const auto url = parseHttpUrl(text);
+  EXPECT_TRUE(url) << text << ": " << url.error().text;
   return url.value_or(HttpUrl{});
 }
 
 std::string errorOf(const std::string& text) {
-  std::string error;
-  EXPECT_FALSE(parseHttpUrl(text, error)) << text;
-  return error;
+  const auto url = parseHttpUrl(text);
+  EXPECT_FALSE(url) << text;
+  return url ? "" : url.error().text;
 }
 
 std::string resolved(const std::string& base, const std::string& reference) {
-  std::string error;
-  const auto url = resolveHttpUrl(base, reference, error);
-  return url ? url->text() : "refused: " + error;
+  const auto url = resolveHttpUrl(base, reference);
+  return url ? url->text() : "refused: " + url.error().text;
 }
 
 TEST(HttpUrl, IsParsed) {

@@ -12,20 +12,14 @@ namespace {
 constexpr std::size_t kMost = 100'000;
 
 // Names each address "<kind of address>", and refuses "bad".
-std::optional<std::string> listedName(const std::string& reference, FetchKind kind,
-                                      std::string& error) {
-  if (reference == "bad") {
-    error = "it is bad";
-    return std::nullopt;
-  }
+Result<std::string> listedName(const std::string& reference, FetchKind kind) {
+  if (reference == "bad") return refused("it is bad");
   return fmt::format("<{} {}>", static_cast<int>(kind), reference);
 }
 
 std::string rewritten(const std::string& text) {
-  std::string error;
-  const auto result = rewritePlaylist(text, kMost, listedName, error);
-  EXPECT_EQ(error.empty(), result.has_value()) << error;
-  return result.value_or("refused: " + error);
+  const auto result = rewritePlaylist(text, kMost, listedName);
+  return result ? *result : "refused: " + result.error().text;
 }
 
 std::optional<bool> begins(std::string_view text) {
@@ -87,35 +81,34 @@ TEST(Playlist, HidesNothing) {
 }
 
 TEST(Playlist, OneRefusedAddressRefusesAll) {
-  const std::string refused = "refused: it is bad";
-  EXPECT_EQ(rewritten("#EXTM3U\na\nbad\n"), refused);
-  EXPECT_EQ(rewritten("#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"bad\"\na\n"), refused);
-  EXPECT_EQ(rewritten("#EXTM3U\n#EXT-X-MAP:URI=\"bad\"\na\n"), refused);
+  const std::string refusal = "refused: it is bad";
+  EXPECT_EQ(rewritten("#EXTM3U\na\nbad\n"), refusal);
+  EXPECT_EQ(rewritten("#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"bad\"\na\n"), refusal);
+  EXPECT_EQ(rewritten("#EXTM3U\n#EXT-X-MAP:URI=\"bad\"\na\n"), refusal);
 }
 
 TEST(Playlist, BinaryDataIsRefused) {
-  const std::string refused = "refused: the playlist is not text";
-  EXPECT_EQ(rewritten(std::string("#EXTM3U\na\0b\n", 12)), refused);
-  EXPECT_EQ(rewritten("#EXTM3U\n\xff\n"), refused);
+  const std::string refusal = "refused: the playlist is not text";
+  EXPECT_EQ(rewritten(std::string("#EXTM3U\na\0b\n", 12)), refusal);
+  EXPECT_EQ(rewritten("#EXTM3U\n\xff\n"), refusal);
 }
 
 TEST(Playlist, AnAddressStaysOnItsLine) {
   for (const char* given : {"a\"b", "a\nb", "a\rb"}) {
-    std::string error;
-    const NameAddress same = [&](const std::string&, FetchKind, std::string&) {
-      return std::optional<std::string>(given);
+    const NameAddress same = [&](const std::string&, FetchKind) {
+      return Result<std::string>(given);
     };
-    EXPECT_FALSE(rewritePlaylist("#EXTM3U\nx\n", kMost, same, error)) << given;
+    EXPECT_FALSE(rewritePlaylist("#EXTM3U\nx\n", kMost, same)) << given;
   }
 }
 
 TEST(Playlist, HasLimits) {
   std::string text = "#EXTM3U\n";
   for (std::size_t i = 0; i <= kMostPlaylistEntries; ++i) text += "a\n";
-  std::string error;
-  EXPECT_FALSE(rewritePlaylist(text, 100'000'000, listedName, error));
-  EXPECT_EQ(error, "the playlist has more than 50000 entries");
-  EXPECT_FALSE(rewritePlaylist("#EXTM3U\naaaa\n", 10, listedName, error));
+  const auto tooMany = rewritePlaylist(text, 100'000'000, listedName);
+  ASSERT_FALSE(tooMany);
+  EXPECT_EQ(tooMany.error().text, "the playlist has more than 50000 entries");
+  EXPECT_FALSE(rewritePlaylist("#EXTM3U\naaaa\n", 10, listedName));
 }
 
 }  // namespace

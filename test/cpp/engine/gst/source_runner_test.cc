@@ -31,9 +31,11 @@ class FakeSource : public Source {
   explicit FakeSource(std::string description, std::shared_future<void> gate = {})
       : description_(std::move(description)), gate_(std::move(gate)) {}
 
-  std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string&) override {
+  Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override {
     if (gate_.valid()) gate_.wait();
-    return Pipeline::parse("fake", description_, std::move(handler));
+    auto pipeline = Pipeline::parse("fake", description_, std::move(handler));
+    if (!pipeline) return refused("its pipeline cannot be built");
+    return pipeline;
   }
 
  private:
@@ -43,19 +45,14 @@ class FakeSource : public Source {
 
 TEST_F(SourceRunnerTest, ReportsWhyASourceCannotBeBuilt) {
   const SourceRunner runner(
-      "x",
-      [](std::string& error) -> std::unique_ptr<Source> {
-        error = "no such thing";
-        return nullptr;
-      },
-      collect());
+      "x", [] { return Result<std::unique_ptr<Source>>(refused("no such thing")); }, collect());
   EXPECT_TRUE(failures_.waitFor("no such thing"));
 }
 
 TEST_F(SourceRunnerTest, ReportsAnErrorWhileRunningOnce) {
   const SourceRunner runner(
       "x",
-      [](std::string&) {
+      [] {
         return std::make_unique<FakeSource>("videotestsrc ! identity error-after=3 ! fakesink");
       },
       collect());
@@ -76,9 +73,7 @@ TEST_F(SourceRunnerTest, RestartsASourceThatCannotRewind) {
   EventLog ends;
   const SourceRunner runner(
       "x",
-      [&ends](std::string&) {
-        return std::make_unique<Rounds>("videotestsrc num-buffers=1 ! fakesink", ends);
-      },
+      [&ends] { return std::make_unique<Rounds>("videotestsrc num-buffers=1 ! fakesink", ends); },
       collect());
   EXPECT_TRUE(ends.waitFor("end", 3));
   EXPECT_TRUE(failures_.all().empty());
@@ -91,9 +86,7 @@ TEST_F(SourceRunnerTest, ASourceThatStallsFails) {
   };
   const SourceRunner runner(
       "x",
-      [](std::string&) {
-        return std::make_unique<Silent>("videotestsrc is-live=true ! fakesink async=false");
-      },
+      [] { return std::make_unique<Silent>("videotestsrc is-live=true ! fakesink async=false"); },
       collect());
   EXPECT_TRUE(failures_.waitFor("it delivers no data"));
 }
@@ -102,16 +95,16 @@ TEST_F(SourceRunnerTest, ASourceWithoutDataIsRestartedOnce) {
   struct Undelivering : FakeSource {
     explicit Undelivering(EventLog& log)
         : FakeSource("videotestsrc is-live=true ! fakesink async=false"), builds(log) {}
-    std::unique_ptr<Pipeline> build(Pipeline::Handler handler, std::string& error) override {
+    Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override {
       builds.add("build");
-      return FakeSource::build(std::move(handler), error);
+      return FakeSource::build(std::move(handler));
     }
     int64_t progress() const override { return 0; }
     EventLog& builds;
   };
   EventLog builds;
   const SourceRunner runner(
-      "x", [&builds](std::string&) { return std::make_unique<Undelivering>(builds); }, collect());
+      "x", [&builds] { return std::make_unique<Undelivering>(builds); }, collect());
   EXPECT_TRUE(builds.waitFor("build", 2));
   EXPECT_TRUE(failures_.all().empty());
   EXPECT_TRUE(failures_.waitFor("it delivers no data"));
@@ -130,12 +123,12 @@ struct Mortal : FakeSource {
 SourceRunner::Predecessor mortal(EventLog& ends, std::function<bool()> begun) {
   SourceRunner::Predecessor predecessor;
   predecessor.runner = std::make_unique<SourceRunner>(
-      "mortal", [&ends](std::string&) { return std::make_unique<Mortal>(ends); }, nullptr);
+      "mortal", [&ends] { return std::make_unique<Mortal>(ends); }, nullptr);
   predecessor.begun = std::move(begun);
   return predecessor;
 }
 
-std::unique_ptr<Source> makeQuiet(std::string&) {
+std::unique_ptr<Source> makeQuiet() {
   return std::make_unique<FakeSource>("videotestsrc is-live=true ! fakesink async=false");
 }
 
@@ -158,7 +151,7 @@ TEST_F(SourceRunnerTest, APredecessorEndsWithASuccessorThatFails) {
   EventLog ends;
   const SourceRunner successor(
       "x",
-      [](std::string&) {
+      [] {
         return std::make_unique<FakeSource>("videotestsrc ! identity error-after=1 ! fakesink");
       },
       collect(), mortal(ends, [] { return false; }));
@@ -191,7 +184,7 @@ TEST_F(SourceRunnerTest, AHangingSourceIsDetachedAndNeverReports) {
     belonging = alive;
     const SourceRunner runner(
         "x",
-        [alive, hung = gate.get_future().share()](std::string&) {
+        [alive, hung = gate.get_future().share()] {
           return std::make_unique<FakeSource>("identity ! nosuchelement", hung);
         },
         collect());

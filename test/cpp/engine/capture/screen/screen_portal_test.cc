@@ -16,7 +16,6 @@ namespace NimboEngine::test {
 namespace {
 
 using namespace std::chrono_literals;
-using Answer = ScreenPortal::Answer;
 using Answers = FakePortal::Answers;
 using Calls = std::vector<std::string>;
 
@@ -26,13 +25,17 @@ int openSomething() {
 
 class ScreenPortalTest : public testing::Test {
  protected:
+  enum class Answer { kShared, kRefused, kFailed };
+
   // Asks one portal, with long timeouts unless they are tested.
   Answer ask(const ScreenPortal::Timeouts& timeouts = {.portal = 20'000ms, .user = 20'000ms}) {
     portal_ = std::make_unique<ScreenPortal>(cancelled_.get(), timeouts);
-    error_.clear();
-    const Answer answer = portal_->ask(error_);
-    EXPECT_EQ(error_.empty(), answer == Answer::kShared);
-    return answer;
+    const auto answer = portal_->ask();
+    error_ = answer ? "" : answer.error().text;
+    if (answer) return Answer::kShared;
+    EXPECT_NE(error_, "");
+    return answer.error().code == ScreenPortal::Failure::kRefused ? Answer::kRefused
+                                                                  : Answer::kFailed;
   }
 
   const SessionBus bus_;
