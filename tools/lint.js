@@ -1,19 +1,20 @@
 'use strict';
 
 // Checks the project's files without running them: formatting, JavaScript lint, the words of the
-// glossary, the engine's include graph, clang-tidy, and that the build compiles every C++ source.
-// Configures build/lint, where each source is compiled alone.
+// glossary, the engine's include graph and how its functions fail, clang-tidy, and that the build
+// compiles every C++ source. Configures build/lint, where each source is compiled alone.
 //
 // Usage: node tools/lint.js
 
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
+const { errorParameters } = require('./lib/error_shapes');
 const { glossaryDefects } = require('./lib/glossary');
 const { allowedIncludes, graphDefects, includeGraph } = require('./lib/include_graph');
 const { buildFolder, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 
-/** @param {import('./lib/tally').Tally} tally each of the six checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the seven checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -31,6 +32,13 @@ async function lint(tally) {
 
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
+
+  const parameters = errorParameters(cppFiles);
+  count(
+    tally,
+    parameters.length === 0,
+    `return a Result (base/result.h) instead of an error's text: ${parameters.join(', ')}`,
+  );
 
   const configured = await run('cmake', ['--preset', 'lint'], { capture: true });
   if (!configured.ok) throw new Error(`cmake --preset lint: ${configured.output}`);
