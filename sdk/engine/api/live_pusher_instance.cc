@@ -1,7 +1,6 @@
 // The process's one pusher.
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -9,6 +8,7 @@
 #include "api/live_pusher.h"
 #include "base/capacity.h"
 #include "base/log.h"
+#include "base/mutex.h"
 #include "base/never_destroyed.h"
 #include "base/process_exit.h"
 
@@ -18,8 +18,8 @@ namespace {
 // Never destroyed: a pusher that outlived its stage of the process's exit must not go in the middle
 // of the process's other destructors.
 struct Instance {
-  std::mutex mutex;
-  std::unique_ptr<LivePusher> pusher;
+  Mutex mutex;
+  std::unique_ptr<LivePusher> pusher NIMBO_GUARDED_BY(mutex);
 };
 
 Instance& theInstance() {
@@ -41,7 +41,7 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
   };
   const auto settings = NimboEngine::parseSettings(extraConfig);
   if (!settings) return refuse("the settings cannot be used: " + settings.error().text);
-  std::lock_guard lock(theInstance().mutex);
+  const NimboEngine::MutexLock lock(theInstance().mutex);
   if (theInstance().pusher) return refuse("there is one already");
   const std::string missing = NimboEngine::missingCapacity();
   if (!missing.empty()) return refuse(missing);
@@ -58,7 +58,7 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
 
 void LumoLivePusher::destroy() {
   // Under the lock: a new pusher must not open the devices before the old one has released them.
-  std::lock_guard lock(theInstance().mutex);
+  const NimboEngine::MutexLock lock(theInstance().mutex);
   theInstance().pusher.reset();
 }
 

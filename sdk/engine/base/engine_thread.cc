@@ -1,6 +1,7 @@
 #include "base/engine_thread.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <future>
 #include <system_error>
 
@@ -26,7 +27,7 @@ EngineThread::EngineThread(const std::string& name) : thread_([this] { loop(); }
 
 EngineThread::~EngineThread() {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
   }
   changed_.notify_all();
@@ -36,7 +37,7 @@ EngineThread::~EngineThread() {
 EngineThread::TaskId EngineThread::postAfter(Clock::duration delay, Task task) {
   TaskId id = 0;
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_) return 0;
     id = ++lastId_;
     tasks_.emplace(Key{Clock::now() + delay, id}, std::move(task));
@@ -47,7 +48,7 @@ EngineThread::TaskId EngineThread::postAfter(Clock::duration delay, Task task) {
 
 void EngineThread::cancel(TaskId id) {
   Task dropped;  // destroyed after the lock: its captures may post
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = std::find_if(tasks_.begin(), tasks_.end(),
                                   [id](const auto& t) { return t.first.second == id; });
   if (found == tasks_.end()) return;
@@ -55,18 +56,29 @@ void EngineThread::cancel(TaskId id) {
   tasks_.erase(found);
 }
 
-void EngineThread::run(const Task& task) {
-  if (isCurrent()) return task();
+bool EngineThread::run(const Task& task) {
+  if (isCurrent()) {
+    task();
+    return true;
+  }
   std::promise<void> done;
   const TaskId id = post([&] {
     attempt(task);
     done.set_value();
   });
-  if (id != 0) done.get_future().wait();
+  if (id == 0) return false;
+  done.get_future().wait();
+  return true;
+}
+
+void EngineThread::assertCurrent() const {
+  if (isCurrent()) return;
+  NIMBO_LOG_ERROR("called on a thread other than its engine thread");
+  std::abort();
 }
 
 void EngineThread::loop() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   for (;;) {
     if (tasks_.empty()) {
       if (stopping_) return;

@@ -10,18 +10,18 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 
+#include "base/mutex.h"
+
 namespace NimboEngine {
 
-class EngineThread {
+class NIMBO_CAPABILITY("thread") EngineThread {
  public:
   using Task = std::function<void()>;
   using Clock = std::chrono::steady_clock;
@@ -45,10 +45,14 @@ class EngineThread {
   void cancel(TaskId id);
 
   // Runs `task` on the engine thread and blocks until it has returned; called on the engine thread,
-  // runs it directly.
-  void run(const Task& task);
+  // runs it directly. After destruction has begun the task is dropped and false returned.
+  bool run(const Task& task);
 
   bool isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
+
+  // Ends the process on any other thread. What is guarded by an engine thread may be used from here
+  // on, to the end of the function.
+  void assertCurrent() const NIMBO_ASSERT_CAPABILITY(this);
 
  private:
   void loop();
@@ -56,11 +60,11 @@ class EngineThread {
   // Due time first, then posting order: equal times keep their order.
   using Key = std::pair<Clock::time_point, TaskId>;
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::map<Key, Task> tasks_;
-  TaskId lastId_ = 0;
-  bool stopping_ = false;
+  Mutex mutex_;
+  ConditionVariable changed_;
+  std::map<Key, Task> tasks_ NIMBO_GUARDED_BY(mutex_);
+  TaskId lastId_ NIMBO_GUARDED_BY(mutex_) = 0;
+  bool stopping_ NIMBO_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

@@ -3,10 +3,10 @@
 #include <array>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/mutex.h"
 #include "base/never_destroyed.h"
 
 namespace NimboEngine {
@@ -17,9 +17,9 @@ constexpr std::string_view kEllipsis = "…";
 using Slot = std::array<char, kTextBytes>;
 
 struct Texts {
-  std::mutex mutex;
-  std::vector<std::unique_ptr<Slot>> slots;
-  std::size_t next = 0;  // the oldest, once all are in use
+  Mutex mutex;
+  std::vector<std::unique_ptr<Slot>> slots NIMBO_GUARDED_BY(mutex);
+  std::size_t next NIMBO_GUARDED_BY(mutex) = 0;  // the oldest, once all are in use
 };
 
 std::string shortened(std::string_view text) {
@@ -34,7 +34,7 @@ std::string shortened(std::string_view text) {
 const char* internText(std::string_view given) {
   static NeverDestroyed<Texts> texts;
   const std::string text = shortened(given);
-  const std::lock_guard lock(texts->mutex);
+  const MutexLock lock(texts->mutex);
   for (const auto& slot : texts->slots) {
     if (text == slot->data()) return slot->data();
   }

@@ -10,10 +10,10 @@
 #pragma once
 
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
+
+#include "base/mutex.h"
 
 namespace NimboEngine {
 
@@ -21,9 +21,9 @@ template <class Listener>
 class ListenerSlot {
  public:
   void set(Listener* listener) {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     listener_ = listener;
-    idle_.wait(lock, [this] {
+    idle_.wait(lock, [this]() NIMBO_REQUIRES(mutex_) {
       const auto self = std::this_thread::get_id();
       return std::all_of(callers_.begin(), callers_.end(), [self](auto id) { return id == self; });
     });
@@ -43,13 +43,13 @@ class ListenerSlot {
   // One call in progress.
   struct Running {
     explicit Running(ListenerSlot& owner) : slot(owner) {
-      std::lock_guard lock(slot.mutex_);
+      const MutexLock lock(slot.mutex_);
       listener = slot.listener_;
       slot.callers_.push_back(std::this_thread::get_id());
     }
     ~Running() {
       {
-        std::lock_guard lock(slot.mutex_);
+        const MutexLock lock(slot.mutex_);
         auto& callers = slot.callers_;
         callers.erase(std::find(callers.begin(), callers.end(), std::this_thread::get_id()));
         // Under the lock: set() may return, and the slot be destroyed, as soon as the lock is
@@ -64,10 +64,10 @@ class ListenerSlot {
     Listener* listener = nullptr;
   };
 
-  std::mutex mutex_;
-  std::condition_variable idle_;
-  Listener* listener_ = nullptr;
-  std::vector<std::thread::id> callers_;
+  Mutex mutex_;
+  ConditionVariable idle_;
+  Listener* listener_ NIMBO_GUARDED_BY(mutex_) = nullptr;
+  std::vector<std::thread::id> callers_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "base/log_file.h"
+#include "base/mutex.h"
 #include "base/never_destroyed.h"
 
 namespace NimboEngine {
@@ -17,9 +17,9 @@ constexpr char kScriptTag[] = "Electron-JS";
 
 struct Log {
   std::atomic<int> level{kLogInfo};
-  std::mutex mutex;  // guards the two below
-  bool console = false;
-  std::unique_ptr<LogFile> file;
+  Mutex mutex;
+  bool console NIMBO_GUARDED_BY(mutex) = false;
+  std::unique_ptr<LogFile> file NIMBO_GUARDED_BY(mutex);
 };
 
 // Never destroyed: capture and network threads may still write while the process exits.
@@ -50,7 +50,7 @@ void setLogLevel(int level) {
 }
 
 void setLogConsole(bool enabled) {
-  std::lock_guard lock(theLog().mutex);
+  const MutexLock lock(theLog().mutex);
   theLog().console = enabled;
 }
 
@@ -59,7 +59,7 @@ bool setLogDirectory(const char* directory, int maxMiB) {
   const std::size_t fileSize = static_cast<std::size_t>(maxMiB) * 1024 * 1024 / LogFile::kFileCount;
   std::string error;
   {
-    std::lock_guard lock(theLog().mutex);  // no thread may write to files that are being removed
+    const MutexLock lock(theLog().mutex);  // no thread may write to files that are being removed
     auto file = LogFile::open(directory, fileSize);
     if (file) {
       theLog().file.swap(*file);
@@ -79,7 +79,7 @@ void writeLog(int level, const char* tag, const LogSite& site, std::string_view 
   if (!isLogged(level)) return;
   const std::string line = logLine(level, tag, site, text);
   Log& log = theLog();
-  std::lock_guard lock(log.mutex);
+  const MutexLock lock(log.mutex);
   // Unbuffered: the last lines before a crash matter most.
   if (log.console) std::fwrite(line.data(), 1, line.size(), stderr);
   if (log.file) log.file->write(line);

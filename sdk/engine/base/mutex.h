@@ -44,6 +44,7 @@ class NIMBO_SCOPED_CAPABILITY MutexLock {
 // }`.
 class ConditionVariable {
  public:
+  void notify_one() { condition_.notify_one(); }
   void notify_all() { condition_.notify_all(); }
 
   void wait(MutexLock& lock) { condition_.wait(lock.lock_); }

@@ -27,13 +27,13 @@ AudioTicker::AudioTicker(const AudioFormat& format, SinkList<FrameConsumer>& con
               [this](uint64_t number, GstClockTime time) { tick(number, time); }) {}
 
 void AudioTicker::setSource(std::shared_ptr<SampleFifo> source) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   next_ = std::move(source);
   if (!next_) source_ = nullptr;
 }
 
 std::shared_ptr<SampleFifo> AudioTicker::currentSource() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (next_ && next_->isReady()) source_ = std::move(next_);
   return source_;
 }

@@ -10,8 +10,8 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "base/sink_list.h"
 #include "capture/ticker.h"
 #include "media/frame_consumer.h"
@@ -38,10 +38,10 @@ class AudioTicker {
   const AudioFormat format_;
   SinkList<FrameConsumer>& consumers_;
   std::atomic<bool> silent_{false};
-  std::mutex mutex_;
-  std::shared_ptr<SampleFifo> source_;
-  std::shared_ptr<SampleFifo> next_;  // not in use yet
-  Ticker ticker_;                     // last: its thread uses everything above
+  Mutex mutex_;
+  std::shared_ptr<SampleFifo> source_ NIMBO_GUARDED_BY(mutex_);
+  std::shared_ptr<SampleFifo> next_ NIMBO_GUARDED_BY(mutex_);  // not in use yet
+  Ticker ticker_;  // last: its thread uses everything above
 };
 
 }  // namespace NimboEngine

@@ -30,7 +30,7 @@ CaptureSession::CaptureSession(CaptureSettings settings, FrameCallback onFrame,
                  ? nullptr
                  : std::make_unique<VideoTicker>(settings_.video, std::move(onFrame), consumers_)),
       audio_(settings_.audio, consumers_) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (video_) loadImages();
   openCamera();
   if (!isFileAudio()) openMicrophone();
@@ -47,7 +47,7 @@ void CaptureSession::setCameraMuted(bool muted) {
 }
 
 void CaptureSession::setCameraRunning(bool running) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (running == std::exchange(cameraWanted_, running)) return;
   if (running) return openCamera();
   if (isFileAudio()) audio_.setSource(nullptr);
@@ -55,7 +55,7 @@ void CaptureSession::setCameraRunning(bool running) {
 }
 
 void CaptureSession::setFormat(const VideoFormat& format) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!video_) return;
   const VideoFormat before = std::exchange(wanted_, format);
   settings_.video.fps = format.fps;
@@ -72,7 +72,7 @@ void CaptureSession::setFormat(const VideoFormat& format) {
 }
 
 void CaptureSession::setDevices(const std::string& camera, const std::string& microphone) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const bool isOtherCamera = camera != settings_.camera;
   const bool isOtherMicrophone = microphone != settings_.microphone;
   const bool wasFileAudio = isFileAudio();
@@ -96,7 +96,7 @@ void CaptureSession::setDevices(const std::string& camera, const std::string& mi
 }
 
 void CaptureSession::dropMicrophone() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (isFileAudio()) return;
   audio_.setSource(nullptr);
   microphone_.reset();
@@ -104,7 +104,7 @@ void CaptureSession::dropMicrophone() {
 }
 
 bool CaptureSession::hasHung(DeviceKind kind, Clock::duration timeout) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const bool isCamera = kind == DeviceKind::kCamera;
   const Clock::time_point opened = isCamera ? cameraOpened_ : microphoneOpened_;
   const bool deliversNothing = isCamera ? camera_ && frames_ && frames_->count() == 0
@@ -115,7 +115,7 @@ bool CaptureSession::hasHung(DeviceKind kind, Clock::duration timeout) {
 // ------------------------------------------------------------------------------------- screen
 
 void CaptureSession::shareScreen(uint32_t id, ScreenCapture::ErrorCallback onError) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!video_) return;
   const auto frames = showScreen();
   screen_.reset();  // never two at once
@@ -123,7 +123,7 @@ void CaptureSession::shareScreen(uint32_t id, ScreenCapture::ErrorCallback onErr
 }
 
 void CaptureSession::stopScreen() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!screen_) return;
   video_->choice().showPlaceholder(Placeholder::kScreenPaused, false);
   showCamera();
@@ -131,7 +131,7 @@ void CaptureSession::stopScreen() {
 }
 
 void CaptureSession::setScreenPaused(bool paused) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!screen_) return;
   screen_->setPaused(paused);
   video_->choice().showPlaceholder(Placeholder::kScreenPaused, paused);

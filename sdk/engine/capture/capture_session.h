@@ -14,9 +14,9 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "base/mutex.h"
 #include "capture/audio_ticker.h"
 #include "capture/media_sink.h"
 #include "capture/screen/screen_capture.h"
@@ -111,7 +111,7 @@ class CaptureSession {
   SinkList<FrameConsumer> consumers_;
   std::unique_ptr<VideoTicker> video_;  // null when only audio is captured
   AudioTicker audio_;
-  std::mutex mutex_;
+  Mutex mutex_;
   std::shared_ptr<FrameMailbox> frames_;
   bool cameraWanted_ = true;
   int cameraFps_ = 0;  // with which it was opened

@@ -16,22 +16,22 @@ FrameChoice::FrameChoice(const VideoFormat& format) {
 }
 
 void FrameChoice::setSource(FrameSource source) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   captured_.source = std::move(source);
 }
 
 void FrameChoice::setImage(Placeholder kind, FrameSource image) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   images_.at(static_cast<size_t>(kind)).stream.source = std::move(image);
 }
 
 void FrameChoice::showPlaceholder(Placeholder kind, bool present) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   images_.at(static_cast<size_t>(kind)).isDue = present;
 }
 
 ShownFrame FrameChoice::captured() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   captured_.poll();
   ShownFrame shown = copy(captured_.shown);
   if (cameraBlack_ && shown.origin == FrameOrigin::kCamera) shown.buffer.reset();
@@ -39,7 +39,7 @@ ShownFrame FrameChoice::captured() {
 }
 
 ShownFrame FrameChoice::placeholder() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (Image& image : images_) {
     image.stream.poll();
     if (image.isDue && image.stream.shown.buffer) return copy(image.stream.shown);

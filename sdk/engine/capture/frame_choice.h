@@ -20,8 +20,8 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "media/frame_consumer.h"
 #include "media/frame_mailbox.h"
 
@@ -73,9 +73,9 @@ class FrameChoice {
   };
 
   std::atomic<bool> cameraBlack_{false};
-  std::mutex mutex_;
-  Stream captured_;
-  std::array<Image, kPlaceholders> images_;
+  Mutex mutex_;
+  Stream captured_ NIMBO_GUARDED_BY(mutex_);
+  std::array<Image, kPlaceholders> images_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

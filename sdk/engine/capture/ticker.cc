@@ -15,7 +15,7 @@ Ticker::Ticker(const char* name, uint32_t rate, uint64_t catchUp, Tick tick)
 
 Ticker::~Ticker() {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
   }
   changed_.notify_all();
@@ -24,7 +24,7 @@ Ticker::~Ticker() {
 
 void Ticker::setRate(uint32_t rate) {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     rate_ = rate;
   }
   changed_.notify_all();
@@ -32,7 +32,7 @@ void Ticker::setRate(uint32_t rate) {
 
 void Ticker::loop() {
   const GstPtr<GstClock> clock(gst_system_clock_obtain());
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   uint32_t rate = rate_;
   TickSchedule schedule(gst_clock_get_time(clock.get()), rate);
   uint64_t next = 0;

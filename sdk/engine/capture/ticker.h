@@ -9,12 +9,11 @@
 
 #include <gst/gst.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <thread>
 
+#include "base/mutex.h"
 #include "capture/tick_schedule.h"
 
 namespace NimboEngine {
@@ -38,10 +37,10 @@ class Ticker {
 
   const uint64_t catchUp_;
   const Tick tick_;
-  std::mutex mutex_;
-  uint32_t rate_;
-  std::condition_variable changed_;
-  bool stopping_ = false;
+  Mutex mutex_;
+  uint32_t rate_ NIMBO_GUARDED_BY(mutex_);
+  ConditionVariable changed_;
+  bool stopping_ NIMBO_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

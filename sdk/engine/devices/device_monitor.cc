@@ -33,7 +33,7 @@ void DeviceMonitor::warmUp() {
       std::thread([this] { start(); }).detach();
     } catch (const std::system_error& error) {
       NIMBO_LOG_ERROR("devices cannot be listed: {}", error.what());
-      std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       scanned_ = true;
     }
     onProcessExit(ExitStage::kDevices, [] { instance().waitForFirstScan(); });
@@ -41,15 +41,16 @@ void DeviceMonitor::warmUp() {
 }
 
 bool DeviceMonitor::waitForFirstScan() {
-  std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, std::chrono::seconds(1), [this] { return scanned_; });
+  MutexLock lock(mutex_);
+  return changed_.wait_for(lock, std::chrono::seconds(1),
+                           [this]() NIMBO_REQUIRES(mutex_) { return scanned_; });
 }
 
 std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
   warmUp();
   if (!waitForFirstScan())
     NIMBO_LOG_WARN("the first device scan takes long; no devices are known yet");
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<GstPtr<GstDevice>> found;
   for (const GstPtr<GstDevice>& device : devices_) {
     if (gst_device_has_classes(device.get(), deviceClass)) found.push_back(reference(device.get()));
@@ -59,7 +60,7 @@ std::vector<GstPtr<GstDevice>> DeviceMonitor::devices(const char* deviceClass) {
 
 void DeviceMonitor::start() {
   if (startGstreamer()) scan();
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   scanned_ = true;
   changed_.notify_all();
 }
@@ -86,8 +87,8 @@ void DeviceMonitor::scan() {
 
 // Either may be null. One step, so that a device that has changed is never missing from the list.
 void DeviceMonitor::replace(GstDevice* removed, GstDevice* added) {
-  std::lock_guard lock(mutex_);
-  const auto place = [this](GstDevice* device) {
+  const MutexLock lock(mutex_);
+  const auto place = [this](GstDevice* device) NIMBO_REQUIRES(mutex_) {
     return std::find_if(devices_.begin(), devices_.end(),
                         [device](const auto& other) { return other.get() == device; });
   };

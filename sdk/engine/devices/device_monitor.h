@@ -8,12 +8,12 @@
 
 #pragma once
 
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <vector>
 
 #include "base/listener_slot.h"
+#include "base/mutex.h"
 #include "gst/gst_ptr.h"
 
 namespace NimboEngine {
@@ -43,12 +43,12 @@ class DeviceMonitor {
 
   std::once_flag begun_;
   GstPtr<GstDeviceMonitor> monitor_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool scanned_ = false;
+  Mutex mutex_;
+  ConditionVariable changed_;
+  bool scanned_ NIMBO_GUARDED_BY(mutex_) = false;
   ListenerSlot<RemovalListener> removal_;
   // Kept here, since querying the monitor scans again, and leaks, where a sound server is missing.
-  std::vector<GstPtr<GstDevice>> devices_;
+  std::vector<GstPtr<GstDevice>> devices_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -89,12 +89,12 @@ std::optional<Device> DeviceSelection::now(DeviceKind kind) const {
 }
 
 Device DeviceSelection::current(DeviceKind kind) const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return now(kind).value_or(Device{});
 }
 
 void DeviceSelection::beginCapture() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (Slot* each : {&camera_, &microphone_}) each->failed.clear();
   camera_.used = resolve(DeviceKind::kCamera, camera_.wish);
   capturing_ = true;  // the microphone may follow the camera
@@ -102,13 +102,13 @@ void DeviceSelection::beginCapture() {
 }
 
 void DeviceSelection::endCapture() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   capturing_ = false;
 }
 
 DeviceSelection::Sources DeviceSelection::sources() const {
-  std::lock_guard lock(mutex_);
-  const auto source = [this](DeviceKind kind) {
+  const MutexLock lock(mutex_);
+  const auto source = [this](DeviceKind kind) NIMBO_REQUIRES(mutex_) {
     const auto device = now(kind);
     return device ? device->id : slot(kind).wish;
   };
@@ -122,7 +122,7 @@ DeviceSelection::Sources DeviceSelection::sources() const {
 // ------------------------------------------------------------------------------ choosing, losing
 
 bool DeviceSelection::chooseId(DeviceKind kind, const std::string& id) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Slot& chosen = slot(kind);
   const std::string& wish = id.empty() ? chosen.configured : id;
   const auto device = resolve(kind, wish);
@@ -151,7 +151,7 @@ void DeviceSelection::use(DeviceKind kind, const Device& device) {
 
 std::optional<DeviceSelection::Loss> DeviceSelection::lose(DeviceKind kind, const std::string& id,
                                                            Cause cause) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Slot& losing = slot(kind);
   if (cause == Cause::kUnplugged) losing.failed.erase(id);
   const bool isNamed = losing.used && losing.used->id == id;

@@ -17,12 +17,12 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "base/mutex.h"
 #include "devices/plugged_devices.h"
 
 namespace NimboEngine {
@@ -74,24 +74,29 @@ class DeviceSelection {
     std::set<std::string> failed;
   };
 
-  Slot& slot(DeviceKind kind) { return kind == DeviceKind::kCamera ? camera_ : microphone_; }
-  const Slot& slot(DeviceKind kind) const {
+  Slot& slot(DeviceKind kind) NIMBO_REQUIRES(mutex_) {
     return kind == DeviceKind::kCamera ? camera_ : microphone_;
   }
-  std::optional<Device> resolve(DeviceKind kind, const std::string& wish) const;
-  std::optional<Device> resolveMicrophone(const std::string& wish) const;
-  std::optional<Device> now(DeviceKind kind) const;
-  std::optional<Device> entry(DeviceKind kind, const std::string& id) const;
-  std::optional<Device> firstPlugged(DeviceKind kind, const std::set<std::string>& except) const;
-  Device next(DeviceKind kind, const std::set<std::string>& except) const;
-  std::vector<Device> fixedEntries(DeviceKind kind) const;
-  void use(DeviceKind kind, const Device& device);
+  const Slot& slot(DeviceKind kind) const NIMBO_REQUIRES(mutex_) {
+    return kind == DeviceKind::kCamera ? camera_ : microphone_;
+  }
+  std::optional<Device> resolve(DeviceKind kind, const std::string& wish) const
+      NIMBO_REQUIRES(mutex_);
+  std::optional<Device> resolveMicrophone(const std::string& wish) const NIMBO_REQUIRES(mutex_);
+  std::optional<Device> now(DeviceKind kind) const NIMBO_REQUIRES(mutex_);
+  std::optional<Device> entry(DeviceKind kind, const std::string& id) const NIMBO_REQUIRES(mutex_);
+  std::optional<Device> firstPlugged(DeviceKind kind, const std::set<std::string>& except) const
+      NIMBO_REQUIRES(mutex_);
+  Device next(DeviceKind kind, const std::set<std::string>& except) const NIMBO_REQUIRES(mutex_);
+  // Reads only what never changes.
+  std::vector<Device> fixedEntries(DeviceKind kind) const NIMBO_NO_THREAD_SAFETY_ANALYSIS;
+  void use(DeviceKind kind, const Device& device) NIMBO_REQUIRES(mutex_);
 
   const Scan scan_;
-  mutable std::mutex mutex_;
-  bool capturing_ = false;
-  Slot camera_;
-  Slot microphone_;
+  mutable Mutex mutex_;
+  bool capturing_ NIMBO_GUARDED_BY(mutex_) = false;
+  Slot camera_ NIMBO_GUARDED_BY(mutex_);
+  Slot microphone_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -8,9 +8,9 @@
 namespace NimboEngine {
 
 struct FetchAccess::Registry {
-  std::mutex mutex;
-  uint64_t last = 0;
-  std::map<uint64_t, std::weak_ptr<FetchAccess>> players;
+  Mutex mutex;
+  uint64_t last NIMBO_GUARDED_BY(mutex) = 0;
+  std::map<uint64_t, std::weak_ptr<FetchAccess>> players NIMBO_GUARDED_BY(mutex);
 
   // Threads of players may outlive main().
   static Registry& instance() {
@@ -22,7 +22,7 @@ struct FetchAccess::Registry {
 std::shared_ptr<FetchAccess> FetchAccess::open(const SourceSettings& settings,
                                                OnFailure onFailure) {
   Registry& registry = Registry::instance();
-  std::lock_guard lock(registry.mutex);
+  const MutexLock lock(registry.mutex);
   const uint64_t player = ++registry.last;
   std::shared_ptr<FetchAccess> access(new FetchAccess(player, settings, std::move(onFailure)));
   registry.players.emplace(player, access);
@@ -31,7 +31,7 @@ std::shared_ptr<FetchAccess> FetchAccess::open(const SourceSettings& settings,
 
 std::shared_ptr<FetchAccess> FetchAccess::find(uint64_t player) {
   Registry& registry = Registry::instance();
-  std::lock_guard lock(registry.mutex);
+  const MutexLock lock(registry.mutex);
   const auto found = registry.players.find(player);
   return found == registry.players.end() ? nullptr : found->second.lock();
 }
@@ -41,7 +41,7 @@ FetchAccess::FetchAccess(uint64_t player, const SourceSettings& settings, OnFail
 
 FetchAccess::~FetchAccess() {
   Registry& registry = Registry::instance();
-  std::lock_guard lock(registry.mutex);
+  const MutexLock lock(registry.mutex);
   registry.players.erase(player_);
 }
 
@@ -51,14 +51,14 @@ std::string FetchAccess::uriOf(const std::string& address) const {
 
 void FetchAccess::report(FetchKind kind, const FetchFailure& failure) {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     lastFailure_ = failure;
   }
   if (failure.isFinal || kind == FetchKind::kStream) onFailure_(failure);
 }
 
 std::optional<FetchFailure> FetchAccess::lastFailure() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return lastFailure_;
 }
 

@@ -10,10 +10,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "base/mutex.h"
 #include "fetch/fetch_failure.h"
 #include "fetch/fetch_uri.h"
 #include "fetch/source_settings.h"
@@ -51,8 +51,8 @@ class FetchAccess {
   const uint64_t player_;
   const SourceSettings settings_;
   const OnFailure onFailure_;
-  mutable std::mutex mutex_;
-  std::optional<FetchFailure> lastFailure_;
+  mutable Mutex mutex_;
+  std::optional<FetchFailure> lastFailure_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -3,10 +3,10 @@
 #include <gst/base/gstpushsrc.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/mutex.h"
 #include "fetch/fetch_stream.h"
 #include "gst/gst_ptr.h"
 
@@ -14,12 +14,12 @@ namespace NimboEngine {
 namespace {
 
 struct Source {
-  std::mutex mutex;
-  std::string uri;
-  std::shared_ptr<FetchStream> stream;  // from start to stop
+  Mutex mutex;
+  std::string uri NIMBO_GUARDED_BY(mutex);
+  std::shared_ptr<FetchStream> stream NIMBO_GUARDED_BY(mutex);  // from start to stop
 
   std::shared_ptr<FetchStream> current() {
-    std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return stream;
   }
 };
@@ -41,7 +41,7 @@ Source& sourceOf(gpointer element) {
 
 gboolean onStart(GstBaseSrc* element) {
   Source& source = sourceOf(element);
-  std::lock_guard lock(source.mutex);
+  const MutexLock lock(source.mutex);
   const auto uri = parseFetchUri(source.uri);
   if (!uri) {
     GST_ELEMENT_ERROR(element, RESOURCE, NOT_FOUND, ("there is no address"), (nullptr));
@@ -53,7 +53,7 @@ gboolean onStart(GstBaseSrc* element) {
 
 gboolean onStop(GstBaseSrc* element) {
   Source& source = sourceOf(element);
-  std::lock_guard lock(source.mutex);
+  const MutexLock lock(source.mutex);
   source.stream.reset();
   return TRUE;
 }
@@ -161,13 +161,13 @@ const gchar* const* uriProtocols(GType) {
 
 gchar* getUri(GstURIHandler* handler) {
   Source& source = sourceOf(handler);
-  std::lock_guard lock(source.mutex);
+  const MutexLock lock(source.mutex);
   return source.uri.empty() ? nullptr : g_strdup(source.uri.c_str());
 }
 
 gboolean setUri(GstURIHandler* handler, const gchar* uri, GError** error) {
   Source& source = sourceOf(handler);
-  std::lock_guard lock(source.mutex);
+  const MutexLock lock(source.mutex);
   if (source.stream) {
     g_set_error(error, GST_URI_ERROR, GST_URI_ERROR_BAD_STATE, "the source is running");
     return FALSE;

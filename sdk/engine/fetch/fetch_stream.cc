@@ -17,7 +17,7 @@ FetchStream::FetchStream(FetchUri uri)
     : uri_(std::move(uri)), access_(FetchAccess::find(uri_.player)) {}
 
 void FetchStream::seek(const ByteRange& range) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   fetch_.reset();
   ended_ = false;
   position_ = range.start;
@@ -26,24 +26,24 @@ void FetchStream::seek(const ByteRange& range) {
 }
 
 void FetchStream::interrupt() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   interrupted_ = true;
   if (fetch_) fetch_->stop();
 }
 
 void FetchStream::resume() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   interrupted_ = false;
   if (fetch_ && fetch_->isStopped()) fetch_.reset();
 }
 
 std::optional<uint64_t> FetchStream::length() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return length_;
 }
 
 bool FetchStream::isSeekable() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return seekable_;
 }
 
@@ -77,7 +77,7 @@ Fetch::Read FetchStream::read(std::vector<uint8_t>& bytes) {
 std::shared_ptr<Fetch> FetchStream::begin() {
   std::shared_ptr<Fetch> fetch;
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     failure_ = {};
     if (interrupted_) return nullptr;
     if (fetch_) return fetch_;
@@ -96,7 +96,7 @@ std::shared_ptr<Fetch> FetchStream::begin() {
   }
   // A guard sees everything from the beginning on. It stays when a broken connection is replaced.
   if (position_ == 0) guard_.emplace(uri_.kind, access_->settings(), fetch->nameAddress());
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!std::exchange(known_, true)) {
     length_ = fetch->length();
     seekable_ = fetch->isSeekable();
@@ -117,7 +117,7 @@ bool FetchStream::mayContinue() {
     progress_ = position_;
     breaks_ = 0;
   }
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const bool worthwhile = uri_.kind == FetchKind::kStream && seekable_ && length_ &&
                           position_ > 0 && position_ < *length_ && breaks_ < kMostBreaks;
   if (!worthwhile) return false;
@@ -132,7 +132,7 @@ Fetch::Read FetchStream::finish(std::vector<uint8_t>& bytes) {
   if (guard_) {
     if (const auto failure = guard_->finish(bytes)) return fail(*failure);
     if (guard_->isPlaylist()) {
-      std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       length_ = bytes.size();
       seekable_ = false;
     }

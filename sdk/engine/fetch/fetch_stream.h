@@ -8,10 +8,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "base/mutex.h"
 #include "fetch/body_guard.h"
 #include "fetch/fetch.h"
 #include "fetch/fetch_access.h"
@@ -47,9 +47,9 @@ class FetchStream {
   const FetchUri uri_;
   const std::shared_ptr<FetchAccess> access_;
 
-  mutable std::mutex mutex_;
-  bool interrupted_ = false;
-  std::shared_ptr<Fetch> fetch_;
+  mutable Mutex mutex_;
+  bool interrupted_ NIMBO_GUARDED_BY(mutex_) = false;
+  std::shared_ptr<Fetch> fetch_ NIMBO_GUARDED_BY(mutex_);
   bool known_ = false;  // validity of the next two
   std::optional<uint64_t> length_;
   bool seekable_ = true;

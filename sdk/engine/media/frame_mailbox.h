@@ -7,8 +7,8 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "gst/gst_ptr.h"
 
 namespace NimboEngine {
@@ -29,10 +29,10 @@ class FrameMailbox {
   uint64_t count() const;
 
  private:
-  mutable std::mutex mutex_;
-  GstPtr<GstBuffer> frame_;
-  uint64_t count_ = 0;
-  bool frozen_ = false;
+  mutable Mutex mutex_;
+  GstPtr<GstBuffer> frame_ NIMBO_GUARDED_BY(mutex_);
+  uint64_t count_ NIMBO_GUARDED_BY(mutex_) = 0;
+  bool frozen_ NIMBO_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace NimboEngine

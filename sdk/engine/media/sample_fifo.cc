@@ -8,7 +8,7 @@ SampleFifo::SampleFifo(size_t channels, size_t prebuffer, size_t limit)
     : channels_(channels), prebuffer_(prebuffer), limit_(limit) {}
 
 void SampleFifo::push(const int16_t* samples, size_t frames) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   count_ += frames;
   samples_.insert(samples_.end(), samples, samples + frames * channels_);
   if (samples_.size() > limit_ * channels_) {
@@ -18,7 +18,7 @@ void SampleFifo::push(const int16_t* samples, size_t frames) {
 }
 
 size_t SampleFifo::pull(int16_t* out, size_t frames) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const size_t held = samples_.size() / channels_;
   if (held >= prebuffer_) filling_ = false;
   const size_t taken = filling_ ? 0 : std::min(frames, held);
@@ -30,17 +30,17 @@ size_t SampleFifo::pull(int16_t* out, size_t frames) {
 }
 
 bool SampleFifo::isReady() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return samples_.size() >= (filling_ ? prebuffer_ : 1) * channels_;
 }
 
 uint64_t SampleFifo::count() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return count_;
 }
 
 void SampleFifo::clear() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   samples_.clear();
   count_ = 0;
   filling_ = true;

@@ -14,8 +14,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
+
+#include "base/mutex.h"
 
 namespace NimboEngine {
 
@@ -44,10 +45,10 @@ class SampleFifo {
   const size_t channels_;
   const size_t prebuffer_;
   const size_t limit_;
-  mutable std::mutex mutex_;
-  std::vector<int16_t> samples_;
-  uint64_t count_ = 0;
-  bool filling_ = true;
+  mutable Mutex mutex_;
+  std::vector<int16_t> samples_ NIMBO_GUARDED_BY(mutex_);
+  uint64_t count_ NIMBO_GUARDED_BY(mutex_) = 0;
+  bool filling_ NIMBO_GUARDED_BY(mutex_) = true;
 };
 
 }  // namespace NimboEngine

@@ -12,18 +12,19 @@ LiveMixer::LiveMixer(const VideoFormat& format) {
 }
 
 void LiveMixer::setFormat(const VideoFormat& format) {
-  std::lock_guard lock(videoMutex_);
+  const MutexLock lock(videoMutex_);
   videoMix_.setFormat(format);
 }
 
 void LiveMixer::setLayout(std::optional<MixLayout> layout) {
-  std::scoped_lock lock(videoMutex_, audioMutex_);
+  const MutexLock videoLock(videoMutex_);
+  const MutexLock audioLock(audioMutex_);
   layout_ = std::move(layout);
   if (layout_) videoMix_.setLayout(*layout_);
 }
 
 void LiveMixer::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) {
-  std::lock_guard lock(videoMutex_);
+  const MutexLock lock(videoMutex_);
   if (!layout_) return deliverVideo(buffer, info, time);
   std::vector<std::optional<RemoteStream::Frame>> frames;
   for (const MixPlace& place : layout_->places) {
@@ -44,7 +45,7 @@ void LiveMixer::onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClo
 }
 
 void LiveMixer::onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) {
-  std::lock_guard lock(audioMutex_);
+  const MutexLock lock(audioMutex_);
   if (!layout_) return deliverAudio(buffer, format, time);
   bool isLocalAudible = false;
   std::vector<std::shared_ptr<RemoteStream>> streams;

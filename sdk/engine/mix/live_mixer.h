@@ -7,9 +7,9 @@
 
 #pragma once
 
-#include <mutex>
 #include <optional>
 
+#include "base/mutex.h"
 #include "base/sink_list.h"
 #include "media/frame_consumer.h"
 #include "mix/audio_mix.h"
@@ -41,11 +41,11 @@ class LiveMixer final : public FrameConsumer {
 
   SinkList<FrameConsumer> sinks_;
   // Each is held while its medium is mixed; the layout is changed with both held.
-  std::mutex videoMutex_;
-  std::mutex audioMutex_;
+  Mutex videoMutex_;
+  Mutex audioMutex_;
   std::optional<MixLayout> layout_;
-  VideoMix videoMix_;
-  AudioMix audioMix_;
+  VideoMix videoMix_ NIMBO_GUARDED_BY(videoMutex_);
+  AudioMix audioMix_ NIMBO_GUARDED_BY(audioMutex_);
 };
 
 }  // namespace NimboEngine

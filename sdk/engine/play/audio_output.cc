@@ -5,10 +5,10 @@
 #include <gst/audio/audio.h>
 #include <gst/audio/gstaudiobasesink.h>
 
-#include <mutex>
 #include <string>
 #include <utility>
 
+#include "base/mutex.h"
 #include "play/output_clock.h"
 #include "play/presentation_clock.h"
 
@@ -35,7 +35,7 @@ constexpr int kMostWaitingBytes = kPlayedAudio.rate * kMostWaitingMs / 1000 *
 class AudioOutput::Input {
  public:
   void set(const Pipeline* pipeline) {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     source_.reset();
     if (!pipeline) return;
     source_ = pipeline->element("source");
@@ -45,7 +45,7 @@ class AudioOutput::Input {
   }
 
   void push(const AudioAligner::Piece& piece) {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!source_) return;
     const GstClockTime base = gst_element_get_base_time(source_.get());
     if (base == 0) return;  // it does not run yet
@@ -71,7 +71,7 @@ class AudioOutput::Input {
         GST_CLOCK_DIFF(gst_clock_get_time(system.get()), gst_clock_get_time(output)));
   }
 
-  std::mutex mutex_;
+  Mutex mutex_;
   GstPtr<GstElement> source_;
   GstPtr<GstElement> sink_;
   std::optional<AudioAligner> aligner_;

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "base/log.h"
+#include "base/mutex.h"
 #include "base/tsan_annotations.h"
 #include "fetch/fetch_source.h"
 #include "flv/flv_demuxer.h"
@@ -84,7 +84,7 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
   const PlayProtocol protocol_;
   const std::shared_ptr<DecodedMediaSink> output_;
 
-  std::mutex mutex_;
+  Mutex mutex_;
   // Whether there already is a video and an audio stream.
   std::array<bool, 2> decoded_{};
   std::array<bool, 2> delivered_{};
@@ -234,7 +234,7 @@ void Wiring::decode(GstPad* pad, bool playlist) {
 
 // Returns whether this is the first stream of its kind.
 bool Wiring::claim(std::array<bool, 2>& claimed, Media media) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !std::exchange(claimed[static_cast<size_t>(media)], true);
 }
 

@@ -15,29 +15,29 @@ int32_t perSecond(uint64_t before, uint64_t after, std::chrono::milliseconds tim
 }  // namespace
 
 void PlayStatistics::addEncoded(Media media, std::size_t bytes) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   (media == Media::kVideo ? counts_.videoBytes : counts_.audioBytes) += bytes;
 }
 
 void PlayStatistics::addFrame(int width, int height) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++counts_.frames;
   counts_.width = width;
   counts_.height = height;
 }
 
 void PlayStatistics::addAudio() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++counts_.audioChunks;
 }
 
 void PlayStatistics::setPackets(const StreamPackets& packets) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   counts_.packets = packets;
 }
 
 PlayCounts PlayStatistics::counts() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return counts_;
 }
 

@@ -8,9 +8,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 
 #include "NimboSdk/LumoLiveDefine.h"
+#include "base/mutex.h"
 #include "play/packet_counts.h"
 #include "play/presenter.h"
 
@@ -43,8 +43,8 @@ class PlayStatistics {
   PlayCounts counts() const;
 
  private:
-  mutable std::mutex mutex_;
-  PlayCounts counts_;
+  mutable Mutex mutex_;
+  PlayCounts counts_ NIMBO_GUARDED_BY(mutex_);
 };
 
 // Returns the statistics between two readings; its texts stay empty.

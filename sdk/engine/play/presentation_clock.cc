@@ -35,12 +35,12 @@ constexpr Duration kAudioGone = 1s;
 }  // namespace
 
 void PresentationClock::setLive(bool live) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   live_ = live;
 }
 
 bool PresentationClock::ready(Media media, Time now, Duration timestamp, bool waited) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (media == Media::kAudio) {
     if (!std::exchange(hasAudio_, true)) {
       learnsUntil_ = now + kLearning;
@@ -124,7 +124,7 @@ Duration PresentationClock::bounded(Duration jitter) const {
 }
 
 Duration PresentationClock::wantedDepth() const {
-  const auto needed = [this](Media media) {
+  const auto needed = [this](Media media) NIMBO_REQUIRES(mutex_) {
     return bounded(transit_.jitter(media).value_or(kFirstJitter) + kMargin);
   };
   // Without synchronisation the clock is used by audio only.
@@ -133,18 +133,18 @@ Duration PresentationClock::wantedDepth() const {
 }
 
 PresentationClock::Time PresentationClock::due(Media media, Duration timestamp) const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (media == Media::kVideo && live_ && settings_.lowest) return Time::min();
   return Time(*offset_ + timestamp);
 }
 
 std::chrono::milliseconds PresentationClock::takeWorstDelay(Time now) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return live_ ? transit_.takeWorst(now) : std::chrono::milliseconds(0);
 }
 
 std::chrono::milliseconds PresentationClock::depth() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!offset_ || !live_) return 0ms;
   return std::chrono::duration_cast<std::chrono::milliseconds>(*offset_ - transit_.shortest());
 }

@@ -17,9 +17,9 @@
 #pragma once
 
 #include <chrono>
-#include <mutex>
 #include <optional>
 
+#include "base/mutex.h"
 #include "media/media.h"
 #include "play/latency_settings.h"
 #include "play/transit_estimator.h"
@@ -59,24 +59,25 @@ class PresentationClock {
   std::chrono::milliseconds depth() const;
 
  private:
-  bool readyLive(Media media, Time now, Duration timestamp, bool waited);
-  bool readyTimed(Media media, Time now, Duration timestamp);
-  bool isPermanentlyLate(Time now, Duration late);
-  void follow(Time now);
-  Duration lateness(Media media, Time now, Duration timestamp) const;
-  Duration wantedDepth() const;
+  bool readyLive(Media media, Time now, Duration timestamp, bool waited) NIMBO_REQUIRES(mutex_);
+  bool readyTimed(Media media, Time now, Duration timestamp) NIMBO_REQUIRES(mutex_);
+  bool isPermanentlyLate(Time now, Duration late) NIMBO_REQUIRES(mutex_);
+  void follow(Time now) NIMBO_REQUIRES(mutex_);
+  Duration lateness(Media media, Time now, Duration timestamp) const NIMBO_REQUIRES(mutex_);
+  Duration wantedDepth() const NIMBO_REQUIRES(mutex_);
   Duration bounded(Duration jitter) const;
 
   const LatencySettings settings_;
-  mutable std::mutex mutex_;
-  bool live_ = true;
-  bool hasAudio_ = false;
-  Time lastAudio_;  // when audio was ready last
-  TransitEstimator transit_;
-  std::optional<Duration> offset_;  // moment less time stamp
-  std::optional<Time> learnsUntil_;
-  Time followed_;
-  std::optional<Time> outage_;  // since when everything has arrived later than the settings allow
+  mutable Mutex mutex_;
+  bool live_ NIMBO_GUARDED_BY(mutex_) = true;
+  bool hasAudio_ NIMBO_GUARDED_BY(mutex_) = false;
+  Time lastAudio_ NIMBO_GUARDED_BY(mutex_);  // when audio was ready last
+  TransitEstimator transit_ NIMBO_GUARDED_BY(mutex_);
+  std::optional<Duration> offset_ NIMBO_GUARDED_BY(mutex_);  // moment less time stamp
+  std::optional<Time> learnsUntil_ NIMBO_GUARDED_BY(mutex_);
+  Time followed_ NIMBO_GUARDED_BY(mutex_);
+  std::optional<Time> outage_
+      NIMBO_GUARDED_BY(mutex_);  // since when everything has arrived later than the settings allow
 };
 
 }  // namespace NimboEngine

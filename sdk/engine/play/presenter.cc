@@ -37,19 +37,19 @@ Presenter::~Presenter() {
 
 void Presenter::close() {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     closed_ = true;
   }
   changed_.notify_all();
   space_.notify_all();
   if (thread_.joinable() && thread_.get_id() != std::this_thread::get_id()) thread_.join();
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (Queue& queue : queues_) queue.items.clear();
 }
 
 void Presenter::setLive(bool live) {
   clock_.setLive(live);
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   live_ = live;
 }
 
@@ -65,11 +65,11 @@ void Presenter::pushAudio(GstPtr<GstBuffer> samples, Duration timestamp) {
 }
 
 void Presenter::push(Media media, Item item) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   Queue& queue = of(media);
   const bool jumped = clock_.ready(media, Clock::now(), item.timestamp, queue.waited);
   queue.waited = isFull(media);
-  space_.wait(lock, [&] { return closed_ || !isFull(media); });
+  space_.wait(lock, [&]() NIMBO_REQUIRES(mutex_) { return closed_ || !isFull(media); });
   if (closed_) return;
   queue.bytes += gst_buffer_get_size(item.buffer.get());
   queue.items.push_back(std::move(item));
@@ -88,7 +88,7 @@ bool Presenter::isFull(Media media) const {
 // ------------------------------------------------------------------------------- the presenter's
 
 void Presenter::loop() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (!closed_) {
     const Time now = Clock::now();
     dropLate(now);
@@ -130,7 +130,7 @@ std::optional<Media> Presenter::next() const {
 
 void Presenter::dropLate(Time now) {
   const auto& frames = of(Media::kVideo).items;
-  const auto isLate = [&] {
+  const auto isLate = [&]() NIMBO_REQUIRES(mutex_) {
     if (!shownFirst_ || frames.size() < 2) return false;
     const Time due = clock_.due(Media::kVideo, frames[1].timestamp);
     return due == Time::min() ? frames.size() > kMostImmediateFrames : due <= now;
@@ -160,7 +160,7 @@ void Presenter::present(Media media, Item item, Time now) {
   const Time due = clock_.due(media, item.timestamp);
   if (media == Media::kVideo) {
     sinks_.onFrame(item.buffer.get(), item.info);
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (std::exchange(shownFirst_, true) && due != Time::min()) videoError_ = now - due;
     end_ = std::max(end_, now);
     return;
@@ -171,19 +171,19 @@ void Presenter::present(Media media, Item item, Time now) {
   const AudioAligner::Piece piece = aligner_.align({samples, map.size / sizeof(int16_t)}, due);
   gst_buffer_unmap(item.buffer.get(), &map);
   if (!piece.samples.empty()) sinks_.onAudio(piece);
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   audioError_ = aligner_.error();
   end_ = std::max(end_, *aligner_.end());
 }
 
 bool Presenter::isDrained() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return closed_ || (queues_[0].items.empty() && queues_[1].items.empty() && !presenting_ &&
                      Clock::now() >= end_);
 }
 
 Presenter::Counts Presenter::counts() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Counts counts = counts_;
   counts.depth = clock_.depth();
   counts.avOffset =

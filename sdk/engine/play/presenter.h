@@ -16,14 +16,13 @@
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <thread>
 
+#include "base/mutex.h"
 #include "gst/gst_ptr.h"
 #include "media/audio_aligner.h"
 #include "play/presentation_clock.h"
@@ -81,33 +80,36 @@ class Presenter {
   };
 
   void push(Media media, Item item);
-  bool isFull(Media media) const;
+  bool isFull(Media media) const NIMBO_REQUIRES(mutex_);
   void loop();
-  void dropLate(Time now);
-  Time moment(Media media) const;
-  std::optional<Media> next() const;
+  void dropLate(Time now) NIMBO_REQUIRES(mutex_);
+  Time moment(Media media) const NIMBO_REQUIRES(mutex_);
+  std::optional<Media> next() const NIMBO_REQUIRES(mutex_);
   void present(Media media, Item item, Time now);
-  Item take(Media media);
-  Queue& of(Media media) { return queues_[static_cast<std::size_t>(media)]; }
-  const Queue& of(Media media) const { return queues_[static_cast<std::size_t>(media)]; }
+  Item take(Media media) NIMBO_REQUIRES(mutex_);
+  Queue& of(Media media) NIMBO_REQUIRES(mutex_) { return queues_[static_cast<std::size_t>(media)]; }
+  const Queue& of(Media media) const NIMBO_REQUIRES(mutex_) {
+    return queues_[static_cast<std::size_t>(media)];
+  }
 
   const Sinks sinks_;
   PresentationClock clock_;
   AudioAligner aligner_;  // used on the presenter's thread only
 
-  mutable std::mutex mutex_;
-  std::condition_variable changed_;
-  std::condition_variable space_;
-  std::array<Queue, 2> queues_;
-  bool live_ = true;
-  bool closed_ = false;
-  bool presenting_ = false;
-  bool shownFirst_ = false;
-  Time wakesAt_ = Time::max();  // when the presenter's thread wakes up by itself
-  Duration videoError_{0};
-  Duration audioError_{0};
-  Time end_;  // of the presented media
-  Counts counts_;
+  mutable Mutex mutex_;
+  ConditionVariable changed_;
+  ConditionVariable space_;
+  std::array<Queue, 2> queues_ NIMBO_GUARDED_BY(mutex_);
+  bool live_ NIMBO_GUARDED_BY(mutex_) = true;
+  bool closed_ NIMBO_GUARDED_BY(mutex_) = false;
+  bool presenting_ NIMBO_GUARDED_BY(mutex_) = false;
+  bool shownFirst_ NIMBO_GUARDED_BY(mutex_) = false;
+  Time wakesAt_ NIMBO_GUARDED_BY(mutex_) =
+      Time::max();  // when the presenter's thread wakes up by itself
+  Duration videoError_ NIMBO_GUARDED_BY(mutex_){0};
+  Duration audioError_ NIMBO_GUARDED_BY(mutex_){0};
+  Time end_ NIMBO_GUARDED_BY(mutex_);  // of the presented media
+  Counts counts_ NIMBO_GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

@@ -31,13 +31,13 @@ constexpr Nanoseconds kSlew = kMillisecond;
 }  // namespace
 
 size_t RtpAlignment::add(const Stream& stream) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   states_.emplace_back().stream = stream;
   return states_.size() - 1;
 }
 
 void RtpAlignment::remove(size_t stream) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   states_[stream] = State{};
 }
 
@@ -65,7 +65,7 @@ RtpAlignment::State* RtpAlignment::reference() {
 }
 
 Nanoseconds RtpAlignment::present(size_t stream, uint32_t rtpTime, Nanoseconds arrival) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   State& state = states_[stream];
   const int64_t unwrapped = unwrap(state, rtpTime);
   if (!state.last) {
@@ -127,7 +127,7 @@ void RtpAlignment::restart(State& state, int64_t unwrapped, Nanoseconds arrival)
 }
 
 void RtpAlignment::report(size_t stream, uint32_t rtpTime, uint64_t wallClock) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   State& state = states_[stream];
   state.pending = Report{rtpTime, wallClock};
   state.pendingFor = kStampsAfterReport;

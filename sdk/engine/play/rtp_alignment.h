@@ -27,9 +27,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <vector>
+
+#include "base/mutex.h"
 
 namespace NimboEngine {
 
@@ -87,17 +88,17 @@ class RtpAlignment {
 
   static int64_t unwrap(const State& state, uint32_t rtpTime);
   static Nanoseconds streamTime(const State& state, int64_t unwrapped);
-  State* reference();
-  void begin(State& state, int64_t unwrapped, Nanoseconds arrival);
-  void restart(State& state, int64_t unwrapped, Nanoseconds arrival);
-  void take(State& state, bool interpolated);
+  State* reference() NIMBO_REQUIRES(mutex_);
+  void begin(State& state, int64_t unwrapped, Nanoseconds arrival) NIMBO_REQUIRES(mutex_);
+  void restart(State& state, int64_t unwrapped, Nanoseconds arrival) NIMBO_REQUIRES(mutex_);
+  void take(State& state, bool interpolated) NIMBO_REQUIRES(mutex_);
   static bool isInterpolated(const State& state);
-  void follow(State& state, const State& leader);
+  void follow(State& state, const State& leader) NIMBO_REQUIRES(mutex_);
   static void move(State& state);
   static void moveBy(State& state, Nanoseconds step);
 
-  std::mutex mutex_;
-  std::vector<State> states_;
+  Mutex mutex_;
+  std::vector<State> states_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -3,11 +3,11 @@
 #include <array>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
 
+#include "base/mutex.h"
 #include "base/tsan_annotations.h"
 #include "gst/gst_ptr.h"
 #include "play/rtp_alignment.h"
@@ -32,7 +32,7 @@ class Aligner {
   };
 
   const std::shared_ptr<RtpAlignment> alignment_ = std::make_shared<RtpAlignment>();
-  std::mutex mutex_;
+  Mutex mutex_;
   std::map<guint, size_t> streams_;
   std::map<guint, Report> early_;  // reports of streams without a pad yet
 };
@@ -136,7 +136,7 @@ void Aligner::addStream(GstPad* pad) {
   }
   size_t number = 0;
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     number = alignment_->add(stream);
     streams_[ssrc] = number;
     if (const auto early = early_.extract(ssrc)) {
@@ -162,7 +162,7 @@ void Aligner::addReport(guint ssrc, const GstStructure* sync) {
     return;
   }
   const Report report{static_cast<uint32_t>(rtpTime), wallClock};
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (const auto stream = streams_.find(ssrc); stream != streams_.end()) {
     alignment_->report(stream->second, report.rtpTime, report.wallClock);
   } else {

@@ -44,7 +44,7 @@ void SourceSockets::onConnecting(GSocketConnection* connection) {
   GSocket* socket = g_socket_connection_get_socket(connection);
   std::string refusal;
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::erase_if(sockets_, [](const auto& known) { return g_socket_is_closed(known.get()); });
     sockets_.emplace_back(G_SOCKET(g_object_ref(socket)));
     refusal = refusalOf(connection);
@@ -69,13 +69,13 @@ std::string SourceSockets::refusalOf(GSocketConnection* connection) {
 }
 
 void SourceSockets::cut() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   cut_ = true;
   for (const auto& socket : sockets_) g_socket_shutdown(socket.get(), TRUE, TRUE, nullptr);
 }
 
 uint64_t SourceSockets::receivedBytes() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   uint64_t sum = 0;
   for (const auto& socket : sockets_) {
     sum += receivedTcpBytes(g_socket_get_fd(socket.get()));
@@ -85,13 +85,14 @@ uint64_t SourceSockets::receivedBytes() const {
 
 DelayedCut::DelayedCut(std::shared_ptr<SourceSockets> sockets, std::chrono::milliseconds delay)
     : thread_([this, sockets = std::move(sockets), delay] {
-        std::unique_lock lock(mutex_);
-        if (!changed_.wait_for(lock, delay, [this] { return over_; })) sockets->cut();
+        MutexLock lock(mutex_);
+        if (!changed_.wait_for(lock, delay, [this]() NIMBO_REQUIRES(mutex_) { return over_; }))
+          sockets->cut();
       }) {}
 
 DelayedCut::~DelayedCut() {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     over_ = true;
   }
   changed_.notify_all();

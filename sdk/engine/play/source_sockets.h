@@ -13,16 +13,15 @@
 #include <gio/gio.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "base/glib_ptr.h"
+#include "base/mutex.h"
 
 namespace NimboEngine {
 
@@ -46,16 +45,16 @@ class SourceSockets : public std::enable_shared_from_this<SourceSockets> {
   static gboolean onEvent(GSignalInvocationHint* hint, guint count, const GValue* values,
                           gpointer data);
   void onConnecting(GSocketConnection* connection);
-  std::string refusalOf(GSocketConnection* connection);
+  std::string refusalOf(GSocketConnection* connection) NIMBO_REQUIRES(mutex_);
 
   const std::function<void(const std::string&)> onRefused_;
 
-  mutable std::mutex mutex_;
-  std::vector<GlibPtr<GSocket>> sockets_;
-  int connections_ = 0;
-  bool beganPublic_ = false;  // the first one was to a public address
-  bool cut_ = false;
-  bool refused_ = false;
+  mutable Mutex mutex_;
+  std::vector<GlibPtr<GSocket>> sockets_ NIMBO_GUARDED_BY(mutex_);
+  int connections_ NIMBO_GUARDED_BY(mutex_) = 0;
+  bool beganPublic_ NIMBO_GUARDED_BY(mutex_) = false;  // the first one was to a public address
+  bool cut_ NIMBO_GUARDED_BY(mutex_) = false;
+  bool refused_ NIMBO_GUARDED_BY(mutex_) = false;
 };
 
 // Cuts sockets after a delay unless destroyed before. Destruction does not block.
@@ -67,9 +66,9 @@ class DelayedCut {
   DelayedCut& operator=(const DelayedCut&) = delete;
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool over_ = false;
+  Mutex mutex_;
+  ConditionVariable changed_;
+  bool over_ NIMBO_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

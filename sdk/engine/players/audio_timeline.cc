@@ -24,7 +24,7 @@ std::size_t placeOf(int64_t frame) {
 }  // namespace
 
 void AudioTimeline::put(std::span<const int16_t> samples, Time moment) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ring_.resize(kLength * kChannels);
   int64_t start = frameAt(moment);
   if (std::abs(start - end_) <= kRounding) start = end_;
@@ -47,7 +47,7 @@ void AudioTimeline::put(std::span<const int16_t> samples, Time moment) {
 }
 
 void AudioTimeline::read(Time moment, std::span<int16_t> out) const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const int64_t first = frameAt(moment);
   for (int64_t i = 0; i < static_cast<int64_t>(out.size()) / kChannels; ++i) {
     const int64_t frame = first + i;
@@ -61,7 +61,7 @@ void AudioTimeline::read(Time moment, std::span<int16_t> out) const {
 }
 
 void AudioTimeline::clear() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   held_ = 0;
 }
 

@@ -9,10 +9,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <span>
 #include <vector>
 
+#include "base/mutex.h"
 #include "media/media.h"
 
 namespace NimboEngine {
@@ -31,10 +31,11 @@ class AudioTimeline {
   void clear();
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<int16_t> ring_;
-  int64_t end_ = 0;   // the frame number behind the last one, counted from the clock's origin
-  int64_t held_ = 0;  // frames before `end_` that are stored
+  mutable Mutex mutex_;
+  std::vector<int16_t> ring_ NIMBO_GUARDED_BY(mutex_);
+  int64_t end_ NIMBO_GUARDED_BY(mutex_) =
+      0;  // the frame number behind the last one, counted from the clock's origin
+  int64_t held_ NIMBO_GUARDED_BY(mutex_) = 0;  // frames before `end_` that are stored
 };
 
 }  // namespace NimboEngine

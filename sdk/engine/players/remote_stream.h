@@ -12,10 +12,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <span>
 
+#include "base/mutex.h"
 #include "gst/gst_ptr.h"
 #include "media/audio_aligner.h"
 #include "players/audio_timeline.h"
@@ -46,8 +46,8 @@ class RemoteStream {
   }
 
  private:
-  mutable std::mutex mutex_;
-  std::optional<Frame> frame_;
+  mutable Mutex mutex_;
+  std::optional<Frame> frame_ NIMBO_GUARDED_BY(mutex_);
   AudioTimeline audio_;
 };
 

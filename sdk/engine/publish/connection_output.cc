@@ -33,7 +33,7 @@ ConnectionOutput::ConnectionOutput(bool audioOnly, Events events)
     : events_(std::move(events)), gate_(audioOnly) {}
 
 void ConnectionOutput::attach(Connection* connection) {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   connection_ = connection;
   sendQueue_ = {};
   payload_ = 0;
@@ -43,7 +43,7 @@ void ConnectionOutput::attach(Connection* connection) {
 }
 
 void ConnectionOutput::detach() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   connection_ = nullptr;
   gate_.close();
 }
@@ -51,7 +51,7 @@ void ConnectionOutput::detach() {
 void ConnectionOutput::onPacket(GstBuffer* packet) {
   const PacketKind kind = muxer_->kindOf(packet);
   const std::optional<FrameKind> frame = frameKind(kind);
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (isHeader(kind)) headers_[kind] = share(packet);
   if (kind == PacketKind::kVideoHeader) videoHeaderChanged_ = true;
   if (!connection_ || !frame) return;
@@ -79,7 +79,7 @@ void ConnectionOutput::onPacket(GstBuffer* packet) {
 }
 
 LinkSample ConnectionOutput::sample() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!connection_) return {};
   return {.waiting = waiting(),
           .empty = connection_->backlog() == 0,
@@ -87,7 +87,7 @@ LinkSample ConnectionOutput::sample() {
 }
 
 bool ConnectionOutput::hasTakenFirstFrame() {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return connection_ && firstFrame_ && connection_->acknowledged() >= *firstFrame_;
 }
 

@@ -14,9 +14,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 
+#include "base/mutex.h"
 #include "publish/frame_gate.h"
 #include "publish/link_monitor.h"
 #include "publish/muxer.h"
@@ -57,21 +57,23 @@ class ConnectionOutput final : public PacketSink {
   bool hasTakenFirstFrame();
 
  private:
-  std::chrono::milliseconds waiting();
-  void send(GstPtr<GstBuffer> packet);
-  void sendHeader(PacketKind kind, uint32_t timestamp);
+  std::chrono::milliseconds waiting() NIMBO_REQUIRES(mutex_);
+  void send(GstPtr<GstBuffer> packet) NIMBO_REQUIRES(mutex_);
+  void sendHeader(PacketKind kind, uint32_t timestamp) NIMBO_REQUIRES(mutex_);
 
   const Events events_;
   const Muxer* muxer_ = nullptr;
-  std::mutex mutex_;
-  FrameGate gate_;
-  Connection* connection_ = nullptr;
-  SendQueueEstimator sendQueue_;        // of the connection
-  uint64_t payload_ = 0;                // bytes in the packets sent to the connection
-  uint64_t acknowledgedBefore_ = 0;     // bytes acknowledged when it was attached
-  std::optional<uint64_t> firstFrame_;  // bytes acknowledged once the first frame has arrived
-  std::map<PacketKind, GstPtr<GstBuffer>> headers_;
-  bool videoHeaderChanged_ = false;  // since it was last sent
+  Mutex mutex_;
+  FrameGate gate_ NIMBO_GUARDED_BY(mutex_);
+  Connection* connection_ NIMBO_GUARDED_BY(mutex_) = nullptr;
+  SendQueueEstimator sendQueue_ NIMBO_GUARDED_BY(mutex_);  // of the connection
+  uint64_t payload_ NIMBO_GUARDED_BY(mutex_) = 0;  // bytes in the packets sent to the connection
+  uint64_t acknowledgedBefore_ NIMBO_GUARDED_BY(mutex_) =
+      0;  // bytes acknowledged when it was attached
+  std::optional<uint64_t> firstFrame_
+      NIMBO_GUARDED_BY(mutex_);  // bytes acknowledged once the first frame has arrived
+  std::map<PacketKind, GstPtr<GstBuffer>> headers_ NIMBO_GUARDED_BY(mutex_);
+  bool videoHeaderChanged_ NIMBO_GUARDED_BY(mutex_) = false;  // since it was last sent
 };
 
 }  // namespace NimboEngine

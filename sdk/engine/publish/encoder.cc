@@ -118,7 +118,7 @@ bool Encoder::start(const Muxer& muxer) {
 void Encoder::pushVideo(GstBuffer* buffer, const GstVideoInfo& info) {
   if (!videoSource_) return;
   {
-    std::lock_guard lock(formats_);
+    const MutexLock lock(formats_);
     if (captured_.width != info.width || captured_.height != info.height) {
       captured_.width = info.width;
       captured_.height = info.height;
@@ -149,7 +149,7 @@ void Encoder::setVideoKbps(int kbps) {
 }
 
 void Encoder::setVideoFormat(const VideoFormat& format) {
-  std::lock_guard lock(formats_);
+  const MutexLock lock(formats_);
   published_ = format;
   if (!videoEncoder_) return;
   if (captured_.width > 0) applyFormats();

@@ -14,9 +14,9 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "base/mutex.h"
 #include "base/sink_list.h"
 #include "gst/pipeline.h"
 #include "publish/encoder_settings.h"
@@ -58,7 +58,7 @@ class Encoder {
 
  private:
   std::string videoBranch(const Muxer& muxer) const;
-  void applyFormats();
+  void applyFormats() NIMBO_REQUIRES(formats_);
 
   const EncoderSettings settings_;
   const Events events_;
@@ -66,9 +66,9 @@ class Encoder {
 
   SinkList<PacketSink> sinks_;
 
-  std::mutex formats_;
-  VideoFormat captured_;   // the input
-  VideoFormat published_;  // the output
+  Mutex formats_;
+  VideoFormat captured_ NIMBO_GUARDED_BY(formats_);   // the input
+  VideoFormat published_ NIMBO_GUARDED_BY(formats_);  // the output
 
   std::atomic<int> gopSeconds_;
   GstClockTime lastKeyFrame_ = 0;  // of the video capture thread

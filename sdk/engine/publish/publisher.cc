@@ -45,6 +45,7 @@ Publisher::~Publisher() {
 
 ConnectionOutput::Events Publisher::outputEvents() {
   auto firstFrame = ownerGuard_.bind([this] {
+    engine_.assertCurrent();
     if (phase() == PushPhase::kPublishing && !std::exchange(notifiedFirstFrame_, true)) {
       events_.onFirstFrame();
     }
@@ -66,6 +67,7 @@ ConnectionOutput::Events Publisher::outputEvents() {
 
 Encoder::Events Publisher::encoderEvents() {
   auto failed = ownerGuard_.bind([this](const std::string& message) {
+    engine_.assertCurrent();
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, message);
   });
   return {.onFailed = [this, failed](const std::string& message) {
@@ -76,16 +78,19 @@ Encoder::Events Publisher::encoderEvents() {
 // ----------------------------------------------------------------------------- start, stop, states
 
 void Publisher::start(const PushUrl& url) {
+  engine_.assertCurrent();
   NIMBO_LOG_INFO("publishing to {}", url.forLog());
   url_ = url;
   apply(PushInput::kStart);
 }
 
 void Publisher::stop() {
+  engine_.assertCurrent();
   apply(PushInput::kStop);
 }
 
 void Publisher::change(const EncoderSettings& settings) {
+  engine_.assertCurrent();
   const BitrateLimits limits = bitrateLimits(settings);
   bitrate_.setLimits(limits.minimum, limits.target);
   applyBitrate();
@@ -111,6 +116,12 @@ void Publisher::apply(PushInput input, LumoLiveErrorCode code, std::string messa
   if (step.report != PushReport::kNone) events_.onReport({step.report, code, std::move(message)});
 }
 
+// For events of the parts.
+void Publisher::applyOnEngine(PushInput input) {
+  engine_.assertCurrent();
+  apply(input);
+}
+
 void Publisher::entered(PushPhase before, const PushState::Step& step) {
   switch (phase()) {
     case PushPhase::kIdle:
@@ -125,7 +136,7 @@ void Publisher::entered(PushPhase before, const PushState::Step& step) {
       closeConnection();
       NIMBO_LOG_INFO("connecting again in {} ms", step.retryAfter->count());
       engine_.postAfter(*step.retryAfter,
-                        ownerGuard_.bind([this] { apply(PushInput::kRetryDue); }));
+                        ownerGuard_.bind([this] { applyOnEngine(PushInput::kRetryDue); }));
       return;
     case PushPhase::kReconnecting:
       return connect();
@@ -141,6 +152,7 @@ bool Publisher::startEncoder() {
   output_.setMuxer(url_.protocol->muxer);
   if (encoder_.start(url_.protocol->muxer)) return true;
   engine_.post(ownerGuard_.bind([this] {
+    engine_.assertCurrent();
     apply(PushInput::kEncoderFailed, kLumoLiveErrorEncoderFailed, "the encoder cannot be started");
   }));
   return false;
@@ -153,12 +165,15 @@ void Publisher::connect() {
   const auto now =
       std::chrono::time_point_cast<PushUrl::Time::duration>(std::chrono::system_clock::now());
   if (url_.expiry && *url_.expiry < now) notifyOverdue();
-  connection_ = url_.protocol->connect(
-      engine_, url_,
-      {.onAccepted = [this] { apply(PushInput::kAccepted); },
-       .onFailed = [this](LumoLiveErrorCode code,
-                          const std::string& message) { onConnectionFailed(code, message); },
-       .onDrained = [this] { apply(PushInput::kDrained); }});
+  connection_ =
+      url_.protocol->connect(engine_, url_,
+                             {.onAccepted = [this] { applyOnEngine(PushInput::kAccepted); },
+                              .onFailed =
+                                  [this](LumoLiveErrorCode code, const std::string& message) {
+                                    engine_.assertCurrent();
+                                    onConnectionFailed(code, message);
+                                  },
+                              .onDrained = [this] { applyOnEngine(PushInput::kDrained); }});
   connection_->open();
 }
 
@@ -190,7 +205,10 @@ void Publisher::watchLink(const Connection* connection) {
     apply(PushInput::kFailed, kLumoLiveErrorConnectionLost, "the server takes no data any more");
   }
   applyBitrate();
-  engine_.postAfter(kPollInterval, ownerGuard_.bind([this, connection] { watchLink(connection); }));
+  engine_.postAfter(kPollInterval, ownerGuard_.bind([this, connection] {
+    engine_.assertCurrent();
+    watchLink(connection);
+  }));
 }
 
 void Publisher::applyBitrate() {
@@ -207,7 +225,7 @@ void Publisher::notifyOverdue() {
 void Publisher::finishConnection() {
   if (connection_) return connection_->finish();
   // The encoder could not be started, so there never was a connection.
-  engine_.post(ownerGuard_.bind([this] { apply(PushInput::kDrained); }));
+  engine_.post(ownerGuard_.bind([this] { applyOnEngine(PushInput::kDrained); }));
 }
 
 void Publisher::closeConnection() {

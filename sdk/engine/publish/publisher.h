@@ -57,7 +57,10 @@ class Publisher final : public FrameConsumer {
   // Applies another video format, other bit rates and another key-frame interval while it runs.
   void change(const EncoderSettings& settings);
 
-  PushPhase phase() const { return state_.phase(); }
+  PushPhase phase() const {
+    engine_.assertCurrent();
+    return state_.phase();
+  }
 
   void onVideoFrame(GstBuffer* buffer, const GstVideoInfo& info, GstClockTime time) override;
   void onAudioChunk(GstBuffer* buffer, const AudioFormat& format, GstClockTime time) override;
@@ -65,31 +68,34 @@ class Publisher final : public FrameConsumer {
  private:
   ConnectionOutput::Events outputEvents();
   Encoder::Events encoderEvents();
-  void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {});
-  void entered(PushPhase before, const PushState::Step& step);
-  bool startEncoder();
-  void connect();
-  void onConnectionFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message);
-  void beginSending();
-  void watchLink(const Connection* connection);
-  void applyBitrate();
-  void notifyOverdue();
-  void finishConnection();
-  void closeConnection();
+  void apply(PushInput input, LumoRtc::LumoLiveErrorCode code = {}, std::string message = {})
+      NIMBO_REQUIRES(engine_);
+  void applyOnEngine(PushInput input);
+  void entered(PushPhase before, const PushState::Step& step) NIMBO_REQUIRES(engine_);
+  bool startEncoder() NIMBO_REQUIRES(engine_);
+  void connect() NIMBO_REQUIRES(engine_);
+  void onConnectionFailed(LumoRtc::LumoLiveErrorCode code, const std::string& message)
+      NIMBO_REQUIRES(engine_);
+  void beginSending() NIMBO_REQUIRES(engine_);
+  void watchLink(const Connection* connection) NIMBO_REQUIRES(engine_);
+  void applyBitrate() NIMBO_REQUIRES(engine_);
+  void notifyOverdue() NIMBO_REQUIRES(engine_);
+  void finishConnection() NIMBO_REQUIRES(engine_);
+  void closeConnection() NIMBO_REQUIRES(engine_);
 
   EngineThread& engine_;
   const Events events_;
   const WeakOwnerGuard ownerGuard_;
-  PushState state_;
-  LinkMonitor link_;
-  BitrateControl bitrate_;
-  VideoFormat format_;
-  PushUrl url_;
-  bool notifiedFirstFrame_ = false;
-  bool notifiedOverdue_ = false;
-  std::unique_ptr<Connection> connection_;
+  PushState state_ NIMBO_GUARDED_BY(engine_);
+  LinkMonitor link_ NIMBO_GUARDED_BY(engine_);
+  BitrateControl bitrate_ NIMBO_GUARDED_BY(engine_);
+  VideoFormat format_ NIMBO_GUARDED_BY(engine_);
+  PushUrl url_ NIMBO_GUARDED_BY(engine_);
+  bool notifiedFirstFrame_ NIMBO_GUARDED_BY(engine_) = false;
+  bool notifiedOverdue_ NIMBO_GUARDED_BY(engine_) = false;
+  std::unique_ptr<Connection> connection_ NIMBO_GUARDED_BY(engine_);
   ConnectionOutput output_;
-  int appliedKbps_ = 0;
+  int appliedKbps_ NIMBO_GUARDED_BY(engine_) = 0;
   Encoder encoder_;  // destroyed first: its threads use the output
 };
 

@@ -54,7 +54,7 @@ RtmpClient::~RtmpClient() {
 void RtmpClient::send(RtmpType type, uint32_t timestamp, GstPtr<GstBuffer> buffer,
                       std::size_t offset, std::size_t size) {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     queuedBytes_ += size;
     queue_.push_back({type, timestamp, std::move(buffer), offset, size});
   }
@@ -62,18 +62,18 @@ void RtmpClient::send(RtmpType type, uint32_t timestamp, GstPtr<GstBuffer> buffe
 }
 
 std::size_t RtmpClient::backlog() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return queuedBytes_ + outputBytes_ + (stream_ ? stream_->unacknowledged() : 0);
 }
 
 uint64_t RtmpClient::acknowledged() const {
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return stream_ ? stream_->acknowledged() : lastAcknowledged_;
 }
 
 void RtmpClient::finish() {
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     finishing_ = true;
   }
   stop_.wake();
@@ -81,7 +81,7 @@ void RtmpClient::finish() {
 
 void RtmpClient::stop() {
   stop_.stop();
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (stream_) stream_->cut();
 }
 
@@ -131,7 +131,7 @@ void RtmpClient::connect() {
   auto stream = std::make_unique<ByteStream>(std::move(std::get<GlibPtr<GSocket>>(connected)));
   ByteStream* const opened = stream.get();
   {
-    std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stream_ = std::move(stream);
   }
   // An earlier stop has not cut it; from now on each one does.
@@ -163,7 +163,7 @@ void RtmpClient::transmit() {
 // Returns whether there is something to be sent now.
 bool RtmpClient::takeQueued() {
   while (session_.outputBytes() < kOutputBytes) {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     if (queue_.empty()) {
       const bool ends = finishing_ && !std::exchange(streamEnded_, finishing_);
       lock.unlock();
@@ -242,7 +242,7 @@ int RtmpClient::pollTimeout() const {
 
 void RtmpClient::close() {
   std::unique_ptr<ByteStream> closing;
-  std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!stream_) return;
   lastAcknowledged_ = stream_->acknowledged();
   closing = std::move(stream_);

@@ -18,11 +18,11 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
 
+#include "base/mutex.h"
 #include "gst/gst_ptr.h"
 #include "net/byte_stream.h"
 #include "net/connection_error.h"
@@ -108,12 +108,13 @@ class RtmpClient {
   bool streamEnded_ = false;  // all media and the end of the stream were passed to the session
   std::optional<ConnectionFailure> failure_;
 
-  mutable std::mutex mutex_;
-  std::unique_ptr<ByteStream> stream_;  // null while not connected
-  std::deque<Media> queue_;
-  std::size_t queuedBytes_ = 0;
-  bool finishing_ = false;
-  uint64_t lastAcknowledged_ = 0;  // when the connection ended
+  mutable Mutex mutex_;
+  std::unique_ptr<ByteStream>
+      stream_;  // null while not connected; changed under the mutex, by its thread
+  std::deque<Media> queue_ NIMBO_GUARDED_BY(mutex_);
+  std::size_t queuedBytes_ NIMBO_GUARDED_BY(mutex_) = 0;
+  bool finishing_ NIMBO_GUARDED_BY(mutex_) = false;
+  uint64_t lastAcknowledged_ NIMBO_GUARDED_BY(mutex_) = 0;  // when the connection ended
 
   std::atomic<std::size_t> outputBytes_ = 0;  // the session's, for backlog()
   std::thread thread_;                        // started last

@@ -105,6 +105,31 @@ TEST(EngineThread, PostingAfterDestructionBeganIsRefused) {
   EXPECT_EQ(answer.get_future().get(), 0u);
 }
 
+TEST(EngineThread, RunReturnsFalseAfterDestructionBegan) {
+  auto engine = std::make_unique<EngineThread>("test");
+  EngineThread& running = *engine;
+  bool ran = false;
+  std::promise<void> entered;
+  std::promise<bool> result;
+  running.post([&] {
+    entered.set_value();
+    while (running.post([] {}) != 0) std::this_thread::yield();  // until destruction has begun
+    std::thread other([&] { result.set_value(running.run([&ran] { ran = true; })); });
+    other.join();
+  });
+  entered.get_future().wait();
+  engine.reset();
+  EXPECT_FALSE(result.get_future().get());
+  EXPECT_FALSE(ran);
+}
+
+TEST(EngineThreadDeathTest, AnotherThreadIsNotTheEngineThread) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EngineThread engine("test");
+  EXPECT_TRUE(engine.run([&engine] { engine.assertCurrent(); }));
+  EXPECT_DEATH(engine.assertCurrent(), "");
+}
+
 TEST(EngineThread, TakesTasksFromManyThreads) {
   constexpr int kThreads = 8;
   constexpr int kTasks = 500;
