@@ -19,7 +19,7 @@ function load() {
   }
 }
 
-/** Stand-ins that throw when they are used; like the real ones they can be called without new. */
+/** Placeholders that throw when they are used; like the real ones they can be called without new. */
 function failing(loadError) {
   return {
     LumoLivePushJSWrapper: function LumoLivePushJSWrapper() {

@@ -9,6 +9,7 @@ const { root } = require('./project');
  * Only words without another meaning here: they are found in prose and inside identifiers.
  */
 const GLOSSARY = [
+  [/\banew\b|[a-z]Anew/, '"again", "restart"'],
   [/cushion/i, '"jitter buffer", "prebuffer"'],
   [/\bdumb\b/i, '"delivers no frames"'],
   [/goodbye/i, '"draining"'],
@@ -18,9 +19,12 @@ const GLOSSARY = [
   [/lifeline/i, '"weak-owner guard"'],
   [/\bof (its|their) own accord\b/i, '"by itself"'],
   [/patience/i, '"timeout"'],
+  [/picture/i, '"frame" for video, "image" for a file'],
   [/rhythm/i, '"clocked output", "schedule"'],
   [/SendLedger|TagGate|LinkWatch/, '"send-queue estimator", "frame gate", "link monitor"'],
+  [/\bstand-?ins?\b/i, '"placeholder"'],
   [/\btroubles?\b/i, '"error"'],
+  [/(?<!Mix)verdict/i, '"result", "decision"'],
 ];
 
 /** A header comment that begins with a relative clause instead of what the thing is or does. */

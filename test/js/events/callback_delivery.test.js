@@ -61,7 +61,7 @@ describe('delivery from many threads', () => {
     assert.equal(heard, before + 4);
   });
 
-  it('callbacks run while the pusher is destroyed and made anew', async () => {
+  it('callbacks run while the pusher is destroyed and created again', async () => {
     const wrapper = newWrapper();
     const events = recordEvents(wrapper, ['onPushStarted']);
     let delivered = 0;

@@ -51,7 +51,7 @@ describe('listing devices', () => {
       const steps = sdk.lists().map(({ name, index }) => (name === 'getCount' ? 'count' : index));
       assert.deepEqual(steps, ['count', 'count', 0, 0, 0, 'count', 1, 1, 1, 'count']);
       sdk.answer(method, []);
-      newWrapper()[method](); // the list lets go of its entries when it is filled anew
+      newWrapper()[method](); // the list lets go of its entries when it is refilled
       assert.equal(sdk.alive().strings, strings);
     });
 

@@ -219,15 +219,15 @@ describe('the streams of a layout', () => {
   });
 });
 
-describe("the SDK's verdict on a layout", () => {
+describe("the SDK's decision on a layout", () => {
   useFreshSdk();
 
   it('arrives later, as an event', async () => {
     const wrapper = newWrapper();
     wrapper.initPusher({});
     const events = recordEvents(wrapper);
-    const verdict = { isSuccess: false, message: 'no such user' };
-    sdk.onCall(METHOD, [{ callback: 'onSetLiveMixTranscodingConfig', ...verdict }]);
+    const decision = { isSuccess: false, message: 'no such user' };
+    sdk.onCall(METHOD, [{ callback: 'onSetLiveMixTranscodingConfig', ...decision }]);
     assert.equal(wrapper[METHOD]({ mixStreams: [STREAM] }), 0);
     assert.deepEqual(events, []);
     await flush();

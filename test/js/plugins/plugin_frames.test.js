@@ -170,7 +170,7 @@ describe('captured frames and plug-ins', () => {
       assert.deepEqual(pluginCalls(), []);
     }));
 
-  it('plug-ins are kept when the pusher is destroyed and made anew', () =>
+  it('plug-ins are kept when the pusher is destroyed and created again', () =>
     withPlugins({ a: 'recording' }, (wrapper) => {
       wrapper.destroyPusher();
       wrapper.initPusher({});

@@ -18,8 +18,8 @@ const CASES = {
   hostileCalls: 'hostile code calls what it likes',
   collection: 'wrappers are dropped and collected',
   listeners: 'listeners are added and replaced',
-  targets: 'pushers and players are destroyed and made anew',
-  pictures: 'pictures are fetched',
+  targets: 'pushers and players are destroyed and created again',
+  rawFrames: 'frames are fetched',
 };
 
 const STRESSES = {

@@ -44,8 +44,8 @@ const SIZES = [
   { width: 4, height: 1 },
 ];
 
-/** A picture of one colour; its size changes from one to the next. */
-function pictureOf(thread, number) {
+/** A frame of one colour; its size changes from one to the next. */
+function frameOf(thread, number) {
   const size = SIZES[(thread + number) % SIZES.length];
   return { source: number % 3, frame: { ...size, fill: 1 + (number % 255) } };
 }
@@ -56,7 +56,7 @@ function fireOf(thread, number) {
     return NUMBERED[NUMBERED_NAMES[(number / 2) % NUMBERED_NAMES.length]](`${thread} ${number}`);
   }
   const callback = OTHERS[(thread * 4 + (number - 1) / 2) % OTHERS.length];
-  if (callback.endsWith('VideoSample')) return { callback, ...pictureOf(thread, number) };
+  if (callback.endsWith('VideoSample')) return { callback, ...frameOf(thread, number) };
   if (callback.endsWith('VolumeCallback')) return { callback, volumes: [{ userType: 2 }] };
   return { callback };
 }
@@ -256,8 +256,8 @@ async function targets(rounds) {
   });
 }
 
-/** Pictures are taken while eight threads put others into their places: each comes whole. */
-async function pictures(rounds) {
+/** Frames are taken while eight threads put others into their places: each comes whole. */
+async function rawFrames(rounds) {
   const wrapper = newBusyWrapper();
   let seen = 0;
   const check = ({ width, height, ...frame }) => {
@@ -268,7 +268,7 @@ async function pictures(rounds) {
       assert.equal(plane.length, (width / 2) * halfHeight);
     }
     const bytes = Buffer.concat([frame.data_y, frame.data_u, frame.data_v]);
-    const colour = bytes.find((byte) => byte !== 0); // 0 is around the picture
+    const colour = bytes.find((byte) => byte !== 0); // 0 is around the frame
     assert.ok(bytes.every((byte) => byte === 0 || byte === colour));
     seen += 1;
   };
@@ -277,7 +277,7 @@ async function pictures(rounds) {
     wrapper.addEventListener('onVideoRenderData', (frames) => frames.forEach(check));
     const fire = (thread, repetition) => ({
       callback: thread % 2 ? 'pusher.onCaptureVideoSample' : 'player.onRemoteVideoSample',
-      ...pictureOf(thread, repetition + round),
+      ...frameOf(thread, repetition + round),
     });
     const ticket = sdk.startFrom(THREADS, fire, { times: FIRES });
     await until(() => seen > before);
@@ -292,6 +292,6 @@ function fail(error) {
   process.exit(1);
 }
 
-const CASES = { everyMethod, hostileCalls, collection, listeners, targets, pictures };
+const CASES = { everyMethod, hostileCalls, collection, listeners, targets, rawFrames };
 const [name, rounds] = process.argv.slice(2);
 CASES[name](Number(rounds)).then(() => process.exit(0), fail);
