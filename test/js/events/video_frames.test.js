@@ -20,7 +20,7 @@ function collectFrames(wrapper) {
     assert.equal(args.length, 1);
     if (args[0].length === 0) return;
     arrays.push(args[0]);
-    waiting.shift()?.(args[0]);
+    for (const resolve of waiting.splice(0)) resolve(args[0]);
   });
   return {
     arrays,
