@@ -130,7 +130,7 @@ Result<EncoderSettings> makeScreenEncoder(const LumoLiveScreenShareEncoderConfig
   check.gop(config.mVideoEncodeGop);
   encoder.videoKbps = config.bitrate;
   encoder.gopSeconds = static_cast<int>(config.mVideoEncodeGop);
-  return check.result(std::move(encoder));
+  return check.result(encoder);
 }
 
 Result<PushParameters> changeSize(PushParameters parameters, uint32_t resolution, int32_t width,
