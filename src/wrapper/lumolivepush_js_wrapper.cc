@@ -19,8 +19,11 @@ constexpr Method kMethods[] = {
 
 }  // namespace
 
+// An empty handle does not throw, although V8 does not declare so.
+// NOLINTBEGIN(bugprone-throwing-static-initialization)
 v8::Persistent<v8::Function> LumoLivePushJSWrapper::constructor;
 v8::Persistent<v8::Context> LumoLivePushJSWrapper::sContext;
+// NOLINTEND(bugprone-throwing-static-initialization)
 const char* const LumoLivePushJSWrapper::kSourceFile = __FILE__;
 
 // ------------------------------------------------------------------------------ registration
