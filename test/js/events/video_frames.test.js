@@ -3,7 +3,7 @@
 // Raw frames of pushers and players arrive in "onVideoRenderData", laid out as documented.
 
 const assert = require('node:assert/strict');
-const { describe, it } = require('node:test');
+const { afterEach, describe, it } = require('node:test');
 const { flush, sdk } = require('../support/addon');
 const { newWrapper, useFreshSdk } = require('../support/wrapper');
 
@@ -33,6 +33,10 @@ function newAttachedWrapper() {
   wrapper.initPusher({});
   return wrapper;
 }
+
+// All captured frames have one owner: an update that is still queued for the wrapper of one test
+// would fetch the frame of the next.
+afterEach(flush);
 
 function capture(frame, source = 0) {
   return sdk.fire('onCaptureVideoSample', { source, frame });
