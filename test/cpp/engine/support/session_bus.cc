@@ -1,5 +1,9 @@
 #include "support/session_bus.h"
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <stdexcept>
@@ -48,7 +52,7 @@ SessionBus::SessionBus()
       daemon_(std::make_unique<ChildProcess>(
           std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile",
                                    "--address=unix:path=" + (folder_ / "bus").string()})) {
-  waitForFile(folder_ / "bus");
+  close(connectToSocket(folder_ / "bus"));
 }
 
 SessionBus::~SessionBus() {
@@ -56,13 +60,21 @@ SessionBus::~SessionBus() {
   std::filesystem::remove_all(folder_);
 }
 
-void waitForFile(const std::filesystem::path& file) {
+int connectToSocket(const std::filesystem::path& file) {
   using namespace std::chrono_literals;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  file.string().copy(address.sun_path, sizeof address.sun_path - 1);
+  const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   for (int i = 0; i < 6000; ++i) {
-    if (std::filesystem::exists(file)) return;
+    // The file is there a moment before its program listens.
+    if (connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+      return descriptor;
+    }
     std::this_thread::sleep_for(5ms);
   }
-  throw std::runtime_error("nothing came up at " + file.string());
+  close(descriptor);
+  throw std::runtime_error("no program listens at " + file.string());
 }
 
 }  // namespace NimboEngine::test

@@ -50,7 +50,8 @@ class SessionBus {
   std::unique_ptr<ChildProcess> daemon_;
 };
 
-// Waits for a file, a socket for example, that another program creates.
-void waitForFile(const std::filesystem::path& file);
+// Connects to a socket that another program creates, as soon as it listens there. Returns the
+// descriptor; throws std::runtime_error when none listens within half a minute.
+int connectToSocket(const std::filesystem::path& file);
 
 }  // namespace NimboEngine::test

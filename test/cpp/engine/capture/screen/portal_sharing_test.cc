@@ -2,11 +2,8 @@
 // stream of the test's own PipeWire.
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <sstream>
 #include <thread>
 
@@ -24,16 +21,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr VideoFormat kFormat{320, 240, 30};
-
-// The portal's result: a connection to PipeWire.
-int connectTo(const std::string& socketFile) {
-  const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, socketFile.c_str(), sizeof address.sun_path - 1);
-  EXPECT_EQ(connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  return descriptor;
-}
 
 class PortalSharingTest : public testing::Test {
  protected:
@@ -69,7 +56,7 @@ class OfferedScreen {
  public:
   explicit OfferedScreen(const SessionBus& bus)
       : pipewire_({"pipewire"}), socket_(bus.folder() / "pipewire-0") {
-    waitForFile(socket_);
+    close(connectToSocket(socket_));
     manager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"});
     stream_ = Pipeline::parse(
         "offered screen",
@@ -80,7 +67,8 @@ class OfferedScreen {
     EXPECT_TRUE(stream_ && stream_->play());
   }
 
-  int connection() const { return connectTo(socket_); }
+  // The portal's result: a connection to PipeWire.
+  int connection() const { return connectToSocket(socket_); }
 
   // Its number in PipeWire; 0 while it has none.
   uint32_t node() const {
