@@ -7,7 +7,8 @@ const { neededLibraries } = require('./elf_needed');
 
 /**
  * The packages of Debian and Ubuntu that hold the libraries which the add-on and the default SDK
- * need. Newer releases provide the same names.
+ * need. Debian 12's: newer releases also provide most of these names, but not those of fmt and of
+ * WebRTC audio processing.
  * @type {Record<string, string[]>} libraries by package
  */
 const PACKAGES = {
@@ -72,4 +73,4 @@ function installCommand(packages) {
   return `sudo apt-get install ${[...new Set(packages)].sort().join(' ')}`;
 }
 
-module.exports = { installCommand, missingLibraries };
+module.exports = { installCommand, installedLibraries, missingLibraries };

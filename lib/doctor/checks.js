@@ -4,7 +4,7 @@ const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { FEATURES } = require('../elements');
-const { missingLibraries } = require('../system_libraries');
+const { installedLibraries, missingLibraries } = require('../system_libraries');
 const { pluginFolders, pluginState } = require('./plugin_files');
 
 /**
@@ -48,10 +48,12 @@ function checkBinaries({ addonFile, sdkDirectory, loadError }) {
 }
 
 /** @returns {Check[]} one for each feature */
-function checkElements(folders = pluginFolders()) {
+function checkElements() {
+  const folders = pluginFolders();
+  const installed = installedLibraries();
   return Object.entries(FEATURES).map(([feature, elements]) => {
     const bad = Object.entries(elements).flatMap(([element, [plugin, name]]) => {
-      const state = pluginState(plugin, folders);
+      const state = pluginState(plugin, folders, installed);
       return state === 'ok' ? [] : [{ element, state, name }];
     });
     return {

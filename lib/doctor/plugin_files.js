@@ -23,14 +23,15 @@ function pluginFolders({ env = process.env, triplet = TRIPLETS[process.arch] } =
  *
  * @param {string} plugin
  * @param {string[]} folders where to look
+ * @param {Set<string>} installed the system's libraries
  * @returns {'ok' | 'missing' | 'unusable'} "unusable": a library that it needs is missing
  */
-function pluginState(plugin, folders) {
+function pluginState(plugin, folders, installed) {
   const file = folders
     .map((folder) => path.join(folder, `libgst${plugin}.so`))
     .find((each) => fs.existsSync(each));
   if (!file) return 'missing';
-  return missingLibraries([file]).length > 0 ? 'unusable' : 'ok';
+  return missingLibraries([file], installed).length > 0 ? 'unusable' : 'ok';
 }
 
 module.exports = { pluginFolders, pluginState };

@@ -40,7 +40,8 @@ function later(promise) {
   return promise;
 }
 
-describe('outcomes', () => {
+/** Begins every test of a suite with a new pusher, and an SDK that remembers no calls. */
+function useLivePush() {
   useFreshSdk();
   beforeEach(() => {
     live = new LivePush();
@@ -48,6 +49,10 @@ describe('outcomes', () => {
     sdk.forget();
   });
   afterEach(() => live.dispose());
+}
+
+describe('outcomes', () => {
+  useLivePush();
 
   for (const [method, event, ...args] of [
     ['startPreview', 'onPreviewStarted', {}],
@@ -185,13 +190,7 @@ describe('outcomes', () => {
 });
 
 describe('waiting', () => {
-  useFreshSdk();
-  beforeEach(() => {
-    live = new LivePush();
-    live.initPusher({});
-    sdk.forget();
-  });
-  afterEach(() => live.dispose());
+  useLivePush();
 
   it('ends with the signal, whose reason it passes on', async () => {
     const controller = new AbortController();
@@ -252,13 +251,7 @@ describe('waiting', () => {
 });
 
 describe('mix layouts', () => {
-  useFreshSdk();
-  beforeEach(() => {
-    live = new LivePush();
-    live.initPusher({});
-    sdk.forget();
-  });
-  afterEach(() => live.dispose());
+  useLivePush();
 
   it('reach the SDK, and its result is delivered', async () => {
     const promise = live.setLiveMixTranscodingConfig({ backgroundColor: 0xff00ff00, ...LAYOUT });
