@@ -1,5 +1,3 @@
-/// <reference types="node" />
-
 // The events and what they carry. Listeners are called on the JavaScript thread, one event at a
 // time, in the order in which the SDK raised them, and never inside the call that caused them.
 
@@ -86,6 +84,14 @@ export interface AudioVolume extends PlayerEvent {
 }
 
 /**
+ * Node's `Buffer`. In programs that are compiled without `@types/node`, the `Uint8Array` that every
+ * `Buffer` is.
+ */
+export type Bytes = typeof globalThis extends { Buffer: { alloc(size: number): infer B } }
+  ? B
+  : Uint8Array;
+
+/**
  * A raw video frame, I420: a Y plane of `height` rows, U and V planes of `(height + 1) / 2` rows.
  * The bytes are a copy of JavaScript's own. A row of the Y plane has `data_y_len / height` bytes.
  *
@@ -106,13 +112,13 @@ export interface VideoFrame {
   width: number;
   /** Pixels. */
   height: number;
-  data_y: Buffer;
+  data_y: Bytes;
   /** Bytes. */
   data_y_len: number;
-  data_u: Buffer;
+  data_u: Bytes;
   /** Bytes. */
   data_u_len: number;
-  data_v: Buffer;
+  data_v: Bytes;
   /** Bytes. */
   data_v_len: number;
 }

@@ -1,3 +1,5 @@
+/// <reference lib="esnext.disposable" />
+
 import type { EventMap, PlayerEventMap } from './events';
 import type { ExtraConfig, PlayerConfig, ViewOptions } from './records';
 import type { LivePushMethods, LumoLivePushJSWrapper } from './wrapper';
@@ -25,10 +27,18 @@ export class LivePushError extends Error {
   readonly nativeCode: unknown;
 }
 
+/** The members of an `AbortSignal` that are used; any `AbortSignal` is one. */
+export interface AbortSignalLike {
+  readonly reason: unknown;
+  readonly throwIfAborted: () => void;
+  readonly addEventListener: (type: 'abort', listener: () => void) => void;
+  readonly removeEventListener: (type: 'abort', listener: () => void) => void;
+}
+
 /** Ends the waiting for an outcome, not the operation. */
 export interface WaitOptions {
   /** Its reason rejects the promise. */
-  signal?: AbortSignal;
+  signal?: AbortSignalLike;
   /** Milliseconds until "TIMEOUT". Default: no limit. */
   timeoutMs?: number;
 }

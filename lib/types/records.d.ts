@@ -1,5 +1,3 @@
-/// <reference types="node" />
-
 // The objects that methods take and return. Sizes are in pixels, video bit rates in kbit/s, frame
 // rates in frames per second. A key that is left out keeps its default; a key whose value has a
 // wrong type does not: it becomes 0, -1 (signed numbers), false, "" or null. Unknown keys are
@@ -16,7 +14,7 @@ export type LiveMode = 0 | 1;
  * none. On X11 a 32-bit window identifier in host byte order. The bytes are read during the call;
  * the window must live until the preview or the player has stopped.
  */
-export type ViewHandle = NodeJS.ArrayBufferView | null;
+export type ViewHandle = ArrayBufferView | null;
 
 /**
  * The default SDK's settings, as JSON for setExtraConfig. Numbers are whole. A value of a wrong type
