@@ -19,7 +19,7 @@ class DeviceList final : public LumoRtc::LumoLiveDeviceList {
     records_.clear();
     for (const Device& device : devices) {
       records_.push_back(
-          {device.name.c_str(), device.id.c_str(), static_cast<int32_t>(device.transport)});
+          {device.name.c_str(), device.id.text().c_str(), static_cast<int32_t>(device.transport)});
     }
   }
 

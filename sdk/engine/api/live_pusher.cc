@@ -11,7 +11,7 @@ using namespace LumoRtc;
 
 LivePusher::LivePusher(const Settings& settings)
     : settings_(settings),
-      devices_(settings.camera, settings.microphone),
+      devices_(DeviceId(settings.camera), DeviceId(settings.microphone)),
       listeners_(this),
       engine_("nimbo-engine") {
   engine_.post([this] {

@@ -87,9 +87,10 @@ class LivePusher final : public LumoRtc::LumoLivePusher {
   // Takes over the parameters and posts them to the engine thread, or returns why it cannot.
   // `changed` is the result of one of the changes in push_parameters.h.
   LumoRtc::LumoLiveResult change(const Result<PushParameters>& changed);
-  using ChooseDevice = bool (DeviceSelection::*)(DeviceKind, const std::string&);
-  LumoRtc::LumoLiveResult choose(ChooseDevice how, DeviceKind kind, const char* text);
-  // Logs once that this build does not support `operation`.
+  template <class Key>
+  using ChooseDevice = bool (DeviceSelection::*)(DeviceKind, const Key&);
+  template <class Key>
+  LumoRtc::LumoLiveResult choose(ChooseDevice<Key> how, DeviceKind kind, const char* text);
 
   const Settings settings_;
   DeviceSelection devices_;

@@ -22,7 +22,7 @@ String LivePusher::getCurrentCameraName() {
 }
 
 String LivePusher::getCurrentCameraID() {
-  return devices_.current(DeviceKind::kCamera).id.c_str();
+  return devices_.current(DeviceKind::kCamera).id.text().c_str();
 }
 
 String LivePusher::getCurrentAudioCaptureName() {
@@ -30,7 +30,7 @@ String LivePusher::getCurrentAudioCaptureName() {
 }
 
 String LivePusher::getCurrentAudioCaptureID() {
-  return devices_.current(DeviceKind::kMicrophone).id.c_str();
+  return devices_.current(DeviceKind::kMicrophone).id.text().c_str();
 }
 
 int LivePusher::setCurrentCameraName(const char* name) {
@@ -49,12 +49,13 @@ int LivePusher::setCurrentAudioCaptureID(const char* id) {
   return choose(&DeviceSelection::chooseId, DeviceKind::kMicrophone, id);
 }
 
-LumoLiveResult LivePusher::choose(ChooseDevice how, DeviceKind kind, const char* text) {
+template <class Key>
+LumoLiveResult LivePusher::choose(ChooseDevice<Key> how, DeviceKind kind, const char* text) {
   if (!text) {
     NIMBO_LOG_ERROR("there is no name or identifier");
     return kLumoLiveInvalidArgument;
   }
-  if (!(devices_.*how)(kind, text)) {
+  if (!(devices_.*how)(kind, Key(text))) {
     NIMBO_LOG_ERROR("there is no {} \"{}\"", kind == DeviceKind::kCamera ? "camera" : "microphone",
                     text);
     return kLumoLiveNotFound;

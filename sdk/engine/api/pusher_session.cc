@@ -82,7 +82,7 @@ void PusherSession::startCapture() {
                                  .pauseImage = parameters_.pauseImage,
                                  .networkPoorImage = parameters_.networkPoorImage};
   auto failed =
-      ownerGuard_.bind([this](DeviceKind kind, const std::string& id, const std::string& message) {
+      ownerGuard_.bind([this](DeviceKind kind, const DeviceId& id, const std::string& message) {
         sourceFailed(kind, id, message);
       });
   capture_ = std::make_unique<CaptureSession>(
@@ -90,7 +90,7 @@ void PusherSession::startCapture() {
       [this](FrameOrigin origin, uint8_t* pixels, const GstVideoInfo& info) {
         listeners_.capturedFrame(origin, pixels, info);
       },
-      [this, failed](DeviceKind kind, const std::string& id, const std::string& message) {
+      [this, failed](DeviceKind kind, const DeviceId& id, const std::string& message) {
         engine_.post([failed, kind, id, message]() mutable { failed(kind, id, message); });
       });
   capture_->setMuted(muted_);

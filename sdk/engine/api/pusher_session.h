@@ -86,8 +86,8 @@ class PusherSession {
   void captureScreen();
   void watchDevices();
   void watchOpening();
-  void sourceFailed(DeviceKind kind, const std::string& id, const std::string& message);
-  bool replaceDevice(DeviceKind kind, const std::string& id, DeviceSelection::Cause cause,
+  void sourceFailed(DeviceKind kind, const DeviceId& id, const std::string& message);
+  bool replaceDevice(DeviceKind kind, const DeviceId& id, DeviceSelection::Cause cause,
                      const std::string& message);
   EncoderSettings wantedEncoder() const;
   void applyEncoder();

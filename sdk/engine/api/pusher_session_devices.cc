@@ -19,11 +19,11 @@ constexpr std::chrono::seconds kOpening{10};
 }  // namespace
 
 void PusherSession::watchDevices() {
-  auto unplugged = ownerGuard_.bind([this](DeviceKind kind, const std::string& id) {
+  auto unplugged = ownerGuard_.bind([this](DeviceKind kind, const DeviceId& id) {
     replaceDevice(kind, id, DeviceSelection::Cause::kUnplugged, "was unplugged");
   });
   unplugWatch_ =
-      std::make_unique<UnplugWatch>([this, unplugged](DeviceKind kind, const std::string& id) {
+      std::make_unique<UnplugWatch>([this, unplugged](DeviceKind kind, const DeviceId& id) {
         engine_.post([unplugged, kind, id]() mutable { unplugged(kind, id); });
       });
 }
@@ -41,15 +41,14 @@ void PusherSession::watchOpening() {
     const DeviceSelection::Sources sources = devices_.sources();
     for (const auto& [kind, id] : {std::pair(DeviceKind::kCamera, sources.camera),
                                    std::pair(DeviceKind::kMicrophone, sources.microphone)}) {
-      if (isPluggable(id) && capture_->hasHung(kind, kOpening)) {
+      if (id.isPluggable() && capture_->hasHung(kind, kOpening)) {
         sourceFailed(kind, id, "it does not start");
       }
     }
   }));
 }
 
-void PusherSession::sourceFailed(DeviceKind kind, const std::string& id,
-                                 const std::string& message) {
+void PusherSession::sourceFailed(DeviceKind kind, const DeviceId& id, const std::string& message) {
   const bool isCamera = kind == DeviceKind::kCamera;
   const DeviceSelection::Sources sources = devices_.sources();
   if (id != (isCamera ? sources.camera : sources.microphone)) return;  // replaced in the meantime
@@ -59,8 +58,8 @@ void PusherSession::sourceFailed(DeviceKind kind, const std::string& id,
 }
 
 // Returns false if another device is in use anyway, or there is no replacement.
-bool PusherSession::replaceDevice(DeviceKind kind, const std::string& id,
-                                  DeviceSelection::Cause cause, const std::string& message) {
+bool PusherSession::replaceDevice(DeviceKind kind, const DeviceId& id, DeviceSelection::Cause cause,
+                                  const std::string& message) {
   const auto loss = devices_.lose(kind, id, cause);
   if (!loss) return false;
   const bool isCamera = kind == DeviceKind::kCamera;

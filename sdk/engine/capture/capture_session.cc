@@ -66,12 +66,12 @@ void CaptureSession::setFormat(const VideoFormat& format) {
     return;
   }
   // The last frame stays until the new camera delivers its first.
-  if (!camera_ || format.fps <= cameraFps_ || cameraFile(settings_.camera)) return;
+  if (!camera_ || format.fps <= cameraFps_ || settings_.camera.isFile()) return;
   closeCamera();
   openCamera();
 }
 
-void CaptureSession::setDevices(const std::string& camera, const std::string& microphone) {
+void CaptureSession::setDevices(const DeviceId& camera, const DeviceId& microphone) {
   const MutexLock lock(mutex_);
   const bool isOtherCamera = camera != settings_.camera;
   const bool isOtherMicrophone = microphone != settings_.microphone;
@@ -100,7 +100,7 @@ void CaptureSession::dropMicrophone() {
   if (isFileAudio()) return;
   audio_.setSource(nullptr);
   microphone_.reset();
-  settings_.microphone.clear();
+  settings_.microphone = {};
 }
 
 bool CaptureSession::hasHung(DeviceKind kind, Clock::duration timeout) {
@@ -169,7 +169,7 @@ void CaptureSession::loadImages() {
 // ------------------------------------------------------------------------------------- camera
 
 bool CaptureSession::isFileAudio() const {
-  return settings_.microphone == settings_.camera && cameraFile(settings_.camera);
+  return settings_.microphone == settings_.camera && settings_.camera.isFile();
 }
 
 // The audio of a file is always decoded too, so that choosing it does not restart the file.
@@ -181,7 +181,7 @@ void CaptureSession::openCamera() {
     outputs.frames = frames_;
     if (!screen_) showCamera();
   }
-  if (cameraFile(settings_.camera)) {
+  if (settings_.camera.isFile()) {
     fileSamples_ = makeFifo(settings_.audio);
     outputs.samples = fileSamples_;
     if (isFileAudio()) audio_.setSource(fileSamples_);
@@ -189,7 +189,7 @@ void CaptureSession::openCamera() {
   cameraFps_ = settings_.video.fps;
   cameraOpened_ = Clock::now();
   camera_ = std::make_unique<SourceRunner>(
-      "camera " + settings_.camera,
+      "camera " + settings_.camera.text(),
       [id = settings_.camera, outputs] { return makeCamera(id, outputs); },
       [this, id = settings_.camera](const std::string& message) {
         onFailure_(DeviceKind::kCamera, id, message);
@@ -209,7 +209,7 @@ void CaptureSession::openMicrophone() {
   audio_.setSource(samples_);
   microphoneOpened_ = Clock::now();
   microphone_ = std::make_unique<SourceRunner>(
-      "microphone " + settings_.microphone,
+      "microphone " + settings_.microphone.text(),
       [id = settings_.microphone, outputs] { return makeMicrophone(id, outputs); },
       [this, id = settings_.microphone](const std::string& message) {
         onFailure_(DeviceKind::kMicrophone, id, message);

@@ -34,11 +34,10 @@ struct CaptureSettings {
   AudioFormat audio;
   bool audioOnly = false;  // no video; onFrame and onVideoFrame are never called
   bool mirror = false;     // left and right exchanged
-  // The identifiers of devices/devices.h. The audio of a file is a microphone with the file's
-  // identifier "file:<path>", in sync with its video if the camera is the same file; without an
-  // audio track it is silence.
-  std::string camera;
-  std::string microphone;
+  // The audio of a file is a microphone with the file's own identifier, in sync with its video if
+  // the camera is the same file; without an audio track it is silence.
+  DeviceId camera;
+  DeviceId microphone;
   // Files (capture/still_image.h) shown as placeholder images; "": none.
   std::string pauseImage;        // while the screen is paused
   std::string networkPoorImage;  // while the network is poor
@@ -48,7 +47,7 @@ class CaptureSession {
  public:
   // `id` identifies the camera or microphone that failed.
   using FailureCallback =
-      std::function<void(DeviceKind kind, const std::string& id, const std::string& message)>;
+      std::function<void(DeviceKind kind, const DeviceId& id, const std::string& message)>;
 
   CaptureSession(CaptureSettings settings, FrameCallback onFrame, FailureCallback onFailure);
   ~CaptureSession();
@@ -72,7 +71,7 @@ class CaptureSession {
 
   // Switches to other devices; an unchanged one keeps running. The last frame stays until the new
   // camera delivers its first, the old microphone stays in use until the new one delivers samples.
-  void setDevices(const std::string& camera, const std::string& microphone);
+  void setDevices(const DeviceId& camera, const DeviceId& microphone);
 
   // Silences the microphone until another one is set.
   void dropMicrophone();

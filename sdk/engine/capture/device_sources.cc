@@ -44,7 +44,7 @@ Result<std::unique_ptr<Pipeline>> buildDevicePipeline(GstDevice* device,
 
 }  // namespace
 
-CameraSource::CameraSource(std::string id, SourceOutputs outputs)
+CameraSource::CameraSource(DeviceId id, SourceOutputs outputs)
     : id_(std::move(id)), outputs_(std::move(outputs)) {}
 
 Result<std::unique_ptr<Pipeline>> CameraSource::build(Pipeline::Handler handler) {
@@ -52,7 +52,7 @@ Result<std::unique_ptr<Pipeline>> CameraSource::build(Pipeline::Handler handler)
   const GstPtr<GstCaps> offered(device ? gst_device_get_caps(device.get()) : nullptr);
   const GstPtr<GstCaps> chosen = offered ? chooseCameraCaps(*offered, outputs_.video) : nullptr;
   if (!chosen) {
-    return failed(LumoRtc::kLumoLiveNotFound, "camera {} {}", id_,
+    return failed(LumoRtc::kLumoLiveNotFound, "camera {} {}", id_.text(),
                   device ? "offers no usable format" : "is not there");
   }
   const GstPtr<gchar> caps(gst_caps_to_string(chosen.get()));
@@ -68,13 +68,13 @@ int64_t CameraSource::progress() const {
   return static_cast<int64_t>(outputs_.frames->count());
 }
 
-MicrophoneSource::MicrophoneSource(std::string id, SourceOutputs outputs)
+MicrophoneSource::MicrophoneSource(DeviceId id, SourceOutputs outputs)
     : id_(std::move(id)), outputs_(std::move(outputs)) {}
 
 Result<std::unique_ptr<Pipeline>> MicrophoneSource::build(Pipeline::Handler handler) {
   const GstPtr<GstDevice> device = findPlugged(DeviceKind::kMicrophone, id_);
   if (!device) {
-    return failed(LumoRtc::kLumoLiveNotFound, "microphone {} is not there", id_);
+    return failed(LumoRtc::kLumoLiveNotFound, "microphone {} is not there", id_.text());
   }
   const std::string description =
       fmt::format("queue name={} ! {}", kEntry, audioBranch(outputs_, Timing::kLive));

@@ -7,32 +7,32 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "capture/media_sink.h"
+#include "devices/device_id.h"
 #include "gst/source.h"
 
 namespace NimboEngine {
 
 class CameraSource : public Source {
  public:
-  CameraSource(std::string id, SourceOutputs outputs);
+  CameraSource(DeviceId id, SourceOutputs outputs);
   Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
   int64_t progress() const override;
 
  private:
-  const std::string id_;
+  const DeviceId id_;
   const SourceOutputs outputs_;
 };
 
 class MicrophoneSource : public Source {
  public:
-  MicrophoneSource(std::string id, SourceOutputs outputs);
+  MicrophoneSource(DeviceId id, SourceOutputs outputs);
   Result<std::unique_ptr<Pipeline>> build(Pipeline::Handler handler) override;
   int64_t progress() const override;
 
  private:
-  const std::string id_;
+  const DeviceId id_;
   const SourceOutputs outputs_;
 };
 

@@ -1,4 +1,4 @@
-// Creates the sources for identifiers (devices/devices.h).
+// Creates the sources for identifiers.
 //
 // Thread: any.
 // Ownership: returns new sources.
@@ -7,16 +7,16 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "capture/media_sink.h"
+#include "devices/device_id.h"
 #include "gst/source.h"
 
 namespace NimboEngine {
 
-std::unique_ptr<Source> makeCamera(const std::string& camera, SourceOutputs outputs);
+std::unique_ptr<Source> makeCamera(const DeviceId& camera, SourceOutputs outputs);
 
-// "file:<path>" is the audio of that file.
-std::unique_ptr<Source> makeMicrophone(const std::string& microphone, SourceOutputs outputs);
+// A file's identifier is the audio of that file.
+std::unique_ptr<Source> makeMicrophone(const DeviceId& microphone, SourceOutputs outputs);
 
 }  // namespace NimboEngine

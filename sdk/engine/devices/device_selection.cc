@@ -18,23 +18,24 @@ std::string fileName(const std::string& path) {
 
 }  // namespace
 
-DeviceSelection::DeviceSelection(const std::string& camera, const std::string& microphone,
-                                 Scan scan)
+DeviceSelection::DeviceSelection(DeviceId camera, DeviceId microphone, Scan scan)
     : scan_(std::move(scan)),
-      camera_{camera, camera, {}, {}},
-      microphone_{microphone, microphone, {}, {}} {}
+      camera_{camera, std::move(camera), {}, {}},
+      microphone_{microphone, std::move(microphone), {}, {}} {}
 
 // ------------------------------------------------------------------------------------- the list
 
 std::vector<Device> DeviceSelection::fixedEntries(DeviceKind kind) const {
   const bool isCamera = kind == DeviceKind::kCamera;
   std::vector<Device> entries;
-  if (const auto path = cameraFile(camera_.configured)) {
+  if (const auto path = camera_.configured.path()) {
     const std::string name = fileName(*path);
-    entries.push_back(isCamera ? Device{camera_.configured, name, Transport::kVirtual}
-                               : Device{kFileAudio, "Sound of " + name, Transport::kVirtual});
+    entries.push_back(isCamera
+                          ? Device{camera_.configured, name, Transport::kVirtual}
+                          : Device{DeviceId::fileAudio(), "Sound of " + name, Transport::kVirtual});
   }
-  entries.push_back({kTestDevice, isCamera ? "Test pattern" : "Test tone", Transport::kVirtual});
+  entries.push_back(
+      {DeviceId::test(), isCamera ? "Test pattern" : "Test tone", Transport::kVirtual});
   return entries;
 }
 
@@ -46,13 +47,13 @@ std::vector<Device> DeviceSelection::list(DeviceKind kind) const {
 }
 
 // Looking up the fixed entries must not wait for devices.
-std::optional<Device> DeviceSelection::entry(DeviceKind kind, const std::string& id) const {
-  return firstWhere(isPluggable(id) ? list(kind) : fixedEntries(kind),
+std::optional<Device> DeviceSelection::entry(DeviceKind kind, const DeviceId& id) const {
+  return firstWhere(id.isPluggable() ? list(kind) : fixedEntries(kind),
                     [&](const Device& device) { return device.id == id; });
 }
 
 std::optional<Device> DeviceSelection::firstPlugged(DeviceKind kind,
-                                                    const std::set<std::string>& except) const {
+                                                    const std::set<DeviceId>& except) const {
   std::vector<PluggedDevice> devices = scan_(kind);
   std::erase_if(devices, [&](const auto& plugged) { return except.contains(plugged.device.id); });
   if (devices.empty()) return std::nullopt;
@@ -61,27 +62,27 @@ std::optional<Device> DeviceSelection::firstPlugged(DeviceKind kind,
   return (marked == devices.end() ? devices.front() : *marked).device;
 }
 
-Device DeviceSelection::next(DeviceKind kind, const std::set<std::string>& except) const {
+Device DeviceSelection::next(DeviceKind kind, const std::set<DeviceId>& except) const {
   return firstPlugged(kind, except).value_or(fixedEntries(kind).front());
 }
 
 // ----------------------------------------------------------------------------------- what is used
 
-std::optional<Device> DeviceSelection::resolve(DeviceKind kind, const std::string& wish) const {
+std::optional<Device> DeviceSelection::resolve(DeviceKind kind, const DeviceId& wish) const {
   if (kind == DeviceKind::kMicrophone) return resolveMicrophone(wish);
-  if (!wish.empty()) return entry(kind, wish);
+  if (!wish.isAutomatic()) return entry(kind, wish);
   const auto plugged = firstPlugged(kind, {});
-  return plugged ? plugged : entry(kind, kTestDevice);
+  return plugged ? plugged : entry(kind, DeviceId::test());
 }
 
-std::optional<Device> DeviceSelection::resolveMicrophone(const std::string& wish) const {
+std::optional<Device> DeviceSelection::resolveMicrophone(const DeviceId& wish) const {
   constexpr auto kKind = DeviceKind::kMicrophone;
-  if (wish == kDefaultMicrophone) return firstPlugged(kKind, {});
-  if (!wish.empty()) return entry(kKind, wish);
+  if (wish.isDefault()) return firstPlugged(kKind, {});
+  if (!wish.isAutomatic()) return entry(kKind, wish);
   const auto camera = now(DeviceKind::kCamera);
-  if (camera && cameraFile(camera->id)) return entry(kKind, kFileAudio);
+  if (camera && camera->id.isFile()) return entry(kKind, DeviceId::fileAudio());
   const auto plugged = firstPlugged(kKind, {});
-  return plugged ? plugged : entry(kKind, kTestDevice);
+  return plugged ? plugged : entry(kKind, DeviceId::test());
 }
 
 std::optional<Device> DeviceSelection::now(DeviceKind kind) const {
@@ -113,7 +114,7 @@ DeviceSelection::Sources DeviceSelection::sources() const {
     return device ? device->id : slot(kind).wish;
   };
   Sources sources{source(DeviceKind::kCamera), source(DeviceKind::kMicrophone)};
-  if (sources.microphone == kFileAudio && cameraFile(camera_.configured)) {
+  if (sources.microphone.isFileAudio() && camera_.configured.isFile()) {
     sources.microphone = camera_.configured;
   }
   return sources;
@@ -121,10 +122,10 @@ DeviceSelection::Sources DeviceSelection::sources() const {
 
 // ------------------------------------------------------------------------------ choosing, losing
 
-bool DeviceSelection::chooseId(DeviceKind kind, const std::string& id) {
+bool DeviceSelection::chooseId(DeviceKind kind, const DeviceId& id) {
   const MutexLock lock(mutex_);
   Slot& chosen = slot(kind);
-  const std::string& wish = id.empty() ? chosen.configured : id;
+  const DeviceId& wish = id.isAutomatic() ? chosen.configured : id;
   const auto device = resolve(kind, wish);
   if (!device) return false;
   chosen.wish = wish;
@@ -142,22 +143,22 @@ bool DeviceSelection::chooseName(DeviceKind kind, const std::string& name) {
 // A microphone that follows the camera changes when the camera becomes a file or stops being one.
 void DeviceSelection::use(DeviceKind kind, const Device& device) {
   const auto before = std::exchange(slot(kind).used, device);
-  const bool wasFile = before && cameraFile(before->id);
-  if (capturing_ && kind == DeviceKind::kCamera && microphone_.wish.empty() &&
-      wasFile != cameraFile(device.id).has_value()) {
+  const bool wasFile = before && before->id.isFile();
+  if (capturing_ && kind == DeviceKind::kCamera && microphone_.wish.isAutomatic() &&
+      wasFile != device.id.isFile()) {
     microphone_.used = resolveMicrophone({});
   }
 }
 
-std::optional<DeviceSelection::Loss> DeviceSelection::lose(DeviceKind kind, const std::string& id,
+std::optional<DeviceSelection::Loss> DeviceSelection::lose(DeviceKind kind, const DeviceId& id,
                                                            Cause cause) {
   const MutexLock lock(mutex_);
   Slot& losing = slot(kind);
   if (cause == Cause::kUnplugged) losing.failed.erase(id);
   const bool isNamed = losing.used && losing.used->id == id;
-  if (!isPluggable(id) || !(capturing_ ? isNamed : losing.wish == id)) return std::nullopt;
+  if (!id.isPluggable() || !(capturing_ ? isNamed : losing.wish == id)) return std::nullopt;
   if (cause == Cause::kFailed) losing.failed.insert(id);
-  Loss loss{isNamed ? *losing.used : Device{id, id, {}}, next(kind, losing.failed)};
+  Loss loss{isNamed ? *losing.used : Device{id, id.text(), {}}, next(kind, losing.failed)};
   if (losing.wish == id) losing.wish = loss.next.id;
   use(kind, loss.next);
   return loss;

@@ -1,7 +1,7 @@
 // Selects the camera and the microphone: those of the settings until others are chosen, and a
 // replacement for a device that is lost.
 //
-// A camera of "" stands for the first that is plugged in, else the test pattern. A microphone of ""
+// A camera "" stands for the first that is plugged in, else the test pattern. A microphone ""
 // stands for the audio of a camera that is a file, else the default microphone, else the test tone;
 // "default" for the default microphone. They are resolved when capture begins and kept until it
 // ends.
@@ -32,8 +32,7 @@ class DeviceSelection {
   using Scan = std::function<std::vector<PluggedDevice>(DeviceKind)>;
 
   // The settings' identifiers. A file among them is an entry of both lists.
-  DeviceSelection(const std::string& camera, const std::string& microphone,
-                  Scan scan = pluggedDevices);
+  DeviceSelection(DeviceId camera, DeviceId microphone, Scan scan = pluggedDevices);
 
   // Everything that can be chosen: plugged-in devices, the configured file, the test source.
   std::vector<Device> list(DeviceKind kind) const;
@@ -43,7 +42,7 @@ class DeviceSelection {
   Device current(DeviceKind kind) const;
 
   // "" returns to the settings; the placeholders allowed there are allowed here too.
-  bool chooseId(DeviceKind kind, const std::string& id);
+  bool chooseId(DeviceKind kind, const DeviceId& id);
   bool chooseName(DeviceKind kind, const std::string& name);
 
   void beginCapture();
@@ -51,8 +50,8 @@ class DeviceSelection {
 
   // The sources that capture opens, in the terms of CaptureSettings.
   struct Sources {
-    std::string camera;
-    std::string microphone;
+    DeviceId camera;
+    DeviceId microphone;
   };
   Sources sources() const;
 
@@ -64,14 +63,14 @@ class DeviceSelection {
 
   // Returns the replacement; nothing unless the device was in use or chosen. A device that failed
   // stays excluded until it is unplugged, another is chosen or capture restarts.
-  std::optional<Loss> lose(DeviceKind kind, const std::string& id, Cause cause);
+  std::optional<Loss> lose(DeviceKind kind, const DeviceId& id, Cause cause);
 
  private:
   struct Slot {
-    std::string configured;
-    std::string wish;
+    DeviceId configured;
+    DeviceId wish;
     std::optional<Device> used;  // while capturing; else the last that was chosen or used
-    std::set<std::string> failed;
+    std::set<DeviceId> failed;
   };
 
   Slot& slot(DeviceKind kind) NIMBO_REQUIRES(mutex_) {
@@ -80,14 +79,13 @@ class DeviceSelection {
   const Slot& slot(DeviceKind kind) const NIMBO_REQUIRES(mutex_) {
     return kind == DeviceKind::kCamera ? camera_ : microphone_;
   }
-  std::optional<Device> resolve(DeviceKind kind, const std::string& wish) const
-      NIMBO_REQUIRES(mutex_);
-  std::optional<Device> resolveMicrophone(const std::string& wish) const NIMBO_REQUIRES(mutex_);
+  std::optional<Device> resolve(DeviceKind kind, const DeviceId& wish) const NIMBO_REQUIRES(mutex_);
+  std::optional<Device> resolveMicrophone(const DeviceId& wish) const NIMBO_REQUIRES(mutex_);
   std::optional<Device> now(DeviceKind kind) const NIMBO_REQUIRES(mutex_);
-  std::optional<Device> entry(DeviceKind kind, const std::string& id) const NIMBO_REQUIRES(mutex_);
-  std::optional<Device> firstPlugged(DeviceKind kind, const std::set<std::string>& except) const
+  std::optional<Device> entry(DeviceKind kind, const DeviceId& id) const NIMBO_REQUIRES(mutex_);
+  std::optional<Device> firstPlugged(DeviceKind kind, const std::set<DeviceId>& except) const
       NIMBO_REQUIRES(mutex_);
-  Device next(DeviceKind kind, const std::set<std::string>& except) const NIMBO_REQUIRES(mutex_);
+  Device next(DeviceKind kind, const std::set<DeviceId>& except) const NIMBO_REQUIRES(mutex_);
   // Reads only what never changes.
   std::vector<Device> fixedEntries(DeviceKind kind) const NIMBO_NO_THREAD_SAFETY_ANALYSIS;
   void use(DeviceKind kind, const Device& device) NIMBO_REQUIRES(mutex_);

@@ -1,18 +1,14 @@
-// Names and identifiers of cameras and microphones.
+// Cameras and microphones. Identifiers are stable while the process lives and, if the system
+// provides stable names, beyond.
 //
-// Identifiers are stable while the process lives and, if the system provides stable names, beyond:
-//   "test"         the test pattern or the test tone
-//   "file:<path>"  a media file as camera "file"         that file's audio as microphone other
-//   a device, by its node name or path
-//
-// Thread: any.
-// Failure: none.
+// Thread: plain values.
 
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
+
+#include "devices/device_id.h"
 
 namespace NimboEngine {
 
@@ -27,25 +23,9 @@ enum class Transport : int32_t {
 };
 
 struct Device {
-  std::string id;
+  DeviceId id;
   std::string name;  // display name
   Transport transport = Transport::kUnknown;
 };
-
-inline constexpr char kTestDevice[] = "test";
-inline constexpr char kFileAudio[] = "file";
-inline constexpr char kDefaultMicrophone[] = "default";
-
-// Returns the file's path if `camera` names a file.
-inline std::optional<std::string> cameraFile(const std::string& camera) {
-  constexpr char kPrefix[] = "file:";
-  if (!camera.starts_with(kPrefix)) return std::nullopt;
-  return camera.substr(sizeof kPrefix - 1);
-}
-
-// Returns whether the device may be plugged in and unplugged.
-inline bool isPluggable(const std::string& id) {
-  return id != kTestDevice && id != kFileAudio && !cameraFile(id);
-}
 
 }  // namespace NimboEngine

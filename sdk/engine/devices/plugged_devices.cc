@@ -34,16 +34,16 @@ std::string firstText(const GstStructure* properties, std::initializer_list<cons
 
 // PipeWire names its nodes, PulseAudio its sources, V4L2 has paths; a display name is the last
 // resort.
-std::string identifier(GstDevice* device, const GstStructure* properties) {
+DeviceId identifier(GstDevice* device, const GstStructure* properties) {
   std::string id =
       firstText(properties, {"node.name", "device.path", "api.v4l2.path", "device.string"});
-  if (!id.empty()) return id;
+  if (!id.empty()) return DeviceId(std::move(id));
   gchar* name = nullptr;
   if (g_object_class_find_property(G_OBJECT_GET_CLASS(device), "internal-name")) {
     g_object_get(device, "internal-name", &name, nullptr);
   }
   const GstPtr<gchar> owned(name ? name : gst_device_get_display_name(device));
-  return owned.get();
+  return DeviceId(owned.get());
 }
 
 Transport transport(const GstStructure* properties) {
@@ -110,7 +110,7 @@ std::vector<PluggedDevice> pluggedDevices(DeviceKind kind) {
   return devices;
 }
 
-GstPtr<GstDevice> findPlugged(DeviceKind kind, const std::string& id) {
+GstPtr<GstDevice> findPlugged(DeviceKind kind, const DeviceId& id) {
   for (Found& found : scan(kind)) {
     if (found.plugged.device.id == id) return std::move(found.handle);
   }

@@ -25,7 +25,7 @@ void prepareDevices();
 std::vector<PluggedDevice> pluggedDevices(DeviceKind kind);
 
 // Returns the handle of a plugged-in device; null if it is not there (any more).
-GstPtr<GstDevice> findPlugged(DeviceKind kind, const std::string& id);
+GstPtr<GstDevice> findPlugged(DeviceKind kind, const DeviceId& id);
 
 // Reports every device that is unplugged during the lifetime of the watch; by then it has left the
 // list. Only one watch may exist at a time.
@@ -33,7 +33,7 @@ GstPtr<GstDevice> findPlugged(DeviceKind kind, const std::string& id);
 // Thread: the callback runs on a GStreamer thread. Destruction waits for a call in progress.
 class UnplugWatch {
  public:
-  using Callback = std::function<void(DeviceKind kind, const std::string& id)>;
+  using Callback = std::function<void(DeviceKind kind, const DeviceId& id)>;
 
   explicit UnplugWatch(Callback onUnplugged);
   ~UnplugWatch();

@@ -7,7 +7,8 @@ namespace {
 
 TEST(DeviceList, ReturnsTheRecordsInOrder) {
   DeviceList list;
-  list.assign({{"id-a", "A", Transport::kUsb}, {"id-b", "B", Transport::kVirtual}});
+  list.assign(
+      {{DeviceId("id-a"), "A", Transport::kUsb}, {DeviceId("id-b"), "B", Transport::kVirtual}});
   ASSERT_EQ(list.getCount(), 2u);
   EXPECT_STREQ(list.getDevice(0).deviceName.c_str(), "A");
   EXPECT_STREQ(list.getDevice(0).deviceId.c_str(), "id-a");
@@ -18,7 +19,7 @@ TEST(DeviceList, ReturnsTheRecordsInOrder) {
 
 TEST(DeviceList, AnIndexPastTheEndGivesAnEmptyRecord) {
   DeviceList list;
-  list.assign({{"id", "name", Transport::kUnknown}});
+  list.assign({{DeviceId("id"), "name", Transport::kUnknown}});
   EXPECT_STREQ(list.getDevice(1).deviceName.c_str(), "");
   list.assign({});
   EXPECT_EQ(list.getCount(), 0u);

@@ -22,8 +22,8 @@ constexpr uint64_t kSecond = 1'000'000'000;
 CaptureSettings testSettings(VideoFormat video = {320, 240, 30}) {
   CaptureSettings settings;
   settings.video = video;
-  settings.camera = kTestDevice;
-  settings.microphone = kTestDevice;
+  settings.camera = DeviceId::test();
+  settings.microphone = DeviceId::test();
   return settings;
 }
 
@@ -38,7 +38,7 @@ class CaptureSessionTest : public testing::Test {
   void open(const CaptureSettings& settings, FrameCallback onFrame = nullptr) {
     session_ = std::make_unique<CaptureSession>(
         settings, std::move(onFrame),
-        [this](DeviceKind kind, const std::string&, const std::string& message) {
+        [this](DeviceKind kind, const DeviceId&, const std::string& message) {
           EXPECT_FALSE(message.empty());
           failures_.add(kindName(kind));
         });
@@ -248,8 +248,8 @@ TEST_F(CaptureSessionTest, AudioOnlyHasNoFrames) {
 
 TEST_F(CaptureSessionTest, MissingDevicesYieldBlackAndSilence) {
   CaptureSettings settings = testSettings();
-  settings.camera = "no such camera";
-  settings.microphone = "no such microphone";
+  settings.camera = DeviceId("no such camera");
+  settings.microphone = DeviceId(DeviceId("no such microphone"));
   open(settings);
   EXPECT_TRUE(failures_.waitFor("camera"));
   EXPECT_TRUE(failures_.waitFor("microphone"));
@@ -259,7 +259,7 @@ TEST_F(CaptureSessionTest, MissingDevicesYieldBlackAndSilence) {
 
 TEST_F(CaptureSessionTest, TheAudioOfAFileNeedsAFile) {
   CaptureSettings settings = testSettings();
-  settings.microphone = kFileAudio;
+  settings.microphone = DeviceId::fileAudio();
   open(settings);
   EXPECT_TRUE(failures_.waitFor("microphone"));
   EXPECT_TRUE(probe_.waitForFrame(isPattern));
@@ -271,19 +271,19 @@ TEST_F(CaptureSessionTest, DevicesAreSwitchedWhileItRuns) {
   ASSERT_TRUE(probe_.waitForFrame(isPattern));
   const auto loud = [](const AudioChunk& chunk) { return !chunk.isSilent(); };
   ASSERT_TRUE(probe_.waitForAudio(loud));
-  session_->setDevices("no such camera", kTestDevice);
+  session_->setDevices(DeviceId("no such camera"), DeviceId::test());
   ASSERT_TRUE(failures_.waitFor("camera"));
   probe_.frames(2);  // one may have been under way
   const std::vector<Frame> still = probe_.frames(5);
   for (const Frame& frame : still) EXPECT_EQ(frame.bytes, still[0].bytes);
   EXPECT_TRUE(isPattern(still[0])) << "the last frame stays";
   EXPECT_TRUE(probe_.waitForAudio(loud)) << "the microphone is the same";
-  session_->setDevices(kTestDevice, "no such microphone");
+  session_->setDevices(DeviceId::test(), DeviceId("no such microphone"));
   ASSERT_TRUE(failures_.waitFor("microphone"));
   EXPECT_TRUE(
       probe_.waitForFrame([&still](const Frame& frame) { return frame.bytes != still[0].bytes; }));
   EXPECT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
-  session_->setDevices(kTestDevice, kTestDevice);
+  session_->setDevices(DeviceId::test(), DeviceId::test());
   EXPECT_TRUE(probe_.waitForAudio(loud));
   EXPECT_EQ(failures_.all(), (std::vector<std::string>{"camera", "microphone"}));
 }
@@ -295,17 +295,17 @@ TEST_F(CaptureSessionTest, ADroppedMicrophoneIsSilent) {
   session_->dropMicrophone();
   ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
   for (const AudioChunk& chunk : probe_.audioChunks(10)) EXPECT_TRUE(chunk.isSilent());
-  session_->setDevices(kTestDevice, kTestDevice);
+  session_->setDevices(DeviceId::test(), DeviceId::test());
   EXPECT_TRUE(probe_.waitForAudio(loud));
 }
 
 TEST_F(CaptureSessionTest, AStoppedCameraStaysStoppedWhenAnotherIsTaken) {
   CaptureSettings settings = testSettings();
-  settings.camera = "no such camera";
+  settings.camera = DeviceId("no such camera");
   open(settings);
   ASSERT_TRUE(failures_.waitFor("camera"));
   session_->setCameraRunning(false);
-  session_->setDevices(kTestDevice, kTestDevice);
+  session_->setDevices(DeviceId::test(), DeviceId::test());
   for (const Frame& frame : probe_.frames(5)) EXPECT_TRUE(frame.isBlack());
   session_->setCameraRunning(true);
   EXPECT_TRUE(probe_.waitForFrame(isPattern));

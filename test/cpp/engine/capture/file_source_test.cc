@@ -54,10 +54,10 @@ class FileSourceTest : public testing::Test {
     CaptureSettings settings;
     settings.video = {320, 180, 30};
     settings.audioOnly = audioOnly;
-    settings.camera = "file:" + path;
+    settings.camera = DeviceId("file:" + path);
     settings.microphone = settings.camera;
     session_ = std::make_unique<CaptureSession>(
-        settings, nullptr, [this](DeviceKind kind, const std::string&, const std::string&) {
+        settings, nullptr, [this](DeviceKind kind, const DeviceId&, const std::string&) {
           failures_.add(kindName(kind));
         });
     session_->addConsumer(&probe_);
@@ -208,16 +208,16 @@ TEST_F(FileSourceTest, ItsAudioIsDeliveredWithAndWithoutItsVideo) {
                                                 "audioconvert ! mux. avimux name=mux ! ");
   open(path);
   ASSERT_TRUE(probe_.waitForAudio(isLoud));
-  const std::string file = "file:" + path;
-  session_->setDevices(file, "no such microphone");
+  const DeviceId file("file:" + path);
+  session_->setDevices(file, DeviceId("no such microphone"));
   ASSERT_TRUE(failures_.waitFor("microphone"));
   ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
   session_->setDevices(file, file);
   EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "with its video";
-  session_->setDevices("no such camera", "no such microphone");
+  session_->setDevices(DeviceId("no such camera"), DeviceId("no such microphone"));
   ASSERT_TRUE(failures_.waitFor("microphone", 2));
   ASSERT_TRUE(probe_.waitForAudio(&AudioChunk::isSilent));
-  session_->setDevices("no such camera", file);
+  session_->setDevices(DeviceId("no such camera"), file);
   EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "without";
   session_->setDevices(file, file);
   EXPECT_TRUE(probe_.waitForAudio(isLoud)) << "with it again";

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,17 +21,17 @@ constexpr char kFile[] = "file:/films/holiday in rome.mp4";
 class DeviceSelectionTest : public testing::Test {
  protected:
   DeviceSelection select(const std::string& camera, const std::string& microphone) {
-    return {camera, microphone,
+    return {DeviceId(camera), DeviceId(microphone),
             [this](DeviceKind kind) { return kind == kCamera ? cameras : microphones; }};
   }
 
   static void plug(std::vector<PluggedDevice>& devices, const std::string& id,
                    bool isDefault = false) {
-    devices.push_back({{id, "Name of " + id, Transport::kUsb}, isDefault});
+    devices.push_back({{DeviceId(id), "Name of " + id, Transport::kUsb}, isDefault});
   }
 
   static void unplug(std::vector<PluggedDevice>& devices, const std::string& id) {
-    std::erase_if(devices, [&](const auto& plugged) { return plugged.device.id == id; });
+    std::erase_if(devices, [&](const auto& plugged) { return plugged.device.id == DeviceId(id); });
   }
 
   std::vector<PluggedDevice> cameras;
@@ -40,7 +40,7 @@ class DeviceSelectionTest : public testing::Test {
 
 std::vector<std::string> ids(const std::vector<Device>& devices) {
   std::vector<std::string> ids;
-  for (const Device& device : devices) ids.push_back(device.id);
+  for (const Device& device : devices) ids.push_back(device.id.text());
   return ids;
 }
 
@@ -61,37 +61,37 @@ TEST_F(DeviceSelectionTest, TheListEndsWithTheFixedEntries) {
 }
 
 TEST_F(DeviceSelectionTest, NothingConfiguredMeansTheFirstCameraAndTheDefaultMicrophone) {
-  EXPECT_EQ(select("", "").current(kCamera).id, "test");
-  EXPECT_EQ(select("", "").current(kMicrophone).id, "test");
+  EXPECT_EQ(select("", "").current(kCamera).id.text(), "test");
+  EXPECT_EQ(select("", "").current(kMicrophone).id.text(), "test");
   plug(cameras, "a");
   plug(cameras, "b");
   plug(microphones, "m");
-  EXPECT_EQ(select("", "").current(kMicrophone).id, "m");
+  EXPECT_EQ(select("", "").current(kMicrophone).id.text(), "m");
   plug(microphones, "n", true);
-  EXPECT_EQ(select("", "").current(kCamera).id, "a");
-  EXPECT_EQ(select("", "").current(kMicrophone).id, "n");
+  EXPECT_EQ(select("", "").current(kCamera).id.text(), "a");
+  EXPECT_EQ(select("", "").current(kMicrophone).id.text(), "n");
 }
 
 TEST_F(DeviceSelectionTest, NothingConfiguredMeansTheAudioOfTheFile) {
   plug(microphones, "m", true);
-  EXPECT_EQ(select(kFile, "").current(kMicrophone).id, "file");
-  EXPECT_EQ(select(kFile, "").sources().microphone, kFile);
+  EXPECT_EQ(select(kFile, "").current(kMicrophone).id.text(), "file");
+  EXPECT_EQ(select(kFile, "").sources().microphone.text(), kFile);
 }
 
 TEST_F(DeviceSelectionTest, TheDefaultMicrophoneIsARealOne) {
-  EXPECT_EQ(select("", "default").current(kMicrophone).id, "");
-  EXPECT_EQ(select("", "default").sources().microphone, "default");
+  EXPECT_EQ(select("", "default").current(kMicrophone).id.text(), "");
+  EXPECT_EQ(select("", "default").sources().microphone.text(), "default");
   plug(microphones, "m");
-  EXPECT_EQ(select("", "default").current(kMicrophone).id, "m");
+  EXPECT_EQ(select("", "default").current(kMicrophone).id.text(), "m");
 }
 
 TEST_F(DeviceSelectionTest, AMissingDeviceIsNotCurrent) {
   DeviceSelection selection = select("gone", "file");
   selection.beginCapture();
-  EXPECT_EQ(selection.current(kCamera).id, "");
-  EXPECT_EQ(selection.current(kMicrophone).id, "");
-  EXPECT_EQ(selection.sources().camera, "gone");
-  EXPECT_EQ(selection.sources().microphone, "file") << "without a file it has no audio";
+  EXPECT_EQ(selection.current(kCamera).id.text(), "");
+  EXPECT_EQ(selection.current(kMicrophone).id.text(), "");
+  EXPECT_EQ(selection.sources().camera.text(), "gone");
+  EXPECT_EQ(selection.sources().microphone.text(), "file") << "without a file it has no audio";
 }
 
 TEST_F(DeviceSelectionTest, ADeviceIsChosenByIdOrName) {
@@ -100,23 +100,23 @@ TEST_F(DeviceSelectionTest, ADeviceIsChosenByIdOrName) {
   DeviceSelection selection = select("test", "test");
   for (const bool capturing : {false, true}) {
     if (capturing) selection.beginCapture();
-    EXPECT_TRUE(selection.chooseId(kCamera, "a"));
+    EXPECT_TRUE(selection.chooseId(kCamera, DeviceId("a")));
     EXPECT_EQ(selection.current(kCamera).name, "Name of a");
-    EXPECT_EQ(selection.sources().camera, "a");
+    EXPECT_EQ(selection.sources().camera.text(), "a");
     EXPECT_TRUE(selection.chooseName(kCamera, "Test pattern"));
-    EXPECT_EQ(selection.current(kCamera).id, "test");
+    EXPECT_EQ(selection.current(kCamera).id.text(), "test");
     EXPECT_TRUE(selection.chooseName(kMicrophone, "Name of m"));
-    EXPECT_EQ(selection.current(kMicrophone).id, "m");
-    EXPECT_TRUE(selection.chooseId(kMicrophone, "test"));
-    EXPECT_EQ(selection.sources().microphone, "test");
+    EXPECT_EQ(selection.current(kMicrophone).id.text(), "m");
+    EXPECT_TRUE(selection.chooseId(kMicrophone, DeviceId("test")));
+    EXPECT_EQ(selection.sources().microphone.text(), "test");
   }
 }
 
 TEST_F(DeviceSelectionTest, OfTwoOfOneNameTheFirstIsChosen) {
-  cameras = {{{"a", "Webcam", {}}, false}, {{"b", "Webcam", {}}, false}};
+  cameras = {{{DeviceId("a"), "Webcam", {}}, false}, {{DeviceId("b"), "Webcam", {}}, false}};
   DeviceSelection selection = select("test", "");
   EXPECT_TRUE(selection.chooseName(kCamera, "Webcam"));
-  EXPECT_EQ(selection.current(kCamera).id, "a");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "a");
 }
 
 TEST_F(DeviceSelectionTest, UnknownIdentifiersChangeNothing) {
@@ -125,15 +125,15 @@ TEST_F(DeviceSelectionTest, UnknownIdentifiersChangeNothing) {
   for (const bool capturing : {false, true}) {
     if (capturing) selection.beginCapture();
     for (const char* id : {"b", "A", "Name of a", "file", kFile, "default"}) {
-      EXPECT_FALSE(selection.chooseId(kCamera, id)) << id;
+      EXPECT_FALSE(selection.chooseId(kCamera, DeviceId(id))) << id;
     }
     for (const char* name : {"", "a", "name of a"}) {
       EXPECT_FALSE(selection.chooseName(kCamera, name)) << name;
     }
-    EXPECT_FALSE(selection.chooseId(kMicrophone, "file"));
-    EXPECT_FALSE(selection.chooseId(kMicrophone, "default"));
-    EXPECT_EQ(selection.current(kCamera).id, "a");
-    EXPECT_EQ(selection.current(kMicrophone).id, "test");
+    EXPECT_FALSE(selection.chooseId(kMicrophone, DeviceId("file")));
+    EXPECT_FALSE(selection.chooseId(kMicrophone, DeviceId("default")));
+    EXPECT_EQ(selection.current(kCamera).id.text(), "a");
+    EXPECT_EQ(selection.current(kMicrophone).id.text(), "test");
   }
 }
 
@@ -141,29 +141,29 @@ TEST_F(DeviceSelectionTest, TheEmptyIdentifierGoesBackToTheSettings) {
   plug(cameras, "a");
   plug(microphones, "m");
   DeviceSelection named = select(kFile, "default");
-  ASSERT_TRUE(named.chooseId(kCamera, "test"));
-  ASSERT_TRUE(named.chooseId(kMicrophone, "test"));
-  EXPECT_TRUE(named.chooseId(kCamera, ""));
-  EXPECT_TRUE(named.chooseId(kMicrophone, ""));
-  EXPECT_EQ(named.current(kCamera).id, kFile);
-  EXPECT_EQ(named.current(kMicrophone).id, "m");
+  ASSERT_TRUE(named.chooseId(kCamera, DeviceId("test")));
+  ASSERT_TRUE(named.chooseId(kMicrophone, DeviceId("test")));
+  EXPECT_TRUE(named.chooseId(kCamera, DeviceId("")));
+  EXPECT_TRUE(named.chooseId(kMicrophone, DeviceId("")));
+  EXPECT_EQ(named.current(kCamera).id.text(), kFile);
+  EXPECT_EQ(named.current(kMicrophone).id.text(), "m");
   DeviceSelection automatic = select("", "");
-  ASSERT_TRUE(automatic.chooseId(kCamera, "test"));
-  EXPECT_TRUE(automatic.chooseId(kCamera, ""));
-  EXPECT_EQ(automatic.current(kCamera).id, "a");
+  ASSERT_TRUE(automatic.chooseId(kCamera, DeviceId("test")));
+  EXPECT_TRUE(automatic.chooseId(kCamera, DeviceId("")));
+  EXPECT_EQ(automatic.current(kCamera).id.text(), "a");
 }
 
 TEST_F(DeviceSelectionTest, AMicrophoneThatWasNotChosenFollowsTheFile) {
   DeviceSelection selection = select(kFile, "");
   selection.beginCapture();
-  ASSERT_TRUE(selection.chooseId(kCamera, "test"));
-  EXPECT_EQ(selection.current(kMicrophone).id, "test");
-  ASSERT_TRUE(selection.chooseId(kCamera, kFile));
-  EXPECT_EQ(selection.current(kMicrophone).id, "file");
-  ASSERT_TRUE(selection.chooseId(kMicrophone, "file"));
-  ASSERT_TRUE(selection.chooseId(kCamera, "test"));
-  EXPECT_EQ(selection.current(kMicrophone).id, "file") << "chosen, it stays";
-  EXPECT_EQ(selection.sources().microphone, kFile);
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("test")));
+  EXPECT_EQ(selection.current(kMicrophone).id.text(), "test");
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId(kFile)));
+  EXPECT_EQ(selection.current(kMicrophone).id.text(), "file");
+  ASSERT_TRUE(selection.chooseId(kMicrophone, DeviceId("file")));
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("test")));
+  EXPECT_EQ(selection.current(kMicrophone).id.text(), "file") << "chosen, it stays";
+  EXPECT_EQ(selection.sources().microphone.text(), kFile);
 }
 
 TEST_F(DeviceSelectionTest, PluggingChangesNothingWhileCapturing) {
@@ -171,11 +171,11 @@ TEST_F(DeviceSelectionTest, PluggingChangesNothingWhileCapturing) {
   plug(microphones, "m");
   DeviceSelection selection = select("", "");
   selection.beginCapture();
-  cameras.insert(cameras.begin(), {{"a", "A", {}}, false});
+  cameras.insert(cameras.begin(), {{DeviceId("a"), "A", {}}, false});
   plug(microphones, "n", true);
-  ASSERT_TRUE(selection.chooseId(kCamera, "b"));  // as it was
-  EXPECT_EQ(selection.current(kCamera).id, "b");
-  EXPECT_EQ(selection.current(kMicrophone).id, "m");
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("b")));  // as it was
+  EXPECT_EQ(selection.current(kCamera).id.text(), "b");
+  EXPECT_EQ(selection.current(kMicrophone).id.text(), "m");
   EXPECT_EQ(selection.list(kCamera).size(), 3U);
 }
 
@@ -183,18 +183,18 @@ TEST_F(DeviceSelectionTest, TheNextInTheListReplacesALostCamera) {
   for (const char* id : {"a", "b", "c"}) plug(cameras, id);
   DeviceSelection selection = select("", "test");
   selection.beginCapture();
-  ASSERT_TRUE(selection.chooseId(kCamera, "b"));
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("b")));
   unplug(cameras, "b");
-  const auto loss = selection.lose(kCamera, "b", kUnplugged);
+  const auto loss = selection.lose(kCamera, DeviceId("b"), kUnplugged);
   ASSERT_TRUE(loss);
   EXPECT_EQ(loss->lost.name, "Name of b");
   EXPECT_EQ(loss->next.name, "Name of a");
-  EXPECT_EQ(selection.sources().camera, "a");
+  EXPECT_EQ(selection.sources().camera.text(), "a");
   unplug(cameras, "c");
-  EXPECT_FALSE(selection.lose(kCamera, "c", kUnplugged)) << "not in use";
+  EXPECT_FALSE(selection.lose(kCamera, DeviceId("c"), kUnplugged)) << "not in use";
   unplug(cameras, "a");
-  EXPECT_EQ(selection.lose(kCamera, "a", kUnplugged).value().next.id, "test");
-  EXPECT_EQ(selection.current(kCamera).id, "test");
+  EXPECT_EQ(selection.lose(kCamera, DeviceId("a"), kUnplugged).value().next.id.text(), "test");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "test");
 }
 
 TEST_F(DeviceSelectionTest, TheDefaultReplacesALostMicrophone) {
@@ -204,26 +204,26 @@ TEST_F(DeviceSelectionTest, TheDefaultReplacesALostMicrophone) {
   DeviceSelection selection = select(kFile, "m");
   selection.beginCapture();
   unplug(microphones, "m");
-  EXPECT_EQ(selection.lose(kMicrophone, "m", kUnplugged).value().next.id, "o");
+  EXPECT_EQ(selection.lose(kMicrophone, DeviceId("m"), kUnplugged).value().next.id.text(), "o");
   microphones.clear();
-  EXPECT_EQ(selection.lose(kMicrophone, "o", kUnplugged).value().next.id, "file");
+  EXPECT_EQ(selection.lose(kMicrophone, DeviceId("o"), kUnplugged).value().next.id.text(), "file");
 }
 
 TEST_F(DeviceSelectionTest, AReturningDeviceIsNotUsedAgain) {
   plug(cameras, "a");
   plug(cameras, "b");
   DeviceSelection selection = select("test", "test");
-  ASSERT_TRUE(selection.chooseId(kCamera, "a"));
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("a")));
   selection.beginCapture();
   unplug(cameras, "a");
-  ASSERT_TRUE(selection.lose(kCamera, "a", kUnplugged));
+  ASSERT_TRUE(selection.lose(kCamera, DeviceId("a"), kUnplugged));
   plug(cameras, "a");
-  EXPECT_EQ(selection.current(kCamera).id, "b");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "b");
   selection.endCapture();
   selection.beginCapture();
-  EXPECT_EQ(selection.current(kCamera).id, "b") << "it counts as chosen";
-  EXPECT_TRUE(selection.chooseId(kCamera, "a"));
-  EXPECT_EQ(selection.current(kCamera).id, "a");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "b") << "it counts as chosen";
+  EXPECT_TRUE(selection.chooseId(kCamera, DeviceId("a")));
+  EXPECT_EQ(selection.current(kCamera).id.text(), "a");
 }
 
 TEST_F(DeviceSelectionTest, AnUnchosenDeviceIsResolvedAtEachCapture) {
@@ -231,25 +231,25 @@ TEST_F(DeviceSelectionTest, AnUnchosenDeviceIsResolvedAtEachCapture) {
   DeviceSelection selection = select("", "test");
   selection.beginCapture();
   unplug(cameras, "a");
-  ASSERT_TRUE(selection.lose(kCamera, "a", kUnplugged));
+  ASSERT_TRUE(selection.lose(kCamera, DeviceId("a"), kUnplugged));
   plug(cameras, "a");
-  EXPECT_EQ(selection.current(kCamera).id, "test");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "test");
   selection.endCapture();
   selection.beginCapture();
-  EXPECT_EQ(selection.current(kCamera).id, "a");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "a");
 }
 
 TEST_F(DeviceSelectionTest, AChosenDeviceIsReplacedWhileNothingIsCaptured) {
   plug(cameras, "a");
   DeviceSelection selection = select("test", "test");
-  ASSERT_TRUE(selection.chooseId(kCamera, "a"));
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("a")));
   unplug(cameras, "a");
-  const auto loss = selection.lose(kCamera, "a", kUnplugged);
+  const auto loss = selection.lose(kCamera, DeviceId("a"), kUnplugged);
   ASSERT_TRUE(loss);
   EXPECT_EQ(loss->lost.name, "Name of a");
-  EXPECT_EQ(selection.current(kCamera).id, "test");
+  EXPECT_EQ(selection.current(kCamera).id.text(), "test");
   DeviceSelection automatic = select("", "test");
-  EXPECT_FALSE(automatic.lose(kCamera, "a", kUnplugged)) << "it was not chosen";
+  EXPECT_FALSE(automatic.lose(kCamera, DeviceId("a"), kUnplugged)) << "it was not chosen";
 }
 
 // It is still in the list, perhaps in use elsewhere.
@@ -258,10 +258,10 @@ TEST_F(DeviceSelectionTest, AFailedDeviceIsNoReplacementForALostOne) {
   plug(cameras, "b");
   DeviceSelection selection = select("", "test");
   selection.beginCapture();
-  EXPECT_EQ(selection.lose(kCamera, "a", kFailed).value().next.id, "b");
-  EXPECT_EQ(selection.lose(kCamera, "b", kFailed).value().next.id, "test");
-  EXPECT_TRUE(selection.chooseId(kCamera, "b"));
-  EXPECT_EQ(selection.lose(kCamera, "b", kFailed).value().next.id, "a")
+  EXPECT_EQ(selection.lose(kCamera, DeviceId("a"), kFailed).value().next.id.text(), "b");
+  EXPECT_EQ(selection.lose(kCamera, DeviceId("b"), kFailed).value().next.id.text(), "test");
+  EXPECT_TRUE(selection.chooseId(kCamera, DeviceId("b")));
+  EXPECT_EQ(selection.lose(kCamera, DeviceId("b"), kFailed).value().next.id.text(), "a")
       << "a choice forgets what failed before";
 }
 
@@ -270,54 +270,47 @@ TEST_F(DeviceSelectionTest, AReconnectedFailedDeviceIsAReplacement) {
   plug(cameras, "b");
   DeviceSelection selection = select("", "test");
   selection.beginCapture();
-  ASSERT_TRUE(selection.lose(kCamera, "a", kFailed));
-  EXPECT_FALSE(selection.lose(kCamera, "a", kUnplugged)) << "b is used already";
+  ASSERT_TRUE(selection.lose(kCamera, DeviceId("a"), kFailed));
+  EXPECT_FALSE(selection.lose(kCamera, DeviceId("a"), kUnplugged)) << "b is used already";
   unplug(cameras, "b");
-  EXPECT_EQ(selection.lose(kCamera, "b", kUnplugged).value().next.id, "a");
+  EXPECT_EQ(selection.lose(kCamera, DeviceId("b"), kUnplugged).value().next.id.text(), "a");
 }
 
 TEST_F(DeviceSelectionTest, TestSourcesAndFilesAreNotReplaced) {
   plug(cameras, "a");
   DeviceSelection selection = select(kFile, "");
   selection.beginCapture();
-  EXPECT_FALSE(selection.lose(kCamera, kFile, kFailed));
-  EXPECT_FALSE(selection.lose(kMicrophone, "file", kFailed));
-  ASSERT_TRUE(selection.chooseId(kCamera, "test"));
-  EXPECT_FALSE(selection.lose(kCamera, "test", kFailed));
-  EXPECT_EQ(selection.current(kCamera).id, "test");
+  EXPECT_FALSE(selection.lose(kCamera, DeviceId(kFile), kFailed));
+  EXPECT_FALSE(selection.lose(kMicrophone, DeviceId("file"), kFailed));
+  ASSERT_TRUE(selection.chooseId(kCamera, DeviceId("test")));
+  EXPECT_FALSE(selection.lose(kCamera, DeviceId("test"), kFailed));
+  EXPECT_EQ(selection.current(kCamera).id.text(), "test");
 }
 
 TEST_F(DeviceSelectionTest, FixedEntriesDoNotWaitForDevices) {
-  DeviceSelection selection(kFile, "test", [](DeviceKind) -> std::vector<PluggedDevice> {
-    ADD_FAILURE() << "scanned for devices";
-    return {};
-  });
+  DeviceSelection selection(DeviceId(kFile), DeviceId::test(),
+                            [](DeviceKind) -> std::vector<PluggedDevice> {
+                              ADD_FAILURE() << "scanned for devices";
+                              return {};
+                            });
   selection.beginCapture();
-  EXPECT_TRUE(selection.chooseId(kCamera, "test"));
-  EXPECT_TRUE(selection.chooseId(kMicrophone, "file"));
-  EXPECT_EQ(selection.current(kCamera).id, "test");
-}
-
-TEST(Devices, FilesAreRecognisedByTheirPrefix) {
-  EXPECT_EQ(cameraFile(kFile), "/films/holiday in rome.mp4");
-  EXPECT_EQ(cameraFile("file:"), "");
-  EXPECT_FALSE(cameraFile("test"));
-  EXPECT_FALSE(cameraFile("/films/file:x"));
+  EXPECT_TRUE(selection.chooseId(kCamera, DeviceId("test")));
+  EXPECT_TRUE(selection.chooseId(kMicrophone, DeviceId("file")));
+  EXPECT_EQ(selection.current(kCamera).id.text(), "test");
 }
 
 // Uses the devices of this machine.
 TEST(PluggedDevices, EachIsListedOnceAndCanBeFound) {
   for (const DeviceKind kind : {kCamera, kMicrophone}) {
-    std::vector<std::string> seen;
+    std::set<DeviceId> seen;
     for (const PluggedDevice& plugged : pluggedDevices(kind)) {
       EXPECT_FALSE(plugged.device.name.empty());
-      EXPECT_TRUE(isPluggable(plugged.device.id)) << plugged.device.id;
-      EXPECT_EQ(std::count(seen.begin(), seen.end(), plugged.device.id), 0);
+      EXPECT_TRUE(plugged.device.id.isPluggable()) << plugged.device.id.text();
+      EXPECT_TRUE(seen.insert(plugged.device.id).second) << plugged.device.id.text();
       EXPECT_TRUE(findPlugged(kind, plugged.device.id));
-      seen.push_back(plugged.device.id);
     }
-    EXPECT_FALSE(findPlugged(kind, "no such device"));
-    EXPECT_FALSE(findPlugged(kind, ""));
+    EXPECT_FALSE(findPlugged(kind, DeviceId("no such device")));
+    EXPECT_FALSE(findPlugged(kind, DeviceId()));
   }
 }
 

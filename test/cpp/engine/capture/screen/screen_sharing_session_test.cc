@@ -33,8 +33,8 @@ class ScreenSharingSessionTest : public testing::Test {
     CaptureSettings settings;
     settings.video = {320, 240, 30};
     settings.mirror = true;
-    settings.camera = kTestDevice;
-    settings.microphone = kTestDevice;
+    settings.camera = DeviceId::test();
+    settings.microphone = DeviceId::test();
     session_ = std::make_unique<CaptureSession>(
         settings,
         [this](FrameOrigin origin, uint8_t* pixels, const GstVideoInfo&) {
@@ -42,7 +42,7 @@ class ScreenSharingSessionTest : public testing::Test {
           const bool red = std::abs(pixels[0] - 63) < 4;
           if (red != (origin == FrameOrigin::kScreen)) ++mislabelled_;
         },
-        [this](DeviceKind kind, const std::string&, const std::string&) {
+        [this](DeviceKind kind, const DeviceId&, const std::string&) {
           events_.add(kindName(kind));
         });
     session_->addConsumer(&probe_);
