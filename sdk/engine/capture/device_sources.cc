@@ -19,11 +19,12 @@ void setIfKnown(GstElement* element, const char* property, gboolean value) {
 }
 
 // Builds a pipeline of the device's own element followed by `description`, whose first element must
-// be named kEntry.
+// be named kEntry; it is a capsfilter if there are `caps`.
 Result<std::unique_ptr<Pipeline>> buildDevicePipeline(GstDevice* device,
                                                       const std::string& description,
                                                       const SourceOutputs& outputs,
-                                                      Pipeline::Handler handler) {
+                                                      Pipeline::Handler handler,
+                                                      const GstCaps* caps = nullptr) {
   const GstPtr<gchar> name(gst_device_get_display_name(device));
   auto pipeline = Pipeline::parse(name.get(), description, std::move(handler));
   GstElement* source = pipeline ? gst_device_create_element(device, nullptr) : nullptr;
@@ -35,6 +36,7 @@ Result<std::unique_ptr<Pipeline>> buildDevicePipeline(GstDevice* device,
   // PipeWire's frames are in the camera's memory, which disappears when the camera is unplugged.
   setIfKnown(source, "always-copy", TRUE);
   const GstPtr<GstElement> entry = pipeline->element(kEntry);
+  if (caps) g_object_set(entry.get(), "caps", caps, nullptr);
   if (!gst_element_link(source, entry.get())) {
     return failed(LumoRtc::kLumoLiveNotFound, "{} offers no usable format", name.get());
   }
@@ -55,13 +57,12 @@ Result<std::unique_ptr<Pipeline>> CameraSource::build(Pipeline::Handler handler)
     return failed(LumoRtc::kLumoLiveNotFound, "camera {} {}", id_.text(),
                   device ? "offers no usable format" : "is not there");
   }
-  const GstPtr<gchar> caps(gst_caps_to_string(chosen.get()));
   const bool compressed =
       gst_structure_has_name(gst_caps_get_structure(chosen.get(), 0), "image/jpeg");
   const std::string description =
-      fmt::format("capsfilter name={} caps=\"{}\" ! {}videoconvert ! deinterlace ! {}", kEntry,
-                  caps.get(), compressed ? "jpegdec ! " : "", videoBranch(outputs_, Timing::kLive));
-  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler));
+      fmt::format("capsfilter name={} ! {}videoconvert ! deinterlace ! {}", kEntry,
+                  compressed ? "jpegdec ! " : "", videoBranch(outputs_, Timing::kLive));
+  return buildDevicePipeline(device.get(), description, outputs_, std::move(handler), chosen.get());
 }
 
 int64_t CameraSource::progress() const {
