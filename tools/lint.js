@@ -1,8 +1,9 @@
 'use strict';
 
 // Checks the project's files without running them: formatting, JavaScript lint, the words of the
-// glossary, the engine's include graph and how its functions fail, clang-tidy, and that the build
-// compiles every C++ source. Configures build/lint, where each source is compiled alone.
+// glossary, the links of the package's documents, the engine's include graph and how its functions
+// fail, clang-tidy, and that the build compiles every C++ source. Configures build/lint, where each
+// source is compiled alone.
 //
 // Usage: node tools/lint.js
 
@@ -10,11 +11,12 @@ const { clangTidy, compileCommands } = require('./lib/clang_tidy');
 const { errorParameters } = require('./lib/error_shapes');
 const { glossaryDefects } = require('./lib/glossary');
 const { allowedIncludes, graphDefects, includeGraph } = require('./lib/include_graph');
+const { brokenLinks, packedFiles } = require('./lib/package_links');
 const { buildFolder, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 
-/** @param {import('./lib/tally').Tally} tally each of the seven checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the eight checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -29,6 +31,9 @@ async function lint(tally) {
 
   const words = glossaryDefects(sourceFiles(''));
   count(tally, words.length === 0, `words, see CONTRIBUTING.md:\n${words.join('\n')}`);
+
+  const links = brokenLinks(packedFiles());
+  count(tally, links.length === 0, `links in the npm package:\n${links.join('\n')}`);
 
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
