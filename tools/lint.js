@@ -8,7 +8,7 @@
 // Usage: node tools/lint.js
 
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
-const { errorParameters } = require('./lib/error_shapes');
+const { errorTexts } = require('./lib/error_shapes');
 const { glossaryDefects } = require('./lib/glossary');
 const { allowedIncludes, graphDefects, includeGraph } = require('./lib/include_graph');
 const { brokenLinks, packedFiles } = require('./lib/package_links');
@@ -38,11 +38,11 @@ async function lint(tally) {
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
 
-  const parameters = errorParameters(cppFiles);
+  const texts = errorTexts(cppFiles);
   count(
     tally,
-    parameters.length === 0,
-    `return a Result (base/result.h) instead of an error's text: ${parameters.join(', ')}`,
+    texts.length === 0,
+    `return a Result (base/result.h) instead of an error's text: ${texts.join(', ')}`,
   );
 
   const configured = await run('cmake', ['--preset', 'lint'], { capture: true });

@@ -151,8 +151,8 @@ LumoLivePlayer* LumoLivePlayer::Create(const char* extraConfig) {
   };
   const auto settings = NimboEngine::parseSettings(extraConfig);
   if (!settings) return refuse("the settings cannot be used: " + settings.error().text);
-  const std::string missing = NimboEngine::missingCapacity();
-  if (!missing.empty()) return refuse(missing);
+  const auto capacity = NimboEngine::checkCapacity();
+  if (!capacity) return refuse(capacity.error().text);
   const auto applied = NimboEngine::applySettings(*settings);
   if (!applied) return refuse("the settings cannot be used: " + applied.error().text);
   if (++NimboEngine::playerCount > NimboEngine::kMaxPlayers) {

@@ -43,8 +43,8 @@ LumoLivePusher* LumoLivePusher::Create(const char* extraConfig) {
   if (!settings) return refuse("the settings cannot be used: " + settings.error().text);
   const NimboEngine::MutexLock lock(theInstance().mutex);
   if (theInstance().pusher) return refuse("there is one already");
-  const std::string missing = NimboEngine::missingCapacity();
-  if (!missing.empty()) return refuse(missing);
+  const auto capacity = NimboEngine::checkCapacity();
+  if (!capacity) return refuse(capacity.error().text);
   const auto applied = NimboEngine::applySettings(*settings);
   if (!applied) return refuse("the settings cannot be used: " + applied.error().text);
   NimboEngine::onProcessExit(NimboEngine::ExitStage::kPusher, LumoLivePusher::destroy);

@@ -93,9 +93,9 @@ void PlayerSession::begin(const PlayRequest& request) {
   playNumber_ = request.number;
   notifiedFirstDrawn_ = false;
   notifiedFirstAudio_ = false;
-  if (const std::string missing = missingCapacity(); !missing.empty()) {
+  if (const auto capacity = checkCapacity(); !capacity) {
     onPlayOver_(playNumber_);
-    return listeners_->error(kLumoLiveErrorNoCapacity, missing);
+    return listeners_->error(capacity.error().code, capacity.error().text);
   }
   output_ = std::make_unique<AudioOutput>();
   showInWindow();

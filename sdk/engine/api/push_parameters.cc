@@ -46,19 +46,18 @@ class Check {
   void gop(uint32_t value) { range("mVideoEncodeGop", value, 1, 60); }
   template <class... Arguments>
   void require(bool holds, fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-    if (!holds && passed()) error_ = fmt::format(format, std::forward<Arguments>(arguments)...);
+    if (!holds && passed_) passed_ = refused(format, std::forward<Arguments>(arguments)...);
   }
-  bool passed() const { return error_.empty(); }
 
   // `value` if everything is as it should be.
   template <class Value>
   Result<Value> result(Value value) const {
-    if (!passed()) return refused("{}", error_);
+    if (!passed_) return tl::unexpected(passed_.error());
     return value;
   }
 
  private:
-  std::string error_;
+  Result<void> passed_;
 };
 
 FrameSize frameSize(uint32_t resolution, int64_t width, int64_t height, Check& check) {

@@ -188,8 +188,8 @@ void PusherSession::refuseMix(const std::string& reason) {
 // ------------------------------------------------------------------------------------- preview
 
 void PusherSession::startPreview(std::optional<NativeWindow> window) {
-  if (const std::string missing = missingCapacity(); !missing.empty()) {
-    return listeners_.systemError(kLumoLiveErrorNoCapacity, missing);
+  if (const auto capacity = checkCapacity(); !capacity) {
+    return listeners_.systemError(capacity.error().code, capacity.error().text);
   }
   startCapture();
   preview_ = std::make_unique<Preview>(
@@ -220,10 +220,10 @@ void PusherSession::startPush(PushRequest request) {
 
 void PusherSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
-  if (const std::string missing = missingCapacity(); !missing.empty()) {
+  if (const auto capacity = checkCapacity(); !capacity) {
     onPushOver_(pushNumber_);
     listeners_.network(NetworkEvent::kConnectFail);
-    return listeners_.sdkError(kLumoLiveErrorNoCapacity, missing);
+    return listeners_.sdkError(capacity.error().code, capacity.error().text);
   }
   startCapture();
   publisher_ = std::make_unique<Publisher>(

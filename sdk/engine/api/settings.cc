@@ -107,12 +107,12 @@ const auto* entryOf(const Table& table, const std::string& key) {
   return found == std::end(table) ? nullptr : found;
 }
 
-std::string wrongType(const std::string& key, const json& value, const char* wanted) {
+tl::unexpected<Error<>> wrongType(const std::string& key, const json& value, const char* wanted) {
   const char* article = value.is_null() ? "" : value.is_structured() ? "an " : "a ";
-  return fmt::format("\"{}\" is {}{}, not {}", key, article, value.type_name(), wanted);
+  return refused("\"{}\" is {}{}, not {}", key, article, value.type_name(), wanted);
 }
 
-std::string readChoice(const ChoiceSetting& setting, const json& value, Settings& settings) {
+Result<void> readChoice(const ChoiceSetting& setting, const json& value, Settings& settings) {
   if (!value.is_string()) return wrongType(setting.key, value, "a string");
   const auto name = value.get<std::string>();
   std::string known;
@@ -123,11 +123,10 @@ std::string readChoice(const ChoiceSetting& setting, const json& value, Settings
     }
     known += fmt::format("{}\"{}\"", known.empty() ? "" : " or ", choice.name);
   }
-  return fmt::format("\"{}\" is {}, not {}", setting.key, value.dump(), known);
+  return refused("\"{}\" is {}, not {}", setting.key, value.dump(), known);
 }
 
-// Reads one setting. Returns an empty text, or an error text.
-std::string readValue(const std::string& key, const json& value, Settings& settings) {
+Result<void> readValue(const std::string& key, const json& value, Settings& settings) {
   if (const TextSetting* text = entryOf(kTextSettings, key)) {
     if (!value.is_string()) return wrongType(key, value, "a string");
     settings.*(text->field) = value.get<std::string>();
@@ -135,11 +134,10 @@ std::string readValue(const std::string& key, const json& value, Settings& setti
     if (!value.is_number()) return wrongType(key, value, "a number");
     const auto given = value.get<double>();
     if (given != std::floor(given)) {
-      return fmt::format("\"{}\" is {}, not a whole number", key, value.dump());
+      return refused("\"{}\" is {}, not a whole number", key, value.dump());
     }
     if (given < static_cast<double>(number->low) || given > static_cast<double>(number->high)) {
-      return fmt::format("\"{}\" is {}, not {} to {}", key, value.dump(), number->low,
-                         number->high);
+      return refused("\"{}\" is {}, not {} to {}", key, value.dump(), number->low, number->high);
     }
     number->set(settings, static_cast<int64_t>(given));
   } else if (const FlagSetting* flag = entryOf(kFlagSettings, key)) {
@@ -154,20 +152,20 @@ std::string readValue(const std::string& key, const json& value, Settings& setti
 }
 
 // Reads the settings in `object`, whose own key, if it has one, precedes theirs.
-std::string readObject(const std::string& prefix, const json& object, Settings& settings) {
+Result<void> readObject(const std::string& prefix, const json& object, Settings& settings) {
   for (const auto& [name, value] : object.items()) {
     const std::string key = prefix + name;
     const bool nested = std::find(std::begin(kObjectSettings), std::end(kObjectSettings), key) !=
                         std::end(kObjectSettings);
-    std::string error;
+    Result<void> read;
     if (!nested) {
-      error = readValue(key, value, settings);
+      read = readValue(key, value, settings);
     } else if (value.is_object()) {
-      error = readObject(key + ".", value, settings);
+      read = readObject(key + ".", value, settings);
     } else {
-      error = wrongType(key, value, "an object");
+      read = wrongType(key, value, "an object");
     }
-    if (!error.empty()) return error;
+    if (!read) return read;
   }
   return {};
 }
@@ -186,8 +184,8 @@ Result<Settings> parseSettings(const char* text) {
   if (!object.is_object()) {
     return refused("the text is a JSON {}, not an object", object.type_name());
   }
-  if (const std::string wrong = readObject("", object, settings); !wrong.empty()) {
-    return refused("{}", wrong);
+  if (const auto read = readObject("", object, settings); !read) {
+    return tl::unexpected(read.error());
   }
   LatencySettings& latency = settings.play.latency;
   if (!object.contains("/latency/maxMs"_json_pointer)) {
@@ -203,10 +201,10 @@ Result<Settings> parseSettings(const char* text) {
 Result<void> applySettings(const Settings& settings) {
   if (settings.trustedCertificates.empty()) return {};
   startGstreamer();
-  const std::string wrong = trustCertificates(settings.trustedCertificates);
-  if (wrong.empty()) return {};
+  const auto trusted = trustCertificates(settings.trustedCertificates);
+  if (trusted) return {};
   return refused("\"trustedCertificates\" is \"{}\", which cannot be used: {}",
-                 settings.trustedCertificates, wrong);
+                 settings.trustedCertificates, trusted.error().text);
 }
 
 }  // namespace NimboEngine

@@ -1,7 +1,6 @@
 #include "base/capacity.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -47,13 +46,15 @@ bool areDescriptorsLeft(int count) {
   return freeDescriptors(count) == count;
 }
 
-std::string missingCapacity() {
+Result<void, LumoRtc::LumoLiveErrorCode> checkCapacity() {
+  constexpr auto kCode = LumoRtc::kLumoLiveErrorNoCapacity;
   if (const int count = freeDescriptors(kNeededDescriptors); count < kNeededDescriptors) {
-    return fmt::format("only {} more descriptors can be opened; {} are needed", count,
-                       kNeededDescriptors);
+    return failed(kCode, "only {} more descriptors can be opened; {} are needed", count,
+                  kNeededDescriptors);
   }
   if (const int count = freeThreads(); count < kNeededThreads) {
-    return fmt::format("only {} more threads can be started; {} are needed", count, kNeededThreads);
+    return failed(kCode, "only {} more threads can be started; {} are needed", count,
+                  kNeededThreads);
   }
   return {};
 }

@@ -8,7 +8,7 @@
 
 #pragma once
 
-#include <string>
+#include "base/result.h"
 
 namespace NimboEngine {
 
@@ -19,7 +19,7 @@ inline constexpr int kNeededThreads = 16;
 // For later steps than the start, such as another connection.
 bool areDescriptorsLeft(int count);
 
-// Describes what is missing, as an error text; empty if there is enough.
-std::string missingCapacity();
+// Fails with kLumoLiveErrorNoCapacity and what is missing, unless there is enough.
+Result<void, LumoRtc::LumoLiveErrorCode> checkCapacity();
 
 }  // namespace NimboEngine

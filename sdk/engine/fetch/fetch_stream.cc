@@ -52,7 +52,7 @@ Fetch::Read FetchStream::read(std::vector<uint8_t>& bytes) {
   if (!access_) return Fetch::Read::kStopped;
   while (!ended_) {
     const auto fetch = begin();
-    if (!fetch) return failure_.text.empty() ? Fetch::Read::kStopped : Fetch::Read::kFailed;
+    if (!fetch) return failure_ ? Fetch::Read::kFailed : Fetch::Read::kStopped;
     switch (fetch->read(bytes)) {
       case Fetch::Read::kStopped:
         return Fetch::Read::kStopped;
@@ -78,7 +78,7 @@ std::shared_ptr<Fetch> FetchStream::begin() {
   std::shared_ptr<Fetch> fetch;
   {
     const MutexLock lock(mutex_);
-    failure_ = {};
+    failure_.reset();
     if (interrupted_) return nullptr;
     if (fetch_) return fetch_;
     if (uri_.isFile()) {

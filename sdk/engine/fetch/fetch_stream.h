@@ -22,9 +22,9 @@ class FetchStream {
  public:
   explicit FetchStream(FetchUri uri);
 
-  // See Fetch::read(); kStopped after interrupt().
+  // See Fetch::read() and Fetch::failure(); kStopped after interrupt().
   Fetch::Read read(std::vector<uint8_t>& bytes);
-  const FetchFailure& failure() const { return failure_; }
+  const FetchFailure& failure() const { return *failure_; }
 
   // Takes effect with the next read().
   void seek(const ByteRange& range);
@@ -60,7 +60,7 @@ class FetchStream {
   bool ended_ = false;
   int breaks_ = 0;  // of the connection, since progress was made
   uint64_t progress_ = 0;
-  FetchFailure failure_;
+  std::optional<FetchFailure> failure_;  // of the last read()
 };
 
 }  // namespace NimboEngine

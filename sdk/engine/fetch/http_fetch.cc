@@ -56,8 +56,8 @@ std::optional<FetchFailure> HttpFetch::open(const ByteRange& range) {
   auto url = parseHttpUrl(uri_.address);
   MaybeOrigin origin = uri_.origin;
   for (int hops = 0; url && hops <= kMostRedirects; ++hops) {
-    if (const auto refusal = policy_.refuseScheme(origin, url->scheme)) {
-      return refusedFetch(*refusal);
+    if (const auto allowed = policy_.checkScheme(origin, url->scheme); !allowed) {
+      return refusedFetch(allowed.error().text);
     }
     if (auto failure = request(*url, origin, range)) return failure;
     if (!isRedirect(response_->head())) return judge(*url, range);
@@ -223,8 +223,8 @@ NameAddress HttpFetch::nameAddress() const {
              const std::string& reference, FetchKind kind) -> Result<std::string> {
     const auto url = resolveHttpUrl(base, reference);
     if (!url) return tl::unexpected(url.error());
-    if (const auto refusal = policy.refuseScheme(origin, url->scheme)) {
-      return refused("{}", *refusal);
+    if (const auto allowed = policy.checkScheme(origin, url->scheme); !allowed) {
+      return tl::unexpected(allowed.error());
     }
     return FetchUri{player, kind, origin, url->text()}.text();
   };

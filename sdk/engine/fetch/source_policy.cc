@@ -2,20 +2,19 @@
 
 namespace NimboEngine {
 
-std::optional<std::string> SourcePolicy::refuseScheme(const MaybeOrigin& origin,
-                                                      SourceScheme scheme) const {
-  if (!origin) return std::nullopt;
+Result<void> SourcePolicy::checkScheme(const MaybeOrigin& origin, SourceScheme scheme) const {
+  if (!origin) return {};
   const bool toFile = scheme == SourceScheme::kFile;
   if (origin->scheme == SourceScheme::kFile) {
-    if (toFile) return std::nullopt;
-    return "a local playlist may name local files only";
+    if (toFile) return {};
+    return refused("a local playlist may name local files only");
   }
-  if (toFile) return "a server may not name local files";
+  if (toFile) return refused("a server may not name local files");
   if (origin->scheme == SourceScheme::kHttps && scheme == SourceScheme::kHttp &&
       !settings_.httpFromHttps) {
-    return "an https server may not name an http address";
+    return refused("an https server may not name an http address");
   }
-  return std::nullopt;
+  return {};
 }
 
 bool SourcePolicy::allowsReach(const MaybeOrigin& origin, Reach reach) const {

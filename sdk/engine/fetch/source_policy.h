@@ -5,8 +5,8 @@
 #pragma once
 
 #include <optional>
-#include <string>
 
+#include "base/result.h"
 #include "fetch/address_reach.h"
 #include "fetch/source_settings.h"
 
@@ -29,8 +29,8 @@ class SourcePolicy {
  public:
   explicit SourcePolicy(const SourceSettings& settings) : settings_(settings) {}
 
-  // Returns why `origin` may not name an address of that scheme; none if it may.
-  std::optional<std::string> refuseScheme(const MaybeOrigin& origin, SourceScheme scheme) const;
+  // Fails unless `origin` may name an address of that scheme.
+  Result<void> checkScheme(const MaybeOrigin& origin, SourceScheme scheme) const;
 
   // Returns whether a resource named by `origin` may be at an address of that reach.
   bool allowsReach(const MaybeOrigin& origin, Reach reach) const;

@@ -25,6 +25,10 @@ constexpr std::chrono::milliseconds kShortestRound{100};
 // Interval at which a source with a predecessor is polled for its first data.
 constexpr std::chrono::milliseconds kSwitchPollInterval{20};
 
+tl::unexpected<Error<>> lost(const std::string& message) {
+  return failed(LumoRtc::kLumoLiveNotFound, "{}", message);
+}
+
 }  // namespace
 
 // The pipeline's messages share it too.
@@ -44,8 +48,8 @@ struct SourceRunner::State : WorkerState<FailureCallback, PipelineMessage>,
   Predecessor predecessor NIMBO_GUARDED_BY(mutex);
 
   void run();
-  std::string work();
-  std::string follow(Source& source, Pipeline& pipeline);
+  Result<void> work();
+  Result<void> follow(Source& source, Pipeline& pipeline);
   bool restart(Pipeline& pipeline);
   std::string whyNotStarted();
   void switchOver();
@@ -56,46 +60,45 @@ struct SourceRunner::State : WorkerState<FailureCallback, PipelineMessage>,
 };
 
 void SourceRunner::State::run() {
-  const std::string error = work();
+  const Result<void> worked = work();
   endPredecessor();
-  if (!error.empty()) {
-    NIMBO_LOG_WARN("source {}: {}", name, error);
-    notify([&](FailureCallback& callback) { callback(error); });
-  }
+  if (worked) return;
+  NIMBO_LOG_WARN("source {}: {}", name, worked.error().text);
+  notify([&](FailureCallback& callback) { callback(worked.error().text); });
 }
 
-// Returns the error that ended the source; empty if it was asked to end.
-std::string SourceRunner::State::work() {
+// Fails unless the source was asked to end.
+Result<void> SourceRunner::State::work() {
   const auto source = make();
-  if (!source) return source.error().text;
+  if (!source) return tl::unexpected(source.error());
   auto onMessage = [self = shared_from_this()](const PipelineMessage& message) {
     if (message.kind != Kind::kBuffering) self->send(message);
   };
   for (;;) {
     const auto pipeline = (*source)->build(onMessage);
-    if (!pipeline) return pipeline.error().text;
-    const std::string error = follow(**source, **pipeline);
-    if (!error.empty() || !shouldRestart) return error;
+    if (!pipeline) return tl::unexpected(pipeline.error());
+    const Result<void> followed = follow(**source, **pipeline);
+    if (!followed || !shouldRestart) return followed;
     shouldRestart = false;
     mayRestart = false;
   }
 }
 
-std::string SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
+Result<void> SourceRunner::State::follow(Source& source, Pipeline& pipeline) {
   auto roundBegan = Clock::now();
   bool running = pipeline.play();
   if (running) switchOver();
   while (running) {
     bool silent = false;
     const auto message = next(source, silent);
-    if (silent && !shouldRestart) return "it delivers no data";
+    if (silent && !shouldRestart) return lost("it delivers no data");
     if (!message) return {};
-    if (message->kind == Kind::kError) return message->text;
+    if (message->kind == Kind::kError) return lost(message->text);
     if (!waitUntil(roundBegan + kShortestRound)) return {};
     roundBegan = Clock::now();
     running = source.rewind(pipeline) || restart(pipeline);
   }
-  return whyNotStarted();
+  return lost(whyNotStarted());
 }
 
 bool SourceRunner::State::restart(Pipeline& pipeline) {

@@ -1,7 +1,5 @@
 #include "mix/mix_layout.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
@@ -18,31 +16,32 @@ constexpr std::size_t kMostPlaces = 16;
 // exact.
 constexpr int kFarthest = 16384;
 
-std::string errorOf(const Rect& rect) {
+Result<void> checkPlace(const Rect& rect) {
   if (rect.width <= 0 || rect.height <= 0) {
-    return fmt::format("its size is {}x{}", rect.width, rect.height);
+    return refused("its size is {}x{}", rect.width, rect.height);
   }
   const auto isFar = [](int number) { return number < -kFarthest || number > kFarthest; };
   if (isFar(rect.x) || isFar(rect.y) || isFar(rect.width) || isFar(rect.height)) {
-    return fmt::format("its place is {}x{} at {},{}, more than {} pixels", rect.width, rect.height,
-                       rect.x, rect.y, kFarthest);
+    return refused("its place is {}x{} at {},{}, more than {} pixels", rect.width, rect.height,
+                   rect.x, rect.y, kFarthest);
   }
-  return "";
+  return {};
 }
 
-std::string errorOf(const LumoLiveTranscodingConfig& config) {
+Result<void> checkConfig(const LumoLiveTranscodingConfig& config) {
   if (config.cropMode > static_cast<uint32_t>(ViewMode::kStretch)) {
-    return fmt::format("the crop mode is {}, not 0 to 2", config.cropMode);
+    return refused("the crop mode is {}, not 0 to 2", config.cropMode);
   }
   const std::size_t count = streamsOf(config.mixStreams).size();
-  return count > kMostPlaces ? fmt::format("{} streams, more than {}", count, kMostPlaces) : "";
+  if (count > kMostPlaces) return refused("{} streams, more than {}", count, kMostPlaces);
+  return {};
 }
 
 }  // namespace
 
 Result<MixLayout> makeMixLayout(const LumoLiveTranscodingConfig& config,
                                 const FindMixUser& findUser) {
-  if (const std::string wrong = errorOf(config); !wrong.empty()) return refused("{}", wrong);
+  if (const auto checked = checkConfig(config); !checked) return tl::unexpected(checked.error());
   std::vector<LumoLiveMixStream> streams = streamsOf(config.mixStreams);
   std::stable_sort(streams.begin(), streams.end(),
                    [](const auto& low, const auto& high) { return low.zOrder < high.zOrder; });
@@ -52,8 +51,8 @@ Result<MixLayout> makeMixLayout(const LumoLiveTranscodingConfig& config,
   for (const LumoLiveMixStream& stream : streams) {
     const char* const name = stream.userId.c_str();
     const Rect rect{stream.x, stream.y, stream.width, stream.height};
-    if (const std::string wrong = errorOf(rect); !wrong.empty()) {
-      return refused("user \"{}\": {}", name, wrong);
+    if (const auto checked = checkPlace(rect); !checked) {
+      return refused("user \"{}\": {}", name, checked.error().text);
     }
     const std::optional<MixUser> user = findUser(name);
     if (!user) {

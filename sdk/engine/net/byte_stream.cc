@@ -34,8 +34,8 @@ std::string certificateError(GTlsCertificateFlags flags) {
 }
 
 gboolean onCertificate(GTlsConnection*, GTlsCertificate*, GTlsCertificateFlags flags,
-                       gpointer reason) {
-  *static_cast<std::string*>(reason) = certificateError(flags);
+                       gpointer distrust) {
+  *static_cast<std::optional<std::string>*>(distrust) = certificateError(flags);
   return FALSE;
 }
 
@@ -63,18 +63,19 @@ std::optional<ConnectionFailure> ByteStream::startTls(
     const GlibPtr<GError> owned(error);
     return ConnectionFailure{ConnectionError::kTlsFailed, error->message};
   }
-  std::string reason;
+  std::optional<std::string> distrust;
   const gulong handler =
-      g_signal_connect(tls_.get(), "accept-certificate", G_CALLBACK(onCertificate), &reason);
+      g_signal_connect(tls_.get(), "accept-certificate", G_CALLBACK(onCertificate), &distrust);
   AsyncCall call(stop.cancellable(), deadline);
   g_tls_connection_handshake_async(G_TLS_CONNECTION(tls_.get()), G_PRIORITY_DEFAULT,
                                    stop.cancellable(), &AsyncCall::onDone, &call);
   g_tls_connection_handshake_finish(G_TLS_CONNECTION(tls_.get()), call.wait(), &error);
   g_signal_handler_disconnect(tls_.get(), handler);
   const GlibPtr<GError> owned(error);
-  if (!reason.empty()) {
-    return ConnectionFailure{ConnectionError::kTlsUntrusted,
-                             fmt::format("the certificate of {} is not trusted: {}", host, reason)};
+  if (distrust) {
+    return ConnectionFailure{
+        ConnectionError::kTlsUntrusted,
+        fmt::format("the certificate of {} is not trusted: {}", host, *distrust)};
   }
   if (call.timedOut()) {
     return ConnectionFailure{ConnectionError::kTimeout,

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/glib_ptr.h"
+
 namespace NimboEngine {
 namespace {
 
@@ -18,19 +20,18 @@ bool holdsCertificate(const std::string& file, GError** error) {
 
 }  // namespace
 
-std::string trustCertificates(const std::string& file) {
+Result<void> trustCertificates(const std::string& file) {
   if (file.empty()) return {};
   std::error_code missing;
   // Reading a pipe might block forever.
-  if (!std::filesystem::is_regular_file(file, missing)) return "there is no such file";
+  if (!std::filesystem::is_regular_file(file, missing)) return refused("there is no such file");
   const std::string path = std::filesystem::absolute(file, missing);
   GError* error = nullptr;
   GTlsDatabase* database =
       holdsCertificate(path, &error) ? g_tls_file_database_new(path.c_str(), &error) : nullptr;
   if (!database) {
-    std::string reason = error ? error->message : "there is no certificate in it";
-    g_clear_error(&error);
-    return reason;
+    const GlibPtr<GError> owned(error);
+    return refused("{}", error ? error->message : "there is no certificate in it");
   }
   g_tls_backend_set_default_database(g_tls_backend_get_default(), database);
   g_object_unref(database);

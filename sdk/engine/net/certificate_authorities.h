@@ -3,16 +3,18 @@
 //
 // Thread: any; GStreamer must have been started (see gst/runtime.h), since this registers GIO
 //   types.
-// Failure: an error text; the previous authorities stay trusted.
+// Failure: a Result; the previous authorities stay trusted.
 
 #pragma once
 
 #include <string>
 
+#include "base/result.h"
+
 namespace NimboEngine {
 
 // Trusts the authorities in `file` (PEM) from now on, and only those. An empty name changes
-// nothing. Returns an empty text, or an error text if they cannot be used.
-std::string trustCertificates(const std::string& file);
+// nothing.
+Result<void> trustCertificates(const std::string& file);
 
 }  // namespace NimboEngine

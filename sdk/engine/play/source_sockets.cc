@@ -1,7 +1,5 @@
 #include "play/source_sockets.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -42,22 +40,22 @@ gboolean SourceSockets::onEvent(GSignalInvocationHint*, guint, const GValue* val
 
 void SourceSockets::onConnecting(GSocketConnection* connection) {
   GSocket* socket = g_socket_connection_get_socket(connection);
-  std::string refusal;
+  Result<void> allowed;
   {
     const MutexLock lock(mutex_);
     std::erase_if(sockets_, [](const auto& known) { return g_socket_is_closed(known.get()); });
     sockets_.emplace_back(G_SOCKET(g_object_ref(socket)));
-    refusal = refusalOf(connection);
-    if (cut_ || !refusal.empty()) g_socket_close(socket, nullptr);
-    if (refusal.empty() || std::exchange(refused_, true)) return;
+    allowed = check(connection);
+    if (cut_ || !allowed) g_socket_close(socket, nullptr);
+    if (allowed || std::exchange(refused_, true)) return;
   }
-  onRefused_(refusal);
+  onRefused_(allowed.error().text);
 }
 
-// Returns an empty text if the connection is allowed.
-std::string SourceSockets::refusalOf(GSocketConnection* connection) {
+// Fails unless the connection is allowed.
+Result<void> SourceSockets::check(GSocketConnection* connection) {
   const bool first = connections_++ == 0;
-  if (connections_ > kMaxConnections) return "the server redirects without end";
+  if (connections_ > kMaxConnections) return refused("the server redirects without end");
   const GlibPtr<GSocketAddress> target(g_socket_connection_get_remote_address(connection, nullptr));
   if (!target || !G_IS_INET_SOCKET_ADDRESS(target.get())) return {};
   GInetAddress* address = g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(target.get()));
@@ -65,7 +63,7 @@ std::string SourceSockets::refusalOf(GSocketConnection* connection) {
   if (first) beganPublic_ = !local;
   if (!local || !beganPublic_) return {};
   const GlibPtr<gchar> text(g_inet_address_to_string(address));
-  return fmt::format("the server redirects to {}, an address of the local network", text.get());
+  return refused("the server redirects to {}, an address of the local network", text.get());
 }
 
 void SourceSockets::cut() {

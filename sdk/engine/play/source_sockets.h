@@ -22,6 +22,7 @@
 
 #include "base/glib_ptr.h"
 #include "base/mutex.h"
+#include "base/result.h"
 
 namespace NimboEngine {
 
@@ -45,7 +46,7 @@ class SourceSockets : public std::enable_shared_from_this<SourceSockets> {
   static gboolean onEvent(GSignalInvocationHint* hint, guint count, const GValue* values,
                           gpointer data);
   void onConnecting(GSocketConnection* connection);
-  std::string refusalOf(GSocketConnection* connection) NIMBO_REQUIRES(mutex_);
+  Result<void> check(GSocketConnection* connection) NIMBO_REQUIRES(mutex_);
 
   const std::function<void(const std::string&)> onRefused_;
 

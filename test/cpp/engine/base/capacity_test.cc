@@ -71,13 +71,16 @@ class NoThreads {
 
 TEST(Capacity, IsThereWithoutLimits) {
   const auto before = test::processUsage();
-  EXPECT_EQ(missingCapacity(), "");
+  EXPECT_TRUE(checkCapacity());
   EXPECT_EQ(test::processUsage().descriptors, before.descriptors);
 }
 
 TEST(Capacity, MissingDescriptorsAreCounted) {
   const Limit limit = fewDescriptors();
-  const std::string missing = missingCapacity();
+  const auto checked = checkCapacity();
+  ASSERT_FALSE(checked);
+  EXPECT_EQ(checked.error().code, LumoRtc::kLumoLiveErrorNoCapacity);
+  const std::string& missing = checked.error().text;
   EXPECT_TRUE(missing.starts_with("only ") &&
               missing.ends_with("more descriptors can be opened; 96 are needed"))
       << missing;
@@ -92,7 +95,9 @@ TEST(Capacity, NoPipelineIsBuiltWithoutDescriptors) {
 
 TEST(Capacity, MissingThreadsAreCounted) {
   const NoThreads limit;
-  EXPECT_EQ(missingCapacity(), "only 0 more threads can be started; 16 are needed");
+  const auto checked = checkCapacity();
+  ASSERT_FALSE(checked);
+  EXPECT_EQ(checked.error().text, "only 0 more threads can be started; 16 are needed");
 }
 
 TEST(Capacity, WithoutAThreadNothingAborts) {

@@ -13,7 +13,7 @@ constexpr Origin kFile{SourceScheme::kFile, Reach::kLocal};
 TEST(SourcePolicy, TheApplicationMayNameAnything) {
   const SourcePolicy policy({});
   for (const auto scheme : {SourceScheme::kHttp, SourceScheme::kHttps, SourceScheme::kFile}) {
-    EXPECT_FALSE(policy.refuseScheme(std::nullopt, scheme));
+    EXPECT_TRUE(policy.checkScheme(std::nullopt, scheme));
   }
   EXPECT_TRUE(policy.allowsReach(std::nullopt, Reach::kLocal));
   EXPECT_TRUE(policy.allowsReach(std::nullopt, Reach::kPublic));
@@ -21,27 +21,27 @@ TEST(SourcePolicy, TheApplicationMayNameAnything) {
 
 TEST(SourcePolicy, ServersMayNameServersOnly) {
   const SourcePolicy policy({});
-  EXPECT_FALSE(policy.refuseScheme(kPublicHttp, SourceScheme::kHttp));
-  EXPECT_FALSE(policy.refuseScheme(kPublicHttp, SourceScheme::kHttps));
-  EXPECT_FALSE(policy.refuseScheme(kPublicHttps, SourceScheme::kHttps));
+  EXPECT_TRUE(policy.checkScheme(kPublicHttp, SourceScheme::kHttp));
+  EXPECT_TRUE(policy.checkScheme(kPublicHttp, SourceScheme::kHttps));
+  EXPECT_TRUE(policy.checkScheme(kPublicHttps, SourceScheme::kHttps));
   for (const Origin& origin : {kPublicHttp, kPublicHttps, kLocalHttp}) {
-    EXPECT_TRUE(policy.refuseScheme(origin, SourceScheme::kFile));
+    EXPECT_FALSE(policy.checkScheme(origin, SourceScheme::kFile));
   }
 }
 
 TEST(SourcePolicy, FilesMayNameFilesOnly) {
   const SourcePolicy policy({});
-  EXPECT_FALSE(policy.refuseScheme(kFile, SourceScheme::kFile));
-  EXPECT_TRUE(policy.refuseScheme(kFile, SourceScheme::kHttp));
-  EXPECT_TRUE(policy.refuseScheme(kFile, SourceScheme::kHttps));
+  EXPECT_TRUE(policy.checkScheme(kFile, SourceScheme::kFile));
+  EXPECT_FALSE(policy.checkScheme(kFile, SourceScheme::kHttp));
+  EXPECT_FALSE(policy.checkScheme(kFile, SourceScheme::kHttps));
 }
 
 TEST(SourcePolicy, EncryptionIsKeptUnlessASettingAllowsOtherwise) {
-  EXPECT_TRUE(SourcePolicy({}).refuseScheme(kPublicHttps, SourceScheme::kHttp));
+  EXPECT_FALSE(SourcePolicy({}).checkScheme(kPublicHttps, SourceScheme::kHttp));
   SourceSettings settings;
   settings.httpFromHttps = true;
-  EXPECT_FALSE(SourcePolicy(settings).refuseScheme(kPublicHttps, SourceScheme::kHttp));
-  EXPECT_TRUE(SourcePolicy(settings).refuseScheme(kPublicHttps, SourceScheme::kFile));
+  EXPECT_TRUE(SourcePolicy(settings).checkScheme(kPublicHttps, SourceScheme::kHttp));
+  EXPECT_FALSE(SourcePolicy(settings).checkScheme(kPublicHttps, SourceScheme::kFile));
 }
 
 TEST(SourcePolicy, PublicServersDoNotReachLocalOnesUnlessASettingAllowsIt) {
