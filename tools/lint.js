@@ -1,12 +1,13 @@
 'use strict';
 
 // Checks the project's files without running them: formatting, JavaScript lint, the words of the
-// glossary, the links of the package's documents, the engine's include graph and how its functions
-// fail, clang-tidy, and that the build compiles every C++ source. Configures build/lint, where each
-// source is compiled alone.
+// glossary, the links of the package's documents, the notices of what its binaries contain, the
+// engine's include graph and how its functions fail, clang-tidy, and that the build compiles every C++
+// source. Needs a built build/release. Configures build/lint, where each source is compiled alone.
 //
 // Usage: node tools/lint.js
 
+const { noticesAreCurrent } = require('./generate-notices');
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
 const { errorTexts } = require('./lib/error_shapes');
 const { glossaryDefects } = require('./lib/glossary');
@@ -15,8 +16,9 @@ const { brokenLinks, packedFiles } = require('./lib/package_links');
 const { buildFolder, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
+const { thirdPartyDefects } = require('./lib/third_party');
 
-/** @param {import('./lib/tally').Tally} tally each of the eight checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the ten checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -34,6 +36,10 @@ async function lint(tally) {
 
   const links = brokenLinks(packedFiles());
   count(tally, links.length === 0, `links in the npm package:\n${links.join('\n')}`);
+
+  count(tally, noticesAreCurrent(), 'THIRD-PARTY-NOTICES: run node tools/generate-notices.js');
+  const parties = thirdPartyDefects(buildFolder('release'));
+  count(tally, parties.length === 0, `tools/lib/third_party.js: ${parties.join('; ')}`);
 
   const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
