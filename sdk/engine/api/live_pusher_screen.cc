@@ -7,14 +7,14 @@
 #include "api/push_parameters.h"
 #include "api/screen_source_list.h"
 #include "base/log.h"
-#include "capture/screen/screen_sources.h"
+#include "platform/screen/screen.h"
 
 namespace NimboEngine {
 namespace {
 
 using namespace LumoRtc;
 
-bool canBeShared(uint32_t id) {
+bool canBeShared(ScreenId id) {
   const auto sources = listScreenSources();
   return std::any_of(sources.begin(), sources.end(),
                      [id](const ScreenSource& source) { return source.id == id; });
@@ -31,12 +31,13 @@ int LivePusher::startScreenShareByDesktopId(uint32_t sourceId) {
     NIMBO_LOG_ERROR("no screen can be shared: only audio is captured");
     return kLumoLiveInvalidState;
   }
-  if (initialized_ && !canBeShared(sourceId)) {
+  const ScreenId screen{sourceId};
+  if (initialized_ && !canBeShared(screen)) {
     NIMBO_LOG_ERROR("there is no screen or window {:#x}", sourceId);
     return kLumoLiveNotFound;
   }
   const LumoLiveResult result =
-      submit([sourceId](PusherSession& session) { session.shareScreen(sourceId); });
+      submit([screen](PusherSession& session) { session.shareScreen(screen); });
   if (result == kLumoLiveOk) sharedScreen_ = sourceId;
   return result;
 }

@@ -129,7 +129,7 @@ void PusherSession::setCameraRunning(bool running) {
 
 // -------------------------------------------------------------------------------------- screen
 
-void PusherSession::shareScreen(uint32_t id) {
+void PusherSession::shareScreen(ScreenId id) {
   screen_ = id;
   screenPaused_ = false;
   if (capture_) captureScreen();

@@ -66,9 +66,9 @@ class PusherSession {
   // Applies changes in the device selection.
   void useDevices();
 
-  // A screen (capture/screen/screen_sources.h) is shared until it is stopped, even while capture
+  // A screen is shared until it is stopped, even while capture
   // does not run or the screen is lost.
-  void shareScreen(uint32_t id);
+  void shareScreen(ScreenId id);
   void stopScreen();
   void setScreenPaused(bool paused);
 
@@ -109,7 +109,7 @@ class PusherSession {
   bool muted_ = false;
   bool cameraMuted_ = false;
   bool cameraRunning_ = true;
-  std::optional<uint32_t> screen_;
+  std::optional<ScreenId> screen_;
   bool screenPaused_ = false;
   std::optional<EncoderSettings> screenEncoder_;  // none: as the camera is
 

@@ -16,7 +16,7 @@ uint32_t ScreenSourceList::getCount() {
 
 LumoLiveScreenSourceInfo ScreenSourceList::getSource(uint32_t index) {
   if (index >= sources_.size()) return {};
-  return {sources_[index].id, sources_[index].name.c_str()};
+  return {static_cast<int64_t>(sources_[index].id.number), sources_[index].name.c_str()};
 }
 
 void ScreenSourceList::release() {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "NimboSdk/LumoLivePusher.h"
-#include "capture/screen/screen_sources.h"
+#include "platform/screen/screen.h"
 
 namespace NimboEngine {
 

@@ -114,7 +114,7 @@ bool CaptureSession::hasHung(DeviceKind kind, Clock::duration timeout) {
 
 // ------------------------------------------------------------------------------------- screen
 
-void CaptureSession::shareScreen(uint32_t id, ScreenCapture::ErrorCallback onError) {
+void CaptureSession::shareScreen(ScreenId id, ScreenCapture::ErrorCallback onError) {
   const MutexLock lock(mutex_);
   if (!video_) return;
   const auto frames = showScreen();

@@ -85,9 +85,9 @@ class CaptureSession {
   // again; a file keeps its own rate.
   void setFormat(const VideoFormat& format);
 
-  // Shows a screen (capture/screen/screen_sources.h) instead of the camera, which keeps running.
+  // Shows a screen instead of the camera, which keeps running.
   // `onError`: see ScreenCapture. Must not be called when only audio is captured.
-  void shareScreen(uint32_t id, ScreenCapture::ErrorCallback onError);
+  void shareScreen(ScreenId id, ScreenCapture::ErrorCallback onError);
   void stopScreen();
 
   // Does nothing while no screen is shown.

@@ -8,9 +8,6 @@
 
 #include "base/glib_ptr.h"
 #include "base/log.h"
-#include "capture/screen/portal_reader.h"
-#include "capture/screen/screen_grabber.h"
-#include "capture/screen/screen_monitors.h"
 #include "media/frame_converter.h"
 #include "media/frame_pool.h"
 
@@ -23,19 +20,14 @@ using Outcome = ScreenReader::Outcome;
 // Single frames may be missed, but not this many in a row.
 constexpr int kMostMisses = 50;
 
-std::unique_ptr<ScreenReader> makeReader(uint32_t id, GCancellable* cancelled) {
-  if (id == kPortalSource) return std::make_unique<PortalReader>(cancelled);
-  return std::make_unique<ScreenGrabber>(id);
-}
-
 }  // namespace
 
 struct ScreenCapture::State : WorkerState<ErrorCallback> {
-  State(uint32_t source, const VideoFormat& wanted, std::shared_ptr<FrameMailbox> mailbox,
+  State(ScreenId source, const VideoFormat& wanted, std::shared_ptr<FrameMailbox> mailbox,
         ErrorCallback callback)
       : WorkerState(std::move(callback)), id(source), format(wanted), frames(std::move(mailbox)) {}
 
-  const uint32_t id;
+  const ScreenId id;
   VideoFormat format NIMBO_GUARDED_BY(mutex);
   std::shared_ptr<FrameMailbox> frames NIMBO_GUARDED_BY(mutex);
   bool paused NIMBO_GUARDED_BY(mutex) = false;
@@ -57,7 +49,7 @@ struct ScreenCapture::State : WorkerState<ErrorCallback> {
 };
 
 void ScreenCapture::State::run() {
-  const auto reader = makeReader(id, cancelled.get());
+  const auto reader = openScreen(id, cancelled.get());
   Clock::time_point due = Clock::now();
   bool hidden = false;
   int misses = 0;
@@ -66,7 +58,7 @@ void ScreenCapture::State::run() {
     if (outcome == Outcome::kGone) return report(ScreenError::kLost, reader->error());
     if (outcome == Outcome::kRefused) return report(ScreenError::kRefused, reader->error());
     if (outcome == Outcome::kHidden && !hidden) {
-      report(ScreenError::kHidden, fmt::format("nothing of window {:#x} is visible", id));
+      report(ScreenError::kHidden, fmt::format("nothing of window {:#x} is visible", id.number));
     }
     hidden = outcome == Outcome::kHidden;
     if (outcome == Outcome::kFrame || (outcome == Outcome::kSame && !isDelivered())) {
@@ -74,7 +66,7 @@ void ScreenCapture::State::run() {
     }
     misses = outcome == Outcome::kMissed ? misses + 1 : 0;
     if (misses > kMostMisses) {
-      return report(ScreenError::kLost, fmt::format("{:#x} cannot be read", id));
+      return report(ScreenError::kLost, fmt::format("{:#x} cannot be read", id.number));
     }
   }
 }
@@ -134,7 +126,7 @@ void ScreenCapture::State::setFormat(const VideoFormat& wanted,
   frames = std::move(mailbox);
 }
 
-ScreenCapture::ScreenCapture(uint32_t id, const VideoFormat& format,
+ScreenCapture::ScreenCapture(ScreenId id, const VideoFormat& format,
                              std::shared_ptr<FrameMailbox> frames, ErrorCallback onError)
     : worker_({.name = "screen"}, id, format, std::move(frames), std::move(onError)) {}
 

@@ -11,7 +11,6 @@
 
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,6 +18,7 @@
 #include "base/worker.h"
 #include "media/frame_consumer.h"
 #include "media/frame_mailbox.h"
+#include "platform/screen/screen.h"
 
 namespace NimboEngine {
 
@@ -32,9 +32,8 @@ class ScreenCapture {
  public:
   using ErrorCallback = std::function<void(ScreenError, const std::string& message)>;
 
-  // `id` as in capture/screen/screen_sources.h; frames get the size of `format` and are captured at
-  // its rate.
-  ScreenCapture(uint32_t id, const VideoFormat& format, std::shared_ptr<FrameMailbox> frames,
+  // Frames get the size of `format` and are captured at its rate.
+  ScreenCapture(ScreenId id, const VideoFormat& format, std::shared_ptr<FrameMailbox> frames,
                 ErrorCallback onError);
   ~ScreenCapture();
   ScreenCapture(const ScreenCapture&) = delete;

@@ -8,9 +8,9 @@
 #include <thread>
 
 #include "capture/screen/screen_capture.h"
-#include "capture/screen/screen_monitors.h"
 #include "gst/pipeline.h"
 #include "gst/runtime.h"
+#include "platform/desktop/portal_reader.h"
 #include "support/event_log.h"
 #include "support/fake_portal.h"
 #include "support/session_bus.h"

@@ -8,10 +8,10 @@
 #include <csignal>
 #include <thread>
 
-#include "capture/screen/screen_grabber.h"
-#include "capture/screen/screen_sources.h"
 #include "gst/runtime.h"
 #include "media/frame_pool.h"
+#include "platform/screen/screen.h"
+#include "platform/x11/screen_grabber.h"
 #include "support/event_log.h"
 #include "support/process_usage.h"
 #include "support/x_server.h"
@@ -38,7 +38,9 @@ class ScreenCaptureTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_TRUE(startGstreamer()); }
 
-  void capture(uint32_t id, int fps = 30) {
+  void capture(const XWindow& window, int fps = 30) { capture(ScreenId{window.id()}, fps); }
+
+  void capture(ScreenId id, int fps = 30) {
     frames_ = std::make_shared<FrameMailbox>();
     capture_ = std::make_unique<ScreenCapture>(
         id, VideoFormat{kCaptured.width, kCaptured.height, fps}, frames_,
@@ -122,7 +124,7 @@ TEST_F(ScreenCaptureTest, AWindowIsShownWholeWithBorders) {
     const XServer server(without);
     const XWindow window({.place = {20, 30, 400, 200}, .colour = kRed.rgb});
     const XWindow half({.place = {200, 0, 200, 200}, .colour = kBlue.rgb, .parent = window.id()});
-    capture(window.id());
+    capture(window);
     ASSERT_TRUE(comesToShow(0.48, 0.5, kRed));
     EXPECT_TRUE(shows(0.02, 0.18, kRed)) << "160 of 240 rows";
     EXPECT_TRUE(shows(0.52, 0.5, kBlue));
@@ -138,7 +140,7 @@ TEST_F(ScreenCaptureTest, SharedMemoryIsUsedWhereItCanBe) {
     const XServer server(possible ? std::vector<std::string>{}
                                   : std::vector<std::string>{"-extension", "MIT-SHM"});
     const XWindow window({.colour = kRed.rgb});
-    ScreenGrabber grabber(window.id());
+    ScreenGrabber grabber(ScreenId{window.id()});
     ASSERT_EQ(grabber.grab(), ScreenGrabber::Outcome::kFrame);
     EXPECT_EQ(grabber.image().isShared(), possible);
     EXPECT_EQ(grabber.image().size(), (Size{100, 100}));
@@ -151,7 +153,7 @@ TEST_F(ScreenCaptureTest, AnUnchangedScreenYieldsNoNewFrame) {
        {std::vector<std::string>{}, {"-extension", "MIT-SHM"}}) {
     const XServer server(without);
     XWindow window({.colour = kRed.rgb});
-    ScreenGrabber grabber(window.id());
+    ScreenGrabber grabber(ScreenId{window.id()});
     EXPECT_EQ(grabber.grab(), Outcome::kFrame);
     EXPECT_EQ(grabber.grab(), Outcome::kSame);
     EXPECT_EQ(grabber.grab(), Outcome::kSame);
@@ -170,7 +172,7 @@ TEST_F(ScreenCaptureTest, ACoveredWindowShowsItself) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   const XWindow above({.place = {0, 0, 800, 600}, .colour = kGreen.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   EXPECT_TRUE(shows(0.02, 0.02, kRed));
   EXPECT_TRUE(shows(0.98, 0.98, kRed));
@@ -183,14 +185,14 @@ TEST_F(ScreenCaptureTest, AWindowPartlyOutsideTheScreen) {
     const XWindow window(options);
     const XWindow corner(
         {.place = {160, 120, 160, 120}, .colour = kBlue.rgb, .parent = window.id()});
-    capture(window.id());
+    capture(window);
     ASSERT_TRUE(comesToShow(0.98, 0.98, kBlue)) << "whole";
     EXPECT_TRUE(shows(0.02, 0.02, kRed));
     capture_.reset();
   }
   const XServer server({"-extension", "Composite"});
   const XWindow window(options);
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed)) << "what is to be seen of it: 160 by 120";
   EXPECT_TRUE(shows(0.98, 0.98, kRed));
   EXPECT_EQ(errors_.count("lost"), 0);
@@ -199,7 +201,7 @@ TEST_F(ScreenCaptureTest, AWindowPartlyOutsideTheScreen) {
 TEST_F(ScreenCaptureTest, AResizedWindowIsFollowed) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.02, kRed));
   window.resize({320, 120});
   EXPECT_TRUE(comesToShow(0.5, 0.02, kBlack));
@@ -215,7 +217,7 @@ TEST_F(ScreenCaptureTest, AResizedWindowIsFollowed) {
 TEST_F(ScreenCaptureTest, AMinimisedWindowKeepsItsLastFrameAndResumes) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   for (const int times : {1, 2}) {
     window.unmap();
@@ -234,7 +236,7 @@ TEST_F(ScreenCaptureTest, AMinimisedWindowKeepsItsLastFrameAndResumes) {
 TEST_F(ScreenCaptureTest, AClosedWindowIsLostAndItsLastFrameStays) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   window.destroy();
   ASSERT_TRUE(errors_.waitFor("lost"));
@@ -245,7 +247,7 @@ TEST_F(ScreenCaptureTest, AClosedWindowIsLostAndItsLastFrameStays) {
 TEST_F(ScreenCaptureTest, AKilledServerIsDetected) {
   XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   server.kill();
   ASSERT_TRUE(errors_.waitFor("lost"));
@@ -255,7 +257,7 @@ TEST_F(ScreenCaptureTest, AKilledServerIsDetected) {
 TEST_F(ScreenCaptureTest, AFrozenServerDoesNotBlockTheEnd) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   server.signal(SIGSTOP);
   const auto begin = Clock::now();
@@ -266,12 +268,12 @@ TEST_F(ScreenCaptureTest, AFrozenServerDoesNotBlockTheEnd) {
 }
 
 TEST_F(ScreenCaptureTest, AMissingSourceIsLostImmediately) {
-  capture(1);  // no $DISPLAY
+  capture(ScreenId{1});  // no $DISPLAY
   EXPECT_TRUE(errors_.waitFor("lost"));
   const XServer server;
-  capture(0x7fffff);
+  capture(ScreenId{0x7fffff});
   EXPECT_TRUE(errors_.waitFor("lost", 2));
-  capture(0x4fffffff);
+  capture(ScreenId{0x4fffffff});
   EXPECT_TRUE(errors_.waitFor("lost", 3));
   EXPECT_EQ(frames_->count(), 0U);
 }
@@ -280,7 +282,7 @@ TEST_F(ScreenCaptureTest, ThePointerIsDrawn) {
   const XServer server;
   XWindow window({.place = {100, 100, 320, 240}, .colour = kRed.rgb});
   window.showPointer({0, 0, 0xffff});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kBlue));
   EXPECT_TRUE(shows(0.5 - 12.0 / 320, 0.5, kRed)) << "8 pixels to each side";
   EXPECT_TRUE(shows(0.5, 0.5 + 12.0 / 240, kRed));
@@ -291,7 +293,7 @@ TEST_F(ScreenCaptureTest, ThePointerIsDrawn) {
 TEST_F(ScreenCaptureTest, PausedItDeliversNoFrames) {
   const XServer server;
   XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   capture_->setPaused(true);
   const uint64_t count = frames_->count();
@@ -306,7 +308,7 @@ TEST_F(ScreenCaptureTest, PausedItDeliversNoFrames) {
 TEST_F(ScreenCaptureTest, TheRateIsKept) {
   const XServer server;
   XWindow window({.colour = kRed.rgb});
-  capture(window.id(), 10);
+  capture(window, 10);
   ASSERT_TRUE(goesOn(window, 1));
   auto begin = Clock::now();
   EXPECT_TRUE(goesOn(window, 10));
@@ -321,7 +323,7 @@ TEST_F(ScreenCaptureTest, TheRateIsKept) {
 TEST_F(ScreenCaptureTest, AnotherFormatShowsTheCurrentFrameToo) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
-  capture(window.id());
+  capture(window);
   ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
   const auto before = frames_;
   frames_ = std::make_shared<FrameMailbox>();
@@ -338,7 +340,7 @@ TEST_F(ScreenCaptureTest, ThirtyCapturesLeakNothing) {
   const XServer server;
   const XWindow window({.place = {0, 0, 320, 240}, .colour = kRed.rgb});
   const auto cycle = [&] {
-    capture(window.id());
+    capture(window);
     ASSERT_TRUE(comesToShow(0.5, 0.5, kRed));
     capture_.reset();
   };

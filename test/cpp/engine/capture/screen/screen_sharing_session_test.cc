@@ -50,7 +50,7 @@ class ScreenSharingSessionTest : public testing::Test {
   ~ScreenSharingSessionTest() override { session_->removeConsumer(&probe_); }
 
   void share(const XWindow& window) {
-    session_->shareScreen(window.id(), [this](ScreenError error, const std::string&) {
+    session_->shareScreen(ScreenId{window.id()}, [this](ScreenError error, const std::string&) {
       events_.add(error == ScreenError::kHidden ? "hidden" : "lost");
     });
   }

@@ -3,8 +3,7 @@
 // A window's identifier is its own on the X server, which never sets one of the upper three bits. A
 // monitor's is kMonitorBit and the server's number for the monitor's name, which stays the same
 // while the server lives, whichever other monitors come and go. kMonitorBit alone is the whole
-// desktop, for a server without monitors. kPortalSource is the user's choice in the desktop's own
-// dialogue, without an X server.
+// desktop, for a server without monitors.
 //
 // Thread: that of the connection.
 // Failure: if the server does not answer, the whole desktop is listed.
@@ -19,19 +18,19 @@
 #include <vector>
 
 #include "media/view_layout.h"
+#include "platform/screen/screen.h"
 #include "platform/x11/x_display.h"
 
 namespace NimboEngine {
 
 inline constexpr uint32_t kMonitorBit = 0x4000'0000;
-inline constexpr uint32_t kPortalSource = 0x2000'0000;
 
-inline bool isMonitor(uint32_t id) {
-  return (id & kMonitorBit) != 0;
+inline bool isMonitor(ScreenId id) {
+  return (id.number & kMonitorBit) != 0;
 }
 
 struct Monitor {
-  uint32_t id = kMonitorBit;
+  ScreenId id{kMonitorBit};
   Rect area;  // on the root window
 };
 

@@ -1,4 +1,4 @@
-#include "capture/screen/portal_reader.h"
+#include "platform/desktop/portal_reader.h"
 
 #include <fmt/format.h>
 #include <gst/app/gstappsink.h>

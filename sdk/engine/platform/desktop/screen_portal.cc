@@ -1,4 +1,4 @@
-#include "capture/screen/screen_portal.h"
+#include "platform/desktop/screen_portal.h"
 
 #include <fmt/format.h>
 #include <unistd.h>

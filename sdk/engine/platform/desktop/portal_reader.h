@@ -1,7 +1,8 @@
 // Reads frames of the screen or window that the user chose in the desktop's portal (see
 // screen_portal.h). The first call of grab() opens the chooser and waits for the user.
 //
-// Thread, failure: see ScreenReader; cancelling `cancelled` ends the wait for the user immediately.
+// Thread, failure: see platform/screen/screen.h; cancelling `cancelled` ends the wait for the user
+//   immediately.
 // Ownership: owns portal session and pipeline.
 
 #pragma once
@@ -9,11 +10,14 @@
 #include <atomic>
 #include <memory>
 
-#include "capture/screen/screen_portal.h"
-#include "capture/screen/screen_reader.h"
 #include "gst/pipeline.h"
+#include "platform/desktop/screen_portal.h"
+#include "platform/screen/screen.h"
 
 namespace NimboEngine {
+
+// The user's choice among screens and windows; an X server never sets this bit.
+inline constexpr ScreenId kPortalSource{0x2000'0000};
 
 class PortalReader final : public ScreenReader {
  public:

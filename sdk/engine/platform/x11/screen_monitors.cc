@@ -1,4 +1,4 @@
-#include "capture/screen/screen_monitors.h"
+#include "platform/x11/screen_monitors.h"
 
 #include <fmt/format.h>
 #include <xcb/randr.h>
@@ -20,9 +20,10 @@ Monitor wholeDesktop(const XDisplay& display) {
   const XReply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(
       connection, xcb_get_geometry(connection, display.screen->root), nullptr));
   if (!root) {
-    return {kMonitorBit, {0, 0, display.screen->width_in_pixels, display.screen->height_in_pixels}};
+    return {{kMonitorBit},
+            {0, 0, display.screen->width_in_pixels, display.screen->height_in_pixels}};
   }
-  return {kMonitorBit, {0, 0, root->width, root->height}};
+  return {{kMonitorBit}, {0, 0, root->width, root->height}};
 }
 
 }  // namespace
@@ -37,7 +38,7 @@ std::vector<Monitor> listMonitors(const XDisplay& display) {
       for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem;
            xcb_randr_monitor_info_next(&each)) {
         const auto& info = *each.data;
-        monitors.push_back({kMonitorBit | info.name, {info.x, info.y, info.width, info.height}});
+        monitors.push_back({{kMonitorBit | info.name}, {info.x, info.y, info.width, info.height}});
       }
     }
   }
@@ -47,7 +48,7 @@ std::vector<Monitor> listMonitors(const XDisplay& display) {
 
 std::string monitorName(const XDisplay& display, const Monitor& monitor) {
   const std::string size = fmt::format("{}x{}", monitor.area.width, monitor.area.height);
-  const xcb_atom_t atom = monitor.id & ~kMonitorBit;
+  const auto atom = static_cast<xcb_atom_t>(monitor.id.number & ~kMonitorBit);
   xcb_connection_t* connection = display.connection.get();
   const XReply<xcb_get_atom_name_reply_t> name(
       atom == XCB_ATOM_NONE

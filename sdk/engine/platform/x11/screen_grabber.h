@@ -4,7 +4,7 @@
 // otherwise the image is what the screen shows at its place, and the part of a window that is
 // outside the screen is left out.
 //
-// Thread, ownership, failure: see ScreenReader.
+// Thread, ownership, failure: see platform/screen/screen.h.
 
 #pragma once
 
@@ -15,18 +15,18 @@
 #include <optional>
 #include <string>
 
-#include "capture/screen/screen_cursor.h"
-#include "capture/screen/screen_image.h"
-#include "capture/screen/screen_reader.h"
 #include "media/view_layout.h"
+#include "platform/screen/screen.h"
+#include "platform/x11/screen_cursor.h"
+#include "platform/x11/screen_image.h"
 #include "platform/x11/x_display.h"
 
 namespace NimboEngine {
 
 class ScreenGrabber final : public ScreenReader {
  public:
-  // `id` as in capture/screen/screen_sources.h.
-  explicit ScreenGrabber(uint32_t id);
+  // `id` as in platform/x11/screen_monitors.h, on the server that $DISPLAY names.
+  explicit ScreenGrabber(ScreenId id);
 
   Outcome grab() override;
   GstPtr<GstBuffer> frame(GstVideoInfo& info) override;
@@ -47,7 +47,8 @@ class ScreenGrabber final : public ScreenReader {
   Outcome locateWindow(Place& place);
   Outcome fetch(const Place& place);
 
-  const uint32_t id_;
+  const ScreenId id_;
+  const xcb_window_t window_;  // unless it is a monitor
   const XDisplay display_;
   const bool contentsAreKept_;  // the window's, while it is covered or outside the screen
   const xcb_pixmap_t pixmap_;   // its name for that

@@ -1,4 +1,4 @@
-#include "capture/screen/screen_cursor.h"
+#include "platform/x11/screen_cursor.h"
 
 #include <algorithm>
 

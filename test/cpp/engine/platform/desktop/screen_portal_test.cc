@@ -1,14 +1,14 @@
 // The protocol of the desktop's portal, which the test implements.
 
-#include "capture/screen/screen_portal.h"
+#include "platform/desktop/screen_portal.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <thread>
 
-#include "capture/screen/screen_monitors.h"
-#include "capture/screen/screen_sources.h"
+#include "platform/desktop/portal_reader.h"
+#include "platform/screen/screen.h"
 #include "support/fake_portal.h"
 #include "support/session_bus.h"
 
@@ -130,7 +130,7 @@ TEST_F(ScreenPortalTest, ItIsListedInAWaylandSessionOnly) {
   FakePortal desktop({});
   const auto sources = listScreenSources();
   ASSERT_EQ(sources.size(), 1U);
-  EXPECT_EQ(sources[0].id, kPortalSource);
+  EXPECT_EQ(sources[0].id.number, kPortalSource.number);
   EXPECT_EQ(sources[0].name, "Choose a screen or window\u2026");
   EXPECT_TRUE(desktop.calls.all().empty()) << "the user is not asked";
   const Environment none("WAYLAND_DISPLAY", nullptr);

@@ -1,4 +1,4 @@
-#include "capture/screen/screen_image.h"
+#include "platform/x11/screen_image.h"
 
 #include <xcb/shm.h>
 

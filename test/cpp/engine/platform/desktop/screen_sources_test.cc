@@ -1,6 +1,6 @@
 // The list of sources, on the test's own display server.
 
-#include "capture/screen/screen_sources.h"
+#include "platform/screen/screen.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <chrono>
 #include <csignal>
 
-#include "capture/screen/screen_monitors.h"
+#include "platform/x11/screen_monitors.h"
 #include "support/x_server.h"
 
 namespace NimboEngine::test {
@@ -34,18 +34,18 @@ TEST(ScreenSources, MonitorsComeFirstAndKeepTheirNumbers) {
   const auto sources = listScreenSources();
   ASSERT_EQ(sources.size(), 2U);
   EXPECT_TRUE(isMonitor(sources[0].id));
-  EXPECT_NE(sources[0].id, kMonitorBit) << "a monitor of its own, not the whole desktop";
+  EXPECT_NE(sources[0].id.number, kMonitorBit) << "a monitor of its own, not the whole desktop";
   EXPECT_EQ(sources[0].name, "Screen screen (800x600)") << "as Xvfb calls its only monitor";
-  EXPECT_EQ(sources[1].id, window.id());
+  EXPECT_EQ(sources[1].id.number, window.id());
   EXPECT_EQ(sources[1].name, "one");
-  EXPECT_EQ(listScreenSources()[0].id, sources[0].id);
+  EXPECT_EQ(listScreenSources()[0].id.number, sources[0].id.number);
 }
 
 TEST(ScreenSources, WithoutMonitorsTheWholeDesktopIsListed) {
   const XServer server({"-extension", "RANDR"});
   const auto sources = listScreenSources();
   ASSERT_EQ(sources.size(), 1U);
-  EXPECT_EQ(sources[0].id, kMonitorBit);
+  EXPECT_EQ(sources[0].id.number, kMonitorBit);
   EXPECT_EQ(sources[0].name, "Desktop (800x600)");
 }
 

@@ -1,25 +1,19 @@
-#include "capture/screen/screen_sources.h"
+#include "platform/x11/x11_screens.h"
 
 #include <fmt/format.h>
 #include <glib.h>
 
-#include <chrono>
-#include <future>
-#include <memory>
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
-#include "base/detachable_thread.h"
-#include "base/log.h"
-#include "capture/screen/screen_monitors.h"
-#include "capture/screen/screen_portal.h"
 #include "gst/gst_ptr.h"
-#include "platform/x11/x_display.h"
+#include "platform/x11/screen_monitors.h"
 
 namespace NimboEngine {
 namespace {
-
-constexpr std::chrono::milliseconds kTimeout{1500};
 
 // In units of four bytes, as in property requests: longer names and lists are cut.
 constexpr uint32_t kNameLimit = 256;
@@ -102,18 +96,12 @@ std::optional<ScreenSource> read(xcb_connection_t* connection, const Questions& 
   std::string text = inUtf8(textOf(name.get()));
   if (text.empty()) text = inUtf8(textOf(oldName.get()));
   if (text.empty()) text = fmt::format("Window {:#x}", asked.window);
-  return ScreenSource{asked.window, std::move(text)};
+  return ScreenSource{{asked.window}, std::move(text)};
 }
 
-std::vector<ScreenSource> askServer() {
-  const XDisplay display = XDisplay::open();
-  if (!display.screen && g_getenv("WAYLAND_DISPLAY") && ScreenPortal::isThere()) {
-    return {{kPortalSource, "Choose a screen or window…"}};
-  }
-  if (!display.screen) {
-    NIMBO_LOG_WARN("no screen can be shared: there is no X server");
-    return {};
-  }
+}  // namespace
+
+std::vector<ScreenSource> listX11Screens(const XDisplay& display) {
   xcb_connection_t* connection = display.connection.get();
   std::vector<ScreenSource> sources;
   for (const Monitor& monitor : listMonitors(display)) {
@@ -128,17 +116,6 @@ std::vector<ScreenSource> askServer() {
     if (auto source = read(connection, asked)) sources.push_back(std::move(*source));
   }
   return sources;
-}
-
-}  // namespace
-
-std::vector<ScreenSource> listScreenSources() {
-  const auto found = std::make_shared<std::promise<std::vector<ScreenSource>>>();
-  std::future<std::vector<ScreenSource>> answer = found->get_future();
-  const DetachableThread thread("screen-list", [found] { found->set_value(askServer()); });
-  if (answer.wait_for(kTimeout) == std::future_status::ready) return answer.get();
-  NIMBO_LOG_WARN("no screen can be shared: the X server does not answer");
-  return {};
 }
 
 }  // namespace NimboEngine

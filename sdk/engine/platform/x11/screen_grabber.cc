@@ -1,4 +1,4 @@
-#include "capture/screen/screen_grabber.h"
+#include "platform/x11/screen_grabber.h"
 
 #include <fmt/format.h>
 #include <xcb/composite.h>
@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "capture/screen/screen_monitors.h"
 #include "media/frame_converter.h"
+#include "platform/x11/screen_monitors.h"
 
 namespace NimboEngine {
 namespace {
@@ -38,8 +38,9 @@ class WindowPixmap {
 
 }  // namespace
 
-ScreenGrabber::ScreenGrabber(uint32_t id)
+ScreenGrabber::ScreenGrabber(ScreenId id)
     : id_(id),
+      window_(static_cast<xcb_window_t>(id.number)),
       display_(XDisplay::open()),
       contentsAreKept_(keepContents()),
       pixmap_(contentsAreKept_ ? xcb_generate_id(connection()) : XCB_NONE),
@@ -54,8 +55,8 @@ bool ScreenGrabber::keepContents() {
       connection(), xcb_composite_query_version(connection(), 0, 4), nullptr));
   if (!version || (version->major_version == 0 && version->minor_version < 2)) return false;
   const XReply<xcb_generic_error_t> refused(xcb_request_check(
-      connection(),
-      xcb_composite_redirect_window_checked(connection(), id_, XCB_COMPOSITE_REDIRECT_AUTOMATIC)));
+      connection(), xcb_composite_redirect_window_checked(connection(), window_,
+                                                          XCB_COMPOSITE_REDIRECT_AUTOMATIC)));
   return !refused;
 }
 
@@ -97,9 +98,9 @@ ScreenGrabber::Outcome ScreenGrabber::locateMonitor(Place& place) {
 
 ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
   const xcb_window_t root = display_.screen->root;
-  const auto askAttributes = xcb_get_window_attributes(connection(), id_);
-  const auto askGeometry = xcb_get_geometry(connection(), id_);
-  const auto askOrigin = xcb_translate_coordinates(connection(), id_, root, 0, 0);
+  const auto askAttributes = xcb_get_window_attributes(connection(), window_);
+  const auto askGeometry = xcb_get_geometry(connection(), window_);
+  const auto askOrigin = xcb_translate_coordinates(connection(), window_, root, 0, 0);
   const auto askRoot = xcb_get_geometry(connection(), root);
   const XReply<xcb_get_window_attributes_reply_t> attributes(
       xcb_get_window_attributes_reply(connection(), askAttributes, nullptr));
@@ -110,11 +111,11 @@ ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
   const XReply<xcb_get_geometry_reply_t> screen(
       xcb_get_geometry_reply(connection(), askRoot, nullptr));
   if (!attributes || !geometry || !origin || !screen) {
-    return ended(Outcome::kGone, fmt::format("window {:#x} is not there", id_));
+    return ended(Outcome::kGone, fmt::format("window {:#x} is not there", window_));
   }
   if (!hasPlainPixels(connection(), geometry->depth)) {
     return ended(Outcome::kGone,
-                 fmt::format("the colours of window {:#x} have an unknown format", id_));
+                 fmt::format("the colours of window {:#x} have an unknown format", window_));
   }
   if (attributes->map_state != XCB_MAP_STATE_VIEWABLE) return Outcome::kHidden;
   const Rect area{origin->dst_x, origin->dst_y, geometry->width, geometry->height};
@@ -132,7 +133,7 @@ ScreenGrabber::Outcome ScreenGrabber::locateWindow(Place& place) {
 ScreenGrabber::Outcome ScreenGrabber::fetch(const Place& place) {
   // A new name each time: a window that changes its size gets another pixmap.
   std::optional<WindowPixmap> pixmap;
-  if (contentsAreKept_) pixmap.emplace(connection(), id_, place.drawable);
+  if (contentsAreKept_) pixmap.emplace(connection(), window_, place.drawable);
   const Size size{place.part.width, place.part.height};
   std::swap(image_, previous_);
   if (previous_ && previous_->size() != size) previous_.reset();
