@@ -11,7 +11,12 @@ const { noticesAreCurrent } = require('./generate-notices');
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
 const { errorTexts } = require('./lib/error_shapes');
 const { glossaryDefects } = require('./lib/glossary');
-const { allowedIncludes, graphDefects, includeGraph } = require('./lib/include_graph');
+const {
+  allowedIncludes,
+  graphDefects,
+  includeGraph,
+  systemDefects,
+} = require('./lib/include_graph');
 const { brokenLinks, packedFiles } = require('./lib/package_links');
 const { buildFolder, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
@@ -41,7 +46,10 @@ async function lint(tally) {
   const parties = thirdPartyDefects(buildFolder('release'));
   count(tally, parties.length === 0, `tools/lib/third_party.js: ${parties.join('; ')}`);
 
-  const defects = graphDefects(includeGraph(cppFiles), allowedIncludes());
+  const defects = [
+    ...graphDefects(includeGraph(cppFiles), allowedIncludes()),
+    ...systemDefects(cppFiles),
+  ];
   count(tally, defects.length === 0, `folders of sdk/engine: ${defects.join('; ')}`);
 
   const texts = errorTexts(cppFiles);

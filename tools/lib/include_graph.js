@@ -39,6 +39,23 @@ function allowedIncludes() {
   return new Map([...rows].map(([, folder, cell]) => [folder, names(cell)]));
 }
 
+// What only Linux or X11 has.
+const systemsOwn =
+  /#include <(?:X11|linux|netinet\/tcp|sys\/(?:epoll|eventfd|inotify|prctl)|xcb)\b|"\/proc\b/;
+
+/**
+ * Finds files of the engine outside of platform/ that use what only one system has.
+ *
+ * @param {string[]} files paths relative to the project's root; those outside of the engine are skipped
+ * @returns {string[]} one text for each
+ */
+function systemDefects(files) {
+  return files
+    .filter((file) => file.startsWith(engine) && !file.startsWith(`${engine}platform/`))
+    .filter((file) => systemsOwn.test(fs.readFileSync(path.join(root, file), 'utf8')))
+    .map((file) => `only platform/ may use what one system has: ${file}`);
+}
+
 function readLines(file, pattern) {
   return fs.readFileSync(path.join(root, file), 'utf8').matchAll(pattern);
 }
@@ -79,4 +96,4 @@ function cycles(graph) {
   return found;
 }
 
-module.exports = { allowedIncludes, graphDefects, includeGraph };
+module.exports = { allowedIncludes, graphDefects, includeGraph, systemDefects };
