@@ -1,9 +1,10 @@
 'use strict';
 
 // Checks the project's files without running them: formatting, JavaScript lint, the words of the
-// glossary, the links of the package's documents, the notices of what its binaries contain, the
-// engine's include graph and how its functions fail, clang-tidy, and that the build compiles every C++
-// source. Needs a built build/release. Configures build/lint, where each source is compiled alone.
+// glossary, the npm package (links of its documents, metadata and types, notices of what its binaries
+// contain), the engine's include graph and how its functions fail, clang-tidy, and that the build
+// compiles every C++ source. Needs a built build/release and what tools/package-check installs.
+// Configures build/lint, where each source is compiled alone.
 //
 // Usage: node tools/lint.js
 
@@ -18,12 +19,27 @@ const {
   systemDefects,
 } = require('./lib/include_graph');
 const { brokenLinks, packedFiles } = require('./lib/package_links');
-const { buildFolder, sourceFiles } = require('./lib/project');
+const { buildFolder, root, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 const { thirdPartyDefects } = require('./lib/third_party');
 
-/** @param {import('./lib/tally').Tally} tally each of the ten checks counts once */
+/** What the npm package contains: four checks. */
+async function lintPackage(tally) {
+  const files = packedFiles();
+  const links = brokenLinks(files);
+  count(tally, links.length === 0, `links in the npm package:\n${links.join('\n')}`);
+
+  const { packageDefects } = await import('./package-check/check.mjs');
+  const defects = await packageDefects(root, files);
+  count(tally, defects.length === 0, `the npm package:\n${defects.join('\n')}`);
+
+  count(tally, noticesAreCurrent(), 'THIRD-PARTY-NOTICES: run node tools/generate-notices.js');
+  const parties = thirdPartyDefects(buildFolder('release'));
+  count(tally, parties.length === 0, `tools/lib/third_party.js: ${parties.join('; ')}`);
+}
+
+/** @param {import('./lib/tally').Tally} tally each of the eleven checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -39,12 +55,7 @@ async function lint(tally) {
   const words = glossaryDefects(sourceFiles(''));
   count(tally, words.length === 0, `words, see CONTRIBUTING.md:\n${words.join('\n')}`);
 
-  const links = brokenLinks(packedFiles());
-  count(tally, links.length === 0, `links in the npm package:\n${links.join('\n')}`);
-
-  count(tally, noticesAreCurrent(), 'THIRD-PARTY-NOTICES: run node tools/generate-notices.js');
-  const parties = thirdPartyDefects(buildFolder('release'));
-  count(tally, parties.length === 0, `tools/lib/third_party.js: ${parties.join('; ')}`);
+  await lintPackage(tally);
 
   const defects = [
     ...graphDefects(includeGraph(cppFiles), allowedIncludes()),

@@ -6,7 +6,8 @@
 # Steps that are up to date cost one check and print nothing.
 #
 # The preset "product" needs the packages of tools/debian-packages.txt only, all else also those of
-# debian-packages-test.txt. It is built in release's folder: each takes over what the other has built.
+# debian-packages-test.txt, and the npm packages of tools/package-check. It is built in release's
+# folder: each takes over what the other has built.
 #
 # --peers FOLDER: also the packages in its debian-packages.txt and package-lock.json.
 #
@@ -31,6 +32,8 @@ folder=build/${preset/product/release}
 package_lists=(tools/debian-packages.txt)
 [ "$preset" = product ] || package_lists+=(tools/debian-packages-test.txt)
 [ -z "$peers" ] || package_lists+=("$peers/debian-packages.txt")
+npm_folders=(${peers:+"$peers"})
+[ "$preset" = product ] || npm_folders+=(tools/package-check)
 [ $# -gt 0 ] || { sed -n '2,/^set/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 1; }
 
 # step TEXT COMMAND...: runs COMMAND, with a line before it and one with the elapsed time after.
@@ -99,10 +102,13 @@ END
 ensure_npm_packages() {
   [ node_modules/.package-lock.json -nt package-lock.json ] ||
     step 'installing npm packages' npm ci --no-audit --no-fund
-  # Their installation scripts would download unused files.
-  [ -z "$peers" ] || [ "$peers/node_modules/.package-lock.json" -nt "$peers/package-lock.json" ] ||
-    step "installing npm packages of $peers" \
-      npm ci --no-audit --no-fund --ignore-scripts --prefix "$peers"
+  local folder
+  # The installation scripts of the peers' packages would download unused files.
+  for folder in "${npm_folders[@]}"; do
+    [ "$folder/node_modules/.package-lock.json" -nt "$folder/package-lock.json" ] ||
+      step "installing npm packages of $folder" \
+        npm ci --no-audit --no-fund --ignore-scripts --prefix "$folder"
+  done
 }
 
 # ninja itself sees changed CMake files; the presets and the runtime whose headers the add-on is
