@@ -2,9 +2,9 @@
 
 // Checks the project's files without running them: formatting, JavaScript lint, the words of the
 // glossary, the npm package (links of its documents, metadata and types, notices of what its binaries
-// contain), the engine's include graph and how its functions fail, clang-tidy, and that the build
-// compiles every C++ source. Needs a built build/release and what tools/package-check installs.
-// Configures build/lint, where each source is compiled alone.
+// contain), the engine's include graph, how its functions fail and what its mutexes guard, clang-tidy,
+// and that the build compiles every C++ source. Needs a built build/release and what
+// tools/package-check installs. Configures build/lint, where each source is compiled alone.
 //
 // Usage: node tools/lint.js
 
@@ -18,6 +18,7 @@ const {
   includeGraph,
   systemDefects,
 } = require('./lib/include_graph');
+const { unseenLocks } = require('./lib/lock_names');
 const { brokenLinks, packedFiles } = require('./lib/package_links');
 const { buildFolder, root, sourceFiles } = require('./lib/project');
 const { run } = require('./lib/run');
@@ -39,7 +40,7 @@ async function lintPackage(tally) {
   count(tally, parties.length === 0, `tools/lib/third_party.js: ${parties.join('; ')}`);
 }
 
-/** @param {import('./lib/tally').Tally} tally each of the eleven checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the twelve checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');
@@ -68,6 +69,13 @@ async function lint(tally) {
     tally,
     texts.length === 0,
     `return a Result (base/result.h) instead of an error's text: ${texts.join(', ')}`,
+  );
+
+  const locks = unseenLocks(cppFiles);
+  count(
+    tally,
+    locks.length === 0,
+    `name what a mutex guards (base/thread_annotations.h): ${locks.join(', ')}`,
   );
 
   const configured = await run('cmake', ['--preset', 'lint'], { capture: true });

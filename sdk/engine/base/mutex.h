@@ -1,4 +1,4 @@
-// The standard library's mutex, lock and condition variable annotated for clang's thread-safety
+// The standard library's mutexes, locks and condition variable annotated for clang's thread-safety
 // analysis (see thread_annotations.h), without further behaviour.
 //
 // Thread: as the standard library's.
@@ -7,6 +7,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <shared_mutex>
 #include <utility>
 
 #include "base/thread_annotations.h"
@@ -37,6 +38,37 @@ class NIMBO_SCOPED_CAPABILITY MutexLock {
  private:
   friend class ConditionVariable;
   std::unique_lock<std::mutex> lock_;
+};
+
+// A mutex that several threads may hold at once, if each holds it shared.
+class NIMBO_CAPABILITY("mutex") SharedMutex {
+ private:
+  friend class ExclusiveLock;
+  friend class SharedLock;
+  std::shared_mutex mutex_;
+};
+
+// Hold it to the end of their scope.
+class NIMBO_SCOPED_CAPABILITY ExclusiveLock {
+ public:
+  explicit ExclusiveLock(SharedMutex& mutex) NIMBO_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
+  ~ExclusiveLock() NIMBO_RELEASE() = default;
+  ExclusiveLock(const ExclusiveLock&) = delete;
+  ExclusiveLock& operator=(const ExclusiveLock&) = delete;
+
+ private:
+  const std::lock_guard<std::shared_mutex> lock_;
+};
+
+class NIMBO_SCOPED_CAPABILITY SharedLock {
+ public:
+  explicit SharedLock(SharedMutex& mutex) NIMBO_ACQUIRE_SHARED(mutex) : lock_(mutex.mutex_) {}
+  ~SharedLock() NIMBO_RELEASE() = default;
+  SharedLock(const SharedLock&) = delete;
+  SharedLock& operator=(const SharedLock&) = delete;
+
+ private:
+  const std::shared_lock<std::shared_mutex> lock_;
 };
 
 // The waiting functions take a MutexLock that holds the mutex. Conditions are called with the mutex

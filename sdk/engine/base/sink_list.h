@@ -7,9 +7,9 @@
 
 #pragma once
 
-#include <mutex>
-#include <shared_mutex>
 #include <vector>
+
+#include "base/mutex.h"
 
 namespace NimboEngine {
 
@@ -17,26 +17,26 @@ template <class Sink>
 class SinkList {
  public:
   void add(Sink* sink) {
-    std::lock_guard lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     sinks_.push_back(sink);
   }
 
   // After it has returned, no call of `sink` is running or will follow.
   void remove(Sink* sink) {
-    std::lock_guard lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     std::erase(sinks_, sink);
   }
 
   // Calls `use` with each, in the order in which they were added.
   template <class Use>
   void each(Use&& use) {
-    std::shared_lock lock(mutex_);
+    const SharedLock lock(mutex_);
     for (Sink* sink : sinks_) use(*sink);
   }
 
  private:
-  std::shared_mutex mutex_;
-  std::vector<Sink*> sinks_;
+  SharedMutex mutex_;
+  std::vector<Sink*> sinks_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -155,15 +155,15 @@ void CaptureSession::setNetworkPoor(bool poor) {
 }
 
 void CaptureSession::loadImages() {
-  const auto load = [this](Placeholder placeholder, const std::string& file) {
-    if (file.empty()) return;
-    const auto frame = std::make_shared<FrameMailbox>();
-    video_->choice().setImage(placeholder, {frame, wanted_});
-    images_.at(static_cast<size_t>(placeholder)) =
-        std::make_unique<StillImage>(file, wanted_, frame);
-  };
-  load(Placeholder::kNetworkPoor, settings_.networkPoorImage);
-  load(Placeholder::kScreenPaused, settings_.pauseImage);
+  loadImage(Placeholder::kNetworkPoor, settings_.networkPoorImage);
+  loadImage(Placeholder::kScreenPaused, settings_.pauseImage);
+}
+
+void CaptureSession::loadImage(Placeholder placeholder, const std::string& file) {
+  if (file.empty()) return;
+  const auto frame = std::make_shared<FrameMailbox>();
+  video_->choice().setImage(placeholder, {frame, wanted_});
+  images_.at(static_cast<size_t>(placeholder)) = std::make_unique<StillImage>(file, wanted_, frame);
 }
 
 // ------------------------------------------------------------------------------------- camera

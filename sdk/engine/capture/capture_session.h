@@ -96,32 +96,34 @@ class CaptureSession {
   void setNetworkPoor(bool poor);
 
  private:
-  bool isFileAudio() const;
-  std::shared_ptr<FrameMailbox> showScreen();
-  void showCamera();
-  void loadImages();
-  void openCamera();
-  void closeCamera();
-  void openMicrophone();
+  bool isFileAudio() const NIMBO_REQUIRES(mutex_);
+  std::shared_ptr<FrameMailbox> showScreen() NIMBO_REQUIRES(mutex_);
+  void showCamera() NIMBO_REQUIRES(mutex_);
+  void loadImages() NIMBO_REQUIRES(mutex_);
+  void loadImage(Placeholder placeholder, const std::string& file) NIMBO_REQUIRES(mutex_);
+  void openCamera() NIMBO_REQUIRES(mutex_);
+  void closeCamera() NIMBO_REQUIRES(mutex_);
+  void openMicrophone() NIMBO_REQUIRES(mutex_);
 
-  CaptureSettings settings_;  // its video.fps changes, under the mutex
-  VideoFormat wanted_;
+  Mutex mutex_;
+  CaptureSettings settings_ NIMBO_GUARDED_BY(mutex_);
+  VideoFormat wanted_ NIMBO_GUARDED_BY(mutex_);
   const FailureCallback onFailure_;
   SinkList<FrameConsumer> consumers_;
-  std::unique_ptr<VideoTicker> video_;  // null when only audio is captured
+  const std::unique_ptr<VideoTicker> video_;  // null when only audio is captured
   AudioTicker audio_;
-  Mutex mutex_;
-  std::shared_ptr<FrameMailbox> frames_;
-  bool cameraWanted_ = true;
-  int cameraFps_ = 0;  // with which it was opened
-  std::chrono::steady_clock::time_point cameraOpened_;
-  std::shared_ptr<SampleFifo> fileSamples_;  // of a camera that is a file
-  std::unique_ptr<SourceRunner> camera_;
-  std::shared_ptr<SampleFifo> samples_;  // of the microphone
-  std::chrono::steady_clock::time_point microphoneOpened_;
-  std::unique_ptr<SourceRunner> microphone_;
-  std::unique_ptr<ScreenCapture> screen_;  // null while the camera is shown
-  std::array<std::unique_ptr<StillImage>, kPlaceholders> images_;
+  std::shared_ptr<FrameMailbox> frames_ NIMBO_GUARDED_BY(mutex_);
+  bool cameraWanted_ NIMBO_GUARDED_BY(mutex_) = true;
+  int cameraFps_ NIMBO_GUARDED_BY(mutex_) = 0;  // with which it was opened
+  std::chrono::steady_clock::time_point cameraOpened_ NIMBO_GUARDED_BY(mutex_);
+  std::shared_ptr<SampleFifo> fileSamples_ NIMBO_GUARDED_BY(mutex_);  // of a camera that is a file
+  std::unique_ptr<SourceRunner> camera_ NIMBO_GUARDED_BY(mutex_);
+  std::shared_ptr<SampleFifo> samples_ NIMBO_GUARDED_BY(mutex_);  // of the microphone
+  std::chrono::steady_clock::time_point microphoneOpened_ NIMBO_GUARDED_BY(mutex_);
+  std::unique_ptr<SourceRunner> microphone_ NIMBO_GUARDED_BY(mutex_);
+  // Null while the camera is shown.
+  std::unique_ptr<ScreenCapture> screen_ NIMBO_GUARDED_BY(mutex_);
+  std::array<std::unique_ptr<StillImage>, kPlaceholders> images_ NIMBO_GUARDED_BY(mutex_);
 };
 
 }  // namespace NimboEngine

@@ -50,9 +50,9 @@ class FetchStream {
   mutable Mutex mutex_;
   bool interrupted_ NIMBO_GUARDED_BY(mutex_) = false;
   std::shared_ptr<Fetch> fetch_ NIMBO_GUARDED_BY(mutex_);
-  bool known_ = false;  // validity of the next two
-  std::optional<uint64_t> length_;
-  bool seekable_ = true;
+  bool known_ NIMBO_GUARDED_BY(mutex_) = false;  // validity of the next two
+  std::optional<uint64_t> length_ NIMBO_GUARDED_BY(mutex_);
+  bool seekable_ NIMBO_GUARDED_BY(mutex_) = true;
 
   uint64_t position_ = 0;
   std::optional<uint64_t> end_;

@@ -61,7 +61,7 @@ class AudioOutput::Input {
 
  private:
   // The sink calibrates its clock to the pipeline's only when it starts.
-  std::optional<std::chrono::nanoseconds> reading() const {
+  std::optional<std::chrono::nanoseconds> reading() const NIMBO_REQUIRES(mutex_) {
     GstClock* output = GST_AUDIO_BASE_SINK(sink_.get())->provided_clock;
     GstClockTime calibrated = 0;
     gst_clock_get_calibration(output, nullptr, &calibrated, nullptr, nullptr);
@@ -72,10 +72,10 @@ class AudioOutput::Input {
   }
 
   Mutex mutex_;
-  GstPtr<GstElement> source_;
-  GstPtr<GstElement> sink_;
-  std::optional<AudioAligner> aligner_;
-  OutputClock clock_;
+  GstPtr<GstElement> source_ NIMBO_GUARDED_BY(mutex_);
+  GstPtr<GstElement> sink_ NIMBO_GUARDED_BY(mutex_);
+  std::optional<AudioAligner> aligner_ NIMBO_GUARDED_BY(mutex_);
+  OutputClock clock_ NIMBO_GUARDED_BY(mutex_);
 };
 
 // The output's pipeline. It is run like a capture source, in the opposite direction.

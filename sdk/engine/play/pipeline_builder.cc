@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "base/log.h"
-#include "base/mutex.h"
 #include "base/tsan_annotations.h"
 #include "fetch/fetch_source.h"
 #include "flv/flv_demuxer.h"
@@ -74,7 +74,6 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
   void deliver(GstPad* pad);
   void setMode(bool live, bool followsArrival);
   bool isLive() const { return output_->mode() == kLumoLivePlayModeLive; }
-  bool claim(std::array<bool, 2>& claimed, Media media);
   GstElement* add(const char* factory);
 
   template <auto use, class... Arguments>
@@ -84,10 +83,9 @@ class Wiring : public std::enable_shared_from_this<Wiring> {
   const PlayProtocol protocol_;
   const std::shared_ptr<DecodedMediaSink> output_;
 
-  Mutex mutex_;
   // Whether there already is a video and an audio stream.
-  std::array<bool, 2> decoded_{};
-  std::array<bool, 2> delivered_{};
+  std::array<std::atomic<bool>, 2> decoded_{};
+  std::array<std::atomic<bool>, 2> delivered_{};
 };
 
 using SharedWiring = std::shared_ptr<Wiring>;
@@ -201,7 +199,7 @@ void Wiring::demux(GstElement* typefind, const LiveContainer& container) {
 void Wiring::decodeStream(GstPad* pad) {
   const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
   const auto media = mediaOf(caps.get());
-  if (!media || !claim(decoded_, *media)) return;
+  if (!media || decoded_.at(static_cast<size_t>(*media)).exchange(true)) return;
   GstElement* queue = add("queue");
   if (!queue) return;
   const auto most = static_cast<guint>(output_->limits().maxQueuedBytes / decoded_.size());
@@ -233,15 +231,10 @@ void Wiring::decode(GstPad* pad, bool playlist) {
 }
 
 // Returns whether this is the first stream of its kind.
-bool Wiring::claim(std::array<bool, 2>& claimed, Media media) {
-  const MutexLock lock(mutex_);
-  return !std::exchange(claimed[static_cast<size_t>(media)], true);
-}
-
 void Wiring::deliver(GstPad* pad) {
   const GstPtr<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
   const auto media = mediaOf(caps.get());
-  if (!media || !claim(delivered_, *media)) return;
+  if (!media || delivered_.at(static_cast<size_t>(*media)).exchange(true)) return;
   GstElement* branch = makeOutputBranch(*media, output_);
   if (!branch) return;
   gst_bin_add(GST_BIN(pipeline_), branch);

@@ -33,8 +33,8 @@ class Aligner {
 
   const std::shared_ptr<RtpAlignment> alignment_ = std::make_shared<RtpAlignment>();
   Mutex mutex_;
-  std::map<guint, size_t> streams_;
-  std::map<guint, Report> early_;  // reports of streams without a pad yet
+  std::map<guint, size_t> streams_ NIMBO_GUARDED_BY(mutex_);
+  std::map<guint, Report> early_ NIMBO_GUARDED_BY(mutex_);  // reports of streams without a pad yet
 };
 
 using SharedAligner = std::shared_ptr<Aligner>;
