@@ -8,6 +8,7 @@
 //
 // Usage: node tools/lint.js
 
+const sitePages = require('../docs/site/pages.json');
 const { noticesAreCurrent } = require('./generate-notices');
 const { clangTidy, compileCommands } = require('./lib/clang_tidy');
 const { errorTexts } = require('./lib/error_shapes');
@@ -25,9 +26,13 @@ const { run } = require('./lib/run');
 const { count, runStages } = require('./lib/tally');
 const { thirdPartyDefects } = require('./lib/third_party');
 
-/** What the npm package contains: four checks. */
+/** What the npm package contains: five checks. */
 async function lintPackage(tally) {
   const files = packedFiles();
+  const listed = Object.values(sitePages).flatMap((pages) => Object.values(pages));
+  const pages = files.filter((file) => file.endsWith('.md') && !listed.includes(file));
+  count(tally, pages.length === 0, `docs/site/pages.json: add ${pages.join(', ')}`);
+
   const links = brokenLinks(files);
   count(tally, links.length === 0, `links in the npm package:\n${links.join('\n')}`);
 
@@ -40,7 +45,7 @@ async function lintPackage(tally) {
   count(tally, parties.length === 0, `tools/lib/third_party.js: ${parties.join('; ')}`);
 }
 
-/** @param {import('./lib/tally').Tally} tally each of the twelve checks counts once */
+/** @param {import('./lib/tally').Tally} tally each of the thirteen checks counts once */
 async function lint(tally) {
   const cppFiles = sourceFiles('.h', '.cc');
   if (cppFiles.length === 0) throw new Error('no C++ file found');

@@ -21,7 +21,7 @@ export type ViewHandle = ArrayBufferView | null;
  * or out of its range is refused when the pusher or a player is created. See `docs/sdk.md`.
  */
 export interface ExtraConfig {
-  /** "" the first camera, "test" the test pattern, "file:<path>", or an identifier. Default "". */
+  /** "" the first camera, "test" the test pattern, `file:<path>`, or an identifier. Default "". */
   camera?: string;
   /**
    * "" a file camera's audio or the default microphone, "test" a tone, "file", "default", or an
