@@ -68,4 +68,10 @@ const FEATURES = {
   },
 };
 
-module.exports = { FEATURES };
+/**
+ * Elements that the default SDK uses where another one is missing.
+ * @type {Record<string, [element: string, plugin: string]>} by the missing one
+ */
+const ALTERNATIVES = { x264enc: ['openh264enc', 'openh264'] };
+
+module.exports = { ALTERNATIVES, FEATURES };

@@ -3,7 +3,7 @@
 const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const { FEATURES } = require('../elements');
+const { ALTERNATIVES, FEATURES } = require('../elements');
 const { installedLibraries, missingLibraries } = require('../system_libraries');
 const { pluginFolders, pluginState } = require('./plugin_files');
 
@@ -51,17 +51,24 @@ function checkBinaries({ addonFile, sdkDirectory, loadError }) {
 function checkElements() {
   const folders = pluginFolders();
   const installed = installedLibraries();
+  const stateOf = (plugin) => pluginState(plugin, folders, installed);
   return Object.entries(FEATURES).map(([feature, elements]) => {
-    const bad = Object.entries(elements).flatMap(([element, [plugin, name]]) => {
-      const state = pluginState(plugin, folders, installed);
+    const lacking = Object.entries(elements).flatMap(([element, [plugin, name]]) => {
+      const state = stateOf(plugin);
       return state === 'ok' ? [] : [{ element, state, name }];
     });
+    const isReplaced = ({ element }) =>
+      element in ALTERNATIVES && stateOf(ALTERNATIVES[element][1]) === 'ok';
+    const bad = lacking.filter((each) => !isReplaced(each));
+    const replaced = lacking
+      .filter(isReplaced)
+      .map(({ element }) => `, ${ALTERNATIVES[element][0]} in place of ${element}`);
     return {
       what: feature,
       state: bad.length > 0 ? 'missing' : 'ok',
       detail:
         bad.map(({ element, state }) => `${element} ${state}`).join(', ') ||
-        `${Object.keys(elements).length} GStreamer elements`,
+        `${Object.keys(elements).length} GStreamer elements${replaced.join('')}`,
       packages: bad.map(({ name }) => name),
     };
   });

@@ -9,6 +9,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { after, describe, it } = require('node:test');
 const { buildDirectory } = require('../support/build_directory');
+const { SYSTEM_PLUGINS, withoutPlugins } = require('../support/gstreamer_plugins');
 const { FEATURES } = require('../../../lib/elements');
 
 const ROOT = path.resolve(__dirname, '../../..');
@@ -63,14 +64,20 @@ describe('the doctor', { skip }, () => {
     assert.ok(stdout.endsWith(`sudo apt-get install ${[...packages].sort().join(' ')}\n`), stdout);
   });
 
+  it('accepts the encoder that is used where x264 is missing', () => {
+    const plugins = withoutPlugins('x264');
+    after(() => fs.rmSync(plugins, { recursive: true }));
+    const { status, stdout } = run(['doctor'], { GST_PLUGIN_SYSTEM_PATH_1_0: plugins });
+    assert.equal(status, 0, stdout);
+    assert.equal(
+      rows(stdout).publishing.join(' '),
+      'ok 6 GStreamer elements, openh264enc in place of x264enc',
+    );
+  });
+
   it('finds a plug-in that a library is missing for', () => {
     const file = path.join(folder, 'libgsthls.so');
-    const system = path.join(
-      '/usr/lib',
-      `${{ x64: 'x86_64', arm64: 'aarch64' }[process.arch]}-linux-gnu`,
-      'gstreamer-1.0',
-    );
-    const bytes = fs.readFileSync(path.join(system, 'libgsthls.so'));
+    const bytes = fs.readFileSync(path.join(SYSTEM_PLUGINS, 'libgsthls.so'));
     bytes.write('libgstt', bytes.indexOf('libgsta'), 'latin1'); // libgstadaptivedemux or libgstapp
     fs.writeFileSync(file, bytes);
     const { stdout } = run(['doctor'], { GST_PLUGIN_PATH_1_0: folder });
