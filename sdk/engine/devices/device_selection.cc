@@ -19,19 +19,21 @@ std::string fileName(const std::string& path) {
 }  // namespace
 
 DeviceSelection::DeviceSelection(DeviceId camera, DeviceId microphone, Scan scan)
-    : scan_(std::move(scan)),
-      camera_{camera, std::move(camera), {}, {}},
-      microphone_{microphone, std::move(microphone), {}, {}} {}
+    : configuredCamera_(std::move(camera)),
+      configuredMicrophone_(std::move(microphone)),
+      scan_(std::move(scan)),
+      camera_{configuredCamera_, {}, {}},
+      microphone_{configuredMicrophone_, {}, {}} {}
 
 // ------------------------------------------------------------------------------------- the list
 
 std::vector<Device> DeviceSelection::fixedEntries(DeviceKind kind) const {
   const bool isCamera = kind == DeviceKind::kCamera;
   std::vector<Device> entries;
-  if (const auto path = camera_.configured.path()) {
+  if (const auto path = configuredCamera_.path()) {
     const std::string name = fileName(*path);
     entries.push_back(isCamera
-                          ? Device{camera_.configured, name, Transport::kVirtual}
+                          ? Device{configuredCamera_, name, Transport::kVirtual}
                           : Device{DeviceId::fileAudio(), "Sound of " + name, Transport::kVirtual});
   }
   entries.push_back(
@@ -114,8 +116,8 @@ DeviceSelection::Sources DeviceSelection::sources() const {
     return device ? device->id : slot(kind).wish;
   };
   Sources sources{source(DeviceKind::kCamera), source(DeviceKind::kMicrophone)};
-  if (sources.microphone.isFileAudio() && camera_.configured.isFile()) {
-    sources.microphone = camera_.configured;
+  if (sources.microphone.isFileAudio() && configuredCamera_.isFile()) {
+    sources.microphone = configuredCamera_;
   }
   return sources;
 }
@@ -125,7 +127,7 @@ DeviceSelection::Sources DeviceSelection::sources() const {
 bool DeviceSelection::chooseId(DeviceKind kind, const DeviceId& id) {
   const MutexLock lock(mutex_);
   Slot& chosen = slot(kind);
-  const DeviceId& wish = id.isAutomatic() ? chosen.configured : id;
+  const DeviceId& wish = id.isAutomatic() ? configured(kind) : id;
   const auto device = resolve(kind, wish);
   if (!device) return false;
   chosen.wish = wish;

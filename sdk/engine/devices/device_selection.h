@@ -67,12 +67,14 @@ class DeviceSelection {
 
  private:
   struct Slot {
-    DeviceId configured;
     DeviceId wish;
     std::optional<Device> used;  // while capturing; else the last that was chosen or used
     std::set<DeviceId> failed;
   };
 
+  const DeviceId& configured(DeviceKind kind) const {
+    return kind == DeviceKind::kCamera ? configuredCamera_ : configuredMicrophone_;
+  }
   Slot& slot(DeviceKind kind) NIMBO_REQUIRES(mutex_) {
     return kind == DeviceKind::kCamera ? camera_ : microphone_;
   }
@@ -86,10 +88,12 @@ class DeviceSelection {
   std::optional<Device> firstPlugged(DeviceKind kind, const std::set<DeviceId>& except) const
       NIMBO_REQUIRES(mutex_);
   Device next(DeviceKind kind, const std::set<DeviceId>& except) const NIMBO_REQUIRES(mutex_);
-  // Reads only what never changes.
-  std::vector<Device> fixedEntries(DeviceKind kind) const NIMBO_NO_THREAD_SAFETY_ANALYSIS;
+  std::vector<Device> fixedEntries(DeviceKind kind) const;
   void use(DeviceKind kind, const Device& device) NIMBO_REQUIRES(mutex_);
 
+  // The settings' identifiers.
+  const DeviceId configuredCamera_;
+  const DeviceId configuredMicrophone_;
   const Scan scan_;
   mutable Mutex mutex_;
   bool capturing_ NIMBO_GUARDED_BY(mutex_) = false;
