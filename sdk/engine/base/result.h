@@ -25,7 +25,7 @@ namespace NimboEngine {
 // `Code` is an enumeration of the area where the SDK's own results say too little.
 template <class Code = LumoRtc::LumoLiveResult>
 struct Error {
-  Code code;
+  Code code{};
   std::string text;  // never empty; may hold what redact() removes
 };
 

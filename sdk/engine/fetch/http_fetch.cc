@@ -7,7 +7,6 @@
 #include <chrono>
 #include <span>
 #include <utility>
-#include <variant>
 
 #include "net/tcp_connect.h"
 
@@ -27,8 +26,8 @@ constexpr int kGone = 410;
 constexpr int kRangeNotSatisfiable = 416;
 
 FetchFailure failureOf(const ConnectionFailure& failure) {
-  return {playErrorCode(failure.error), failure.text,
-          failure.error == ConnectionError::kTlsUntrusted};
+  return {playErrorCode(failure.code), failure.text,
+          failure.code == ConnectionError::kTlsUntrusted};
 }
 
 Reach reachOfAddress(GInetAddress* address) {
@@ -88,17 +87,16 @@ std::optional<FetchFailure> HttpFetch::connect(const HttpUrl& url, const MaybeOr
     refused = refused || !allowed;
     return allowed;
   });
-  if (const auto* failure = std::get_if<ConnectionFailure>(&connected)) {
-    if (!refused) return failureOf(*failure);
+  if (!connected) {
+    if (!refused) return failureOf(connected.error());
     return refusedFetch(fmt::format(
         "a server at a public address may not name {}, which is at a local address", url.host));
   }
-  auto& socket = std::get<GlibPtr<GSocket>>(connected);
-  self_ = {url.scheme, reachOfPeer(socket.get())};
-  stream_ = std::make_unique<ByteStream>(std::move(socket));
+  self_ = {url.scheme, reachOfPeer(connected->get())};
+  stream_ = std::make_unique<ByteStream>(std::move(*connected));
   if (!url.isEncrypted()) return std::nullopt;
-  const auto failure = stream_->startTls(url.host, url.port, stop_, deadline);
-  return failure ? std::optional(failureOf(*failure)) : std::nullopt;
+  const auto secured = stream_->startTls(url.host, url.port, stop_, deadline);
+  return secured ? std::nullopt : std::optional(failureOf(secured.error()));
 }
 
 std::string HttpFetch::requestText(const HttpUrl& url, const ByteRange& range) const {
@@ -197,7 +195,7 @@ bool HttpFetch::receive(std::vector<uint8_t>& body) {
         break;
       case ByteStream::Result::kFailed:
         failure_ = failureOf(stream_->failure());
-        if (stream_->failure().error != ConnectionError::kClosedByPeer) return false;
+        if (stream_->failure().code != ConnectionError::kClosedByPeer) return false;
         status_ = response_->end();
         return status_ == Status::kComplete;
     }

@@ -52,16 +52,16 @@ ByteStream::~ByteStream() {
   cut();
 }
 
-std::optional<ConnectionFailure> ByteStream::startTls(
-    const std::string& host, int port, const StopSignal& stop,
-    std::chrono::steady_clock::time_point deadline) {
+Result<void, ConnectionError> ByteStream::startTls(const std::string& host, int port,
+                                                   const StopSignal& stop,
+                                                   std::chrono::steady_clock::time_point deadline) {
   const GlibPtr<GSocketConnectable> identity(
       g_network_address_new(host.c_str(), static_cast<guint16>(port)));
   GError* error = nullptr;
   tls_.reset(g_tls_client_connection_new(connection_.get(), identity.get(), &error));
   if (!tls_) {
     const GlibPtr<GError> owned(error);
-    return ConnectionFailure{ConnectionError::kTlsFailed, error->message};
+    return failed(ConnectionError::kTlsFailed, "{}", error->message);
   }
   std::optional<std::string> distrust;
   const gulong handler =
@@ -73,18 +73,16 @@ std::optional<ConnectionFailure> ByteStream::startTls(
   g_signal_handler_disconnect(tls_.get(), handler);
   const GlibPtr<GError> owned(error);
   if (distrust) {
-    return ConnectionFailure{
-        ConnectionError::kTlsUntrusted,
-        fmt::format("the certificate of {} is not trusted: {}", host, *distrust)};
+    return failed(ConnectionError::kTlsUntrusted, "the certificate of {} is not trusted: {}", host,
+                  *distrust);
   }
   if (call.timedOut()) {
-    return ConnectionFailure{ConnectionError::kTimeout,
-                             "the server does not complete the TLS handshake"};
+    return failed(ConnectionError::kTimeout, "the server does not complete the TLS handshake");
   }
-  if (error) return failureOf(*error);
+  if (error) return tl::unexpected(failureOf(*error));
   input_ = G_POLLABLE_INPUT_STREAM(g_io_stream_get_input_stream(tls_.get()));
   output_ = G_POLLABLE_OUTPUT_STREAM(g_io_stream_get_output_stream(tls_.get()));
-  return std::nullopt;
+  return {};
 }
 
 ByteStream::Result ByteStream::read(std::span<uint8_t> target, std::size_t& count) {

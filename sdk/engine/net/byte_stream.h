@@ -30,9 +30,9 @@ class ByteStream {
   ByteStream& operator=(const ByteStream&) = delete;
 
   // The server must present a certificate that is trusted and made out to `host`.
-  std::optional<ConnectionFailure> startTls(const std::string& host, int port,
-                                            const StopSignal& stop,
-                                            std::chrono::steady_clock::time_point deadline);
+  NimboEngine::Result<void, ConnectionError> startTls(
+      const std::string& host, int port, const StopSignal& stop,
+      std::chrono::steady_clock::time_point deadline);
 
   // The end of the stream is a failure, kClosedByPeer.
   Result read(std::span<uint8_t> target, std::size_t& count);

@@ -5,10 +5,9 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
 
-#include "NimboSdk/LumoLiveResult.h"
+#include "base/result.h"
 
 namespace NimboEngine {
 
@@ -43,9 +42,7 @@ std::string_view nameOf(ConnectionError error);
 // None for other errors.
 std::optional<LumoRtc::LumoLiveErrorCode> routeErrorCode(ConnectionError error);
 
-struct ConnectionFailure {
-  ConnectionError error{};
-  std::string text;  // the server's own text if it sent one
-};
+// Its text is the server's own if it sent one.
+using ConnectionFailure = Error<ConnectionError>;
 
 }  // namespace NimboEngine

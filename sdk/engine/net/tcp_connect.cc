@@ -1,6 +1,5 @@
 #include "net/tcp_connect.h"
 
-#include <fmt/format.h>
 #include <poll.h>
 
 #include <algorithm>
@@ -27,10 +26,6 @@ constexpr int kSendBufferBytes = 64 * 1024;
 // How long sent data may stay unacknowledged. 6 s has cut links that were merely slow.
 constexpr std::chrono::milliseconds kUnacknowledgedTimeout{10'000};
 
-ConnectionFailure noAnswer(const std::string& host, int port) {
-  return {ConnectionError::kTimeout, fmt::format("no connection to {}:{} in time", host, port)};
-}
-
 // Alternates the address families, beginning with that of the first address.
 Addresses interleaved(Addresses addresses) {
   if (addresses.empty()) return addresses;
@@ -49,8 +44,8 @@ Addresses interleaved(Addresses addresses) {
   return mixed;
 }
 
-std::variant<Addresses, ConnectionFailure> resolve(const std::string& host, StopSignal& stop,
-                                                   Clock::time_point deadline) {
+Result<Addresses, ConnectionError> resolve(const std::string& host, StopSignal& stop,
+                                           Clock::time_point deadline) {
   const GlibPtr<GResolver> resolver(g_resolver_get_default());
   AsyncCall call(stop.cancellable(), deadline);
   g_resolver_lookup_by_name_async(resolver.get(), host.c_str(), stop.cancellable(),
@@ -60,10 +55,9 @@ std::variant<Addresses, ConnectionFailure> resolve(const std::string& host, Stop
   const GlibPtr<GError> owned(error);
   if (error) {
     if (call.timedOut()) {
-      return ConnectionFailure{ConnectionError::kTimeout,
-                               fmt::format("no address of {} in time", host)};
+      return failed(ConnectionError::kTimeout, "no address of {} in time", host);
     }
-    return failureOf(*error);
+    return tl::unexpected(failureOf(*error));
   }
   Addresses addresses;
   for (GList* entry = found; entry; entry = entry->next) {
@@ -132,13 +126,12 @@ class Attempts {
 
 }  // namespace
 
-std::variant<GlibPtr<GSocket>, ConnectionFailure> connectTcp(const std::string& host, int port,
-                                                             StopSignal& stop,
-                                                             Clock::time_point deadline,
-                                                             const AddressFilter& filter) {
+Result<GlibPtr<GSocket>, ConnectionError> connectTcp(const std::string& host, int port,
+                                                     StopSignal& stop, Clock::time_point deadline,
+                                                     const AddressFilter& filter) {
   auto resolved = resolve(host, stop, deadline);
-  if (auto* failure = std::get_if<ConnectionFailure>(&resolved)) return *failure;
-  auto& addresses = std::get<Addresses>(resolved);
+  if (!resolved) return tl::unexpected(resolved.error());
+  Addresses& addresses = *resolved;
   if (filter) {
     std::erase_if(addresses, [&](const auto& address) { return !filter(address.get()); });
   }
@@ -148,7 +141,9 @@ std::variant<GlibPtr<GSocket>, ConnectionFailure> connectTcp(const std::string& 
   Clock::time_point nextDue = Clock::now();
   while (!stop.isStopped()) {
     const auto now = Clock::now();
-    if (now >= deadline) return noAnswer(host, port);
+    if (now >= deadline) {
+      return failed(ConnectionError::kTimeout, "no connection to {}:{} in time", host, port);
+    }
     if (next != addresses.end() && (now >= nextDue || !attempts.areUnderWay())) {
       if (auto socket = attempts.begin((next++)->get(), port)) return socket;
       nextDue = now + kAttemptDelay;
@@ -161,8 +156,8 @@ std::variant<GlibPtr<GSocket>, ConnectionFailure> connectTcp(const std::string& 
       return socket;
     }
   }
-  return attempts.failure().value_or(
-      ConnectionFailure{ConnectionError::kHostNotFound, fmt::format("{} has no address", host)});
+  if (attempts.failure()) return tl::unexpected(*attempts.failure());
+  return failed(ConnectionError::kHostNotFound, "{} has no address", host);
 }
 
 }  // namespace NimboEngine

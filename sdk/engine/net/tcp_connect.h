@@ -12,7 +12,6 @@
 #include <chrono>
 #include <functional>
 #include <string>
-#include <variant>
 
 #include "base/glib_ptr.h"
 #include "net/connection_error.h"
@@ -25,8 +24,9 @@ using AddressFilter = std::function<bool(GInetAddress*)>;
 
 // An empty filter lets every address pass. Without an address that may be tried, the host counts as
 // not found.
-std::variant<GlibPtr<GSocket>, ConnectionFailure> connectTcp(
-    const std::string& host, int port, StopSignal& stop,
-    std::chrono::steady_clock::time_point deadline, const AddressFilter& filter = {});
+Result<GlibPtr<GSocket>, ConnectionError> connectTcp(const std::string& host, int port,
+                                                     StopSignal& stop,
+                                                     std::chrono::steady_clock::time_point deadline,
+                                                     const AddressFilter& filter = {});
 
 }  // namespace NimboEngine

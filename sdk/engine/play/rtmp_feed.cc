@@ -54,7 +54,7 @@ RtmpFeed::RtmpFeed(const RtmpUrl& url, Events events)
                .onMedia = [this](const RtmpMessage& message) { onMedia(message); },
                .onEnded =
                    [this](const ConnectionFailure& failure) {
-                     if (events_.onEnded) events_.onEnded(failure.error, failure.text);
+                     if (events_.onEnded) events_.onEnded(failure.code, failure.text);
                    },
                .onFinished = {}}) {}
 

@@ -81,7 +81,7 @@ void RtmpConnection::onStarted() {
 void RtmpConnection::onEnded(const ConnectionFailure& failure) {
   if (state_ == State::kFinishing) return drained();
   const bool accepted = state_ == State::kAccepted;
-  fail(accepted ? kLumoLiveErrorConnectionLost : publishErrorCode(failure.error), failure.text);
+  fail(accepted ? kLumoLiveErrorConnectionLost : publishErrorCode(failure.code), failure.text);
 }
 
 void RtmpConnection::send(GstPtr<GstBuffer> tag) {

@@ -42,14 +42,14 @@ int formatOf(uint8_t first) {
 
 }  // namespace
 
-std::optional<ConnectionFailure> ChunkReader::read(std::span<const uint8_t> bytes,
-                                                   const Handler& handler) {
+Result<void, ConnectionError> ChunkReader::read(std::span<const uint8_t> bytes,
+                                                const Handler& handler) {
   if (!ended_ && !consume(bytes, handler)) ended_ = true;
-  return failure_;
+  return outcome_;
 }
 
 bool ChunkReader::fail(ConnectionError error, std::string text) {
-  failure_ = ConnectionFailure{error, std::move(text)};
+  outcome_ = tl::unexpected(ConnectionFailure{error, std::move(text)});
   return false;
 }
 

@@ -38,7 +38,7 @@ class ChunkReader {
   using Handler = std::function<bool(const RtmpMessage&)>;
 
   // Calls the handler once for each message that has become complete.
-  std::optional<ConnectionFailure> read(std::span<const uint8_t> bytes, const Handler& handler);
+  Result<void, ConnectionError> read(std::span<const uint8_t> bytes, const Handler& handler);
 
   std::size_t pendingBytes() const { return pending_; }
   uint32_t chunkSize() const { return chunkSize_; }
@@ -80,7 +80,7 @@ class ChunkReader {
   uint32_t chunkSize_ = 128;
   std::size_t pending_ = 0;
   bool ended_ = false;
-  std::optional<ConnectionFailure> failure_;
+  Result<void, ConnectionError> outcome_;
 };
 
 }  // namespace NimboEngine

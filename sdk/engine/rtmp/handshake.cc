@@ -1,7 +1,5 @@
 #include "rtmp/handshake.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <random>
 
@@ -27,30 +25,30 @@ void Handshake::begin(std::vector<uint8_t>& out) {
 
 // The server sends its version, its own part, then an echo of the client's part. The echo is not
 // compared: real servers send something else.
-std::optional<ConnectionFailure> Handshake::receive(std::span<const uint8_t>& bytes,
-                                                    std::vector<uint8_t>& out) {
+Result<void, ConnectionError> Handshake::receive(std::span<const uint8_t>& bytes,
+                                                 std::vector<uint8_t>& out) {
   if (received_ == 0 && !bytes.empty()) {
     if (bytes[0] < kVersion || bytes[0] > kLastVersion) {
-      return ConnectionFailure{ConnectionError::kProtocolViolation,
-                               fmt::format("the server does not speak RTMP: version {}", bytes[0])};
+      return failed(ConnectionError::kProtocolViolation,
+                    "the server does not speak RTMP: version {}", bytes[0]);
     }
     bytes = bytes.subspan(1);
     received_ = 1;
   }
-  if (received_ == 0) return std::nullopt;
+  if (received_ == 0) return {};
   if (received_ <= kPartBytes) {
     const std::size_t have = received_ - 1;
     const std::size_t count = std::min(kPartBytes - have, bytes.size());
     std::copy_n(bytes.begin(), count, &peerPart_[have]);
     bytes = bytes.subspan(count);
     received_ += count;
-    if (received_ <= kPartBytes) return std::nullopt;
+    if (received_ <= kPartBytes) return {};
     out.insert(out.end(), peerPart_.begin(), peerPart_.end());
   }
   const std::size_t count = std::min(1 + 2 * kPartBytes - received_, bytes.size());
   bytes = bytes.subspan(count);
   received_ += count;
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace NimboEngine

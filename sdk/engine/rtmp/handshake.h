@@ -26,8 +26,7 @@ class Handshake {
 
   // Consumes the handshake's part of `bytes`, cut anywhere, and appends the response to `out` when
   // it is due.
-  std::optional<ConnectionFailure> receive(std::span<const uint8_t>& bytes,
-                                           std::vector<uint8_t>& out);
+  Result<void, ConnectionError> receive(std::span<const uint8_t>& bytes, std::vector<uint8_t>& out);
 
   bool isComplete() const { return received_ == 1 + 2 * kPartBytes; }
 

@@ -127,8 +127,8 @@ void RtmpClient::connect() {
     return fail({ConnectionError::kSystem, "no descriptor is left"});
   }
   auto connected = connectTcp(url_.host, url_.port, stop_, deadline_);
-  if (auto* failure = std::get_if<ConnectionFailure>(&connected)) return fail(*failure);
-  auto stream = std::make_unique<ByteStream>(std::move(std::get<GlibPtr<GSocket>>(connected)));
+  if (!connected) return fail(connected.error());
+  auto stream = std::make_unique<ByteStream>(std::move(*connected));
   ByteStream* const opened = stream.get();
   {
     const MutexLock lock(mutex_);
@@ -136,7 +136,8 @@ void RtmpClient::connect() {
   }
   // An earlier stop has not cut it; from now on each one does.
   if (stop_.isStopped() || !url_.tls) return;
-  if (auto failure = opened->startTls(url_.host, url_.port, stop_, deadline_)) fail(*failure);
+  const auto secured = opened->startTls(url_.host, url_.port, stop_, deadline_);
+  if (!secured) fail(secured.error());
 }
 
 void RtmpClient::converse() {

@@ -90,9 +90,13 @@ void RtmpSession::start() {
   Handshake::begin(out_);
 }
 
-void RtmpSession::end(ConnectionError error, std::string text) {
+void RtmpSession::end(const ConnectionFailure& failure) {
   if (std::exchange(state_, State::kEnded) == State::kEnded) return;
-  events_.onEnded({error, std::move(text)});
+  events_.onEnded(failure);
+}
+
+void RtmpSession::end(ConnectionError error, std::string text) {
+  end({error, std::move(text)});
 }
 
 // ----------------------------------------------------------------------------------------- receive
@@ -101,18 +105,18 @@ void RtmpSession::receive(std::span<const uint8_t> bytes) {
   if (state_ == State::kEnded) return;
   received_ += bytes.size();
   if (!handshake_.isComplete()) {
-    const auto failure = handshake_.receive(bytes, out_);
-    if (failure) return end(failure->error, failure->text);
+    const auto received = handshake_.receive(bytes, out_);
+    if (!received) return end(received.error());
     if (!handshake_.isComplete()) return;
     onHandshakeComplete();
   }
-  const auto failure =
+  const auto read =
       reader_.read(bytes, [this](const RtmpMessage& message) { return onMessage(message); });
-  if (failure) end(failure->error, failure->text);
+  if (!read) end(read.error());
 }
 
 void RtmpSession::onPeerClosed(const ConnectionFailure& failure) {
-  if (failure.error != ConnectionError::kClosedByPeer) return end(failure.error, failure.text);
+  if (failure.code != ConnectionError::kClosedByPeer) return end(failure);
   const bool publishes = role_ == RtmpRole::kPublish;
   switch (state_) {
     case State::kConnecting:
@@ -127,7 +131,7 @@ void RtmpSession::onPeerClosed(const ConnectionFailure& failure) {
     case State::kHandshake:
     case State::kStarted:
     case State::kEnded:
-      end(failure.error, failure.text);
+      end(failure);
   }
 }
 

@@ -88,6 +88,7 @@ class RtmpSession {
  private:
   enum class State { kHandshake, kConnecting, kCreatingStream, kStarting, kStarted, kEnded };
 
+  void end(const ConnectionFailure& failure);
   void end(ConnectionError error, std::string text);
   void onHandshakeComplete();
   bool onMessage(const RtmpMessage& message);

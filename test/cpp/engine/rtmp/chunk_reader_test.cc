@@ -26,9 +26,9 @@ class Reading {
  public:
   // Reads in chunks of `step` bytes.
   explicit Reading(const Bytes& bytes, std::size_t step = SIZE_MAX) {
-    for (std::size_t at = 0; at < bytes.size() && !failure; at += std::min(step, bytes.size())) {
+    for (std::size_t at = 0; at < bytes.size() && outcome; at += std::min(step, bytes.size())) {
       const auto rest = std::span(bytes).subspan(at);
-      failure = reader.read(rest.first(std::min(step, rest.size())), [this](const RtmpMessage& m) {
+      outcome = reader.read(rest.first(std::min(step, rest.size())), [this](const RtmpMessage& m) {
         messages.push_back({m.type, m.timestamp, m.stream, Bytes(m.body.begin(), m.body.end())});
         return true;
       });
@@ -37,14 +37,14 @@ class Reading {
 
   ChunkReader reader;
   std::vector<Received> messages;
-  std::optional<ConnectionFailure> failure;
+  Result<void, ConnectionError> outcome;
 };
 
 std::optional<ConnectionError> readingError(const Bytes& bytes) {
   const Reading reading(bytes);
-  if (!reading.failure) return std::nullopt;
-  EXPECT_NE(reading.failure->text, "");
-  return reading.failure->error;
+  if (reading.outcome) return std::nullopt;
+  EXPECT_NE(reading.outcome.error().text, "");
+  return reading.outcome.error().code;
 }
 
 // A chunk with a full header: time stamp, length, type, message stream.
@@ -88,7 +88,7 @@ TEST(ChunkReader, FollowsEachFormatOfHeader) {
       {RtmpType::kVideo, 5000, 1, {0xf}},      {RtmpType::kVideo, 5000, 1, {0x1}}};
   for (const std::size_t step : {std::size_t{1}, std::size_t{3}, SIZE_MAX}) {
     const Reading reading(bytes, step);
-    EXPECT_FALSE(reading.failure);
+    EXPECT_TRUE(reading.outcome);
     EXPECT_EQ(reading.messages, expected) << step;
   }
 }
@@ -179,7 +179,7 @@ TEST(ChunkReader, AbortedAndRestartedMessagesAreDropped) {
       full(0, 4, 2, 0, {0, 0, 0, 99}, 2),  // and one that does not exist
       full(0, 200, 9, 1, Bytes(128, 1), 5), full(7, 1, 9, 1, {3}, 5),  // begins again in the middle
   }));
-  EXPECT_FALSE(reading.failure);
+  EXPECT_TRUE(reading.outcome);
   EXPECT_EQ(reading.messages, (std::vector<Received>{{RtmpType::kVideo, 7, 1, {3}}}));
   EXPECT_EQ(reading.reader.pendingBytes(), 0u);
 }
@@ -213,24 +213,24 @@ TEST(ChunkReader, ManyChunkStreamsWithPendingMessages) {
     bytes.insert(bytes.end(), chunk.begin(), chunk.end());
   }
   const Reading reading(bytes);
-  ASSERT_TRUE(reading.failure);
-  EXPECT_EQ(reading.failure->error, ConnectionError::kLimitExceeded);
+  ASSERT_FALSE(reading.outcome);
+  EXPECT_EQ(reading.outcome.error().code, ConnectionError::kLimitExceeded);
   EXPECT_EQ(reading.reader.pendingBytes(), ChunkReader::kMaxChunkStreams * 128);
 }
 
 TEST(ChunkReader, UnfinishedMessagesAreLimitedTogether) {
   ChunkReader reader;
   const auto ignore = [](const RtmpMessage&) { return true; };
-  ASSERT_FALSE(reader.read(chunkSize(ChunkReader::kMaxMessageBytes - 1), ignore));
-  std::optional<ConnectionFailure> failure;
+  ASSERT_TRUE(reader.read(chunkSize(ChunkReader::kMaxMessageBytes - 1), ignore));
+  Result<void, ConnectionError> outcome;
   const Bytes payload(ChunkReader::kMaxMessageBytes - 1, 1);
-  for (uint8_t chunks = 4; chunks < 8 && !failure; ++chunks) {
+  for (uint8_t chunks = 4; chunks < 8 && outcome; ++chunks) {
     // All but the last byte, in one chunk.
-    failure = reader.read(full(0, ChunkReader::kMaxMessageBytes, 9, 1, payload, chunks), ignore);
+    outcome = reader.read(full(0, ChunkReader::kMaxMessageBytes, 9, 1, payload, chunks), ignore);
   }
-  ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->error, ConnectionError::kLimitExceeded);
-  EXPECT_EQ(failure->text.find("more than 16777216 bytes"), 0u) << failure->text;
+  ASSERT_FALSE(outcome);
+  EXPECT_EQ(outcome.error().code, ConnectionError::kLimitExceeded);
+  EXPECT_EQ(outcome.error().text.find("more than 16777216 bytes"), 0u) << outcome.error().text;
 }
 
 TEST(ChunkReader, NothingIsReadOnceTheHandlerRefuses) {
@@ -238,8 +238,8 @@ TEST(ChunkReader, NothingIsReadOnceTheHandlerRefuses) {
   int calls = 0;
   const Bytes bytes = joined({full(0, 1, 8, 1, {1}), full(0, 1, 8, 1, {2})});
   const auto once = [&](const RtmpMessage&) { return ++calls > 1; };
-  EXPECT_FALSE(reader.read(bytes, once));
-  EXPECT_FALSE(reader.read(bytes, once));
+  EXPECT_TRUE(reader.read(bytes, once));
+  EXPECT_TRUE(reader.read(bytes, once));
   EXPECT_EQ(calls, 1);
 }
 

@@ -36,7 +36,7 @@ TEST(ChunkWriter, RoundTrips) {
       writer.write(out, 6, {RtmpType::kVideo, each.timestamp, each.stream, bodies.back()});
     }
     std::size_t index = 0;
-    const auto failure = reader.read(out, [&](const RtmpMessage& message) {
+    const auto outcome = reader.read(out, [&](const RtmpMessage& message) {
       EXPECT_EQ(message.timestamp, cases[index].timestamp) << index;
       EXPECT_EQ(message.stream, cases[index].stream) << index;
       EXPECT_EQ(message.type, RtmpType::kVideo);
@@ -44,7 +44,7 @@ TEST(ChunkWriter, RoundTrips) {
       ++index;
       return true;
     });
-    EXPECT_FALSE(failure) << failure->text;
+    EXPECT_TRUE(outcome) << outcome.error().text;
     EXPECT_EQ(index, std::size(cases)) << "chunks of " << chunkSize;
   }
 }

@@ -29,7 +29,7 @@ TEST(Handshake, InChunksOfAnySize) {
       auto piece = std::span<const uint8_t>(all).subspan(at, std::min(step, all.size() - at));
       EXPECT_EQ(handshake.isComplete(), at >= all.size() - 3);
       if (!handshake.isComplete()) {
-        EXPECT_FALSE(handshake.receive(piece, out));
+        EXPECT_TRUE(handshake.receive(piece, out));
       }
       rest.insert(rest.end(), piece.begin(), piece.end());
     }
@@ -44,10 +44,10 @@ TEST(Handshake, Versions) {
     const Bytes bytes = {static_cast<uint8_t>(version)};
     std::span<const uint8_t> rest = bytes;
     Bytes out;
-    const auto failure = Handshake().receive(rest, out);
-    EXPECT_EQ(failure.has_value(), version < 3 || version > 31) << version;
-    if (failure) {
-      EXPECT_EQ(failure->error, ConnectionError::kProtocolViolation);
+    const auto received = Handshake().receive(rest, out);
+    EXPECT_EQ(received.has_value(), version >= 3 && version <= 31) << version;
+    if (!received) {
+      EXPECT_EQ(received.error().code, ConnectionError::kProtocolViolation);
     }
   }
 }

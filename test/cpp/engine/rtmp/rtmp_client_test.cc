@@ -179,7 +179,7 @@ TEST_F(RtmpClientTest, PlaysABurstAndThenTheEnd) {
   connect(RtmpRole::kPlay, peer.port());
   ASSERT_TRUE(events.waitFor("ended"));
   EXPECT_EQ(events.count("media"), kFrames);
-  EXPECT_EQ(ended->error, ConnectionError::kStreamEnded);
+  EXPECT_EQ(ended->code, ConnectionError::kStreamEnded);
 }
 
 // The server's writing stops and continues with the handler.
@@ -209,7 +209,7 @@ TEST_F(RtmpClientTest, ABlockedHandlerStopsTheServer) {
 TEST_F(RtmpClientTest, ConnectFailures) {
   connect(RtmpRole::kPublish, test::freePort());
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(ended->error, ConnectionError::kRefused);
+  EXPECT_EQ(ended->code, ConnectionError::kRefused);
   ConnectionFailure failure;
   {
     std::promise<void> done;
@@ -225,7 +225,7 @@ TEST_F(RtmpClientTest, ConnectFailures) {
                               .onFinished = {}});
     done.get_future().wait();
   }
-  EXPECT_EQ(failure.error, ConnectionError::kHostNotFound);
+  EXPECT_EQ(failure.code, ConnectionError::kHostNotFound);
 }
 
 TEST_F(RtmpClientTest, HostilePeers) {
@@ -290,7 +290,7 @@ TEST_F(RtmpClientTest, HostilePeers) {
     SCOPED_TRACE(each.name);
     events.clear();
     const ConnectionFailure failure = failureWith(each.talk, 300ms);
-    EXPECT_EQ(nameOf(failure.error), nameOf(each.error));
+    EXPECT_EQ(nameOf(failure.code), nameOf(each.error));
     EXPECT_NE(failure.text, "");
   }
 }
@@ -459,7 +459,7 @@ TEST_F(RtmpClientTest, UntrustedCertificates) {
     connect(RtmpRole::kPublish, peer.port(), 10s, "rtmps");
     ASSERT_TRUE(events.waitFor("ended"));
     destroy();
-    EXPECT_EQ(nameOf(ended->error), nameOf(ConnectionError::kTlsUntrusted));
+    EXPECT_EQ(nameOf(ended->code), nameOf(ConnectionError::kTlsUntrusted));
     EXPECT_NE(ended->text.find(each.text), std::string::npos) << ended->text;
   }
 }
@@ -524,13 +524,13 @@ TEST_F(RtmpClientTest, AServerWithoutTls) {
   });
   connect(RtmpRole::kPlay, garbage.port(), 10s, "rtmps");
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(nameOf(ended->error), nameOf(ConnectionError::kTlsFailed));
+  EXPECT_EQ(nameOf(ended->code), nameOf(ConnectionError::kTlsFailed));
   destroy();
   events.clear();
   const LoopbackPeer silent([](PeerStream& s) { s.receiveAll(); });
   connect(RtmpRole::kPlay, silent.port(), 300ms, "rtmps");
   ASSERT_TRUE(events.waitFor("ended"));
-  EXPECT_EQ(nameOf(ended->error), nameOf(ConnectionError::kTimeout)) << ended->text;
+  EXPECT_EQ(nameOf(ended->code), nameOf(ConnectionError::kTimeout)) << ended->text;
   connect(RtmpRole::kPlay, silent.port(), 10s, "rtmps");
   EXPECT_LT(destroy(), 1s) << "in the middle of TLS's handshake";
 }

@@ -71,7 +71,7 @@ class RtmpSessionTest : public testing::Test {
   }
 
   std::optional<ConnectionError> error() const {
-    return ended ? std::optional(ended->error) : std::nullopt;
+    return ended ? std::optional(ended->code) : std::nullopt;
   }
 
   // Returns the end of a session that receives `bytes` after the state `before`.

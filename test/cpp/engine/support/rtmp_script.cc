@@ -79,7 +79,7 @@ Bytes RtmpScript::accepted(const std::string& code) {
 void RtmpTranscript::read(std::span<const uint8_t> bytes) {
   const std::size_t handshake = std::min(handshakeLeft_, bytes.size());
   handshakeLeft_ -= handshake;
-  const auto failure = reader_.read(bytes.subspan(handshake), [this](const RtmpMessage& message) {
+  const auto outcome = reader_.read(bytes.subspan(handshake), [this](const RtmpMessage& message) {
     Entry entry{message.type,
                 message.timestamp,
                 message.stream,
@@ -96,7 +96,7 @@ void RtmpTranscript::read(std::span<const uint8_t> bytes) {
     entries_.push_back(std::move(entry));
     return true;
   });
-  EXPECT_FALSE(failure) << failure->text;
+  EXPECT_TRUE(outcome) << outcome.error().text;
 }
 
 std::vector<std::string> RtmpTranscript::commands() const {
