@@ -1,19 +1,20 @@
 #!/usr/bin/env node
 'use strict';
 
-// Usage: npx lumolivepush-electron-sdk doctor
-//   doctor  prints what this system has of what the package needs; exit code 1 when something is
-//           missing, with the command that installs it
+// Usage: npx lumolivepush-electron-sdk doctor | rebuild
+//   doctor   prints what this system has of what the package needs; exit code 1 when something is
+//            missing, with the command that installs it
+//   rebuild  builds the add-on for a runtime that the package brings none for
 
 const COMMANDS = {
-  doctor: () => require('../lib/doctor').runDoctor(),
+  doctor: (args) => (args.length === 0 ? require('../lib/doctor').runDoctor() : undefined),
+  rebuild: (args) => require('../lib/rebuild').runRebuild(args),
 };
 
-const [name, ...rest] = process.argv.slice(2);
-const command =
-  Object.hasOwn(COMMANDS, name ?? '') && rest.length === 0 ? COMMANDS[name] : undefined;
-if (!command) {
+const [name, ...args] = process.argv.slice(2);
+const command = Object.hasOwn(COMMANDS, name ?? '') ? COMMANDS[name] : () => undefined;
+const exitCode = command(args);
+if (exitCode === undefined) {
   console.error(`usage: lumolivepush-electron-sdk ${Object.keys(COMMANDS).join(' | ')}`);
-  process.exit(2);
 }
-process.exit(command());
+process.exit(exitCode ?? 2);

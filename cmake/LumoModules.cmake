@@ -1,5 +1,14 @@
 # Build rules of the two kinds of binaries, which must be the same in every build.
 
+# lumo_hide_build_paths(<target>)
+# Log lines and GStreamer's messages carry a source file's path: as it stands in the project, not on
+# the build machine. A compiler cache may have made it relative.
+function(lumo_hide_build_paths target)
+  file(RELATIVE_PATH up_to_project ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+  target_compile_options(${target} PRIVATE -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+                                           -fmacro-prefix-map=${up_to_project}=)
+endfunction()
+
 # lumo_add_node_module(<target> <folder> <source>...)
 # A module that the runtime loads, put into <folder> of the build. It finds NimboSdk in the
 # framework folder beside itself.

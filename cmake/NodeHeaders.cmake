@@ -1,26 +1,43 @@
 # Finds the headers of the runtime that the add-on is built for and offers them as lumo_node.
 #
-# cmake-js passes them in CMAKE_JS_INC. A plain `cmake --preset` queries cmake-js for the same path,
-# so there is one rule: npm's `nodedir` setting, else the headers installed beside the running Node,
-# else cmake-js's own download.
+# cmake-js passes them in CMAKE_JS_INC, as the rebuild command does. A plain `cmake --preset` asks for
+# those of the Node that runs.
 if(NOT DEFINED CMAKE_JS_INC)
-  if(NOT DEFINED ENV{npm_config_nodedir})
-    execute_process(
-      COMMAND node -p "require('path').resolve(process.execPath, '../..')"
-      OUTPUT_VARIABLE node_prefix
-      OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-    if(EXISTS ${node_prefix}/include/node/node_version.h)
-      set(ENV{npm_config_nodedir} ${node_prefix})
-    endif()
-  endif()
   execute_process(
-    COMMAND ${CMAKE_SOURCE_DIR}/node_modules/.bin/cmake-js print-cmakejs-include --log-level error
-    WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
+    COMMAND node ${CMAKE_SOURCE_DIR}/lib/rebuild/print_headers.js
     OUTPUT_VARIABLE node_headers
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   set(CMAKE_JS_INC "${node_headers}" CACHE STRING "Folders of the runtime's headers")
 endif()
 
+# V8's headers lay out its types by switches, which must be those that the runtime was built with:
+# the config.gypi beside the headers tells. cmake-js leaves it out where it downloads, so for Electron
+# without it stands what Electron has set on 64-bit processors since version 21.
+set(LUMO_RUNTIME "${NODE_RUNTIME}" CACHE STRING "The runtime: node or electron")
+list(GET CMAKE_JS_INC 0 headers)
+if(EXISTS ${headers}/config.gypi)
+  file(READ ${headers}/config.gypi settings)
+elseif(LUMO_RUNTIME STREQUAL "electron")
+  set(settings "v8_enable_pointer_compression: 1, v8_enable_pointer_compression_shared_cage: 1,
+                v8_enable_sandbox: 1, v8_enable_external_code_space: 1")
+endif()
+set(v8_switches "")
+foreach(switch
+    pointer_compression:V8_COMPRESS_POINTERS
+    pointer_compression:V8_31BIT_SMIS_ON_64BIT_ARCH
+    pointer_compression_shared_cage:V8_COMPRESS_POINTERS_IN_SHARED_CAGE
+    sandbox:V8_ENABLE_SANDBOX
+    external_code_space:V8_EXTERNAL_CODE_SPACE
+    v8_checks:V8_ENABLE_CHECKS)
+  string(REPLACE ":" ";" switch ${switch})
+  list(GET switch 0 setting)
+  list(GET switch 1 definition)
+  if(settings MATCHES "v8_enable_${setting}[\"']? *: *[\"']?(1|true)")
+    list(APPEND v8_switches ${definition})
+  endif()
+endforeach()
+
 # SYSTEM: the runtime's headers are exempt from this project's warnings.
 add_library(lumo_node INTERFACE)
 target_include_directories(lumo_node SYSTEM INTERFACE ${CMAKE_JS_INC})
+target_compile_definitions(lumo_node INTERFACE ${v8_switches})

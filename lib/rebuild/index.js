@@ -1,0 +1,109 @@
+'use strict';
+
+const { spawnSync } = require('node:child_process');
+const fs = require('node:fs');
+const path = require('node:path');
+const { parseArgs } = require('node:util');
+const { prebuildsFolder } = require('../binaries');
+const { buildAddon, buildSdk } = require('./build_addon');
+const { abiOf, findHeaders, isRunning, runningRuntime } = require('./headers');
+
+const root = path.join(__dirname, '../..');
+const prebuilds = path.join(root, prebuildsFolder());
+
+const USAGE = `usage: lumolivepush-electron-sdk rebuild [--runtime node|electron] [--target VERSION]
+                                         [--headers FOLDER] [--sdk FILE | --build-sdk]
+  --runtime, --target  the runtime to build for, by default the running one
+  --headers            the folder that holds its node.h, by default from cmake-js
+  --sdk                the NimboSdk to link, by default the package's
+  --build-sdk          builds the default SDK too, which needs its libraries' headers`;
+
+/** @throws {Error} with the usage */
+function parse(args) {
+  const string = { type: 'string' };
+  const options = { runtime: string, target: string, headers: string, sdk: string };
+  try {
+    const { values } = parseArgs({
+      args,
+      options: { ...options, 'build-sdk': { type: 'boolean' } },
+    });
+    return values;
+  } catch (error) {
+    throw new Error(`${error.message}\n${USAGE}`);
+  }
+}
+
+/** @returns {import('./headers').Runtime} */
+function chooseRuntime({ runtime, target }) {
+  const running = runningRuntime();
+  const name = runtime ?? running.name;
+  if (!['node', 'electron'].includes(name)) throw new Error(`--runtime ${name}\n${USAGE}`);
+  if (target === undefined && name !== running.name) {
+    throw new Error(`--target is missing: which version of ${name}?\n${USAGE}`);
+  }
+  const version = (target ?? running.version).replace(/^v/, '');
+  if (!/^\d+\.\d+\.\d+/.test(version)) throw new Error(`--target ${version}\n${USAGE}`);
+  return { name, version };
+}
+
+/** @returns {string | undefined} the SDK to link; undefined when it must be built */
+function chooseSdk({ sdk, 'build-sdk': mustBuild }) {
+  if (sdk !== undefined) {
+    if (!fs.existsSync(sdk)) throw new Error(`--sdk ${sdk}: there is no such file`);
+    return path.resolve(sdk);
+  }
+  const packaged = path.join(prebuilds, 'NimboSdk.framework', 'NimboSdk');
+  return !mustBuild && fs.existsSync(packaged) ? packaged : undefined;
+}
+
+/** Puts built files where the loader finds them; a process that has one loaded keeps its own. */
+function install(files) {
+  for (const [name, built] of Object.entries(files)) {
+    const file = path.join(prebuilds, name);
+    if (file === built) continue;
+    fs.mkdirSync(path.dirname(file), { recursive: true });
+    fs.copyFileSync(built, `${file}.new`);
+    fs.renameSync(`${file}.new`, file);
+  }
+}
+
+/** Loads what was built in a process of its own. @throws {Error} when it does not load */
+function tryLoading() {
+  const program = `const { loadError } = require(${JSON.stringify(path.join(root, 'lib/native'))});
+                   if (loadError) { console.error(loadError.message); process.exit(1); }`;
+  const { status } = spawnSync(process.execPath, ['-e', program], { stdio: ['ignore', 2, 2] });
+  if (status !== 0) throw new Error('it was built, but cannot be loaded');
+}
+
+/**
+ * Builds the add-on for a runtime and puts it among the package's binaries. Prints its path.
+ *
+ * @param {string[]} args
+ * @returns {number} the exit code
+ */
+function runRebuild(args) {
+  try {
+    const values = parse(args);
+    const runtime = chooseRuntime(values);
+    const headers = path.resolve(values.headers ?? findHeaders(runtime));
+    const name = `${runtime.name}.abi${abiOf(headers)}`;
+    const common = { headers, type: 'Release' };
+    const work = path.join(root, 'build', 'rebuild');
+    const sdk = chooseSdk(values) ?? buildSdk({ folder: path.join(work, 'sdk'), ...common });
+    const addon = buildAddon({
+      folder: path.join(work, name),
+      runtime: runtime.name,
+      sdk,
+      ...common,
+    });
+    install({ [`${name}.node`]: addon, 'NimboSdk.framework/NimboSdk': sdk });
+    if (isRunning(runtime)) tryLoading();
+    console.log(path.join(prebuilds, `${name}.node`));
+    return 0;
+  } catch (error) {
+    console.error(`rebuild: ${error.message}`);
+    return 1;
+  }
+}
+
+module.exports = { runRebuild };
