@@ -1,5 +1,25 @@
 {
-  # Nothing is built by node-gyp: the package brings its binaries, and rebuilds them with CMake. That
-  # there is such a file tells @electron/rebuild that the package is native.
-  "targets": [{ "target_name": "lumolivepush_electron_sdk", "type": "none" }],
+  # By this file @electron/rebuild knows that the package is native. Where the package has no add-on
+  # for its Electron, it runs node-gyp, which has the headers and leaves the building to CMake.
+  "variables": { "runtime%": "node" },
+  "targets": [
+    {
+      "target_name": "lumolivepush_electron_sdk",
+      "type": "none",
+      "actions": [
+        {
+          "action_name": "rebuild",
+          "inputs": [],
+          "outputs": ["always"],
+          "action": [
+            "node",
+            "bin/lumolivepush-electron-sdk.js",
+            "rebuild",
+            "--runtime=<(runtime)",
+            "--headers=<(node_root_dir)/include/node",
+          ],
+        },
+      ],
+    },
+  ],
 }

@@ -17,12 +17,9 @@ function runningRuntime({ electron, node } = process.versions) {
   return electron ? { name: 'electron', version: electron } : { name: 'node', version: node };
 }
 
-const isRunning = ({ name, version }, running = runningRuntime()) =>
-  name === running.name && version === running.version;
-
 /** @returns {string[]} where Node's headers are if they came with the running one */
 function besideRunning(runtime) {
-  if (runtime.name !== 'node' || !isRunning(runtime)) return [];
+  if (runtime.name !== 'node' || runtime.version !== process.versions.node) return [];
   const folder = path.resolve(process.execPath, '../../include/node');
   return fs.existsSync(path.join(folder, 'node_version.h')) ? [folder] : [];
 }
@@ -82,4 +79,4 @@ function abiOf(headers) {
   return abi;
 }
 
-module.exports = { abiOf, findHeaders, isRunning, runningRuntime };
+module.exports = { abiOf, findHeaders, runningRuntime };

@@ -4,9 +4,9 @@ const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { parseArgs } = require('node:util');
-const { prebuildsFolder } = require('../binaries');
+const { prebuildsFolder, runtimeAbi } = require('../binaries');
 const { buildAddon, buildSdk } = require('./build_addon');
-const { abiOf, findHeaders, isRunning, runningRuntime } = require('./headers');
+const { abiOf, findHeaders, runningRuntime } = require('./headers');
 
 const root = path.join(__dirname, '../..');
 const prebuilds = path.join(root, prebuildsFolder());
@@ -33,17 +33,24 @@ function parse(args) {
   }
 }
 
-/** @returns {import('./headers').Runtime} */
+/** @returns {import('./headers').Runtime} with the version of the running one unless one is given */
 function chooseRuntime({ runtime, target }) {
   const running = runningRuntime();
   const name = runtime ?? running.name;
   if (!['node', 'electron'].includes(name)) throw new Error(`--runtime ${name}\n${USAGE}`);
-  if (target === undefined && name !== running.name) {
-    throw new Error(`--target is missing: which version of ${name}?\n${USAGE}`);
+  if (target !== undefined && !/^v?\d+\.\d+\.\d+/.test(target)) {
+    throw new Error(`--target ${target}\n${USAGE}`);
   }
-  const version = (target ?? running.version).replace(/^v/, '');
-  if (!/^\d+\.\d+\.\d+/.test(version)) throw new Error(`--target ${version}\n${USAGE}`);
-  return { name, version };
+  return { name, version: target?.replace(/^v/, '') ?? running.version };
+}
+
+/** @returns {string} the folder of node.h */
+function chooseHeaders(runtime, { headers, target }) {
+  if (headers !== undefined) return path.resolve(headers);
+  if (target === undefined && runtime.name !== runningRuntime().name) {
+    throw new Error(`--target is missing: which version of ${runtime.name}?\n${USAGE}`);
+  }
+  return findHeaders(runtime);
 }
 
 /** @returns {string | undefined} the SDK to link; undefined when it must be built */
@@ -85,7 +92,7 @@ function runRebuild(args) {
   try {
     const values = parse(args);
     const runtime = chooseRuntime(values);
-    const headers = path.resolve(values.headers ?? findHeaders(runtime));
+    const headers = chooseHeaders(runtime, values);
     const name = `${runtime.name}.abi${abiOf(headers)}`;
     const common = { headers, type: 'Release' };
     const work = path.join(root, 'build', 'rebuild');
@@ -97,7 +104,7 @@ function runRebuild(args) {
       ...common,
     });
     install({ [`${name}.node`]: addon, 'NimboSdk.framework/NimboSdk': sdk });
-    if (isRunning(runtime)) tryLoading();
+    if (name === runtimeAbi()) tryLoading();
     console.log(path.join(prebuilds, `${name}.node`));
     return 0;
   } catch (error) {
