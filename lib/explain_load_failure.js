@@ -6,6 +6,7 @@ const { startupSnapshot } = require('node:v8');
 const { isMainThread } = require('node:worker_threads');
 const { AddonLoadError } = require('./addon_load_error');
 const { binaryTarget } = require('./binary_target');
+const { packageRoot } = require('./package_root');
 const { installCommand, missingLibraries } = require('./system_libraries');
 
 const PLATFORMS = ['linux', 'darwin'];
@@ -19,7 +20,7 @@ const PLATFORMS = ['linux', 'darwin'];
  * @property {string} [code] the runtime's own code for it
  */
 
-const root = path.join(__dirname, '..');
+const root = packageRoot();
 const { electron } = process.versions;
 const runtime = electron ? `Electron ${electron}` : `Node.js ${process.versions.node}`;
 const here = `${process.platform}-${process.arch}`;
@@ -33,7 +34,7 @@ function buildCommand() {
     : 'npx lumolivepush-electron-sdk rebuild';
 }
 
-const build = `Run "${buildCommand()}".`;
+const build = () => `Run "${buildCommand()}".`;
 
 const UNPACK =
   'With electron-builder: "asarUnpack": ["**/node_modules/lumolivepush-electron-sdk/**"]; with ' +
@@ -158,7 +159,7 @@ const CAUSES = [
   {
     code: 'WRONG_ARCHITECTURE',
     reason: foreign,
-    remedy: `Install or build the package on ${here}. ${build}`,
+    remedy: () => `Install or build the package on ${here}. ${build()}`,
   },
   {
     code: 'ABI_MISMATCH',
@@ -176,7 +177,7 @@ const CAUSES = [
     remedy: ({ sdk }) =>
       sdk.includes('app.asar.unpacked')
         ? `It was left inside the asar archive: unpack NimboSdk.framework too. ${UNPACK}`
-        : `Put NimboSdk.framework beside the add-on. ${build}`,
+        : `Put NimboSdk.framework beside the add-on. ${build()}`,
   },
   {
     code: 'SDK_MISMATCH',

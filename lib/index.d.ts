@@ -25,6 +25,7 @@ export const loadError: AddonLoadError | undefined;
  * - `PERMISSION_DENIED`: Node's permission model does not let its files be read.
  * - `ADDONS_DISABLED`: the permission model, or `--no-addons`, forbids native add-ons.
  * - `INSIDE_ARCHIVE`: the add-on was packed into an asar archive.
+ * - `BUNDLED`: it is part of a bundle, for which the package is not installed.
  * - `NO_BUILD`: the add-on was not built.
  * - `WORKER_THREAD`: it works in the main thread only.
  * - `WRONG_ARCHITECTURE`: it was built for another machine.
@@ -40,6 +41,7 @@ export type AddonLoadErrorCode =
   | 'PERMISSION_DENIED'
   | 'ADDONS_DISABLED'
   | 'INSIDE_ARCHIVE'
+  | 'BUNDLED'
   | 'NO_BUILD'
   | 'WORKER_THREAD'
   | 'WRONG_ARCHITECTURE'

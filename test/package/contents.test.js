@@ -1,5 +1,3 @@
-'use strict';
-
 // The package's files: those that users need, nothing of the machine that built them.
 
 const assert = require('node:assert/strict');
@@ -7,9 +5,13 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { after, before, describe, it } = require('node:test');
 const { root } = require('../../tools/lib/project');
-const { makeApplication, mustRun, removeApplications, runtimes, tarball } = require(
-  './support/application',
-);
+const {
+  makeApplication,
+  mustRun,
+  removeApplications,
+  runtimes,
+  tarball,
+} = require('./support/application');
 
 const PREBUILDS = 'prebuilds/linux-x64';
 const SDK = `${PREBUILDS}/NimboSdk.framework/NimboSdk`;

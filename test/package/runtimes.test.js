@@ -1,5 +1,3 @@
-'use strict';
-
 // One package on every supported Node: the default SDK delivers frames of a preview, and another
 // SDK in its place is driven.
 

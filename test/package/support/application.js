@@ -1,5 +1,3 @@
-'use strict';
-
 /*
  * An application that has the packed package installed. tools/test-package.js names the package and
  * the runtimes.
@@ -19,9 +17,9 @@ const tools = path.join(__dirname, '../node_modules');
 /** @type {Runtime[]} every supported Node, the oldest first */
 const runtimes = process.env.LUMO_RUNTIMES.split(path.delimiter).map((prefix) => {
   const node = path.join(prefix, 'bin', 'node');
-  const [version, abi] = run(node, ['-p', '`${process.versions.node} ${process.versions.modules}`'])
-    .stdout.trim()
-    .split(' ');
+  const { node: version, modules: abi } = JSON.parse(
+    run(node, ['-p', 'JSON.stringify(process.versions)']).stdout,
+  );
   return { version, abi, node, headers: path.join(prefix, 'include', 'node') };
 });
 
