@@ -20,7 +20,7 @@ const ADDONS = runtimes.map(({ abi }) => `${PREBUILDS}/node.abi${abi}.node`);
 // All that may be in it, and all of which something must be.
 const KINDS = [
   /^package\.json$/,
-  /^(README|CHANGELOG|SECURITY)\.md$/,
+  /^(README|CHANGELOG|CONTRIBUTING|SECURITY)\.md$/,
   /^(LICENSE|THIRD-PARTY-NOTICES)$/,
   /^binding\.gyp$/,
   /^(bin|lib)\/[\w/-]+\.(js|mjs|d\.ts|d\.mts)$/,
