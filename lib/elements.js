@@ -3,7 +3,7 @@
 /*
  * The GStreamer elements that the default SDK is made of, by what they are for: each with the file
  * of its plug-in and the package of Debian and Ubuntu that holds it. Elements of GStreamer's core
- * are not among them.
+ * are not among them. The SDK's own table is generated from this one.
  */
 
 const BASE = 'gstreamer1.0-plugins-base';
@@ -21,12 +21,14 @@ const FEATURES = {
     appsrc: ['app', BASE],
     audioconvert: ['audioconvert', BASE],
     audioresample: ['audioresample', BASE],
-    audiotestsrc: ['audiotestsrc', BASE],
     videoconvert: ['videoconvertscale', BASE],
     videoconvertscale: ['videoconvertscale', BASE],
+    videoflip: ['videofilter', GOOD],
+  },
+  'test sources': {
+    audiotestsrc: ['audiotestsrc', BASE],
     videotestsrc: ['videotestsrc', BASE],
     timeoverlay: ['pango', 'gstreamer1.0-x'],
-    videoflip: ['videofilter', GOOD],
   },
   'camera capture': {
     v4l2src: ['video4linux2', GOOD],
@@ -38,13 +40,15 @@ const FEATURES = {
     pulsesink: ['pulseaudio', GOOD],
     pulsesrc: ['pulseaudio', GOOD],
   },
-  publishing: {
-    videocrop: ['videocrop', GOOD],
-    x264enc: ['x264', UGLY],
-    h264parse: ['videoparsersbad', BAD],
+  'publishing audio': {
     avenc_aac: ['libav', LIBAV],
     aacparse: ['audioparsers', GOOD],
     flvmux: ['flv', GOOD],
+  },
+  'publishing video': {
+    videocrop: ['videocrop', GOOD],
+    x264enc: ['x264', UGLY],
+    h264parse: ['videoparsersbad', BAD],
   },
   playing: {
     decodebin: ['playback', BASE],

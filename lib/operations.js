@@ -6,7 +6,11 @@ const { LivePushError } = require('./live_push_error');
 // refuse a request at once and report it again in an event.
 const REASON_GRACE_MS = 250;
 
-const PREVIEW = { started: 'onPreviewStarted', stopped: 'onPreviewStopped' };
+const PREVIEW = {
+  started: 'onPreviewStarted',
+  stopped: 'onPreviewStopped',
+  reason: 'onSystemError',
+};
 const PUSH = {
   started: 'onPushStarted',
   stopped: 'onPushStopped',

@@ -67,7 +67,8 @@ function missingLibraries(files, installed = installedLibraries()) {
 
 /** @returns {string} the command that installs packages, for a person to run */
 function installCommand(packages) {
-  return `sudo apt-get install ${[...new Set(packages)].sort().join(' ')}`;
+  const names = [...new Set(packages)].sort().join(' ');
+  return `sudo apt-get install --no-install-recommends ${names}`;
 }
 
 module.exports = { installCommand, installedLibraries, missingLibraries };

@@ -5,7 +5,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { ALTERNATIVES, FEATURES } = require('../elements');
 const { installedLibraries, missingLibraries } = require('../system_libraries');
-const { pluginFolders, pluginState } = require('./plugin_files');
+const { hasTls, pluginFolders, pluginState } = require('./plugin_files');
 
 /**
  * One line of the report.
@@ -26,12 +26,16 @@ function checkRuntime() {
   return { what: 'runtime', state: 'ok', detail: `${runtime}, ABI ${modules}, ${system}` };
 }
 
+/** The missing libraries have a line of their own. */
+const describe = ({ code, message }) =>
+  code === 'MISSING_LIBRARY' ? 'some of its libraries are missing' : `${code}: ${message}`;
+
 /** @returns {Check[]} of the add-on and of the libraries that it and the SDK need */
 function checkBinaries({ addonFile, sdkDirectory, loadError }) {
   const files = [addonFile, path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk')];
   const checks = [
     loadError
-      ? { what: 'add-on', state: 'missing', detail: `${loadError.code}: ${loadError.message}` }
+      ? { what: 'add-on', state: 'missing', detail: describe(loadError) }
       : { what: 'add-on', state: 'ok', detail: addonFile },
   ];
   if (process.platform !== 'linux' || !files.every((file) => fs.existsSync(file))) return checks;
@@ -74,6 +78,23 @@ function checkElements() {
   });
 }
 
+/** Where GIO looks for the authorities that it trusts. */
+const AUTHORITIES = '/etc/ssl/certs/ca-certificates.crt';
+
+/** @returns {Check} of encrypted connections */
+function checkTls() {
+  const missing = [
+    ...(hasTls() ? [] : [['no TLS', 'glib-networking']]),
+    ...(fs.existsSync(AUTHORITIES) ? [] : [['no authorities', 'ca-certificates']]),
+  ];
+  return {
+    what: 'rtmps, https',
+    state: missing.length > 0 ? 'missing' : 'ok',
+    detail: missing.map(([detail]) => detail).join(', ') || "GIO's TLS",
+    packages: missing.map(([, name]) => name),
+  };
+}
+
 /**
  * What is plugged in, as a process of its own sees it: whatever goes wrong there, this one goes on.
  * @returns {Check[]}
@@ -114,4 +135,11 @@ function checkDesktop(env = process.env) {
   ];
 }
 
-module.exports = { checkBinaries, checkDesktop, checkDevices, checkElements, checkRuntime };
+module.exports = {
+  checkBinaries,
+  checkDesktop,
+  checkDevices,
+  checkElements,
+  checkRuntime,
+  checkTls,
+};

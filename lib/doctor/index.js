@@ -10,7 +10,7 @@ function examine() {
   return [
     checks.checkRuntime(),
     ...binaries,
-    ...(process.platform === 'linux' ? checks.checkElements() : []),
+    ...(process.platform === 'linux' ? [...checks.checkElements(), checks.checkTls()] : []),
     ...(loadError ? [] : checks.checkDevices()),
     ...checks.checkDesktop(),
   ];

@@ -6,16 +6,30 @@ const { missingLibraries } = require('../system_libraries');
 
 const TRIPLETS = { x64: 'x86_64-linux-gnu', arm64: 'aarch64-linux-gnu' };
 
+const libraryFolders = (triplet) => ['/usr/lib', '/usr/lib64', `/usr/lib/${triplet}`];
+
+const split = (list) => list.split(':').filter((folder) => folder !== '');
+
 /** @returns {string[]} the folders in which GStreamer looks for plug-ins, the first one first */
 function pluginFolders({ env = process.env, triplet = TRIPLETS[process.arch] } = {}) {
   const own = env.GST_PLUGIN_PATH_1_0 ?? env.GST_PLUGIN_PATH ?? '';
   const system =
     env.GST_PLUGIN_SYSTEM_PATH_1_0 ??
     env.GST_PLUGIN_SYSTEM_PATH ??
-    ['/usr/lib', '/usr/lib64', `/usr/lib/${triplet}`]
+    libraryFolders(triplet)
       .map((folder) => path.join(folder, 'gstreamer-1.0'))
       .join(':');
-  return `${own}:${system}`.split(':').filter((folder) => folder !== '');
+  return split(`${own}:${system}`);
+}
+
+/** @returns {boolean} whether GIO, which all connections are made with, finds a module for TLS */
+function hasTls({ env = process.env, triplet = TRIPLETS[process.arch] } = {}) {
+  const system = env.GIO_MODULE_DIR
+    ? [env.GIO_MODULE_DIR]
+    : libraryFolders(triplet).map((folder) => path.join(folder, 'gio', 'modules'));
+  return [...split(env.GIO_EXTRA_MODULES ?? ''), ...system].some((folder) =>
+    ['libgiognutls.so', 'libgioopenssl.so'].some((file) => fs.existsSync(path.join(folder, file))),
+  );
 }
 
 /**
@@ -34,4 +48,4 @@ function pluginState(plugin, folders, installed) {
   return missingLibraries([file], installed).length > 0 ? 'unusable' : 'ok';
 }
 
-module.exports = { pluginFolders, pluginState };
+module.exports = { hasTls, pluginFolders, pluginState };

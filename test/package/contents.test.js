@@ -30,7 +30,7 @@ const KINDS = [
   /^(CMakeLists\.txt|cmake\/\w+\.cmake)$/,
   /^(src|sdk)\/([\w/-]+\.(h|cc)|([\w/-]+\/)?CMakeLists\.txt)$/,
   /^examples\/plugins\/[\w/.-]+\.(h|cc|txt|map|cmake)$/,
-  /^tools\/(generate-native-tables|lib\/\w+)\.js$/,
+  /^tools\/(generate-(element|native)-tables?|lib\/\w+)\.js$/,
 ];
 const LIMITS = { tarball: 3e6, unpacked: 8e6, sdk: 2.5e6, addon: 0.4e6 };
 

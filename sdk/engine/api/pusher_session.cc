@@ -6,7 +6,6 @@
 
 #include "base/capacity.h"
 #include "base/log.h"
-#include "gst/runtime.h"
 
 namespace NimboEngine {
 
@@ -188,8 +187,9 @@ void PusherSession::refuseMix(const std::string& reason) {
 // ------------------------------------------------------------------------------------- preview
 
 void PusherSession::startPreview(std::optional<NativeWindow> window) {
-  if (const auto capacity = checkCapacity(); !capacity) {
-    return listeners_.systemError(capacity.error().code, capacity.error().text);
+  if (const auto ready = checkSystem({}); !ready) {
+    listeners_.systemError(ready.error().code, ready.error().text);
+    return listeners_.info(&LumoLivePushInfoListener::onPreviewStopped);
   }
   startCapture();
   preview_ = std::make_unique<Preview>(
@@ -220,10 +220,12 @@ void PusherSession::startPush(PushRequest request) {
 
 void PusherSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
-  if (const auto capacity = checkCapacity(); !capacity) {
+  std::vector<Feature> features{Feature::kPublishingAudio};
+  if (!parameters_.encoder.audioOnly) features.push_back(Feature::kPublishingVideo);
+  if (const auto ready = checkSystem(std::move(features)); !ready) {
     onPushOver_(pushNumber_);
     listeners_.network(NetworkEvent::kConnectFail);
-    return listeners_.sdkError(capacity.error().code, capacity.error().text);
+    return listeners_.sdkError(ready.error().code, ready.error().text);
   }
   startCapture();
   publisher_ = std::make_unique<Publisher>(
@@ -301,7 +303,6 @@ void PusherSession::notify(const PushOutcome& outcome) {
       listeners_.info(&LumoLivePushInfoListener::onPushStopped);
       break;
     case PushReport::kEncoderFailed:
-      reportMissingElements();
       listeners_.sdkError(outcome.code, outcome.message);
       listeners_.info(&LumoLivePushInfoListener::onPushStopped);
       break;
@@ -315,13 +316,16 @@ std::unique_ptr<Publisher> PusherSession::takePublisher() {
   return std::move(publisher_);
 }
 
-void PusherSession::reportMissingElements() {
-  for (const NeededElement& needed : neededElements()) {
-    if (haveElement(needed.factory)) continue;
-    listeners_.systemError(
-        kLumoLiveErrorComponentMissing,
-        fmt::format("{} is missing; the package {} brings it", needed.factory, needed.package));
+// Fails where the system lacks what the capture and `features` need. It would show later, as a
+// source that ends or an encoder that does not start.
+Result<void, LumoLiveErrorCode> PusherSession::checkSystem(std::vector<Feature> features) const {
+  features.push_back(Feature::kCapture);
+  const DeviceSelection::Sources sources = devices_.sources();
+  if (sources.camera.isTest() || sources.microphone.isTest()) {
+    features.push_back(Feature::kTestSources);
   }
+  if (auto complete = checkElements(features); !complete) return complete;
+  return checkCapacity();
 }
 
 }  // namespace NimboEngine

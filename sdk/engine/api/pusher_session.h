@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "api/preview.h"
 #include "api/push_parameters.h"
@@ -22,6 +23,7 @@
 #include "base/weak_owner_guard.h"
 #include "capture/capture_session.h"
 #include "devices/device_selection.h"
+#include "gst/runtime.h"
 #include "mix/live_mixer.h"
 #include "publish/publisher.h"
 #include "publish/push_url.h"
@@ -96,7 +98,7 @@ class PusherSession {
   void onPushReport(const PushOutcome& outcome);
   void notify(const PushOutcome& outcome);
   std::unique_ptr<Publisher> takePublisher();
-  void reportMissingElements();
+  Result<void, LumoRtc::LumoLiveErrorCode> checkSystem(std::vector<Feature> features) const;
 
   EngineThread& engine_;
   const Settings settings_;

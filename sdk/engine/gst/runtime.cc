@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <gio/gio.h>
 
+#include <algorithm>
 #include <array>
 
 #include "base/log.h"
@@ -14,40 +15,10 @@ namespace NimboEngine {
 namespace {
 
 constexpr auto kNeeded = std::to_array<NeededElement>({
-    {"appsink", "gstreamer1.0-plugins-base"},
-    {"appsrc", "gstreamer1.0-plugins-base"},
-    {"audioconvert", "gstreamer1.0-plugins-base"},
-    {"audioresample", "gstreamer1.0-plugins-base"},
-    {"audiotestsrc", "gstreamer1.0-plugins-base"},
-    {"decodebin", "gstreamer1.0-plugins-base"},
-    {"uridecodebin", "gstreamer1.0-plugins-base"},
-    {"videoconvert", "gstreamer1.0-plugins-base"},
-    {"videoconvertscale", "gstreamer1.0-plugins-base"},
-    {"videotestsrc", "gstreamer1.0-plugins-base"},
-    {"timeoverlay", "gstreamer1.0-x"},
-    {"aacparse", "gstreamer1.0-plugins-good"},
-    {"deinterlace", "gstreamer1.0-plugins-good"},
-    {"flvdemux", "gstreamer1.0-plugins-good"},
-    {"flvmux", "gstreamer1.0-plugins-good"},
-    {"jpegdec", "gstreamer1.0-plugins-good"},
-    {"qtdemux", "gstreamer1.0-plugins-good"},
-    {"rtph264depay", "gstreamer1.0-plugins-good"},
-    {"rtpjitterbuffer", "gstreamer1.0-plugins-good"},
-    {"rtspsrc", "gstreamer1.0-plugins-good"},
-    {"v4l2src", "gstreamer1.0-plugins-good"},
-    {"videocrop", "gstreamer1.0-plugins-good"},
-    {"videoflip", "gstreamer1.0-plugins-good"},
-    {"h264parse", "gstreamer1.0-plugins-bad"},
-    {"hlsdemux", "gstreamer1.0-plugins-bad"},
-    {"srtsrc", "gstreamer1.0-plugins-bad"},
-    {"tsdemux", "gstreamer1.0-plugins-bad"},
-    {"x264enc", "gstreamer1.0-plugins-ugly"},
-    {"avdec_aac", "gstreamer1.0-libav"},
-    {"avdec_h264", "gstreamer1.0-libav"},
-    {"avenc_aac", "gstreamer1.0-libav"},
-    {"pulsesink", "gstreamer1.0-plugins-good"},
-    {"pulsesrc", "gstreamer1.0-plugins-good"},
-    {"pipewiresrc", "gstreamer1.0-pipewire"},
+#define NIMBO_ELEMENT(feature, factory, package, alternative) \
+  {Feature::feature, factory, package, alternative},
+    NIMBO_ELEMENT_TABLE(NIMBO_ELEMENT)
+#undef NIMBO_ELEMENT
 });
 
 // GIO creates these on first use. Its proxy resolver is not created here: it may connect to the
@@ -64,7 +35,7 @@ void loadNetworking() {
 
 // Loads an element's plug-in, and everything that its first element creates.
 bool load(const char* factory) {
-  return GstPtr<GstElement>(gst_element_factory_make(factory, nullptr)) != nullptr;
+  return *factory && GstPtr<GstElement>(gst_element_factory_make(factory, nullptr)) != nullptr;
 }
 
 // All types are registered here, by one thread before others use them: if one thread loads a
@@ -79,11 +50,10 @@ bool start() {
     return false;
   }
   loadNetworking();
-  for (const auto& [factory, package] : kNeeded) {
-    if (!load(factory)) {
-      NIMBO_LOG_WARN("GStreamer element {} is missing; Debian package {} brings it", factory,
-                     package);
-    }
+  for (const NeededElement& needed : kNeeded) {
+    if (load(needed.factory) || load(needed.alternative)) continue;
+    NIMBO_LOG_WARN("GStreamer element {} is missing; Debian package {} brings it", needed.factory,
+                   needed.package);
   }
   markNewDescriptors();
   renewExitHandler();
@@ -101,14 +71,16 @@ bool startGstreamer() {
   return started;
 }
 
-std::string missingElements() {
-  std::string text;
-  for (const auto& [factory, package] : kNeeded) {
-    if (haveElement(factory)) continue;
-    if (!text.empty()) text += ", ";
-    text += fmt::format("{} of the package {}", factory, package);
+Result<void, LumoRtc::LumoLiveErrorCode> checkElements(std::span<const Feature> features) {
+  std::string missing;
+  for (const NeededElement& needed : kNeeded) {
+    if (std::ranges::find(features, needed.feature) == features.end()) continue;
+    if (haveElement(needed.factory) || haveElement(needed.alternative)) continue;
+    missing += fmt::format("{}{} (package {})", missing.empty() ? "" : ", ", needed.factory,
+                           needed.package);
   }
-  return text;
+  if (missing.empty()) return {};
+  return failed(LumoRtc::kLumoLiveErrorComponentMissing, "GStreamer elements are missing: {}", missing);
 }
 
 bool haveElement(const std::string& factory) {

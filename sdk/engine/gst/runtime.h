@@ -8,12 +8,24 @@
 #include <span>
 #include <string>
 
+#include "base/result.h"
+#include "generated/element_table.h"
+
 namespace NimboEngine {
 
-// An element that the engine uses, and the Debian package that contains it.
+enum class Feature {
+#define NIMBO_FEATURE(name) name,
+  NIMBO_FEATURE_TABLE(NIMBO_FEATURE)
+#undef NIMBO_FEATURE
+};
+
+// An element that the engine uses, the Debian package that contains it, and the element that serves
+// in its place; empty if none does.
 struct NeededElement {
+  Feature feature;
   const char* factory;
   const char* package;
+  const char* alternative;
 };
 
 std::span<const NeededElement> neededElements();
@@ -23,9 +35,9 @@ std::span<const NeededElement> neededElements();
 // never ran. Returns false if GStreamer itself cannot start.
 bool startGstreamer();
 
-// Returns the needed elements that are missing, each with its package; empty if all are there.
-// GStreamer must have been started.
-std::string missingElements();
+// Fails with kLumoLiveErrorComponentMissing and the missing elements of these features, each with its
+// package. GStreamer must have been started.
+Result<void, LumoRtc::LumoLiveErrorCode> checkElements(std::span<const Feature> features);
 
 // Returns whether an element of `factory` can be created. GStreamer must have been started.
 bool haveElement(const std::string& factory);

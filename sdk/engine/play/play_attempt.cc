@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "base/never_destroyed.h"
@@ -35,6 +36,22 @@ constexpr std::chrono::milliseconds kTeardownTime{150};
 // kilobytes.
 constexpr uint64_t kMaxReplyBytes = uint64_t{1024} * 1024;
 constexpr std::chrono::milliseconds kReplyPollInterval{20};
+
+// Returns which GStreamer elements a playback may need.
+std::vector<Feature> featuresOf(PlayProtocol protocol) {
+  switch (protocol) {
+    case PlayProtocol::kHttp:
+      return {Feature::kPlaying, Feature::kPlayingHls};
+    case PlayProtocol::kRtsp:
+      return {Feature::kPlaying, Feature::kPlayingRtsp};
+    case PlayProtocol::kSrt:
+      return {Feature::kPlaying, Feature::kPlayingSrt};
+    case PlayProtocol::kRtmp:
+    case PlayProtocol::kFile:
+      return {Feature::kPlaying};
+  }
+  return {};
+}
 
 }  // namespace
 
@@ -141,8 +158,9 @@ PlayOutcome PlayAttempt::State::work() {
   std::optional<DelayedCut> cut;   // destroyed after the pipeline, too, which it helps to stop
   const std::unique_ptr<Pipeline> pipeline = buildPlayPipeline(url, fetchUri, output, onMessage);
   if (!pipeline) {
+    const auto complete = checkElements(featuresOf(url.protocol));
     return {PlayOutcome::Kind::kFailed, LumoRtc::kLumoLiveErrorComponentMissing,
-            fmt::format("missing: {}", missingElements())};
+            complete ? "the pipeline cannot be built" : complete.error().text};
   }
   pipeline->play();  // a failure is reported by a message
   if (url.protocol == PlayProtocol::kRtmp) feed = startFeed(*pipeline);
@@ -227,11 +245,6 @@ void PlayAttempt::State::drain() {
 PlayOutcome PlayAttempt::State::failure(const PipelineMessage& error) {
   const bool playing = output->meter.counts().decoded() > 0;
   const auto code = classifyPlayError(error, playing);
-  if (code == LumoRtc::kLumoLiveErrorUndecodable) {
-    if (const std::string missing = missingElements(); !missing.empty()) {
-      NIMBO_LOG_WARN("player: a missing element may be the reason: {}", missing);
-    }
-  }
   // The HLS demultiplexer only reports that something could not be fetched.
   if (const auto last = access->lastFailure()) {
     return {PlayOutcome::Kind::kFailed, playing ? code : last->code, last->text};
@@ -242,7 +255,12 @@ PlayOutcome PlayAttempt::State::failure(const PipelineMessage& error) {
       return {PlayOutcome::Kind::kFailed, cause->code, cause->message};
     }
   }
-  return {PlayOutcome::Kind::kFailed, code, error.text};
+  std::string text = error.text;
+  if (code == LumoRtc::kLumoLiveErrorUndecodable) {
+    const auto complete = checkElements(featuresOf(url.protocol));
+    if (!complete) text += "; " + complete.error().text;
+  }
+  return {PlayOutcome::Kind::kFailed, code, text};
 }
 
 // Returns the next message; none if asked to stop, or if the source has failed.

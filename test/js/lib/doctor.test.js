@@ -61,7 +61,14 @@ describe('the doctor', { skip }, () => {
         Object.values(elements).map(([, name]) => name),
       ),
     );
-    assert.ok(stdout.endsWith(`sudo apt-get install ${[...packages].sort().join(' ')}\n`), stdout);
+    assert.ok(stdout.endsWith(`sudo apt-get install --no-install-recommends ${[...packages].sort().join(' ')}\n`), stdout);
+  });
+
+  it('names what encrypted addresses need', () => {
+    const { status, stdout } = run(['doctor'], { GIO_MODULE_DIR: folder });
+    assert.equal(status, 1);
+    assert.deepEqual(rows(stdout)['rtmps, https'], ['MISSING', 'no TLS']);
+    assert.ok(stdout.endsWith('sudo apt-get install --no-install-recommends glib-networking\n'), stdout);
   });
 
   it('accepts the encoder that is used where x264 is missing', () => {

@@ -83,7 +83,7 @@ TEST_F(NeededElementsTest, ElementsNamedInSourcesAreListed) {
     for (const std::string& element : elementsIn(contents(entry.path()))) {
       ++uses;
       EXPECT_TRUE(listed.contains(element))
-          << entry.path() << " uses " << element << ", which gst/runtime.cc does not list";
+          << entry.path() << " uses " << element << ", which lib/elements.js does not list";
     }
   }
   EXPECT_GT(files, 50U);
@@ -92,7 +92,7 @@ TEST_F(NeededElementsTest, ElementsNamedInSourcesAreListed) {
 
 // Threads that load concurrently may deadlock, too rarely to be tested directly.
 TEST_F(NeededElementsTest, EachIsLoadedAtStart) {
-  for (const auto& [factory, package] : neededElements()) {
+  for (const auto& [feature, factory, package, alternative] : neededElements()) {
     const GstPtr<GstObject> found(GST_OBJECT(gst_element_factory_find(factory)));
     ASSERT_NE(found, nullptr) << factory;
     const GType type = gst_element_factory_get_element_type(GST_ELEMENT_FACTORY(found.get()));
@@ -109,7 +109,7 @@ TEST_F(NeededElementsTest, EachIsLoadedAtStart) {
 TEST_F(NeededElementsTest, EachIsInItsNamedPackage) {
   std::map<std::string, std::string> packageOf;  // of the plug-in's file
   std::vector<std::string> question{"dpkg-query", "-S"};
-  for (const auto& [factory, package] : neededElements()) {
+  for (const auto& [feature, factory, package, alternative] : neededElements()) {
     const std::string file = std::filesystem::weakly_canonical(pluginOf(factory).second);
     ASSERT_FALSE(file.empty()) << factory << " is not installed";
     packageOf[file] = package;
