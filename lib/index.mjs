@@ -1,14 +1,16 @@
 import module from 'node:module';
+import { isAbsolute } from 'node:path';
 import errors from './addon_load_error.js';
 import absent from './placeholders.js';
 
 /** The file that holds these lines, also when they are bundled into one of CommonJS's format. */
 function thisFile() {
   try {
-    return __filename;
+    if (isAbsolute(__filename)) return __filename; // there is also a global one, "[eval]"
   } catch {
-    return import.meta.url;
+    // This is a module.
   }
+  return import.meta.url;
 }
 
 // Taken apart, since webpack would look into a call that it recognises.

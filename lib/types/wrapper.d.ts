@@ -366,7 +366,8 @@ export interface LivePushMethods {
 
   /**
    * Fulfilled by "onPreviewStarted". A failure of a camera or window is reported by "onSystemError"
-   * and does not reject: the preview goes on without it.
+   * and does not reject: the preview goes on without it. Rejected with the last such error when
+   * "onPreviewStopped" comes first: the system lacks what every preview needs.
    */
   startPreview(options: ViewOptions, wait?: WaitOptions): Promise<void>;
   /** As startPreview, by the SDK's asynchronous operation. */

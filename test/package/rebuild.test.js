@@ -130,12 +130,12 @@ describe('@electron/rebuild', () => {
 
   it('takes the add-on that the package brings', async () => {
     const addon = path.join(prebuilds, `electron.abi${ABI}.node`);
-    fs.writeFileSync(addon, 'stand-in');
+    fs.writeFileSync(addon, 'placeholder');
     const { status, output } = await electronRebuild();
     assert.equal(status, 0, output);
     assert.match(output, /Rebuild Complete/);
     assert.doesNotMatch(output, /No native modules found/);
-    assert.equal(fs.readFileSync(addon, 'utf8'), 'stand-in');
+    assert.equal(fs.readFileSync(addon, 'utf8'), 'placeholder');
     fs.rmSync(addon);
   });
 

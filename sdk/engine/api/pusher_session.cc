@@ -6,6 +6,7 @@
 
 #include "base/capacity.h"
 #include "base/log.h"
+#include "publish/encoder.h"
 
 namespace NimboEngine {
 
@@ -221,7 +222,7 @@ void PusherSession::startPush(PushRequest request) {
 void PusherSession::beginPush(const PushRequest& request) {
   pushNumber_ = request.number;
   std::vector<Feature> features{Feature::kPublishingAudio};
-  if (!parameters_.encoder.audioOnly) features.push_back(Feature::kPublishingVideo);
+  if (encodesInSoftware(parameters_.encoder)) features.push_back(Feature::kPublishingVideo);
   if (const auto ready = checkSystem(std::move(features)); !ready) {
     onPushOver_(pushNumber_);
     listeners_.network(NetworkEvent::kConnectFail);

@@ -80,7 +80,8 @@ Result<void, LumoRtc::LumoLiveErrorCode> checkElements(std::span<const Feature> 
                            needed.package);
   }
   if (missing.empty()) return {};
-  return failed(LumoRtc::kLumoLiveErrorComponentMissing, "GStreamer elements are missing: {}", missing);
+  return failed(LumoRtc::kLumoLiveErrorComponentMissing, "GStreamer elements are missing: {}",
+                missing);
 }
 
 bool haveElement(const std::string& factory) {

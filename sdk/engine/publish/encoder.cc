@@ -47,6 +47,11 @@ GstPtr<GstCaps> sizeCaps(int width, int height) {
 
 }  // namespace
 
+bool encodesInSoftware(const EncoderSettings& settings) {
+  const H264Encoder* encoder = h264EncoderFor(settings);
+  return !settings.audioOnly && (!encoder || !encoder->hardware);
+}
+
 Encoder::Encoder(const EncoderSettings& settings, Events events)
     : settings_(settings),
       events_(std::move(events)),

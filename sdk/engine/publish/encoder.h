@@ -26,6 +26,9 @@
 
 namespace NimboEngine {
 
+// Returns whether there is video to encode, and no hardware encoder would do it.
+bool encodesInSoftware(const EncoderSettings& settings);
+
 class Encoder {
  public:
   struct Events {

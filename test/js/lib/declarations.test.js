@@ -117,7 +117,7 @@ describe('the declarations', () => {
     const codes = (text) => firstGroups(text, /\bcode: '(\w+)'/g);
     const union = ({ signature }) => firstGroups(signature, /'(\w+)'/g);
     assert.deepEqual(
-      codes(read('lib/explain_load_failure.js')).sort(),
+      codes(read('lib/explain_load_failure.js') + read('lib/placeholders.js')).sort(),
       union(declared.AddonLoadErrorCode).sort(),
     );
     const table = /DEFAULT_TEXTS = \{(.*?)\}/s.exec(read('lib/live_push_error.js'))[1];

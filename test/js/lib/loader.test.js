@@ -149,7 +149,7 @@ describe('the loader', () => {
       { value: { ...process.versions, electron: '99.1.2' } });`;
     const { message, remedy } = failureOf(makeBuild('empty', {}), { before });
     assert.match(message, /Electron 99\.1\.2/);
-    assert.match(remedy, /--runtime electron --runtime-version 99\.1\.2"/);
+    assert.match(remedy, /rebuild --runtime electron --target 99\.1\.2"/);
   });
 
   it('explains that the platform has no build', () => {

@@ -126,6 +126,19 @@ describe('outcomes', () => {
     await assert.rejects(promise, { code: 'SDK_ERROR', nativeCode: -3007 });
   });
 
+  it('a preview fails when it ends instead of beginning, else whatever fails meanwhile', async () => {
+    const refused = later(live.startPreview({}));
+    await fire('onSystemError', { code: -3104, msg: 'elements' });
+    await fire('onPreviewStopped');
+    await assert.rejects(refused, { code: 'SDK_ERROR', nativeCode: -3104 });
+
+    const promise = live.startPreview({});
+    await fire('onSystemError', { code: 1, msg: 'microphone' });
+    assert.equal(await stateOf(promise), 'pending');
+    await fire('onPreviewStarted');
+    await promise;
+  });
+
   it('a start is interrupted by a stop', async () => {
     const start = later(live.startPush(URL));
     const stop = live.stopPush();

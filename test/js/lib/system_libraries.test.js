@@ -40,6 +40,6 @@ describe('the libraries of the system', { skip }, () => {
 
   it('are installed by one command', () => {
     const command = installCommand(['libxcb1', 'libglib2.0-0', 'libxcb1']);
-    assert.equal(command, 'sudo apt-get install libglib2.0-0 libxcb1');
+    assert.equal(command, 'sudo apt-get install --no-install-recommends libglib2.0-0 libxcb1');
   });
 });

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -123,6 +124,46 @@ TEST_F(NeededElementsTest, EachIsInItsNamedPackage) {
     EXPECT_EQ(line.substr(0, line.find(':')), packageOf[file]) << file;
   }
   EXPECT_GE(answers, packageOf.size());
+}
+
+// An element that GStreamer does not find for as long as this lives.
+class Hidden {
+ public:
+  explicit Hidden(const char* factory) : feature_(GST_OBJECT(gst_element_factory_find(factory))) {
+    gst_registry_remove_feature(gst_registry_get(), GST_PLUGIN_FEATURE(feature_.get()));
+  }
+  ~Hidden() {
+    gst_registry_add_feature(gst_registry_get(), GST_PLUGIN_FEATURE(feature_.release()));
+  }
+  Hidden(const Hidden&) = delete;
+  Hidden& operator=(const Hidden&) = delete;
+
+ private:
+  GstPtr<GstObject> feature_;
+};
+
+std::string textWithout(const char* factory, Feature feature) {
+  const Hidden hidden(factory);
+  const auto complete = checkElements(std::array{Feature::kCapture, feature});
+  if (complete) return "";
+  EXPECT_EQ(complete.error().code, LumoRtc::kLumoLiveErrorComponentMissing);
+  return complete.error().text;
+}
+
+TEST_F(NeededElementsTest, OnlyWhatAFeatureNeedsIsMissed) {
+  EXPECT_EQ(textWithout("h264parse", Feature::kPublishingVideo),
+            "GStreamer elements are missing: h264parse (package gstreamer1.0-plugins-bad)");
+  EXPECT_EQ(textWithout("h264parse", Feature::kPlaying), "");
+  EXPECT_EQ(textWithout("appsrc", Feature::kPlaying),
+            "GStreamer elements are missing: appsrc (package gstreamer1.0-plugins-base)");
+}
+
+TEST_F(NeededElementsTest, AnAlternativeServes) {
+  if (!haveElement("openh264enc")) GTEST_SKIP() << "there is none";
+  EXPECT_EQ(textWithout("x264enc", Feature::kPublishingVideo), "");
+  const Hidden alternative("openh264enc");
+  EXPECT_EQ(textWithout("x264enc", Feature::kPublishingVideo),
+            "GStreamer elements are missing: x264enc (package gstreamer1.0-plugins-ugly)");
 }
 
 }  // namespace
