@@ -330,6 +330,11 @@ void PlayAttempt::shutDownAll() {
   Running::instance().stopAll();
 }
 
+bool PlayAttempt::areShutDown() {
+  const MutexLock lock(Running::instance().mutex);
+  return Running::instance().isShutDown;
+}
+
 void PlayAttempt::requestStop() {
   worker_->requestStop();
 }

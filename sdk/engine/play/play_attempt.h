@@ -45,6 +45,7 @@ class PlayAttempt {
   // Stops all pipelines, except those that hang in the network, and prevents new ones: runners that
   // are created afterwards do nothing. Takes half a second at most.
   static void shutDownAll();
+  static bool areShutDown();
 
  private:
   struct State;

@@ -66,7 +66,7 @@ Playback::~Playback() {
 }
 
 void Playback::open() {
-  if (stopping_) return;
+  if (stopping_ || PlayAttempt::areShutDown()) return;
   try {
     output_ = std::make_shared<DecodedMediaSink>(settings_, watchedHandlers());
   } catch (const std::system_error&) {
