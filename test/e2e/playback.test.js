@@ -8,6 +8,7 @@ const { after, afterEach, before, describe, it } = require('node:test');
 const { runChild } = require('../../tools/rtmp/child');
 const { startTestPublisher, writeTestFile } = require('../../tools/rtmp/publisher');
 const { freePort, startRtmpServer } = require('../../tools/rtmp/rtmp_server');
+const { isSanitized } = require('../js/support/build_directory');
 const { openLivePush, pixel } = require('./support/live_push');
 const { openPlayer } = require('./support/player');
 
@@ -218,7 +219,9 @@ describe('playing', GUARD, () => {
     assert.ok(times[Math.floor(times.length * 0.9)] < 5, `${times.slice(-5)} ms at worst`);
   });
 
-  it('sixteen live streams play at once, on less than one core', async () => {
+  it('sixteen live streams play at once, on less than one core', {
+    skip: isSanitized,
+  }, async () => {
     const url = await publish('shared');
     const players = Array.from({ length: 16 }, () => openPlayer(live));
     try {

@@ -182,7 +182,7 @@ describe('failed playback is reported with its error code', GUARD, () => {
     const log = await child.ended;
     const error = JSON.parse(printed);
     assert.equal(error.code, CODE.componentMissing);
-    assert.match(error.msg, /srtsrc of the package gstreamer1\.0-plugins-bad/);
+    assert.match(error.msg, /srtsrc \(package gstreamer1\.0-plugins-bad\)/);
     assert.match(log, /srtsrc is missing; Debian package gstreamer1\.0-plugins-bad/);
   });
 

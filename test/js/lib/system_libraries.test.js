@@ -5,14 +5,16 @@
 const assert = require('node:assert/strict');
 const path = require('node:path');
 const { describe, it } = require('node:test');
-const { buildDirectory } = require('../support/build_directory');
+const { buildDirectory, isSanitized } = require('../support/build_directory');
 const { neededLibraries } = require('../../../lib/elf_needed');
 const { installCommand, missingLibraries } = require('../../../lib/system_libraries');
 
 const FILES = ['lumolivepush_electron_sdk.node', 'NimboSdk.framework/NimboSdk'].map((name) =>
   path.join(buildDirectory, name),
 );
-const skip = process.platform !== 'linux' && 'ELF files are needed';
+const skip =
+  (process.platform !== 'linux' && 'ELF files are needed') ||
+  (isSanitized && 'sanitizers bring libraries of their own');
 
 describe('the libraries of the system', { skip }, () => {
   it('are read from the files in their order', () => {

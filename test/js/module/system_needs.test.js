@@ -8,11 +8,10 @@
 
 const assert = require('node:assert/strict');
 const { execFileSync } = require('node:child_process');
-const fs = require('node:fs');
 const path = require('node:path');
 const { describe, it } = require('node:test');
 const { neededLibraries } = require('../../../lib/elf_needed');
-const { buildDirectory } = require('../support/build_directory');
+const { buildDirectory, isSanitized } = require('../support/build_directory');
 
 const C_AND_CXX = [
   ...['ld-linux-x86-64.so.2', 'libc.so.6', 'libgcc_s.so.1', 'libm.so.6', 'libstdc++.so.6'],
@@ -44,8 +43,7 @@ const compare = (a, b) =>
 
 function reasonToSkip() {
   if (process.platform !== 'linux' || process.arch !== 'x64') return 'the lists are of Linux x64';
-  const cache = fs.readFileSync(place('CMakeCache.txt'), 'utf8');
-  return !/^LUMO_SANITIZER:STRING=$/m.test(cache) && 'sanitizers bring libraries of their own';
+  return isSanitized && 'sanitizers bring libraries of their own';
 }
 
 describe('the binaries', { skip: reasonToSkip() }, () => {

@@ -8,6 +8,11 @@ const root = path.resolve(__dirname, '../../..');
 /** The build folder under test: `LUMO_BUILD_DIR`, by default that of the release preset. */
 const buildDirectory = path.resolve(root, process.env.LUMO_BUILD_DIR || 'build/release');
 
+/** Whether its code has a sanitizer, which brings libraries and checks of its own, and is slow. */
+const isSanitized = !/^LUMO_SANITIZER:STRING=$/m.test(
+  fs.readFileSync(path.join(buildDirectory, 'CMakeCache.txt'), 'utf8'),
+);
+
 /** Holds the scripted SDK's framework folder, its control add-on and a copy of the add-on. */
 const scriptedDirectory = path.join(buildDirectory, 'scripted');
 
@@ -28,4 +33,7 @@ function loadNative(name) {
   return require(file);
 }
 
-module.exports = { buildDirectory, scriptedDirectory, scriptedWithoutLoggerDirectory, loadNative };
+module.exports = {
+  ...{ buildDirectory, isSanitized, loadNative },
+  ...{ scriptedDirectory, scriptedWithoutLoggerDirectory },
+};
