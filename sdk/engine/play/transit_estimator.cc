@@ -30,6 +30,7 @@ constexpr std::size_t kShare = 98;
 bool TransitEstimator::add(Media media, Time now, Duration timestamp) {
   if (hasJumped(of(media), timestamp)) restart();
   Stream& stream = of(media);
+  const Duration lastStep = stream.step;
   if (stream.timestamp) stream.step = std::max(timestamp - *stream.timestamp, Duration::zero());
   stream.timestamp = timestamp;
 
@@ -38,7 +39,9 @@ bool TransitEstimator::add(Media media, Time now, Duration timestamp) {
   const Duration before = first ? transit : *shortest_ + (now - updated_) / kForgetting;
   shortest_ = std::min(before, transit);
   updated_ = now;
-  const bool waited = hasFallen(media, now, before - *shortest_);
+  // Encoders hold a frame until they know how long it lasts; the one after a pause comes early.
+  const Duration usual = lastStep > 0ns ? lastStep : stream.step;
+  const bool waited = hasFallen(media, now, std::min(before - *shortest_, usual));
   if (waited) {
     for (Stream& each : streams_) each.slots.clear();
   }

@@ -108,6 +108,14 @@ TEST_F(TransitEstimatorTest, ACacheIsForgottenAfterCatchingUp) {
   EXPECT_LE(jitter(), 50) << "the cached frames, up to two seconds old, do not count";
 }
 
+// As an encoder of a variable frame rate sends it: each frame when the next one is known.
+TEST_F(TransitEstimatorTest, AFrameAfterAPauseIsNoCache) {
+  EXPECT_TRUE(estimator.add(Media::kVideo, kEpoch, 7s));
+  EXPECT_FALSE(estimator.add(Media::kVideo, kEpoch + 33ms, 7s + 33ms));
+  EXPECT_FALSE(estimator.add(Media::kVideo, kEpoch + 66ms, 7s + 167ms));
+  EXPECT_NEAR(jitter(), 100, 3) << "of the frames before";
+}
+
 TEST_F(TransitEstimatorTest, FollowsASenderWhoseClockIsFastOrSlow) {
   for (const double rate : {0.998, 1.002}) {
     estimator = {};
