@@ -73,6 +73,7 @@ async function buildForRuntime(version) {
       'Ninja',
       '-DCMAKE_BUILD_TYPE=RelWithDebInfo',
       '-DLUMO_TESTS=ON',
+      '-DLUMO_UNITY=ON',
     ],
     `-DCMAKE_JS_INC=${headersOf(prefix)}`,
   ]);
