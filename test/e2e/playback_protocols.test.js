@@ -13,12 +13,12 @@ const { after, afterEach, before, describe, it } = require('node:test');
 const { startChild } = require('../../tools/rtmp/child');
 const { startTestPublisher, testStream, writeTestFile } = require('../../tools/rtmp/publisher');
 const { freePort, startRtmpServer } = require('../../tools/rtmp/rtmp_server');
-const { buildDirectory } = require('../js/support/build_directory');
+const { buildDirectory, isSanitized } = require('../js/support/build_directory');
 const { makeCertificate } = require('./support/certificate');
 const { openLivePush, pixel } = require('./support/live_push');
 const { openPlayer } = require('./support/player');
 
-const GUARD = { timeout: 120_000 };
+const GUARD = { timeout: isSanitized ? 600_000 : 120_000 };
 const RED_SOURCE = { source: 'color=red' };
 const RED = [63, 102, 240]; // in BT.709
 const LIVE = 1; // LumoLivePlayMode
