@@ -27,8 +27,7 @@ foreach(switch
     pointer_compression:V8_31BIT_SMIS_ON_64BIT_ARCH
     pointer_compression_shared_cage:V8_COMPRESS_POINTERS_IN_SHARED_CAGE
     sandbox:V8_ENABLE_SANDBOX
-    external_code_space:V8_EXTERNAL_CODE_SPACE
-    v8_checks:V8_ENABLE_CHECKS)
+    external_code_space:V8_EXTERNAL_CODE_SPACE)
   string(REPLACE ":" ";" switch ${switch})
   list(GET switch 0 setting)
   list(GET switch 1 definition)

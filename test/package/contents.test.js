@@ -83,6 +83,15 @@ describe('the package', () => {
     });
   }
 
+  // Node's config.gypi also has switches of its debug builds, which are none of these.
+  for (const file of ADDONS) {
+    it(`${file} is compiled as a release`, () => {
+      const symbols = mustRun('readelf', ['--dyn-syms', '--wide', place(file)]);
+      assert.match(symbols, / UND _ZN2v8/);
+      assert.doesNotMatch(symbols, / UND _ZN2v8\w*CheckCast/);
+    });
+  }
+
   it('installs without running a script', () => {
     const { scripts } = JSON.parse(fs.readFileSync(place('package.json')));
     const atInstallation = ['preinstall', 'install', 'postinstall', 'prepare'];
