@@ -12,7 +12,7 @@ const { runCtest } = require('./lib/ctest');
 const { runNodeTests } = require('./lib/node_tests');
 const { buildFolder, testFiles } = require('./lib/project');
 const { run } = require('./lib/run');
-const { count, runStages } = require('./lib/tally');
+const { count, endWith, runStages } = require('./lib/tally');
 
 const LINES_PERCENT = 95;
 
@@ -57,12 +57,4 @@ async function main() {
   ]);
 }
 
-main().then(
-  (ok) => {
-    process.exitCode = ok ? 0 : 1;
-  },
-  (error) => {
-    console.error(error.message);
-    process.exitCode = 2;
-  },
-);
+endWith(main);

@@ -13,7 +13,7 @@ const path = require('node:path');
 const { parseArgs } = require('node:util');
 const { buildFolder, root } = require('./lib/project');
 const { run } = require('./lib/run');
-const { count, runStages } = require('./lib/tally');
+const { count, endWith, runStages } = require('./lib/tally');
 
 const seeds = path.join(root, 'test/fuzz/corpus');
 const build = buildFolder('fuzz');
@@ -97,12 +97,4 @@ async function main() {
   return ok;
 }
 
-main().then(
-  (ok) => {
-    process.exitCode = ok ? 0 : 1;
-  },
-  (error) => {
-    console.error(error.message);
-    process.exitCode = 2;
-  },
-);
+endWith(main);

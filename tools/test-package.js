@@ -12,7 +12,7 @@ const path = require('node:path');
 const { runNodeTests } = require('./lib/node_tests');
 const { buildFolder, root, testFiles } = require('./lib/project');
 const { fetchRuntime, versions } = require('./lib/runtimes');
-const { runStages } = require('./lib/tally');
+const { endWith, runStages } = require('./lib/tally');
 
 const folder = path.join(root, 'build', 'package');
 
@@ -35,12 +35,4 @@ async function main() {
   return runStages([{ name: 'package', run: (tally) => runNodeTests(tally, files, options) }]);
 }
 
-main().then(
-  (ok) => {
-    process.exitCode = ok ? 0 : 1;
-  },
-  (error) => {
-    console.error(error.message);
-    process.exitCode = 2;
-  },
-);
+endWith(main);

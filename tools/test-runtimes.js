@@ -8,7 +8,7 @@
 const { runNodeTests } = require('./lib/node_tests');
 const { testFiles } = require('./lib/project');
 const { buildForRuntime, versions } = require('./lib/runtimes');
-const { runStages } = require('./lib/tally');
+const { endWith, runStages } = require('./lib/tally');
 
 async function testRuntime(tally, version) {
   const runtime = await buildForRuntime(version);
@@ -27,12 +27,4 @@ async function main() {
   );
 }
 
-main().then(
-  (ok) => {
-    process.exitCode = ok ? 0 : 1;
-  },
-  (error) => {
-    console.error(error.message);
-    process.exitCode = 2;
-  },
-);
+endWith(main);

@@ -19,7 +19,7 @@ const { runCtest } = require('./lib/ctest');
 const { runNodeTests } = require('./lib/node_tests');
 const { buildFolder, root, testFiles } = require('./lib/project');
 const { countReports, sanitizerEnvironment } = require('./lib/sanitizers');
-const { runStages } = require('./lib/tally');
+const { endWith, runStages } = require('./lib/tally');
 const { lint } = require('./lint');
 
 const names = ['lint', 'cpp', 'js', 'e2e', 'interop', 'hostile'];
@@ -101,12 +101,4 @@ function checked({ name, run }, sanitizer) {
   };
 }
 
-main().then(
-  (ok) => {
-    process.exitCode = ok ? 0 : 1;
-  },
-  (error) => {
-    console.error(error.message);
-    process.exitCode = 2;
-  },
-);
+endWith(main);

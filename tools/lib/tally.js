@@ -79,4 +79,22 @@ function summarize(tallies) {
   return failures.length === 0;
 }
 
-module.exports = { count, runStages };
+/**
+ * Ends the process with 0 when `main` resolves to true, 1 when to false, and 2, with the error, when
+ * it throws.
+ *
+ * @param {() => Promise<boolean>} main
+ */
+function endWith(main) {
+  main().then(
+    (ok) => {
+      process.exitCode = ok ? 0 : 1;
+    },
+    (error) => {
+      console.error(error.message);
+      process.exitCode = 2;
+    },
+  );
+}
+
+module.exports = { count, endWith, runStages };
