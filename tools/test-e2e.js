@@ -11,7 +11,7 @@ const path = require('node:path');
 const { EVENTS } = require('../lib/events');
 const { METHODS } = require('../lib/methods');
 const { interfaceNames } = require('./lib/interface_names');
-const { runNodeTests } = require('./lib/node_tests');
+const { resultsOf, runNodeTests } = require('./lib/node_tests');
 const { buildFolder, root, testFiles } = require('./lib/project');
 const { count, runStages } = require('./lib/tally');
 const { countUses } = require('./lib/uses');
@@ -23,11 +23,11 @@ const uses = countUses(folder);
 /** @returns {Map<string, string>} "file: test" -> outcome of the run before */
 function readOutcomes() {
   const outcomes = new Map();
-  for (const file of files.map((name) => path.basename(name))) {
-    const text = fs.readFileSync(path.join(folder, 'test-results', `${file}.jsonl`), 'utf8');
+  for (const file of files) {
+    const text = fs.readFileSync(resultsOf(file, folder), 'utf8');
     for (const line of text.split('\n').filter(Boolean)) {
       const { name, outcome } = JSON.parse(line);
-      outcomes.set(`${file.replace('.test.js', '')}: ${name}`, outcome);
+      outcomes.set(`${path.basename(file, '.test.js')}: ${name}`, outcome);
     }
   }
   return outcomes;

@@ -48,10 +48,15 @@ async function runNodeTests(tally, files, options) {
   );
 }
 
+/** @returns {string} the file with the outcome of each test of a file, in a build folder */
+function resultsOf(file, buildFolder) {
+  return path.join(buildFolder, 'test-results', `${file.replaceAll(path.sep, '-')}.jsonl`);
+}
+
 /** @param {string[]} command what runs a test file */
 async function runFile(tally, [node, ...args], file, options) {
   const { buildFolder, env, deadlineSeconds = 300, capture } = options;
-  const results = path.join(buildFolder, 'test-results', `${file.replaceAll(path.sep, '-')}.jsonl`);
+  const results = resultsOf(file, buildFolder);
   fs.mkdirSync(path.dirname(results), { recursive: true });
   fs.writeFileSync(results, '');
   if (!capture) console.log(`\n${file}`);
@@ -82,4 +87,4 @@ function countResults(tally, file, resultsFile, badEnd) {
   else if (results.length === 0) count(tally, false, `${file}: no test ran`);
 }
 
-module.exports = { runNodeTests };
+module.exports = { resultsOf, runNodeTests };

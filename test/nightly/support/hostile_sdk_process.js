@@ -14,16 +14,16 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { createLivePush, sdkDirectory } = require('../../../lib');
+const { METHODS: TABLE } = require('../../../lib/methods');
 const { openLivePush } = require('../../e2e/support/live_push');
 const { any, hostileArguments } = require('../../js/robustness/hostile_values');
 const { Random } = require('../../js/support/random');
-const methods = require('../../js/methods/methods.json');
 
 const [seed, calls] = process.argv.slice(2, 4).map(Number);
 const url = process.argv[5];
 const noteFile = fs.openSync(process.argv[4], 'w');
 
-const METHODS = Object.keys(methods).filter((name) => name !== 'setLogDirPath');
+const METHODS = Object.keys(TABLE).filter((name) => name !== 'setLogDirPath');
 const CONFIG = { width: 320, height: 180, frameRate: 15, mTargetVideoBitrate: 300 };
 const SETTINGS = '{"camera":"test","microphone":"test"}';
 
@@ -112,7 +112,7 @@ class World {
     const method = this.random.pick(METHODS);
     const args = this.random.once(40)
       ? [any(this), any(this)]
-      : hostileArguments(this, method, methods[method].accepts ?? []);
+      : hostileArguments(this, method, TABLE[method].takes);
     this.calls += 1;
     fs.writeSync(noteFile, `${this.calls} ${method}`.padEnd(80), 0);
     this.#depth += 1;
