@@ -1,7 +1,7 @@
 # Finds the headers of the runtime that the add-on is built for and offers them as lumo_node.
 #
-# cmake-js passes them in CMAKE_JS_INC, as the rebuild command does. A plain `cmake --preset` asks for
-# those of the Node that runs.
+# The rebuild command passes them in CMAKE_JS_INC, and the runtime's name in NODE_RUNTIME, as cmake-js
+# does. A plain `cmake --preset` asks for those of the Node that runs.
 if(NOT DEFINED CMAKE_JS_INC)
   execute_process(
     COMMAND node ${CMAKE_SOURCE_DIR}/lib/rebuild/print_headers.js
@@ -10,14 +10,13 @@ if(NOT DEFINED CMAKE_JS_INC)
   set(CMAKE_JS_INC "${node_headers}" CACHE STRING "Folders of the runtime's headers")
 endif()
 
-# V8's headers lay out its types by switches, which must be those that the runtime was built with:
-# the config.gypi beside the headers tells. cmake-js leaves it out where it downloads, so for Electron
-# without it stands what Electron has set on 64-bit processors since version 21.
-set(LUMO_RUNTIME "${NODE_RUNTIME}" CACHE STRING "The runtime: node or electron")
+# V8's headers lay out its types by switches, which must be those that the runtime was built with. The
+# config.gypi beside the headers has them. cmake-js does not keep that file; Electron has set these four
+# on 64-bit processors since version 21.
 list(GET CMAKE_JS_INC 0 headers)
 if(EXISTS ${headers}/config.gypi)
   file(READ ${headers}/config.gypi settings)
-elseif(LUMO_RUNTIME STREQUAL "electron")
+elseif(NODE_RUNTIME STREQUAL "electron")
   set(settings "v8_enable_pointer_compression: 1, v8_enable_pointer_compression_shared_cage: 1,
                 v8_enable_sandbox: 1, v8_enable_external_code_space: 1")
 endif()

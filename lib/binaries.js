@@ -17,6 +17,11 @@ function runtimeAbi({ electron, modules } = process.versions) {
   return `${electron ? 'electron' : 'node'}.abi${modules}`;
 }
 
+/** @returns {string} the SDK's file in the folder that holds its framework */
+function sdkFileIn(directory) {
+  return path.join(directory, 'NimboSdk.framework', 'NimboSdk');
+}
+
 /** @returns {string} the folder of the package's binaries for a platform, beneath its root */
 function prebuildsFolder({ platform, arch } = process) {
   return path.join('prebuilds', `${platform}-${arch}`);
@@ -61,4 +66,4 @@ function findBinaries(root) {
   return all.find(({ addon }) => isThere(addon)) ?? all.at(-1);
 }
 
-module.exports = { findBinaries, prebuildsFolder, runtimeAbi };
+module.exports = { findBinaries, prebuildsFolder, runtimeAbi, sdkFileIn };

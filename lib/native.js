@@ -2,9 +2,8 @@
 
 const fs = require('node:fs');
 const { createRequire } = require('node:module');
-const path = require('node:path');
 const { AddonLoadError } = require('./addon_load_error');
-const { findBinaries } = require('./binaries');
+const { findBinaries, sdkFileIn } = require('./binaries');
 const { explainLoadFailure } = require('./explain_load_failure');
 const { packageRoot } = require('./package_root');
 const { notInstalled, placeholders } = require('./placeholders');
@@ -15,7 +14,7 @@ const { directory: sdkDirectory, addon: file } = root ? findBinaries(root) : {};
 /** @returns {{addon?: object, loadError?: AddonLoadError}} never throws */
 function load() {
   if (!root) return { loadError: notInstalled(AddonLoadError) };
-  const sdk = path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk');
+  const sdk = sdkFileIn(sdkDirectory);
   try {
     if (!fs.existsSync(file)) return { loadError: explainLoadFailure(file, sdk) };
     // Bundlers would take a require here for a file of the application.

@@ -7,7 +7,7 @@
 
 const path = require('node:path');
 const { ALTERNATIVES, FEATURES } = require('../lib/elements');
-const { writeGenerated } = require('./lib/generated');
+const { macro, writeGenerated } = require('./lib/generated');
 
 /** "playing HLS" is kPlayingHls. */
 const constantOf = (feature) =>
@@ -15,9 +15,6 @@ const constantOf = (feature) =>
     .split(' ')
     .map((word) => word[0].toUpperCase() + word.slice(1).toLowerCase())
     .join('')}`;
-
-const macro = (name, parameter, rows) =>
-  [`#define ${name}(${parameter})`, ...rows.map((row) => `  ${parameter}(${row})`)].join(' \\\n');
 
 function elementTable() {
   const rows = Object.entries(FEATURES).flatMap(([feature, elements]) =>

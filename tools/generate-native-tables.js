@@ -9,7 +9,7 @@
 const path = require('node:path');
 const { EVENTS } = require('../lib/events');
 const { METHODS } = require('../lib/methods');
-const { writeGenerated } = require('./lib/generated');
+const { macro, writeGenerated } = require('./lib/generated');
 const { isListener, sdkInterface } = require('./lib/sdk_interface');
 
 const NAME = /^[a-z]\w*$/;
@@ -21,9 +21,6 @@ function namesOf(list) {
   if (bad !== undefined) throw new Error(`"${bad}" is not a name`);
   return names;
 }
-
-const macro = (name, parameter, rows) =>
-  [`#define ${name}(${parameter})`, ...rows.map((row) => `  ${parameter}(${row})`)].join(' \\\n');
 
 /** A method's handler has its name, with a capital. */
 function methodTable() {

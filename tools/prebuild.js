@@ -12,7 +12,7 @@ const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { parseArgs } = require('node:util');
-const { prebuildsFolder } = require('../lib/binaries');
+const { prebuildsFolder, sdkFileIn } = require('../lib/binaries');
 const { buildAddon, buildSdk } = require('../lib/rebuild/build_addon');
 const { abiOf, findHeaders } = require('../lib/rebuild/headers');
 const { root } = require('./lib/project');
@@ -73,7 +73,7 @@ async function main() {
   });
   // What an earlier run, or the rebuild command, has left there would be packed too.
   fs.rmSync(prebuilds, { recursive: true, force: true });
-  pack(sdk, path.join(prebuilds, 'NimboSdk.framework', 'NimboSdk'));
+  pack(sdk, sdkFileIn(prebuilds));
   for (const { name, file } of addons) pack(file, path.join(prebuilds, `${name}.node`));
 }
 

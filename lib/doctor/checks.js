@@ -3,6 +3,7 @@
 const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
+const { sdkFileIn } = require('../binaries');
 const { ALTERNATIVES, FEATURES } = require('../elements');
 const { installedLibraries, missingLibraries } = require('../system_libraries');
 const { hasTls, pluginFolders, pluginState } = require('./plugin_files');
@@ -32,7 +33,7 @@ const describe = ({ code, message }) =>
 
 /** @returns {Check[]} of the add-on and of the libraries that it and the SDK need */
 function checkBinaries({ addonFile, sdkDirectory, loadError }) {
-  const files = [addonFile, path.join(sdkDirectory, 'NimboSdk.framework', 'NimboSdk')];
+  const files = [addonFile, sdkFileIn(sdkDirectory)];
   const checks = [
     loadError
       ? { what: 'add-on', state: 'missing', detail: describe(loadError) }

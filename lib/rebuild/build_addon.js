@@ -4,6 +4,8 @@ const { spawnSync } = require('node:child_process');
 const os = require('node:os');
 const path = require('node:path');
 
+const { sdkFileIn } = require('../binaries');
+
 const root = path.join(__dirname, '../..');
 const PROGRAMS = { cmake: 'cmake', 'c++': 'g++' };
 
@@ -58,7 +60,7 @@ function build({ folder, target, settings }) {
 function buildSdk({ folder, headers, type }) {
   const settings = { CMAKE_BUILD_TYPE: type, CMAKE_JS_INC: headers, LUMO_EXAMPLES: 'OFF' };
   build({ folder, target: 'nimbo_sdk', settings });
-  return path.join(folder, 'NimboSdk.framework', 'NimboSdk');
+  return sdkFileIn(folder);
 }
 
 /**
@@ -76,7 +78,7 @@ function buildAddon({ folder, runtime, headers, sdk, type }) {
   const settings = {
     CMAKE_BUILD_TYPE: type,
     CMAKE_JS_INC: headers,
-    LUMO_RUNTIME: runtime,
+    NODE_RUNTIME: runtime,
     LUMO_NIMBO_SDK: sdk,
     LUMO_EXAMPLES: 'OFF',
   };

@@ -4,7 +4,7 @@ const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { parseArgs } = require('node:util');
-const { prebuildsFolder, runtimeAbi } = require('../binaries');
+const { prebuildsFolder, runtimeAbi, sdkFileIn } = require('../binaries');
 const { buildAddon, buildSdk } = require('./build_addon');
 const { abiOf, findHeaders, runningRuntime } = require('./headers');
 
@@ -59,19 +59,16 @@ function chooseSdk({ sdk, 'build-sdk': mustBuild }) {
     if (!fs.existsSync(sdk)) throw new Error(`--sdk ${sdk}: there is no such file`);
     return path.resolve(sdk);
   }
-  const packaged = path.join(prebuilds, 'NimboSdk.framework', 'NimboSdk');
+  const packaged = sdkFileIn(prebuilds);
   return !mustBuild && fs.existsSync(packaged) ? packaged : undefined;
 }
 
-/** Puts built files where the loader finds them; a process that has one loaded keeps its own. */
-function install(files) {
-  for (const [name, built] of Object.entries(files)) {
-    const file = path.join(prebuilds, name);
-    if (file === built) continue;
-    fs.mkdirSync(path.dirname(file), { recursive: true });
-    fs.copyFileSync(built, `${file}.new`);
-    fs.renameSync(`${file}.new`, file);
-  }
+/** Puts a built file where the loader finds it; a process that has another one loaded keeps that. */
+function install(built, file) {
+  if (file === built) return;
+  fs.mkdirSync(path.dirname(file), { recursive: true });
+  fs.copyFileSync(built, `${file}.new`);
+  fs.renameSync(`${file}.new`, file);
 }
 
 /** Loads what was built in a process of its own. @throws {Error} when it does not load */
@@ -97,15 +94,17 @@ function runRebuild(args) {
     const common = { headers, type: 'Release' };
     const work = path.join(root, 'build', 'rebuild');
     const sdk = chooseSdk(values) ?? buildSdk({ folder: path.join(work, 'sdk'), ...common });
-    const addon = buildAddon({
+    const built = buildAddon({
       folder: path.join(work, name),
       runtime: runtime.name,
       sdk,
       ...common,
     });
-    install({ [`${name}.node`]: addon, 'NimboSdk.framework/NimboSdk': sdk });
+    const addon = path.join(prebuilds, `${name}.node`);
+    install(built, addon);
+    install(sdk, sdkFileIn(prebuilds));
     if (name === runtimeAbi()) tryLoading();
-    console.log(path.join(prebuilds, `${name}.node`));
+    console.log(addon);
     return 0;
   } catch (error) {
     console.error(`rebuild: ${error.message}`);

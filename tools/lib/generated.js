@@ -21,4 +21,10 @@ function writeGenerated(folder, generator, files) {
   }
 }
 
-module.exports = { writeGenerated };
+/** @returns {string} the definition of a macro that calls another one, its parameter, for each row */
+function macro(name, parameter, rows) {
+  const calls = rows.map((row) => `  ${parameter}(${row})`);
+  return [`#define ${name}(${parameter})`, ...calls].join(' \\\n');
+}
+
+module.exports = { macro, writeGenerated };
